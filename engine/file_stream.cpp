@@ -1,0 +1,239 @@
+#include "engine/file_stream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace kt {
+namespace {
+
+// The few calls of the system, alike on both sides: a handle is an int, a position 64 bits wide.
+#ifdef _WIN32
+
+using FileStatus = struct _stat64;
+
+int OpenHandle(const char* path, bool toWrite) {
+  const int flags = toWrite ? _O_WRONLY | _O_CREAT | _O_TRUNC : _O_RDONLY;
+  return _open(path, flags | _O_BINARY, _S_IREAD | _S_IWRITE);
+}
+
+bool StatusOf(int handle, FileStatus* status) {
+  return _fstat64(handle, status) == 0;
+}
+
+bool IsRegular(const FileStatus& status) {
+  return (status.st_mode & _S_IFMT) == _S_IFREG;
+}
+
+int CloseHandle(int handle) {
+  return _close(handle);
+}
+
+// One call moves at most this much, so that the count fits the system's int.
+constexpr std::size_t kLargestTransfer = std::size_t{1} << 30;
+
+i64 ReadAt(int handle, void* buffer, std::size_t count, u64 position) {
+  if (_lseeki64(handle, static_cast<i64>(position), SEEK_SET) < 0) return -1;
+  return _read(handle, buffer, static_cast<unsigned>(count));
+}
+
+i64 WriteAt(int handle, const void* buffer, std::size_t count, u64 position) {
+  if (_lseeki64(handle, static_cast<i64>(position), SEEK_SET) < 0) return -1;
+  return _write(handle, buffer, static_cast<unsigned>(count));
+}
+
+#else
+
+using FileStatus = struct stat;
+
+// Not to wait is what keeps a FIFO without a peer from holding up the caller.
+int OpenHandle(const char* path, bool toWrite) {
+  const int flags = toWrite ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY;
+  return open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
+}
+
+bool StatusOf(int handle, FileStatus* status) {
+  return fstat(handle, status) == 0;
+}
+
+bool IsRegular(const FileStatus& status) {
+  return S_ISREG(status.st_mode);
+}
+
+int CloseHandle(int handle) {
+  return close(handle);
+}
+
+constexpr std::size_t kLargestTransfer = std::size_t{1} << 30;
+
+i64 ReadAt(int handle, void* buffer, std::size_t count, u64 position) {
+  return pread(handle, buffer, count, static_cast<off_t>(position));
+}
+
+i64 WriteAt(int handle, const void* buffer, std::size_t count, u64 position) {
+  return pwrite(handle, buffer, count, static_cast<off_t>(position));
+}
+
+#endif
+
+constexpr u64 kLastPosition = static_cast<u64>(std::numeric_limits<i64>::max());
+
+std::size_t WriteFullyAt(int handle, const u8* buffer, std::size_t count, u64 position) {
+  std::size_t done = 0;
+  while (done < count && position + done <= kLastPosition) {
+    const i64 put = WriteAt(handle, buffer + done, std::min(count - done, kLargestTransfer), position + done);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) break;
+    done += static_cast<std::size_t>(put);
+  }
+  return done;
+}
+
+}  // namespace
+
+CFileStream::~CFileStream() {
+  if (IsOpen()) CloseHandle(m_handle);
+}
+
+bool CFileStream::Open(const char* path, bool toWrite) {
+  if (IsOpen() || path == nullptr) return false;
+  if (!m_buffer) m_buffer.reset(new (std::nothrow) u8[kBufferSize]);
+  if (!m_buffer) return false;
+  const int handle = OpenHandle(path, toWrite);
+  if (handle < 0) return false;
+  FileStatus status;
+  if (!StatusOf(handle, &status) || !IsRegular(status)) {
+    CloseHandle(handle);
+    return false;
+  }
+  m_handle = handle;
+  m_writing = toWrite;
+  m_eof = false;
+  m_bufferStart = 0;
+  m_filled = 0;
+  m_cursor = 0;
+  return true;
+}
+
+bool CFileStream::Flush() {
+  if (!m_writing || m_cursor == 0) return IsOpen();
+  const std::size_t done = WriteFullyAt(m_handle, m_buffer.get(), m_cursor, m_bufferStart);
+  m_bufferStart += done;
+  m_cursor -= static_cast<u32>(done);
+  if (m_cursor > 0 && done > 0) std::memmove(m_buffer.get(), m_buffer.get() + done, m_cursor);
+  return m_cursor == 0;
+}
+
+bool CFileStream::Close() {
+  if (!IsOpen()) return false;
+  const bool closed = CloseHandle(m_handle) == 0;
+  m_handle = kNoHandle;
+  m_writing = false;
+  m_eof = false;
+  m_bufferStart = 0;
+  m_filled = 0;
+  m_cursor = 0;
+  return closed;
+}
+
+// Reads until `count` bytes, the end of the file or a failure; answers the bytes that arrived.
+std::size_t CFileStream::ReadFully(u8* buffer, std::size_t count, u64 position) {
+  std::size_t done = 0;
+  while (done < count && position + done <= kLastPosition) {
+    const i64 got =
+        ReadAt(m_handle, buffer + done, std::min(count - done, kLargestTransfer), position + done);
+    if (got < 0 && errno == EINTR) continue;
+    m_atEnd = got == 0;
+    if (got <= 0) break;
+    done += static_cast<std::size_t>(got);
+  }
+  return done;
+}
+
+bool CFileStream::FillBuffer() {
+  m_bufferStart += m_cursor;
+  m_cursor = 0;
+  m_filled = static_cast<u32>(ReadFully(m_buffer.get(), kBufferSize, m_bufferStart));
+  return m_filled > 0;
+}
+
+std::size_t CFileStream::Read(void* buffer, std::size_t count) {
+  if (!IsOpen() || m_writing || m_eof) return 0;
+  u8* out = static_cast<u8*>(buffer);
+  std::size_t done = 0;
+  while (done < count) {
+    const std::size_t ready = std::min<std::size_t>(count - done, m_filled - m_cursor);
+    if (ready > 0) {
+      std::memcpy(out + done, m_buffer.get() + m_cursor, ready);
+      m_cursor += static_cast<u32>(ready);
+      done += ready;
+    } else if (count - done >= kBufferSize) {
+      // A large block goes past the buffer, which is left empty behind it.
+      const u64 position = Tell();
+      const std::size_t got = ReadFully(out + done, count - done, position);
+      m_bufferStart = position + got;
+      m_filled = 0;
+      m_cursor = 0;
+      done += got;
+      break;
+    } else if (!FillBuffer()) {
+      break;
+    }
+  }
+  if (done < count) m_eof = m_atEnd;
+  return done;
+}
+
+bool CFileStream::Write(const void* buffer, std::size_t count) {
+  if (!IsOpen() || !m_writing) return false;
+  const u8* bytes = static_cast<const u8*>(buffer);
+  if (count > kBufferSize - m_cursor && !Flush()) return false;
+  if (count >= kBufferSize) {
+    const std::size_t done = WriteFullyAt(m_handle, bytes, count, m_bufferStart);
+    m_bufferStart += done;
+    return done == count;
+  }
+  std::memcpy(m_buffer.get() + m_cursor, bytes, count);
+  m_cursor += static_cast<u32>(count);
+  return true;
+}
+
+bool CFileStream::Seek(u64 position) {
+  if (!IsOpen() || position > kLastPosition) return false;
+  if (m_writing) {
+    if (position == Tell()) return true;
+    if (!Flush()) return false;
+    m_bufferStart = position;
+    return true;
+  }
+  m_eof = false;
+  if (position >= m_bufferStart && position - m_bufferStart <= m_filled) {
+    m_cursor = static_cast<u32>(position - m_bufferStart);
+  } else {
+    m_bufferStart = position;
+    m_filled = 0;
+    m_cursor = 0;
+  }
+  return true;
+}
+
+bool CFileStream::Length(u64* length) const {
+  FileStatus status;
+  if (!IsOpen() || !StatusOf(m_handle, &status) || status.st_size < 0) return false;
+  *length = static_cast<u64>(status.st_size);
+  return true;
+}
+
+}  // namespace kt

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <memory>
+
+#include "engine/types.h"
+
+namespace kt {
+
+/// A buffered stream of bytes on one regular file, with 64-bit positions.
+///
+/// It behaves like a C stream: a read that runs into the end of the file sets the end-of-file indicator,
+/// which stops further reads until a seek clears it. Reads and writes of a few bytes are served from a buffer
+/// inline; large blocks go to the file in one call. A stream is opened either to read or to write.
+class CFileStream {
+ public:
+  CFileStream() = default;
+  CFileStream(const CFileStream&) = delete;
+  CFileStream& operator=(const CFileStream&) = delete;
+  /// Gives the handle back to the system; buffered bytes that were not flushed are dropped.
+  ~CFileStream();
+
+  /// Opens an existing file to read, or creates or truncates one to write. Anything but a regular file is
+  /// refused, without waiting on it. `path` is in the system's 8-bit encoding.
+  bool Open(const char* path, bool toWrite);
+  bool IsOpen() const { return m_handle != kNoHandle; }
+  bool IsEof() const { return m_eof; }
+
+  /// Writes what is buffered. Bytes that the system did not take stay buffered for another try.
+  bool Flush();
+  /// Gives the handle back, whatever the system answers; the buffer has to be flushed before.
+  bool Close();
+
+  /// Reads up to `count` bytes and answers how many arrived.
+  std::size_t Read(void* buffer, std::size_t count);
+  /// True when all `count` bytes were taken.
+  bool Write(const void* buffer, std::size_t count);
+
+  /// Moves to an absolute position, also one beyond the end of the file.
+  bool Seek(u64 position);
+  u64 Tell() const { return m_bufferStart + m_cursor; }
+  /// The file's length as the system knows it now; bytes not yet flushed are not counted.
+  bool Length(u64* length) const;
+
+  /// One byte, or false at the end of the file.
+  bool ReadByte(u8* value) {
+    if (m_cursor < m_filled) {
+      *value = m_buffer[m_cursor++];
+      return true;
+    }
+    return Read(value, 1) == 1;
+  }
+  bool WriteByte(u8 value) {
+    if (m_writing && m_cursor < kBufferSize) {
+      m_buffer[m_cursor++] = value;
+      return true;
+    }
+    return Write(&value, 1);
+  }
+  /// The next `count` bytes when all of them are buffered, otherwise null; moves behind them.
+  const u8* TakeBuffered(u32 count) {
+    if (m_cursor + count > m_filled) return nullptr;
+    const u8* bytes = m_buffer.get() + m_cursor;
+    m_cursor += count;
+    return bytes;
+  }
+
+ private:
+  static constexpr int kNoHandle = -1;
+  static constexpr u32 kBufferSize = 64 * 1024;
+
+  bool FillBuffer();
+  std::size_t ReadFully(u8* buffer, std::size_t count, u64 position);
+
+  int m_handle = kNoHandle;
+  bool m_writing = false;
+  bool m_eof = false;
+  bool m_atEnd = false;  // the last transfer from the file met its end and no failure
+  // The buffer mirrors the file from m_bufferStart on. Reading: m_filled bytes of it are valid and m_cursor
+  // is the next one. Writing: the first m_cursor bytes wait to be written, and m_filled stays 0.
+  std::unique_ptr<u8[]> m_buffer;
+  u64 m_bufferStart = 0;
+  u32 m_filled = 0;
+  u32 m_cursor = 0;
+};
+
+}  // namespace kt

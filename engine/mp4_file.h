@@ -1,0 +1,81 @@
+#pragma once
+
+#include "engine/mp4_track.h"
+
+namespace kt {
+
+class CMp4HintTrack;
+
+/// One ISO base media file (.mp4, .3gp, .m4a), for reading or for writing. `CreateMp4File` is the only way to
+/// make one; the caller owns and deletes it. ISO/IEC 14496-12.
+///
+/// Track indices count from 1 and are positions of "trak" boxes in "moov", not track ids. No operation locks:
+/// all calls on one file and its tracks have to be serialised by the caller. On a file without a tree (never
+/// opened, or closed) an operation that needs one answers MP4_NOT_FOUND.
+class CMp4File {
+ public:
+  CMp4File() = default;
+  CMp4File(const CMp4File&) = delete;
+  CMp4File& operator=(const CMp4File&) = delete;
+
+  /// Opens `fileName`, in the system's 8-bit encoding. `mode` is an `Mp4FileMode`, `fileType` an
+  /// `Mp4FileType`; a read file of brand "3gp4" or "3gp5" becomes MP4_TYPE_3GP whatever was asked. Reading
+  /// parses the whole tree, sample tables included, and leaves the media data alone.
+  ///
+  /// MP4_NOT_FOUND when already open or when the file has no "moov"; MP4_BAD_ARGUMENT for a null name or a
+  /// bad mode or type; MP4_FILE_IO when the file does not open, is no regular file, or is cut; MP4_CORRUPT,
+  /// MP4_BAD_BOX, MP4_BAD_DESCRIPTOR, MP4_DESCRIPTOR_OVERRUN and others when a box is refused. After a
+  /// failure what was parsed stays for `Dump`.
+  virtual Mp4Result Open(const char* fileName, u32 mode, u32 fileType) = 0;
+  /// Closes the file; a written one gets its "moov" now, so its tracks have to be closed before. Tracks of a
+  /// read file that are still open are detached and answer MP4_NOT_READY. MP4_NOT_FOUND when not open. After
+  /// a failure the file stays open and `Close` may be tried again.
+  virtual Mp4Result Close() = 0;
+  /// Stores 1 when open. Always MP4_OK.
+  virtual Mp4Result IsOpen(u32* open) = 0;
+  /// Always MP4_OK, also for a closed file.
+  virtual Mp4Result GetTrackCount(u32* count) = 0;
+  /// Movie ticks per second, from "mvhd".
+  virtual Mp4Result GetMovieTimeScale(u32* timeScale) = 0;
+  /// Stores an `Mp4FileType`; MP4_NOT_FOUND, with the value stored, when not open.
+  virtual Mp4Result GetFileType(u32* fileType) = 0;
+  /// The `index`-th copyright notice (0 means the first). `*noticeSize` takes its bytes with the terminating
+  /// zero; with a null `notice` nothing else is stored, otherwise `notice` needs that many bytes and
+  /// `language` takes three letters (ISO 639-2/T). MP4_NOT_FOUND when there is none.
+  virtual Mp4Result GetCopyright(char language[3], char* notice, u32* noticeSize, u32 index) = 0;
+  /// Sets the `index`-th notice, or adds one when there is none. MP4_BAD_ARGUMENT for a null language or a
+  /// letter below "a".
+  virtual Mp4Result SetCopyright(const char* language, const char* notice, u32 index) = 0;
+  /// Creation time of the movie, without time zone. MP4_BAD_VALUE beyond the year 2199.
+  virtual Mp4Result GetCreationDate(u32* year, u32* month, u32* day, u32* hour, u32* minute, u32* second) = 0;
+  /// MP4_BAD_ARGUMENT for a year above 2200 or another part out of its range.
+  virtual Mp4Result SetCreationDate(u32 year, u32 month, u32 day, u32 hour, u32 minute, u32 second) = 0;
+  /// Makes a track object for reading; the caller gives it back with `CloseTrack`. MP4_NOT_FOUND for a bad
+  /// index or a required box that is missing, MP4_BAD_VALUE for track id 0, MP4_BAD_TIMING for a start delay
+  /// without a movie time scale, MP4_NO_MEMORY also when a track claims more samples than can be counted.
+  virtual Mp4Result OpenTrack(u32 trackIndex, CMp4Track** track) = 0;
+  /// Makes a new track for writing. MP4_NOT_FOUND in read mode.
+  virtual Mp4Result AddTrack(CMp4Track** track) = 0;
+  /// Finishes a written track, then deletes the object. MP4_BAD_ARGUMENT for null; a track that cannot be
+  /// finished stays alive and its result is returned.
+  virtual Mp4Result CloseTrack(CMp4Track* track) = 0;
+  virtual Mp4Result OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) = 0;
+  virtual Mp4Result AddHintTrack(CMp4HintTrack** track, u32 hintType) = 0;
+  virtual Mp4Result CloseHintTrack(CMp4HintTrack* track) = 0;
+  /// Prints the box tree on standard output.
+  virtual Mp4Result Dump() = 0;
+  /// 0 is silent; 1 and 2 make `Open` and `Close` print their steps on standard output. MP4_BAD_ARGUMENT
+  /// above 2.
+  virtual Mp4Result SetTraceLevel(u32 level) = 0;
+  virtual Mp4Result AddSceneTracks(u32 videoTrack, u32 audioTrack, u32 thirdTrack) = 0;
+  /// Copies the movie's session description with its terminating zero. MP4_BUFFER_TOO_SMALL.
+  virtual Mp4Result GetMovieSdp(char* buffer, u32 bufferSize) = 0;
+
+  /// Closes the stream without writing. Tracks still open are detached and answer MP4_NOT_READY.
+  virtual ~CMp4File() = default;
+};
+
+/// Makes a file object. MP4_NO_MEMORY, with `*file` null.
+Mp4Result CreateMp4File(CMp4File** file);
+
+}  // namespace kt
