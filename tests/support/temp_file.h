@@ -1,0 +1,62 @@
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "engine/types.h"
+
+#ifdef _WIN32
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace kt::test {
+
+/// The whole content of a file.
+inline std::vector<u8> ReadFile(const std::filesystem::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// A name in the folder for temporary files that no other test uses; what stands there goes when it does.
+class TempFile {
+ public:
+  TempFile() {
+    static std::atomic<int> counter{0};
+#ifdef _WIN32
+    const int process = _getpid();
+#else
+    const int process = getpid();
+#endif
+    m_path = std::filesystem::temp_directory_path() /
+             ("ktmp4-test-" + std::to_string(process) + "-" + std::to_string(counter++));
+  }
+  explicit TempFile(const std::vector<u8>& content) : TempFile() {
+    std::ofstream stream(m_path, std::ios::binary);
+    stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+  }
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  ~TempFile() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+
+  const std::filesystem::path& Path() const {
+    return m_path;
+  }
+  /// The name in the form that the library takes.
+  std::string Name() const {
+    return m_path.string();
+  }
+
+ private:
+  std::filesystem::path m_path;
+};
+
+}  // namespace kt::test
