@@ -1,6 +1,7 @@
 #pragma once
 
 #include <type_traits>
+#include <utility>
 
 #include "engine/box.h"
 
@@ -168,6 +169,8 @@ template <class Derived, class Base>
 class CFieldsBox : public Base {
  public:
   using Base::Base;
+  CFieldsBox() = default;
+  explicit CFieldsBox(CBox&& header) : Base(std::move(header)) {}  // not inherited by the line above
 
   Mp4Result Deserialize(CStorage* storage) override {
     // CBox itself would read a header here, which has been read.
