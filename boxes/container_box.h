@@ -1,0 +1,125 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+#include "engine/box_list.h"
+
+namespace kt {
+
+enum class ChildLookup { kNone, kFirst, kByOccurrence };
+
+/// The points in which container boxes differ: mostly what they make of a list of children that does not
+/// exist, which is so in a new box until its first child comes. Callers see these results on an empty box and
+/// rely on them. The defaults are those of most containers.
+struct ContainerRules {
+  /// A second `Deserialize` replaces the children; otherwise it is refused with MP4_NOT_READY.
+  bool readsAgain = false;
+  /// Whether each operation does without a list of children; otherwise it answers MP4_NOT_READY, after what
+  /// stands before the children has been written, printed or counted.
+  bool serializesWithoutList = false;
+  bool dumpsWithoutList = false;
+  bool sizesWithoutList = false;
+  /// What `GetChild` answers without a list.
+  Mp4Result lookupWithoutList = MP4_NOT_READY;
+  /// Whether `GetChild` finds the first box of a type or also the later ones; kNone leaves out `GetChild` and
+  /// `AddChild`.
+  ChildLookup lookup = ChildLookup::kFirst;
+  /// `AddChild` adds the child's size to that of the box; the next `CalculateSize` makes up for it.
+  bool countsAddedChild = false;
+  /// `Dump` prints braces around the children.
+  bool braces = true;
+};
+
+/// A box that holds boxes behind the payload of `Base`, which is `CBox` for the plain containers. The list is
+/// made by `Deserialize` or by the first child that is added, and owns the children.
+template <class Base, ContainerRules Rules>
+class CContainerBox : public Base {
+ public:
+  using Base::Base;
+  CContainerBox() = default;
+  explicit CContainerBox(CBox&& header) : Base(std::move(header)) {}  // not inherited by the line above
+
+  /// Reads children until the box is used up. MP4_NOT_READY the second time, unless the rules allow it.
+  Mp4Result Deserialize(CStorage* storage) override {
+    // CBox itself would read a header here, which has been read.
+    if constexpr (!std::is_same_v<Base, CBox>) KT_TRY(Base::Deserialize(storage));
+    if (m_children && !Rules.readsAgain) return MP4_NOT_READY;
+    m_children.emplace(this);
+    return m_children->DeserializeAll(storage, &this->m_remaining);
+  }
+
+  Mp4Result Serialize(CStorage* storage) override {
+    KT_TRY(Base::Serialize(storage));
+    if (!m_children) return Rules.serializesWithoutList ? MP4_OK : MP4_NOT_READY;
+    return m_children->SerializeAll(storage);
+  }
+
+  Mp4Result Dump(int indent) override {
+    KT_TRY(Base::Dump(indent));
+    if (Rules.braces) {
+      PrintIndent(indent);
+      std::printf("{");
+    }
+    if (m_children) {
+      KT_TRY(m_children->DumpAll(indent + 1));
+    } else if (!Rules.dumpsWithoutList) {
+      return MP4_NOT_READY;
+    }
+    if (Rules.braces) {
+      PrintIndent(indent);
+      std::printf("}\n");
+    }
+    return MP4_OK;
+  }
+
+  Mp4Result CalculateSize() override {
+    KT_TRY(Base::CalculateSize());
+    if (!m_children) return Rules.sizesWithoutList ? MP4_OK : MP4_NOT_READY;
+    u64 total = 0;
+    KT_TRY(m_children->CalculateSizeAll(&total));
+    this->m_size += total;
+    return MP4_OK;
+  }
+
+  /// The first child of a type, borrowed. MP4_NOT_FOUND, with `*box` null; without a list as the rules say.
+  Mp4Result GetChild(u32 type, CBox** box) requires(Rules.lookup == ChildLookup::kFirst) {
+    return FindChild(type, box, 0);
+  }
+
+  /// The same for the `occurrence`-th child of that type, counted from 1; 0 means the first as well.
+  Mp4Result GetChild(u32 type, CBox** box,
+                     u32 occurrence) requires(Rules.lookup == ChildLookup::kByOccurrence) {
+    return FindChild(type, box, occurrence);
+  }
+
+  /// Appends and owns `box`. MP4_BAD_ARGUMENT for null, MP4_NO_MEMORY.
+  Mp4Result AddChild(std::unique_ptr<CBox> box) requires(Rules.lookup != ChildLookup::kNone) {
+    return Append(std::move(box));
+  }
+
+ protected:
+  Mp4Result FindChild(u32 type, CBox** box, u32 occurrence) {
+    *box = nullptr;
+    return m_children ? m_children->FindByType(type, box, occurrence) : Rules.lookupWithoutList;
+  }
+
+  Mp4Result Append(std::unique_ptr<CBox> box) {
+    if (!m_children) m_children.emplace(this);
+    CBox* added = box.get();
+    KT_TRY(m_children->Add(std::move(box)));
+    if constexpr (Rules.countsAddedChild) {
+      u64 childSize = 0;
+      KT_TRY(added->GetSize(&childSize));
+      this->m_size += childSize;
+    }
+    return MP4_OK;
+  }
+
+  std::optional<CBoxList> m_children;
+};
+
+}  // namespace kt
