@@ -1,0 +1,89 @@
+#pragma once
+
+#include "engine/types.h"
+
+namespace kt {
+
+/// A globally unique identifier in the memory layout of the platform's `GUID`, so that one can be copied over
+/// the other. The names below are those of the platform's headers where it has them; as they live in this
+/// namespace, a Windows build can include both.
+struct Guid {
+  u32 data1 = 0;
+  u16 data2 = 0;
+  u16 data3 = 0;
+  u8 data4[8] = {};
+
+  bool operator==(const Guid&) const = default;
+};
+
+/// Media subtypes of the samples that the pins deliver. The stamped ones put 16 bytes of times ahead of each
+/// sample.
+inline constexpr Guid MEDIASUBTYPE_KtMp4Video = {
+    0x4b936acb, 0xa13a, 0x4bb7, {0x9c, 0x13, 0x1b, 0xe3, 0xe1, 0x95, 0xa3, 0xa9}};
+inline constexpr Guid MEDIASUBTYPE_KtMp4VideoStamped = {
+    0x5b56d203, 0xbcfd, 0x4897, {0xb3, 0xb5, 0x91, 0x13, 0x2d, 0xd0, 0xe8, 0x25}};
+inline constexpr Guid MEDIASUBTYPE_KtMp4Audio = {
+    0x86c426a8, 0xb961, 0x4701, {0x9f, 0xeb, 0x70, 0x7e, 0x0e, 0x88, 0xa1, 0xc3}};
+inline constexpr Guid MEDIASUBTYPE_KtMp4AudioStamped = {
+    0x99baa45a, 0x7b46, 0x4548, {0x96, 0xf0, 0x30, 0x21, 0x3b, 0xd1, 0x04, 0xf2}};
+inline constexpr Guid MEDIASUBTYPE_KtH263 = {
+    0x7dca46f1, 0x0e3a, 0x41c4, {0x89, 0x07, 0x86, 0x42, 0x36, 0xaa, 0x0e, 0x24}};
+inline constexpr Guid MEDIASUBTYPE_KtH263Stamped = {
+    0x6a0a40f2, 0xc9f0, 0x4751, {0xbd, 0x2c, 0x19, 0xeb, 0x08, 0xd9, 0x15, 0x2c}};
+inline constexpr Guid MEDIASUBTYPE_KtAmr = {
+    0x1829d70c, 0x27f9, 0x4d60, {0xa7, 0x92, 0xc4, 0x45, 0x24, 0x12, 0x8a, 0x1d}};
+inline constexpr Guid MEDIASUBTYPE_KtAmrStamped = {
+    0x2c7e00d7, 0xc51c, 0x42cf, {0xaa, 0x6b, 0xa3, 0xed, 0xc1, 0xc0, 0xe2, 0x2e}};
+
+/// Format block of the video types: a VIDEOINFOHEADER, the media time scale and the decoder specific info.
+inline constexpr Guid FORMAT_KtMp4Video = {
+    0x615e9085, 0x099b, 0x47f5, {0xae, 0xf7, 0x13, 0xcc, 0xa2, 0x7f, 0xc0, 0x16}};
+
+/// What the registry calls the content of a file; nothing else looks at it.
+inline constexpr Guid MEDIATYPE_KtMp4Stream = {
+    0xdb868522, 0xc8e1, 0x41ec, {0x97, 0xb4, 0x0e, 0x9e, 0x24, 0xd5, 0xcf, 0x1e}};
+
+/// The filter, its two property pages, and the decoder filter that takes its video types.
+inline constexpr Guid CLSID_KtMp4FileReader = {
+    0xf6c64ad8, 0x5aec, 0x4c96, {0x99, 0xee, 0x13, 0xfa, 0xf1, 0x4d, 0x68, 0xe9}};
+inline constexpr Guid CLSID_KtMp4FileReaderAboutPage = {
+    0xde5f8226, 0x529c, 0x4046, {0xa7, 0x6c, 0x58, 0x9e, 0x7a, 0x0d, 0xa2, 0x62}};
+inline constexpr Guid CLSID_KtMp4FileReaderPropertyPage = {
+    0x558cec7a, 0xc9ce, 0x4ab0, {0x8e, 0x6b, 0x2c, 0x1d, 0x9e, 0xf6, 0xd3, 0x24}};
+inline constexpr Guid CLSID_KtMp4Decoder = {
+    0xb3b19ce8, 0x8ed8, 0x4e87, {0x9d, 0x6c, 0xd4, 0xdc, 0xd6, 0xd9, 0x7e, 0x00}};
+
+/// Interfaces of the filter, and the one that an application implements to be called with texts.
+inline constexpr Guid IID_IMP4FileReader = {
+    0xddadcdd4, 0xc0aa, 0x47dd, {0x95, 0x46, 0xb6, 0xd1, 0xd8, 0x2d, 0x3d, 0x94}};
+inline constexpr Guid IID_IMetadataStorage = {
+    0x877496e5, 0x6d04, 0x42b6, {0x86, 0xd2, 0x2b, 0xf9, 0x72, 0x4a, 0xaa, 0x52}};
+inline constexpr Guid IID_ICaptionCallback = {
+    0x0714c3fd, 0xe0d2, 0x4189, {0x8d, 0x23, 0x39, 0x2d, 0x9f, 0xca, 0xfc, 0x97}};
+
+/// The identifier that the platform builds on a four-character code; the code stands in it in file order.
+constexpr Guid FourCcGuid(const char (&text)[5]) {
+  const u32 code = FourCc(text);
+  const u32 swapped = code >> 24 | (code >> 8 & 0xFF00) | (code << 8 & 0xFF0000) | code << 24;
+  return {swapped, 0x0000, 0x0010, {0x80, 0x00, 0x00, 0xaa, 0x00, 0x38, 0x9b, 0x71}};
+}
+
+/// The platform's own.
+inline constexpr Guid GUID_NULL = {};
+inline constexpr Guid MEDIATYPE_Video = FourCcGuid("vids");
+inline constexpr Guid MEDIATYPE_Audio = FourCcGuid("auds");
+inline constexpr Guid MEDIATYPE_Text = FourCcGuid("txts");
+inline constexpr Guid MEDIATYPE_AUXLine21Data = {
+    0x670aea80, 0x3a82, 0x11d0, {0xb7, 0x9b, 0x00, 0xaa, 0x00, 0x37, 0x67, 0xa7}};
+inline constexpr Guid MEDIASUBTYPE_Line21_BytePair = {
+    0x6e8d4a22, 0x310c, 0x11d0, {0xb7, 0x9a, 0x00, 0xaa, 0x00, 0x37, 0x67, 0xa7}};
+inline constexpr Guid FORMAT_WaveFormatEx = {
+    0x05589f81, 0xc356, 0x11ce, {0xbf, 0x01, 0x00, 0xaa, 0x00, 0x55, 0x59, 0x5a}};
+
+/// True for the four subtypes whose samples begin with a header of times.
+constexpr bool IsStampedSubtype(const Guid& subtype) {
+  return subtype == MEDIASUBTYPE_KtMp4VideoStamped || subtype == MEDIASUBTYPE_KtMp4AudioStamped ||
+         subtype == MEDIASUBTYPE_KtH263Stamped || subtype == MEDIASUBTYPE_KtAmrStamped;
+}
+
+}  // namespace kt

@@ -1,0 +1,135 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "engine/mp4_track.h"
+#include "filter/logic/filter_result.h"
+#include "filter/logic/media_type.h"
+#include "filter/logic/track_lock.h"
+
+namespace kt {
+
+/// What a pin carries. Pins exist for video, audio and Line 21 only.
+enum PinKind : u32 {
+  PIN_UNKNOWN = 0,
+  PIN_VIDEO = 1,
+  PIN_AUDIO = 2,
+  PIN_OBJECT_DESCRIPTOR = 3,
+  PIN_SCENE_DESCRIPTION = 4,
+  PIN_LINE21 = 5,
+};
+
+/// How a pin's samples are coded.
+enum PinFormat : u32 {
+  PIN_FORMAT_UNKNOWN = 0,
+  PIN_FORMAT_MPEG4_VIDEO = 1,
+  PIN_FORMAT_MPEG4_AUDIO = 2,
+  PIN_FORMAT_H263 = 4,
+  PIN_FORMAT_AMR_WIDE = 5,
+  PIN_FORMAT_AMR_NARROW = 6,
+};
+
+/// Where a pin's worker stands. Read and written under the track lock. Times are in 100 ns units, but for
+/// `m_baseTime`.
+struct PinPosition {
+  /// Number of the sample last taken; 0 before the first.
+  u32 m_currentSample = 0;
+  /// Decoding time in media ticks that maps to stream time 0.
+  u64 m_baseTime = 0;
+  i64 m_startPosition = 0;
+  /// 0 for none.
+  i64 m_stopPosition = 0;
+};
+
+/// What a new segment is announced with, when a pin's worker starts to play.
+struct PinSegment {
+  i64 start = 0;
+  i64 stop = 0;
+  /// 0.0, although the pin plays at rate 1: downstream has always been told so.
+  double rate = 0.0;
+};
+
+/// One output pin without the platform: what it knows of its track, the media types that it offers and takes,
+/// and the buffers that it needs. All operations but `GetDuration`, `Segment` and `Position` belong to
+/// connection work and are not to be called while the worker runs.
+class CReaderPin {
+ public:
+  /// `name` is what graphs show; several pins may have the same.
+  CReaderPin(CTrackLock& trackLock, std::string name);
+  CReaderPin(const CReaderPin&) = delete;
+  CReaderPin& operator=(const CReaderPin&) = delete;
+
+  /// Learns from `track`, which the file goes on owning. 0, or 1 when the track does not tell what is needed;
+  /// the pin is then usable with what was learned until then.
+  u32 SetTrack(CMp4Track* track);
+  /// Forgets the track, whose file is about to go; whatever needs it fails from now on.
+  void LoseTrack();
+  /// The first pin of a source answers for positions.
+  void SetSeekMaster(u32 seekMaster) { m_seekMaster = seekMaster; }
+
+  /// The type at `position`: 0 the plain one, 1 the stamped one. InvalidArgument for a negative position,
+  /// NoMoreItems from 2 on. A pin that could not read its track's kind offers empty types.
+  FilterResult GetMediaType(i32 position, MediaType* type) const;
+  /// Ok, or InvalidArgument. Looks at the two type identifiers alone, not at the format.
+  FilterResult CheckMediaType(const MediaType& type) const;
+  /// Takes the type of the connection. Always Ok.
+  FilterResult SetMediaType(const MediaType& type);
+  /// The buffers for the connected type. OutOfMemory when one would exceed 256 MiB.
+  FilterResult DecideBufferSize(BufferRequest* request) const;
+
+  /// Length of the track in 100 ns units: the decoding time of its last sample and one mean step more. False
+  /// when the track can not tell.
+  FilterResult GetDuration(i64* duration) const;
+  PinSegment Segment() const;
+  /// To be read and written under `TrackLock`.
+  PinPosition& Position() { return m_position; }
+
+  const std::string& Name() const { return m_name; }
+  /// Null when there is none. To be called under `TrackLock`.
+  CMp4Track* Track() const { return m_track; }
+  CTrackLock& TrackLock() const { return m_trackLock; }
+  PinKind Kind() const { return m_kind; }
+  PinFormat Format() const { return m_format; }
+  u32 SampleCount() const { return m_sampleCount; }
+  /// Media ticks per second.
+  u32 TimeScale() const { return m_timeScale; }
+  u16 Width() const { return m_width; }
+  u16 Height() const { return m_height; }
+  u32 SampleRate() const { return m_sampleRate; }
+  u32 Channels() const { return m_channels; }
+  const std::vector<u8>& DecoderInfo() const { return m_decoderInfo; }
+  u32 SeekMaster() const { return m_seekMaster; }
+  /// Bytes ahead of each sample in the media buffer: 16 when the connected type is a stamped one, otherwise
+  /// 0.
+  u32 HeaderSize() const;
+
+ private:
+  u32 LearnVideo();
+  u32 LearnAudio();
+  void LearnDecoderInfo();
+  Guid OfferedSubtype(bool stamped) const;
+  std::vector<u8> VideoFormatBlock() const;
+  std::vector<u8> AudioFormatBlock() const;
+
+  CTrackLock& m_trackLock;
+  const std::string m_name;
+  CMp4Track* m_track = nullptr;
+  PinPosition m_position;
+  u32 m_sampleCount = 0;
+  u32 m_timeScale = 0;
+  PinKind m_kind = PIN_UNKNOWN;
+  PinFormat m_format = PIN_FORMAT_UNKNOWN;
+  u16 m_width = 0;
+  u16 m_height = 0;
+  u32 m_sampleRate = 0;
+  u32 m_channels = 0;
+  /// Never learned; the audio format block says 0.
+  u32 m_avgBytesPerSecond = 0;
+  std::vector<u8> m_decoderInfo;
+  u32 m_seekMaster = 0;
+  bool m_textConnection = false;
+  Guid m_connectedSubtype;
+};
+
+}  // namespace kt

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "filter/logic/reader_source.h"
+
+namespace kt {
+
+/// A media buffer on its way downstream. Times are in 100 ns units.
+class MediaSample {
+ public:
+  virtual u8* GetPointer() = 0;
+  /// Room in bytes.
+  virtual u64 GetSize() = 0;
+  virtual void SetActualDataLength(u32 length) = 0;
+  virtual void SetTime(i64 start, i64 stop) = 0;
+  /// `start` is the sample's number.
+  virtual void SetMediaTime(i64 start, i64 stop) = 0;
+  virtual void SetSyncPoint(bool isSyncPoint) = 0;
+
+ protected:
+  ~MediaSample() = default;
+};
+
+/// The time of the running graph.
+class StreamClock {
+ public:
+  /// 100 ns units since the start of the run; 0 unless the graph runs and has a clock.
+  virtual i64 GetStreamTime() = 0;
+
+ protected:
+  ~StreamClock() = default;
+};
+
+/// How a pin's worker waits.
+class RequestWait {
+ public:
+  /// Returns when `milliseconds` have passed, or at once when the worker is asked for something other than to
+  /// run or to pause: then true, and the request is left for the worker's loop to answer.
+  virtual bool WaitForRequest(u32 milliseconds) = 0;
+
+ protected:
+  ~RequestWait() = default;
+};
+
+/// Takes the texts that ride in video samples.
+class TextReceiver {
+ public:
+  /// `time` is the start stamp of the sample, so it counts from the last seek.
+  virtual void AddMetadataText(i64 time, const char* text) = 0;
+
+ protected:
+  ~TextReceiver() = default;
+};
+
+/// Takes the byte pairs of a caption track (CEA-608) that are to become text.
+class CaptionDecoder {
+ public:
+  /// `time` is the position of the pair in the file, in 100 ns units.
+  virtual void Decode(const u8* bytes, i32 count, i64 time) = 0;
+
+ protected:
+  ~CaptionDecoder() = default;
+};
+
+/// What a delivery works with besides the pin. The clock, the receiver and the decoder belong to the whole
+/// filter, the wait to the pin's worker.
+struct DeliverySurroundings {
+  StreamClock& clock;
+  RequestWait& wait;
+  TextReceiver& texts;
+  CaptionDecoder& decoder;
+};
+
+/// Delivers the samples of one pin, in the order of their numbers. One worker calls it.
+class CSampleDelivery {
+ public:
+  /// Everything is borrowed.
+  CSampleDelivery(const CReaderSource& source, CReaderPin& pin, DeliverySurroundings surroundings);
+
+  /// Fills `sample` with the pin's next one. Ok: it is to be delivered. False: the stream has ended, which is
+  /// also the answer to whatever can not be read.
+  ///
+  /// A sample goes out only when the one behind it has a time, so the last one of a track never does. Line 21
+  /// pins wait here until 50 ms before the sample is due; a request ends the wait and gives the sample back
+  /// as it is, with Ok.
+  FilterResult FillBuffer(MediaSample& sample);
+
+ private:
+  struct Taken;
+
+  FilterResult TakeSample(MediaSample& sample, Taken* taken);
+  Mp4Result ReadBytes(CMp4Track* track, u32 size, Taken* taken);
+  static bool IsBeyondStop(const Taken& taken, const PinPosition& position, u32 timeScale);
+  FilterResult PaceCaption(const Taken& taken, bool* interrupted);
+  void WriteHeader(const Taken& taken) const;
+  bool MediaSpan(i64* span) const;
+  void FindMetadataText(const Taken& taken, i64 start);
+
+  const CReaderSource& m_source;
+  CReaderPin& m_pin;
+  const DeliverySurroundings m_surroundings;
+};
+
+}  // namespace kt
