@@ -68,6 +68,23 @@ class CItemList {
     return MP4_OK;
   }
 
+  /// Takes the node with that number out of the list, its own number 0. The nodes behind it keep theirs, so
+  /// that the numbers have a gap; the cursor forgets its place. MP4_NOT_READY for an empty list,
+  /// MP4_BAD_ARGUMENT beyond the count, MP4_NOT_FOUND for a number that no node has.
+  Mp4Result Remove(u32 index, std::unique_ptr<Node>* node) {
+    if (!m_head) return MP4_NOT_READY;
+    if (index > m_count) return MP4_BAD_ARGUMENT;
+    Node* previous = nullptr;
+    Node* wanted = m_head.get();
+    while (wanted != nullptr && wanted->index != index) {
+      previous = wanted;
+      wanted = wanted->next.get();
+    }
+    if (wanted == nullptr) return MP4_NOT_FOUND;
+    *node = Unlink(previous);
+    return MP4_OK;
+  }
+
   u32 GetCount() const { return m_count; }
 
   /// Deletes every node and item.
@@ -79,6 +96,18 @@ class CItemList {
   }
 
  protected:
+  /// Takes out the node behind `previous`, or the first for null; there has to be one.
+  std::unique_ptr<Node> Unlink(Node* previous) {
+    std::unique_ptr<Node>& link = previous != nullptr ? previous->next : m_head;
+    std::unique_ptr<Node> node = std::move(link);
+    link = std::move(node->next);
+    if (m_tail == node.get()) m_tail = previous;
+    m_cursor = nullptr;
+    --m_count;
+    node->index = 0;
+    return node;
+  }
+
   std::unique_ptr<Node> m_head;
   Node* m_tail = nullptr;
   Node* m_cursor = nullptr;

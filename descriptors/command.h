@@ -1,0 +1,46 @@
+#pragma once
+
+#include "engine/storage.h"
+
+namespace kt {
+
+/// Base of the object descriptor commands, the access units of an object descriptor stream. On the wire a
+/// command looks like a descriptor, but it has tags and failures of its own. ISO/IEC 14496-1, 8.5.
+class CBaseCommand {
+ public:
+  /// The bare command, all fields zero, into which a header is read.
+  CBaseCommand() = default;
+  explicit CBaseCommand(u32 tag) : m_tag(tag) {}
+  CBaseCommand(const CBaseCommand& header) = default;
+  CBaseCommand& operator=(const CBaseCommand& header) = delete;
+  virtual ~CBaseCommand() = default;
+
+  /// Here: reads tag and size; MP4_BAD_COMMAND for a size code of more than five bytes. In a derived class:
+  /// reads the body behind a header that has been read.
+  virtual Mp4Result Deserialize(CStorage* storage);
+  /// Writes tag, size and body. `CalculateSize` has to run before. MP4_COMMAND_OVERRUN for a body of 2^28
+  /// bytes and more.
+  virtual Mp4Result Serialize(CStorage* storage);
+  /// The same into memory: `*cursor` moves and `*room` falls by the bytes written. MP4_BUFFER_TOO_SMALL
+  /// before anything is written beyond the room.
+  virtual Mp4Result SerializeToBuffer(u8** cursor, u32* room);
+  /// Prints the command on standard output, `indent` levels of two blanks deep.
+  virtual Mp4Result Dump(int indent);
+  /// Works the size of the body out from the contents.
+  virtual Mp4Result CalculateSize();
+
+  /// Size of the body, and of the header as it is written: other than a descriptor, a command does not
+  /// answer with the header that was read.
+  Mp4Result GetSize(u32* size, u32* headerSize) const;
+  Mp4Result GetTag(u32* tag) const;
+  /// Bytes of the body that `Deserialize` has not consumed.
+  Mp4Result GetRemaining(u32* remaining) const;
+
+ protected:
+  u32 m_tag = 0;
+  u32 m_size = 0;        // of the body
+  u32 m_headerSize = 0;  // as read
+  u32 m_remaining = 0;
+};
+
+}  // namespace kt
