@@ -1,0 +1,137 @@
+#include <algorithm>
+#include <iterator>
+#include <new>
+
+#include "boxes/amr_sample_entry.h"
+#include "boxes/copyright_box.h"
+#include "boxes/data_information_box.h"
+#include "boxes/data_reference_box.h"
+#include "boxes/file_type_box.h"
+#include "boxes/h263_sample_entry.h"
+#include "boxes/handler_reference_box.h"
+#include "boxes/media_box.h"
+#include "boxes/media_data_box.h"
+#include "boxes/media_header_box.h"
+#include "boxes/media_information_box.h"
+#include "boxes/movie_box.h"
+#include "boxes/movie_header_box.h"
+#include "boxes/sample_description_box.h"
+#include "boxes/sample_table_box.h"
+#include "boxes/sound_media_header_box.h"
+#include "boxes/track_box.h"
+#include "boxes/track_header_box.h"
+#include "boxes/user_data_box.h"
+#include "boxes/video_media_header_box.h"
+#include "engine/box_list.h"
+
+namespace kt {
+namespace {
+
+using BoxMaker = std::unique_ptr<CBox> (*)(CBox&& header);
+
+template <class BoxClass>
+std::unique_ptr<CBox> Make(CBox&& header) {
+  return std::unique_ptr<CBox>(new (std::nothrow) BoxClass(std::move(header)));
+}
+
+struct BoxRow {
+  u32 code;
+  BoxMaker make;  // null for a code whose boxes are kept as unknown ones
+};
+
+/// Every code with a class of its own. "nmhd", "ln21" and "uuid" are left out: read back they are unknown
+/// boxes, and callers rely on it.
+constexpr BoxRow kBoxRows[] = {
+    {FourCc("co64"), nullptr},
+    {FourCc("cprt"), Make<CCopyrightBox>},
+    {FourCc("ctts"), nullptr},
+    {FourCc("d263"), Make<CH263SpecificBox>},
+    {FourCc("damr"), Make<CAMRSpecificBox>},
+    {FourCc("dinf"), Make<CDataInformationBox>},
+    {FourCc("dref"), Make<CDataReferenceBox>},
+    {FourCc("edts"), nullptr},
+    {FourCc("elst"), nullptr},
+    {FourCc("ftyp"), Make<CFileTypeBox>},
+    {FourCc("hdlr"), Make<CHandlerReferenceBox>},
+    {FourCc("hint"), nullptr},
+    {FourCc("hmhd"), nullptr},
+    {FourCc("hnti"), nullptr},
+    {FourCc("iods"), nullptr},
+    {FourCc("mdat"), Make<CMediaDataBox>},
+    {FourCc("mdhd"), Make<CMediaHeaderBox>},
+    {FourCc("mdia"), Make<CMediaBox>},
+    {FourCc("minf"), Make<CMediaInformationBox>},
+    {FourCc("moov"), Make<CMovieBox>},
+    {FourCc("mp4a"), nullptr},
+    {FourCc("mp4s"), nullptr},
+    {FourCc("mp4v"), nullptr},
+    {FourCc("mpod"), nullptr},
+    {FourCc("mvhd"), Make<CMovieHeaderBox>},
+    {FourCc("rtp "), nullptr},
+    {FourCc("s263"), Make<CH263SampleEntry>},
+    {FourCc("samr"), Make<CAMRNBSampleEntry>},
+    {FourCc("sawb"), Make<CAMRWBSampleEntry>},
+    {FourCc("sdp "), nullptr},
+    {FourCc("smhd"), Make<CSoundMediaHeaderBox>},
+    {FourCc("snro"), nullptr},
+    {FourCc("stbl"), Make<CSampleTableBox>},
+    {FourCc("stco"), nullptr},
+    {FourCc("stsc"), nullptr},
+    {FourCc("stsd"), Make<CSampleDescriptionBox>},
+    {FourCc("stss"), nullptr},
+    {FourCc("stsz"), nullptr},
+    {FourCc("stts"), nullptr},
+    {FourCc("tims"), nullptr},
+    {FourCc("tkhd"), Make<CTrackHeaderBox>},
+    {FourCc("trak"), Make<CTrackBox>},
+    {FourCc("tref"), nullptr},
+    {FourCc("tsro"), nullptr},
+    {FourCc("udta"), Make<CUserDataBox>},
+    {FourCc("url "), Make<CDataEntryURLBox>},
+    {FourCc("urn "), Make<CDataEntryURNBox>},
+    {FourCc("vmhd"), Make<CVideoMediaHeaderBox>},
+};
+static_assert(std::size(kBoxRows) == 48);
+// Rising without a repetition, for the binary search.
+static_assert(std::ranges::adjacent_find(kBoxRows, std::ranges::greater_equal{}, &BoxRow::code) ==
+              std::end(kBoxRows));
+
+BoxMaker FindMaker(u32 code) {
+  const BoxRow* row = std::ranges::lower_bound(kBoxRows, code, {}, &BoxRow::code);
+  return row != std::end(kBoxRows) && row->code == code ? row->make : nullptr;
+}
+
+// "rtp " is two classes, told apart by what stands around it.
+bool MayHoldRtp(u32 parentType) {
+  return parentType == FourCc("hnti") || parentType == FourCc("stsd");
+}
+
+}  // namespace
+
+Mp4Result CreateBox(CStorage* storage, u32 parentType, std::unique_ptr<CBox>* box, u32* type) {
+  box->reset();
+  const CNesting nesting(storage);
+  if (nesting.TooDeep()) return MP4_CORRUPT;
+  std::unique_ptr<CBox> header(new (std::nothrow) CBox);
+  if (!header) return MP4_NO_MEMORY;
+  KT_TRY(header->Deserialize(storage));
+  KT_TRY(header->GetType(type));
+  if (*type == FourCc("rtp ") && !MayHoldRtp(parentType)) return MP4_BAD_BOX;
+
+  const BoxMaker make = FindMaker(*type);
+  if (make == nullptr) {
+    *type = 0;
+    u64 payload = 0;
+    KT_TRY(header->GetRemaining(&payload));
+    KT_TRY(storage->Skip(payload));
+    *box = std::move(header);
+    return MP4_OK;
+  }
+  std::unique_ptr<CBox> made = make(std::move(*header));
+  if (!made) return MP4_NO_MEMORY;
+  KT_TRY(made->Deserialize(storage));
+  *box = std::move(made);
+  return MP4_OK;
+}
+
+}  // namespace kt
