@@ -68,6 +68,9 @@ class CReaderSource {
   /// Another filter of this class was already in the graph and the platform allows but one: `Load` refuses.
   void SetSecondInstance(bool secondInstance) { m_secondInstance = secondInstance; }
 
+  /// What the URL parameter `forextractoruse` sets, for a host with a switch of its own.
+  void SetForExtractor(u32 forExtractor) { m_switches.m_forExtractor = forExtractor; }
+
   /// Opens a file or a ktmp4file:// URL (see `ParseSourceName`), fills the tables and makes a pin for each
   /// video, audio and, when captions are wanted, Line 21 track. What can not be read of a track is told to
   /// the host and left out; a file without a usable track loads and has no pins. `name` is in the system's
