@@ -149,6 +149,7 @@ class CFieldSizer {
     return MP4_OK;
   }
   Mp4Result Sized(u64 /*field*/, bool wide) { return Reserved(wide ? 8 : 4); }
+  Mp4Result Sized(i64 /*field*/, bool wide) { return Reserved(wide ? 8 : 4); }
   Mp4Result UInt24(u32 /*field*/) { return Reserved(3); }
   Mp4Result Bytes(const u8* /*bytes*/, u32 count) { return Reserved(count); }
   Mp4Result Reserved(u32 count) {
