@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdio>
+
+#include "boxes/data_list.h"
+#include "engine/field_io.h"
+
+namespace kt {
+
+/// A full box that holds a count and as many records of one form.
+///
+/// The fields of a record are named once, in file order, for reading, writing and sizing (engine/field_io.h):
+///
+///     template <class Fields> Mp4Result VisitEntry(Fields& fields, Entry& entry);
+///
+/// The count alone says how many records are read: it is not held against the size of the box, so a count too
+/// large reads on into what follows, and bytes behind a count too small are left for the next box header.
+template <class Derived, class Entry>
+class CTableBox : public CFullBox {
+ public:
+  explicit CTableBox(u32 type) : CFullBox(type, 0, 0) {}
+  explicit CTableBox(CBox&& header) : CFullBox(std::move(header)) {}
+
+  /// What the storage reports, at once and before any record is read when it does not hold them all;
+  /// MP4_NO_MEMORY. The records read so far stay.
+  Mp4Result Deserialize(CStorage* storage) override {
+    KT_TRY(CFullBox::Deserialize(storage));
+    CFieldReader<u64> reader(storage, &m_remaining);
+    KT_TRY(reader(m_ui32EntryCount));
+    return ReadEntries(storage);
+  }
+  Mp4Result Serialize(CStorage* storage) override {
+    KT_TRY(CFullBox::Serialize(storage));
+    KT_TRY(storage->WriteUInt32(m_ui32EntryCount));
+    return WriteEntries(storage);
+  }
+  Mp4Result CalculateSize() override {
+    KT_TRY(CFullBox::CalculateSize());
+    m_size += 4 + GetEntryBytes();
+    return MP4_OK;
+  }
+  /// Prints the count; the records are not printed.
+  Mp4Result Dump(int indent) override {
+    KT_TRY(CFullBox::Dump(indent));
+    PrintIndent(indent);
+    std::printf("Entry count = %u\n", m_ui32EntryCount);
+    return MP4_OK;
+  }
+
+  u32 GetEntryCount() const { return m_ui32EntryCount; }
+  /// Record `index` as it stands in the file. MP4_ZERO_INDEX for 0, MP4_NOT_FOUND beyond the count.
+  Mp4Result GetEntry(u32 index, Entry* entry) const { return m_List.GetAt(index, entry); }
+
+ protected:
+  Mp4Result ReadEntries(CStorage* storage) {
+    // Before the first record is kept: the file has to be able to hold what it claims.
+    KT_TRY(storage->RequireBytes(GetEntryBytes()));
+    CFieldReader<u64> reader(storage, &m_remaining);
+    for (u32 i = 0; i < m_ui32EntryCount; ++i) {
+      Entry entry{};
+      KT_TRY(Self().VisitEntry(reader, entry));
+      KT_TRY(m_List.Append(&entry));
+    }
+    return MP4_OK;
+  }
+  Mp4Result WriteEntries(CStorage* storage) {
+    CFieldWriter writer(storage);
+    for (u32 i = 0; i < m_ui32EntryCount; ++i) {
+      Entry entry{};
+      KT_TRY(m_List.GetAt(i + 1, &entry));
+      KT_TRY(Self().VisitEntry(writer, entry));
+    }
+    return MP4_OK;
+  }
+  /// Bytes that the records take in the file.
+  u64 GetEntryBytes() {
+    u64 width = 0;
+    CFieldSizer<u64> sizer(&width);
+    Entry entry{};
+    static_cast<void>(Self().VisitEntry(sizer, entry));
+    return width * m_ui32EntryCount;
+  }
+  /// Adds a record at the end and counts it. MP4_NO_MEMORY.
+  Mp4Result AppendEntry(const Entry& entry) {
+    KT_TRY(m_List.Append(&entry));
+    ++m_ui32EntryCount;
+    return MP4_OK;
+  }
+
+  u32 m_ui32EntryCount = 0;
+  CDataList<Entry> m_List;
+
+ private:
+  Derived& Self() { return static_cast<Derived&>(*this); }
+};
+
+}  // namespace kt
