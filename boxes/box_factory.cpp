@@ -3,9 +3,14 @@
 #include <new>
 
 #include "boxes/amr_sample_entry.h"
+#include "boxes/chunk_large_offset_box.h"
+#include "boxes/chunk_offset_box.h"
+#include "boxes/composition_offset_box.h"
 #include "boxes/copyright_box.h"
 #include "boxes/data_information_box.h"
 #include "boxes/data_reference_box.h"
+#include "boxes/edit_box.h"
+#include "boxes/edit_list_box.h"
 #include "boxes/file_type_box.h"
 #include "boxes/h263_sample_entry.h"
 #include "boxes/handler_reference_box.h"
@@ -16,10 +21,16 @@
 #include "boxes/movie_box.h"
 #include "boxes/movie_header_box.h"
 #include "boxes/sample_description_box.h"
+#include "boxes/sample_size_box.h"
 #include "boxes/sample_table_box.h"
+#include "boxes/sample_to_chunk_box.h"
 #include "boxes/sound_media_header_box.h"
+#include "boxes/sync_sample_box.h"
+#include "boxes/time_to_sample_box.h"
 #include "boxes/track_box.h"
 #include "boxes/track_header_box.h"
+#include "boxes/track_reference_box.h"
+#include "boxes/track_reference_type_box.h"
 #include "boxes/user_data_box.h"
 #include "boxes/video_media_header_box.h"
 #include "engine/box_list.h"
@@ -42,18 +53,18 @@ struct BoxRow {
 /// Every code with a class of its own. "nmhd", "ln21" and "uuid" are left out: read back they are unknown
 /// boxes, and callers rely on it.
 constexpr BoxRow kBoxRows[] = {
-    {FourCc("co64"), nullptr},
+    {FourCc("co64"), Make<CChunkLargeOffsetBox>},
     {FourCc("cprt"), Make<CCopyrightBox>},
-    {FourCc("ctts"), nullptr},
+    {FourCc("ctts"), Make<CCompositionOffsetBox>},
     {FourCc("d263"), Make<CH263SpecificBox>},
     {FourCc("damr"), Make<CAMRSpecificBox>},
     {FourCc("dinf"), Make<CDataInformationBox>},
     {FourCc("dref"), Make<CDataReferenceBox>},
-    {FourCc("edts"), nullptr},
-    {FourCc("elst"), nullptr},
+    {FourCc("edts"), Make<CEditBox>},
+    {FourCc("elst"), Make<CEditListBox>},
     {FourCc("ftyp"), Make<CFileTypeBox>},
     {FourCc("hdlr"), Make<CHandlerReferenceBox>},
-    {FourCc("hint"), nullptr},
+    {FourCc("hint"), Make<CTrackReferenceTypeBox>},
     {FourCc("hmhd"), nullptr},
     {FourCc("hnti"), nullptr},
     {FourCc("iods"), nullptr},
@@ -65,7 +76,7 @@ constexpr BoxRow kBoxRows[] = {
     {FourCc("mp4a"), nullptr},
     {FourCc("mp4s"), nullptr},
     {FourCc("mp4v"), nullptr},
-    {FourCc("mpod"), nullptr},
+    {FourCc("mpod"), Make<CTrackReferenceTypeBox>},
     {FourCc("mvhd"), Make<CMovieHeaderBox>},
     {FourCc("rtp "), nullptr},
     {FourCc("s263"), Make<CH263SampleEntry>},
@@ -75,16 +86,16 @@ constexpr BoxRow kBoxRows[] = {
     {FourCc("smhd"), Make<CSoundMediaHeaderBox>},
     {FourCc("snro"), nullptr},
     {FourCc("stbl"), Make<CSampleTableBox>},
-    {FourCc("stco"), nullptr},
-    {FourCc("stsc"), nullptr},
+    {FourCc("stco"), Make<CChunkOffsetBox>},
+    {FourCc("stsc"), Make<CSampleToChunkBox>},
     {FourCc("stsd"), Make<CSampleDescriptionBox>},
-    {FourCc("stss"), nullptr},
-    {FourCc("stsz"), nullptr},
-    {FourCc("stts"), nullptr},
+    {FourCc("stss"), Make<CSyncSampleBox>},
+    {FourCc("stsz"), Make<CSampleSizeBox>},
+    {FourCc("stts"), Make<CTimeToSampleBox>},
     {FourCc("tims"), nullptr},
     {FourCc("tkhd"), Make<CTrackHeaderBox>},
     {FourCc("trak"), Make<CTrackBox>},
-    {FourCc("tref"), nullptr},
+    {FourCc("tref"), Make<CTrackReferenceBox>},
     {FourCc("tsro"), nullptr},
     {FourCc("udta"), Make<CUserDataBox>},
     {FourCc("url "), Make<CDataEntryURLBox>},
