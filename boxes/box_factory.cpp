@@ -20,6 +20,7 @@
 #include "boxes/media_information_box.h"
 #include "boxes/movie_box.h"
 #include "boxes/movie_header_box.h"
+#include "boxes/mp4_sample_entry.h"
 #include "boxes/sample_description_box.h"
 #include "boxes/sample_size_box.h"
 #include "boxes/sample_table_box.h"
@@ -73,9 +74,9 @@ constexpr BoxRow kBoxRows[] = {
     {FourCc("mdia"), Make<CMediaBox>},
     {FourCc("minf"), Make<CMediaInformationBox>},
     {FourCc("moov"), Make<CMovieBox>},
-    {FourCc("mp4a"), nullptr},
-    {FourCc("mp4s"), nullptr},
-    {FourCc("mp4v"), nullptr},
+    {FourCc("mp4a"), Make<CMP4AudioSampleEntry>},
+    {FourCc("mp4s"), Make<CMP4MpegSampleEntry>},
+    {FourCc("mp4v"), Make<CMP4VisualSampleEntry>},
     {FourCc("mpod"), Make<CTrackReferenceTypeBox>},
     {FourCc("mvhd"), Make<CMovieHeaderBox>},
     {FourCc("rtp "), nullptr},

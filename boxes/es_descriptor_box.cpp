@@ -1,0 +1,57 @@
+#include "boxes/es_descriptor_box.h"
+
+#include <new>
+
+#include "descriptors/descriptor_list.h"
+
+namespace kt {
+
+Mp4Result CESDBox::Deserialize(CStorage* storage) {
+  KT_TRY(CFullBox::Deserialize(storage));
+  std::unique_ptr<CBaseDescriptor> descriptor;
+  u32 tag = 0;
+  KT_TRY(CreateDescriptor(storage, 0, &descriptor, &tag));
+  if (tag != kEsDescriptorTag) return MP4_BAD_BOX;
+  m_pDescriptor.reset(static_cast<CESDescriptor*>(descriptor.release()));
+  u64 size = 0;
+  KT_TRY(DescriptorSize(&size));
+  if (m_remaining < size) return MP4_DESCRIPTOR_OVERRUN;
+  m_remaining -= size;
+  return MP4_OK;
+}
+
+Mp4Result CESDBox::Serialize(CStorage* storage) {
+  KT_TRY(CFullBox::Serialize(storage));
+  return m_pDescriptor ? m_pDescriptor->Serialize(storage) : MP4_BAD_BOX;
+}
+
+Mp4Result CESDBox::Dump(int indent) {
+  KT_TRY(CFullBox::Dump(indent));
+  return m_pDescriptor ? m_pDescriptor->Dump(indent + 1) : MP4_BAD_BOX;
+}
+
+Mp4Result CESDBox::CalculateSize() {
+  KT_TRY(CFullBox::CalculateSize());
+  if (!m_pDescriptor) return MP4_BAD_BOX;
+  KT_TRY(m_pDescriptor->CalculateSize());
+  u64 size = 0;
+  KT_TRY(DescriptorSize(&size));
+  m_size += size;
+  return MP4_OK;
+}
+
+Mp4Result CESDBox::MakeDescriptor(CESDescriptor** descriptor) {
+  if (!m_pDescriptor) m_pDescriptor.reset(new (std::nothrow) CESDescriptor);
+  *descriptor = m_pDescriptor.get();
+  return m_pDescriptor ? MP4_OK : MP4_NO_MEMORY;
+}
+
+Mp4Result CESDBox::DescriptorSize(u64* size) const {
+  u32 body = 0;
+  u32 header = 0;
+  KT_TRY(m_pDescriptor->GetSize(&body, &header));
+  *size = u64{body} + header;
+  return MP4_OK;
+}
+
+}  // namespace kt
