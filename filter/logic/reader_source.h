@@ -2,6 +2,8 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -101,8 +103,16 @@ class CReaderSource {
   FilterResult OpenFile(const std::string& path);
   void CloseFile();
   FilterResult LoadTrack(u32 trackNumber);
-  bool ReadFacts(CMp4Track* track, u32 index, u32* kind);
-  FilterResult MakePin(std::unique_ptr<CReaderPin> pin, CMp4Track* track);
+  /// Fills the tables but for the track's type; returns its `Mp4TrackKind`, none when it can not be read.
+  std::optional<u32> ReadFacts(CMp4Track* track, u32 index);
+  FilterResult MakePin(CMp4Track* track, ReaderTrackType type, const char* name);
+  void GiveBack(CMp4Track* track);
+  /// Calls into the file under the track lock, which is not held while the host talks to a person.
+  template <class Call>
+  Mp4Result Locked(Call call) {
+    const std::lock_guard lock(m_trackLock);
+    return call();
+  }
 
   ReaderHost& m_host;
   const FileFactory m_createFile;

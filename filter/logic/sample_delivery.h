@@ -85,14 +85,29 @@ class CSampleDelivery {
   FilterResult FillBuffer(MediaSample& sample);
 
  private:
-  struct Taken;
+  /// One sample with everything that the track says of it.
+  struct Taken {
+    u8* buffer = nullptr;
+    u32 header = 0;
+    u32 number = 0;
+    /// Bytes behind the header.
+    u32 size = 0;
+    u64 decodingTime = 0;
+    u64 compositionTime = 0;
+    /// The decoding time of the next sample, and whether there is one.
+    u64 nextTime = 0;
+    bool hasNext = false;
+    u32 syncSample = 0;
+    PinPosition position;
+  };
 
   FilterResult TakeSample(MediaSample& sample, Taken* taken);
-  Mp4Result ReadBytes(CMp4Track* track, u32 size, Taken* taken);
-  static bool IsBeyondStop(const Taken& taken, const PinPosition& position, u32 timeScale);
-  FilterResult PaceCaption(const Taken& taken, bool* interrupted);
-  void WriteHeader(const Taken& taken) const;
-  bool MediaSpan(i64* span) const;
+  /// Reads the sample's bytes behind the header; false when that fails.
+  bool ReadBytes(u32 size, Taken* taken) const;
+  bool IsBeyondStop(const Taken& taken) const;
+  /// Waits until the caption is due. Ok also sets `*interrupted`; False when the file is over.
+  FilterResult WaitUntilDue(const Taken& taken, i64 due, bool* interrupted);
+  FilterResult Stamp(const Taken& taken, MediaSample& sample);
   void FindMetadataText(const Taken& taken, i64 start);
 
   const CReaderSource& m_source;
