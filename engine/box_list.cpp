@@ -11,13 +11,16 @@ Mp4Result CBoxList::FindByType(u32 type, CBox** box, u32 occurrence) {
     u32 itemType = 0;
     return node.item->GetType(&itemType) == MP4_OK ? itemType : 0;
   };
-  const bool resume = m_found != nullptr && typeOf(*m_found) == type && m_foundOccurrence <= wanted;
-  Node* node = resume ? m_found : m_head.get();
-  u32 seen = resume ? m_foundOccurrence - 1 : 0;
+  Node* node = m_head.get();
+  u32 seen = 0;
+  for (const Found& found : {m_first, m_later}) {
+    if (found.node == nullptr || typeOf(*found.node) != type || found.occurrence > wanted) continue;
+    node = found.node;
+    seen = found.occurrence - 1;
+  }
   for (; node != nullptr; node = node->next.get()) {
     if (typeOf(*node) != type || ++seen < wanted) continue;
-    m_found = node;
-    m_foundOccurrence = wanted;
+    (wanted == 1 ? m_first : m_later) = {node, wanted};
     *box = node->item.get();
     return MP4_OK;
   }

@@ -30,15 +30,23 @@ class CBoxList : public CItemList<CBox> {
   /// Works every item's size out and stores the sum of what `GetSize` says.
   Mp4Result CalculateSizeAll(u64* total);
   void Clear() {
-    m_found = nullptr;
+    m_first = {};
+    m_later = {};
     CItemList::Clear();
   }
 
  private:
+  // Where a search ended: `node` is the `occurrence`-th box of its type.
+  struct Found {
+    Node* node = nullptr;
+    u32 occurrence = 0;
+  };
+
   const CBox* m_owner;
-  // Where the last search ended, so that asking for one occurrence after the other costs one pass.
-  Node* m_found = nullptr;
-  u32 m_foundOccurrence = 0;
+  // The last search for a first box and the last one for a later box, kept apart: asking for one occurrence
+  // after the other costs one pass, also when a look-up of another box stands between two of them.
+  Found m_first;
+  Found m_later;
 };
 
 }  // namespace kt

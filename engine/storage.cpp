@@ -128,10 +128,10 @@ Mp4Result CStorage::ReadInt16(i16* value) {
 }
 
 Mp4Result CStorage::ReadInt8(i8* value) {
-  u8 bits = static_cast<u8>(*value);
-  const Mp4Result result = ReadUInt8(&bits);
+  u8 bits = 0;
+  KT_TRY(ReadUInt8(&bits));
   *value = static_cast<i8>(bits);
-  return result;
+  return MP4_OK;
 }
 
 Mp4Result CStorage::ReadBytes(u8* buffer, u64 count) {
