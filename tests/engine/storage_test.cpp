@@ -1,0 +1,515 @@
+#include "engine/storage.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <filesystem>
+#include <functional>
+#include <limits>
+
+#include "engine/memory_storage.h"
+#include "support/box_writer.h"
+#include "support/temp_file.h"
+
+#ifndef _WIN32
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#endif
+
+namespace kt {
+namespace {
+
+using test::Bytes;
+using test::TempFile;
+
+constexpr u64 kLargest = std::numeric_limits<u64>::max();
+constexpr u64 kLastPosition = static_cast<u64>(std::numeric_limits<i64>::max());
+
+u32 IsEof(CStorage& storage) {
+  u32 eof = 7;
+  EXPECT_EQ(storage.IsEof(&eof), MP4_OK);
+  return eof;
+}
+
+u64 PositionOf(CStorage& storage) {
+  u64 position = kLargest;
+  EXPECT_EQ(storage.GetPosition(&position), MP4_OK);
+  return position;
+}
+
+/// A file storage open for reading over these bytes.
+class Reader {
+ public:
+  explicit Reader(const std::vector<u8>& content) : m_file(content) {
+    EXPECT_EQ(m_storage.Open(m_file.Name().c_str(), MP4_MODE_READ), MP4_OK);
+  }
+  CStorage& operator*() { return m_storage; }
+  CStorage* operator->() { return &m_storage; }
+
+ private:
+  TempFile m_file;
+  CStorage m_storage;
+};
+
+/// Runs the same calls over both storages, opened to read `content`.
+void OnBoth(const Bytes& content, const std::function<void(CStorage&)>& calls) {
+  {
+    SCOPED_TRACE("file");
+    Reader reader(content);
+    calls(*reader);
+  }
+  SCOPED_TRACE("memory");
+  Bytes block = content;
+  CMemoryStorage memory;
+  ASSERT_EQ(memory.Open(block.data(), static_cast<u32>(block.size()), MP4_MODE_READ), MP4_OK);
+  calls(memory);
+}
+
+TEST(Storage, ReadsBigEndianAndDoesNotExtendThe24BitSign) {
+  const Bytes content = Bytes().U64(0x8123456789ABCDEF).U32(0xFEDCBA98).U24(0xFFFFFF).U16(0x8001).U8(0x80);
+  OnBoth(content, [](CStorage& storage) {
+    u64 wide = 0;
+    u32 word = 0;
+    u32 three = 0xAAAAAAAA;
+    u16 half = 0;
+    u8 byte = 0;
+    EXPECT_EQ(storage.ReadUInt64(&wide), MP4_OK);
+    EXPECT_EQ(storage.ReadUInt32(&word), MP4_OK);
+    EXPECT_EQ(storage.ReadUInt24(&three), MP4_OK);
+    EXPECT_EQ(storage.ReadUInt16(&half), MP4_OK);
+    EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OK);
+    EXPECT_EQ(wide, 0x8123456789ABCDEFu);
+    EXPECT_EQ(word, 0xFEDCBA98u);
+    EXPECT_EQ(three, 0x00FFFFFFu);
+    EXPECT_EQ(half, 0x8001u);
+    EXPECT_EQ(byte, 0x80u);
+    EXPECT_EQ(PositionOf(storage), 18u);
+
+    ASSERT_EQ(storage.SetPosition(0), MP4_OK);
+    i64 signedWide = 0;
+    i32 signedWord = 0;
+    i32 signedThree = 0;
+    i16 signedHalf = 0;
+    i8 signedByte = 0;
+    EXPECT_EQ(storage.ReadInt64(&signedWide), MP4_OK);
+    EXPECT_EQ(storage.ReadInt32(&signedWord), MP4_OK);
+    EXPECT_EQ(storage.ReadInt24(&signedThree), MP4_OK);
+    EXPECT_EQ(storage.ReadInt16(&signedHalf), MP4_OK);
+    EXPECT_EQ(storage.ReadInt8(&signedByte), MP4_OK);
+    EXPECT_EQ(static_cast<u64>(signedWide), wide);
+    EXPECT_EQ(static_cast<u32>(signedWord), word);
+    EXPECT_EQ(signedThree, 0x00FFFFFF);
+    EXPECT_EQ(signedHalf, -32767);
+    EXPECT_EQ(signedByte, -128);
+  });
+}
+
+TEST(Storage, WritesTheSameBytesToBoth) {
+  const auto write = [](CStorage& storage) {
+    EXPECT_EQ(storage.WriteUInt64(0x8123456789ABCDEF), MP4_OK);
+    EXPECT_EQ(storage.WriteInt64(-2), MP4_OK);
+    EXPECT_EQ(storage.WriteUInt32(0xFEDCBA98), MP4_OK);
+    EXPECT_EQ(storage.WriteInt32(-3), MP4_OK);
+    EXPECT_EQ(storage.WriteUInt24(0xAB345678), MP4_OK);
+    EXPECT_EQ(storage.WriteInt24(-4), MP4_OK);
+    EXPECT_EQ(storage.WriteUInt16(0x1234), MP4_OK);
+    EXPECT_EQ(storage.WriteInt16(-5), MP4_OK);
+    EXPECT_EQ(storage.WriteUInt8(0x56), MP4_OK);
+    EXPECT_EQ(storage.WriteInt8(-6), MP4_OK);
+    EXPECT_EQ(storage.WriteString("ab"), MP4_OK);
+    EXPECT_EQ(storage.WriteString(""), MP4_OK);
+    EXPECT_EQ(storage.WriteBytes("cd", 2), MP4_OK);
+    EXPECT_EQ(storage.WriteBlock("ef", 2), MP4_OK);
+  };
+  const Bytes expected = Bytes()
+                             .U64(0x8123456789ABCDEF)
+                             .U64(0xFFFFFFFFFFFFFFFE)
+                             .U32(0xFEDCBA98)
+                             .U32(0xFFFFFFFD)
+                             .U24(0x345678)
+                             .U24(0xFFFFFC)
+                             .U16(0x1234)
+                             .U16(0xFFFB)
+                             .U8(0x56)
+                             .U8(0xFA)
+                             .Text("ab")
+                             .U8(0)
+                             .U8(0)
+                             .Text("cdef");
+  const TempFile file;
+  CStorage storage;
+  ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
+  write(storage);
+  ASSERT_EQ(storage.Close(), MP4_OK);
+  EXPECT_EQ(test::ReadFile(file.Path()), expected);
+
+  std::vector<u8> block(expected.size());
+  CMemoryStorage memory;
+  ASSERT_EQ(memory.Open(block.data(), static_cast<u32>(block.size()), MP4_MODE_WRITE), MP4_OK);
+  write(memory);
+  EXPECT_EQ(block, expected);
+}
+
+// A cut read keeps what arrived, and only a read that ran into the end raises the indicator.
+TEST(FileStorage, CutReadKeepsTheBytesThatArrivedAndRaisesEof) {
+  Reader reader({0x11, 0x22, 0xAA, 0xBB});
+  u16 half = 0;
+  ASSERT_EQ(reader->ReadUInt16(&half), MP4_OK);
+  u32 value = 0xFFFFFFFF;
+  EXPECT_EQ(reader->ReadUInt32(&value), MP4_FILE_IO);
+  EXPECT_EQ(value, 0x0000AABBu);
+  EXPECT_EQ(IsEof(*reader), 1u);
+
+  // With the indicator set nothing is read, not even a block of 0.
+  u8 byte = 0x5A;
+  i8 signedByte = 0x5A;
+  EXPECT_EQ(reader->ReadUInt8(&byte), MP4_FILE_IO);
+  EXPECT_EQ(reader->ReadInt8(&signedByte), MP4_FILE_IO);
+  EXPECT_EQ(byte, 0x5A);
+  EXPECT_EQ(signedByte, 0x5A);
+  EXPECT_EQ(reader->ReadBlock(&byte, 1), MP4_END_OF_FILE);
+  EXPECT_EQ(reader->ReadBlock(&byte, 0), MP4_END_OF_FILE);
+  EXPECT_EQ(reader->ReadBytes(&byte, 1), MP4_FILE_IO);
+  EXPECT_EQ(reader->ReadBytes(&byte, 0), MP4_OK);
+}
+
+TEST(FileStorage, EofIsClearedByMovingAndByNothingElse) {
+  Reader reader({1, 2, 3});
+  const auto runIntoTheEnd = [&reader] {
+    u8 block[4];
+    ASSERT_EQ(reader->SetPosition(0), MP4_OK);
+    ASSERT_EQ(reader->ReadBlock(block, 4), MP4_FILE_IO);
+    ASSERT_EQ(IsEof(*reader), 1u);
+  };
+  u8 block[4];
+  ASSERT_EQ(reader->ReadBlock(block, 3), MP4_OK);
+  EXPECT_EQ(IsEof(*reader), 0u) << "the last byte itself is no end";
+
+  runIntoTheEnd();
+  u64 ignored = 0;
+  EXPECT_EQ(reader->GetSize(&ignored), MP4_OK);
+  EXPECT_EQ(reader->GetPosition(&ignored), MP4_OK);
+  EXPECT_EQ(IsEof(*reader), 1u);
+  EXPECT_EQ(reader->Skip(0), MP4_OK);
+  EXPECT_EQ(IsEof(*reader), 0u);
+
+  runIntoTheEnd();
+  EXPECT_EQ(reader->SetPosition(kLastPosition + 1), MP4_FILE_IO);
+  EXPECT_EQ(IsEof(*reader), 1u) << "a failed move clears nothing";
+  EXPECT_EQ(reader->SetPosition(2), MP4_OK);
+  EXPECT_EQ(IsEof(*reader), 0u);
+  EXPECT_EQ(reader->ReadBlock(block, 1), MP4_OK);
+  EXPECT_EQ(block[0], 3);
+}
+
+// A 40-byte file whose box sizes wrap the position would otherwise be walked backwards without end.
+TEST(FileStorage, SkipNeverWrapsAndRunsBeyondTheEnd) {
+  Reader reader(Bytes().Zeros(40));
+  ASSERT_EQ(reader->SetPosition(32), MP4_OK);
+  for (const u64 count : {kLargest, kLargest - 31, kLargest - 15, kLastPosition - 31}) {
+    EXPECT_EQ(reader->Skip(count), MP4_FILE_IO) << count;
+    EXPECT_EQ(PositionOf(*reader), 32u);
+  }
+  EXPECT_EQ(reader->Skip(kLastPosition - 32), MP4_OK);
+  EXPECT_EQ(PositionOf(*reader), kLastPosition);
+  ASSERT_EQ(reader->SetPosition(100), MP4_OK);
+  u32 value = 5;
+  EXPECT_EQ(reader->ReadUInt32(&value), MP4_FILE_IO);
+  EXPECT_EQ(value, 0u);
+}
+
+TEST(FileStorage, RequireBytesAnswersWhatTheReadWould) {
+  Reader reader(Bytes().Zeros(10));
+  ASSERT_EQ(reader->SetPosition(4), MP4_OK);
+  EXPECT_EQ(reader->RequireBytes(6), MP4_OK);
+  EXPECT_EQ(reader->RequireBytes(7), MP4_FILE_IO);
+  EXPECT_EQ(reader->RequireBytes(kLargest), MP4_FILE_IO);
+  ASSERT_EQ(reader->SetPosition(50), MP4_OK);
+  EXPECT_EQ(reader->RequireBytes(0), MP4_OK);
+  EXPECT_EQ(reader->RequireBytes(1), MP4_FILE_IO);
+}
+
+// The buffer holds 64 KiB: integers and blocks that straddle its edge, and blocks that pass it by.
+TEST(FileStorage, ReadsAcrossTheBufferAlike) {
+  std::vector<u8> content(300'000);
+  for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<u8>(i * 7 + i / 256);
+  Reader reader(content);
+  const auto expectAt = [&](u64 position, u32 count) {
+    std::vector<u8> block(count, 0xEE);
+    ASSERT_EQ(reader->ReadBlock(block.data(), count), MP4_OK) << position << "+" << count;
+    const auto begin = content.begin() + static_cast<std::ptrdiff_t>(position);
+    ASSERT_TRUE(std::equal(block.begin(), block.end(), begin)) << position << "+" << count;
+    ASSERT_EQ(PositionOf(*reader), position + count);
+  };
+  const struct {
+    u64 position;
+    u32 count;
+  } cases[] = {{0, 10},
+               {65'530, 10},
+               {65'536, 65'536},
+               {131'070, 100'000},
+               {0, 300'000},
+               {299'999, 1},
+               {140'000, 5},
+               {139'995, 65'540},
+               {205'535, 1},
+               {70'000, 65'535},
+               {135'535, 1'000},
+               {65'535, 65'537},
+               {131'071, 131'072},
+               {10, 0}};
+  for (const auto& row : cases) {
+    ASSERT_EQ(reader->SetPosition(row.position), MP4_OK);
+    expectAt(row.position, row.count);
+  }
+  for (u64 position = 65'536 - 8; position <= 65'536; ++position) {
+    ASSERT_EQ(reader->SetPosition(0), MP4_OK);
+    u8 first = 0;
+    ASSERT_EQ(reader->ReadUInt8(&first), MP4_OK);
+    ASSERT_EQ(reader->Skip(position - 1), MP4_OK);
+    u64 value = 0;
+    ASSERT_EQ(reader->ReadUInt64(&value), MP4_OK);
+    for (unsigned i = 0; i < 8; ++i) {
+      EXPECT_EQ(static_cast<u8>(value >> (56 - 8 * i)), content[static_cast<std::size_t>(position) + i]);
+    }
+  }
+}
+
+TEST(FileStorage, WritesAcrossTheBufferAndPatchesBehind) {
+  const TempFile file;
+  CStorage storage;
+  ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
+  std::vector<u8> expected;
+  for (const u32 size : {4u, 65'530u, 9u, 65'536u, 200'000u, 1u}) {
+    const std::vector<u8> block(size, static_cast<u8>(size));
+    ASSERT_EQ(storage.WriteBlock(block.data(), size), MP4_OK);
+    expected.insert(expected.end(), block.begin(), block.end());
+  }
+  EXPECT_EQ(PositionOf(storage), expected.size());
+  ASSERT_EQ(storage.SetPosition(2), MP4_OK);
+  ASSERT_EQ(storage.WriteUInt32(0x01020304), MP4_OK);
+  ASSERT_EQ(storage.SetPosition(expected.size()), MP4_OK);
+  ASSERT_EQ(storage.WriteUInt8(0xFF), MP4_OK);
+  ASSERT_EQ(storage.Close(), MP4_OK);
+  for (u8 i = 0; i < 4; ++i) expected[2u + i] = static_cast<u8>(i + 1);
+  expected.push_back(0xFF);
+  EXPECT_EQ(test::ReadFile(file.Path()), expected);
+}
+
+TEST(FileStorage, PositionsBeyondFourGiB) {
+  constexpr u64 kFar = 0x1'2345'6789;
+  const TempFile file(Bytes().Text("begin"));
+  {
+    std::filesystem::resize_file(file.Path(), kFar);  // sparse
+    std::ofstream stream(file.Path(), std::ios::binary | std::ios::app);
+    stream << "far";
+  }
+  CStorage storage;
+  ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_READ), MP4_OK);
+  u64 size = 0;
+  EXPECT_EQ(storage.GetSize(&size), MP4_OK);
+  EXPECT_EQ(size, kFar + 3);
+  ASSERT_EQ(storage.SetPosition(kFar), MP4_OK);
+  u32 text = 0;
+  EXPECT_EQ(storage.ReadUInt24(&text), MP4_OK);
+  EXPECT_EQ(text, 0x666172u);
+  EXPECT_EQ(PositionOf(storage), kFar + 3);
+  ASSERT_EQ(storage.SetPosition(1), MP4_OK);
+  ASSERT_EQ(storage.Skip(kFar), MP4_OK);
+  EXPECT_EQ(PositionOf(storage), kFar + 1);
+}
+
+TEST(FileStorage, OpenStates) {
+  const TempFile file(Bytes().Text("x"));
+  const std::string name = file.Name();
+  CStorage storage;
+  EXPECT_EQ(storage.Close(), MP4_NOT_FOUND);
+  EXPECT_EQ(storage.SetPosition(0), MP4_NOT_FOUND);
+  EXPECT_EQ(storage.Open(name.c_str(), 2), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(storage.Open((name + "-missing").c_str(), MP4_MODE_READ), MP4_FILE_IO);
+  EXPECT_EQ(storage.Open(name.c_str(), MP4_MODE_READ), MP4_OK);
+  EXPECT_EQ(storage.Open(name.c_str(), 2), MP4_NOT_FOUND) << "the state is tested before the mode";
+  EXPECT_EQ(storage.WriteUInt8(1), MP4_FILE_IO);
+  EXPECT_EQ(storage.Close(), MP4_OK);
+  EXPECT_EQ(storage.Open(name.c_str(), MP4_MODE_WRITE), MP4_OK);
+  u8 byte = 0;
+  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_FILE_IO);
+  EXPECT_EQ(storage.WriteBytes("x", 0), MP4_FILE_IO) << "callers rely on a block of 0 failing";
+  EXPECT_EQ(storage.Close(), MP4_OK);
+  EXPECT_EQ(test::ReadFile(file.Path()).size(), 0u) << "writing truncates";
+}
+
+TEST(FileStorage, NothingWorksWhileClosed) {
+  CStorage storage;
+  u64 wide = 0;
+  u32 word = 0;
+  u16 half = 0;
+  u8 byte = 0;
+  const Mp4Result results[] = {
+      storage.GetSize(&wide),    storage.GetPosition(&wide),  storage.ReadUInt64(&wide),
+      storage.ReadUInt32(&word), storage.ReadUInt24(&word),   storage.ReadUInt16(&half),
+      storage.ReadUInt8(&byte),  storage.ReadBytes(&byte, 1), storage.ReadBlock(&byte, 0),
+      storage.Skip(0),           storage.WriteUInt32(1),      storage.WriteUInt8(1),
+      storage.WriteBytes("", 1), storage.WriteString(""),     storage.RequireBytes(0)};
+  for (const Mp4Result result : results) EXPECT_EQ(result, MP4_FILE_IO) << (&result - results);
+  EXPECT_EQ(IsEof(storage), 0u);
+}
+
+TEST(FileStorage, TakesSpacedAndNonAsciiNames) {
+  const TempFile folder;
+  std::filesystem::create_directory(folder.Path());
+#ifdef _WIN32
+  const std::string name = folder.Name() + "\\a name with spaces.mp4";
+#else
+  const std::string name = folder.Name() + "/\xC3\xA9t\xC3\xA9 \xE6\x98\xA0\xE7\x94\xBB.mp4";
+#endif
+  CStorage storage;
+  ASSERT_EQ(storage.Open(name.c_str(), MP4_MODE_WRITE), MP4_OK);
+  ASSERT_EQ(storage.WriteUInt8(9), MP4_OK);
+  ASSERT_EQ(storage.Close(), MP4_OK);
+  ASSERT_EQ(storage.Open(name.c_str(), MP4_MODE_READ), MP4_OK);
+  u8 byte = 0;
+  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OK);
+  EXPECT_EQ(byte, 9);
+  EXPECT_EQ(storage.Close(), MP4_OK);
+}
+
+TEST(FileStorage, RefusesADirectory) {
+  const TempFile folder;
+  std::filesystem::create_directory(folder.Path());
+  CStorage storage;
+  EXPECT_EQ(storage.Open(folder.Name().c_str(), MP4_MODE_READ), MP4_FILE_IO);
+  EXPECT_EQ(storage.Open(folder.Name().c_str(), MP4_MODE_WRITE), MP4_FILE_IO);
+  EXPECT_EQ(storage.Close(), MP4_NOT_FOUND);
+}
+
+#ifndef _WIN32
+
+// Without a peer an ordinary open would wait for ever: the test then never ends.
+TEST(FileStorage, RefusesWhatIsNoRegularFileWithoutWaiting) {
+  const TempFile fifo;
+  ASSERT_EQ(mkfifo(fifo.Name().c_str(), 0600), 0);
+  CStorage storage;
+  EXPECT_EQ(storage.Open(fifo.Name().c_str(), MP4_MODE_READ), MP4_FILE_IO);
+  EXPECT_EQ(storage.Open(fifo.Name().c_str(), MP4_MODE_WRITE), MP4_FILE_IO);
+  EXPECT_EQ(storage.Open("/dev/zero", MP4_MODE_READ), MP4_FILE_IO);
+}
+
+/// Lets no file grow beyond `bytes` while it lives, as a full disk would.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : m_oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &m_old);
+    rlimit limit = m_old;
+    limit.rlim_cur = bytes;
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &m_old);
+    std::signal(SIGXFSZ, m_oldHandler);
+  }
+
+ private:
+  void (*m_oldHandler)(int);
+  rlimit m_old{};
+};
+
+TEST(FileStorage, CloseCanBeTriedAgainAfterAFailedFlush) {
+  const TempFile file;
+  CStorage storage;
+  ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
+  const std::vector<u8> content(5000, 0x77);
+  ASSERT_EQ(storage.WriteBlock(content.data(), 5000), MP4_OK);
+  {
+    const FileSizeLimit limit(1000);
+    EXPECT_EQ(storage.Close(), MP4_FILE_IO);
+    EXPECT_EQ(storage.SetPosition(0), MP4_FILE_IO) << "moving has to flush as well";
+    EXPECT_EQ(PositionOf(storage), 5000u);
+  }
+  EXPECT_EQ(storage.Close(), MP4_OK);
+  EXPECT_EQ(storage.Close(), MP4_NOT_FOUND);
+  EXPECT_EQ(test::ReadFile(file.Path()), content) << "nothing lost or doubled";
+}
+
+TEST(FileStorage, AFailedWriteIsReported) {
+  const TempFile file;
+  CStorage storage;
+  ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
+  const FileSizeLimit limit(1000);
+  const std::vector<u8> content(100'000, 0x77);
+  EXPECT_EQ(storage.WriteBlock(content.data(), 100'000), MP4_FILE_IO);
+}
+
+#endif
+
+TEST(MemoryStorage, OpenAndCloseStates) {
+  u8 block[8] = {};
+  CMemoryStorage storage;
+  EXPECT_EQ(storage.Close(), MP4_NOT_FOUND);
+  EXPECT_EQ(storage.SetPosition(0), MP4_NOT_FOUND);
+  EXPECT_EQ(storage.Open(block, 0, MP4_MODE_READ), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(storage.Open(block, 8, MP4_MODE_READ), MP4_OK);
+  EXPECT_EQ(storage.Open(block, 8, MP4_MODE_READ), MP4_NOT_FOUND);
+  EXPECT_EQ(storage.Skip(8), MP4_OK);
+  EXPECT_EQ(storage.Close(), MP4_OK);
+  EXPECT_EQ(storage.Open(block, 4, MP4_MODE_WRITE), MP4_OK);
+  EXPECT_EQ(PositionOf(storage), 0u);
+}
+
+// A refused open leaves its size and buffer behind; reading through a stored null must not crash.
+TEST(MemoryStorage, ARefusedOpenLeavesItsFields) {
+  u8 block[4] = {1, 2, 3, 4};
+  CMemoryStorage storage;
+  u64 size = 0;
+  u8 byte = 9;
+  EXPECT_EQ(storage.Open(nullptr, 4, MP4_MODE_READ), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(storage.GetSize(&size), MP4_OK);
+  EXPECT_EQ(size, 4u);
+  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(byte, 0);
+  EXPECT_EQ(storage.WriteUInt8(1), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(storage.ReadBlock(&byte, 0), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(storage.Skip(1), MP4_OUT_OF_RANGE);
+
+  EXPECT_EQ(storage.Open(block, 4, 2), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(storage.Skip(3), MP4_OK) << "accesses do not look at the open flags";
+  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OK);
+  EXPECT_EQ(byte, 4);
+  EXPECT_EQ(storage.Open(block, 2, 2), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OUT_OF_RANGE) << "the position now lies behind the block";
+  EXPECT_EQ(IsEof(storage), 1u);
+}
+
+TEST(MemoryStorage, BoundsHoldAndAFailureMovesNothing) {
+  std::array<u8, 5> block = {0, 0, 0, 0x5A, 0x5A};  // the storage sees the first three
+  CMemoryStorage storage;
+  ASSERT_EQ(storage.Open(block.data(), 3, MP4_MODE_WRITE), MP4_OK);
+  u32 value = 7;
+  EXPECT_EQ(storage.ReadUInt32(&value), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(value, 0u) << "no partial value, unlike a file";
+  EXPECT_EQ(IsEof(storage), 0u);
+  EXPECT_EQ(storage.WriteUInt24(0x010203), MP4_OK);
+  EXPECT_EQ(storage.WriteUInt8(4), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(IsEof(storage), 1u) << "no read is needed first";
+  EXPECT_EQ(storage.WriteBytes("", 0), MP4_OK) << "a block of 0 succeeds, unlike a file";
+
+  EXPECT_EQ(storage.SetPosition(3), MP4_OK);
+  EXPECT_EQ(storage.SetPosition(4), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(storage.SetPosition(0x1'0000'0001), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(storage.SetPosition(2), MP4_OK);
+  u8 byte = 0;
+  for (const u64 count : {u64{2}, u64{0xFFFF'FFFF}, u64{0x1'0000'0000}, kLargest, kLargest - 1}) {
+    EXPECT_EQ(storage.Skip(count), MP4_OUT_OF_RANGE) << count;
+    EXPECT_EQ(storage.ReadBytes(&byte, count), MP4_OUT_OF_RANGE) << count;
+    EXPECT_EQ(storage.RequireBytes(count), MP4_OUT_OF_RANGE) << count;
+  }
+  EXPECT_EQ(storage.WriteBlock("xx", 2), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(storage.ReadBlock(&byte, 0xFFFF'FFFF), MP4_OUT_OF_RANGE);
+  EXPECT_EQ(PositionOf(storage), 2u);
+  EXPECT_EQ(block, (std::array<u8, 5>{1, 2, 3, 0x5A, 0x5A}));
+}
+
+}  // namespace
+}  // namespace kt
