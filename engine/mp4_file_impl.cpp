@@ -1,0 +1,265 @@
+#include "engine/mp4_file_impl.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "boxes/file_type_box.h"
+#include "boxes/movie_box.h"
+#include "boxes/movie_header_box.h"
+#include "engine/copyright_notices.h"
+#include "engine/track_impl.h"
+
+namespace kt {
+
+Mp4Result CreateMp4File(CMp4File** file) {
+  *file = new (std::nothrow) CMp4FileImpl;
+  return *file != nullptr ? MP4_OK : MP4_NO_MEMORY;
+}
+
+CMp4FileImpl::~CMp4FileImpl() {
+  ReleaseTree();
+}
+
+// Opening. A failure leaves what was set so far, until the next `Open` replaces it.
+
+Mp4Result CMp4FileImpl::Open(const char* fileName, u32 mode, u32 fileType) {
+  if (m_isOpen) return MP4_NOT_FOUND;
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> File is not yet opened\n");
+  KT_TRY(TakeArguments(fileName, mode, fileType));
+  if (m_mode == MP4_MODE_WRITE) return MP4_NOT_READY;  // not available yet; the file is left alone
+  KT_TRY(OpenStorage());
+  KT_TRY(ReadTree());
+  m_isOpen = 1;
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::TakeArguments(const char* fileName, u32 mode, u32 fileType) {
+  if (fileName == nullptr) return MP4_BAD_ARGUMENT;
+  const std::size_t nameSize = std::strlen(fileName) + 1;
+  m_fileName.reset(new (std::nothrow) char[nameSize]);
+  if (!m_fileName) return MP4_NO_MEMORY;
+  std::memcpy(m_fileName.get(), fileName, nameSize);
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> Filename %s is OK\n", m_fileName.get());
+
+  constexpr const char* kModes[] = {"READ", "WRITE"};
+  if (mode > MP4_MODE_WRITE) return MP4_BAD_ARGUMENT;
+  m_mode = mode;
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> Filemode %s is OK\n", kModes[mode]);
+
+  constexpr const char* kFileTypes[] = {"MP4", "3GP", "M4A"};
+  if (fileType > MP4_TYPE_M4A) return MP4_BAD_ARGUMENT;
+  m_fileType = fileType;
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> Filetype %s is OK\n", kFileTypes[fileType]);
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::OpenStorage() {
+  m_storage.reset(new (std::nothrow) CStorage);
+  if (!m_storage) return MP4_NO_MEMORY;
+  KT_TRY(m_storage->Open(m_fileName.get(), m_mode));
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> Storage opened successfully\n");
+  ReleaseTree();
+  m_boxes.reset(new (std::nothrow) CBoxList(nullptr));
+  if (!m_boxes) return MP4_NO_MEMORY;
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> instanciated BoxList\n");
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::ReadTree() {
+  u64 left = 0;
+  KT_TRY(m_storage->GetSize(&left));
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> Filesize is %" PRIu64 " Bytes\n", left);
+  KT_TRY(m_boxes->DeserializeAll(m_storage.get(), &left));
+  if (Tracing()) std::printf("CMp4FileImpl::Open >> All boxes de-serialized\n");
+  TakeFileTypeFromBrand();
+  return CountTracks();
+}
+
+// Nothing else is asked of "ftyp": a file without one, or with any brand at all, is read.
+void CMp4FileImpl::TakeFileTypeFromBrand() {
+  CBox* box = nullptr;
+  if (m_boxes->FindByType(FourCc("ftyp"), &box, 0) != MP4_OK) return;
+  u32 majorBrand = 0;
+  u32 minorVersion = 0;
+  if (static_cast<CFileTypeBox*>(box)->GetBrand(&majorBrand, &minorVersion) != MP4_OK) return;
+  if (majorBrand == FourCc("3gp4") || majorBrand == FourCc("3gp5")) m_fileType = MP4_TYPE_3GP;
+}
+
+Mp4Result CMp4FileImpl::CountTracks() {
+  CMovieBox* movie = nullptr;
+  if (const Mp4Result result = FindMovie(&movie); result != MP4_OK) {
+    if (Tracing()) std::printf("No movie box found in file\n");
+    return result;
+  }
+  // The list goes on from where the last search ended, so that counting takes one pass.
+  for (m_trackCount = 0;; ++m_trackCount) {
+    CBox* track = nullptr;
+    const Mp4Result result = movie->GetChild(FourCc("trak"), &track, m_trackCount + 1);
+    if (result == MP4_NOT_FOUND) return MP4_OK;
+    KT_TRY(result);
+  }
+}
+
+Mp4Result CMp4FileImpl::Close() {
+  if (!m_isOpen) return MP4_NOT_FOUND;
+  KT_TRY(m_storage->Close());
+  m_isOpen = 0;
+  m_storage.reset();
+  ReleaseTree();
+  m_fileName.reset();
+  return MP4_OK;
+}
+
+void CMp4FileImpl::ReleaseTree() {
+  DetachTracks();
+  m_boxes.reset();
+}
+
+// What stands in the tree.
+
+Mp4Result CMp4FileImpl::FindMovie(CMovieBox** movie) {
+  if (!m_boxes) return MP4_NOT_FOUND;
+  CBox* box = nullptr;
+  KT_TRY(m_boxes->FindByType(FourCc("moov"), &box, 0));
+  *movie = static_cast<CMovieBox*>(box);
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::FindMovieHeader(CMovieHeaderBox** header) {
+  CMovieBox* movie = nullptr;
+  CBox* box = nullptr;
+  KT_TRY(FindMovie(&movie));
+  KT_TRY(movie->GetChild(FourCc("mvhd"), &box, 0));
+  *header = static_cast<CMovieHeaderBox*>(box);
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::GetTrackBox(u32 trackIndex, CBox** box) {
+  *box = nullptr;
+  CMovieBox* movie = nullptr;
+  KT_TRY(FindMovie(&movie));
+  return movie->GetChild(FourCc("trak"), box, trackIndex);
+}
+
+Mp4Result CMp4FileImpl::GetMovieTimeScale(u32* timeScale) {
+  CMovieHeaderBox* header = nullptr;
+  KT_TRY(FindMovieHeader(&header));
+  return header->GetTimeScale(timeScale);
+}
+
+Mp4Result CMp4FileImpl::GetCreationDate(u32* year, u32* month, u32* day, u32* hour, u32* minute,
+                                        u32* second) {
+  CMovieHeaderBox* header = nullptr;
+  KT_TRY(FindMovieHeader(&header));
+  return header->GetCreationDate(year, month, day, hour, minute, second);
+}
+
+Mp4Result CMp4FileImpl::SetCreationDate(u32 year, u32 month, u32 day, u32 hour, u32 minute, u32 second) {
+  CMovieHeaderBox* header = nullptr;
+  KT_TRY(FindMovieHeader(&header));
+  return header->SetCreationDate(year, month, day, hour, minute, second);
+}
+
+Mp4Result CMp4FileImpl::GetCopyright(char language[3], char* notice, u32* noticeSize, u32 index) {
+  CMovieBox* movie = nullptr;
+  KT_TRY(FindMovie(&movie));
+  return GetCopyrightBelow(movie, language, notice, noticeSize, index);
+}
+
+Mp4Result CMp4FileImpl::SetCopyright(const char* language, const char* notice, u32 index) {
+  CMovieBox* movie = nullptr;
+  KT_TRY(FindMovie(&movie));
+  return SetCopyrightBelow(movie, language, notice, index);
+}
+
+Mp4Result CMp4FileImpl::Dump() {
+  if (!m_boxes) return MP4_NOT_FOUND;
+  if (m_mode == MP4_MODE_WRITE) {
+    u64 ignored = 0;
+    KT_TRY(m_boxes->CalculateSizeAll(&ignored));
+  }
+  return m_boxes->DumpAll(0);
+}
+
+// The state of the object.
+
+Mp4Result CMp4FileImpl::IsOpen(u32* open) {
+  *open = m_isOpen;
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::GetTrackCount(u32* count) {
+  *count = m_trackCount;
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::GetFileType(u32* fileType) {
+  *fileType = m_fileType;
+  return m_isOpen ? MP4_OK : MP4_NOT_FOUND;
+}
+
+Mp4Result CMp4FileImpl::SetTraceLevel(u32 level) {
+  if (level > 2) return MP4_BAD_ARGUMENT;
+  m_traceLevel = level;
+  return MP4_OK;
+}
+
+// Tracks.
+
+Mp4Result CMp4FileImpl::OpenTrack(u32 trackIndex, CMp4Track** track) {
+  *track = nullptr;
+  if (trackIndex == 0 || trackIndex > m_trackCount) return MP4_NOT_FOUND;
+  std::unique_ptr<CTrackImpl> opened(new (std::nothrow) CTrackImpl(this, m_traceLevel));
+  if (!opened) return MP4_NO_MEMORY;
+  KT_TRY(opened->Bind(trackIndex));
+  *track = opened.release();
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::CloseTrack(CMp4Track* track) {
+  if (track == nullptr) return MP4_BAD_ARGUMENT;
+  KT_TRY(static_cast<CTrackImpl*>(track)->Finish());
+  delete track;
+  return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size) {
+  if (!m_isOpen) return MP4_FILE_IO;
+  KT_TRY(m_storage->SetPosition(position));
+  return m_storage->ReadBlock(buffer, size);
+}
+
+// Writing, hint tracks and the scene are not available yet: below their checks the operations answer
+// MP4_NOT_READY. `Open` refuses to write, so only the checks of a file that is read are ever passed.
+
+Mp4Result CMp4FileImpl::AddTrack(CMp4Track** track) {
+  *track = nullptr;
+  return m_mode == MP4_MODE_READ ? MP4_NOT_FOUND : MP4_NOT_READY;
+}
+
+Mp4Result CMp4FileImpl::OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) {
+  *track = nullptr;
+  return !m_boxes || trackIndex == 0 || trackIndex > m_trackCount ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
+}
+
+Mp4Result CMp4FileImpl::AddHintTrack(CMp4HintTrack** track, u32 hintType) {
+  *track = nullptr;
+  if (m_mode == MP4_MODE_READ) return MP4_NOT_FOUND;
+  return hintType > 3 ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
+}
+
+Mp4Result CMp4FileImpl::CloseHintTrack(CMp4HintTrack* track) {
+  return track == nullptr ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
+}
+
+Mp4Result CMp4FileImpl::AddSceneTracks(u32 /*videoTrack*/, u32 /*audioTrack*/, u32 /*thirdTrack*/) {
+  return MP4_NOT_READY;
+}
+
+Mp4Result CMp4FileImpl::GetMovieSdp(char* /*buffer*/, u32 /*bufferSize*/) {
+  return MP4_NOT_READY;
+}
+
+}  // namespace kt

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <memory>
+
+#include "engine/box_list.h"
+#include "engine/mp4_file.h"
+#include "engine/storage.h"
+#include "engine/track_host.h"
+
+namespace kt {
+
+class CMovieBox;
+class CMovieHeaderBox;
+
+/// The file object: owns the stream and the tree of boxes, counts the tracks and hands them out. Track
+/// objects come back to it, as their host, for their boxes and the bytes of their samples.
+class CMp4FileImpl final : public CMp4File, public CTrackHost {
+ public:
+  CMp4FileImpl() = default;
+  ~CMp4FileImpl() override;
+
+  Mp4Result Open(const char* fileName, u32 mode, u32 fileType) override;
+  Mp4Result Close() override;
+  Mp4Result IsOpen(u32* open) override;
+  Mp4Result GetTrackCount(u32* count) override;
+  Mp4Result GetMovieTimeScale(u32* timeScale) override;  // also as the tracks' host
+  Mp4Result GetFileType(u32* fileType) override;
+  Mp4Result GetCopyright(char language[3], char* notice, u32* noticeSize, u32 index) override;
+  Mp4Result SetCopyright(const char* language, const char* notice, u32 index) override;
+  Mp4Result GetCreationDate(u32* year, u32* month, u32* day, u32* hour, u32* minute, u32* second) override;
+  Mp4Result SetCreationDate(u32 year, u32 month, u32 day, u32 hour, u32 minute, u32 second) override;
+  Mp4Result OpenTrack(u32 trackIndex, CMp4Track** track) override;
+  Mp4Result AddTrack(CMp4Track** track) override;
+  Mp4Result CloseTrack(CMp4Track* track) override;
+  Mp4Result OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) override;
+  Mp4Result AddHintTrack(CMp4HintTrack** track, u32 hintType) override;
+  Mp4Result CloseHintTrack(CMp4HintTrack* track) override;
+  Mp4Result Dump() override;
+  Mp4Result SetTraceLevel(u32 level) override;
+  Mp4Result AddSceneTracks(u32 videoTrack, u32 audioTrack, u32 thirdTrack) override;
+  Mp4Result GetMovieSdp(char* buffer, u32 bufferSize) override;
+
+  Mp4Result GetTrackBox(u32 trackIndex, CBox** box) override;
+  Mp4Result ReadData(u8* buffer, u64 position, u32 size) override;
+
+ private:
+  Mp4Result TakeArguments(const char* fileName, u32 mode, u32 fileType);
+  Mp4Result OpenStorage();
+  Mp4Result ReadTree();
+  void TakeFileTypeFromBrand();
+  Mp4Result CountTracks();
+  void ReleaseTree();
+  Mp4Result FindMovie(CMovieBox** movie);
+  Mp4Result FindMovieHeader(CMovieHeaderBox** header);
+  bool Tracing() const { return m_traceLevel != 0; }
+
+  std::unique_ptr<CStorage> m_storage;
+  std::unique_ptr<char[]> m_fileName;
+  u32 m_isOpen = 0;
+  u32 m_mode = MP4_MODE_READ;
+  u32 m_fileType = MP4_TYPE_MP4;
+  std::unique_ptr<CBoxList> m_boxes;  // the top level; after a failed `Open` what was parsed
+  u32 m_trackCount = 0;
+  u32 m_traceLevel = 0;
+};
+
+}  // namespace kt

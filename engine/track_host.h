@@ -1,0 +1,80 @@
+#pragma once
+
+#include "engine/box.h"
+
+namespace kt {
+
+class CHostedTrack;
+
+/// What a track object sees of its file: its boxes, the movie's time scale and the one road to the bytes of
+/// samples.
+class CTrackHost {
+ public:
+  /// The `trackIndex`-th "trak" of the movie, counted from 1; borrowed. MP4_NOT_FOUND.
+  virtual Mp4Result GetTrackBox(u32 trackIndex, CBox** box) = 0;
+  /// Movie ticks per second.
+  virtual Mp4Result GetMovieTimeScale(u32* timeScale) = 0;
+  /// Reads exactly `size` bytes at an absolute position. MP4_FILE_IO when the file is not open or ends
+  /// before. The position is shared by all tracks: one caller at a time.
+  virtual Mp4Result ReadData(u8* buffer, u64 position, u32 size) = 0;
+
+ protected:
+  CTrackHost() = default;
+  CTrackHost(const CTrackHost&) = delete;
+  CTrackHost& operator=(const CTrackHost&) = delete;
+  virtual ~CTrackHost() { DetachTracks(); }
+
+  /// Parts from every track that still lives; to be called before the boxes go.
+  void DetachTracks();
+
+ private:
+  friend class CHostedTrack;
+  CHostedTrack* m_firstTrack = nullptr;
+};
+
+/// Base of the track objects: keeps the track in its host's list, so that a track that outlives its file
+/// learns of it and touches neither the file nor its boxes again.
+class CHostedTrack {
+ public:
+  CHostedTrack(const CHostedTrack&) = delete;
+  CHostedTrack& operator=(const CHostedTrack&) = delete;
+
+ protected:
+  /// `file` is borrowed and may be null.
+  explicit CHostedTrack(CTrackHost* file) : m_file(file) {
+    if (file == nullptr) return;
+    m_link = &file->m_firstTrack;
+    m_next = *m_link;
+    if (m_next != nullptr) m_next->m_link = &m_next;
+    *m_link = this;
+  }
+  virtual ~CHostedTrack() { Unlink(); }
+
+  CTrackHost* m_file;  // null once the track is detached
+
+ private:
+  friend class CTrackHost;
+
+  /// The file and its boxes are about to go; `m_file` is null already.
+  virtual void OnDetached() = 0;
+  void Unlink() {
+    if (m_link != nullptr) *m_link = m_next;
+    if (m_next != nullptr) m_next->m_link = m_link;
+    m_link = nullptr;
+    m_next = nullptr;
+    m_file = nullptr;
+  }
+
+  CHostedTrack* m_next = nullptr;
+  CHostedTrack** m_link = nullptr;  // the pointer that leads here: the host's or the previous track's
+};
+
+inline void CTrackHost::DetachTracks() {
+  while (m_firstTrack != nullptr) {
+    CHostedTrack* track = m_firstTrack;
+    track->Unlink();
+    track->OnDetached();
+  }
+}
+
+}  // namespace kt

@@ -1,0 +1,195 @@
+#include "engine/track_impl.h"
+
+#include <new>
+
+#include "boxes/chunk_large_offset_box.h"
+#include "boxes/chunk_offset_box.h"
+#include "boxes/edit_box.h"
+#include "boxes/handler_reference_box.h"
+#include "boxes/media_box.h"
+#include "boxes/media_header_box.h"
+#include "boxes/media_information_box.h"
+#include "boxes/sample_description_box.h"
+#include "boxes/sample_size_box.h"
+#include "boxes/sample_table_box.h"
+#include "boxes/sample_to_chunk_box.h"
+#include "boxes/sync_sample_box.h"
+#include "boxes/track_box.h"
+#include "boxes/track_header_box.h"
+#include "engine/copyright_notices.h"
+
+namespace kt {
+namespace {
+
+// The factory makes each code into one class, so the code vouches for the cast.
+template <class Container, class Wanted>
+Mp4Result Require(Container* container, u32 type, Wanted** wanted) {
+  CBox* box = nullptr;
+  KT_TRY(container->GetChild(type, &box));
+  *wanted = static_cast<Wanted*>(box);
+  return MP4_OK;
+}
+
+// As `Require`, but a missing box is a success and leaves null.
+template <class Container, class Wanted>
+Mp4Result Accept(Container* container, u32 type, Wanted** wanted) {
+  *wanted = nullptr;
+  const Mp4Result result = Require(container, type, wanted);
+  return result == MP4_NOT_FOUND ? MP4_OK : result;
+}
+
+u32 KindOfHandler(u32 handlerType) {
+  switch (handlerType) {
+    case FourCc("odsm"):
+      return MP4_KIND_OBJECT_DESCRIPTOR;
+    case FourCc("sdsm"):
+      return MP4_KIND_SCENE_DESCRIPTION;
+    case FourCc("text"):
+      return MP4_KIND_TEXT;
+    default:
+      return MP4_KIND_UNKNOWN;
+  }
+}
+
+}  // namespace
+
+Mp4Result CTrackImpl::Bind(u32 trackIndex) {
+  if (m_file == nullptr) return MP4_NOT_READY;
+  m_trackIndex = trackIndex;
+  CBox* track = nullptr;
+  KT_TRY(m_file->GetTrackBox(trackIndex, &track));
+  m_boxes.track = static_cast<CTrackBox*>(track);
+  KT_TRY(Require(m_boxes.track, FourCc("tkhd"), &m_boxes.trackHeader));
+  KT_TRY(Require(m_boxes.track, FourCc("mdia"), &m_boxes.media));
+  KT_TRY(Require(m_boxes.media, FourCc("minf"), &m_boxes.mediaInformation));
+  KT_TRY(Require(m_boxes.media, FourCc("mdhd"), &m_boxes.mediaHeader));
+  KT_TRY(m_boxes.trackHeader->GetTrackId(&m_trackId));
+  KT_TRY(FindKind());
+  CSampleTableBox* sampleTable = nullptr;
+  KT_TRY(Require(m_boxes.mediaInformation, FourCc("stbl"), &sampleTable));
+  KT_TRY(Require(sampleTable, FourCc("stts"), &m_boxes.timeToSample));
+  KT_TRY(Accept(sampleTable, FourCc("ctts"), &m_boxes.compositionOffset));
+  u64 startOffset = 0;
+  KT_TRY(FindStartOffset(&startOffset));
+  // Ahead of the times: a track that is still being written has no chunk offsets in its tree, and its time
+  // tables are not to be walked.
+  KT_TRY(FindChunkOffsets(sampleTable));
+  KT_TRY(BuildTimes(startOffset));
+  KT_TRY(Require(sampleTable, FourCc("stsz"), &m_boxes.sampleSize));
+  KT_TRY(Require(sampleTable, FourCc("stsc"), &m_boxes.sampleToChunk));
+  KT_TRY(Accept(sampleTable, FourCc("stss"), &m_boxes.syncSample));
+  KT_TRY(Require(sampleTable, FourCc("stsd"), &m_boxes.sampleDescription));
+  m_bound = 1;
+  return MP4_OK;
+}
+
+// A media header decides, whatever the handler says.
+Mp4Result CTrackImpl::FindKind() {
+  constexpr struct {
+    u32 mediaHeader;
+    u32 kind;
+  } kRows[] = {
+      {FourCc("vmhd"), MP4_KIND_VIDEO}, {FourCc("smhd"), MP4_KIND_AUDIO}, {FourCc("hmhd"), MP4_KIND_HINT}};
+  CBox* found = nullptr;
+  for (const auto& row : kRows) {
+    KT_TRY(Accept(m_boxes.mediaInformation, row.mediaHeader, &found));
+    if (found != nullptr) {
+      m_kind = row.kind;
+      return MP4_OK;
+    }
+  }
+  CHandlerReferenceBox* handler = nullptr;
+  KT_TRY(Accept(m_boxes.media, FourCc("hdlr"), &handler));
+  if (handler == nullptr) return MP4_OK;
+  u32 handlerType = 0;
+  KT_TRY(handler->GetHandlerType(&handlerType));
+  m_kind = KindOfHandler(handlerType);
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::FindStartOffset(u64* offsetTicks) {
+  *offsetTicks = 0;
+  CEditBox* edits = nullptr;
+  KT_TRY(Accept(m_boxes.track, FourCc("edts"), &edits));
+  if (edits == nullptr) return MP4_OK;
+  u64 delay = 0;
+  u32 mediaScale = 0;
+  u32 movieScale = 0;
+  KT_TRY(edits->GetStartDelay(&delay));
+  KT_TRY(m_boxes.mediaHeader->GetTimeScale(&mediaScale));
+  KT_TRY(m_file->GetMovieTimeScale(&movieScale));
+  if (movieScale == 0) return delay == 0 ? MP4_OK : MP4_BAD_TIMING;
+  *offsetTicks = delay * mediaScale / movieScale;
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::FindChunkOffsets(CSampleTableBox* sampleTable) {
+  m_boxes.chunkLargeOffset = nullptr;
+  KT_TRY(Accept(sampleTable, FourCc("stco"), &m_boxes.chunkOffset));
+  if (m_boxes.chunkOffset != nullptr) return MP4_OK;
+  return Require(sampleTable, FourCc("co64"), &m_boxes.chunkLargeOffset);
+}
+
+Mp4Result CTrackImpl::BuildTimes(u64 startOffsetTicks) {
+  m_timeTable.reset(new (std::nothrow) CSampleTimeTable);
+  if (!m_timeTable) return MP4_NO_MEMORY;
+  return m_timeTable->Build(m_boxes.timeToSample, m_boxes.compositionOffset, startOffsetTicks);
+}
+
+void CTrackImpl::OnDetached() {
+  m_bound = 0;
+  m_boxes = {};
+  m_timeTable.reset();
+}
+
+Mp4Result CTrackImpl::GetSampleCount(u32* count) {
+  return m_bound ? m_timeTable->GetSampleCount(count) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::GetTrackType(u32* kind) {
+  if (!m_bound) return MP4_NOT_READY;
+  *kind = m_kind;
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::GetTrackId(u32* id) {
+  if (!m_bound) return MP4_NOT_READY;
+  *id = m_trackId;
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::GetTimeScale(u32* scale) {
+  return m_bound && m_boxes.mediaHeader != nullptr ? m_boxes.mediaHeader->GetTimeScale(scale) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::GetDuration(u64* duration) {
+  return m_bound && m_boxes.trackHeader != nullptr ? m_boxes.trackHeader->GetDuration(duration)
+                                                   : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::GetDimensions(u32* width, u32* height) {
+  if (m_writing) return MP4_NOT_FOUND;
+  return m_boxes.trackHeader != nullptr ? m_boxes.trackHeader->GetDimensions(width, height) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::GetCopyright(char language[3], char* notice, u32* noticeSize, u32 index) {
+  if (m_boxes.track == nullptr) return MP4_NOT_READY;
+  return GetCopyrightBelow(m_boxes.track, language, notice, noticeSize, index);
+}
+
+Mp4Result CTrackImpl::SetCopyright(const char* language, const char* notice, u32 index) {
+  if (m_boxes.track == nullptr) return MP4_NOT_READY;
+  return SetCopyrightBelow(m_boxes.track, language, notice, index);
+}
+
+Mp4Result CTrackImpl::GetCreationDate(u32* year, u32* month, u32* day, u32* hour, u32* minute, u32* second) {
+  if (m_boxes.mediaHeader == nullptr) return MP4_NOT_READY;
+  return m_boxes.mediaHeader->GetCreationDate(year, month, day, hour, minute, second);
+}
+
+Mp4Result CTrackImpl::SetCreationDate(u32 year, u32 month, u32 day, u32 hour, u32 minute, u32 second) {
+  if (m_boxes.mediaHeader == nullptr) return MP4_NOT_READY;
+  return m_boxes.mediaHeader->SetCreationDate(year, month, day, hour, minute, second);
+}
+
+}  // namespace kt

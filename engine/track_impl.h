@@ -1,0 +1,127 @@
+#pragma once
+
+#include <memory>
+
+#include "boxes/sample_time_table.h"
+#include "engine/mp4_track.h"
+#include "engine/track_host.h"
+
+namespace kt {
+
+class CAMRSampleEntry;
+class CAudioSampleEntry;
+class CChunkLargeOffsetBox;
+class CChunkOffsetBox;
+class CESDescriptor;
+class CH263SampleEntry;
+class CMediaBox;
+class CMediaHeaderBox;
+class CMediaInformationBox;
+class CMP4SampleEntry;
+class CSampleDescriptionBox;
+class CSampleSizeBox;
+class CSampleTableBox;
+class CSampleToChunkBox;
+class CSyncSampleBox;
+class CTrackBox;
+class CTrackHeaderBox;
+class CVisualSampleEntry;
+
+/// A track over the boxes of one "trak". It owns none of them: the tree of its file does, and `OnDetached`
+/// drops them when that goes.
+class CTrackImpl final : public CMp4Track, public CHostedTrack {
+ public:
+  /// Registers with `file`, which is borrowed; null leaves a track that `Bind` refuses.
+  CTrackImpl(CTrackHost* file, u32 traceLevel) : CHostedTrack(file), m_traceLevel(traceLevel) {}
+
+  /// Finds the track's boxes and takes its sample times over. MP4_NOT_FOUND for a required box that is
+  /// missing, MP4_BAD_VALUE for track id 0, MP4_BAD_TIMING for a start delay without a movie time scale,
+  /// MP4_NOT_READY without a file; what `CSampleTimeTable::Build` answers.
+  Mp4Result Bind(u32 trackIndex);
+  /// Completes a track that is being written, which is not available yet; leaves any other alone.
+  Mp4Result Finish();
+
+  Mp4Result GetSampleCount(u32* count) override;
+  Mp4Result GetTrackType(u32* kind) override;
+  Mp4Result GetSampleFormat(u32* format) override;
+  Mp4Result GetTrackId(u32* id) override;
+  Mp4Result GetTimeScale(u32* scale) override;
+  Mp4Result GetDuration(u64* duration) override;
+  Mp4Result GetDimensions(u32* width, u32* height) override;
+  Mp4Result GetVideoSize(u16* width, u16* height) override;
+  Mp4Result GetChannelCount(u16* channels) override;
+  Mp4Result GetSampleRate(u32* rate) override;
+  Mp4Result GetCopyright(char language[3], char* notice, u32* noticeSize, u32 index) override;
+  Mp4Result SetCopyright(const char* language, const char* notice, u32 index) override;
+  Mp4Result GetCreationDate(u32* year, u32* month, u32* day, u32* hour, u32* minute, u32* second) override;
+  Mp4Result SetCreationDate(u32 year, u32 month, u32 day, u32 hour, u32 minute, u32 second) override;
+  Mp4Result GetDecoderSpecificInfo(u32 entryIndex, u32 bufferSize, u32* size, void* buffer) override;
+  Mp4Result GetDecoderSpecificInfoSize(u32 entryIndex, u32* size) override;
+  Mp4Result ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buffer) override;
+  Mp4Result GetSampleSize(u32 sample, u32* size) override;
+  Mp4Result GetSampleDecodingTime(u32 sample, u64* time) override;
+  Mp4Result GetSampleCompositionTime(u32 sample, u64* time) override;
+  Mp4Result FindSampleByCompositionTime(u64 time, u32* sample) override;
+  Mp4Result FindSyncSample(u64 time, u32* sample) override;
+  Mp4Result FindSampleByDecodingTime(u64 time, u32* sample) override;
+  Mp4Result SetTrackType(u32 kind) override;
+  Mp4Result SetTimeScale(u32 scale) override;
+  Mp4Result SetDimensions(u32 width, u32 height) override;
+  Mp4Result SetVideoFormat(u32 width, u32 height, const void* info, u32 infoSize, u32 format) override;
+  Mp4Result SetAudioFormat(i16 volume, u16 balance, const void* info, u32 infoSize, u32 format) override;
+  Mp4Result SetLine21Format(u32 reserved1, u32 reserved2, u32 reserved3) override;
+  Mp4Result WriteSample(const void* data, u32 size, u64 decodingTime, u64 compositionTime,
+                        u32 isSync) override;
+
+  /// The ES descriptor of an MPEG-4 sample entry, borrowed. MP4_NOT_FOUND for any other entry, MP4_NOT_READY
+  /// when the track is not bound or the entry has no descriptor.
+  Mp4Result GetEsDescriptor(u32 entryIndex, CESDescriptor** descriptor);
+
+ private:
+  // All borrowed from the file's tree, null until found.
+  struct Boxes {
+    CTrackBox* track = nullptr;
+    CTrackHeaderBox* trackHeader = nullptr;
+    CMediaBox* media = nullptr;
+    CMediaInformationBox* mediaInformation = nullptr;
+    CMediaHeaderBox* mediaHeader = nullptr;
+    CTimeToSampleBox* timeToSample = nullptr;
+    CCompositionOffsetBox* compositionOffset = nullptr;  // null when there is none
+    CSampleSizeBox* sampleSize = nullptr;
+    CSampleToChunkBox* sampleToChunk = nullptr;
+    CChunkOffsetBox* chunkOffset = nullptr;  // one of these two
+    CChunkLargeOffsetBox* chunkLargeOffset = nullptr;
+    CSyncSampleBox* syncSample = nullptr;  // null when every sample is one
+    CSampleDescriptionBox* sampleDescription = nullptr;
+  };
+  // A sample entry with its code, and under each class that it has; the others are null.
+  struct Entry {
+    u32 code = 0;
+    CVisualSampleEntry* visual = nullptr;
+    CAudioSampleEntry* audio = nullptr;
+    CMP4SampleEntry* mpeg4 = nullptr;
+    CH263SampleEntry* h263 = nullptr;
+    CAMRSampleEntry* amr = nullptr;
+  };
+
+  void OnDetached() override;
+  Mp4Result RefuseWriting() const;
+  Mp4Result FindKind();
+  Mp4Result FindStartOffset(u64* offsetTicks);
+  Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
+  Mp4Result BuildTimes(u64 startOffsetTicks);
+  Mp4Result FindSamplePosition(u32 sample, u64* position);
+  Mp4Result GetEntry(u32 entryIndex, Entry* entry);
+  Mp4Result GetBoundEntry(u32 entryIndex, Entry* entry);
+
+  u32 m_trackIndex = 0;
+  u32 m_trackId = 0;
+  u32 m_bound = 0;
+  u32 m_traceLevel;   // kept for the operations that print
+  u32 m_writing = 0;  // never set while writing is not available
+  u32 m_kind = MP4_KIND_UNKNOWN;
+  Boxes m_boxes;
+  std::unique_ptr<CSampleTimeTable> m_timeTable;
+};
+
+}  // namespace kt

@@ -1,0 +1,90 @@
+// Samples by number and by time.
+
+#include "boxes/chunk_large_offset_box.h"
+#include "boxes/chunk_offset_box.h"
+#include "boxes/sample_size_box.h"
+#include "boxes/sample_to_chunk_box.h"
+#include "boxes/sync_sample_box.h"
+#include "engine/track_impl.h"
+
+namespace kt {
+
+Mp4Result CTrackImpl::ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buffer) {
+  if (!m_bound) return MP4_NOT_READY;
+  if (sample == 0) return MP4_ZERO_INDEX;
+  KT_TRY(m_boxes.sampleSize->GetSampleSize(sample, size));
+  if (*size > bufferSize) return MP4_BUFFER_TOO_SMALL;
+  u64 position = 0;
+  KT_TRY(FindSamplePosition(sample, &position));
+  return m_file->ReadData(buffer, position, *size);
+}
+
+Mp4Result CTrackImpl::FindSamplePosition(u32 sample, u64* position) {
+  // In this order: the second question starts from the place in "stsc" that the first one has found.
+  u32 chunk = 0;
+  u32 firstSample = 0;
+  KT_TRY(m_boxes.sampleToChunk->GetChunkOfSample(sample, &chunk));
+  KT_TRY(m_boxes.sampleToChunk->GetFirstSampleOfChunk(chunk, &firstSample));
+  u32 offsetInChunk = 0;
+  // Chunks out of order can put the first sample behind the wanted one: nothing lies between then.
+  if (firstSample < sample) {
+    KT_TRY(m_boxes.sampleSize->SumSampleSizes(firstSample, sample, &offsetInChunk));
+  }
+  if (m_boxes.chunkOffset != nullptr) {
+    u32 offset = 0;
+    KT_TRY(m_boxes.chunkOffset->GetChunkOffset(chunk, &offset));
+    *position = offset;
+  } else if (m_boxes.chunkLargeOffset != nullptr) {
+    KT_TRY(m_boxes.chunkLargeOffset->GetChunkOffset(chunk, position));
+  } else {
+    return MP4_NOT_READY;
+  }
+  *position += offsetInChunk;
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::GetSampleSize(u32 sample, u32* size) {
+  return m_bound ? m_boxes.sampleSize->GetSampleSize(sample, size) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::GetSampleDecodingTime(u32 sample, u64* time) {
+  return m_bound && m_timeTable ? m_timeTable->GetSampleTimes(sample, time, nullptr) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::GetSampleCompositionTime(u32 sample, u64* time) {
+  return m_bound && m_timeTable ? m_timeTable->GetSampleTimes(sample, nullptr, time) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::FindSampleByCompositionTime(u64 time, u32* sample) {
+  return m_bound && m_timeTable ? m_timeTable->FindByCompositionTime(time, sample) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::FindSampleByDecodingTime(u64 time, u32* sample) {
+  return m_bound && m_timeTable ? m_timeTable->FindByDecodingTime(time, sample) : MP4_NOT_READY;
+}
+
+// Composition order is not decoding order: the sample found can be a B-frame in front of the sync sample that
+// it is shown before, so the search starts one sample later, and a sync sample shown after `time` is stepped
+// over.
+Mp4Result CTrackImpl::FindSyncSample(u64 time, u32* sample) {
+  u32 found = 0;
+  KT_TRY(FindSampleByCompositionTime(time, &found));
+  if (m_boxes.syncSample == nullptr) {
+    *sample = found;
+    return MP4_OK;
+  }
+  for (u32 probe = found + 1;;) {
+    u32 candidate = 0;
+    KT_TRY(m_boxes.syncSample->FindPrecedingSyncSample(probe, &candidate));
+    u64 compositionTime = 0;
+    KT_TRY(GetSampleCompositionTime(candidate, &compositionTime));
+    if (compositionTime <= time) {
+      *sample = candidate;
+      return MP4_OK;
+    }
+    if (candidate == 1) return MP4_NOT_FOUND;
+    probe = candidate - 1;
+  }
+}
+
+}  // namespace kt
