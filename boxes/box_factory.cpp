@@ -21,6 +21,7 @@
 #include "boxes/movie_box.h"
 #include "boxes/movie_header_box.h"
 #include "boxes/mp4_sample_entry.h"
+#include "boxes/object_descriptor_box.h"
 #include "boxes/sample_description_box.h"
 #include "boxes/sample_size_box.h"
 #include "boxes/sample_table_box.h"
@@ -68,7 +69,7 @@ constexpr BoxRow kBoxRows[] = {
     {FourCc("hint"), Make<CTrackReferenceTypeBox>},
     {FourCc("hmhd"), nullptr},
     {FourCc("hnti"), nullptr},
-    {FourCc("iods"), nullptr},
+    {FourCc("iods"), Make<CObjectDescriptorBox>},
     {FourCc("mdat"), Make<CMediaDataBox>},
     {FourCc("mdhd"), Make<CMediaHeaderBox>},
     {FourCc("mdia"), Make<CMediaBox>},

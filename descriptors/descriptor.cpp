@@ -67,6 +67,12 @@ Mp4Result CBaseDescriptor::GetSize(u32* size, u32* headerSize) const {
   return MP4_OK;
 }
 
+u64 CBaseDescriptor::WholeLength() const {
+  u32 size = 0;
+  u32 headerSize = 0;
+  return GetSize(&size, &headerSize) == MP4_OK ? u64{size} + headerSize : 0;
+}
+
 Mp4Result CBaseDescriptor::GetTag(u32* tag) const {
   *tag = m_tag;
   return MP4_OK;

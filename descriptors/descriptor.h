@@ -54,8 +54,10 @@ class CBaseDescriptor {
   /// need be when read is forgotten. MP4_DESCRIPTOR_OVERRUN when the sum leaves 32 bits.
   virtual Mp4Result CalculateSize();
 
-  /// Size of the body and of the header in bytes; the whole length is their sum.
+  /// Size of the body and of the header in bytes.
   Mp4Result GetSize(u32* size, u32* headerSize) const;
+  /// Header and body together.
+  u64 WholeLength() const;
   Mp4Result GetTag(u32* tag) const;
   /// Bytes of the body that `Deserialize` has not consumed.
   Mp4Result GetRemaining(u32* remaining) const;

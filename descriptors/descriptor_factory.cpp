@@ -1,5 +1,8 @@
 #include "descriptors/descriptor_list.h"
 #include "descriptors/es_descriptor.h"
+#include "descriptors/es_id_descriptors.h"
+#include "descriptors/initial_object_descriptor.h"
+#include "descriptors/object_descriptor.h"
 
 namespace kt {
 namespace {
@@ -15,10 +18,16 @@ struct MakerRow {
 };
 
 constexpr MakerRow kMakers[] = {
+    {kObjectDescriptorTag, Make<CObjectDescriptor>},
+    {kInitialObjectDescriptorTag, Make<CInitialObjectDescriptor>},
     {kEsDescriptorTag, Make<CESDescriptor>},
     {kDecoderConfigDescriptorTag, Make<CDecoderConfigDescriptor>},
     {kDecoderSpecificInfoTag, Make<CDecoderSpecificInfo>},
     {kSlConfigDescriptorTag, Make<CSLConfigDescriptor>},
+    {kEsIdIncTag, Make<CESIDInc>},
+    {kEsIdRefTag, Make<CESIDRef>},
+    {kMp4InitialObjectDescriptorTag, Make<CInitialObjectDescriptor>},
+    {kMp4ObjectDescriptorTag, Make<CObjectDescriptor>},
 };
 
 }  // namespace

@@ -12,14 +12,6 @@ u32 TagOf(const CBaseDescriptor& descriptor) {
   return descriptor.GetTag(&tag) == MP4_OK ? tag : 0;
 }
 
-Mp4Result WholeLength(const CBaseDescriptor& descriptor, u64* length) {
-  u32 size = 0;
-  u32 headerSize = 0;
-  KT_TRY(descriptor.GetSize(&size, &headerSize));
-  *length = u64{size} + headerSize;
-  return MP4_OK;
-}
-
 }  // namespace
 
 Mp4Result CDescriptorList::FindByTag(u32 tag, CBaseDescriptor** descriptor, u32 occurrence) {
@@ -42,10 +34,8 @@ Mp4Result CDescriptorList::SerializeAll(CStorage* storage) {
 
 Mp4Result CDescriptorList::SerializeDescriptors(u8** cursor, u32* room) {
   for (Node* node = m_head.get(); node != nullptr; node = node->next.get()) {
-    u64 length = 0;
     KT_TRY(node->item->CalculateSize());
-    KT_TRY(WholeLength(*node->item, &length));
-    if (*room < length) return MP4_BUFFER_TOO_SMALL;
+    if (*room < node->item->WholeLength()) return MP4_BUFFER_TOO_SMALL;
     KT_TRY(node->item->SerializeToBuffer(cursor, room));
   }
   return MP4_OK;
@@ -61,8 +51,7 @@ Mp4Result CDescriptorList::DeserializeDescriptors(CStorage* storage, u32* remain
     KT_TRY(CreateDescriptor(storage, parentTag, &descriptor, &tag));
     CBaseDescriptor* added = descriptor.get();
     KT_TRY(Add(std::move(descriptor)));
-    u64 length = 0;
-    KT_TRY(WholeLength(*added, &length));
+    const u64 length = added->WholeLength();
     if (*remaining < length) return MP4_DESCRIPTOR_OVERRUN;
     *remaining -= static_cast<u32>(length);
   }
@@ -80,10 +69,8 @@ Mp4Result CDescriptorList::DumpDescriptors(int indent) {
 Mp4Result CDescriptorList::CalculateDescriptorsSize(u32* total) {
   *total = 0;
   for (Node* node = m_head.get(); node != nullptr; node = node->next.get()) {
-    u64 length = 0;
     KT_TRY(node->item->CalculateSize());
-    KT_TRY(WholeLength(*node->item, &length));
-    KT_TRY(AddToSize(total, length));
+    KT_TRY(AddToSize(total, node->item->WholeLength()));
   }
   return MP4_OK;
 }

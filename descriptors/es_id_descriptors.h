@@ -1,0 +1,44 @@
+#pragma once
+
+#include "descriptors/descriptor.h"
+
+namespace kt {
+
+/// A descriptor whose whole body is one number that points at a track. ISO/IEC 14496-14, 3.1.
+template <class Id>
+class CTrackPointerDescriptor : public CBaseDescriptor {
+ public:
+  Mp4Result Deserialize(CStorage* storage) override;
+  Mp4Result Serialize(CStorage* storage) override;
+  Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;
+  Mp4Result CalculateSize() override;
+
+ protected:
+  using CBaseDescriptor::CBaseDescriptor;
+  explicit CTrackPointerDescriptor(const CBaseDescriptor& header) : CBaseDescriptor(header) {}
+  Mp4Result DumpId(int indent, const char* name);
+
+  Id m_id = 0;
+};
+
+/// Stands for an elementary stream by an index into the "mpod" references of the track that carries it.
+class CESIDRef : public CTrackPointerDescriptor<u16> {
+ public:
+  CESIDRef() : CTrackPointerDescriptor(kEsIdRefTag) {}
+  explicit CESIDRef(const CBaseDescriptor& header) : CTrackPointerDescriptor(header) {}
+
+  Mp4Result Dump(int indent) override;
+  Mp4Result SetRefIndex(u16 refIndex);
+};
+
+/// Stands for an elementary stream by the id of its track.
+class CESIDInc : public CTrackPointerDescriptor<u32> {
+ public:
+  CESIDInc() : CTrackPointerDescriptor(kEsIdIncTag) {}
+  explicit CESIDInc(const CBaseDescriptor& header) : CTrackPointerDescriptor(header) {}
+
+  Mp4Result Dump(int indent) override;
+  Mp4Result SetTrackId(u32 trackId);
+};
+
+}  // namespace kt

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "descriptors/object_descriptor_base.h"
+
+namespace kt {
+
+/// The entry point of an MPEG-4 presentation: the profiles and levels that it needs and its first streams. In
+/// the file form ("MP4 IOD") it points at tracks, in the systems form it embeds ES descriptors.
+/// ISO/IEC 14496-1, 8.3.2.
+class CInitialObjectDescriptor : public CObjectDescriptorBase {
+ public:
+  /// In the file form.
+  CInitialObjectDescriptor() : CObjectDescriptorBase(kMp4InitialObjectDescriptorTag) {}
+  explicit CInitialObjectDescriptor(const CBaseDescriptor& header) : CObjectDescriptorBase(header) {}
+
+  /// Always MP4_NOT_READY: this descriptor is written to storages alone, and callers rely on it.
+  Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;
+
+  Mp4Result SetUrlFlag(u32 flag);
+  /// The file form when not 0, else the systems form. A descriptor that is read counts as in the file form
+  /// whatever its tag, so that ES descriptors embedded in it are dropped, and readers rely on it.
+  Mp4Result SetFileForm(u32 fileForm);
+
+  Mp4Result GetOdProfileLevel(u8* level) const;
+  Mp4Result GetSceneProfileLevel(u8* level) const;
+  Mp4Result GetAudioProfileLevel(u8* level) const;
+  Mp4Result GetVisualProfileLevel(u8* level) const;
+  Mp4Result GetGraphicsProfileLevel(u8* level) const;
+  Mp4Result SetOdProfileLevel(u8 level);
+  Mp4Result SetSceneProfileLevel(u8 level);
+  Mp4Result SetAudioProfileLevel(u8 level);
+  Mp4Result SetVisualProfileLevel(u8 level);
+  Mp4Result SetGraphicsProfileLevel(u8 level);
+
+  /// Makes an empty list of streams when there is none, without which nothing can be written. MP4_NO_MEMORY.
+  Mp4Result MakeStreamList();
+  /// Points at a track. MP4_NOT_READY unless in the file form, with the list of streams made; MP4_NO_MEMORY.
+  Mp4Result AddEsIdInc(u32 trackId);
+  /// Embeds and owns `descriptor`. MP4_NOT_READY in the file form, MP4_BAD_ARGUMENT for null, MP4_NO_MEMORY.
+  Mp4Result AddEsDescriptor(std::unique_ptr<CBaseDescriptor> descriptor);
+
+ private:
+  template <class Fields>
+  Mp4Result VisitLevels(Fields&& fields) {
+    return fields(m_odProfileLevelIndication, m_sceneProfileLevelIndication, m_audioProfileLevelIndication,
+                  m_visualProfileLevelIndication, m_graphicsProfileLevelIndication);
+  }
+  void TakeFlags(u8 flags) override;
+  u8 GiveFlags() const override;
+  Mp4Result ReadLevels(CStorage* storage) override;
+  Mp4Result WriteLevels(CStorage* storage) override;
+  u32 LevelsSize() const override;
+  void DumpFlags(int indent) const override;
+  void DumpLevels(int indent) const override;
+  u32 StreamTag() const override;
+
+  u32 m_includeInlineProfileLevelFlag = 0;
+  u8 m_odProfileLevelIndication = 0;
+  u8 m_sceneProfileLevelIndication = 0;
+  u8 m_audioProfileLevelIndication = 0;
+  u8 m_visualProfileLevelIndication = 0;
+  u8 m_graphicsProfileLevelIndication = 0;
+  u32 m_fileForm = 1;
+};
+
+}  // namespace kt

@@ -1,0 +1,100 @@
+#include "descriptors/object_descriptor_base.h"
+
+#include <cstdio>
+
+#include "descriptors/counted_text.h"
+#include "descriptors/size_code.h"
+#include "engine/field_io.h"
+
+namespace kt {
+namespace {
+
+constexpr u32 kFixedSize = 2;
+constexpr u16 kMaxId = 1023;
+constexpr u8 kUrlBit = 0x20;
+constexpr u8 kFlagBits = 0x1F;
+
+}  // namespace
+
+Mp4Result CObjectDescriptorBase::Deserialize(CStorage* storage) {
+  if (m_remaining < kFixedSize) return MP4_DESCRIPTOR_OVERRUN;
+  CFieldReader<u32> reader(storage, &m_remaining);
+  u8 high = 0;
+  u8 low = 0;
+  KT_TRY(reader(high, low));
+  m_objectDescriptorId = static_cast<u16>(high << 2 | low >> 6);
+  m_urlFlag = (low & kUrlBit) != 0;
+  TakeFlags(low & kFlagBits);
+  if (m_urlFlag != 0) {
+    KT_TRY(ReadCountedText(storage, &m_remaining, &m_urlLength, &m_url));
+  } else {
+    KT_TRY(ReadLevels(storage));
+  }
+  CDescriptorList children(this);
+  KT_TRY(children.DeserializeDescriptors(storage, &m_remaining));
+  return SortChildren(&children);
+}
+
+Mp4Result CObjectDescriptorBase::SortChildren(CDescriptorList* children) {
+  if (m_urlFlag == 0) {
+    const i32 streamTag = static_cast<i32>(StreamTag());
+    KT_TRY(children->ExtractByTagRange(&m_streams, streamTag, streamTag));
+    KT_TRY(children->ExtractByTagRange(&m_ociDescriptors, kFirstOciTag, kLastOciTag));
+    KT_TRY(children->ExtractByTagRange(&m_extensionDescriptors, kFirstExtensionTag, kLastExtensionTag));
+  }
+  // Without a URL this second split finds nothing more, and its empty list replaces the one before: extension
+  // descriptors are not kept then, and readers rely on it.
+  return children->ExtractByTagRange(&m_extensionDescriptors, kFirstExtensionTag, kLastExtensionTag);
+}
+
+Mp4Result CObjectDescriptorBase::WriteFields(CStorage* storage) {
+  KT_TRY(storage->WriteUInt8(static_cast<u8>(m_objectDescriptorId >> 2)));
+  KT_TRY(storage->WriteUInt8(
+      static_cast<u8>(m_objectDescriptorId << 6 | (m_urlFlag != 0 ? kUrlBit : 0) | GiveFlags())));
+  return m_urlFlag != 0 ? WriteCountedText(storage, m_urlLength, m_url.get()) : WriteLevels(storage);
+}
+
+u32 CObjectDescriptorBase::FieldsSize() const {
+  return kFixedSize + (m_urlFlag != 0 ? 1u + m_urlLength : LevelsSize());
+}
+
+Mp4Result CObjectDescriptorBase::Serialize(CStorage* storage) {
+  KT_TRY(CBaseDescriptor::Serialize(storage));
+  KT_TRY(WriteFields(storage));
+  if (m_urlFlag == 0 && !m_streams) return MP4_BAD_DESCRIPTOR;
+  return ForEachList([&](CDescriptorList& list) { return list.SerializeAll(storage); });
+}
+
+Mp4Result CObjectDescriptorBase::CalculateSize() {
+  KT_TRY(CBaseDescriptor::CalculateSize());
+  KT_TRY(AddToSize(&m_size, FieldsSize()));
+  return ForEachList([&](CDescriptorList& list) {
+    u32 total = 0;
+    KT_TRY(list.CalculateDescriptorsSize(&total));
+    return AddToSize(&m_size, total);
+  });
+}
+
+Mp4Result CObjectDescriptorBase::Dump(int indent) {
+  KT_TRY(CBaseDescriptor::Dump(indent));
+  PrintIndent(indent);
+  std::printf("OD_ID: %d\n", m_objectDescriptorId);
+  PrintIndent(indent);
+  std::printf("URLFlag: %s\n", m_urlFlag != 0 ? "TRUE" : "FALSE");
+  DumpFlags(indent);
+  if (m_urlFlag != 0) {
+    PrintIndent(indent);
+    std::printf("URLString: %s\n", m_url ? reinterpret_cast<const char*>(m_url.get()) : "");
+  } else {
+    DumpLevels(indent);
+  }
+  return ForEachList([&](CDescriptorList& list) { return list.DumpDescriptors(indent + 1); });
+}
+
+Mp4Result CObjectDescriptorBase::SetObjectDescriptorId(u16 id) {
+  if (id > kMaxId) return MP4_BAD_ARGUMENT;
+  m_objectDescriptorId = id;
+  return MP4_OK;
+}
+
+}  // namespace kt
