@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Set-up that ./play and ./test share; sourced, not run. Expects to stand in the root of the checkout.
 
 say() { printf '\n== %s\n' "$*"; }

@@ -1,0 +1,216 @@
+// ktmp4_bench [--smoke] [--folder=FOLDER] [Google Benchmark's options]
+//
+// Opens, reads and searches a generated film of two hours, side by side with libavformat in one process, and
+// prints how the two stand to each other. --smoke takes seconds in place of hours and one repetition, to see
+// that everything works; its figures mean nothing.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <string>
+#include <string_view>
+
+#include "bench/long_file.h"
+#include "bench/memory.h"
+#include "bench/our_reader.h"
+#include "bench/peer_reader.h"
+#include "bench/ratios.h"
+
+namespace {
+
+using namespace kt;
+
+constexpr u32 kVideo = 0;  // the position of the track that is searched, on both sides
+constexpr u32 kSeeks = 10000;
+constexpr u32 kRange = 10000;
+
+struct Plan {
+  bool smoke = false;
+  std::string folder = KTMP4_BENCH_FOLDER;
+
+  u32 Seconds() const { return smoke ? 20 : 7200; }
+  int Repetitions() const { return smoke ? 1 : 5; }
+};
+
+benchmark::internal::Benchmark* Register(const Plan& plan, const std::string& name, auto body) {
+  return benchmark::RegisterBenchmark(name.c_str(), body)
+      ->Unit(benchmark::kMillisecond)
+      ->Repetitions(plan.Repetitions())
+      ->DisplayAggregatesOnly();
+}
+
+// Opening alone is timed; closing is not what a viewer waits for.
+template <typename Reader>
+void RegisterOpen(const Plan& plan, const std::string& name, const std::string& film) {
+  Register(plan, name, [film](benchmark::State& state) {
+    for (auto _ : state) {
+      auto reader = std::make_unique<Reader>(film);
+      state.PauseTiming();
+      reader.reset();
+      state.ResumeTiming();
+    }
+  });
+}
+
+// One pass over the whole file; every pass has to see what the others saw.
+template <typename Reader>
+void RegisterRead(const Plan& plan, const std::string& name, const std::string& film, Tally (Reader::*pass)(),
+                  const Tally& expected) {
+  Register(plan, name, [=](benchmark::State& state) {
+    for (auto _ : state) {
+      state.PauseTiming();
+      auto reader = std::make_unique<Reader>(film);
+      state.ResumeTiming();
+      const Tally tally = (*reader.*pass)();
+      state.PauseTiming();
+      if (tally != expected) state.SkipWithError("the pass did not see every sample as it is");
+      reader.reset();
+      state.ResumeTiming();
+    }
+    state.SetItemsProcessed(static_cast<i64>(expected.samples) * state.iterations());
+  });
+}
+
+template <typename Reader, typename Stream>
+void RegisterSeek(const Plan& plan, const std::string& name, const std::string& film,
+                  u64 (Reader::*search)(Stream, const std::vector<u64>&), const std::vector<u64>& times) {
+  Register(plan, name, [=](benchmark::State& state) {
+    Reader reader(film);
+    for (auto _ : state) benchmark::DoNotOptimize((reader.*search)(Stream{kVideo}, times));
+    state.SetItemsProcessed(static_cast<i64>(times.size()) * state.iterations());
+  });
+}
+
+// What a pin's delivery costs in one stretch of a track.
+void RegisterRange(const Plan& plan, const std::string& name, const std::string& file, bool atEnd) {
+  Register(plan, name, [=](benchmark::State& state) {
+    COurReader reader(file);
+    const u32 samples = reader.SampleCount(kVideo);
+    const u32 count = std::min(kRange, samples);
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(reader.DeliverRange(kVideo, atEnd ? samples - count + 1 : 1, count).checksum);
+    }
+    state.SetItemsProcessed(static_cast<i64>(count) * state.iterations());
+  });
+}
+
+void RegisterRandom(const Plan& plan, const std::string& name, const std::string& file) {
+  Register(plan, name, [=](benchmark::State& state) {
+    COurReader reader(file);
+    std::mt19937 random(99);
+    std::vector<u32> samples(kRange);
+    for (u32& sample : samples) sample = 1 + static_cast<u32>(random()) % reader.SampleCount(kVideo);
+    for (auto _ : state) benchmark::DoNotOptimize(reader.ReadThese(kVideo, samples).checksum);
+    state.SetItemsProcessed(static_cast<i64>(samples.size()) * state.iterations());
+  });
+}
+
+constexpr u32 kChunkLengths[] = {10, 100, 10000};
+
+std::string SoundName(const char* what, u32 samplesPerChunk) {
+  return std::string(what) + "/chunks of " + std::to_string(samplesPerChunk);
+}
+
+void RegisterAll(const Plan& plan, const std::string& film) {
+  const Tally expected = CPeerReader(film).ReadAll();
+  const std::vector<u64> times = RandomTimes(kSeeks, COurReader(film).LastTime(kVideo));
+
+  RegisterOpen<COurReader>(plan, "open/ktmp4", film);
+  RegisterOpen<CPeerReader>(plan, "open/libavformat", film);
+  RegisterRead(plan, "read/ktmp4", film, &COurReader::ReadInFileOrder, expected);
+  RegisterRead(plan, "read/libavformat", film, &CPeerReader::ReadAll, expected);
+  RegisterRead(plan, "read by time/ktmp4", film, &COurReader::ReadByTime, expected);
+  RegisterRead(plan, "read by track/ktmp4", film, &COurReader::ReadByTrack, expected);
+  RegisterSeek(plan, "seek/ktmp4", film, &COurReader::FindSyncSamples, times);
+  RegisterSeek(plan, "seek/libavformat", film, &CPeerReader::Seek, times);
+  RegisterSeek(plan, "search/libavformat", film, &CPeerReader::SearchIndex, times);
+  RegisterRange(plan, "deliver/first samples", film, false);
+  RegisterRange(plan, "deliver/last samples", film, true);
+  for (const u32 length : kChunkLengths) {
+    const std::string sound =
+        MakeLongFile({.seconds = plan.Seconds(), .withVideo = false, .samplesPerChunk = length}, plan.folder);
+    RegisterRange(plan, SoundName("deliver first", length), sound, false);
+    RegisterRange(plan, SoundName("deliver last", length), sound, true);
+    RegisterRandom(plan, SoundName("read at random", length), sound);
+  }
+}
+
+void PrintComparison(const CRatioReporter& report, const std::string& film) {
+  const u64 ours = HeapTakenBy([&] { new COurReader(film); });
+  const u64 theirs = HeapTakenBy([&] { new CPeerReader(film); });
+  const double samples = static_cast<double>(CPeerReader(film).ReadAll().samples);
+  constexpr double kMilli = 1e3;
+  constexpr double kNano = 1e9;
+
+  std::printf("\n%-46s %10s %10s %-10s %6s\n", "", "ktmp4", "libavformat", "", "ratio");
+  const auto median = [&](const char* name) { return report.Median(name); };
+  PrintRatio("open and bind all tracks", median("open/ktmp4"), median("open/libavformat"), kMilli, "ms");
+  const double peerRead = median("read/libavformat");
+  PrintRatio("read every sample, in file order", median("read/ktmp4"), peerRead, kNano / samples,
+             "ns/sample");
+  PrintRatio("read every sample, by time", median("read by time/ktmp4"), peerRead, kNano / samples,
+             "ns/sample");
+  PrintRatio("read every sample, track after track", median("read by track/ktmp4"), peerRead, kNano / samples,
+             "ns/sample");
+  PrintRatio("sync sample at a random time, to av_seek_frame", median("seek/ktmp4"),
+             median("seek/libavformat"), kNano / kSeeks, "ns/seek");
+  PrintRatio("the same, to av_index_search_timestamp", median("seek/ktmp4"), median("search/libavformat"),
+             kNano / kSeeks, "ns/seek");
+  PrintRatio("heap after opening", static_cast<double>(ours), static_cast<double>(theirs), 1e-6, "MB");
+
+  std::printf("\n%-46s %10s %10s %-10s %6s\n", "ktmp4, cost of a sample", "last", "first", "", "ratio");
+  PrintRatio("delivered, of the film's pictures", median("deliver/last samples"),
+             median("deliver/first samples"), kNano / kRange, "ns/sample");
+  for (const u32 length : kChunkLengths) {
+    PrintRatio(SoundName("delivered", length).c_str(), report.Median(SoundName("deliver last", length)),
+               report.Median(SoundName("deliver first", length)), kNano / kRange, "ns/sample");
+  }
+  std::printf("\n%-46s", "ktmp4, reading at random, ns/sample");
+  for (const u32 length : kChunkLengths) {
+    std::printf("  chunks of %u: %.0f", length,
+                report.Median(SoundName("read at random", length)) * kNano / kRange);
+  }
+  std::printf("\n");
+}
+
+Plan TakeOwnOptions(int* argc, char** argv) {
+  constexpr std::string_view kFolder = "--folder=";
+  Plan plan;
+  int kept = 1;
+  for (int i = 1; i < *argc; ++i) {
+    const std::string_view option = argv[i];
+    if (option == "--smoke") {
+      plan.smoke = true;
+    } else if (option.starts_with(kFolder)) {
+      plan.folder = option.substr(kFolder.size());
+    } else {
+      argv[kept++] = argv[i];
+    }
+  }
+  *argc = kept;
+  return plan;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const Plan plan = TakeOwnOptions(&argc, argv);
+  // The two sides take turns, so that a machine that is busy for a while is busy for both.
+  std::vector<char*> options(argv, argv + argc);
+  char interleave[] = "--benchmark_enable_random_interleaving=true";
+  char shortest[] = "--benchmark_min_time=0.001";
+  options.insert(options.begin() + 1, interleave);
+  if (plan.smoke) options.insert(options.begin() + 1, shortest);
+  int count = static_cast<int>(options.size());
+  benchmark::Initialize(&count, options.data());
+  if (benchmark::ReportUnrecognizedArguments(count, options.data())) return 2;
+
+  const std::string film = MakeLongFile({.seconds = plan.Seconds()}, plan.folder);
+  RegisterAll(plan, film);
+  CRatioReporter report;
+  benchmark::RunSpecifiedBenchmarks(&report);
+  PrintComparison(report, film);
+  return report.HasFailed() ? 1 : 0;
+}

@@ -1,0 +1,145 @@
+#include "bench/our_reader.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace kt {
+namespace {
+
+void Check(Mp4Result result, const char* what) {
+  if (result == MP4_OK) return;
+  std::fprintf(stderr, "ktmp4_bench: %s: %s (%u): %s\n", what, Mp4ResultName(result), result,
+               Mp4ResultText(result));
+  std::exit(1);
+}
+
+}  // namespace
+
+COurReader::COurReader(const std::string& path) {
+  CMp4File* file = nullptr;
+  Check(CreateMp4File(&file), "CreateMp4File");
+  m_file.reset(file);
+  Check(file->Open(path.c_str(), MP4_MODE_READ, MP4_TYPE_MP4), path.c_str());
+  u32 count = 0;
+  Check(file->GetTrackCount(&count), "GetTrackCount");
+  for (u32 index = 1; index <= count; ++index) {
+    Track track{};
+    Check(file->OpenTrack(index, &track.face), "OpenTrack");
+    Check(track.face->GetSampleCount(&track.samples), "GetSampleCount");
+    Check(track.face->GetTimeScale(&track.timeScale), "GetTimeScale");
+    m_tracks.push_back(track);
+  }
+}
+
+COurReader::~COurReader() {
+  for (const Track& track : m_tracks) Check(m_file->CloseTrack(track.face), "CloseTrack");
+  Check(m_file->Close(), "Close");
+}
+
+u64 COurReader::LastTime(u32 track) {
+  u64 time = 0;
+  Check(m_tracks[track].face->GetSampleCompositionTime(m_tracks[track].samples, &time), "last time");
+  return time;
+}
+
+void COurReader::Read(const Track& track, u32 sample, Tally* tally) {
+  u32 size = 0;
+  u64 decodingTime = 0;
+  u64 compositionTime = 0;
+  Check(track.face->ReadSample(sample, static_cast<u32>(m_buffer.size()), &size, m_buffer.data()),
+        "ReadSample");
+  Check(track.face->GetSampleDecodingTime(sample, &decodingTime), "GetSampleDecodingTime");
+  Check(track.face->GetSampleCompositionTime(sample, &compositionTime), "GetSampleCompositionTime");
+  tally->Add(size, decodingTime, compositionTime, m_buffer[0]);
+}
+
+Tally COurReader::ReadInFileOrder() {
+  Tally tally;
+  std::vector<u32> next(m_tracks.size(), 1);
+  bool more = true;
+  for (u64 turn = 1; more; ++turn) {
+    more = false;
+    for (std::size_t i = 0; i < m_tracks.size(); ++i) {
+      const Track& track = m_tracks[i];
+      for (; next[i] <= track.samples; ++next[i]) {
+        u64 time = 0;
+        Check(track.face->GetSampleDecodingTime(next[i], &time), "GetSampleDecodingTime");
+        if (time * 2 >= turn * track.timeScale) break;
+        Read(track, next[i], &tally);
+      }
+      more = more || next[i] <= track.samples;
+    }
+  }
+  return tally;
+}
+
+Tally COurReader::ReadByTime() {
+  Tally tally;
+  std::vector<u32> next(m_tracks.size(), 1);
+  for (;;) {
+    const Track* earliest = nullptr;
+    std::size_t chosen = 0;
+    double best = 0;
+    for (std::size_t i = 0; i < m_tracks.size(); ++i) {
+      if (next[i] > m_tracks[i].samples) continue;
+      u64 time = 0;
+      Check(m_tracks[i].face->GetSampleDecodingTime(next[i], &time), "GetSampleDecodingTime");
+      const double seconds = static_cast<double>(time) / m_tracks[i].timeScale;
+      if (earliest != nullptr && seconds >= best) continue;
+      earliest = &m_tracks[i];
+      chosen = i;
+      best = seconds;
+    }
+    if (earliest == nullptr) return tally;
+    Read(*earliest, next[chosen]++, &tally);
+  }
+}
+
+Tally COurReader::ReadByTrack() {
+  Tally tally;
+  for (const Track& track : m_tracks) {
+    for (u32 sample = 1; sample <= track.samples; ++sample) Read(track, sample, &tally);
+  }
+  return tally;
+}
+
+Tally COurReader::DeliverRange(u32 track, u32 first, u32 count) {
+  Tally tally;
+  CMp4Track& face = *m_tracks[track].face;
+  for (u32 sample = first; sample < first + count; ++sample) {
+    u32 size = 0;
+    Check(face.GetSampleSize(sample, &size), "GetSampleSize");
+    Check(face.ReadSample(sample, static_cast<u32>(m_buffer.size()), &size, m_buffer.data()), "ReadSample");
+    u64 start = 0;
+    u64 stop = 0;
+    Check(face.GetSampleCompositionTime(sample, &start), "GetSampleCompositionTime");
+    // The last sample has no successor, and its answer is of no use to anyone.
+    if (sample < m_tracks[track].samples) {
+      Check(face.GetSampleCompositionTime(sample + 1, &stop), "GetSampleCompositionTime");
+    }
+    u32 sync = 0;
+    Check(face.FindSyncSample(start, &sync), "FindSyncSample");
+    tally.Add(size, stop, start, sync == sample ? 1 : 0);
+  }
+  return tally;
+}
+
+Tally COurReader::ReadThese(u32 track, const std::vector<u32>& samples) {
+  Tally tally;
+  for (const u32 sample : samples) Read(m_tracks[track], sample, &tally);
+  return tally;
+}
+
+u64 COurReader::FindSyncSamples(u32 track, const std::vector<u64>& times) {
+  u64 sum = 0;
+  for (const u64 time : times) {
+    u32 sample = 0;
+    const Mp4Result result = m_tracks[track].face->FindSyncSample(time, &sample);
+    // A time ahead of the first picture has no sync sample.
+    if (result != MP4_NOT_FOUND) Check(result, "FindSyncSample");
+    sum += sample;
+  }
+  return sum;
+}
+
+}  // namespace kt

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/mp4_file.h"
+
+namespace kt {
+
+/// What a pass over samples has seen; both sides have to see the same.
+struct Tally {
+  u64 samples = 0;
+  u64 bytes = 0;
+  /// Times and first bytes, so that nothing of the work can be left out.
+  u64 checksum = 0;
+
+  void Add(u64 size, u64 decodingTime, u64 compositionTime, u8 firstByte) {
+    ++samples;
+    bytes += size;
+    checksum += decodingTime + 3 * compositionTime + firstByte;
+  }
+  bool operator==(const Tally&) const = default;
+};
+
+/// A file with all its tracks bound. A failing call ends the program: the generated files are sound.
+class COurReader {
+ public:
+  explicit COurReader(const std::string& path);
+  COurReader(const COurReader&) = delete;
+  COurReader& operator=(const COurReader&) = delete;
+  ~COurReader();
+
+  u32 SampleCount(u32 track) const { return m_tracks[track].samples; }
+  /// Composition time of the last sample in ticks.
+  u64 LastTime(u32 track);
+
+  /// Every sample in the order of the bytes in the file, which is half a second of each track in turn.
+  Tally ReadInFileOrder();
+  /// Every sample, always the one with the earliest decoding time of all tracks.
+  Tally ReadByTime();
+  /// One track after the other.
+  Tally ReadByTrack();
+  /// What the delivery to a pin asks for each of `count` samples from `first` on: size, bytes, its time and
+  /// the next one's, and whether it is a sync sample.
+  Tally DeliverRange(u32 track, u32 first, u32 count);
+  /// Reads `samples` by number, in that order.
+  Tally ReadThese(u32 track, const std::vector<u32>& samples);
+  /// The sync samples at `times`, summed up.
+  u64 FindSyncSamples(u32 track, const std::vector<u64>& times);
+
+ private:
+  struct Track {
+    CMp4Track* face;
+    u32 samples;
+    u32 timeScale;
+  };
+
+  void Read(const Track& track, u32 sample, Tally* tally);
+
+  std::unique_ptr<CMp4File> m_file;
+  std::vector<Track> m_tracks;
+  std::vector<u8> m_buffer = std::vector<u8>(1 << 16);
+};
+
+}  // namespace kt

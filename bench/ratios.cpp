@@ -1,0 +1,32 @@
+#include "bench/ratios.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace kt {
+
+void CRatioReporter::ReportRuns(const std::vector<Run>& runs) {
+  for (const Run& run : runs) {
+    m_failed = m_failed || run.error_occurred;
+    if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+    m_seconds[run.run_name.function_name].push_back(run.real_accumulated_time /
+                                                    static_cast<double>(run.iterations));
+  }
+  ConsoleReporter::ReportRuns(runs);
+}
+
+double CRatioReporter::Median(const std::string& name) const {
+  const auto found = m_seconds.find(name);
+  if (found == m_seconds.end()) return 0;
+  std::vector<double> times = found->second;
+  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+  std::nth_element(times.begin(), middle, times.end());
+  return *middle;
+}
+
+void PrintRatio(const char* what, double ours, double theirs, double scale, const char* unit) {
+  if (ours <= 0 || theirs <= 0) return;
+  std::printf("%-46s %10.2f %10.2f %-10s %6.2f\n", what, ours * scale, theirs * scale, unit, ours / theirs);
+}
+
+}  // namespace kt
