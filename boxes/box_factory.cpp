@@ -1,3 +1,5 @@
+#include "boxes/box_factory.h"
+
 #include <algorithm>
 #include <iterator>
 #include <new>
@@ -35,25 +37,16 @@
 #include "boxes/track_reference_type_box.h"
 #include "boxes/user_data_box.h"
 #include "boxes/video_media_header_box.h"
-#include "engine/box_list.h"
 
 namespace kt {
 namespace {
-
-using BoxMaker = std::unique_ptr<CBox> (*)(CBox&& header);
 
 template <class BoxClass>
 std::unique_ptr<CBox> Make(CBox&& header) {
   return std::unique_ptr<CBox>(new (std::nothrow) BoxClass(std::move(header)));
 }
 
-struct BoxRow {
-  u32 code;
-  BoxMaker make;  // null for a code whose boxes are kept as unknown ones
-};
-
-/// Every code with a class of its own. "nmhd", "ln21" and "uuid" are left out: read back they are unknown
-/// boxes, and callers rely on it.
+// "nmhd", "ln21" and "uuid" are left out: read back they are unknown boxes, and callers rely on it.
 constexpr BoxRow kBoxRows[] = {
     {FourCc("co64"), Make<CChunkLargeOffsetBox>},
     {FourCc("cprt"), Make<CCopyrightBox>},
@@ -120,6 +113,10 @@ bool MayHoldRtp(u32 parentType) {
 }
 
 }  // namespace
+
+std::span<const BoxRow> BoxRows() {
+  return kBoxRows;
+}
 
 Mp4Result CreateBox(CStorage* storage, u32 parentType, std::unique_ptr<CBox>* box, u32* type) {
   box->reset();
