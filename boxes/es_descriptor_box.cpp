@@ -13,8 +13,7 @@ Mp4Result CESDBox::Deserialize(CStorage* storage) {
   KT_TRY(CreateDescriptor(storage, 0, &descriptor, &tag));
   if (tag != kEsDescriptorTag) return MP4_BAD_BOX;
   m_pDescriptor.reset(static_cast<CESDescriptor*>(descriptor.release()));
-  u64 size = 0;
-  KT_TRY(DescriptorSize(&size));
+  const u64 size = m_pDescriptor->WholeLength();
   if (m_remaining < size) return MP4_DESCRIPTOR_OVERRUN;
   m_remaining -= size;
   return MP4_OK;
@@ -34,9 +33,7 @@ Mp4Result CESDBox::CalculateSize() {
   KT_TRY(CFullBox::CalculateSize());
   if (!m_pDescriptor) return MP4_BAD_BOX;
   KT_TRY(m_pDescriptor->CalculateSize());
-  u64 size = 0;
-  KT_TRY(DescriptorSize(&size));
-  m_size += size;
+  m_size += m_pDescriptor->WholeLength();
   return MP4_OK;
 }
 
@@ -44,14 +41,6 @@ Mp4Result CESDBox::MakeDescriptor(CESDescriptor** descriptor) {
   if (!m_pDescriptor) m_pDescriptor.reset(new (std::nothrow) CESDescriptor);
   *descriptor = m_pDescriptor.get();
   return m_pDescriptor ? MP4_OK : MP4_NO_MEMORY;
-}
-
-Mp4Result CESDBox::DescriptorSize(u64* size) const {
-  u32 body = 0;
-  u32 header = 0;
-  KT_TRY(m_pDescriptor->GetSize(&body, &header));
-  *size = u64{body} + header;
-  return MP4_OK;
 }
 
 }  // namespace kt

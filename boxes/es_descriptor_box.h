@@ -26,9 +26,6 @@ class CESDBox final : public CFullBox {
   Mp4Result MakeDescriptor(CESDescriptor** descriptor);
 
  private:
-  // The bytes that the descriptor takes, header included.
-  Mp4Result DescriptorSize(u64* size) const;
-
   std::unique_ptr<CESDescriptor> m_pDescriptor;
 };
 

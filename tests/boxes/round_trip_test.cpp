@@ -202,6 +202,19 @@ std::vector<RoundTrip> SampleEntryCases() {
   };
 }
 
+std::vector<RoundTrip> DescriptorCases() {
+  const Bytes pointer = Bytes().U8(14).U8(4).U32(7);
+  const Bytes body = Bytes().U16(0x004F).Add({0xFF, 0xFE, 15, 3, 0xFD}).Add(pointer);
+  return {
+      {"iods", FullBox("iods", 0, 0, Bytes().U8(16).U8(body.size()).Add(body)),
+       "{\n\n  MP4 IOD\n  Tag: 0x10  Size: 13\n  OD_ID: 1\n  URLFlag: FALSE\n"
+       "  IncludeInlineProfileLevelFlag: FALSE\n  ODProfileLevelIndication: 0xff\n"
+       "  SceneProfileLevelIndication: 0xfe\n  AudioProfileLevelIndication: 0x0f\n"
+       "  VisualProfileLevelIndication: 0x03\n  GraphicsProfileLevelIndication: 0xfd\n"
+       "\n    ES ID inc\n    Tag: 0x0e  Size: 4\n    TrackID: 7\n}\n"},
+  };
+}
+
 std::vector<RoundTrip> TableCases() {
   const std::string two = "Entry count = 2\n";
   return {
@@ -235,8 +248,8 @@ std::vector<RoundTrip> UnknownCases() {
 
 std::vector<RoundTrip> AllCases() {
   std::vector<RoundTrip> all;
-  for (const auto& cases :
-       {HeaderCases(), TrackStructureCases(), SampleEntryCases(), TableCases(), UnknownCases()}) {
+  for (const auto& cases : {HeaderCases(), TrackStructureCases(), SampleEntryCases(), DescriptorCases(),
+                            TableCases(), UnknownCases()}) {
     all.insert(all.end(), cases.begin(), cases.end());
   }
   return all;
