@@ -1,0 +1,241 @@
+#include <random>
+
+#include "boxes/chunk_large_offset_box.h"
+#include "boxes/chunk_offset_box.h"
+#include "boxes/sample_size_box.h"
+#include "boxes/sample_to_chunk_box.h"
+#include "boxes/sync_sample_box.h"
+#include "boxes/table_support.h"
+
+namespace kt::test {
+namespace {
+
+using Number = Answer<u32>;
+
+Number SizeOf(const CSampleSizeBox& box, u32 sample) {
+  return Ask<u32>([&](u32* size) { return box.GetSampleSize(sample, size); });
+}
+
+Number ChunkOf(CSampleToChunkBox& box, u32 sample) {
+  return Ask<u32>([&](u32* chunk) { return box.GetChunkOfSample(sample, chunk); });
+}
+
+Number FirstOf(CSampleToChunkBox& box, u32 chunk) {
+  return Ask<u32>([&](u32* sample) { return box.GetFirstSampleOfChunk(chunk, sample); });
+}
+
+Number SyncBefore(CSyncSampleBox& box, u32 sample) {
+  return Ask<u32>([&](u32* sync) { return box.FindPrecedingSyncSample(sample, sync); });
+}
+
+// Readers rely on the constant size being given for sample 0 too.
+TEST(SampleSizeBox, GivesAConstantSizeForEverySampleAndForSampleZero) {
+  const auto box = ReadBox<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(500).U32(3)));
+  for (const u32 sample : {0u, 1u, 3u}) EXPECT_EQ(SizeOf(*box, sample), (Number{MP4_OK, 500}));
+  EXPECT_EQ(SizeOf(*box, 4), (Number{MP4_NOT_FOUND, 777}));
+}
+
+TEST(SampleSizeBox, RefusesSampleZeroOfATable) {
+  const auto box = ReadBox<CSampleSizeBox>(SizeTable({7, 8}));
+  EXPECT_EQ(SizeOf(*box, 0), (Number{MP4_ZERO_INDEX, 777}));
+  EXPECT_EQ(SizeOf(*box, 2), (Number{MP4_OK, 8}));
+  EXPECT_EQ(SizeOf(*box, 3), (Number{MP4_NOT_FOUND, 777}));
+}
+
+TEST(SampleSizeBox, WritesATableOnlyForSizesThatDiffer) {
+  const struct {
+    std::vector<u32> sizes;
+    Bytes box;
+  } rows[] = {
+      {{}, FullBox("stsz", 0, 0, Bytes().U32(0).U32(0))},
+      {{7, 7, 7}, FullBox("stsz", 0, 0, Bytes().U32(7).U32(3))},
+      {{7, 7, 9}, SizeTable({7, 7, 9})},
+      {{7, 9, 7, 7}, SizeTable({7, 9, 7, 7})},
+  };
+  for (const auto& row : rows) {
+    CSampleSizeBox box;
+    u32 sample = 0;
+    for (const u32 size : row.sizes) ASSERT_EQ(box.AddSampleSize(++sample, size), MP4_OK);
+    EXPECT_EQ(box.AddSampleSize(sample + 2, 7), MP4_BAD_ARGUMENT);
+    EXPECT_EQ(box.AddSampleSize(sample, 7), MP4_BAD_ARGUMENT);
+    EXPECT_EQ(box.AddSampleSize(sample + 1, 0), MP4_BAD_ARGUMENT);
+    EXPECT_EQ(Written(box), row.box);
+  }
+}
+
+Number PlainSum(const CSampleSizeBox& box, u32 first, u32 end) {
+  Number sum{MP4_OK, 0};
+  for (u32 sample = first; sample < end; ++sample) {
+    const Number size = SizeOf(box, sample);
+    if (size.result != MP4_OK) return {size.result, 0};
+    sum.value += size.value;
+  }
+  return sum;
+}
+
+// Sums over whole blocks and parts of blocks, wrapping, against the sizes added one by one.
+TEST(SampleSizeBox, SumsLikeAddingEachSize) {
+  std::mt19937 random(1);
+  for (const u32 count : {0u, 1u, 99u, 100u, 101u, 1000u, 1234u}) {
+    std::vector<u32> sizes(count);
+    for (u32& size : sizes) size = static_cast<u32>(random());
+    const auto table = ReadBox<CSampleSizeBox>(SizeTable(sizes));
+    const auto constant = ReadBox<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(0x12345678).U32(count)));
+    for (int i = 0; i < 300; ++i) {
+      const u32 first = static_cast<u32>(random() % (count + 3));
+      const u32 end = static_cast<u32>(random() % (count + 4));
+      for (CSampleSizeBox* box : {table.get(), constant.get()}) {
+        Number sum{MP4_OK, 0};
+        sum.result = box->SumSampleSizes(first, end, &sum.value);
+        ASSERT_EQ(sum, PlainSum(*box, first, end)) << count << ": " << first << " to " << end;
+      }
+    }
+  }
+}
+
+TEST(SampleSizeBox, SumsSizesAddedAfterASum) {
+  CSampleSizeBox box;
+  u32 sum = 0;
+  for (u32 sample = 1; sample <= 350; ++sample) {
+    ASSERT_EQ(box.AddSampleSize(sample, sample), MP4_OK);
+    ASSERT_EQ(box.SumSampleSizes(1, sample + 1, &sum), MP4_OK);
+    ASSERT_EQ(sum, sample * (sample + 1) / 2);
+  }
+}
+
+TEST(SampleToChunkBox, FindsChunksAndTheirFirstSamplesInAnyOrder) {
+  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {{1, 2, 1}, {3, 5, 1}, {4, 1, 1}}));
+  const struct {
+    u32 sample, chunk, first;
+  } rows[] = {{1, 1, 1},   {2, 1, 1},   {3, 2, 3}, {4, 2, 3},    {5, 3, 5}, {9, 3, 5}, {10, 4, 10},
+              {11, 5, 11}, {10, 4, 10}, {1, 1, 1}, {10, 4, 10},  {5, 3, 5}, {4, 2, 3}, {9, 3, 5},
+              {3, 2, 3},   {2, 1, 1},   {5, 3, 5}, {99, 93, 99}, {1, 1, 1}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(ChunkOf(*box, row.sample), (Number{MP4_OK, row.chunk})) << row.sample;
+    EXPECT_EQ(FirstOf(*box, row.chunk), (Number{MP4_OK, row.first})) << row.sample;
+  }
+}
+
+TEST(SampleToChunkBox, AnswersOneWithTheFailureOfAnEmptyTable) {
+  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {}));
+  EXPECT_EQ(ChunkOf(*box, 1), (Number{MP4_NOT_FOUND, 1}));
+  EXPECT_EQ(FirstOf(*box, 1), (Number{MP4_NOT_FOUND, 1}));
+}
+
+// A division by zero.
+TEST(SampleToChunkBox, RefusesChunksOfNoSamples) {
+  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {{1, 0, 1}}));
+  EXPECT_EQ(ChunkOf(*box, 1), (Number{MP4_CORRUPT, 1}));
+  const auto later = ReadBox<CSampleToChunkBox>(Table("stsc", {{1, 2, 1}, {2, 0, 1}}));
+  EXPECT_EQ(ChunkOf(*later, 2), (Number{MP4_OK, 1}));
+  EXPECT_EQ(ChunkOf(*later, 4), (Number{MP4_CORRUPT, 1}));
+}
+
+// Falling first chunks wrap in 32 bits and end; the numbers are what the arithmetic gives.
+TEST(SampleToChunkBox, WrapsWhereFirstChunksFall) {
+  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {{5, 1, 1}, {1, 1, 1}}));
+  EXPECT_EQ(ChunkOf(*box, 3), (Number{MP4_OK, 7}));
+  EXPECT_EQ(FirstOf(*box, 7), (Number{MP4_OK, 3}));
+  EXPECT_EQ(FirstOf(*box, 0), (Number{MP4_OK, 0xFFFFFFFC}));
+}
+
+TEST(SampleToChunkBox, WritesLikeChunksAsOneRunAndIsReadRightAfter) {
+  CSampleToChunkBox box;
+  EXPECT_EQ(box.AddChunk(2, 2, 1), MP4_BAD_ARGUMENT);
+  const u32 chunks[][2] = {{2, 1}, {2, 1}, {3, 1}, {3, 2}};
+  u32 chunk = 0;
+  for (const auto& row : chunks) ASSERT_EQ(box.AddChunk(++chunk, row[0], row[1]), MP4_OK);
+  EXPECT_EQ(box.AddChunk(4, 2, 1), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(Written(box), Table("stsc", {{1, 2, 1}, {3, 3, 1}, {4, 3, 2}}));
+  EXPECT_EQ(ChunkOf(box, 7), (Number{MP4_OK, 3}));
+  EXPECT_EQ(FirstOf(box, 3), (Number{MP4_OK, 5}));
+  EXPECT_EQ(ChunkOf(box, 1), (Number{MP4_OK, 1}));
+  EXPECT_EQ(box.AddChunk(5, 3, 2), MP4_OK);  // reading has not moved the writer's place
+  EXPECT_EQ(Written(box), Table("stsc", {{1, 2, 1}, {3, 3, 1}, {4, 3, 2}}));
+}
+
+TEST(ChunkOffsetBox, AddsInTurnAndCountsItsSize) {
+  CChunkOffsetBox narrow;
+  CChunkLargeOffsetBox wide;
+  EXPECT_EQ(narrow.AddChunkOffset(0, 5), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(narrow.AddChunkOffset(1, 0xFFFFFFFF), MP4_OK);
+  EXPECT_EQ(narrow.AddChunkOffset(1, 5), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(wide.AddChunkOffset(1, 0x100000000), MP4_OK);
+  EXPECT_EQ(wide.AddChunkOffset(3, 5), MP4_BAD_ARGUMENT);
+  u64 size = 0;
+  EXPECT_EQ(narrow.GetSize(&size), MP4_OK);
+  EXPECT_EQ(size, 20u);
+  EXPECT_EQ(wide.GetSize(&size), MP4_OK);
+  EXPECT_EQ(size, 20u);
+  EXPECT_EQ(Ask<u32>([&](u32* offset) { return narrow.GetChunkOffset(1, offset); }),
+            (Number{MP4_OK, 0xFFFFFFFF}));
+  EXPECT_EQ(Ask<u64>([&](u64* offset) { return wide.GetChunkOffset(1, offset); }),
+            (Answer<u64>{MP4_OK, 0x100000000}));
+  EXPECT_EQ(Ask<u64>([&](u64* offset) { return wide.GetChunkOffset(0, offset); }),
+            (Answer<u64>{MP4_ZERO_INDEX, 777}));
+  EXPECT_EQ(Ask<u64>([&](u64* offset) { return wide.GetChunkOffset(2, offset); }),
+            (Answer<u64>{MP4_NOT_FOUND, 777}));
+}
+
+TEST(ChunkOffsetBox, IsCopiedWholeIntoTheWideOne) {
+  CChunkOffsetBox narrow;
+  CChunkLargeOffsetBox wide;
+  EXPECT_EQ(wide.CopyFrom(&narrow), MP4_OK);
+  for (u32 chunk = 1; chunk <= 150; ++chunk) ASSERT_EQ(narrow.AddChunkOffset(chunk, 1000 * chunk), MP4_OK);
+  EXPECT_EQ(wide.CopyFrom(&narrow), MP4_OK);
+  EXPECT_EQ(wide.GetEntryCount(), 150u);
+  EXPECT_EQ(wide.AddChunkOffset(151, 0x123456789), MP4_OK);
+  EXPECT_EQ(Ask<u64>([&](u64* offset) { return wide.GetChunkOffset(150, offset); }),
+            (Answer<u64>{MP4_OK, 150000}));
+  EXPECT_EQ(wide.CopyFrom(&narrow), MP4_BAD_ARGUMENT);
+}
+
+TEST(SyncSampleBox, FindsTheLastSyncSampleAtOrBefore) {
+  const struct {
+    std::vector<std::vector<u32>> table;
+    u32 sample;
+    Number answer;
+  } rows[] = {
+      {{{1}, {10}, {20}}, 9, {MP4_OK, 1}},
+      {{{1}, {10}, {20}}, 10, {MP4_OK, 10}},
+      {{{1}, {10}, {20}}, 500, {MP4_OK, 20}},
+      {{{1}, {10}, {20}}, 0, {MP4_NOT_FOUND, 1}},
+      {{{10}, {20}}, 5, {MP4_NOT_FOUND, 1}},
+      {{{4}}, 4, {MP4_OK, 4}},
+      {{}, 5, {MP4_NOT_FOUND, 1}},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(SyncBefore(*ReadBox<CSyncSampleBox>(Table("stss", row.table)), row.sample), row.answer);
+  }
+}
+
+Number PlainSyncBefore(const std::vector<u32>& table, u32 sample) {
+  if (table.empty() || table[0] > sample) return {MP4_NOT_FOUND, 1};
+  std::size_t next = 1;
+  while (next < table.size() && table[next] <= sample) ++next;
+  return {MP4_OK, table[next - 1]};
+}
+
+// Blocks passed over that should not be, in tables that rise and tables that do not.
+TEST(SyncSampleBox, AnswersLikeAWalkOverTheWholeTable) {
+  std::mt19937 random(2);
+  for (const u32 count : {1u, 2u, 99u, 100u, 101u, 200u, 731u}) {
+    for (const u32 disorder : {0u, 1u, 2u, 5000u}) {
+      std::vector<u32> table(count);
+      CSyncSampleBox box;
+      for (u32 i = 0; i < count; ++i) {
+        table[i] = 5 + 3 * i + (disorder == 0 ? 0 : static_cast<u32>(random() % (disorder * 5)));
+        ASSERT_EQ(box.AddSyncSample(table[i]), MP4_OK);
+        // Searches between the additions: what was worked out must not go stale.
+        const u32 sample = static_cast<u32>(random() % (3 * count + 20));
+        ASSERT_EQ(SyncBefore(box, sample), PlainSyncBefore({table.begin(), table.begin() + i + 1}, sample));
+      }
+      for (u32 sample = 0; sample < 3 * count + 5 * disorder + 20; ++sample) {
+        ASSERT_EQ(SyncBefore(box, sample), PlainSyncBefore(table, sample)) << count << " " << disorder;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kt::test

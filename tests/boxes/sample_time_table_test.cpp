@@ -1,0 +1,349 @@
+#include "boxes/sample_time_table.h"
+
+#include <random>
+
+#include "boxes/table_support.h"
+
+namespace kt::test {
+namespace {
+
+using Runs = std::vector<std::vector<u32>>;
+using Sample = Answer<u32>;
+
+struct Times {
+  u64 decoding;
+  u64 composition;
+  bool operator==(const Times&) const = default;
+};
+
+/// The plain way: every sample's times one after the other, and searches that walk over them.
+class PlainTimeTable {
+ public:
+  PlainTimeTable(CTimeToSampleBox* stts, CCompositionOffsetBox* ctts, u64 startOffset) {
+    u64 time = 0;
+    for (u32 sample = 1; stts->GetSampleTime(sample, &time) == MP4_OK; ++sample) {
+      u32 offset = 0;
+      if (ctts == nullptr || ctts->GetSampleOffset(sample, &offset) != MP4_OK) offset = 0;
+      m_times.push_back({time + startOffset, time + startOffset + offset});
+    }
+  }
+
+  u32 Count() const { return static_cast<u32>(m_times.size()); }
+  const Times& Of(u32 sample) const { return m_times[sample - 1]; }
+
+  Sample FindByDecodingTime(u64 time) {
+    if (m_lastFound > Count()) return {MP4_NOT_FOUND, 777};
+    if (m_lastFound == 0) return {MP4_ZERO_INDEX, 777};
+    u32 sample = Of(m_lastFound).decoding > time ? 1 : m_lastFound;
+    for (; sample <= Count(); ++sample) {
+      if (Of(sample).decoding < time) continue;
+      m_lastFound = Of(sample).decoding > time ? sample - 1 : sample;
+      return {MP4_OK, m_lastFound};
+    }
+    return {MP4_NOT_FOUND, Count()};
+  }
+
+  Sample FindByCompositionTime(u64 time) {
+    if (Count() == 0) return {MP4_NOT_FOUND, 777};
+    u32 best = 1;
+    u32 above = 0;
+    for (u32 sample = 1; sample <= Count() && above < 2; ++sample) {
+      if (Of(sample).composition > time) {
+        ++above;
+      } else if (Of(sample).composition > Of(best).composition) {
+        best = sample;
+      }
+    }
+    m_lastFound = best;
+    return {MP4_OK, best};
+  }
+
+ private:
+  std::vector<Times> m_times;
+  u32 m_lastFound = 1;
+};
+
+Sample ByDecoding(CSampleTimeTable& table, u64 time) {
+  return Ask<u32>([&](u32* sample) { return table.FindByDecodingTime(time, sample); });
+}
+
+Sample ByComposition(CSampleTimeTable& table, u64 time) {
+  return Ask<u32>([&](u32* sample) { return table.FindByCompositionTime(time, sample); });
+}
+
+Times TimesOf(CSampleTimeTable& table, u32 sample) {
+  Times times{};
+  EXPECT_EQ(table.GetSampleTimes(sample, &times.decoding, &times.composition), MP4_OK) << sample;
+  return times;
+}
+
+std::unique_ptr<CSampleTimeTable> Built(const Runs& stts, const Runs* ctts = nullptr, u64 startOffset = 0) {
+  const auto times = ReadBox<CTimeToSampleBox>(Table("stts", stts));
+  const auto offsets = ctts == nullptr ? nullptr : ReadBox<CCompositionOffsetBox>(Table("ctts", *ctts));
+  auto table = std::make_unique<CSampleTimeTable>();
+  EXPECT_EQ(table->Build(times.get(), offsets.get(), startOffset), MP4_OK);
+  return table;
+}
+
+/// Generated runs and the questions that are asked of them.
+class Generator {
+ public:
+  explicit Generator(u32 seed) : m_random(seed) {}
+
+  u32 Below(u32 bound) { return static_cast<u32>(m_random() % bound); }
+  template <std::size_t Count>
+  u64 OneOf(const u64 (&values)[Count]) {
+    return values[Below(Count)];
+  }
+
+  Runs MakeRuns(u32 most, u32 longest, std::vector<u64> values) {
+    Runs runs(Below(most + 1));
+    for (auto& run : runs) {
+      run = {Below(4) == 0 ? 0 : 1 + Below(longest),
+             static_cast<u32>(values[Below(static_cast<u32>(values.size()))])};
+    }
+    return runs;
+  }
+
+  /// A time at or beside one of a sample, or anywhere.
+  u64 MakeTime(const PlainTimeTable& plain) {
+    const u64 wild[] = {0, 1, ~u64{0}, u64{1} << 63, u64{m_random()} << 32};
+    if (plain.Count() == 0 || Below(20) == 0) return OneOf(wild);
+    const Times& times = plain.Of(1 + Below(plain.Count()));
+    return (Below(2) == 0 ? times.decoding : times.composition) + Below(3) - 1;
+  }
+
+ private:
+  std::mt19937 m_random;
+};
+
+void CompareWithPlain(Generator& generator, const Runs& stts, const Runs* ctts, u64 startOffset,
+                      u32 searches) {
+  const auto times = ReadBox<CTimeToSampleBox>(Table("stts", stts));
+  const auto offsets = ctts == nullptr ? nullptr : ReadBox<CCompositionOffsetBox>(Table("ctts", *ctts));
+  PlainTimeTable plain(times.get(), offsets.get(), startOffset);
+  CSampleTimeTable table;
+  ASSERT_EQ(table.Build(times.get(), offsets.get(), startOffset), MP4_OK);
+
+  u32 count = 0;
+  ASSERT_EQ(table.GetSampleCount(&count), MP4_OK);
+  ASSERT_EQ(count, plain.Count());
+  for (u32 sample = 1; sample <= count; ++sample) ASSERT_EQ(TimesOf(table, sample), plain.Of(sample));
+  for (u32 i = 0; i < searches; ++i) {
+    const u64 time = generator.MakeTime(plain);
+    if (count > 0) {
+      const u32 sample = 1 + generator.Below(count);
+      ASSERT_EQ(TimesOf(table, sample), plain.Of(sample));
+    }
+    if (generator.Below(2) == 0) {
+      ASSERT_EQ(ByDecoding(table, time), plain.FindByDecodingTime(time)) << time;
+    } else {
+      ASSERT_EQ(ByComposition(table, time), plain.FindByCompositionTime(time)) << time;
+    }
+  }
+}
+
+constexpr u64 kStarts[] = {0, 0, 7, ~u64{0}, ~u64{0} - 4, ~u64{0} - 40, 0 - (u64{1} << 32), u64{1} << 63};
+
+// Empty runs, repeated times, offsets that read as negative, times that pass 2^64.
+TEST(SampleTimeTable, AnswersSmallTablesLikeTheExpandedOne) {
+  Generator generator(3);
+  for (int i = 0; i < 20000 && !HasFatalFailure(); ++i) {
+    const Runs stts = generator.MakeRuns(5, 4, {0, 0, 1, 1, 2, 10, 0x7FFFFFFF, 0xFFFFFFFF});
+    const Runs ctts = generator.MakeRuns(6, 3, {0, 0, 1, 2, 3, 10, 20, 0xFFFFFFFE, 0xFFFFFFFF});
+    SCOPED_TRACE(i);
+    CompareWithPlain(generator, stts, generator.Below(8) == 0 ? nullptr : &ctts, generator.OneOf(kStarts),
+                     20);
+  }
+}
+
+// Tables long enough that searches begin in their midst: frames in reordered groups, single outliers, and
+// times that pass 2^64 on the way.
+TEST(SampleTimeTable, AnswersLongTablesLikeTheExpandedOne) {
+  Generator generator(4);
+  for (int i = 0; i < 60 && !HasFatalFailure(); ++i) {
+    Runs ctts;
+    const u32 pattern[] = {10, 25, 10, 0, 5};
+    for (u32 sample = 0; sample < 700; ++sample) {
+      const u32 outlier = generator.Below(150) == 0 ? generator.Below(3000) : 0;
+      ctts.push_back({1 + generator.Below(2) * generator.Below(3), pattern[sample % 5] + outlier});
+    }
+    const Runs steady = {{1200, 5}};
+    const Runs varied = generator.MakeRuns(400, 4, {0, 4, 5, 5, 6});
+    SCOPED_TRACE(i);
+    const u64 start = i % 3 == 0 ? 0 - u64{generator.Below(6000)} : generator.Below(100);
+    CompareWithPlain(generator, i % 2 == 0 ? steady : varied, &ctts, start, 600);
+  }
+}
+
+TEST(SampleTimeTable, CountsTheSampleOfAnEmptyLastRun) {
+  const auto table = Built({{3, 10}, {0, 5}});
+  u32 count = 0;
+  ASSERT_EQ(table->GetSampleCount(&count), MP4_OK);
+  EXPECT_EQ(count, 4u);
+  EXPECT_EQ(TimesOf(*table, 4), (Times{30, 30}));
+  EXPECT_EQ(table->GetSampleTimes(5, nullptr, nullptr), MP4_NOT_FOUND);
+}
+
+TEST(SampleTimeTable, IsEmptyWithoutRuns) {
+  const auto table = Built({});
+  u64 time = 0;
+  EXPECT_EQ(table->GetSampleTimes(1, &time, nullptr), MP4_NOT_FOUND);
+  EXPECT_EQ(table->GetSampleTimes(0, &time, nullptr), MP4_ZERO_INDEX);
+  EXPECT_EQ(ByDecoding(*table, 0), (Sample{MP4_NOT_FOUND, 777}));
+  EXPECT_EQ(ByComposition(*table, 0), (Sample{MP4_NOT_FOUND, 777}));
+  EXPECT_EQ(table->GetLastSampleTime(&time, nullptr), MP4_ZERO_INDEX);
+  EXPECT_EQ(CSampleTimeTable().Build(nullptr, nullptr, 0), MP4_BAD_ARGUMENT);
+}
+
+// Sample 0 with success, and what it does to the next search, are required as they stand; so is sample 1 from
+// the other search.
+TEST(SampleTimeTable, AnswersTimesBeforeTheFirstSampleDifferently) {
+  const Runs offsets = {{3, 5}};
+  const auto table = Built({{3, 10}}, &offsets, 100);
+  EXPECT_EQ(TimesOf(*table, 1), (Times{100, 105}));
+  EXPECT_EQ(ByDecoding(*table, 0), (Sample{MP4_OK, 0}));
+  EXPECT_EQ(ByDecoding(*table, 100), (Sample{MP4_ZERO_INDEX, 777}));
+  EXPECT_EQ(ByComposition(*table, 0), (Sample{MP4_OK, 1}));
+  EXPECT_EQ(ByDecoding(*table, 119), (Sample{MP4_OK, 2}));
+  EXPECT_EQ(ByDecoding(*table, 121), (Sample{MP4_NOT_FOUND, 3}));
+  EXPECT_EQ(ByDecoding(*table, 120), (Sample{MP4_OK, 3}));
+}
+
+// What a few bytes claim must cost neither time nor memory.
+TEST(SampleTimeTable, TakesHugeRunsAsTheyAre) {
+  const Runs offsets = {{0xFFFFFFFF, 3}, {0xFFFFFFFF, 4}};
+  const auto table = Built({{0xFFFFFFFD, 0xFFFFFFFF}, {1, 1}}, &offsets);
+  u32 count = 0;
+  ASSERT_EQ(table->GetSampleCount(&count), MP4_OK);
+  EXPECT_EQ(count, 0xFFFFFFFEu);
+  const u64 last = u64{0xFFFFFFFD} * 0xFFFFFFFF;
+  EXPECT_EQ(TimesOf(*table, count), (Times{last, last + 3}));
+  EXPECT_EQ(ByDecoding(*table, last - 1), (Sample{MP4_OK, count - 1}));
+  EXPECT_EQ(ByComposition(*table, last), (Sample{MP4_OK, count - 1}));
+}
+
+TEST(SampleTimeTable, RefusesMoreSamplesThanItCanNumber) {
+  for (const Runs& runs : {Runs{{0xFFFFFFFF, 1}}, Runs{{0xFFFFFFFE, 1}, {0, 1}},
+                           Runs{{0xFFFFFFFF, 1}, {0xFFFFFFFF, 1}, {0xFFFFFFFF, 1}}}) {
+    const auto box = ReadBox<CTimeToSampleBox>(Table("stts", runs));
+    CSampleTimeTable table;
+    EXPECT_EQ(table.Build(box.get(), nullptr, 0), MP4_NO_MEMORY);
+  }
+}
+
+TEST(SampleTimeTable, TellsTheLastSampleWhenRead) {
+  const struct {
+    Runs runs;
+    u64 start;
+    u64 time;
+    u32 duration;
+  } rows[] = {{{{3, 10}, {2, 20}}, 0, 50, 20},
+              {{{1, 10}}, 0x100000007, 0x100000007, 7},
+              {{{3, 0}}, 0, 0, 0},
+              {{{2, 0xFFFFFFFF}}, 2, 0x100000001, 0xFFFFFFFF}};
+  for (const auto& row : rows) {
+    const auto table = Built(row.runs, nullptr, row.start);
+    u64 time = 0;
+    u32 duration = 0;
+    ASSERT_EQ(table->GetLastSampleTime(&time, &duration), MP4_OK);
+    EXPECT_EQ(time, row.time);
+    EXPECT_EQ(duration, row.duration);
+    EXPECT_EQ(table->GetLastSampleTime(&time, nullptr), MP4_OK);
+    EXPECT_EQ(table->GetLastSampleTime(nullptr, &duration), MP4_BAD_ARGUMENT);
+  }
+}
+
+/// A table in write mode with its boxes.
+struct Writer {
+  Writer() { EXPECT_EQ(table.BeginWriting(&stts, &ctts), MP4_OK); }
+
+  CTimeToSampleBox stts;
+  CCompositionOffsetBox* ctts = nullptr;
+  CSampleTimeTable table;
+};
+
+TEST(SampleTimeTable, WritesWhatItReadsBack) {
+  Writer writer;
+  const Times samples[] = {{0, 20}, {10, 50}, {20, 30}, {30, 40}, {45, 65}};
+  u32 sample = 0;
+  for (const Times& times : samples) {
+    ASSERT_EQ(writer.table.AddSample(++sample, times.decoding, times.composition), MP4_OK);
+  }
+  u64 startOffset = 9;
+  ASSERT_EQ(writer.table.FinishWriting(&startOffset), MP4_OK);
+  EXPECT_EQ(startOffset, 0u);
+  u64 time = 0;
+  u32 duration = 0;
+  ASSERT_EQ(writer.table.GetLastSampleTime(&time, &duration), MP4_OK);
+  EXPECT_EQ(time, 45u);
+  EXPECT_EQ(duration, 15u);
+
+  const std::unique_ptr<CCompositionOffsetBox> taken = writer.table.TakeCompositionOffsetBox();
+  ASSERT_EQ(taken.get(), writer.ctts);
+  CSampleTimeTable read;
+  ASSERT_EQ(read.Build(&writer.stts, taken.get(), 0), MP4_OK);
+  for (u32 i = 1; i <= 5; ++i) EXPECT_EQ(TimesOf(read, i), samples[i - 1]);
+}
+
+TEST(SampleTimeTable, WritesNoOffsetsForTimesThatNeverDiffer) {
+  Writer writer;
+  for (u32 sample = 1; sample <= 3; ++sample) {
+    ASSERT_EQ(writer.table.AddSample(sample, 100, 100), MP4_OK);  // the later ones become 102 and 104
+  }
+  EXPECT_EQ(writer.ctts, nullptr);
+  u64 startOffset = 9;
+  ASSERT_EQ(writer.table.FinishWriting(&startOffset), MP4_OK);
+  EXPECT_EQ(Written(writer.stts), Table("stts", {{3, 2}}));
+}
+
+// Offsets can only begin with sample 1: required as it stands, with all that is left behind.
+TEST(SampleTimeTable, RefusesAFirstOffsetBehindSampleOne) {
+  Writer writer;
+  ASSERT_EQ(writer.table.AddSample(1, 0, 0), MP4_OK);
+  EXPECT_EQ(writer.table.AddSample(2, 10, 15), MP4_BAD_ARGUMENT);
+  ASSERT_NE(writer.ctts, nullptr);
+  EXPECT_EQ(Written(*writer.ctts), Table("ctts", {}));
+  EXPECT_EQ(Written(writer.stts), Table("stts", {{1, 10}}));
+  u32 count = 0;
+  EXPECT_EQ(writer.table.GetSampleCount(&count), MP4_OK);
+  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(writer.table.AddSample(2, 10, 10), MP4_BAD_ARGUMENT);  // "stts" has sample 2 already
+}
+
+TEST(SampleTimeTable, RefusesImpossibleTimes) {
+  Writer writer;
+  EXPECT_EQ(writer.table.AddSample(2, 0, 0), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(writer.table.AddSample(1, 5, 4), MP4_BAD_TIMING);
+  ASSERT_EQ(writer.table.AddSample(1, 5, 5), MP4_OK);
+  EXPECT_EQ(writer.table.AddSample(2, 0x200000006, 0x200000006), MP4_BAD_TIMING);
+  // The table has moved on to the refused time and the box has not: the step counts from there.
+  u64 time = 0;
+  u32 duration = 0;
+  ASSERT_EQ(writer.table.GetLastSampleTime(&time, &duration), MP4_OK);
+  EXPECT_EQ(time, 0x200000006u);
+  EXPECT_EQ(duration, 1u);
+}
+
+TEST(SampleTimeTable, TellsReadingAndWritingApart) {
+  CSampleTimeTable table;
+  u64 startOffset = 9;
+  EXPECT_EQ(table.AddSample(1, 0, 0), MP4_NOT_READY);
+  EXPECT_EQ(table.FinishWriting(&startOffset), MP4_NOT_READY);
+  EXPECT_EQ(table.BeginWriting(nullptr, nullptr), MP4_BAD_ARGUMENT);
+  CTimeToSampleBox stts;
+  ASSERT_EQ(table.BeginWriting(&stts, nullptr), MP4_OK);
+  EXPECT_EQ(table.GetSampleTimes(1, nullptr, nullptr), MP4_NOT_READY);
+  EXPECT_EQ(ByDecoding(table, 0), (Sample{MP4_NOT_READY, 777}));
+  EXPECT_EQ(ByComposition(table, 0), (Sample{MP4_NOT_READY, 777}));
+  EXPECT_EQ(table.FinishWriting(&startOffset), MP4_OK);
+  EXPECT_EQ(startOffset, 9u);  // not touched without a sample
+  u64 time = 9;
+  u32 duration = 9;
+  EXPECT_EQ(table.GetLastSampleTime(&time, &duration), MP4_OK);
+  EXPECT_EQ(time, 0u);
+  EXPECT_EQ(duration, 1u);
+}
+
+}  // namespace
+}  // namespace kt::test
