@@ -47,7 +47,7 @@ struct FakeFileFacts {
   std::set<CMp4Track*> open;
 
   void ExpectLocked(const char* call) const {
-    if (lock) EXPECT_TRUE(lock->IsHeldByCaller()) << call << " without the track lock";
+    EXPECT_TRUE(!lock || lock->IsHeldByCaller()) << call << " without the track lock";
   }
 };
 

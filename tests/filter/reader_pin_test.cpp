@@ -1,0 +1,326 @@
+#include "filter/logic/reader_pin.h"
+
+#include <gtest/gtest.h>
+
+#include "support/fake_host.h"
+
+namespace kt {
+namespace {
+
+using test::FakeHost;
+using test::FakeTrackFacts;
+
+FakeTrackFacts Video(u32 format, u16 width, u16 height) {
+  FakeTrackFacts track;
+  track.format = format;
+  track.width = width;
+  track.height = height;
+  return track;
+}
+
+FakeTrackFacts Audio(u32 format) {
+  FakeTrackFacts track;
+  track.kind = MP4_KIND_AUDIO;
+  track.format = format;
+  track.sampleRate = 44100;
+  track.channels = 2;
+  return track;
+}
+
+MediaType TypeAt(const CReaderPin& pin, i32 position) {
+  MediaType type;
+  EXPECT_EQ(pin.GetMediaType(position, &type), FilterResult::Ok);
+  return type;
+}
+
+MediaType Types(const Guid& majorType, const Guid& subtype) {
+  MediaType type;
+  type.majorType = majorType;
+  type.subtype = subtype;
+  return type;
+}
+
+TEST(Identifiers, HaveThePlatformsLayout) {
+  EXPECT_EQ(sizeof(Guid), 16u);
+  EXPECT_EQ(MEDIATYPE_Video.data1, 0x73646976u);
+  EXPECT_EQ(MEDIATYPE_Audio.data1, 0x73647561u);
+  EXPECT_EQ(MEDIATYPE_Text.data1, 0x73747874u);
+}
+
+TEST(ReaderPin, OffersTheTypesOfItsFormat) {
+  const struct {
+    const char* what;
+    FakeTrackFacts track;
+    Guid majorType;
+    Guid plain;
+    Guid stamped;
+    Guid formatType;
+    u32 format;
+  } rows[] = {
+      {"MPEG-4 video", Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video,
+       MEDIASUBTYPE_KtMp4VideoStamped, FORMAT_KtMp4Video, PIN_FORMAT_MPEG4_VIDEO},
+      {"H.263", Video(MP4_FORMAT_S263, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtH263,
+       MEDIASUBTYPE_KtH263Stamped, FORMAT_KtMp4Video, PIN_FORMAT_H263},
+      {"video with an audio entry", Video(MP4_FORMAT_MP4A, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video,
+       MEDIASUBTYPE_KtMp4VideoStamped, FORMAT_KtMp4Video, PIN_FORMAT_UNKNOWN},
+      {"MPEG-4 audio", Audio(MP4_FORMAT_MP4A), MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4Audio,
+       MEDIASUBTYPE_KtMp4AudioStamped, FORMAT_WaveFormatEx, PIN_FORMAT_MPEG4_AUDIO},
+      {"AMR wide", Audio(MP4_FORMAT_SAWB), MEDIATYPE_Audio, MEDIASUBTYPE_KtAmr, MEDIASUBTYPE_KtAmrStamped,
+       FORMAT_WaveFormatEx, PIN_FORMAT_AMR_WIDE},
+      {"AMR narrow", Audio(MP4_FORMAT_SAMR), MEDIATYPE_Audio, MEDIASUBTYPE_KtAmr, MEDIASUBTYPE_KtAmrStamped,
+       FORMAT_WaveFormatEx, PIN_FORMAT_AMR_NARROW},
+      {"audio with a video entry", Audio(MP4_FORMAT_MP4V), MEDIATYPE_Audio, GUID_NULL, GUID_NULL,
+       FORMAT_WaveFormatEx, PIN_FORMAT_UNKNOWN},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    FakeHost host;
+    host.file.tracks = {row.track};
+    CReaderPin& pin = host.LoadOnePin();
+    EXPECT_EQ(pin.Format(), row.format);
+    for (const i32 position : {0, 1}) {
+      const MediaType type = TypeAt(pin, position);
+      const Guid subtype = position ? row.stamped : row.plain;
+      EXPECT_EQ(type.majorType, row.majorType);
+      EXPECT_EQ(type.subtype, subtype);
+      EXPECT_EQ(type.formatType, row.formatType);
+      EXPECT_FALSE(type.fixedSizeSamples);
+      EXPECT_EQ(type.sampleSize, 0u);
+      EXPECT_EQ(type.temporalCompression, row.majorType == MEDIATYPE_Video);
+      // What an audio pin of unknown format offers it refuses.
+      EXPECT_EQ(pin.CheckMediaType(type),
+                subtype == GUID_NULL ? FilterResult::InvalidArgument : FilterResult::Ok);
+      EXPECT_EQ(pin.SetMediaType(type), FilterResult::Ok);
+      EXPECT_EQ(pin.HeaderSize(), position && subtype != GUID_NULL ? 16u : 0u);
+    }
+    MediaType type;
+    EXPECT_EQ(pin.GetMediaType(-1, &type), FilterResult::InvalidArgument);
+    EXPECT_EQ(pin.GetMediaType(2, &type), FilterResult::NoMoreItems);
+  }
+}
+
+TEST(ReaderPin, CaptionsHaveNoFormatAndTwoMajorTypes) {
+  FakeHost host;
+  host.file.tracks = {test::CaptionTrack({0})};
+  host.file.tracks[0].failing = {"GetVideoSize", "GetSampleFormat", "GetSampleRate"};
+  const CReaderPin& pin = host.LoadOnePin();
+  EXPECT_EQ(pin.Kind(), PIN_LINE21);
+  EXPECT_EQ(TypeAt(pin, 0), Types(MEDIATYPE_AUXLine21Data, MEDIASUBTYPE_Line21_BytePair));
+  EXPECT_EQ(TypeAt(pin, 1), Types(MEDIATYPE_Text, GUID_NULL));
+  EXPECT_EQ(pin.CheckMediaType(TypeAt(pin, 0)), FilterResult::Ok);
+  EXPECT_EQ(pin.CheckMediaType(TypeAt(pin, 1)), FilterResult::Ok);
+}
+
+TEST(ReaderPin, AcceptsByKindAlone) {
+  const struct {
+    FakeTrackFacts track;
+    Guid majorType;
+    Guid subtype;
+    bool accepted;
+  } rows[] = {
+      // The subtype need not be that of the track.
+      {Video(MP4_FORMAT_S263, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video, true},
+      {Audio(MP4_FORMAT_SAMR), MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4AudioStamped, true},
+      {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Audio, false},
+      {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4Video, false},
+      {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Video, GUID_NULL, false},
+      {Audio(MP4_FORMAT_MP4A), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video, false},
+      {test::CaptionTrack({0}), MEDIATYPE_Text, MEDIASUBTYPE_Line21_BytePair, false},
+      {test::CaptionTrack({0}), MEDIATYPE_AUXLine21Data, GUID_NULL, false},
+  };
+  for (const auto& row : rows) {
+    FakeHost host;
+    host.file.tracks = {row.track};
+    EXPECT_EQ(host.LoadOnePin().CheckMediaType(Types(row.majorType, row.subtype)),
+              row.accepted ? FilterResult::Ok : FilterResult::InvalidArgument);
+  }
+}
+
+TEST(ReaderPin, VideoFormatBlockByteForByte) {
+  FakeHost host;
+  host.file.tracks = {Video(MP4_FORMAT_MP4V, 0x0140, 0x00F0)};
+  host.file.tracks[0].timeScale = 12800;
+  host.file.tracks[0].info = {0xAA, 0xBB, 0xCC};
+  std::vector<u8> expected(107);
+  for (const std::size_t width : {8u, 24u, 52u}) {
+    expected[width] = 0x40;
+    expected[width + 1] = 0x01;
+    expected[width + 4] = 0xF0;
+  }
+  // 10000000 / 12800 = 781, one tick and not a frame.
+  expected[40] = 0x0D;
+  expected[41] = 0x03;
+  expected[89] = 0x32;
+  expected[104] = 0xAA;
+  expected[105] = 0xBB;
+  expected[106] = 0xCC;
+  const CReaderPin& pin = host.LoadOnePin();
+  EXPECT_EQ(TypeAt(pin, 0).format, expected);
+  EXPECT_EQ(TypeAt(pin, 1).format, expected);
+}
+
+TEST(ReaderPin, AudioFormatBlockByteForByte) {
+  FakeHost host;
+  host.file.tracks = {Audio(MP4_FORMAT_MP4A)};
+  host.file.tracks[0].info = {0x12, 0x10};
+  // No format tag, no byte rate; block alignment 1, 16 bits, and a count of 0 although the info follows.
+  const std::vector<u8> expected = {0, 0, 2, 0, 0x44, 0xAC, 0, 0, 0, 0, 0, 0, 1, 0, 16, 0, 0, 0, 0x12, 0x10};
+  EXPECT_EQ(TypeAt(host.LoadOnePin(), 1).format, expected);
+}
+
+TEST(ReaderPin, BlocksWithoutInfoHaveTheirPlainLengths) {
+  const struct {
+    FakeTrackFacts track;
+    std::size_t size;
+  } rows[] = {{Video(MP4_FORMAT_MP4V, 8, 6), 104}, {Audio(MP4_FORMAT_MP4A), 18}};
+  for (const auto& row : rows) {
+    FakeHost host;
+    host.file.tracks = {row.track};
+    host.file.tracks[0].info = {1, 2, 3};
+    host.file.tracks[0].failing = {"GetDecoderSpecificInfoSize"};
+    EXPECT_EQ(TypeAt(host.LoadOnePin(), 0).format.size(), row.size);
+  }
+}
+
+// A tick of no length would divide by zero.
+TEST(ReaderPin, TimeScaleZeroGivesNoFrameTimeAndNoDuration) {
+  FakeHost host;
+  host.file.tracks = {Video(MP4_FORMAT_MP4V, 0, 0)};
+  host.file.tracks[0].timeScale = 0;
+  host.file.tracks[0].samples.resize(2);
+  const CReaderPin& pin = host.LoadOnePin();
+  EXPECT_EQ(TypeAt(pin, 0).format, std::vector<u8>(104));
+  i64 duration = 0;
+  EXPECT_EQ(pin.GetDuration(&duration), FilterResult::False);
+}
+
+TEST(ReaderPin, AmrHasOneRateAndOneChannelWhateverTheEntrySays) {
+  const struct {
+    u32 format;
+    u32 rate;
+    u32 channels;
+  } rows[] = {{MP4_FORMAT_SAWB, 16000, 1}, {MP4_FORMAT_SAMR, 8000, 1}, {MP4_FORMAT_MP4A, 44100, 2}};
+  for (const auto& row : rows) {
+    FakeHost host;
+    host.file.tracks = {Audio(row.format)};
+    const CReaderPin& pin = host.LoadOnePin();
+    EXPECT_EQ(pin.SampleRate(), row.rate);
+    EXPECT_EQ(pin.Channels(), row.channels);
+  }
+}
+
+// Which failures end the learning, and what is known by then.
+TEST(ReaderPin, LearnsUntilATrackFails) {
+  const struct {
+    const char* failing;
+    FakeTrackFacts track;
+    u32 result;
+    u32 kind;
+    u32 format;
+    std::size_t info;
+  } rows[] = {
+      {"GetTimeScale", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_UNKNOWN, PIN_FORMAT_UNKNOWN, 0},
+      {"GetSampleCount", Video(MP4_FORMAT_MP4V, 8, 6), 0, PIN_VIDEO, PIN_FORMAT_MPEG4_VIDEO, 2},
+      {"GetTrackType", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_UNKNOWN, PIN_FORMAT_UNKNOWN, 0},
+      {"GetVideoSize", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_VIDEO, PIN_FORMAT_UNKNOWN, 0},
+      {"GetSampleFormat", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_VIDEO, PIN_FORMAT_UNKNOWN, 0},
+      {"GetSampleRate", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
+      {"GetChannelCount", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
+      {"GetSampleFormat", Audio(MP4_FORMAT_MP4A), 1, PIN_AUDIO, PIN_FORMAT_UNKNOWN, 0},
+      {"GetDecoderSpecificInfoSize", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 0},
+      {"GetDecoderSpecificInfo", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.failing);
+    test::FakeFileFacts file;
+    FakeTrackFacts facts = row.track;
+    facts.info = {1, 2};
+    facts.failing = {row.failing};
+    test::FakeTrack track(file, facts);
+    CTrackLock lock;
+    file.lock = &lock;
+    CReaderPin pin(lock, "pin");
+    EXPECT_EQ(pin.SetTrack(&track), row.result);
+    EXPECT_EQ(pin.Kind(), row.kind);
+    EXPECT_EQ(pin.Format(), row.format);
+    EXPECT_EQ(pin.DecoderInfo().size(), row.info);
+  }
+}
+
+TEST(ReaderPin, APinThatKnowsNothingOffersEmptyTypesAndTakesNone) {
+  CTrackLock lock;
+  CReaderPin pin(lock, "pin");
+  EXPECT_EQ(pin.SetTrack(nullptr), 1u);
+  EXPECT_EQ(TypeAt(pin, 0), MediaType());
+  EXPECT_EQ(TypeAt(pin, 1), MediaType());
+  EXPECT_EQ(pin.CheckMediaType(MediaType()), FilterResult::InvalidArgument);
+  BufferRequest request;
+  EXPECT_EQ(pin.DecideBufferSize(&request), FilterResult::Ok);
+  EXPECT_EQ(request, (BufferRequest{1, 65581}));
+}
+
+TEST(ReaderPin, BufferSizes) {
+  const MediaType text = Types(MEDIATYPE_Text, GUID_NULL);
+  const MediaType pairs = Types(MEDIATYPE_AUXLine21Data, MEDIASUBTYPE_Line21_BytePair);
+  const struct {
+    const char* what;
+    FakeTrackFacts track;
+    MediaType connected;
+    BufferRequest request;
+  } rows[] = {
+      {"video", Video(MP4_FORMAT_MP4V, 320, 240), {}, {1, 153616}},
+      {"no width", Video(MP4_FORMAT_MP4V, 0, 240), {}, {1, 100016}},
+      {"no height", Video(MP4_FORMAT_MP4V, 320, 0), {}, {1, 100016}},
+      {"just below 256 MiB", Video(MP4_FORMAT_MP4V, 16383, 8192), {}, {1, 268419088}},
+      {"AMR wide", Audio(MP4_FORMAT_SAWB), {}, {1, 1296}},
+      {"AMR narrow", Audio(MP4_FORMAT_SAMR), {}, {1, 656}},
+      {"MPEG-4 audio", Audio(MP4_FORMAT_MP4A), {}, {1, 4112}},
+      {"captions as text", test::CaptionTrack({0}), text, {32, 272}},
+      {"captions as pairs", test::CaptionTrack({0}), pairs, {1, 166}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    FakeHost host;
+    host.file.tracks = {row.track};
+    CReaderPin& pin = host.LoadOnePin();
+    ASSERT_EQ(pin.SetMediaType(row.connected), FilterResult::Ok);
+    BufferRequest request;
+    EXPECT_EQ(pin.DecideBufferSize(&request), FilterResult::Ok);
+    EXPECT_EQ(request, row.request);
+  }
+}
+
+// 65535 x 65535 x 2 wraps in 32 bits, and a header must not be able to ask for 8 GB.
+TEST(ReaderPin, HugePicturesGetNoBuffer) {
+  for (const u16 side : {u16{65535}, u16{11586}}) {
+    FakeHost host;
+    host.file.tracks = {Video(MP4_FORMAT_MP4V, side, side)};
+    BufferRequest request{7, 7};
+    EXPECT_EQ(host.LoadOnePin().DecideBufferSize(&request), FilterResult::OutOfMemory) << side;
+    EXPECT_EQ(request, (BufferRequest{7, 7}));
+  }
+}
+
+// The last decoding time and one mean step more, not the duration of the track header.
+TEST(ReaderPin, Duration) {
+  const struct {
+    std::vector<u64> times;
+    FilterResult result;
+    i64 duration;
+  } rows[] = {{{}, FilterResult::False, -1},
+              {{5}, FilterResult::Ok, 60000},
+              {{0, 10, 30}, FilterResult::Ok, 450000},
+              {{u64{1} << 44, u64{1} << 44}, FilterResult::Ok, (i64{1} << 45) * 10000}};
+  for (const auto& row : rows) {
+    FakeHost host;
+    host.file.tracks = {Video(MP4_FORMAT_MP4V, 8, 6)};
+    host.file.tracks[0].duration = 777;
+    for (const u64 time : row.times) host.file.tracks[0].samples.push_back({{}, time, time, true});
+    i64 duration = -1;
+    EXPECT_EQ(host.LoadOnePin().GetDuration(&duration), row.result);
+    EXPECT_EQ(duration, row.duration);
+  }
+}
+
+}  // namespace
+}  // namespace kt

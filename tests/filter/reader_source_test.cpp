@@ -1,0 +1,224 @@
+#include "filter/logic/reader_source.h"
+
+#include <gtest/gtest.h>
+
+#include "support/fake_host.h"
+
+namespace kt {
+namespace {
+
+using test::FakeHost;
+using test::FakeTrackFacts;
+using Words = std::vector<std::string>;
+
+FakeTrackFacts Track(u32 kind, u32 id) {
+  FakeTrackFacts track;
+  track.kind = kind;
+  track.format = kind;
+  track.id = id;
+  return track;
+}
+
+// The two lists of sorts do not run in the same order.
+TEST(ReaderSource, SortsTracksAndMakesPins) {
+  FakeHost host;
+  for (const u32 kind : {1u, 2u, 3u, 4u, 5u, 6u, 0u, 1u}) {
+    host.file.tracks.push_back(Track(kind, 10 + static_cast<u32>(host.file.tracks.size())));
+  }
+  FakeTrackFacts& audio = host.file.tracks[1];
+  audio.samples.resize(7);
+  audio.timeScale = 44100;
+  audio.duration = 9000000000;
+  ASSERT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
+
+  const TrackTables& tables = host.Source().Tables();
+  EXPECT_EQ(tables.m_trackCount, 8u);
+  EXPECT_EQ(tables.m_movieTimeScale, 600u);
+  static constexpr u32 kTypes[] = {1, 2, 6, 5, 4, 3, 0, 1};
+  for (u32 i = 0; i < 8; ++i) {
+    EXPECT_EQ(tables.m_trackType[i], kTypes[i]) << i;
+    EXPECT_EQ(tables.m_trackId[i], 10 + i) << i;
+  }
+  EXPECT_EQ(tables.m_sampleCount[1], 7u);
+  EXPECT_EQ(tables.m_timeScale[1], 44100u);
+  EXPECT_EQ(tables.m_duration[1], 9000000000u);
+
+  const Words names = {"MPEG-4 Track Video", "MPEG-4 Track Audio", "MPEG-4 Track Line21",
+                       "MPEG-4 Track Video"};
+  EXPECT_EQ(host.offered, names);
+  EXPECT_TRUE(host.Source().HasVideo() && host.Source().HasAudio() && host.Source().HasLine21());
+  const auto& pins = host.Source().Pins();
+  ASSERT_EQ(pins.size(), 4u);
+  for (std::size_t i = 0; i < pins.size(); ++i) EXPECT_EQ(pins[i]->SeekMaster(), i == 0 ? 1u : 0u) << i;
+  EXPECT_EQ(host.Source().SeekPin(), pins[0].get());
+  EXPECT_EQ(host.file.open.size(), 4u) << "tracks without a pin are closed at once";
+  EXPECT_TRUE(host.errors.empty());
+}
+
+TEST(ReaderSource, ASecondFileTakesThePlaceOfTheFirst) {
+  FakeHost host;
+  host.file.tracks = {Track(MP4_KIND_VIDEO, 1), Track(MP4_KIND_HINT, 2), Track(MP4_KIND_AUDIO, 3)};
+  ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&mdccid=N"), FilterResult::Ok);
+  EXPECT_EQ(host.Source().CallbackName(), "N");
+  EXPECT_EQ(host.file.log,
+            (Words{"Open c:/x.mp4 00", "OpenTrack 1", "OpenTrack 2", "CloseTrack 2", "OpenTrack 3"}));
+  host.file.log.clear();
+
+  ASSERT_EQ(host.Source().Load("b.mp4", L"b.mp4"), FilterResult::Ok);
+  EXPECT_EQ(host.file.log, (Words{"CloseTrack 1", "CloseTrack 3", "Close", "delete", "Open b.mp4 00",
+                                  "OpenTrack 1", "OpenTrack 2", "CloseTrack 2", "OpenTrack 3"}));
+  EXPECT_EQ(host.Source().GivenName(), L"b.mp4");
+  EXPECT_EQ(host.Source().CallbackName(), "");
+  // The pins of the first file stay, without tracks, and go on counting.
+  ASSERT_EQ(host.Source().Pins().size(), 4u);
+  EXPECT_EQ(host.Source().Pins()[0]->Track(), nullptr);
+  EXPECT_EQ(host.Source().Pins()[2]->SeekMaster(), 0u);
+  i64 duration = 0;
+  EXPECT_EQ(host.Source().GetDuration(&duration), FilterResult::False);
+}
+
+// The tracks have to go before the file, and nothing may leak.
+TEST(ReaderSource, GivesTracksBackBeforeTheFileIsClosed) {
+  test::FakeFileFacts file;
+  file.tracks = {Track(MP4_KIND_VIDEO, 1), Track(MP4_KIND_AUDIO, 2)};
+  FakeHost host;
+  {
+    CReaderSource source(host, [&](CMp4File** created) -> Mp4Result {
+      *created = new test::FakeFile(file);
+      return MP4_OK;
+    });
+    file.lock = &source.TrackLock();
+    ASSERT_EQ(source.Load("a.mp4"), FilterResult::Ok);
+    file.log.clear();
+  }
+  EXPECT_EQ(file.log, (Words{"CloseTrack 1", "CloseTrack 2", "Close", "delete"}));
+}
+
+TEST(ReaderSource, RefusalsChangeNothing) {
+  FakeHost host;
+  host.file.tracks = {Track(MP4_KIND_VIDEO, 1)};
+  ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&mdccid=N&cc=on&forextractoruse=1", L"given"),
+            FilterResult::Ok);
+  host.file.log.clear();
+  EXPECT_EQ(host.Source().Load(nullptr), FilterResult::Fail);
+  EXPECT_EQ(host.Source().Load("ktmp4file://"), FilterResult::Fail);
+  EXPECT_EQ(host.Source().Load(std::string(300, 'x').c_str()), FilterResult::Fail);
+  host.Source().SetSecondInstance(true);
+  EXPECT_EQ(host.Source().Load("b.mp4"), FilterResult::WrongState);
+  EXPECT_EQ(host.Source().Load(nullptr), FilterResult::WrongState)
+      << "the second instance is looked at first";
+  EXPECT_TRUE(host.file.log.empty());
+  EXPECT_EQ(host.Source().GivenName(), L"given");
+  EXPECT_EQ(host.Source().CallbackName(), "N&cc=on&forextractoruse=1");
+  // A plain name has no parameters, so the switches of the URL before stay.
+  host.Source().SetSecondInstance(false);
+  ASSERT_EQ(host.Source().Load("b.mp4"), FilterResult::Ok);
+  EXPECT_TRUE(host.Source().Switches().m_captionText);
+  EXPECT_EQ(host.Source().Switches().m_forExtractor, 1u);
+}
+
+TEST(ReaderSource, AFileThatCanNotBeUsedIsDropped) {
+  const struct {
+    const char* failing;
+    Words log;
+  } kRows[] = {{"CreateMp4File", {}},
+               {"Open", {"Open a.mp4 00", "delete"}},
+               {"GetTrackCount", {"Open a.mp4 00", "Close", "delete"}}};
+  for (const auto& row : kRows) {
+    FakeHost host;
+    host.file.failing = {row.failing};
+    EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Fail) << row.failing;
+    EXPECT_EQ(host.file.log, row.log) << row.failing;
+    EXPECT_FALSE(host.Source().IsLoaded()) << row.failing;
+  }
+}
+
+TEST(ReaderSource, NoTracksAndNoMovieTimeScaleAreNoFailure) {
+  FakeHost host;
+  EXPECT_EQ(host.Source().Tables().m_movieTimeScale, 1000u);
+  host.file.failing = {"GetMovieTimeScale"};
+  host.file.movieTimeScale = 7;
+  EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
+  EXPECT_EQ(host.Source().Tables().m_movieTimeScale, 1000u);
+  EXPECT_EQ(host.Source().Tables().m_trackCount, 0u);
+  EXPECT_TRUE(host.Source().Pins().empty());
+  EXPECT_EQ(host.Source().SeekPin(), nullptr);
+}
+
+TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
+  static constexpr struct {
+    const char* failing;
+    const char* shown;
+    bool pin;
+  } kRows[] = {
+      {"OpenTrack", "Cannot get track", false},
+      {"GetTrackId", "Cannot get track id", true},
+      {"GetSampleCount", "Cannot get track sample count", true},
+      {"GetTimeScale", "Cannot get track time scale", true},
+      {"GetDuration", "Cannot get track time scale", true},
+      {"GetTrackType", "Cannot get track type", false},
+  };
+  for (const auto& row : kRows) {
+    FakeHost host;
+    host.file.tracks = {Track(MP4_KIND_VIDEO, 1), Track(MP4_KIND_AUDIO, 2)};
+    host.file.tracks[0].failing = {row.failing};
+    EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok) << row.failing;
+    EXPECT_EQ(host.errors, Words{row.shown}) << row.failing;
+    EXPECT_EQ(host.Source().Pins().size(), row.pin ? 2u : 1u) << row.failing;
+    EXPECT_EQ(host.file.open.size(), row.pin ? 2u : 1u) << row.failing;
+    EXPECT_EQ(host.Source().Tables().m_trackType[0], row.pin ? 1u : 0u) << row.failing;
+    EXPECT_EQ(host.Source().Tables().m_trackId[1], 2u) << row.failing;
+    EXPECT_EQ(host.Source().Pins()[0]->SeekMaster(), 1u) << "the first pin, not the first track";
+  }
+}
+
+TEST(ReaderSource, AllComplaintsOfATrackComeInOrder) {
+  FakeHost host;
+  host.file.tracks = {Track(MP4_KIND_VIDEO, 1)};
+  host.file.tracks[0].failing = {"GetTrackId", "GetSampleCount", "GetTimeScale", "GetDuration",
+                                 "GetTrackType"};
+  EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
+  EXPECT_EQ(host.errors,
+            (Words{"Cannot get track id", "Cannot get track sample count", "Cannot get track time scale",
+                   "Cannot get track time scale", "Cannot get track type"}));
+}
+
+TEST(ReaderSource, CaptionTracksAreKeptOutByCcOff) {
+  FakeHost host;
+  host.file.tracks = {Track(MP4_KIND_TEXT, 4)};
+  ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&cc=off"), FilterResult::Ok);
+  EXPECT_FALSE(host.Source().HasLine21());
+  EXPECT_TRUE(host.Source().Pins().empty());
+  EXPECT_TRUE(host.file.open.empty());
+  EXPECT_EQ(host.Source().Tables().m_trackCount, 1u);
+  EXPECT_EQ(host.Source().Tables().m_trackId[0], 4u);
+  EXPECT_EQ(host.Source().Tables().m_trackType[0], 0u);
+
+  ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&cc=on"), FilterResult::Ok);
+  EXPECT_TRUE(host.Source().HasLine21());
+  EXPECT_EQ(host.Source().Tables().m_trackType[0], 3u);
+}
+
+TEST(ReaderSource, TracksBeyondTheTablesAreNotOpened) {
+  FakeHost host;
+  for (u32 i = 1; i <= 40; ++i) host.file.tracks.push_back(Track(MP4_KIND_VIDEO, i));
+  ASSERT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
+  EXPECT_EQ(host.Source().Tables().m_trackCount, 32u);
+  EXPECT_EQ(host.Source().Pins().size(), 32u);
+  EXPECT_EQ(host.file.log.back(), "OpenTrack 32");
+}
+
+TEST(ReaderSource, NoMemoryForAPinKeepsWhatWasMade) {
+  FakeHost host;
+  host.file.tracks = {Track(MP4_KIND_AUDIO, 1), Track(MP4_KIND_VIDEO, 2), Track(MP4_KIND_VIDEO, 3)};
+  host.pinRoom = 1;
+  EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::OutOfMemory);
+  EXPECT_EQ(host.Source().Pins().size(), 1u);
+  EXPECT_EQ(host.file.open.size(), 1u) << "the track of the pin that was not made is given back";
+  EXPECT_TRUE(host.Source().HasVideo());
+  EXPECT_TRUE(host.Source().IsLoaded());
+  EXPECT_EQ(host.offered.size(), 2u);
+}
+
+}  // namespace
+}  // namespace kt

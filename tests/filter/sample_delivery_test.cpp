@@ -1,0 +1,495 @@
+#include "filter/logic/sample_delivery.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <optional>
+
+#include "support/box_writer.h"
+#include "support/fake_host.h"
+
+namespace kt {
+namespace {
+
+using test::FakeTrackFacts;
+
+constexpr i64 kSecond = 10'000'000;
+
+/// A media buffer that remembers what it was told last.
+class FakeMediaSample : public MediaSample {
+ public:
+  explicit FakeMediaSample(std::size_t room) : bytes(room, 0xEE) {}
+  virtual ~FakeMediaSample() = default;
+
+  u8* GetPointer() override { return bytes.data(); }
+  u64 GetSize() override { return bytes.size(); }
+  void SetActualDataLength(u32 value) override { length = value; }
+  void SetTime(i64 from, i64 to) override {
+    start = from;
+    stop = to;
+  }
+  void SetMediaTime(i64 from, i64 to) override {
+    mediaStart = from;
+    mediaStop = to;
+  }
+  void SetSyncPoint(bool isSyncPoint) override { sync = isSyncPoint; }
+
+  std::vector<u8> bytes;
+  std::optional<u32> length;
+  std::optional<i64> start;
+  std::optional<i64> stop;
+  std::optional<i64> mediaStart;
+  std::optional<i64> mediaStop;
+  std::optional<bool> sync;
+};
+
+/// A source over a fake file with everything that a delivery works with, all of it scripted.
+class Bench : public test::FakeHost, StreamClock, RequestWait, TextReceiver, CaptionDecoder {
+ public:
+  explicit Bench(FakeTrackFacts track, const char* name = "a.mp4") {
+    file.tracks = {std::move(track)};
+    EXPECT_EQ(Source().Load(name), FilterResult::Ok);
+    m_delivery.emplace(Source(), Pin(), DeliverySurroundings{*this, *this, *this, *this});
+  }
+
+  CReaderPin& Pin() { return *Source().Pins().at(0); }
+  FakeTrackFacts& Track() { return file.tracks[0]; }
+  void Connect(i32 position) {
+    MediaType type;
+    ASSERT_EQ(Pin().GetMediaType(position, &type), FilterResult::Ok);
+    ASSERT_EQ(Pin().SetMediaType(type), FilterResult::Ok);
+  }
+  FilterResult Fill() {
+    media = FakeMediaSample(room);
+    return m_delivery->FillBuffer(media);
+  }
+
+  i64 GetStreamTime() override {
+    ExpectUnlocked();
+    return streamTime;
+  }
+  bool WaitForRequest(u32 milliseconds) override {
+    ExpectUnlocked();
+    waits.push_back(milliseconds);
+    streamTime += clockRate * milliseconds * 10'000;
+    return waits.size() == requestAtWait;
+  }
+  void AddMetadataText(i64 time, const char* text) override {
+    ExpectUnlocked();
+    texts[time] = text;
+  }
+  void Decode(const u8* bytes, i32 count, i64 time) override {
+    ExpectUnlocked();
+    decoded[time] = std::vector<u8>(bytes, bytes + count);
+  }
+
+  std::size_t room = 1024;
+  FakeMediaSample media{0};
+  i64 streamTime = 0;
+  /// 1 while the graph runs.
+  i64 clockRate = 0;
+  /// The wait that a request ends, counted from 1.
+  std::size_t requestAtWait = 0;
+  std::vector<u32> waits;
+  std::map<i64, std::string> texts;
+  std::map<i64, std::vector<u8>> decoded;
+
+ private:
+  void ExpectUnlocked() {
+    EXPECT_FALSE(Source().TrackLock().IsHeldByCaller())
+        << "the track lock is held across a wait or a delivery";
+  }
+
+  std::optional<CSampleDelivery> m_delivery;
+};
+
+FakeTrackFacts Video(std::initializer_list<u64> times, std::vector<u8> bytes = {1, 2, 3, 4}) {
+  FakeTrackFacts track;
+  for (const u64 time : times) track.samples.push_back({bytes, time, time, true});
+  return track;
+}
+
+FakeTrackFacts Audio(u32 format) {
+  FakeTrackFacts track = Video({0, 1024, 2048});
+  track.kind = MP4_KIND_AUDIO;
+  track.format = format;
+  return track;
+}
+
+/// Enough captions behind `time` for the file to go on.
+FakeTrackFacts CaptionAt(u64 time) {
+  return test::CaptionTrack({time, time + 1000, u64{1} << 40});
+}
+
+TEST(SampleDelivery, TheLastSampleOfATrackIsNeverDelivered) {
+  const struct {
+    FakeTrackFacts track;
+    u32 delivered;
+  } rows[] = {{Video({}), 0}, {Video({0}), 0}, {Video({0, 40, 80, 120}), 3}};
+  for (const auto& row : rows) {
+    Bench bench(row.track);
+    for (u32 number = 1; number <= row.delivered; ++number) {
+      ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+      EXPECT_EQ(bench.media.mediaStart, number);
+      EXPECT_EQ(bench.media.mediaStop, number + 1);
+      EXPECT_EQ(bench.media.length, 4u);
+      EXPECT_EQ(bench.media.start, i64{number - 1} * 400'000);
+      EXPECT_EQ(bench.media.stop, i64{number} * 400'000);
+      EXPECT_TRUE(std::equal(bench.Track().samples[0].bytes.begin(), bench.Track().samples[0].bytes.end(),
+                             bench.media.bytes.begin()));
+    }
+    EXPECT_EQ(bench.Fill(), FilterResult::False);
+    EXPECT_FALSE(bench.media.length.has_value());
+    EXPECT_TRUE(bench.waits.empty()) << "only captions are paced";
+  }
+}
+
+TEST(SampleDelivery, StampsCountFromTheBaseTime) {
+  const struct {
+    const char* what;
+    u32 timeScale;
+    u64 base;
+    u64 time;
+    u64 next;
+    i64 start;
+    i64 stop;
+  } rows[] = {
+      {"before the seek point and reaching it", 1000, 100, 60, 100, -400'000, 0},
+      {"truncates", 3, 0, 1, 2, 3'333'333, 6'666'666},
+      {"a negative start truncates towards zero", 3, 2, 1, 3, -3'333'333, 3'333'333},
+      // (2^64 - 20 x 10000000) / 1000, divided unsigned.
+      {"a stop before the base is very large", 1000, 100, 60, 80, -400'000, 18'446'744'073'509'551},
+      {"100 hours at the finest scale", 10'000'000, 0, 3'600'000'000'000, 3'600'000'000'001,
+       3'600'000'000'000, 3'600'000'000'001},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    FakeTrackFacts track = Video({row.time, row.next});
+    track.timeScale = row.timeScale;
+    Bench bench(track);
+    bench.Pin().Position().m_baseTime = row.base;
+    ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+    EXPECT_EQ(bench.media.start, row.start);
+    EXPECT_EQ(bench.media.stop, row.stop);
+  }
+}
+
+TEST(SampleDelivery, MediaTimesOfAudioEndAFrameLater) {
+  const struct {
+    u32 format;
+    i64 span;
+  } rows[] = {{MP4_FORMAT_MP4A, 1024}, {MP4_FORMAT_SAWB, 320}, {MP4_FORMAT_SAMR, 160}};
+  for (const auto& row : rows) {
+    Bench bench(Audio(row.format));
+    for (i64 number = 1; number <= 2; ++number) {
+      ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+      EXPECT_EQ(bench.media.mediaStart, number);
+      EXPECT_EQ(bench.media.mediaStop, number + row.span);
+    }
+  }
+  Bench unknown(Audio(MP4_FORMAT_MP4V));
+  EXPECT_EQ(unknown.Fill(), FilterResult::False) << "audio of unknown format ends at its first sample";
+}
+
+TEST(SampleDelivery, StampedTypesPutTheTimesAhead) {
+  FakeTrackFacts track = Video({0x0102030405060708, 0x0102030405060709});
+  track.samples[0].compositionTime = 0x1112131415161718;
+  Bench bench(track);
+  bench.Connect(1);
+  ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+  EXPECT_EQ(bench.media.length, 20u);
+  bench.media.bytes.resize(20);
+  EXPECT_EQ(bench.media.bytes, (std::vector<u8>{0x18, 0x17, 0x16, 0x15, 0x14, 0x13, 0x12, 0x11, 8, 7,
+                                                6,    5,    4,    3,    2,    1,    1,    2,    3, 4}));
+}
+
+TEST(SampleDelivery, OnlySyncSamplesAreSyncPoints) {
+  FakeTrackFacts track = Video({0, 40, 80, 120, 160});
+  for (const std::size_t i : {1u, 2u, 4u}) track.samples[i].sync = false;
+  // In front of its own sync sample in time, as leading pictures are.
+  track.samples[1].compositionTime = 100;
+  Bench bench(track);
+  for (const bool sync : {true, false, false, true}) {
+    ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+    EXPECT_EQ(bench.media.sync, sync);
+  }
+  bench.Pin().Position() = {};
+  bench.Track().failing = {"FindSyncSample"};
+  ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+  EXPECT_EQ(bench.media.sync, false);
+}
+
+TEST(SampleDelivery, AStopPositionEndsTheStreamBehindIt) {
+  const struct {
+    i64 stop;
+    u32 delivered;
+  } rows[] = {{0, 3},
+              {-1, 3},
+              {800'000, 2},
+              {1'600'000, 3},
+              {409'999, 1},
+              {410'000, 2},
+              {std::numeric_limits<i64>::max(), 3}};
+  for (const auto& row : rows) {
+    FakeTrackFacts track = Video({0, 40, 80, 120});
+    // Composition times decide.
+    track.samples[1].compositionTime = 41;
+    track.samples[2].compositionTime = 120;
+    Bench bench(track);
+    bench.Pin().Position().m_stopPosition = row.stop;
+    u32 delivered = 0;
+    while (bench.Fill() == FilterResult::Ok) ++delivered;
+    EXPECT_EQ(delivered, row.delivered) << row.stop;
+  }
+}
+
+TEST(SampleDelivery, WhatDoesNotFitOrCanNotBeReadEndsTheStream) {
+  const struct {
+    const char* failing;
+    std::size_t room;
+    i32 position;
+    FilterResult result;
+  } rows[] = {
+      {"", 4, 0, FilterResult::Ok},
+      {"", 3, 0, FilterResult::False},
+      {"", 20, 1, FilterResult::Ok},
+      {"", 19, 1, FilterResult::False},
+      {"", 0, 0, FilterResult::False},
+      {"GetSampleSize", 20, 0, FilterResult::False},
+      {"ReadSample", 20, 0, FilterResult::False},
+      {"GetSampleDecodingTime", 20, 0, FilterResult::False},
+      // What is not known of the sample itself is passed over.
+      {"GetSampleCompositionTime", 20, 0, FilterResult::Ok},
+  };
+  for (const auto& row : rows) {
+    Bench bench(Video({0, 40}));
+    bench.Connect(row.position);
+    bench.room = row.room;
+    bench.Track().failing = {row.failing};
+    EXPECT_EQ(bench.Fill(), row.result) << row.failing << " " << row.room;
+    EXPECT_EQ(bench.Pin().Position().m_currentSample, 1u);
+  }
+}
+
+TEST(SampleDelivery, NeitherALostTrackNorATimeScaleOfZeroIsAFault) {
+  Bench lost(Video({0, 40}));
+  // The fake file still owns the track.
+  CMp4Track* const track = lost.Pin().Track();
+  lost.Pin().LoseTrack();
+  EXPECT_EQ(lost.Fill(), FilterResult::False);
+  EXPECT_EQ(lost.Pin().SetTrack(track), 0u);
+
+  for (FakeTrackFacts facts : {Video({0, 40}), test::CaptionTrack({0, 40})}) {
+    facts.timeScale = 0;
+    Bench bench(facts);
+    bench.Pin().Position().m_stopPosition = 1;
+    EXPECT_EQ(bench.Fill(), FilterResult::False);
+  }
+}
+
+std::vector<u8> Marker(u8 flag, u8 length, const std::string& text) {
+  return test::Bytes().U32(0x1B3).U24(0x090909).U32(0x1B2).U32(0x11223344).U8(flag).U8(length).Text(text);
+}
+
+TEST(SampleDelivery, FindsTheTextInVideoSamples) {
+  std::vector<u8> elsewhere = Marker(1, 2, "hi");
+  elsewhere.insert(elsewhere.begin(), 0);
+  std::vector<u8> otherStart = Marker(1, 2, "hi");
+  otherStart[3] = 0xB6;
+  std::vector<u8> otherMark = Marker(1, 2, "hi");
+  otherMark[14] = 0x45;
+  const struct {
+    const char* what;
+    std::vector<u8> bytes;
+    std::map<i64, std::string> texts;
+  } rows[] = {
+      {"whole", Marker(1, 2, "hi and video data"), {{-200'000, "hi"}}},
+      {"to the last byte", Marker(1, 2, "hi"), {{-200'000, "hi"}}},
+      {"a zero byte ends the text", Marker(1, 3, std::string("h\0i", 3)), {{-200'000, "h"}}},
+      {"cut by one", Marker(1, 3, "hi"), {}},
+      {"cut behind the length", Marker(1, 1, ""), {}},
+      {"no length", Marker(1, 0, "hi"), {}},
+      {"other flag", Marker(2, 2, "hi"), {}},
+      {"other start code", otherStart, {}},
+      {"other mark", otherMark, {}},
+      {"not at the start", elsewhere, {}},
+      {"short sample", {0, 0, 1, 0xB3, 9, 9, 9, 0, 0, 1, 0xB2}, {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    Bench bench(Video({0, 40}, row.bytes));
+    bench.Pin().Position().m_baseTime = 20;
+    ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+    EXPECT_EQ(bench.texts, row.texts);
+    EXPECT_EQ(bench.media.length, row.bytes.size());
+    EXPECT_TRUE(std::equal(row.bytes.begin(), row.bytes.end(), bench.media.bytes.begin()));
+  }
+}
+
+TEST(SampleDelivery, NoTextIsLookedForBehindAHeaderOrInAudio) {
+  Bench stamped(Video({0, 40}, Marker(1, 2, "hi")));
+  stamped.Connect(1);
+  ASSERT_EQ(stamped.Fill(), FilterResult::Ok);
+  EXPECT_TRUE(stamped.texts.empty());
+
+  FakeTrackFacts track = Audio(MP4_FORMAT_MP4A);
+  for (auto& sample : track.samples) sample.bytes = Marker(1, 2, "hi");
+  Bench audio(track);
+  ASSERT_EQ(audio.Fill(), FilterResult::Ok);
+  EXPECT_TRUE(audio.texts.empty());
+}
+
+TEST(SampleDelivery, ExtractorUseDeliversEmptySamplesWithStampsAndTexts) {
+  Bench bench(Video({0, 40}, Marker(1, 2, "hi")), "ktmp4file://c/x.mp4&forextractoruse=2");
+  ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+  EXPECT_EQ(bench.media.length, 0u);
+  EXPECT_EQ(bench.media.stop, 400'000);
+  EXPECT_EQ(bench.media.sync, true);
+  EXPECT_EQ(bench.texts.size(), 1u);
+}
+
+TEST(CaptionDelivery, DeliversTheSecondAndThirdByte) {
+  const struct {
+    std::vector<u8> bytes;
+    std::size_t room;
+    FilterResult result;
+    std::vector<u8> pair;
+  } rows[] = {
+      {{0xFF, 0x94, 0x20}, 166, FilterResult::Ok, {0x94, 0x20}},
+      // Longer than the side buffer once was.
+      {{0xFF, 0x94, 0x20, 4, 5, 6, 7, 8, 9}, 166, FilterResult::Ok, {0x94, 0x20}},
+      {{0xFF, 0x94}, 166, FilterResult::Ok, {0x94, 0x00}},
+      {{}, 2, FilterResult::Ok, {0x00, 0x00}},
+      // Two bytes are written even for a sample of one.
+      {{0xFF}, 1, FilterResult::False, {0xEE}},
+      {std::vector<u8>(167), 166, FilterResult::False, {0xEE, 0xEE}},
+  };
+  for (const auto& row : rows) {
+    Bench bench(test::CaptionTrack({0, 40}));
+    bench.Connect(0);
+    bench.Track().samples[0].bytes = row.bytes;
+    bench.room = row.room;
+    EXPECT_EQ(bench.Fill(), row.result) << row.bytes.size();
+    bench.media.bytes.resize(row.pair.size());
+    EXPECT_EQ(bench.media.bytes, row.pair) << row.bytes.size();
+    if (row.result != FilterResult::Ok) continue;
+    EXPECT_EQ(bench.media.length, 2u);
+    EXPECT_EQ(bench.media.stop, 400'000);
+    EXPECT_EQ(bench.media.mediaStop, 2);
+  }
+}
+
+// The wait is reckoned from the start position and the stream time, both from the beginning of the file.
+TEST(CaptionDelivery, WaitsUntilFiftyMillisecondsBefore) {
+  const struct {
+    const char* what;
+    u64 time;
+    i64 start;
+    i64 streamTime;
+    i64 clockRate;
+    std::vector<u32> waits;
+  } rows[] = {
+      {"due", 50, 0, 0, 1, {}},
+      {"late", 1000, 0, 5 * kSecond, 1, {}},
+      {"a short wait is one", 550, 0, 0, 0, {500}},
+      {"a start position counts", 3000, 2 * kSecond, 7'500'000, 0, {200}},
+      {"a long wait is cut", 2050, 0, 0, 1, std::vector<u32>(20, 100)},
+      {"a step is truncated", 569, 0, 0, 0, std::vector<u32>(20, 25)},
+      {"without a clock all steps pass", 2050, 0, 0, 0, std::vector<u32>(20, 100)},
+      {"a clock that jumps ends the wait", 2050, 0, 0, 10, {100, 100}},
+      {"a step never becomes endless", u64{1} << 40, 0, 0, 1'000'000, {2147483647}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    Bench bench(CaptionAt(row.time));
+    bench.Connect(0);
+    bench.Pin().Position().m_startPosition = row.start;
+    bench.streamTime = row.streamTime;
+    bench.clockRate = row.clockRate;
+    ASSERT_EQ(bench.Fill(), FilterResult::Ok);
+    EXPECT_EQ(bench.waits, row.waits);
+    EXPECT_EQ(bench.media.length, 2u) << "delivered after the wait";
+  }
+}
+
+// A stop must not wait for a caption that is minutes away.
+TEST(CaptionDelivery, ARequestEndsTheWaitAndGivesTheSampleBackAsItIs) {
+  for (const char* const name : {"a.mp4", "ktmp4file://c/x.mp4&cc=on"}) {
+    Bench bench(CaptionAt(600'000), name);
+    bench.Connect(0);
+    bench.requestAtWait = 3;
+    EXPECT_EQ(bench.Fill(), FilterResult::Ok);
+    EXPECT_EQ(bench.waits.size(), 3u);
+    EXPECT_FALSE(bench.media.length.has_value());
+    EXPECT_FALSE(bench.media.start.has_value());
+    EXPECT_TRUE(bench.decoded.empty());
+  }
+}
+
+TEST(CaptionDelivery, EndsWhenThePositionHasPassedTheLengthOfTheFile) {
+  // The length is 100 ms and one mean step of 100 ms more.
+  for (const auto& [streamTime, result] : {std::pair<i64, FilterResult>{1'900'000, FilterResult::Ok},
+                                           {1'900'001, FilterResult::False},
+                                           {std::numeric_limits<i64>::max(), FilterResult::False}}) {
+    Bench bench(test::CaptionTrack({0, 100}));
+    bench.Connect(0);
+    bench.Pin().Position().m_startPosition = 100'000;
+    bench.streamTime = streamTime;
+    EXPECT_EQ(bench.Fill(), result) << streamTime;
+  }
+}
+
+TEST(CaptionDelivery, TextModeDecodesEverySampleAndDeliversEmptyOnes) {
+  Bench bench(test::CaptionTrack({0, 40, 80}), "ktmp4file://c/x.mp4&cc=on");
+  bench.Connect(1);
+  bench.Track().samples[2].bytes = {0, 0x94, 0x2F};
+  for (u32 i = 0; i < 3; ++i) {
+    ASSERT_EQ(bench.Fill(), FilterResult::Ok) << "the last one is decoded, too";
+    EXPECT_EQ(bench.media.length, 0u);
+    EXPECT_FALSE(bench.media.start.has_value());
+  }
+  EXPECT_EQ(bench.decoded, (std::map<i64, std::vector<u8>>{
+                               {0, {0x94, 0x20}}, {400'000, {0x94, 0x20}}, {800'000, {0x94, 0x2F}}}));
+  EXPECT_EQ(bench.Fill(), FilterResult::False) << "and then the stream ends";
+  EXPECT_EQ(bench.decoded.size(), 3u);
+}
+
+// A decoder must not be fed what was never read.
+TEST(CaptionDelivery, TextModeEndsAtASampleThatCanNotBeRead) {
+  for (const char* const failing : {"GetSampleSize", "ReadSample"}) {
+    Bench bench(test::CaptionTrack({0, 40}), "ktmp4file://c/x.mp4&cc=on");
+    bench.Track().failing = {failing};
+    EXPECT_EQ(bench.Fill(), FilterResult::False) << failing;
+    EXPECT_TRUE(bench.decoded.empty());
+  }
+}
+
+TEST(CaptionDelivery, ExtractorUseDoesNotWait) {
+  for (const bool text : {false, true}) {
+    Bench bench(CaptionAt(600'000), text ? "ktmp4file://c/x.mp4&cc=on&forextractoruse=1"
+                                         : "ktmp4file://c/x.mp4&forextractoruse=1");
+    bench.Connect(0);
+    // Past the end of the file, which is not looked at either.
+    bench.streamTime = std::numeric_limits<i64>::max();
+    EXPECT_EQ(bench.Fill(), FilterResult::Ok);
+    EXPECT_TRUE(bench.waits.empty());
+    EXPECT_EQ(bench.media.length, 0u);
+    EXPECT_EQ(bench.decoded.size(), text ? 1u : 0u);
+    EXPECT_EQ(bench.media.start.has_value(), !text);
+  }
+}
+
+TEST(PinSegment, CarriesThePositionsAndARateOfZero) {
+  Bench bench(Video({0, 40}));
+  bench.Pin().Position().m_startPosition = 5;
+  bench.Pin().Position().m_stopPosition = 9;
+  const PinSegment segment = bench.Pin().Segment();
+  EXPECT_EQ(segment.start, 5);
+  EXPECT_EQ(segment.stop, 9);
+  EXPECT_EQ(segment.rate, 0.0);
+}
+
+}  // namespace
+}  // namespace kt

@@ -1,0 +1,125 @@
+#include "filter/logic/source_name.h"
+
+#include <gtest/gtest.h>
+
+namespace kt {
+namespace {
+
+TEST(SourceName, NamesAndUrlsBecomePaths) {
+  static constexpr struct {
+    const char* name;
+    const char* path;
+    bool isUrl;
+    const char* callbackName;
+  } kRows[] = {
+      {"/media/a.mp4", "/media/a.mp4", false, ""},
+      {"", "", false, ""},
+      // A plain name is not cut.
+      {"tom&jerry.mp4&mdccid=X", "tom&jerry.mp4&mdccid=X", false, ""},
+      // The scheme counts in small letters and at the start only.
+      {"KTMP4FILE://c/x.mp4", "KTMP4FILE://c/x.mp4", false, ""},
+      {"xktmp4file://c/x.mp4", "xktmp4file://c/x.mp4", false, ""},
+      // With and without the colon of the drive.
+      {"ktmp4file://c:/media/a.mp4", "c:/media/a.mp4", true, ""},
+      {"ktmp4file://c/media/a.mp4", "c:/media/a.mp4", true, ""},
+      {"ktmp4file://c", "c:", true, ""},
+      // The first character is the drive, whatever it is, so here the path is cut to nothing.
+      {"ktmp4file://&cc=on", "", true, ""},
+      // The callback name stands a fixed distance behind the "&" and runs to the end.
+      {"ktmp4file://c:/x.mp4&mdccid=NAME", "c:/x.mp4", true, "NAME"},
+      {"ktmp4file://c/x.mp4&mdccid=NAME&cc=on", "c:/x.mp4", true, "NAME&cc=on"},
+      {"ktmp4file://c:/x.mp4&cc=on&mdccid=NAME", "c:/x.mp4", true, "dccid=NAME"},
+      {"ktmp4file://c:/x.mp4&mdccid=", "c:/x.mp4", true, ""},
+      {"ktmp4file://c:/x.mp4&mdccid", "c:/x.mp4", true, ""},
+      {"ktmp4file://c:/x.mp4&MDCCID=NAME", "c:/x.mp4", true, ""},
+      {"ktmp4file://c:/mdccid.mp4&cc=on", "c:/mdccid.mp4", true, ""},
+  };
+  for (const auto& row : kRows) {
+    SourceName parsed;
+    ASSERT_EQ(ParseSourceName(row.name, &parsed), FilterResult::Ok) << row.name;
+    EXPECT_EQ(parsed.path, row.path) << row.name;
+    EXPECT_EQ(parsed.isUrl, row.isUrl) << row.name;
+    EXPECT_EQ(parsed.callbackName, row.callbackName) << row.name;
+  }
+}
+
+// Each would otherwise run past the buffer or open a nameless file, with the settings already changed.
+TEST(SourceName, RefusalsLeaveTheOutputAlone) {
+  const std::string longest(kSourceNameRoom - 1, 'a');
+  const std::string tooLong(kSourceNameRoom, 'a');
+  SourceName parsed;
+  EXPECT_EQ(ParseSourceName(longest.c_str(), &parsed), FilterResult::Ok);
+  EXPECT_EQ(ParseSourceName(tooLong.c_str(), &parsed), FilterResult::Fail);
+  EXPECT_EQ(ParseSourceName("ktmp4file://", &parsed), FilterResult::Fail);
+  EXPECT_EQ(ParseSourceName(nullptr, &parsed), FilterResult::Fail);
+  EXPECT_EQ(parsed.path, longest);
+}
+
+TEST(UrlParameterStore, AnswersByName) {
+  UrlParameterStore store;
+  ASSERT_EQ(store.Parse("ktmp4file://c:/a=1.mp4&a=2&A=3&b=&c&d=x=y&a=4&e=-7z&f=99999999999&g=word&"), 0u);
+  EXPECT_EQ(store.GetString("a"), "2") << "the path is no parameter, the first of a name counts";
+  EXPECT_EQ(store.GetString("d"), "x=y");
+  EXPECT_EQ(store.GetString("none"), "");
+
+  static constexpr struct {
+    const char* name;
+    bool found;
+    i32 value;
+  } kRows[] = {{"a", true, 2},  {"A", true, 3},          {"b", false, 55}, {"c", false, 55},
+               {"e", true, -7}, {"f", true, 2147483647}, {"g", true, 0},   {"none", false, 55}};
+  for (const auto& row : kRows) {
+    i32 value = 55;
+    EXPECT_EQ(store.GetInt(row.name, &value), row.found) << row.name;
+    EXPECT_EQ(value, row.value) << row.name;
+  }
+
+  EXPECT_NE(store.Parse(nullptr), 0u);
+  EXPECT_EQ(store.Parse("plain"), 0u);
+  EXPECT_EQ(store.GetString("a"), "") << "the parameters of the URL before are gone";
+}
+
+TEST(SourceSwitches, TheWordOfCc) {
+  static constexpr struct {
+    const char* url;
+    bool overlay;
+    bool text;
+  } kRows[] = {{"u&cc=off", false, false},   {"u&cc=OFF", false, false},
+               {"u&cc=On", false, true},     {"u&cc=text", true, false},
+               {"u&cc=on_ovl", true, false}, {"u&cc=maybe", true, false},
+               {"u&cc=", true, false},       {"u", true, false}};
+  for (const auto& row : kRows) {
+    UrlParameterStore store;
+    ASSERT_EQ(store.Parse(row.url), 0u);
+    // Both start out wrong: every URL sets them.
+    SourceSwitches switches{!row.overlay, !row.text, 0, false};
+    ApplyUrlParameters(store, &switches);
+    EXPECT_EQ(switches.m_captionOverlay, row.overlay) << row.url;
+    EXPECT_EQ(switches.m_captionText, row.text) << row.url;
+  }
+}
+
+TEST(SourceSwitches, NumbersThatAreNotNamedKeepTheirValue) {
+  static constexpr struct {
+    const char* url;
+    u32 extractor;
+    bool vmr9Dropped;
+  } kRows[] = {{"u&vmr9=0", 5, true},
+               {"u&vmr9=1", 5, false},
+               {"u&vmr9=", 5, false},
+               {"u&vmr9=word", 5, true},
+               {"u&forextractoruse=0", 0, false},
+               {"u&forextractoruse=", 5, false},
+               {"u&forextractoruse=-1", 0xFFFFFFFF, false}};
+  for (const auto& row : kRows) {
+    UrlParameterStore store;
+    ASSERT_EQ(store.Parse(row.url), 0u);
+    SourceSwitches switches{true, false, 5, false};
+    ApplyUrlParameters(store, &switches);
+    EXPECT_EQ(switches.m_forExtractor, row.extractor) << row.url;
+    EXPECT_EQ(switches.m_vmr9Dropped, row.vmr9Dropped) << row.url;
+  }
+}
+
+}  // namespace
+}  // namespace kt

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "filter/logic/reader_source.h"
+#include "support/fake_track.h"
+
+namespace kt::test {
+
+/// A source over a fake file, and the host that it talks to. Fill `file` first, then `Load`.
+class FakeHost : public ReaderHost {
+ public:
+  FakeHost()
+      : m_source(*this, [this](CMp4File** created) -> Mp4Result {
+          *created = nullptr;
+          if (file.failing.contains("CreateMp4File")) return MP4_NO_MEMORY;
+          *created = new FakeFile(file);
+          return MP4_OK;
+        }) {
+    file.lock = &m_source.TrackLock();
+  }
+  virtual ~FakeHost() = default;
+
+  void ShowError(const char* text) override {
+    EXPECT_FALSE(m_source.TrackLock().IsHeldByCaller()) << "a person is asked under the track lock";
+    errors.push_back(text);
+  }
+  bool AddPin(CReaderPin& pin) override {
+    offered.push_back(pin.Name());
+    return offered.size() <= pinRoom;
+  }
+
+  CReaderSource& Source() { return m_source; }
+  /// Loads a plain name and gives the only pin.
+  CReaderPin& LoadOnePin() {
+    EXPECT_EQ(m_source.Load("a.mp4"), FilterResult::Ok);
+    return *m_source.Pins().at(0);
+  }
+
+  FakeFileFacts file;
+  std::vector<std::string> errors;
+  /// The names of the pins that the source wanted.
+  std::vector<std::string> offered;
+  std::size_t pinRoom = 100;
+
+ private:
+  CReaderSource m_source;
+};
+
+/// A caption track with one pair of bytes at each time.
+inline FakeTrackFacts CaptionTrack(std::initializer_list<u64> times) {
+  FakeTrackFacts track;
+  track.kind = MP4_KIND_TEXT;
+  track.format = MP4_FORMAT_UNKNOWN;
+  for (const u64 time : times) track.samples.push_back({{0x00, 0x94, 0x20}, time, time, true});
+  return track;
+}
+
+}  // namespace kt::test
