@@ -1,0 +1,27 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "engine/result.h"
+
+namespace kt {
+
+/// A command that could not do its work. The text is what `main` prints behind the command's name, in one
+/// line; the program then ends with exit code 1.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// `operation` failed with `result`: "cannot open "x.mp4": MP4_CORRUPT (6): the sizes of ...". `reason` takes
+/// the place of the general sentence where more is known.
+Failure ResultFailure(const std::string& operation, Mp4Result result, const std::string& reason = {});
+
+/// `operation` failed with what the system keeps in `errno`.
+Failure SystemFailure(const std::string& operation);
+
+/// A file name for a message: in quotes, and in one line whatever characters it has.
+std::string Quoted(const std::string& name);
+
+}  // namespace kt

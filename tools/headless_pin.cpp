@@ -1,0 +1,64 @@
+#include "tools/headless_pin.h"
+
+#include <mutex>
+
+#include "filter/logic/time_conversion.h"
+#include "tools/failure.h"
+
+namespace kt {
+HeadlessPin::HeadlessPin(u32 number, const CReaderSource& source, CReaderPin& pin,
+                         DeliverySurroundings surroundings)
+    : m_number(number), m_pin(pin), m_delivery(source, pin, surroundings), m_connection(Connect()) {}
+
+FilterResult HeadlessPin::Connect() {
+  MediaType type;
+  if (const FilterResult result = m_pin.GetMediaType(0, &type); IsFailure(result)) return result;
+  if (const FilterResult result = m_pin.CheckMediaType(type); IsFailure(result)) return result;
+  if (const FilterResult result = m_pin.SetMediaType(type); IsFailure(result)) return result;
+  if (const FilterResult result = m_pin.DecideBufferSize(&m_buffers); IsFailure(result)) return result;
+  m_sample.SetRoom(m_buffers.size);
+  return FilterResult::Ok;
+}
+
+i64 HeadlessPin::NextStart() const {
+  const std::lock_guard guard(m_pin.TrackLock());
+  CMp4Track* track = m_pin.Track();
+  u64 ticks = 0;
+  if (track == nullptr || track->GetSampleDecodingTime(m_pin.Position().m_currentSample + 1, &ticks))
+    return 0;
+  return TicksToHns(ticks, m_pin.TimeScale());
+}
+
+std::optional<DeliveredSample> HeadlessPin::Deliver() {
+  m_sample.Reset();
+  if (m_delivery.FillBuffer(m_sample) != FilterResult::Ok) return std::nullopt;
+  DeliveredSample sample = m_sample.Said();
+  {
+    const std::lock_guard guard(m_pin.TrackLock());
+    sample.number = m_pin.Position().m_currentSample;
+  }
+  ++m_delivered;
+  m_deliveredBytes += sample.size;
+  return sample;
+}
+
+std::string HeadlessPin::EarlyEnd() const {
+  const std::lock_guard guard(m_pin.TrackLock());
+  CMp4Track* track = m_pin.Track();
+  const u32 sample = m_pin.Position().m_currentSample;
+  if (track == nullptr || sample >= m_pin.SampleCount()) return {};
+  const auto because = [&](Mp4Result result) {
+    return ResultFailure("cannot read sample " + std::to_string(sample), result).what();
+  };
+  u32 size = 0;
+  if (const Mp4Result result = track->GetSampleSize(sample, &size)) return because(result);
+  if (size > m_buffers.size) {
+    return "sample " + std::to_string(sample) + " has " + std::to_string(size) + " bytes, the buffer only " +
+           std::to_string(m_buffers.size);
+  }
+  std::vector<u8> bytes(size + 1);
+  if (const Mp4Result result = track->ReadSample(sample, size, &size, bytes.data())) return because(result);
+  return {};
+}
+
+}  // namespace kt

@@ -1,0 +1,257 @@
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cstdio>
+#include <iterator>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/input_file.h"
+#include "tools/standard_streams.h"
+
+namespace kt {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Date = std::array<u32, 6>;
+
+constexpr const char* kFileTypes[] = {"MP4", "3GP", "M4A"};
+constexpr const char* kKinds[] = {"unknown",           "video", "audio", "hint", "object descriptors",
+                                  "scene description", "text"};
+constexpr const char* kFormats[] = {"unknown", "mp4v", "mp4a", "mp4s", "s263", "sawb", "samr"};
+
+struct TrackFacts {
+  u32 index = 0;
+  Mp4Result result = MP4_OK;
+  std::optional<u32> id, kind, samples, timeScale, rate;
+  std::optional<u64> duration;
+  std::optional<u16> channels;
+  u32 format = MP4_FORMAT_UNKNOWN;
+  std::optional<std::pair<u32, u32>> picture;
+  std::vector<u8> decoderInfo;
+};
+
+struct FileFacts {
+  u32 fileType = 0;
+  std::optional<u32> timeScale;
+  std::optional<Date> created;
+  std::vector<TrackFacts> tracks;
+};
+
+// What a getter stores, or nothing when it fails.
+template <class Object, class Value>
+std::optional<Value> Ask(Object& object, Mp4Result (Object::*getter)(Value*)) {
+  Value value{};
+  if ((object.*getter)(&value)) return std::nullopt;
+  return value;
+}
+
+std::optional<std::pair<u32, u32>> PictureSize(CMp4Track& track, std::optional<u32> kind) {
+  u16 width = 0, height = 0;
+  if (track.GetVideoSize(&width, &height) == MP4_OK) return std::pair<u32, u32>(width, height);
+  // Of a coding that the library does not know the track header still tells the size of presentation.
+  std::pair<u32, u32> shown;
+  if (kind != MP4_KIND_VIDEO || track.GetDimensions(&shown.first, &shown.second)) return std::nullopt;
+  return shown;
+}
+
+std::vector<u8> DecoderInfo(CMp4Track& track) {
+  u32 size = 0;
+  if (track.GetDecoderSpecificInfoSize(1, &size)) return {};
+  std::vector<u8> info(size);
+  if (track.GetDecoderSpecificInfo(1, size, &size, info.data()) || size != info.size()) return {};
+  return info;
+}
+
+TrackFacts GatherTrack(CMp4File& file, u32 index) {
+  TrackFacts facts;
+  facts.index = index;
+  CMp4Track* opened = nullptr;
+  facts.result = file.OpenTrack(index, &opened);
+  if (facts.result) return facts;
+  const TrackHandle track(opened, TrackCloser{&file});
+  facts.id = Ask(*track, &CMp4Track::GetTrackId);
+  facts.kind = Ask(*track, &CMp4Track::GetTrackType);
+  facts.format = Ask(*track, &CMp4Track::GetSampleFormat).value_or(MP4_FORMAT_UNKNOWN);
+  facts.samples = Ask(*track, &CMp4Track::GetSampleCount);
+  facts.timeScale = Ask(*track, &CMp4Track::GetTimeScale);
+  facts.duration = Ask(*track, &CMp4Track::GetDuration);
+  facts.picture = PictureSize(*track, facts.kind);
+  facts.rate = Ask(*track, &CMp4Track::GetSampleRate);
+  facts.channels = Ask(*track, &CMp4Track::GetChannelCount);
+  facts.decoderInfo = DecoderInfo(*track);
+  return facts;
+}
+
+FileFacts Gather(CMp4File& file) {
+  FileFacts facts;
+  facts.fileType = Ask(file, &CMp4File::GetFileType).value_or(MP4_TYPE_MP4);
+  facts.timeScale = Ask(file, &CMp4File::GetMovieTimeScale);
+  Date date{};
+  if (file.GetCreationDate(&date[0], &date[1], &date[2], &date[3], &date[4], &date[5]) == MP4_OK) {
+    facts.created = date;
+  }
+  const u32 count = Ask(file, &CMp4File::GetTrackCount).value_or(0);
+  for (u32 index = 1; index <= count; ++index) facts.tracks.push_back(GatherTrack(file, index));
+  return facts;
+}
+
+std::string DateText(const Date& date, char between) {
+  char text[80];
+  std::snprintf(text, sizeof text, "%04u-%02u-%02u%c%02u:%02u:%02u", date[0], date[1], date[2], between,
+                date[3], date[4], date[5]);
+  return text;
+}
+
+std::string Hex(const std::vector<u8>& bytes) {
+  std::string text;
+  for (const u8 byte : bytes) {
+    text += "0123456789abcdef"[byte >> 4];
+    text += "0123456789abcdef"[byte & 15];
+  }
+  return text;
+}
+
+template <class Value>
+Json OrNull(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
+
+Json TrackJson(const TrackFacts& facts) {
+  Json json = {{"index", facts.index}, {"result", facts.result}};
+  if (facts.result) {
+    json["resultName"] = Mp4ResultName(facts.result);
+    json["resultText"] = Mp4ResultText(facts.result);
+    return json;
+  }
+  json["id"] = OrNull(facts.id);
+  json["kind"] = OrNull(facts.kind);
+  json["format"] = facts.format;
+  json["samples"] = OrNull(facts.samples);
+  json["timeScale"] = OrNull(facts.timeScale);
+  json["duration"] = OrNull(facts.duration);
+  if (facts.picture) {
+    json["width"] = facts.picture->first;
+    json["height"] = facts.picture->second;
+  }
+  if (facts.rate) json["sampleRate"] = *facts.rate;
+  if (facts.channels) json["channels"] = *facts.channels;
+  json["decoderInfo"] = Hex(facts.decoderInfo);
+  return json;
+}
+
+Json FileJson(const InputFile& input, const FileFacts& facts) {
+  Json json = {{"file", input.Name()}, {"result", input.Result()}};
+  if (input.Result()) {
+    json["resultName"] = Mp4ResultName(input.Result());
+    json["resultText"] = input.Reason();
+    return json;
+  }
+  json["fileType"] = facts.fileType;
+  json["created"] = facts.created ? Json(DateText(*facts.created, 'T')) : Json(nullptr);
+  json["movieTimeScale"] = OrNull(facts.timeScale);
+  json["tracks"] = Json::array();
+  for (const TrackFacts& track : facts.tracks) json["tracks"].push_back(TrackJson(track));
+  return json;
+}
+
+// "1 video"; a number beyond the table stands alone.
+template <std::size_t Count>
+std::string Named(u32 number, const char* const (&names)[Count]) {
+  std::string text = std::to_string(number);
+  if (number < Count) text.append(" ").append(names[number]);
+  return text;
+}
+
+void PrintRow(std::string_view label, const std::string& value) {
+  constexpr std::size_t kLabelWidth = 18;
+  std::string row(label);
+  row.resize(kLabelWidth, ' ');
+  Print(row + value + "\n");
+}
+
+template <class Value>
+void PrintNumber(std::string_view label, const std::optional<Value>& value, const std::string& unit = {}) {
+  PrintRow(label, value ? std::to_string(*value) + unit : "?");
+}
+
+void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
+  Print("\nTrack " + std::to_string(facts.index) + "\n");
+  if (facts.result) {
+    return PrintRow("  not readable", std::string(Mp4ResultName(facts.result)) + " (" +
+                                          std::to_string(facts.result) + "): " + Mp4ResultText(facts.result));
+  }
+  PrintNumber("  id", facts.id);
+  PrintRow("  kind", Named(facts.kind.value_or(MP4_KIND_UNKNOWN), kKinds));
+  PrintRow("  format", Named(facts.format, kFormats));
+  PrintNumber("  samples", facts.samples);
+  PrintNumber("  time scale", facts.timeScale, " ticks per second");
+  std::string seconds = " movie ticks";
+  if (facts.duration && movieTimeScale.value_or(0) != 0) {
+    char text[64];
+    std::snprintf(text, sizeof text, " movie ticks = %.3f s",
+                  static_cast<double>(*facts.duration) / *movieTimeScale);
+    seconds = text;
+  }
+  PrintNumber("  duration", facts.duration, seconds);
+  if (facts.picture) {
+    PrintRow("  picture", std::to_string(facts.picture->first) + " x " +
+                              std::to_string(facts.picture->second) + " pixels");
+  }
+  if (facts.rate) PrintNumber("  sample rate", facts.rate, " Hz");
+  if (facts.channels) PrintNumber("  channels", facts.channels);
+  if (!facts.decoderInfo.empty()) PrintRow("  decoder info", Hex(facts.decoderInfo));
+}
+
+void PrintText(const InputFile& input, const FileFacts& facts) {
+  PrintRow("File", input.Name());
+  PrintRow("Type", Named(facts.fileType, kFileTypes));
+  std::string created = "?";
+  if (facts.created) {
+    created = DateText(*facts.created, ' ');
+    if (*facts.created == Date{1904, 1, 1, 0, 0, 0}) created += " (not set)";
+  }
+  PrintRow("Created", created);
+  PrintNumber("Movie time scale", facts.timeScale, " ticks per second");
+  PrintRow("Tracks", std::to_string(facts.tracks.size()));
+  for (const TrackFacts& track : facts.tracks) PrintTrack(track, facts.timeScale);
+}
+
+struct InfoArguments {
+  std::string file;
+  bool json = false;
+};
+
+void Info(const InfoArguments& arguments) {
+  InputFile input(arguments.file);
+  FileFacts facts;
+  if (!input.Result()) facts = Gather(input.File());
+  if (arguments.json) {
+    // A name need not be UTF-8, JSON has to be.
+    Print(FileJson(input, facts).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+  } else if (!input.Result()) {
+    PrintText(input, facts);
+  }
+  input.RequireOpen();
+}
+
+}  // namespace
+
+void AddInfoCommand(CLI::App& program) {
+  CLI::App* command = program.add_subcommand("info", "Tell what a file and its tracks are");
+  const auto arguments = std::make_shared<InfoArguments>();
+  command->add_flag("--json", arguments->json, "Print one line of JSON instead of text");
+  command->add_option("FILE", arguments->file, "The file to read")->required();
+  command->footer(
+      "A track that cannot be opened is listed with its result. With --json a refused file gives\n"
+      "{\"file\":...,\"result\":6,...} on standard output as well as the message and exit code 1.");
+  command->callback([arguments] { Info(*arguments); });
+}
+
+}  // namespace kt

@@ -1,0 +1,95 @@
+#include "tools/input_file.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/failure.h"
+
+namespace kt {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What the system has to say about a file that could not be read; empty when it finds nothing wrong with it.
+std::string SystemReason(const std::string& name) {
+  struct TypeRow {
+    fs::file_type type;
+    const char* text;
+  };
+  static constexpr TypeRow kNoFiles[] = {
+      {fs::file_type::not_found, "there is no such file"},
+      {fs::file_type::directory, "it is a directory"},
+      {fs::file_type::fifo, "it is a FIFO and no regular file"},
+      {fs::file_type::socket, "it is a socket and no regular file"},
+      {fs::file_type::block, "it is a device and no regular file"},
+      {fs::file_type::character, "it is a device and no regular file"},
+      {fs::file_type::unknown, "it is no regular file"},
+  };
+  std::error_code error;
+  const fs::file_type type = fs::status(name, error).type();
+  for (const TypeRow& row : kNoFiles) {
+    if (row.type == type) return row.text;
+  }
+  if (error) return error.message();
+  if (fs::file_size(name, error) == 0) return "the file is empty";
+  std::FILE* stream = std::fopen(name.c_str(), "rb");
+  if (stream == nullptr) return std::generic_category().message(errno);
+  std::fclose(stream);
+  return {};
+}
+
+std::string OpenReason(const std::string& name, Mp4Result result) {
+  if (result == MP4_FILE_IO || result == MP4_NOT_FOUND) {
+    if (const std::string reason = SystemReason(name); !reason.empty()) return reason;
+  }
+  if (result == MP4_FILE_IO) return "the file ends inside a box: it is cut short or no MP4 file";
+  if (result == MP4_NOT_FOUND) return "there is no \"moov\" box in it: it is unfinished or no MP4 file";
+  return Mp4ResultText(result);
+}
+
+}  // namespace
+
+void TrackCloser::operator()(CMp4Track* track) const {
+  // A track that is read is given back without a failure.
+  static_cast<void>(file->CloseTrack(track));
+}
+
+InputFile::InputFile(const std::string& name) : m_name(name) {
+  CMp4File* file = nullptr;
+  m_result = CreateMp4File(&file);
+  m_file.reset(file);
+  if (m_file == nullptr) throw ResultFailure("cannot open " + Quoted(name), m_result);
+  m_result = m_file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4);
+}
+
+std::string InputFile::Reason() const {
+  return OpenReason(m_name, m_result);
+}
+
+void InputFile::RequireOpen() const {
+  if (m_result) throw ResultFailure("cannot open " + Quoted(m_name), m_result, Reason());
+}
+
+u64 InputFile::Size() const {
+  std::error_code error;
+  const std::uintmax_t size = fs::file_size(m_name, error);
+  return error ? 0 : size;
+}
+
+TrackHandle InputFile::OpenTrack(u32 index) {
+  CMp4Track* track = nullptr;
+  if (const Mp4Result result = m_file->OpenTrack(index, &track)) {
+    u32 count = 0;
+    std::string reason;
+    if (m_file->GetTrackCount(&count) == MP4_OK && index > count) {
+      reason = "the file has " + std::to_string(count) + (count == 1 ? " track" : " tracks");
+    }
+    throw ResultFailure("cannot open track " + std::to_string(index) + " of " + Quoted(m_name), result,
+                        reason);
+  }
+  return TrackHandle(track, TrackCloser{m_file.get()});
+}
+
+}  // namespace kt

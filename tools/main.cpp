@@ -1,0 +1,67 @@
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/interrupts.h"
+#include "tools/standard_streams.h"
+
+namespace {
+
+enum ExitCode { kDone = 0, kFailed = 1, kWrongUse = 2 };
+
+// "ktmp4 info", or "ktmp4" when it did not come to a command.
+std::string CommandName(const CLI::App& program) {
+  const auto commands = program.get_subcommands();
+  return commands.empty() ? "ktmp4" : "ktmp4 " + commands.front()->get_name();
+}
+
+int Report(const CLI::App& program, const std::string& text, ExitCode code) {
+  // What went to standard output belongs before the line that ends it.
+  std::fflush(stdout);
+  std::fprintf(stderr, "%s: %s\n", CommandName(program).c_str(), text.c_str());
+  return code;
+}
+
+void SetUp(CLI::App& program) {
+  program.name("ktmp4");
+  program.require_subcommand(1);
+  program.set_version_flag("--version", "ktmp4 " KTMP4_VERSION, "Print the version and exit");
+  program.set_help_flag("--help", "Print this help and exit");
+  program.footer(
+      "\"ktmp4 COMMAND --help\" tells more about a command. The exit code is 0, 1 when the work could not be "
+      "done,\n"
+      "2 for wrong use. A file name that begins with a dash goes behind \"--\".");
+  kt::AddDumpCommand(program);
+  kt::AddInfoCommand(program);
+  kt::AddSamplesCommand(program);
+  kt::AddExtractCommand(program);
+  kt::AddPlayCommand(program);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App program("Reads ISO base media files (.mp4, .3gp, .m4a).");
+  try {
+    SetUp(program);
+    program.parse(argc, argv);
+    kt::FlushOutput();
+    return kDone;
+  } catch (const CLI::Success& wish) {
+    program.exit(wish);
+    return kDone;
+  } catch (const CLI::ParseError& error) {
+    return Report(program, std::string(error.what()) + " (see " + CommandName(program) + " --help)",
+                  kWrongUse);
+  } catch (const kt::Interrupted& interrupted) {
+    Report(program, "interrupted", kFailed);
+    kt::EndBySignal(interrupted.signalNumber);
+  } catch (const std::bad_alloc&) {
+    return Report(program, "there is not enough memory", kFailed);
+  } catch (const std::exception& failure) {
+    return Report(program, failure.what(), kFailed);
+  }
+}

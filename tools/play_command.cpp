@@ -1,0 +1,272 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/headless_pin.h"
+#include "tools/input_file.h"
+#include "tools/media_type_text.h"
+#include "tools/progress_line.h"
+#include "tools/standard_streams.h"
+
+namespace kt {
+namespace {
+
+struct PlayArguments {
+  std::string name;
+  bool realtime = false;
+  bool extract = false;
+  bool quiet = false;
+};
+
+using HnsDuration = std::chrono::duration<i64, std::ratio<1, 10'000'000>>;
+
+std::string HnsText(i64 hns) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%s%lld.%07lld", hns < 0 ? "-" : "", std::abs(hns / 10'000'000LL),
+                std::abs(hns % 10'000'000LL));
+  return text;
+}
+
+// Collects what the source has to tell while it loads.
+class LoadHost final : public ReaderHost {
+ public:
+  void ShowError(const char* text) override { m_messages.emplace_back(text); }
+  bool AddPin(CReaderPin& /*pin*/) override { return true; }
+  const std::vector<std::string>& Messages() const { return m_messages; }
+
+ private:
+  std::vector<std::string> m_messages;
+};
+
+// The time of the run: the wall's, or that of the sample at hand.
+class HostClock final : public StreamClock {
+ public:
+  explicit HostClock(bool realtime) : m_realtime(realtime), m_begin(Wall::now()) {}
+  // Comes back when it is `time`.
+  void GoTo(i64 time) {
+    constexpr i64 kYears = 1'000'000'000'000'000;  // nobody waits so long, and sums with it stay in range
+    if (m_realtime) std::this_thread::sleep_until(m_begin + HnsDuration(std::min(time, kYears)));
+    m_position = std::max(m_position, time);
+  }
+  i64 GetStreamTime() override {
+    return m_realtime ? std::chrono::duration_cast<HnsDuration>(Wall::now() - m_begin).count() : m_position;
+  }
+
+ private:
+  using Wall = std::chrono::steady_clock;
+  const bool m_realtime;
+  const Wall::time_point m_begin;
+  i64 m_position = 0;
+};
+
+// Nobody asks the pins for anything else while they play.
+class HostWait final : public RequestWait {
+ public:
+  bool WaitForRequest(u32 milliseconds) override {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    return false;
+  }
+};
+
+// Texts and samples as they come, each in a line.
+class PlayOutput final : public TextReceiver {
+ public:
+  explicit PlayOutput(bool quiet) : m_quiet(quiet) {}
+  void Head() { Line("\npin   sample            start             stop      size  sync\n"); }
+  void Sample(u32 pin, const DeliveredSample& sample) {
+    if (m_quiet) return;
+    char text[160];
+    std::snprintf(text, sizeof text, "%3u %8u %16s %16s %9u %5d\n", pin, sample.number,
+                  HnsText(sample.start).c_str(), HnsText(sample.stop).c_str(), sample.size,
+                  sample.isSyncPoint);
+    Line(text);
+  }
+  void End(u32 pin) { Line("pin " + std::to_string(pin) + ": end of stream\n"); }
+  void AddMetadataText(i64 time, const char* text) override {
+    Line("text at " + HnsText(time) + ": " + Quoted(text) + "\n");
+  }
+  ProgressLine& Progress() { return m_progress; }
+
+ private:
+  void Line(const std::string& text) {
+    if (m_quiet) return;
+    m_progress.Clear();
+    Print(text);
+  }
+
+  const bool m_quiet;
+  ProgressLine m_progress;
+};
+
+// Caption pairs that are asked for as text go nowhere.
+class NoCaptions final : public CaptionDecoder {
+ public:
+  void Decode(const u8* /*bytes*/, i32 /*count*/, i64 /*time*/) override {}
+};
+
+std::string Counted(u64 count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+void Load(CReaderSource& source, const std::string& name) {
+  const FilterResult result = source.Load(name.c_str());
+  if (!IsFailure(result)) return;
+  const std::string operation = "cannot load " + Quoted(name) + ": " + FilterResultName(result);
+  SourceName parsed;
+  if (IsFailure(ParseSourceName(name.c_str(), &parsed))) {
+    throw Failure(operation + ": the name is empty or has more than " + std::to_string(kSourceNameRoom - 1) +
+                  " bytes");
+  }
+  // The source keeps the result of the library to itself.
+  InputFile(parsed.path).RequireOpen();
+  throw Failure(operation);
+}
+
+void PrintTracks(const CReaderSource& source, const std::string& name) {
+  static constexpr const char* kTypes[] = {
+      "unknown", "video", "audio", "Line 21 captions", "scene description", "object descriptors", "hint"};
+  const TrackTables& tables = source.Tables();
+  Print("Loaded " + Quoted(name) + ": " + Counted(tables.m_trackCount, "track", "tracks") + ", " +
+        Counted(source.Pins().size(), "pin", "pins") + "\n");
+  for (u32 i = 0; i < tables.m_trackCount; ++i) {
+    const double seconds = tables.m_movieTimeScale == 0
+                               ? 0
+                               : static_cast<double>(tables.m_duration[i]) / tables.m_movieTimeScale;
+    char text[160];
+    std::snprintf(text, sizeof text, "  track %u: id %u, %s, %s, %u ticks per second, %.3f s\n", i + 1,
+                  tables.m_trackId[i], kTypes[std::min<u32>(tables.m_trackType[i], READER_TRACK_HINT)],
+                  Counted(tables.m_sampleCount[i], "sample", "samples").c_str(), tables.m_timeScale[i],
+                  seconds);
+    Print(text);
+  }
+}
+
+void PrintPin(const HeadlessPin& pin) {
+  const CReaderPin& facts = pin.Pin();
+  Print("\nPin " + std::to_string(pin.Number()) + ": " + Quoted(facts.Name()));
+  if (facts.Kind() == PIN_VIDEO)
+    Print(", " + std::to_string(facts.Width()) + " x " + std::to_string(facts.Height()));
+  if (facts.Kind() == PIN_AUDIO) {
+    Print(", " + std::to_string(facts.SampleRate()) + " Hz, " +
+          Counted(facts.Channels(), "channel", "channels"));
+  }
+  Print("\n");
+  MediaType type;
+  for (i32 position = 0; facts.GetMediaType(position, &type) == FilterResult::Ok; ++position) {
+    Print("  type " + std::to_string(position) + ": " + MediaTypeText(type) + "\n");
+  }
+  if (IsFailure(pin.Connection())) {
+    return Print(std::string("  not connected: ") + FilterResultName(pin.Connection()) + "\n");
+  }
+  Print("  connected with type 0, " + Counted(pin.Buffers().count, "buffer", "buffers") + " of " +
+        std::to_string(pin.Buffers().size) + " bytes\n");
+}
+
+// Takes the samples of all pins in the order of their start times.
+class Player {
+ public:
+  Player(const CReaderSource& source, HostClock& clock, PlayOutput& output, std::vector<HeadlessPin*> pins)
+      : m_clock(clock), m_output(output), m_playing(std::move(pins)) {
+    if (source.GetDuration(&m_duration) != FilterResult::Ok) m_duration = 0;
+  }
+
+  void Play() {
+    while (!m_playing.empty()) Step();
+  }
+  u64 Samples() const { return m_samples; }
+
+ private:
+  void Step() {
+    const auto next = std::ranges::min_element(m_playing, {}, &HeadlessPin::NextStart);
+    HeadlessPin& pin = **next;
+    m_clock.GoTo(pin.NextStart());
+    if (const auto sample = pin.Deliver()) {
+      ++m_samples;
+      m_output.Sample(pin.Number(), *sample);
+      m_output.Progress().Update(m_clock.GetStreamTime(), m_duration, m_samples);
+    } else {
+      m_output.End(pin.Number());
+      m_playing.erase(next);
+    }
+  }
+
+  HostClock& m_clock;
+  PlayOutput& m_output;
+  std::vector<HeadlessPin*> m_playing;
+  i64 m_duration = 0;
+  u64 m_samples = 0;
+};
+
+// One line per pin; true when none of the streams was cut short.
+bool PrintSummary(const std::vector<std::unique_ptr<HeadlessPin>>& pins) {
+  bool whole = true;
+  Print("\n");
+  for (const auto& pin : pins) {
+    std::string line = "pin " + std::to_string(pin->Number()) + ": " + std::to_string(pin->DeliveredCount()) +
+                       " of " + Counted(pin->Pin().SampleCount(), "sample", "samples") + " delivered, " +
+                       Counted(pin->DeliveredBytes(), "byte", "bytes");
+    if (IsFailure(pin->Connection())) {
+      line += ", not connected";
+    } else if (const std::string reason = pin->EarlyEnd(); !reason.empty()) {
+      line += ", ended early: " + reason;
+      whole = false;
+    }
+    Print(line + "\n");
+  }
+  return whole;
+}
+
+void Play(const PlayArguments& arguments) {
+  LoadHost host;
+  CReaderSource source(host);
+  Load(source, arguments.name);
+  if (arguments.extract) source.SetForExtractor(1);
+  PlayOutput output(arguments.quiet);
+  HostClock clock(arguments.realtime);
+  HostWait wait;
+  NoCaptions captions;
+  std::vector<std::unique_ptr<HeadlessPin>> pins;
+  std::vector<HeadlessPin*> connected;
+  for (const auto& pin : source.Pins()) {
+    pins.push_back(std::make_unique<HeadlessPin>(static_cast<u32>(pins.size()) + 1, source, *pin,
+                                                 DeliverySurroundings{clock, wait, output, captions}));
+    if (!IsFailure(pins.back()->Connection())) connected.push_back(pins.back().get());
+  }
+  PrintTracks(source, arguments.name);
+  for (const std::string& message : host.Messages()) Print("  message: " + message + "\n");
+  for (const auto& pin : pins) PrintPin(*pin);
+  if (pins.empty()) return;
+  output.Head();
+  Player(source, clock, output, connected).Play();
+  if (!PrintSummary(pins)) throw Failure("a stream of " + Quoted(arguments.name) + " ended early");
+}
+
+}  // namespace
+
+void AddPlayCommand(CLI::App& program) {
+  CLI::App* command = program.add_subcommand(
+      "play", "Run a file through the source filter's logic and list what is delivered");
+  const auto arguments = std::make_shared<PlayArguments>();
+  command->add_flag("--realtime", arguments->realtime, "Deliver each sample when its time has come");
+  command->add_flag("--extract", arguments->extract, "Extractor use: samples are delivered empty");
+  command->add_flag("--quiet", arguments->quiet, "Print what was loaded and the summary, no samples");
+  command->add_option("FILE|URL", arguments->name, "The file to play, or a ktmp4file:// URL")->required();
+  command->footer(
+      "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the "
+      "start\n"
+      "times; start and stop are in seconds. The last sample of a track is never delivered.\n"
+      "In a URL a drive letter and a path stand behind the scheme, then parameters behind \"&\":\n"
+      "  ktmp4file://c:/media/clip.mp4&cc=off&forextractoruse=1\n"
+      "names the file c:/media/clip.mp4, which is of use on Windows; elsewhere a plain name is the usual "
+      "way.");
+  command->callback([arguments] { Play(*arguments); });
+}
+
+}  // namespace kt

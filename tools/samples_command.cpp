@@ -1,0 +1,89 @@
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/input_file.h"
+#include "tools/standard_streams.h"
+
+namespace kt {
+namespace {
+
+struct SamplesArguments {
+  std::string file;
+  u32 track = 0;
+};
+
+// One line of numbers with commas between them; a file can have millions of lines.
+class CsvLine {
+ public:
+  CsvLine& Add(u64 number) {
+    m_end = std::to_chars(m_end, m_text + sizeof m_text, number).ptr;
+    *m_end++ = ',';
+    return *this;
+  }
+  std::string_view Finish() {
+    m_end[-1] = '\n';
+    return {m_text, static_cast<std::size_t>(m_end - m_text)};
+  }
+
+ private:
+  static constexpr std::size_t kColumns = 5;
+  static constexpr std::size_t kLongestNumber = 20;
+  char m_text[kColumns * (kLongestNumber + 1)];
+  char* m_end = m_text;
+};
+
+void PrintSample(CMp4Track& track, u32 sample, const std::string& file) {
+  const auto require = [&](const char* what, Mp4Result result) {
+    if (!result) return;
+    throw ResultFailure(std::string("cannot find the ") + what + " of sample " + std::to_string(sample) +
+                            " in " + Quoted(file),
+                        result);
+  };
+  u32 size = 0;
+  u64 decodingTime = 0, compositionTime = 0;
+  require("size", track.GetSampleSize(sample, &size));
+  require("decoding time", track.GetSampleDecodingTime(sample, &decodingTime));
+  require("composition time", track.GetSampleCompositionTime(sample, &compositionTime));
+  u32 sync = 0;
+  const bool isSync = track.FindSyncSample(compositionTime, &sync) == MP4_OK && sync == sample;
+  Print(CsvLine().Add(sample).Add(size).Add(decodingTime).Add(compositionTime).Add(isSync).Finish());
+}
+
+void Samples(const SamplesArguments& arguments) {
+  InputFile input(arguments.file);
+  input.RequireOpen();
+  const TrackHandle track = input.OpenTrack(arguments.track);
+  u32 count = 0;
+  if (const Mp4Result result = track->GetSampleCount(&count)) {
+    throw ResultFailure("cannot count the samples of " + Quoted(arguments.file), result);
+  }
+  Print("sample,size,dts,cts,sync\n");
+  for (u32 sample = 1; sample <= count && sample != 0; ++sample) PrintSample(*track, sample, arguments.file);
+}
+
+}  // namespace
+
+void AddSamplesCommand(CLI::App& program) {
+  CLI::App* command = program.add_subcommand("samples", "List the samples of a track as CSV");
+  const auto arguments = std::make_shared<SamplesArguments>();
+  command->add_option("--track", arguments->track, "Which track, counted from 1")
+      ->required()
+      ->check(CLI::Range(1U, UINT32_MAX))
+      ->type_name("N");
+  command->add_option("FILE", arguments->file, "The file to read")->required();
+  command->footer(
+      "Columns: sample (counted from 1), size (bytes), dts and cts (decoding and composition time in ticks "
+      "of the\n"
+      "track's time scale, a start delay included), sync (1 when the search for a sync sample at the "
+      "sample's own\n"
+      "composition time finds that sample).");
+  command->callback([arguments] { Samples(*arguments); });
+}
+
+}  // namespace kt
