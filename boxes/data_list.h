@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <new>
@@ -13,14 +14,15 @@ namespace kt {
 template <class T>
 struct CDataListNode {
   u32 m_ui32FirstIndex = 0;         // number of the block's first record, counted from 1
-  std::unique_ptr<T[]> m_pEntries;  // CDataList<T>::kBlockSize records; those not yet appended are unset
+  std::unique_ptr<T[]> m_pEntries;  // room for a block's records; those not yet appended are unset
 };
 
 /// The records of a table, numbered from 1, which are only ever added at the end.
 ///
-/// They lie in blocks of 100, so that a table grows as its records arrive, no record is moved and 100 of them
-/// cost one allocation. The blocks are reached through a directory rather than a chain with a cursor: looking
-/// a record up then costs the same wherever it lies, and changes nothing in the list.
+/// They lie in blocks of 100, so that a table grows as its records arrive and 100 of them cost one
+/// allocation. The blocks are reached through a directory rather than a chain with a cursor: looking a record
+/// up then costs the same wherever it lies, and changes nothing in the list. The first block starts small,
+/// since a file can hold a great many tables of one record each.
 template <class T>
 class CDataList {
  public:
@@ -31,6 +33,7 @@ class CDataList {
     if (m_ui32Count == std::numeric_limits<u32>::max()) return MP4_NO_MEMORY;
     const u32 position = m_ui32Count % kBlockSize;
     if (position == 0) KT_TRY(AddBlock());
+    if (m_ui32Count == m_ui32FirstBlockRoom) KT_TRY(GrowFirstBlock());
     m_pTail[position] = *record;
     ++m_ui32Count;
     return MP4_OK;
@@ -44,7 +47,7 @@ class CDataList {
     return MP4_OK;
   }
 
-  /// As `GetAt`, but answers where the record lies, to change it in place; the list owns it.
+  /// As `GetAt`, but answers where the record lies until the next `Append`, to change it in place.
   Mp4Result GetPointerAt(u32 index, T** record) {
     if (index == 0) return MP4_ZERO_INDEX;
     if (index > m_ui32Count) return MP4_NOT_FOUND;
@@ -68,16 +71,33 @@ class CDataList {
     m_pTail = nullptr;
     m_ui32BlockCount = 0;
     m_ui32BlockCapacity = 0;
+    m_ui32FirstBlockRoom = 0;
     m_ui32Count = 0;
   }
 
  private:
+  static constexpr u32 kFirstRoom = 4;
+
   Mp4Result AddBlock() {
-    std::unique_ptr<T[]> entries(new (std::nothrow) T[kBlockSize]);
+    const u32 room = m_ui32Count == 0 ? kFirstRoom : kBlockSize;
+    std::unique_ptr<T[]> entries(new (std::nothrow) T[room]);
     if (!entries) return MP4_NO_MEMORY;
     if (m_ui32BlockCount == m_ui32BlockCapacity) KT_TRY(GrowDirectory());
     m_pTail = entries.get();
     m_pBlocks[m_ui32BlockCount++] = {m_ui32Count + 1, std::move(entries)};
+    if (m_ui32Count == 0) m_ui32FirstBlockRoom = room;
+    return MP4_OK;
+  }
+
+  Mp4Result GrowFirstBlock() {
+    if (m_ui32FirstBlockRoom == kBlockSize) return MP4_OK;
+    const u32 room = std::min(4 * m_ui32FirstBlockRoom, kBlockSize);
+    std::unique_ptr<T[]> entries(new (std::nothrow) T[room]);
+    if (!entries) return MP4_NO_MEMORY;
+    std::copy_n(m_pTail, m_ui32Count, entries.get());
+    m_pTail = entries.get();
+    m_pBlocks[0].m_pEntries = std::move(entries);
+    m_ui32FirstBlockRoom = room;
     return MP4_OK;
   }
 
@@ -94,6 +114,7 @@ class CDataList {
   u32 m_ui32Count = 0;
   u32 m_ui32BlockCount = 0;
   u32 m_ui32BlockCapacity = 0;
+  u32 m_ui32FirstBlockRoom = 0;
   std::unique_ptr<CDataListNode<T>[]> m_pBlocks;
   T* m_pTail = nullptr;  // the records of the last block
 };

@@ -30,13 +30,13 @@ Number SyncBefore(CSyncSampleBox& box, u32 sample) {
 
 // Readers rely on the constant size being given for sample 0 too.
 TEST(SampleSizeBox, GivesAConstantSizeForEverySampleAndForSampleZero) {
-  const auto box = ReadBox<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(500).U32(3)));
+  const auto box = ReadBoxAs<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(500).U32(3)));
   for (const u32 sample : {0u, 1u, 3u}) EXPECT_EQ(SizeOf(*box, sample), (Number{MP4_OK, 500}));
   EXPECT_EQ(SizeOf(*box, 4), (Number{MP4_NOT_FOUND, 777}));
 }
 
 TEST(SampleSizeBox, RefusesSampleZeroOfATable) {
-  const auto box = ReadBox<CSampleSizeBox>(SizeTable({7, 8}));
+  const auto box = ReadBoxAs<CSampleSizeBox>(SizeTable({7, 8}));
   EXPECT_EQ(SizeOf(*box, 0), (Number{MP4_ZERO_INDEX, 777}));
   EXPECT_EQ(SizeOf(*box, 2), (Number{MP4_OK, 8}));
   EXPECT_EQ(SizeOf(*box, 3), (Number{MP4_NOT_FOUND, 777}));
@@ -59,7 +59,7 @@ TEST(SampleSizeBox, WritesATableOnlyForSizesThatDiffer) {
     EXPECT_EQ(box.AddSampleSize(sample + 2, 7), MP4_BAD_ARGUMENT);
     EXPECT_EQ(box.AddSampleSize(sample, 7), MP4_BAD_ARGUMENT);
     EXPECT_EQ(box.AddSampleSize(sample + 1, 0), MP4_BAD_ARGUMENT);
-    EXPECT_EQ(Written(box), row.box);
+    EXPECT_EQ(WrittenBytes(&box), row.box);
   }
 }
 
@@ -79,8 +79,9 @@ TEST(SampleSizeBox, SumsLikeAddingEachSize) {
   for (const u32 count : {0u, 1u, 99u, 100u, 101u, 1000u, 1234u}) {
     std::vector<u32> sizes(count);
     for (u32& size : sizes) size = static_cast<u32>(random());
-    const auto table = ReadBox<CSampleSizeBox>(SizeTable(sizes));
-    const auto constant = ReadBox<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(0x12345678).U32(count)));
+    const auto table = ReadBoxAs<CSampleSizeBox>(SizeTable(sizes));
+    const auto constant =
+        ReadBoxAs<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(0x12345678).U32(count)));
     for (int i = 0; i < 300; ++i) {
       const u32 first = static_cast<u32>(random() % (count + 3));
       const u32 end = static_cast<u32>(random() % (count + 4));
@@ -104,7 +105,7 @@ TEST(SampleSizeBox, SumsSizesAddedAfterASum) {
 }
 
 TEST(SampleToChunkBox, FindsChunksAndTheirFirstSamplesInAnyOrder) {
-  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {{1, 2, 1}, {3, 5, 1}, {4, 1, 1}}));
+  const auto box = ReadBoxAs<CSampleToChunkBox>(Table("stsc", {{1, 2, 1}, {3, 5, 1}, {4, 1, 1}}));
   const struct {
     u32 sample, chunk, first;
   } rows[] = {{1, 1, 1},   {2, 1, 1},   {3, 2, 3}, {4, 2, 3},    {5, 3, 5}, {9, 3, 5}, {10, 4, 10},
@@ -117,23 +118,23 @@ TEST(SampleToChunkBox, FindsChunksAndTheirFirstSamplesInAnyOrder) {
 }
 
 TEST(SampleToChunkBox, AnswersOneWithTheFailureOfAnEmptyTable) {
-  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {}));
+  const auto box = ReadBoxAs<CSampleToChunkBox>(Table("stsc", {}));
   EXPECT_EQ(ChunkOf(*box, 1), (Number{MP4_NOT_FOUND, 1}));
   EXPECT_EQ(FirstOf(*box, 1), (Number{MP4_NOT_FOUND, 1}));
 }
 
 // A division by zero.
 TEST(SampleToChunkBox, RefusesChunksOfNoSamples) {
-  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {{1, 0, 1}}));
+  const auto box = ReadBoxAs<CSampleToChunkBox>(Table("stsc", {{1, 0, 1}}));
   EXPECT_EQ(ChunkOf(*box, 1), (Number{MP4_CORRUPT, 1}));
-  const auto later = ReadBox<CSampleToChunkBox>(Table("stsc", {{1, 2, 1}, {2, 0, 1}}));
+  const auto later = ReadBoxAs<CSampleToChunkBox>(Table("stsc", {{1, 2, 1}, {2, 0, 1}}));
   EXPECT_EQ(ChunkOf(*later, 2), (Number{MP4_OK, 1}));
   EXPECT_EQ(ChunkOf(*later, 4), (Number{MP4_CORRUPT, 1}));
 }
 
 // Falling first chunks wrap in 32 bits and end; the numbers are what the arithmetic gives.
 TEST(SampleToChunkBox, WrapsWhereFirstChunksFall) {
-  const auto box = ReadBox<CSampleToChunkBox>(Table("stsc", {{5, 1, 1}, {1, 1, 1}}));
+  const auto box = ReadBoxAs<CSampleToChunkBox>(Table("stsc", {{5, 1, 1}, {1, 1, 1}}));
   EXPECT_EQ(ChunkOf(*box, 3), (Number{MP4_OK, 7}));
   EXPECT_EQ(FirstOf(*box, 7), (Number{MP4_OK, 3}));
   EXPECT_EQ(FirstOf(*box, 0), (Number{MP4_OK, 0xFFFFFFFC}));
@@ -146,12 +147,12 @@ TEST(SampleToChunkBox, WritesLikeChunksAsOneRunAndIsReadRightAfter) {
   u32 chunk = 0;
   for (const auto& row : chunks) ASSERT_EQ(box.AddChunk(++chunk, row[0], row[1]), MP4_OK);
   EXPECT_EQ(box.AddChunk(4, 2, 1), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(Written(box), Table("stsc", {{1, 2, 1}, {3, 3, 1}, {4, 3, 2}}));
+  EXPECT_EQ(WrittenBytes(&box), Table("stsc", {{1, 2, 1}, {3, 3, 1}, {4, 3, 2}}));
   EXPECT_EQ(ChunkOf(box, 7), (Number{MP4_OK, 3}));
   EXPECT_EQ(FirstOf(box, 3), (Number{MP4_OK, 5}));
   EXPECT_EQ(ChunkOf(box, 1), (Number{MP4_OK, 1}));
   EXPECT_EQ(box.AddChunk(5, 3, 2), MP4_OK);  // reading has not moved the writer's place
-  EXPECT_EQ(Written(box), Table("stsc", {{1, 2, 1}, {3, 3, 1}, {4, 3, 2}}));
+  EXPECT_EQ(WrittenBytes(&box), Table("stsc", {{1, 2, 1}, {3, 3, 1}, {4, 3, 2}}));
 }
 
 TEST(ChunkOffsetBox, AddsInTurnAndCountsItsSize) {
@@ -205,7 +206,7 @@ TEST(SyncSampleBox, FindsTheLastSyncSampleAtOrBefore) {
       {{}, 5, {MP4_NOT_FOUND, 1}},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(SyncBefore(*ReadBox<CSyncSampleBox>(Table("stss", row.table)), row.sample), row.answer);
+    EXPECT_EQ(SyncBefore(*ReadBoxAs<CSyncSampleBox>(Table("stss", row.table)), row.sample), row.answer);
   }
 }
 

@@ -38,7 +38,7 @@ TEST(EditBox, TakesADelayFromAFirstEmptyEditWithAnotherBehindIt) {
       {"media time -2", {{1000, kEmpty - 1}, {5000, 0}}, 0},
   };
   for (const auto& row : rows) {
-    const auto box = ReadBox<CEditBox>(Box("edts", EditList(row.edits)));
+    const auto box = ReadBoxAs<CEditBox>(Box("edts", EditList(row.edits)));
     EXPECT_EQ(Ask<u64>([&](u64* delay) { return box->GetStartDelay(delay); }),
               (Answer<u64>{MP4_OK, row.delay}))
         << row.name;
@@ -49,8 +49,8 @@ TEST(EditBox, MissesItsListUnlessItIsEmptyItself) {
   const auto delayOf = [](CEditBox& box) {
     return Ask<u64>([&](u64* delay) { return box.GetStartDelay(delay); });
   };
-  EXPECT_EQ(delayOf(*ReadBox<CEditBox>(Box("edts", Box("free")))), (Answer<u64>{MP4_NOT_FOUND, 0}));
-  EXPECT_EQ(delayOf(*ReadBox<CEditBox>(Box("edts"))), (Answer<u64>{MP4_NOT_FOUND, 0}));
+  EXPECT_EQ(delayOf(*ReadBoxAs<CEditBox>(Box("edts", Box("free")))), (Answer<u64>{MP4_NOT_FOUND, 0}));
+  EXPECT_EQ(delayOf(*ReadBoxAs<CEditBox>(Box("edts"))), (Answer<u64>{MP4_NOT_FOUND, 0}));
   CEditBox made;
   EXPECT_EQ(delayOf(made), (Answer<u64>{MP4_OK, 0}));
   CBox* child = nullptr;
@@ -63,9 +63,9 @@ TEST(EditBox, WritesADelayThatItReadsBack) {
   u64 delay = 0;
   EXPECT_EQ(box.GetStartDelay(&delay), MP4_OK);
   EXPECT_EQ(delay, 0x100u);
-  EXPECT_EQ(Written(box), Box("edts", EditList({{0x100, kEmpty}, {900, 0}})));
+  EXPECT_EQ(WrittenBytes(&box), Box("edts", EditList({{0x100, kEmpty}, {900, 0}})));
   ASSERT_EQ(box.AddStartDelay(1, 2), MP4_OK);  // the list is there: two edits more
-  EXPECT_EQ(Written(box), Box("edts", EditList({{0x100, kEmpty}, {900, 0}, {1, kEmpty}, {2, 0}})));
+  EXPECT_EQ(WrittenBytes(&box), Box("edts", EditList({{0x100, kEmpty}, {900, 0}, {1, kEmpty}, {2, 0}})));
 }
 
 // The last edit comes with MP4_NOT_FOUND and valid values: readers rely on it.
@@ -99,9 +99,9 @@ TEST(EditListBox, FindsTheEditThatCoversATime) {
 
 TEST(TrackReferenceTypeBox, IsFilledByItsIds) {
   const Bytes bytes = Box("hint", Bytes().U32(1).U32(0xFFFFFFFE));
-  const auto box = ReadBox<CTrackReferenceTypeBox>(bytes);
-  EXPECT_EQ(Written(*box), bytes);
-  EXPECT_EQ(Dumped(*box, 1),
+  const auto box = ReadBoxAs<CTrackReferenceTypeBox>(bytes);
+  EXPECT_EQ(WrittenBytes(box.get()), bytes);
+  EXPECT_EQ(DumpText(box.get(), 1),
             "\n  Box type = hint  Size = 16\n  Number of referenced tracks=2\n  Index:  1 Track Id: 1\n"
             "  Index:  2 Track Id: -2\n");
   u32 id = 0;
@@ -110,7 +110,7 @@ TEST(TrackReferenceTypeBox, IsFilledByItsIds) {
   EXPECT_EQ(box->GetTrackId(0, &id), MP4_BAD_ARGUMENT);  // and not MP4_ZERO_INDEX, as elsewhere
   EXPECT_EQ(box->GetTrackId(3, &id), MP4_NOT_FOUND);
   EXPECT_EQ(box->AddTrackId(5, nullptr), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(Dumped(*ReadBox<CTrackReferenceTypeBox>(Box("mpod")), 0),
+  EXPECT_EQ(DumpText(ReadBoxAs<CTrackReferenceTypeBox>(Box("mpod")).get()),
             "\nBox type = mpod  Size = 8\nNumber of referenced tracks=0\n");
 }
 
@@ -145,8 +145,8 @@ Answer<u32> CountOf(CTrackReferenceBox& box, u32 kind) {
 TEST(TrackReferenceBox, ReadsReferencesByKind) {
   const Bytes bytes =
       Box("tref", {Box("free"), Box("mpod", Bytes().U32(7)), Box("hint", Bytes().U32(8).U32(9))});
-  const auto box = ReadBox<CTrackReferenceBox>(bytes);
-  EXPECT_EQ(Written(*box), bytes);
+  const auto box = ReadBoxAs<CTrackReferenceBox>(bytes);
+  EXPECT_EQ(WrittenBytes(box.get()), bytes);
   EXPECT_EQ(CountOf(*box, MP4_REFERENCE_HINT), (Answer<u32>{MP4_OK, 2}));
   EXPECT_EQ(CountOf(*box, MP4_REFERENCE_OD), (Answer<u32>{MP4_OK, 1}));
   u32 id = 0;
@@ -155,7 +155,7 @@ TEST(TrackReferenceBox, ReadsReferencesByKind) {
   EXPECT_EQ(box->GetReference(MP4_REFERENCE_HINT, 0, &id), MP4_BAD_ARGUMENT);
   EXPECT_EQ(box->GetReference(MP4_REFERENCE_HINT, 3, &id), MP4_NOT_FOUND);
   // No braces, unlike other boxes with children.
-  EXPECT_EQ(Dumped(*box, 0).find('{'), std::string::npos);
+  EXPECT_EQ(DumpText(box.get()).find('{'), std::string::npos);
 }
 
 TEST(TrackReferenceBox, IsPatientWhenEmpty) {
@@ -163,8 +163,8 @@ TEST(TrackReferenceBox, IsPatientWhenEmpty) {
   u32 id = 0;
   EXPECT_EQ(CountOf(box, MP4_REFERENCE_HINT), (Answer<u32>{MP4_OK, 0}));
   EXPECT_EQ(box.GetReference(MP4_REFERENCE_HINT, 1, &id), MP4_NOT_FOUND);
-  EXPECT_EQ(Written(box), Box("tref"));
-  EXPECT_EQ(Dumped(box, 0), "\nBox type = tref  Size = 8\n");
+  EXPECT_EQ(WrittenBytes(&box), Box("tref"));
+  EXPECT_EQ(DumpText(&box), "\nBox type = tref  Size = 8\n");
   for (const u32 kind : {1u, 2u, 4u}) {
     EXPECT_EQ(box.AddReferenceType(kind), MP4_BAD_ARGUMENT);
     EXPECT_EQ(AddReference(box, kind, 1).result, MP4_BAD_ARGUMENT);
@@ -178,16 +178,16 @@ TEST(TrackReferenceBox, GivesTheFirstIdOfANewKindToTheHintChild) {
   CTrackReferenceBox withHint;
   EXPECT_EQ(AddReference(withHint, MP4_REFERENCE_HINT, 1), (Answer<u32>{MP4_OK, 1}));
   EXPECT_EQ(AddReference(withHint, MP4_REFERENCE_OD, 2), (Answer<u32>{MP4_OK, 2}));
-  EXPECT_EQ(Written(withHint), Box("tref", {Box("hint", Bytes().U32(1).U32(2)), Box("mpod")}));
+  EXPECT_EQ(WrittenBytes(&withHint), Box("tref", {Box("hint", Bytes().U32(1).U32(2)), Box("mpod")}));
   EXPECT_EQ(AddReference(withHint, MP4_REFERENCE_OD, 3), (Answer<u32>{MP4_OK, 1}));
 
-  const auto withoutHint = ReadBox<CTrackReferenceBox>(Box("tref"));
+  const auto withoutHint = ReadBoxAs<CTrackReferenceBox>(Box("tref"));
   EXPECT_EQ(AddReference(*withoutHint, MP4_REFERENCE_OD, 2).result, MP4_NOT_FOUND);
-  EXPECT_EQ(Written(*withoutHint), Box("tref", {Box("mpod")}));
+  EXPECT_EQ(WrittenBytes(withoutHint.get()), Box("tref", {Box("mpod")}));
 
   CTrackReferenceBox fresh;  // no list yet: the id arrives
   EXPECT_EQ(AddReference(fresh, MP4_REFERENCE_OD, 2), (Answer<u32>{MP4_OK, 1}));
-  EXPECT_EQ(Written(fresh), Box("tref", {Box("mpod", Bytes().U32(2))}));
+  EXPECT_EQ(WrittenBytes(&fresh), Box("tref", {Box("mpod", Bytes().U32(2))}));
 }
 
 }  // namespace

@@ -78,8 +78,8 @@ Times TimesOf(CSampleTimeTable& table, u32 sample) {
 }
 
 std::unique_ptr<CSampleTimeTable> Built(const Runs& stts, const Runs* ctts = nullptr, u64 startOffset = 0) {
-  const auto times = ReadBox<CTimeToSampleBox>(Table("stts", stts));
-  const auto offsets = ctts == nullptr ? nullptr : ReadBox<CCompositionOffsetBox>(Table("ctts", *ctts));
+  const auto times = ReadBoxAs<CTimeToSampleBox>(Table("stts", stts));
+  const auto offsets = ctts == nullptr ? nullptr : ReadBoxAs<CCompositionOffsetBox>(Table("ctts", *ctts));
   auto table = std::make_unique<CSampleTimeTable>();
   EXPECT_EQ(table->Build(times.get(), offsets.get(), startOffset), MP4_OK);
   return table;
@@ -119,8 +119,8 @@ class Generator {
 
 void CompareWithPlain(Generator& generator, const Runs& stts, const Runs* ctts, u64 startOffset,
                       u32 searches) {
-  const auto times = ReadBox<CTimeToSampleBox>(Table("stts", stts));
-  const auto offsets = ctts == nullptr ? nullptr : ReadBox<CCompositionOffsetBox>(Table("ctts", *ctts));
+  const auto times = ReadBoxAs<CTimeToSampleBox>(Table("stts", stts));
+  const auto offsets = ctts == nullptr ? nullptr : ReadBoxAs<CCompositionOffsetBox>(Table("ctts", *ctts));
   PlainTimeTable plain(times.get(), offsets.get(), startOffset);
   CSampleTimeTable table;
   ASSERT_EQ(table.Build(times.get(), offsets.get(), startOffset), MP4_OK);
@@ -226,7 +226,7 @@ TEST(SampleTimeTable, TakesHugeRunsAsTheyAre) {
 TEST(SampleTimeTable, RefusesMoreSamplesThanItCanNumber) {
   for (const Runs& runs : {Runs{{0xFFFFFFFF, 1}}, Runs{{0xFFFFFFFE, 1}, {0, 1}},
                            Runs{{0xFFFFFFFF, 1}, {0xFFFFFFFF, 1}, {0xFFFFFFFF, 1}}}) {
-    const auto box = ReadBox<CTimeToSampleBox>(Table("stts", runs));
+    const auto box = ReadBoxAs<CTimeToSampleBox>(Table("stts", runs));
     CSampleTimeTable table;
     EXPECT_EQ(table.Build(box.get(), nullptr, 0), MP4_NO_MEMORY);
   }
@@ -294,7 +294,7 @@ TEST(SampleTimeTable, WritesNoOffsetsForTimesThatNeverDiffer) {
   EXPECT_EQ(writer.ctts, nullptr);
   u64 startOffset = 9;
   ASSERT_EQ(writer.table.FinishWriting(&startOffset), MP4_OK);
-  EXPECT_EQ(Written(writer.stts), Table("stts", {{3, 2}}));
+  EXPECT_EQ(WrittenBytes(&writer.stts), Table("stts", {{3, 2}}));
 }
 
 // Offsets can only begin with sample 1: required as it stands, with all that is left behind.
@@ -303,8 +303,8 @@ TEST(SampleTimeTable, RefusesAFirstOffsetBehindSampleOne) {
   ASSERT_EQ(writer.table.AddSample(1, 0, 0), MP4_OK);
   EXPECT_EQ(writer.table.AddSample(2, 10, 15), MP4_BAD_ARGUMENT);
   ASSERT_NE(writer.ctts, nullptr);
-  EXPECT_EQ(Written(*writer.ctts), Table("ctts", {}));
-  EXPECT_EQ(Written(writer.stts), Table("stts", {{1, 10}}));
+  EXPECT_EQ(WrittenBytes(writer.ctts), Table("ctts", {}));
+  EXPECT_EQ(WrittenBytes(&writer.stts), Table("stts", {{1, 10}}));
   u32 count = 0;
   EXPECT_EQ(writer.table.GetSampleCount(&count), MP4_OK);
   EXPECT_EQ(count, 1u);

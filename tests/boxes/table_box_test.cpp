@@ -38,13 +38,16 @@ const RoundTrip kRoundTrips[] = {
 TEST(TableBox, WritesWhatItRead) {
   for (const RoundTrip& row : kRoundTrips) {
     SCOPED_TRACE(row.name);
-    const std::unique_ptr<CBox> box = ReadBox<CBox>(row.box);
+    const std::unique_ptr<CBox> box = ReadBoxAs(row.box);
     ASSERT_NE(box, nullptr);
-    EXPECT_EQ(Written(*box), row.box);
+    EXPECT_EQ(WrittenBytes(box.get()), row.box);
+    u64 size = 0;
+    EXPECT_EQ(box->GetSize(&size), MP4_OK);
+    EXPECT_EQ(size, row.box.size());
     u64 remaining = 1;
     EXPECT_EQ(box->GetRemaining(&remaining), MP4_OK);
     EXPECT_EQ(remaining, 0u);
-    const std::string dump = Dumped(*box, 2);
+    const std::string dump = DumpText(box.get(), 2);
     EXPECT_NE(dump.find("\n    " + std::string(row.dumpedCount)), std::string::npos) << dump;
   }
 }
@@ -54,9 +57,7 @@ TEST(TableBox, RefusesACountThatTheFileCannotHoldBeforeKeepingARecord) {
   for (const char* code : {"stts", "ctts", "stco", "co64", "stsc", "stss", "elst"}) {
     SCOPED_TRACE(code);
     const Bytes box = FullBox(code, 0, 0, Bytes().U32(0xFFFFFFF0));
-    Mp4Result result = MP4_OK;
-    EXPECT_EQ(ReadBox<CBox>(box, &result), nullptr);
-    EXPECT_EQ(result, MP4_OUT_OF_RANGE);
+    EXPECT_EQ(ReadBox(box).result, MP4_OUT_OF_RANGE);
 
     const TempFile file(box);
     CStorage storage;
@@ -65,9 +66,8 @@ TEST(TableBox, RefusesACountThatTheFileCannotHoldBeforeKeepingARecord) {
     u32 type = 0;
     EXPECT_EQ(CreateBox(&storage, 0, &read, &type), MP4_FILE_IO);
   }
-  Mp4Result result = MP4_OK;
-  EXPECT_EQ(ReadBox<CBox>(FullBox("stsz", 0, 0, Bytes().U32(0).U32(0xFFFFFFF0)), &result), nullptr);
-  EXPECT_EQ(result, MP4_OUT_OF_RANGE);
+  const Bytes sizes = FullBox("stsz", 0, 0, Bytes().U32(0).U32(0xFFFFFFF0));
+  EXPECT_EQ(ReadBox(sizes).result, MP4_OUT_OF_RANGE);
 }
 
 TEST(TableBox, KeepsNoRecordOfACountThatIsRefused) {
@@ -84,7 +84,7 @@ TEST(TableBox, KeepsNoRecordOfACountThatIsRefused) {
 TEST(TableBox, ReadsOnBehindItsEndWhenTheCountIsTooLarge) {
   Bytes bytes = FullBox("stco", 0, 0, Bytes().U32(3).U32(1).U32(2));
   bytes.Add(Box("free"));
-  const auto box = ReadBox<CChunkOffsetBox>(bytes);
+  const auto box = ReadBoxAs<CChunkOffsetBox>(bytes);
   ASSERT_NE(box, nullptr);
   EXPECT_EQ(Ask<u32>([&](u32* offset) { return box->GetChunkOffset(3, offset); }), (Answer<u32>{MP4_OK, 8}));
 }

@@ -1,55 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <ostream>
-#include <string>
-#include <utility>
 #include <vector>
 
-#include "engine/box_list.h"
-#include "engine/memory_storage.h"
-#include "support/box_writer.h"
+#include "support/box_probe.h"
 
 namespace kt::test {
-
-/// Reads one box through the factory; null, with `*result` set, when it is refused.
-template <class BoxClass>
-std::unique_ptr<BoxClass> ReadBox(Bytes bytes, Mp4Result* result = nullptr) {
-  CMemoryStorage storage;
-  EXPECT_EQ(storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ), MP4_OK);
-  std::unique_ptr<CBox> box;
-  u32 type = 0;
-  const Mp4Result read = CreateBox(&storage, 0, &box, &type);
-  if (result != nullptr) {
-    *result = read;
-  } else {
-    EXPECT_EQ(read, MP4_OK);
-  }
-  return std::unique_ptr<BoxClass>(static_cast<BoxClass*>(box.release()));
-}
-
-/// The bytes that a box writes, which have to be as many as it says.
-inline Bytes Written(CBox& box) {
-  u64 size = 0;
-  EXPECT_EQ(box.CalculateSize(), MP4_OK);
-  EXPECT_EQ(box.GetSize(&size), MP4_OK);
-  Bytes bytes(static_cast<std::size_t>(size));
-  CMemoryStorage storage;
-  EXPECT_EQ(storage.Open(bytes.data(), static_cast<u32>(size), MP4_MODE_WRITE), MP4_OK);
-  EXPECT_EQ(box.Serialize(&storage), MP4_OK);
-  u64 position = 0;
-  EXPECT_EQ(storage.GetPosition(&position), MP4_OK);
-  EXPECT_EQ(position, size);
-  return bytes;
-}
-
-inline std::string Dumped(CBox& box, int indent) {
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(box.Dump(indent), MP4_OK);
-  return testing::internal::GetCapturedStdout();
-}
 
 /// A table box: its count and its records, given as one row of fields each.
 inline Bytes Table(std::string_view code, const std::vector<std::vector<u32>>& records) {

@@ -43,7 +43,7 @@ TEST(TimeToSampleBox, KnowsTheTimesAndTheEnd) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    const auto box = ReadBox<CTimeToSampleBox>(Table("stts", row.runs));
+    const auto box = ReadBoxAs<CTimeToSampleBox>(Table("stts", row.runs));
     const u32 count = static_cast<u32>(row.times.size());
     for (u32 sample = 1; sample <= count; ++sample) {
       EXPECT_EQ(TimeOf(*box, sample), row.times[sample - 1]) << sample;
@@ -57,7 +57,7 @@ TEST(TimeToSampleBox, KnowsTheTimesAndTheEnd) {
 }
 
 TEST(TimeToSampleBox, SumsIn64Bits) {
-  const auto box = ReadBox<CTimeToSampleBox>(Table("stts", {{0xFFFFFFF0, 0xFFFFFFFF}, {100, 1}}));
+  const auto box = ReadBoxAs<CTimeToSampleBox>(Table("stts", {{0xFFFFFFF0, 0xFFFFFFFF}, {100, 1}}));
   const u64 total = u64{0xFFFFFFF0} * 0xFFFFFFFF;
   EXPECT_EQ(TimeOf(*box, 0xFFFFFFF1), (Time{MP4_OK, total}));
   EXPECT_EQ(TimeOf(*box, 0xFFFFFFF3), (Time{MP4_OK, total + 2}));
@@ -88,7 +88,7 @@ TEST(TimeToSampleBox, WritesStepsAsRuns) {
     for (const u64 time : row.times) ASSERT_EQ(box.AddSampleTime(++sample, time), MP4_OK);
     EXPECT_EQ(box.AddSampleTime(sample, 9999), MP4_BAD_ARGUMENT);
     ASSERT_EQ(box.FinishTimes(), MP4_OK);
-    EXPECT_EQ(Written(box), Table("stts", row.runs));
+    EXPECT_EQ(WrittenBytes(&box), Table("stts", row.runs));
   }
 }
 
@@ -98,7 +98,7 @@ TEST(TimeToSampleBox, RefusesAStepOfMoreThan32BitsAndStaysAsItWas) {
   EXPECT_EQ(box.AddSampleTime(2, 0x10000000B), MP4_BAD_TIMING);
   EXPECT_EQ(box.AddSampleTime(2, 20), MP4_OK);
   ASSERT_EQ(box.FinishTimes(), MP4_OK);
-  EXPECT_EQ(Written(box), Table("stts", {{2, 10}}));
+  EXPECT_EQ(WrittenBytes(&box), Table("stts", {{2, 10}}));
 }
 
 TEST(TimeToSampleBox, IsReadWhileItIsWritten) {
@@ -113,15 +113,15 @@ TEST(TimeToSampleBox, IsReadWhileItIsWritten) {
 
 TEST(CompositionOffsetBox, FindsOffsetsInAnyOrder) {
   const auto box =
-      ReadBox<CCompositionOffsetBox>(Table("ctts", {{0, 9}, {2, 5}, {0, 9}, {1, 0xFFFFFFFE}, {0, 9}}));
+      ReadBoxAs<CCompositionOffsetBox>(Table("ctts", {{0, 9}, {2, 5}, {0, 9}, {1, 0xFFFFFFFE}, {0, 9}}));
   const Answer<u32> expected[] = {
       {MP4_OK, 5}, {MP4_OK, 5}, {MP4_OK, 0xFFFFFFFE}, {MP4_NOT_FOUND, 777}, {MP4_NOT_FOUND, 777}};
   for (const u32 sample : {1u, 2u, 3u, 4u, 5u, 3u, 2u, 1u, 3u, 4u, 1u}) {
     EXPECT_EQ(OffsetOf(*box, sample), expected[sample - 1]) << sample;
   }
-  EXPECT_EQ(OffsetOf(*ReadBox<CCompositionOffsetBox>(Table("ctts", {})), 1).result, MP4_NOT_FOUND);
+  EXPECT_EQ(OffsetOf(*ReadBoxAs<CCompositionOffsetBox>(Table("ctts", {})), 1).result, MP4_NOT_FOUND);
   // Sums in 32 bits would wrap before the last run and find its offset for sample 3.
-  const auto large = ReadBox<CCompositionOffsetBox>(Table("ctts", {{2, 5}, {0xFFFFFFFF, 6}, {9, 7}}));
+  const auto large = ReadBoxAs<CCompositionOffsetBox>(Table("ctts", {{2, 5}, {0xFFFFFFFF, 6}, {9, 7}}));
   EXPECT_EQ(OffsetOf(*large, 3), (Answer<u32>{MP4_OK, 6}));
   EXPECT_EQ(OffsetOf(*large, 0xFFFFFFFF), (Answer<u32>{MP4_OK, 6}));
 }
@@ -136,7 +136,7 @@ TEST(CompositionOffsetBox, WritesRunsAndIsReadWhileItIsWritten) {
     ASSERT_EQ(box.AddSampleOffset(++sample, offset), MP4_OK);
     EXPECT_EQ(OffsetOf(box, sample), (Answer<u32>{MP4_OK, offset}));
   }
-  EXPECT_EQ(Written(box), Table("ctts", {{2, 5}, {1, 0}, {1, 5}}));
+  EXPECT_EQ(WrittenBytes(&box), Table("ctts", {{2, 5}, {1, 0}, {1, 5}}));
 }
 
 }  // namespace
