@@ -26,10 +26,8 @@ Mp4Result CTrackImpl::FindSamplePosition(u32 sample, u64* position) {
   KT_TRY(m_boxes.sampleToChunk->GetChunkOfSample(sample, &chunk));
   KT_TRY(m_boxes.sampleToChunk->GetFirstSampleOfChunk(chunk, &firstSample));
   u32 offsetInChunk = 0;
-  // Chunks out of order can put the first sample behind the wanted one: nothing lies between then.
-  if (firstSample < sample) {
-    KT_TRY(m_boxes.sampleSize->SumSampleSizes(firstSample, sample, &offsetInChunk));
-  }
+  // Chunks out of order can put the first sample behind the wanted one: the sum is 0 then.
+  KT_TRY(m_boxes.sampleSize->SumSampleSizes(firstSample, sample, &offsetInChunk));
   if (m_boxes.chunkOffset != nullptr) {
     u32 offset = 0;
     KT_TRY(m_boxes.chunkOffset->GetChunkOffset(chunk, &offset));

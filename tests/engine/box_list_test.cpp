@@ -1,0 +1,113 @@
+#include "engine/box_list.h"
+
+#include <gtest/gtest.h>
+
+namespace kt {
+namespace {
+
+constexpr u32 kTrak = FourCc("trak");
+constexpr u32 kFree = FourCc("free");
+
+void Append(CBoxList* list, u32 type, u32 count = 1) {
+  for (; count > 0; --count) ASSERT_EQ(list->Add(std::make_unique<CBox>(type)), MP4_OK);
+}
+
+TEST(BoxList, NumbersItsItemsFromOne) {
+  CBoxList list(nullptr);
+  CBox* box = nullptr;
+  EXPECT_EQ(list.GetItem(0, &box), MP4_NOT_FOUND);
+  EXPECT_EQ(list.GetByIndex(0, &box), MP4_ZERO_INDEX);
+  EXPECT_EQ(list.Add(nullptr), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(list.GetCount(), 0u);
+  const u32 types[] = {kTrak, kFree, kTrak};
+  for (const u32 type : types) Append(&list, type);
+  EXPECT_EQ(list.GetByIndex(0, &box), MP4_ZERO_INDEX);
+  EXPECT_EQ(list.GetByIndex(4, &box), MP4_NOT_FOUND);
+  for (const u32 index : {1u, 3u, 2u, 2u, 1u}) {  // back and forth over the cursor
+    u32 type = 0;
+    ASSERT_EQ(list.GetByIndex(index, &box), MP4_OK);
+    EXPECT_EQ(box->GetType(&type), MP4_OK);
+    EXPECT_EQ(type, types[index - 1]);
+  }
+  CBox* first = nullptr;
+  EXPECT_EQ(list.GetItem(0, &first), MP4_OK);
+  EXPECT_EQ(list.GetByIndex(1, &box), MP4_OK);
+  EXPECT_EQ(first, box);
+}
+
+// The searches resume where the last ones stood; the order in which they are asked must not show.
+TEST(BoxList, FindsOccurrencesInAnyOrder) {
+  CBoxList list(nullptr);
+  Append(&list, kFree);
+  Append(&list, kTrak, 2);
+  Append(&list, kFree);
+  Append(&list, kTrak);
+  const auto indexOf = [&list](u32 type, u32 occurrence) {
+    CBox* found = nullptr;
+    if (list.FindByType(type, &found, occurrence) != MP4_OK) {
+      EXPECT_EQ(found, nullptr);
+      return 0u;
+    }
+    for (u32 index = 1;; ++index) {
+      CBox* box = nullptr;
+      EXPECT_EQ(list.GetByIndex(index, &box), MP4_OK);
+      if (box == found) return index;
+    }
+  };
+  const struct {
+    u32 type;
+    u32 occurrence;
+    u32 index;  // 0 for none
+  } searches[] = {{kTrak, 3, 5}, {kTrak, 2, 3}, {kTrak, 1, 2}, {kTrak, 0, 2},
+                  {kFree, 2, 4}, {kTrak, 3, 5}, {kTrak, 4, 0}, {kTrak, 3, 5},
+                  {kFree, 0, 1}, {kFree, 3, 0}, {kTrak, 2, 3}, {FourCc("moov"), 1, 0}};
+  for (const auto& search : searches) {
+    EXPECT_EQ(indexOf(search.type, search.occurrence), search.index) << &search - searches;
+  }
+  Append(&list, kTrak);
+  EXPECT_EQ(indexOf(kTrak, 4), 6u);
+  list.Clear();
+  EXPECT_EQ(indexOf(kTrak, 1), 0u) << "nothing of the old items is remembered";
+  Append(&list, kTrak);
+  EXPECT_EQ(indexOf(kTrak, 1), 1u);
+}
+
+// Binding all tracks asks for one "trak" after the other and for "mvhd" in between. Walking from the first
+// box each time would take ten thousand million steps here: the test then all but hangs.
+TEST(BoxList, OneOccurrenceAfterTheOtherCostsOnePass) {
+  constexpr u32 kBoxes = 200'000;
+  CBoxList list(nullptr);
+  Append(&list, kTrak, kBoxes);
+  Append(&list, kFree);
+  CBox* box = nullptr;
+  for (u32 occurrence = 1; occurrence <= kBoxes; ++occurrence) {
+    ASSERT_EQ(list.FindByType(kTrak, &box, occurrence), MP4_OK);
+    ASSERT_EQ(list.FindByType(kFree, &box, 0), MP4_OK);
+  }
+  EXPECT_EQ(list.FindByType(kTrak, &box, kBoxes + 1), MP4_NOT_FOUND);
+}
+
+TEST(BoxList, SumsWhatItsItemsTake) {
+  CBoxList list(nullptr);
+  u64 total = 7;
+  EXPECT_EQ(list.CalculateSizeAll(&total), MP4_OK);
+  EXPECT_EQ(total, 0u);
+  Append(&list, kFree, 3);
+  EXPECT_EQ(list.CalculateSizeAll(&total), MP4_OK);
+  EXPECT_EQ(total, 24u);
+}
+
+TEST(Result, EachCodeHasANameAndASentenceOfItsOwn) {
+  for (u32 code = MP4_OK; code <= MP4_NO_SCENE_TRACKS; ++code) {
+    for (u32 other = MP4_OK; other < code; ++other) {
+      EXPECT_STRNE(Mp4ResultName(Mp4Result{code}), Mp4ResultName(Mp4Result{other}));
+      EXPECT_STRNE(Mp4ResultText(Mp4Result{code}), Mp4ResultText(Mp4Result{other}));
+    }
+  }
+  EXPECT_STREQ(Mp4ResultName(MP4_OUT_OF_RANGE), "MP4_OUT_OF_RANGE");
+  EXPECT_STREQ(Mp4ResultName(Mp4Result{20}), "MP4_UNKNOWN");
+  EXPECT_STREQ(Mp4ResultName(Mp4Result{0xFFFFFFFF}), "MP4_UNKNOWN");
+}
+
+}  // namespace
+}  // namespace kt
