@@ -172,17 +172,6 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
   }
 }
 
-TEST(ReaderSource, AllComplaintsOfATrackComeInOrder) {
-  FakeHost host;
-  host.file.tracks = {Track(MP4_KIND_VIDEO, 1)};
-  host.file.tracks[0].failing = {"GetTrackId", "GetSampleCount", "GetTimeScale", "GetDuration",
-                                 "GetTrackType"};
-  EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
-  EXPECT_EQ(host.errors,
-            (Words{"Cannot get track id", "Cannot get track sample count", "Cannot get track time scale",
-                   "Cannot get track time scale", "Cannot get track type"}));
-}
-
 TEST(ReaderSource, CaptionTracksAreKeptOutByCcOff) {
   FakeHost host;
   host.file.tracks = {Track(MP4_KIND_TEXT, 4)};
