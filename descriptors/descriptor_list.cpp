@@ -59,7 +59,7 @@ Mp4Result CDescriptorList::DeserializeDescriptors(CStorage* storage, u32* remain
 }
 
 Mp4Result CDescriptorList::DumpDescriptors(int indent) {
-  if (indent >= static_cast<int>(CNesting::kLevels)) return MP4_BAD_DESCRIPTOR;
+  if (m_head && indent >= static_cast<int>(CNesting::kLevels)) return MP4_BAD_DESCRIPTOR;
   for (Node* node = m_head.get(); node != nullptr; node = node->next.get()) {
     KT_TRY(node->item->Dump(indent));
   }

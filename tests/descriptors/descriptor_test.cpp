@@ -1,0 +1,375 @@
+#include "descriptors/descriptor.h"
+
+#include "descriptors/command.h"
+#include "descriptors/decoder_specific_info.h"
+#include "support/descriptor_writer.h"
+#include "support/temp_file.h"
+
+namespace kt::test {
+namespace {
+
+template <class Base>
+Mp4Result ReadHeader(Base& item, Bytes bytes) {
+  CMemoryStorage storage;
+  EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
+  return item.Deserialize(&storage);
+}
+
+// A base whose body has any size, to reach the edges of the size code without the bytes.
+template <class Base>
+class WithSize : public Base {
+ public:
+  explicit WithSize(u32 size) : Base(5) { this->m_size = size; }
+};
+
+template <class Base>
+void ExpectWrittenHeader(u32 size, const Bytes& code) {
+  WithSize<Base> item(size);
+  const Bytes expected = Bytes().U8(5).Add(code);
+  Bytes bytes(16);
+  CMemoryStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), 16, MP4_MODE_WRITE));
+  ASSERT_EQ(MP4_OK, item.Serialize(&storage));
+  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), bytes.begin())) << size;
+  u64 position = 0;
+  ASSERT_EQ(MP4_OK, storage.GetPosition(&position));
+  EXPECT_EQ(expected.size(), position);
+  u32 body = 0;
+  u32 header = 0;
+  ASSERT_EQ(MP4_OK, item.GetSize(&body, &header));
+  EXPECT_EQ(expected.size(), header) << "the parent would count other bytes than are written";
+}
+
+TEST(SizeCode, WritesTheFewestBytes) {
+  const struct {
+    u32 size;
+    Bytes code;
+  } rows[] = {
+      {0, {0x00}},
+      {127, {0x7F}},
+      {128, {0x81, 0x00}},
+      {16383, {0xFF, 0x7F}},
+      {16384, {0x81, 0x80, 0x00}},
+      {2097151, {0xFF, 0xFF, 0x7F}},
+      {2097152, {0x81, 0x80, 0x80, 0x00}},
+      {(1u << 28) - 1, {0xFF, 0xFF, 0xFF, 0x7F}},
+  };
+  for (const auto& row : rows) {
+    ExpectWrittenHeader<CBaseDescriptor>(row.size, row.code);
+    ExpectWrittenHeader<CBaseCommand>(row.size, row.code);
+  }
+}
+
+TEST(SizeCode, RefusesWhatFourGroupsCannotHold) {
+  for (const u32 size : {1u << 28, 0xFFFFFFFFu}) {
+    WithSize<CBaseDescriptor> descriptor(size);
+    WithSize<CBaseCommand> command(size);
+    Bytes bytes(16);
+    CMemoryStorage storage;
+    ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), 16, MP4_MODE_WRITE));
+    EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, descriptor.Serialize(&storage));
+    EXPECT_EQ(MP4_COMMAND_OVERRUN, command.Serialize(&storage));
+    u8* cursor = bytes.data();
+    u32 room = 16;
+    EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, descriptor.SerializeToBuffer(&cursor, &room));
+    EXPECT_EQ(MP4_COMMAND_OVERRUN, command.SerializeToBuffer(&cursor, &room));
+    u32 body = 0;
+    u32 header = 0;
+    ASSERT_EQ(MP4_OK, descriptor.GetSize(&body, &header));
+    EXPECT_EQ(5u, header) << "the count of header bytes stops at five";
+  }
+}
+
+TEST(SizeCode, ReadsUpToFiveBytes) {
+  const struct {
+    Bytes code;
+    Mp4Result descriptor;
+    Mp4Result command;
+    u32 size;
+    u32 header;
+  } rows[] = {
+      {{0x00}, MP4_OK, MP4_OK, 0, 2},
+      {{0x80, 0x80, 0x80, 0x80, 0x05}, MP4_OK, MP4_OK, 5, 6},
+      // Of 35 bits the upper three are lost.
+      {{0xFF, 0x80, 0x80, 0x80, 0x05}, MP4_OK, MP4_OK, 0xF0000005, 6},
+      {{0x80, 0x80, 0x80, 0x80, 0x80}, MP4_BAD_DESCRIPTOR, MP4_BAD_COMMAND, 0, 6},
+      {{0x80, 0x80}, MP4_OUT_OF_RANGE, MP4_OUT_OF_RANGE, 0, 3},
+  };
+  for (const auto& row : rows) {
+    const Bytes bytes = Bytes().U8(3).Add(row.code);
+    CBaseDescriptor descriptor;
+    CBaseCommand command;
+    EXPECT_EQ(row.descriptor, ReadHeader(descriptor, bytes));
+    EXPECT_EQ(row.command, ReadHeader(command, bytes));
+    if (row.descriptor != MP4_OK) continue;
+    u32 size = 0;
+    u32 header = 0;
+    u32 remaining = 0;
+    ASSERT_EQ(MP4_OK, descriptor.GetSize(&size, &header));
+    ASSERT_EQ(MP4_OK, descriptor.GetRemaining(&remaining));
+    EXPECT_EQ(row.size, size);
+    EXPECT_EQ(row.size, remaining);
+    EXPECT_EQ(row.header, header);
+  }
+}
+
+// A descriptor answers with the header that was read until its size is worked out anew; a command never does.
+TEST(SizeCode, PaddedHeaderIsForgottenBySizing) {
+  const Bytes bytes = {0x05, 0x80, 0x80, 0x80, 0x80, 0x05};
+  CBaseDescriptor descriptor;
+  CBaseCommand command;
+  ASSERT_EQ(MP4_OK, ReadHeader(descriptor, bytes));
+  ASSERT_EQ(MP4_OK, ReadHeader(command, bytes));
+  u32 size = 0;
+  u32 header = 0;
+  ASSERT_EQ(MP4_OK, descriptor.GetSize(&size, &header));
+  EXPECT_EQ(6u, header);
+  ASSERT_EQ(MP4_OK, command.GetSize(&size, &header));
+  EXPECT_EQ(2u, header);
+  ASSERT_EQ(MP4_OK, descriptor.CalculateSize());
+  ASSERT_EQ(MP4_OK, descriptor.GetSize(&size, &header));
+  EXPECT_EQ(2u, header);
+}
+
+TEST(SizeCode, BufferFormKeepsToItsRoom) {
+  for (const u32 size : {0u, 128u}) {
+    for (u32 room = 0; room < (size == 0 ? 2u : 3u); ++room) {
+      WithSize<CBaseDescriptor> descriptor(size);
+      WithSize<CBaseCommand> command(size);
+      for (const bool asCommand : {false, true}) {
+        u8 bytes[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+        u8* cursor = bytes;
+        u32 left = room;
+        EXPECT_EQ(MP4_BUFFER_TOO_SMALL, asCommand ? command.SerializeToBuffer(&cursor, &left)
+                                                  : descriptor.SerializeToBuffer(&cursor, &left));
+        EXPECT_EQ(room > 0 ? 5 : 0xEE, bytes[0])
+            << "the tag is stored before the size code is found too long";
+        EXPECT_EQ(0xEE, bytes[1]);
+      }
+    }
+  }
+}
+
+TEST(DescriptorDump, NamesTheTag) {
+  const struct {
+    u32 tag;
+    const char* descriptor;
+    const char* command;
+  } rows[] = {
+      {0, "Unknown", "Unknown"},
+      {1, "Object descriptor", "Object descriptor update"},
+      {2, "Initial object descriptor", "Object descriptor remove"},
+      {3, "ES descriptor", "ES descriptor update"},
+      {4, "Decoder config descriptor", "ES descriptor remove"},
+      {5, "Decoder specific info", "IPMP descriptor update"},
+      {6, "SL config descriptor", "IPMP descriptor remove"},
+      {7, "Unknown", "ES descriptor remove reference"},
+      {8, "Unknown", "Unknown"},
+      {13, "Unknown", "Unknown"},
+      {14, "ES ID inc", "Unknown"},
+      {15, "ES ID ref", "Unknown"},
+      {16, "MP4 IOD", "Unknown"},
+      {17, "MP4 OD", "Unknown"},
+      {18, "IPL descriptor pointer ref", "Unknown"},
+      {255, "Unknown", "Unknown"},
+  };
+  for (const auto& row : rows) {
+    CBaseDescriptor descriptor(row.tag);
+    CBaseCommand command(row.tag);
+    char tag[8];
+    std::snprintf(tag, sizeof tag, "0x%02x", row.tag);
+    EXPECT_EQ(std::string("\n  ") + row.descriptor + "\n  Tag: " + tag + "  Size: 0\n",
+              Dumped(descriptor, 1));
+    EXPECT_EQ(std::string("\n") + row.command + "\nTag: " + tag + "  Size: 0\n", Dumped(command));
+  }
+}
+
+TEST(CreateDescriptor, SkipsAnUnknownTag) {
+  for (const u32 tag : {0u, 7u, 18u, 200u, 255u}) {
+    ReadDescriptor read(Descriptor(tag, {1, 2, 3}).U8(99));
+    ASSERT_EQ(MP4_OK, read.result);
+    EXPECT_EQ(0u, read.tag);
+    EXPECT_EQ(5u, read.consumed);
+    u32 own = 0;
+    ASSERT_EQ(MP4_OK, read.descriptor->GetTag(&own));
+    EXPECT_EQ(tag, own);
+    // The body is lost on purpose.
+    EXPECT_EQ(Descriptor(tag), Written(*read.descriptor));
+  }
+}
+
+TEST(CreateDescriptor, GivesNothingOnFailure) {
+  ReadDescriptor read({3, 0x80, 0x80, 0x80, 0x80, 0x80});
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, read.result);
+  EXPECT_EQ(nullptr, read.descriptor);
+}
+
+// Decoder configs nested in each other, `levels` deep.
+Bytes Nested(u32 levels) {
+  Bytes bytes;
+  for (u32 i = 0; i < levels; ++i) bytes = Descriptor(4, Bytes().Zeros(13).Add(bytes));
+  return bytes;
+}
+
+// Without the bound a file of some megabytes would exhaust the stack.
+TEST(CreateDescriptor, BoundsTheNesting) {
+  ReadDescriptor deepest(Nested(64));
+  ASSERT_EQ(MP4_OK, deepest.result);
+  EXPECT_NE(std::string::npos, Dumped(*deepest.descriptor).find("Decoder config"));
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, ReadDescriptor(Nested(65)).result);
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, ReadDescriptor(Nested(2000)).result);
+  Dumped(*deepest.descriptor, 1, MP4_BAD_DESCRIPTOR);
+}
+
+class ListTest : public testing::Test {
+ protected:
+  Mp4Result Read(Bytes bytes, u32 remaining) {
+    CMemoryStorage storage;
+    EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
+    m_remaining = remaining;
+    return m_list.DeserializeDescriptors(&storage, &m_remaining);
+  }
+  static std::vector<u32> Tags(CDescriptorList& list) {
+    std::vector<u32> tags;
+    CDescriptorList::Node* node = nullptr;
+    for (Mp4Result result = list.GetNode(0, &node); result == MP4_OK && node != nullptr;
+         node = node->next.get()) {
+      u32 tag = 0;
+      EXPECT_EQ(MP4_OK, node->item->GetTag(&tag));
+      tags.push_back(tag);
+    }
+    return tags;
+  }
+  void Fill(std::initializer_list<u32> tags) {
+    for (const u32 tag : tags) ASSERT_EQ(MP4_OK, m_list.Add(std::make_unique<CBaseDescriptor>(tag)));
+  }
+
+  CDescriptorList m_list{nullptr};
+  u32 m_remaining = 0;
+};
+
+TEST_F(ListTest, ReadsUntilNothingRemains) {
+  const Bytes two = Descriptor(200, {1, 2, 3}).Add(Descriptor(5, {9}));
+  const struct {
+    Bytes bytes;
+    u32 remaining;
+    Mp4Result result;
+    std::vector<u32> tags;
+  } rows[] = {
+      {two, 0, MP4_OK, {}},
+      {two, 8, MP4_OK, {200, 5}},                    // an unknown tag costs its own bytes only
+      {two, 7, MP4_DESCRIPTOR_OVERRUN, {200, 5}},    // found out after reading and adding
+      {two, 1, MP4_DESCRIPTOR_OVERRUN, {200}},       // not even a header fits
+      {two, 9, MP4_OUT_OF_RANGE, {200, 5}},          // claims more than there is
+      {{200, 0x8F, 0x7F}, 3, MP4_OUT_OF_RANGE, {}},  // a body that is not there
+      {{200, 0x81, 0x00}, 2, MP4_OUT_OF_RANGE, {}},
+  };
+  for (const auto& row : rows) {
+    m_list.Clear();
+    EXPECT_EQ(row.result, Read(row.bytes, row.remaining));
+    EXPECT_EQ(row.tags, Tags(m_list));
+    if (row.result == MP4_OK) {
+      EXPECT_EQ(0u, m_remaining);
+    }
+  }
+}
+
+// Size and header would wrap to a small sum in 32 bits, and the child would seem to fit.
+TEST_F(ListTest, ChildNearFourGigabytesIsNoSmallOne) {
+  const TempFile file(Bytes{200, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F});
+  CStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
+  m_remaining = 6;
+  EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, m_list.DeserializeDescriptors(&storage, &m_remaining));
+}
+
+TEST_F(ListTest, FindsByTagAndOccurrence) {
+  Fill({5, 6, 5, 5});
+  const struct {
+    u32 tag;
+    u32 occurrence;
+    u32 index;  // 0: not found
+  } rows[] = {{5, 0, 1}, {5, 1, 1}, {5, 2, 3}, {5, 3, 4}, {5, 4, 0}, {6, 1, 2}, {6, 2, 0}, {7, 0, 0}};
+  for (const auto& row : rows) {
+    CBaseDescriptor* expected = nullptr;
+    if (row.index > 0) {
+      ASSERT_EQ(MP4_OK, m_list.GetByIndex(row.index, &expected));
+    }
+    CBaseDescriptor dummy;
+    CBaseDescriptor* found = &dummy;
+    EXPECT_EQ(row.index > 0 ? MP4_OK : MP4_NOT_FOUND, m_list.FindByTag(row.tag, &found, row.occurrence));
+    EXPECT_EQ(expected, found);
+  }
+}
+
+TEST_F(ListTest, ExtractsEveryMatchInOrder) {
+  const struct {
+    i32 first, last;
+    std::vector<u32> moved, kept;
+  } rows[] = {
+      {64, 95, {64, 70, 95}, {3, 3, 96}},     {3, 3, {3, 3}, {64, 70, 95, 96}},
+      {1, 254, {3, 64, 3, 70, 95, 96}, {}},   {96, 96, {96}, {3, 64, 3, 70, 95}},
+      {200, 254, {}, {3, 64, 3, 70, 95, 96}},
+  };
+  for (const auto& row : rows) {
+    m_list.Clear();
+    Fill({3, 64, 3, 70, 95, 96});
+    auto extracted = std::make_unique<CDescriptorList>(nullptr);
+    const CDescriptorList* before = extracted.get();
+    ASSERT_EQ(MP4_OK, m_list.ExtractByTagRange(&extracted, row.first, row.last));
+    EXPECT_NE(before, extracted.get()) << "an empty result has to replace the list as well";
+    EXPECT_EQ(row.moved, Tags(*extracted));
+    EXPECT_EQ(row.kept, Tags(m_list));
+    EXPECT_EQ(row.kept.size(), m_list.GetCount());
+    // The moved ones are numbered anew, and both lists can be added to at their ends.
+    CBaseDescriptor* item = nullptr;
+    EXPECT_EQ(row.moved.empty() ? MP4_NOT_FOUND : MP4_OK,
+              extracted->GetByIndex(static_cast<u32>(row.moved.size() + (row.moved.empty() ? 1 : 0)), &item));
+    Fill({7});
+    EXPECT_EQ(7u, Tags(m_list).back());
+  }
+}
+
+TEST_F(ListTest, RemovesANode) {
+  std::unique_ptr<CDescriptorList::Node> node;
+  EXPECT_EQ(MP4_NOT_READY, m_list.Remove(1, &node));
+  Fill({10, 11, 12, 13});
+  CBaseDescriptor* item = nullptr;
+  ASSERT_EQ(MP4_OK, m_list.GetByIndex(2, &item));  // the cursor stands on what is removed
+  EXPECT_EQ(MP4_BAD_ARGUMENT, m_list.Remove(5, &node));
+  ASSERT_EQ(MP4_OK, m_list.Remove(2, &node));
+  EXPECT_EQ(0u, node->index);
+  EXPECT_EQ(nullptr, node->next);
+  EXPECT_EQ(item, node->item.get());
+  EXPECT_EQ((std::vector<u32>{10, 12, 13}), Tags(m_list));
+  // The numbers behind keep their gap: 2 is nobody's, and a look-up answers the next.
+  EXPECT_EQ(MP4_NOT_FOUND, m_list.Remove(2, &node));
+  CDescriptorList::Node* found = nullptr;
+  ASSERT_EQ(MP4_OK, m_list.GetNode(2, &found));
+  EXPECT_EQ(3u, found->index);
+  // The first and the last can go, and what follows is added behind what is left.
+  ASSERT_EQ(MP4_OK, m_list.Remove(1, &node));
+  EXPECT_EQ((std::vector<u32>{12, 13}), Tags(m_list));
+  ASSERT_EQ(MP4_OK, m_list.AddNode(std::move(node)));
+  EXPECT_EQ((std::vector<u32>{12, 13, 10}), Tags(m_list));
+  EXPECT_EQ(MP4_BAD_ARGUMENT, m_list.AddNode(nullptr));
+  EXPECT_EQ(MP4_BAD_ARGUMENT, m_list.Add(nullptr));
+}
+
+TEST_F(ListTest, BufferFormStopsBeforeTheItemThatDoesNotFit) {
+  for (int i = 0; i < 2; ++i) {
+    auto info = std::make_unique<CDecoderSpecificInfo>();
+    ASSERT_EQ(MP4_OK, info->SetData("abc", 3));
+    ASSERT_EQ(MP4_OK, m_list.Add(std::move(info)));
+  }
+  Bytes buffer(16, 0xEE);
+  u8* cursor = buffer.data();
+  u32 room = 9;
+  EXPECT_EQ(MP4_BUFFER_TOO_SMALL, m_list.SerializeDescriptors(&cursor, &room));
+  EXPECT_EQ(4u, room);
+  EXPECT_EQ(buffer.data() + 5, cursor);
+  EXPECT_EQ(0xEE, buffer[5]);
+}
+
+}  // namespace
+}  // namespace kt::test

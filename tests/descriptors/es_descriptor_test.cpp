@@ -1,0 +1,376 @@
+#include "descriptors/es_descriptor.h"
+
+#include "support/descriptor_writer.h"
+#include "support/temp_file.h"
+
+namespace kt::test {
+namespace {
+
+// The fixed part of a decoder config: audio, upstream, 3 * 65536 bytes of buffer.
+Bytes ConfigFields(u8 streamByte = 0x17) {
+  return Bytes().U8(0x40).U8(streamByte).U24(0x030000).U32(128000).U32(96000);
+}
+
+Bytes Config(const Bytes& info = {0x12, 0x10}) {
+  return Descriptor(4, ConfigFields().Add(Descriptor(5, info)));
+}
+
+Bytes Sl(u8 predefined = 2) {
+  return Descriptor(6, {predefined});
+}
+
+// An ES descriptor with the given fields in front of its two children.
+Bytes Es(const Bytes& fields) {
+  return Descriptor(3, Bytes(fields).Add(Config()).Add(Sl()));
+}
+
+TEST(EsDescriptor, RoundTripsAndPrints) {
+  const Bytes bytes = Es(Bytes().U16(513).U8(0xC5).U16(7).U8(3).Text("a:b"));
+  ReadDescriptor read(bytes);
+  ASSERT_EQ(MP4_OK, read.result);
+  EXPECT_EQ(3u, read.tag);
+  EXPECT_EQ(bytes.size(), read.consumed);
+  EXPECT_EQ(
+      "\n  ES descriptor\n  Tag: 0x03  Size: 31\n"
+      "  ES_ID: 513\n"
+      "  Stream dependence flag: 1 URL flag 1 OCR stream flag 0\n"
+      "  Stream priority: 5\n"
+      "  Depends on ES-Id: 7\n"
+      "  URL length 3 URL string:\n    a:b\n"
+      "\n    Decoder config descriptor\n    Tag: 0x04  Size: 17\n"
+      "    Object indication: 0x40  Stream type: 0x05\n"
+      "    UpStream flag: TRUE\n"
+      "    Buffer size DB: 196608\n"
+      "    Max. bitrate: 128000 Avg. bitrate: 96000\n"
+      "\n      Decoder specific info\n      Tag: 0x05  Size: 2\n"
+      "      {\n        12 10 \n      }\n"
+      "\n    SL config descriptor\n    Tag: 0x06  Size: 1\n"
+      "    Predefined SL header: 2\n",
+      Dumped(*read.descriptor, 1));
+  EXPECT_EQ(bytes, Written(*read.descriptor));
+}
+
+// Of the flags byte the writer keeps dependence, URL and the two priority bits that reading lets through.
+TEST(EsDescriptor, FlagsLosePriorityBitsAndTheOcrFlag) {
+  const struct {
+    u8 flags;
+    const char* lines;
+    u8 written;
+  } rows[] = {
+      {0x1F, "flag: 0 URL flag 0 OCR stream flag 0\nStream priority: 5\n", 0x05},
+      {0x02, "flag: 0 URL flag 0 OCR stream flag 0\nStream priority: 0\n", 0x00},
+      {0x21, "flag: 0 URL flag 0 OCR stream flag 1\nStream priority: 1\n", 0x01},
+      {0xFF, "flag: 1 URL flag 1 OCR stream flag 1\nStream priority: 5\n", 0xC5},
+  };
+  for (const auto& row : rows) {
+    Bytes fields = Bytes().U16(1).U8(row.flags);
+    if (row.flags & 0x80) fields.U16(2);
+    if (row.flags & 0x40) fields.U8(1).Text("u");
+    ReadDescriptor read(Es(fields));
+    ASSERT_EQ(MP4_OK, read.result);
+    EXPECT_NE(std::string::npos, Dumped(*read.descriptor).find(row.lines));
+    EXPECT_EQ(row.written, Written(*read.descriptor)[4]);
+  }
+  // The OCR flag's 16 bits are taken for children.
+  EXPECT_NE(MP4_OK, ReadDescriptor(Es(Bytes().U16(1).U8(0x20).U16(0x0102))).result);
+}
+
+TEST(EsDescriptor, Refuses) {
+  const Bytes start = Bytes().U16(1);
+  const struct {
+    const char* what;
+    Bytes bytes;
+    Mp4Result result;
+  } rows[] = {
+      {"no body", Descriptor(3), MP4_DESCRIPTOR_OVERRUN},
+      {"two bytes of body", Descriptor(3, start).Add(Es(start)), MP4_DESCRIPTOR_OVERRUN},
+      {"a dependence without its id", Descriptor(3, Bytes(start).U8(0x80)).Add(Es(start)),
+       MP4_DESCRIPTOR_OVERRUN},
+      {"a URL flag without a URL", Descriptor(3, Bytes(start).U8(0x40)).Add(Es(start)),
+       MP4_DESCRIPTOR_OVERRUN},
+      {"a URL longer than the body", Descriptor(3, Bytes(start).U8(0x40).U8(9).Text("abc")).Zeros(99),
+       MP4_DESCRIPTOR_OVERRUN},
+      {"no children", Descriptor(3, Bytes(start).U8(0)), MP4_NOT_FOUND},
+      {"no decoder config", Descriptor(3, Bytes(start).U8(0).Add(Sl())), MP4_NOT_FOUND},
+      {"no SL config", Descriptor(3, Bytes(start).U8(0).Add(Config())), MP4_NOT_FOUND},
+      {"a child larger than the body",
+       Descriptor(3, Bytes(start).U8(0).Add(Config()).Add({6, 2})).Add({2, 0}), MP4_DESCRIPTOR_OVERRUN},
+      {"a decoder config of 12 bytes",
+       Descriptor(3, Bytes(start).U8(0).Add(Descriptor(4, Bytes().Zeros(12))).Add(Sl())),
+       MP4_DESCRIPTOR_OVERRUN},
+  };
+  for (const auto& row : rows) {
+    ReadDescriptor read(row.bytes);
+    EXPECT_EQ(row.result, read.result) << row.what;
+    EXPECT_EQ(nullptr, read.descriptor) << row.what;
+  }
+}
+
+TEST(EsDescriptor, IsBuiltByItsSetters) {
+  CESDescriptor es;
+  u32 size = 99;
+  EXPECT_EQ(MP4_NOT_FOUND, es.GetDecoderSpecificInfo(0, &size, nullptr));
+  EXPECT_EQ(MP4_NOT_FOUND, es.GetDecoderSpecificInfoSize(&size));
+  ASSERT_EQ(MP4_OK, es.SetEsId(0x0102));
+  ASSERT_EQ(MP4_OK, es.SetDecoderType(0x40, 5, "\x12\x10", 2));
+  EXPECT_EQ(MP4_NOT_READY, es.SetDecoderType(0x20, 4, nullptr, 0));
+  ASSERT_EQ(MP4_OK, es.SetBitrates(0x01020304, 0x05060708));
+  ASSERT_EQ(MP4_OK, es.SetSlPredefined(1));
+  ASSERT_EQ(MP4_OK, es.SetSlPredefined(2));
+  EXPECT_EQ(MP4_NOT_READY, es.SetSlPredefined(3));
+  ASSERT_EQ(MP4_OK, es.SetSlPredefined(2));
+  const Bytes config = Bytes().U8(0x40).U8(0x15).U24(0x140000).U32(0x01020304).U32(0x05060708);
+  EXPECT_EQ(Descriptor(3, Bytes()
+                              .U16(0x0102)
+                              .U8(0)
+                              .Add(Descriptor(4, Bytes(config).Add(Descriptor(5, {0x12, 0x10}))))
+                              .Add(Sl())),
+            Written(es));
+  u8 info[2] = {};
+  ASSERT_EQ(MP4_OK, es.GetDecoderSpecificInfo(2, &size, info));
+  EXPECT_EQ(2u, size);
+  EXPECT_EQ(0x10, info[1]);
+  // Too small a buffer is told by the size alone.
+  EXPECT_EQ(MP4_OK, es.GetDecoderSpecificInfo(1, &size, info));
+  EXPECT_EQ(2u, size);
+}
+
+// The bit rates alone make a decoder config, which has no default buffer then.
+TEST(EsDescriptor, BitratesMakeTheDecoderConfig) {
+  CESDescriptor es;
+  ASSERT_EQ(MP4_OK, es.SetBitrates(1, 2));
+  EXPECT_EQ(Descriptor(3, Bytes().U16(0).U8(0).Add(Descriptor(4, Bytes().U8(0).U8(1).U24(0).U32(1).U32(2)))),
+            Written(es));
+  EXPECT_EQ(MP4_NOT_READY, es.SetDecoderType(1, 1, nullptr, 0));
+}
+
+TEST(EsDescriptor, WithoutChildrenHasThreeAnswers) {
+  CESDescriptor es;
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, es.CalculateSize());
+  Bytes bytes(16);
+  CMemoryStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), 16, MP4_MODE_WRITE));
+  EXPECT_EQ(MP4_NOT_READY, es.Serialize(&storage));
+  u8* cursor = bytes.data();
+  u32 room = 16;
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, es.SerializeToBuffer(&cursor, &room));
+  EXPECT_EQ(11u, room) << "header and fields come first";
+  EXPECT_NE(std::string::npos, Dumped(es, 0, MP4_NOT_READY).find("Stream priority: 0\n"));
+}
+
+// Only 8 bits of a URL's length are kept: longer ones are cut to their length modulo 256.
+TEST(EsDescriptor, UrlLengthWraps) {
+  EXPECT_EQ(MP4_BAD_ARGUMENT, CESDescriptor().SetUrl(nullptr, 3));
+  const std::string text = std::string(61, 'a') + std::string(239, 'b');
+  for (const u32 length : {0u, 61u, 255u, 256u, 300u}) {
+    CESDescriptor es;
+    ASSERT_EQ(MP4_OK, es.SetSlPredefined(2));
+    ASSERT_EQ(MP4_OK, es.SetUrl("old", 3));
+    ASSERT_EQ(MP4_OK, es.SetUrl(text.data(), length));
+    EXPECT_EQ(Descriptor(
+                  3, Bytes().U16(0).U8(0x40).U8(length & 0xFF).Text(text.substr(0, length & 0xFF)).Add(Sl())),
+              Written(es));
+  }
+}
+
+TEST(EsDescriptor, DumpBreaksTheUrlEverySixtyCharacters) {
+  CESDescriptor es;
+  ASSERT_EQ(MP4_OK, es.SetSlPredefined(2));
+  ASSERT_EQ(MP4_OK, es.SetUrl(std::string(61, 'x').data(), 61));
+  EXPECT_NE(std::string::npos, Dumped(es, 1).find("  URL length 61 URL string:\n    " + std::string(60, 'x') +
+                                                  "\n    x\n\n    SL"));
+}
+
+TEST(EsDescriptor, BufferFormKeepsToItsRoom) {
+  ReadDescriptor read(Es(Bytes().U16(513).U8(0xC5).U16(7).U8(3).Text("a:b")));
+  ASSERT_EQ(MP4_OK, read.result);
+  Bytes expected = Written(*read.descriptor);
+  for (u32 room = 0; room <= expected.size(); ++room) {
+    Bytes buffer(expected.size(), 0xEE);
+    u8* cursor = buffer.data();
+    u32 left = room;
+    // A predefined SL config is written, and refused all the same.
+    EXPECT_EQ(room < expected.size() ? MP4_BUFFER_TOO_SMALL : MP4_NOT_READY,
+              read.descriptor->SerializeToBuffer(&cursor, &left));
+    EXPECT_EQ(room, left + static_cast<u32>(cursor - buffer.data())) << "the URL's bytes count as well";
+    for (std::size_t i = room; i < buffer.size(); ++i) ASSERT_EQ(0xEE, buffer[i]) << "room " << room;
+    if (room == expected.size()) {
+      EXPECT_EQ(expected, buffer);
+    }
+  }
+}
+
+TEST(DecoderConfig, KeepsSixBitsOfStreamTypeAndSetsTheReservedBit) {
+  for (const u8 streamByte : Bytes{0x00, 0x01, 0x02, 0xFC, 0xFF}) {
+    const Bytes bytes = Descriptor(4, ConfigFields(streamByte));
+    ReadDescriptor read(bytes);
+    ASSERT_EQ(MP4_OK, read.result);
+    EXPECT_EQ(streamByte | 1, Written(*read.descriptor)[3]);
+    u32 size = 0;
+    EXPECT_EQ(MP4_NOT_FOUND, read.As<CDecoderConfigDescriptor>().GetDecoderSpecificInfoSize(&size));
+  }
+}
+
+TEST(DecoderConfig, ReplacesItsSpecificInfo) {
+  ReadDescriptor read(Config());
+  ASSERT_EQ(MP4_OK, read.result);
+  auto& config = read.As<CDecoderConfigDescriptor>();
+  EXPECT_EQ(MP4_NOT_FOUND, config.SetDecoderSpecificInfo("x", 0));
+  ASSERT_EQ(MP4_OK, config.SetDecoderSpecificInfo("xyz", 3));
+  EXPECT_EQ(Config(Bytes().Text("xyz")), Written(config));
+  ExpectBufferFormMatches(config);
+}
+
+TEST(DecoderSpecificInfo, EmptyAndNullDataCountNoBytes) {
+  ReadDescriptor empty(Descriptor(5));
+  ASSERT_EQ(MP4_OK, empty.result);
+  EXPECT_EQ(Descriptor(5), Written(*empty.descriptor));
+  EXPECT_EQ("\nDecoder specific info\nTag: 0x05  Size: 0\n{\n}\n", Dumped(*empty.descriptor));
+  // A size without data is told by the getters, and neither counted nor written.
+  CDecoderSpecificInfo info;
+  ASSERT_EQ(MP4_OK, info.SetData("abc", 3));
+  ASSERT_EQ(MP4_OK, info.SetData(nullptr, 200));
+  u32 size = 0;
+  EXPECT_EQ(MP4_OK, info.GetDataSize(&size));
+  EXPECT_EQ(200u, size);
+  EXPECT_EQ(MP4_BUFFER_TOO_SMALL, info.GetData(199, &size, nullptr));
+  EXPECT_EQ(MP4_OK, info.GetData(200, &size, nullptr));
+  EXPECT_EQ(Descriptor(5), Written(info));
+  ExpectBufferFormMatches(info);
+  EXPECT_EQ("\nDecoder specific info\nTag: 0x05  Size: 0\n{\n}\n", Dumped(info));
+}
+
+TEST(DecoderSpecificInfo, DumpBreaksEverySixteenBytes) {
+  Bytes data;
+  for (u8 i = 0; i < 17; ++i) data.U8(i + 0xF0u);
+  ReadDescriptor read(Descriptor(5, data));
+  ASSERT_EQ(MP4_OK, read.result);
+  EXPECT_NE(std::string::npos,
+            Dumped(*read.descriptor, 1)
+                .find("  {\n    f0 f1 f2 f3 f4 f5 f6 f7 f8 f9 fa fb fc fd fe ff \n    00 \n  }\n"));
+}
+
+// The claimed size is held against the file before memory is taken for it.
+TEST(DecoderSpecificInfo, ClaimOfFourGigabytesTakesNoMemory) {
+  const TempFile file(Bytes{5, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3});
+  CStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
+  std::unique_ptr<CBaseDescriptor> descriptor;
+  u32 tag = 0;
+  EXPECT_EQ(MP4_FILE_IO, CreateDescriptor(&storage, 0, &descriptor, &tag));
+  // The read would have run into the end; the look ahead has not.
+  u64 position = 0;
+  ASSERT_EQ(MP4_OK, storage.GetPosition(&position));
+  EXPECT_EQ(6u, position);
+}
+
+// The body of a custom SL header.
+Bytes CustomSl(u8 flags, u8 timeStampLength, u16 packed = 0) {
+  return Bytes().U8(0).U8(flags).U32(90000).U32(0).U8(timeStampLength).U8(0).U8(0).U8(0).U16(packed);
+}
+
+TEST(SlConfig, ReadsOrRefuses) {
+  constexpr u8 kTimeStamps = 0x04;
+  constexpr u8 kDuration = 0x01;
+  const Bytes durations = Bytes().U32(1000).U16(40).U16(41);
+  const struct {
+    const char* what;
+    Bytes body;
+    Mp4Result result;
+  } rows[] = {
+      {"no body", {}, MP4_DESCRIPTOR_OVERRUN},
+      {"predefined 1", {1}, MP4_OK},
+      {"predefined 1 and a byte more", {1, 99}, MP4_OK},
+      {"predefined 2 and many more", Bytes().U8(2).Zeros(3000), MP4_OK},
+      {"predefined 3", {3}, MP4_NOT_READY},
+      {"predefined 255", {255, 0, 0}, MP4_NOT_READY},
+      {"custom, one byte short", Bytes().U8(0).Zeros(14), MP4_DESCRIPTOR_OVERRUN},
+      {"custom, time stamps in packets", CustomSl(kTimeStamps, 32), MP4_OK},
+      {"custom, no time stamps at all", CustomSl(0, 0), MP4_OK},
+      {"custom and bytes more", CustomSl(0, 0).Zeros(700), MP4_OK},
+      {"durations", CustomSl(kDuration, 0).Add(durations), MP4_OK},
+      {"durations, one byte short", CustomSl(kDuration, 0).Zeros(7), MP4_DESCRIPTOR_OVERRUN},
+      {"start time stamps", CustomSl(0, 33).Zeros(9), MP4_NOT_READY},
+      {"start time stamps, one byte short", CustomSl(0, 33).Zeros(8), MP4_DESCRIPTOR_OVERRUN},
+      {"start time stamps of 64 bits", CustomSl(0, 64).Zeros(16), MP4_NOT_READY},
+      {"start time stamps of 65 bits", CustomSl(0, 65).Zeros(17), MP4_BAD_VALUE},
+      {"start time stamps behind durations", CustomSl(kDuration, 8).Add(durations).U16(0), MP4_NOT_READY},
+  };
+  for (const auto& row : rows) {
+    const Bytes bytes = Descriptor(6, row.body);
+    ReadDescriptor read(Bytes(bytes).U32(0));
+    EXPECT_EQ(row.result, read.result) << row.what;
+    if (row.result == MP4_OK) {
+      EXPECT_EQ(bytes.size(), read.consumed) << row.what;
+    }
+  }
+  // Trailing bytes that are not there fail as their read would.
+  EXPECT_EQ(MP4_OUT_OF_RANGE, ReadDescriptor({6, 3, 1, 99}).result);
+}
+
+// Both durations are read into one field: the later prevails there, the other shows as 0.
+TEST(SlConfig, CompositionDurationLandsInTheAccessUnitDuration) {
+  ReadDescriptor read(Descriptor(6, CustomSl(0x01, 0).U32(0xFFFFFFFF).U16(40).U16(41)));
+  ASSERT_EQ(MP4_OK, read.result);
+  EXPECT_EQ(
+      "\nSL config descriptor\nTag: 0x06  Size: 24\nPredefined SL header: 0\n"
+      "Time Scale: -1\nAccess unit duration: 41\nComposition unit duration: 0\n",
+      Dumped(*read.descriptor));
+}
+
+Mp4Result BufferResult(CBaseDescriptor& descriptor, u32 room) {
+  u8 bytes[64];
+  u8* cursor = bytes;
+  return descriptor.SerializeToBuffer(&cursor, &room);
+}
+
+// What can be written depends on what an earlier custom header has left behind.
+TEST(SlConfig, WritesPredefinedHeadersOnly) {
+  const struct {
+    const char* what;
+    Bytes body;     // read first
+    u8 predefined;  // set then
+    u32 size;       // of the body
+    Mp4Result storage;
+    Mp4Result buffer;  // with room for all
+    u32 room;          // one less than what is needed
+  } rows[] = {
+      {"custom", CustomSl(0, 0), 0, 1, MP4_BAD_VALUE, MP4_NOT_READY, 1},
+      {"1", {1}, 1, 1, MP4_OK, MP4_NOT_READY, 2},
+      {"2", {2}, 2, 1, MP4_OK, MP4_NOT_READY, 2},
+      {"1 after a duration", CustomSl(0x01, 0).Zeros(8), 1, 9, MP4_NOT_READY, MP4_NOT_READY, 2},
+      {"2 after a duration", CustomSl(0x01, 0).Zeros(8), 2, 1, MP4_OK, MP4_NOT_READY, 2},
+      {"1 after time stamps of 33 bits", CustomSl(0x04, 33), 1, 10, MP4_NOT_READY, MP4_NOT_READY, 11},
+      {"2 after time stamps of 33 bits", CustomSl(0x04, 33), 2, 1, MP4_OK, MP4_NOT_READY, 2},
+      // An unknown value is refused and stored, and clears nothing: the one way to a success in memory.
+      {"3 after time stamps", CustomSl(0x04, 33), 3, 1, MP4_OK, MP4_OK, 2},
+      {"3 after time stamps and a duration", CustomSl(0x05, 33).Zeros(8), 3, 9, MP4_NOT_READY, MP4_NOT_READY,
+       2},
+  };
+  for (const auto& row : rows) {
+    ReadDescriptor read(Descriptor(6, row.body));
+    ASSERT_EQ(MP4_OK, read.result) << row.what;
+    auto& sl = read.As<CSLConfigDescriptor>();
+    EXPECT_EQ(row.predefined > 2 ? MP4_NOT_READY : MP4_OK, sl.SetPredefined(row.predefined));
+    EXPECT_EQ(row.storage, WriteResult(sl)) << row.what;
+    u32 size = 0;
+    u32 header = 0;
+    ASSERT_EQ(MP4_OK, sl.GetSize(&size, &header));
+    EXPECT_EQ(row.size, size) << row.what;
+    EXPECT_EQ(row.buffer, BufferResult(sl, 64)) << row.what;
+    EXPECT_EQ(MP4_BUFFER_TOO_SMALL, BufferResult(sl, row.room)) << row.what;
+  }
+}
+
+TEST(SlConfig, StartTimeStampsShowWhereNothingReadThem) {
+  ReadDescriptor read(Descriptor(6, CustomSl(0x04, 33)));
+  ASSERT_EQ(MP4_OK, read.result);
+  ASSERT_EQ(MP4_OK, read.As<CSLConfigDescriptor>().SetPredefined(1));
+  EXPECT_NE(std::string::npos, Dumped(*read.descriptor)
+                                   .find("Predefined SL header: 1\n"
+                                         "Start decoding timec stamp: 0\n"
+                                         "Start composition timec stamp: 0\n"));
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,265 @@
+#include "descriptors/object_descriptor.h"
+
+#include "descriptors/decoder_specific_info.h"
+#include "descriptors/es_id_descriptors.h"
+#include "descriptors/initial_object_descriptor.h"
+#include "descriptors/object_descriptor_update.h"
+#include "support/descriptor_writer.h"
+
+namespace kt::test {
+namespace {
+
+Bytes Reference(u16 index) {
+  return Descriptor(15, Bytes().U16(index));
+}
+
+Bytes Inclusion(u32 trackId) {
+  return Descriptor(14, Bytes().U32(trackId));
+}
+
+const Bytes kLevels = {0xFF, 0xFE, 15, 3, 0xFD};
+
+TEST(ObjectDescriptor, KeepsReferencesAndObjectContentInformation) {
+  const Bytes ids = Bytes().U16(0xFFDF);  // id 1023, no URL, reserved bits set
+  const Bytes extension = Descriptor(200, {1});
+  const Bytes read = Descriptor(
+      17,
+      Bytes(ids)
+          .Add(extension)
+          .Add(Descriptor(64))
+          .Add(Reference(7))
+          .Add(Descriptor(3, Bytes().Zeros(3).Add(Descriptor(4, Bytes().Zeros(13))).Add(Descriptor(6, {2}))))
+          .Add(Descriptor(96))
+          .Add(Reference(0xFFFE))
+          .Add(Descriptor(95)));
+  ReadDescriptor od(read);
+  ASSERT_EQ(MP4_OK, od.result);
+  EXPECT_EQ(
+      "\n  MP4 OD\n  Tag: 0x11  Size: 42\n  OD_ID: 1023\n  URLFlag: FALSE\n"
+      "\n    ES ID ref\n    Tag: 0x0f  Size: 2\n    Track ref: 7\n"
+      "\n    ES ID ref\n    Tag: 0x0f  Size: 2\n    Track ref: 65534\n"
+      "\n    Unknown\n    Tag: 0x40  Size: 0\n"
+      "\n    Unknown\n    Tag: 0x5f  Size: 0\n",
+      Dumped(*od.descriptor, 1));
+  // Written are the references, then the information; what else there was is lost, the extension too.
+  EXPECT_EQ(
+      Descriptor(17,
+                 Bytes(ids).Add(Reference(7)).Add(Reference(0xFFFE)).Add(Descriptor(64)).Add(Descriptor(95))),
+      Written(*od.descriptor));
+  ExpectBufferFormMatches(*od.descriptor);
+}
+
+// With a URL it is the other way round: only extension descriptors are kept.
+TEST(ObjectDescriptor, WithUrlKeepsExtensionsOnly) {
+  const Bytes ids = Bytes().U16(0x053F).U8(4).Add({'u', 0, 'v', 'w'});  // id 20
+  ReadDescriptor od(Descriptor(1, Bytes(ids)
+                                      .Add(Reference(1))
+                                      .Add(Descriptor(128))
+                                      .Add(Descriptor(64))
+                                      .Add(Descriptor(254))
+                                      .Add(Descriptor(255))));
+  ASSERT_EQ(MP4_OK, od.result);
+  EXPECT_EQ(
+      "\nObject descriptor\nTag: 0x01  Size: 19\nOD_ID: 20\nURLFlag: TRUE\nURLString: u\n"
+      "\n  Unknown\n  Tag: 0x80  Size: 0\n"
+      "\n  Unknown\n  Tag: 0xfe  Size: 0\n",
+      Dumped(*od.descriptor));
+  EXPECT_EQ(Descriptor(1, Bytes(ids).Add(Descriptor(128)).Add(Descriptor(254))), Written(*od.descriptor));
+  ExpectBufferFormMatches(*od.descriptor);
+}
+
+TEST(ObjectDescriptor, IsBuiltByItsSetters) {
+  CObjectDescriptor od;
+  EXPECT_EQ(MP4_BAD_ARGUMENT, od.SetObjectDescriptorId(1024));
+  ASSERT_EQ(MP4_OK, od.SetObjectDescriptorId(20));
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, WriteResult(od));
+  Bytes buffer(9);
+  u8* cursor = buffer.data();
+  u32 room = 9;
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, od.SerializeToBuffer(&cursor, &room));
+  ASSERT_EQ(MP4_OK, od.AddEsIdRef(0x10002));  // 16 bits of it
+  auto info = std::make_unique<CDecoderSpecificInfo>();
+  ASSERT_EQ(MP4_OK, od.AddEsDescriptor(std::move(info)));
+  EXPECT_EQ(MP4_BAD_ARGUMENT, od.AddEsDescriptor(nullptr));
+  const Bytes body = Bytes().U8(0x05).U8(0x1F).Add(Reference(2)).Add(Descriptor(5));
+  EXPECT_EQ(Descriptor(17, body), Written(od));
+  ASSERT_EQ(MP4_OK, od.SetFileForm(0));
+  EXPECT_EQ(Descriptor(1, body), Written(od));
+  ASSERT_EQ(MP4_OK, od.SetFileForm(7));
+  EXPECT_EQ(Descriptor(17, body), Written(od));
+}
+
+TEST(ObjectDescriptors, RefuseShortBodies) {
+  const struct {
+    const char* what;
+    Bytes bytes;
+    Mp4Result result;
+  } rows[] = {
+      {"OD of one byte", Descriptor(17, {0}), MP4_DESCRIPTOR_OVERRUN},
+      {"OD with a URL flag alone", Descriptor(1, {0, 0x20}), MP4_DESCRIPTOR_OVERRUN},
+      {"OD with a URL beyond it", Descriptor(1, {0, 0x20, 2, 'a'}), MP4_DESCRIPTOR_OVERRUN},
+      {"IOD of no byte", Descriptor(16), MP4_DESCRIPTOR_OVERRUN},
+      {"IOD of one byte", Descriptor(2, {0}), MP4_DESCRIPTOR_OVERRUN},
+      {"IOD of six bytes", Descriptor(16, Bytes().Zeros(6)), MP4_DESCRIPTOR_OVERRUN},
+      {"IOD with a URL beyond it", Descriptor(16, {0, 0x20, 250, 'a', 'b'}), MP4_DESCRIPTOR_OVERRUN},
+      {"IOD with a child beyond it", Descriptor(16, Bytes().Zeros(7).Add({14, 4, 0})),
+       MP4_DESCRIPTOR_OVERRUN},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(row.result, ReadDescriptor(Bytes(row.bytes).Zeros(300)).result) << row.what;
+}
+
+TEST(InitialObjectDescriptor, RoundTripsAndPrints) {
+  for (const bool inlined : {false, true}) {
+    const Bytes start = Bytes().U8(0).U8(inlined ? 0x5F : 0x4F).Add(kLevels);
+    const Bytes bytes =
+        Descriptor(16, Bytes(start).Add(Inclusion(1)).Add(Inclusion(0xFFFFFFFF)).Add(Descriptor(65)));
+    ReadDescriptor iod(bytes);
+    ASSERT_EQ(MP4_OK, iod.result);
+    EXPECT_EQ(
+        std::string(
+            "\nMP4 IOD\nTag: 0x10  Size: 21\nOD_ID: 1\nURLFlag: FALSE\nIncludeInlineProfileLevelFlag: ") +
+            (inlined ? "TRUE" : "FALSE") +
+            "\nODProfileLevelIndication: 0xff\nSceneProfileLevelIndication: 0xfe\n"
+            "AudioProfileLevelIndication: 0x0f\nVisualProfileLevelIndication: 0x03\n"
+            "GraphicsProfileLevelIndication: 0xfd\n"
+            "\n  ES ID inc\n  Tag: 0x0e  Size: 4\n  TrackID: 1\n"
+            "\n  ES ID inc\n  Tag: 0x0e  Size: 4\n  TrackID: -1\n"
+            "\n  Unknown\n  Tag: 0x41  Size: 0\n",
+        Dumped(*iod.descriptor));
+    EXPECT_EQ(bytes, Written(*iod.descriptor));
+    // Extensions are lost without a URL.
+    ReadDescriptor extended(Descriptor(16, Bytes(start).Add(Descriptor(130))));
+    EXPECT_EQ(Descriptor(16, start), Written(*extended.descriptor));
+  }
+}
+
+TEST(InitialObjectDescriptor, WithUrlHasNoLevels) {
+  const Bytes start = Bytes().U16(0x006F).U8(3).Text("x:y");
+  ReadDescriptor iod(Descriptor(16, Bytes(start).Add(Inclusion(1)).Add(Descriptor(130))));
+  ASSERT_EQ(MP4_OK, iod.result);
+  EXPECT_EQ(
+      "\nMP4 IOD\nTag: 0x10  Size: 14\nOD_ID: 1\nURLFlag: TRUE\nIncludeInlineProfileLevelFlag: FALSE\n"
+      "URLString: x:y\n\n  Unknown\n  Tag: 0x82  Size: 0\n",
+      Dumped(*iod.descriptor));
+  EXPECT_EQ(Descriptor(16, Bytes(start).Add(Descriptor(130))), Written(*iod.descriptor));
+  // A flag without a text is an empty text.
+  CInitialObjectDescriptor made;
+  ASSERT_EQ(MP4_OK, made.SetUrlFlag(1));
+  EXPECT_NE(std::string::npos, Dumped(made).find("URLString: \n"));
+  EXPECT_EQ(Descriptor(16, {0, 0x2F, 0}), Written(made));
+}
+
+// Embedded ES descriptors are looked for under the tag of pointers to tracks, whatever the descriptor's tag.
+TEST(InitialObjectDescriptor, ReadsTheSystemsFormAsTheFileForm) {
+  const Bytes es =
+      Descriptor(3, Bytes().Zeros(3).Add(Descriptor(4, Bytes().Zeros(13))).Add(Descriptor(6, {2})));
+  ReadDescriptor iod(Descriptor(2, Bytes().U16(0x000F).Add(kLevels).Add(es).Add(Inclusion(9))));
+  ASSERT_EQ(MP4_OK, iod.result);
+  EXPECT_EQ(Descriptor(2, Bytes().U16(0x000F).Add(kLevels).Add(Inclusion(9))), Written(*iod.descriptor));
+  EXPECT_EQ(MP4_NOT_READY,
+            iod.As<CInitialObjectDescriptor>().AddEsDescriptor(std::make_unique<CDecoderSpecificInfo>()));
+  // Told the other form beforehand, it keeps them.
+  Bytes body = Bytes().U16(0x000F).Add(kLevels).Add(Inclusion(9)).Add(es);
+  Bytes header = Descriptor(2, body);
+  CMemoryStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(header.data(), static_cast<u32>(header.size()), MP4_MODE_READ));
+  CBaseDescriptor bare;
+  ASSERT_EQ(MP4_OK, bare.Deserialize(&storage));
+  CInitialObjectDescriptor systems(bare);
+  ASSERT_EQ(MP4_OK, systems.SetFileForm(0));
+  ASSERT_EQ(MP4_OK, systems.Deserialize(&storage));
+  EXPECT_EQ(
+      Descriptor(
+          2,
+          Bytes().U16(0x000F).Add(kLevels).Add(Descriptor(
+              3,
+              Bytes().Zeros(3).Add(Descriptor(4, Bytes().U8(0).U8(1).Zeros(11))).Add(Descriptor(6, {2}))))),
+      Written(systems));
+}
+
+TEST(InitialObjectDescriptor, IsBuiltByItsSetters) {
+  CInitialObjectDescriptor iod;
+  EXPECT_EQ(MP4_BAD_ARGUMENT, iod.SetObjectDescriptorId(1024));
+  ASSERT_EQ(MP4_OK, iod.SetObjectDescriptorId(1023));
+  ASSERT_EQ(MP4_OK, iod.SetOdProfileLevel(1));
+  ASSERT_EQ(MP4_OK, iod.SetSceneProfileLevel(2));
+  ASSERT_EQ(MP4_OK, iod.SetAudioProfileLevel(3));
+  ASSERT_EQ(MP4_OK, iod.SetVisualProfileLevel(4));
+  ASSERT_EQ(MP4_OK, iod.SetGraphicsProfileLevel(5));
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, WriteResult(iod));
+  EXPECT_EQ(MP4_NOT_READY, iod.AddEsDescriptor(std::make_unique<CDecoderSpecificInfo>()));
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, WriteResult(iod)) << "the form is looked at before the list is made";
+  ASSERT_EQ(MP4_OK, iod.SetFileForm(0));
+  // Here the list comes first, so that the refusal leaves a descriptor that can be written.
+  EXPECT_EQ(MP4_NOT_READY, iod.AddEsIdInc(3));
+  const Bytes start = Bytes().U16(0xFFCF).Add({1, 2, 3, 4, 5});
+  EXPECT_EQ(Descriptor(2, start), Written(iod));
+  ASSERT_EQ(MP4_OK, iod.AddEsDescriptor(std::make_unique<CDecoderSpecificInfo>()));
+  ASSERT_EQ(MP4_OK, iod.SetFileForm(1));
+  ASSERT_EQ(MP4_OK, iod.AddEsIdInc(3));
+  EXPECT_EQ(Descriptor(16, Bytes(start).Add(Descriptor(5)).Add(Inclusion(3))), Written(iod));
+  u8 levels[5] = {};
+  ASSERT_EQ(MP4_OK, iod.GetOdProfileLevel(&levels[0]));
+  ASSERT_EQ(MP4_OK, iod.GetSceneProfileLevel(&levels[1]));
+  ASSERT_EQ(MP4_OK, iod.GetAudioProfileLevel(&levels[2]));
+  ASSERT_EQ(MP4_OK, iod.GetVisualProfileLevel(&levels[3]));
+  ASSERT_EQ(MP4_OK, iod.GetGraphicsProfileLevel(&levels[4]));
+  for (u8 i = 0; i < 5; ++i) EXPECT_EQ(i + 1, levels[i]);
+}
+
+TEST(InitialObjectDescriptor, HasNoBufferForm) {
+  ReadDescriptor iod(Descriptor(16, Bytes().U16(0x004F).Add(kLevels)));
+  ASSERT_EQ(MP4_OK, iod.result);
+  u8 bytes[64] = {};
+  u8* cursor = bytes;
+  u32 room = 64;
+  EXPECT_EQ(MP4_NOT_READY, iod.descriptor->SerializeToBuffer(&cursor, &room));
+  EXPECT_EQ(bytes, cursor);
+  room = 0;
+  EXPECT_EQ(MP4_NOT_READY, iod.descriptor->SerializeToBuffer(&cursor, &room));
+}
+
+TEST(TrackPointers, WriteWhatWasSet) {
+  CESIDRef reference;
+  ASSERT_EQ(MP4_OK, reference.SetRefIndex(0x0102));
+  EXPECT_EQ(Reference(0x0102), Written(reference));
+  ExpectBufferFormMatches(reference);
+  CESIDInc inclusion;
+  ASSERT_EQ(MP4_OK, inclusion.SetTrackId(0x01020304));
+  EXPECT_EQ(Inclusion(0x01020304), Written(inclusion));
+  ExpectBufferFormMatches(inclusion);
+  // Their width does not depend on the size that the header claims: it only decides where the parent ends.
+  EXPECT_EQ(4u, ReadDescriptor({15, 0, 1, 2}).consumed);
+  EXPECT_EQ(6u, ReadDescriptor({14, 5, 1, 2, 3, 4, 5}).consumed);
+}
+
+TEST(ObjectDescriptorUpdate, RoundTripsAndPrints) {
+  const Bytes od = Descriptor(1, Bytes().U8(0x05).U8(0x1F).Add(Reference(2)));
+  Bytes bytes = Descriptor(1, Bytes(od).Add(Descriptor(99)));
+  CMemoryStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
+  CBaseCommand header;
+  ASSERT_EQ(MP4_OK, header.Deserialize(&storage));
+  CObjectDescriptorUpdate update(header);
+  ASSERT_EQ(MP4_OK, update.Deserialize(&storage));
+  EXPECT_EQ(
+      "\n  Object descriptor update\n  Tag: 0x01  Size: 10\n  {\n"
+      "\n    Object descriptor\n    Tag: 0x01  Size: 6\n    OD_ID: 20\n    URLFlag: FALSE\n"
+      "\n      ES ID ref\n      Tag: 0x0f  Size: 2\n      Track ref: 2\n"
+      "\n    Unknown\n    Tag: 0x63  Size: 0\n  }\n",
+      Dumped(update, 1));
+  EXPECT_EQ(bytes, Written(update));
+  ExpectBufferFormMatches(update);
+}
+
+TEST(ObjectDescriptorUpdate, IsBuiltByAdding) {
+  CObjectDescriptorUpdate update;
+  EXPECT_EQ(Descriptor(1), Written(update));
+  EXPECT_EQ(MP4_BAD_ARGUMENT, update.AddDescriptor(nullptr));
+  ASSERT_EQ(MP4_OK, update.AddDescriptor(std::make_unique<CESIDRef>()));
+  EXPECT_EQ(Descriptor(1, Reference(0)), Written(update));
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "descriptors/descriptor_list.h"
+#include "engine/memory_storage.h"
+#include "support/box_writer.h"
+
+namespace kt::test {
+
+/// A descriptor or command around its body, with the shortest size code.
+inline Bytes Descriptor(u32 tag, const std::vector<u8>& body = {}) {
+  Bytes code;
+  std::size_t left = body.size();
+  do {
+    code.insert(code.begin(), static_cast<u8>((left & 0x7F) | (code.empty() ? 0 : 0x80)));
+    left >>= 7;
+  } while (left > 0);
+  return Bytes().U8(tag).Add(code).Add(body);
+}
+
+/// The answer of `CreateDescriptor` on these bytes, and how many of them it took.
+struct ReadDescriptor {
+  explicit ReadDescriptor(Bytes bytes) {
+    CMemoryStorage storage;
+    EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
+    result = CreateDescriptor(&storage, 0, &descriptor, &tag);
+    EXPECT_EQ(MP4_OK, storage.GetPosition(&consumed));
+  }
+  template <class Class>
+  Class& As() {
+    return dynamic_cast<Class&>(*descriptor);
+  }
+
+  Mp4Result result = MP4_OK;
+  std::unique_ptr<CBaseDescriptor> descriptor;
+  u32 tag = 0xABCD;
+  u64 consumed = 0;
+};
+
+/// The bytes of a descriptor or command by way of a storage; `*result` takes the first failure.
+template <class Item>
+Bytes Written(Item& item, Mp4Result* result) {
+  u32 size = 0;
+  u32 header = 0;
+  *result = item.CalculateSize();
+  if (*result == MP4_OK) *result = item.GetSize(&size, &header);
+  // Some room to spare, so that a size that is too small shows in the bytes.
+  Bytes bytes(size + header + 64);
+  CMemoryStorage storage;
+  EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_WRITE));
+  if (*result == MP4_OK) *result = item.Serialize(&storage);
+  u64 position = 0;
+  EXPECT_EQ(MP4_OK, storage.GetPosition(&position));
+  if (*result == MP4_OK) {
+    EXPECT_EQ(position, size + header);
+  }
+  bytes.resize(position);
+  return bytes;
+}
+
+template <class Item>
+Bytes Written(Item& item) {
+  Mp4Result result = MP4_OK;
+  Bytes bytes = Written(item, &result);
+  EXPECT_EQ(MP4_OK, result);
+  return bytes;
+}
+
+template <class Item>
+Mp4Result WriteResult(Item& item) {
+  Mp4Result result = MP4_OK;
+  static_cast<void>(Written(item, &result));
+  return result;
+}
+
+/// Writes into memory with every room from 0 up to what is needed: all but the last have to be refused as too
+/// small, none may touch a byte beyond its room, and the last has to give the same bytes as a storage.
+template <class Item>
+void ExpectBufferFormMatches(Item& item) {
+  const Bytes expected = Written(item);
+  for (std::size_t room = 0; room <= expected.size(); ++room) {
+    Bytes buffer(expected.size() + 8, 0xEE);
+    u8* cursor = buffer.data();
+    u32 left = static_cast<u32>(room);
+    const Mp4Result result = item.SerializeToBuffer(&cursor, &left);
+    EXPECT_EQ(room < expected.size() ? MP4_BUFFER_TOO_SMALL : MP4_OK, result) << "room " << room;
+    EXPECT_EQ(room, left + static_cast<std::size_t>(cursor - buffer.data()));
+    for (std::size_t i = room; i < buffer.size(); ++i) ASSERT_EQ(0xEE, buffer[i]) << "room " << room;
+    if (room == expected.size()) {
+      EXPECT_TRUE(std::equal(expected.begin(), expected.end(), buffer.begin()));
+    }
+  }
+}
+
+/// What `Dump` prints.
+template <class Item>
+std::string Dumped(Item& item, int indent = 0, Mp4Result expected = MP4_OK) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(expected, item.Dump(indent));
+  return testing::internal::GetCapturedStdout();
+}
+
+}  // namespace kt::test
