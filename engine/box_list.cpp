@@ -56,7 +56,7 @@ Mp4Result CBoxList::DeserializeAll(CStorage* storage, u64* remaining) {
 }
 
 Mp4Result CBoxList::DumpAll(int indent) {
-  if (indent >= static_cast<int>(CNesting::kLevels)) return MP4_CORRUPT;
+  if (m_head && indent >= static_cast<int>(CNesting::kLevels)) return MP4_CORRUPT;
   for (Node* node = m_head.get(); node != nullptr; node = node->next.get()) {
     KT_TRY(node->item->Dump(indent));
   }
