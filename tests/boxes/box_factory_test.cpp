@@ -1,0 +1,251 @@
+#include "boxes/box_factory.h"
+
+#include <gtest/gtest.h>
+
+#include "support/box_probe.h"
+#include "support/temp_file.h"
+
+namespace kt::test {
+namespace {
+
+Bytes LargeBox(const char* code, u64 largeSize, const Bytes& payload = {}) {
+  return Bytes().U32(1).Text(code).U64(largeSize).Add(payload);
+}
+
+// A size of 0 or 1, too small for its header, or in its long form.
+TEST(BoxHeader, TakesEveryFormOfTheSize) {
+  const Bytes user = Bytes().Text("0123456789abcdef");
+  const struct {
+    const char* name;
+    Bytes bytes;
+    Mp4Result result;
+    u64 size = 0;
+    u64 remaining = 0;
+  } cases[] = {
+      {"plain", Box("free", Bytes().Zeros(3)), MP4_OK, 11, 3},
+      {"to the end of the file", WithDeclaredSize(Box("free", Bytes().Zeros(9)), 0), MP4_OK, 17, 9},
+      {"long form for a small size", LargeBox("free", 24, Bytes().Zeros(8)), MP4_OK, 24, 8},
+      {"long form above 32 bits counts 8 more", LargeBox("free", 0x100000010), MP4_OK, 0x100000018,
+       0x100000000},
+      {"long form below its header", LargeBox("free", 15), MP4_CORRUPT},
+      {"2", WithDeclaredSize(Box("free"), 2), MP4_CORRUPT},
+      {"7", WithDeclaredSize(Box("free"), 7), MP4_CORRUPT},
+      {"uuid", Box("uuid", user), MP4_OK, 24, 0},
+      {"uuid below its header", WithDeclaredSize(Box("uuid", user), 20), MP4_CORRUPT},
+      // The size is tested behind the user type, so the cut shows first.
+      {"uuid cut and too small", WithDeclaredSize(Box("uuid", Bytes().Zeros(15)), 20), MP4_OUT_OF_RANGE},
+      {"cut", Bytes().U32(8).U24(0), MP4_OUT_OF_RANGE},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.name);
+    Bytes bytes = test.bytes;
+    CMemoryStorage storage;
+    ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
+    CBox box;
+    EXPECT_EQ(test.result, box.Deserialize(&storage));
+    if (test.result != MP4_OK) continue;
+    u64 value = 0;
+    EXPECT_EQ(MP4_OK, box.GetSize(&value));
+    EXPECT_EQ(test.size, value);
+    EXPECT_EQ(MP4_OK, box.GetRemaining(&value));
+    EXPECT_EQ(test.remaining, value);
+  }
+}
+
+/// A box that says how large its payload is, without having it.
+class CSizedBox : public CBox {
+ public:
+  explicit CSizedBox(u64 payload) : CBox(FourCc("test")), m_payload(payload) {}
+  Mp4Result CalculateSize() override {
+    KT_TRY(CBox::CalculateSize());
+    m_size += m_payload;
+    return MP4_OK;
+  }
+
+ private:
+  u64 m_payload;
+};
+
+TEST(BoxHeader, WritesTheLongFormOnlyAbove32Bits) {
+  CSizedBox fits(0xFFFFFFFF - 8);
+  EXPECT_EQ(Bytes().U32(0xFFFFFFFF).Text("test"), [&] {
+    Bytes block(8);
+    CMemoryStorage storage;
+    EXPECT_EQ(MP4_OK, storage.Open(block.data(), 8, MP4_MODE_WRITE));
+    EXPECT_EQ(MP4_OK, fits.CalculateSize());
+    EXPECT_EQ(MP4_OK, fits.Serialize(&storage));
+    return block;
+  }());
+  CSizedBox large(0x100000000);
+  Bytes block(16);
+  CMemoryStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(block.data(), 16, MP4_MODE_WRITE));
+  EXPECT_EQ(MP4_OK, large.CalculateSize());
+  u64 size = 0;
+  EXPECT_EQ(MP4_OK, large.GetSize(&size));
+  EXPECT_EQ(0x100000010u, size) << "a parent counts the largesize that is to come";
+  EXPECT_EQ(MP4_OK, large.Serialize(&storage));
+  EXPECT_EQ(LargeBox("test", 0x100000010), block);
+}
+
+TEST(BoxHeader, UserTypeIsKeptAndNeeded) {
+  const Bytes bytes = Box("uuid", Bytes().Text("0123456789abcdef").Zeros(4));
+  const auto box = ReadBoxAs(bytes);
+  EXPECT_EQ(Box("uuid", Bytes().Text("0123456789abcdef")), WrittenBytes(box.get()));
+  EXPECT_TRUE(DumpText(box.get()).find("User type = ") != std::string::npos);
+  CBox bare(FourCc("uuid"));
+  Bytes block(32);
+  CMemoryStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(block.data(), 32, MP4_MODE_WRITE));
+  EXPECT_EQ(MP4_NOT_READY, bare.Serialize(&storage));
+}
+
+// Reads a whole file's worth of boxes, as the top level of a file does.
+Mp4Result Walk(const Bytes& bytes, CBoxList* list) {
+  const TempFile file(bytes);
+  CStorage storage;
+  EXPECT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
+  u64 remaining = bytes.size();
+  const Mp4Result result = list->DeserializeAll(&storage, &remaining);
+  EXPECT_EQ(MP4_OK, storage.Close());
+  return result;
+}
+
+TEST(BoxWalk, EndsAtExactlyTheLastByte) {
+  const Bytes rtp = Box("rtp ", Bytes().Zeros(4));
+  const struct {
+    const char* name;
+    Bytes bytes;
+    Mp4Result result;
+    u32 kept;  // boxes in the list afterwards
+  } cases[] = {
+      {"nothing", {}, MP4_OK, 0},
+      {"unknown payload is skipped", Bytes().Add(Box("abcd", Bytes().Zeros(7))).Add(Box("udta")), MP4_OK, 2},
+      {"last box to the end of file", Bytes().Add(Box("udta")).Add(WithDeclaredSize(Box("free"), 0)), MP4_OK,
+       2},
+      {"size 0 inside a container", WithDeclaredSize(Box("udta", {WithDeclaredSize(Box("free"), 0)}), 0),
+       MP4_OK, 1},
+      {"a child larger than its parent stays", Box("moov", {WithDeclaredSize(Box("udta"), 8)}).U8(0),
+       MP4_FILE_IO, 1},
+      {"box beyond the end", WithDeclaredSize(Box("free", Bytes().Zeros(2)), 11), MP4_CORRUPT, 1},
+      {"fewer than 8 bytes behind the last box", Bytes().Add(Box("free")).Zeros(7), MP4_FILE_IO, 1},
+      {"4 GiB", LargeBox("mdat", 0x100000010), MP4_CORRUPT, 1},
+      {"a size that wraps when 8 are added", LargeBox("mdat", ~u64{0}), MP4_FILE_IO, 0},
+      {"\"rtp \" at the top", rtp, MP4_BAD_BOX, 0},
+      {"\"rtp \" behind an unknown box", Bytes().Add(Box("free")).Add(rtp), MP4_BAD_BOX, 1},
+      // What counts as the parent is the box before; only the first child sees its true parent.
+      {"\"rtp \" first in \"stsd\"", FullBox("stsd", 0, 0, Bytes().U32(1).Add(rtp)), MP4_OK, 1},
+      {"\"rtp \" twice in \"stsd\"", FullBox("stsd", 0, 0, Bytes().U32(2).Add(rtp).Add(rtp)), MP4_BAD_BOX, 0},
+      {"\"rtp \" in another box", Box("udta", {rtp}), MP4_BAD_BOX, 0},
+      {"\"rtp \" behind \"stsd\"", Bytes().Add(FullBox("stsd", 0, 0, Bytes().U32(0))).Add(rtp), MP4_OK, 2},
+      // What these two leave unread is taken for the next box: here one that is refused.
+      {"\"url \" with flags and a location", Bytes().Add(FullBox("url ", 0, 2, rtp)).Add(Box("free")),
+       MP4_BAD_BOX, 1},
+      {"\"urn \" with texts", Bytes().Add(FullBox("urn ", 0, 0, rtp)).Add(Box("free")), MP4_BAD_BOX, 1},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.name);
+    CBoxList list(nullptr);
+    const Mp4Result result = Walk(test.bytes, &list);
+    EXPECT_EQ(test.result, result) << Mp4ResultName(result);
+    EXPECT_EQ(test.kept, list.GetCount());
+  }
+}
+
+TEST(BoxFactory, CodesWithoutAClassStayUnknownBoxes) {
+  u32 withoutClass = 0;
+  for (const BoxRow& row : BoxRows()) {
+    if (row.make != nullptr) continue;
+    ++withoutClass;
+    const CodeCharacters code(row.code);
+    const char text[] = {code.first, code.second, code.third, code.fourth, 0};
+    const ReadBoxResult read = ReadBox(Box(text, Bytes().Zeros(3)), FourCc("stsd"));
+    EXPECT_EQ(MP4_OK, read.result) << text;
+    EXPECT_EQ(0u, read.type) << text;
+    u32 kept = 0;
+    EXPECT_EQ(MP4_OK, read.box->GetType(&kept));
+    EXPECT_EQ(row.code, kept);
+    EXPECT_EQ(11u, read.position);
+  }
+  EXPECT_EQ(7u, withoutClass);
+}
+
+Bytes Nested(const char* code, u32 levels) {
+  Bytes bytes;
+  for (u32 i = 0; i < levels; ++i) bytes = Box(code, bytes);
+  return bytes;
+}
+
+// A megabyte of headers must not exhaust the stack.
+TEST(BoxFactory, BoundsNesting) {
+  EXPECT_EQ(MP4_OK, ReadBox(Nested("udta", 64)).result);
+  EXPECT_EQ(MP4_CORRUPT, ReadBox(Nested("udta", 65)).result);
+  Bytes endless;
+  while (endless.size() < 1 << 20) endless.U32(0).Text("udta");
+  EXPECT_EQ(MP4_CORRUPT, ReadBox(endless).result);
+
+  const auto deepest = ReadBoxAs(Nested("udta", 64));
+  EXPECT_EQ(Nested("udta", 64), WrittenBytes(deepest.get()));
+  DumpText(deepest.get(), 0, MP4_OK);
+  DumpText(deepest.get(), 1, MP4_CORRUPT);
+}
+
+// The child of a sample entry counts as a level, and so do the descriptors in it.
+TEST(BoxFactory, CountsTheChildOfAnEntryAsALevel) {
+  const Bytes entry = Box("s263", Bytes().Zeros(78).Add(Box("d263")));
+  const auto nest = [&](u32 levels) {
+    Bytes bytes = entry;
+    for (u32 i = 0; i < levels; ++i) bytes = Box("udta", bytes);
+    return ReadBox(bytes).result;
+  };
+  EXPECT_EQ(MP4_OK, nest(62));
+  EXPECT_EQ(MP4_CORRUPT, nest(63));
+}
+
+/// A file storage that tells whether a block was read, for which memory has to be reserved first.
+class CBlockCountingStorage : public CStorage {
+ public:
+  Mp4Result ReadBlock(void* buffer, u32 count) override {
+    ++blocks;
+    return CStorage::ReadBlock(buffer, count);
+  }
+  u32 blocks = 0;
+};
+
+// 8 GiB claimed by a file of 100 bytes: refused with the code of the short read, before memory is taken.
+TEST(BoxFactory, RefusesAClaimThatTheFileCannotFill) {
+  constexpr u64 kEightGiB = u64{8} << 30;
+  const struct {
+    const char* name;
+    Bytes bytes;
+    Mp4Result result;
+  } cases[] = {
+      {"hdlr", LargeBox("hdlr", kEightGiB, Bytes().Zeros(84)), MP4_FILE_IO},
+      {"hdlr below its fields", FullBox("hdlr", 0, 0, Bytes().Zeros(4)).Zeros(84), MP4_FILE_IO},
+      {"cprt", LargeBox("cprt", kEightGiB, Bytes().Zeros(84)), MP4_FILE_IO},
+      {"cprt below its fields", Box("cprt", Bytes().Zeros(5)), MP4_CORRUPT},
+      {"url ", LargeBox("url ", kEightGiB, Bytes().Zeros(84)), MP4_FILE_IO},
+      {"url  without version and flags", Box("url ").Zeros(92), MP4_FILE_IO},
+      {"ftyp", LargeBox("ftyp", kEightGiB, Bytes().Zeros(84)), MP4_FILE_IO},
+      {"ftyp below its fields", Box("ftyp", Bytes().Zeros(7)).U8(0), MP4_CORRUPT},
+      {"ftyp with a part of a brand", Box("ftyp", Bytes().Zeros(10)), MP4_CORRUPT},
+      {"d263", WithDeclaredSize(Box("d263", Bytes().Zeros(92)), 0xFFFFFFFF), MP4_FILE_IO},
+      {"damr", WithDeclaredSize(Box("damr", Bytes().Zeros(92)), 101), MP4_FILE_IO},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.name);
+    const TempFile file(test.bytes);
+    CBlockCountingStorage storage;
+    ASSERT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
+    std::unique_ptr<CBox> box;
+    u32 type = 0;
+    const Mp4Result result = CreateBox(&storage, 0, &box, &type);
+    EXPECT_EQ(test.result, result) << Mp4ResultName(result);
+    EXPECT_EQ(nullptr, box);
+    EXPECT_EQ(0u, storage.blocks);
+    EXPECT_EQ(MP4_OK, storage.Close());
+  }
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,216 @@
+#include <gtest/gtest.h>
+
+#include "boxes/amr_sample_entry.h"
+#include "boxes/h263_sample_entry.h"
+#include "boxes/line21_sample_entry.h"
+#include "boxes/mp4_sample_entry.h"
+#include "boxes/sample_description_box.h"
+#include "support/box_probe.h"
+
+namespace kt::test {
+namespace {
+
+Bytes Descriptor(u8 tag, const Bytes& body) {
+  return Bytes().U8(tag).U8(body.size()).Add(body);
+}
+
+const Bytes kEsDescriptor = Descriptor(
+    3, Bytes().U24(0x000100).Add(Descriptor(4, Bytes().Zeros(13))).Add(Descriptor(6, Bytes().U8(2))));
+const Bytes kEsds = FullBox("esds", 0, 0, kEsDescriptor);
+
+// Every entry with a required child, `child` standing where that is expected.
+Bytes Entry(const std::string& code, const Bytes& child) {
+  const std::size_t layer = code == "mp4s" ? 8 : code == "mp4v" || code == "s263" ? 78 : 28;
+  return Box(code, Bytes().Zeros(layer).Add(child));
+}
+
+TEST(SampleEntry, RequiresItsOneChild) {
+  const struct {
+    const char* code;
+    Bytes child;
+  } entries[] = {{"mp4v", kEsds},       {"mp4a", kEsds},       {"mp4s", kEsds},
+                 {"s263", Box("d263")}, {"samr", Box("damr")}, {"sawb", Box("damr")}};
+  for (const auto& entry : entries) {
+    SCOPED_TRACE(entry.code);
+    EXPECT_EQ(MP4_OK, ReadBox(Entry(entry.code, entry.child)).result);
+    // A box of today's writers in front of it.
+    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Entry(entry.code, Bytes().Add(Box("pasp")).Add(entry.child))).result);
+    // No child: the header is that of the next box of the file.
+    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Bytes().Add(Entry(entry.code, {})).Add(Box("stts"))).result);
+    // A "uuid" whose header owns memory.
+    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Entry(entry.code, Box("uuid", Bytes().Zeros(16)))).result);
+    // A child that is larger than the entry has left.
+    const Bytes whole = Entry(entry.code, entry.child);
+    EXPECT_EQ(MP4_CORRUPT, ReadBox(WithDeclaredSize(whole, static_cast<u32>(whole.size() - 1))).result);
+  }
+}
+
+// The sum of a size near 2^64 and 8 wraps and would pass as a small child.
+TEST(SampleEntry, RefusesAChildWhoseSizeWraps) {
+  const Bytes child = Bytes().U32(1).Text("esds").U64(~u64{0} - 3).U32(0).Add(kEsDescriptor);
+  EXPECT_EQ(MP4_CORRUPT, ReadBox(Entry("mp4a", child)).result);
+}
+
+TEST(SampleEntry, LeavesWhatStandsBehindTheChild) {
+  const Bytes entry = Entry("mp4a", Bytes().Add(kEsds).Add(Box("btrt", Bytes().Zeros(12))));
+  EXPECT_EQ(entry.size() - 20, ReadBox(entry).position);
+  // In "stsd" the walk then reads on from there, and the box stands for the next entry.
+  const Bytes stsd = FullBox("stsd", 0, 0, Bytes().U32(1).Add(entry).Add(Box("rtp ")));
+  EXPECT_NE(MP4_OK, ReadBox(stsd).result);
+}
+
+TEST(EsDescriptorBox, HoldsOneEsDescriptorThatFits) {
+  const struct {
+    const char* name;
+    Bytes esds;
+    Mp4Result result;
+  } cases[] = {
+      {"of another tag", FullBox("esds", 0, 0, Descriptor(5, Bytes().U8(1))), MP4_BAD_BOX},
+      {"of an unknown tag", FullBox("esds", 0, 0, Descriptor(0x55, Bytes().U8(1))), MP4_BAD_BOX},
+      {"longer than the box", WithDeclaredSize(kEsds, static_cast<u32>(kEsds.size() - 1)),
+       MP4_DESCRIPTOR_OVERRUN},
+      {"shorter than the box", FullBox("esds", 0, 0, Bytes(kEsDescriptor).U8(0)), MP4_OK},
+  };
+  for (const auto& test : cases) {
+    EXPECT_EQ(test.result, ReadBox(Entry("mp4a", test.esds)).result) << test.name;
+  }
+}
+
+TEST(Mp4SampleEntry, WithoutADescriptorIsNotReady) {
+  CMP4AudioSampleEntry entry;
+  CESDescriptor* descriptor = nullptr;
+  u32 size = 0;
+  EXPECT_EQ(MP4_NOT_READY, entry.GetEsDescriptor(&descriptor));
+  EXPECT_EQ(MP4_NOT_READY, entry.GetDecoderSpecificInfoSize(&size));
+  EXPECT_EQ(MP4_NOT_READY, entry.GetDecoderSpecificInfo(0, &size, nullptr));
+  EXPECT_EQ(MP4_BAD_BOX, entry.CalculateSize());
+  DumpText(&entry, 0, MP4_BAD_BOX);
+}
+
+// The entry as the track's writer makes it, and its way back.
+TEST(Mp4SampleEntry, WritesWhatItReads) {
+  CMP4AudioSampleEntry entry;
+  const u8 info[] = {0x11, 0x90};
+  EXPECT_EQ(MP4_OK, entry.SetDecoderConfig(0x0102, 0x40, 5, info, 2));
+  EXPECT_EQ(MP4_OK, entry.SetBitrates(7, 6));
+  EXPECT_EQ(MP4_OK, entry.SetSampleRate(48000));
+  const Bytes config =
+      Bytes().U8(0x40).U8(5 << 2 | 1).U24(0x140000).U32s({7, 6}).Add(Descriptor(5, {0x11, 0x90}));
+  const Bytes es = Bytes().U16(0x0102).U8(0).Add(Descriptor(4, config)).Add(Descriptor(6, Bytes().U8(2)));
+  const Bytes expected = Box("mp4a", Bytes()
+                                         .Zeros(6)
+                                         .U16(1)
+                                         .Zeros(8)
+                                         .U16(2)
+                                         .U16(16)
+                                         .U32(0)
+                                         .U32(48000u << 16)
+                                         .Add(FullBox("esds", 0, 0, Descriptor(3, es))));
+  const Bytes written = WrittenBytes(&entry);
+  EXPECT_EQ(expected, written);
+
+  const auto back = ReadBoxAs<CMP4AudioSampleEntry>(written);
+  u8 buffer[2] = {};
+  u32 size = 0;
+  EXPECT_EQ(MP4_OK, back->GetDecoderSpecificInfo(2, &size, buffer));
+  EXPECT_EQ(2u, size);
+  EXPECT_EQ(0x90, buffer[1]);
+  EXPECT_EQ(MP4_NOT_READY, back->SetDecoderConfig(1, 0x40, 5, info, 2)) << "it has a decoder config";
+}
+
+TEST(SampleEntry, NewEntriesHaveTheirDefaults) {
+  CH263SampleEntry video;
+  EXPECT_EQ(MP4_OK, video.SetSpecificData("\1", 1));
+  EXPECT_EQ(MP4_OK, video.SetVideoSize(176, 144));
+  EXPECT_EQ(MP4_BAD_ARGUMENT, video.SetVideoSize(352, -1));
+  EXPECT_EQ(Box("s263", Bytes()
+                            .Zeros(6)
+                            .U16(1)
+                            .Zeros(16)
+                            .U16(176)
+                            .U16(144)
+                            .U32s({0x480000, 0x480000, 0})
+                            .U16(1)
+                            .Zeros(32)
+                            .U16(24)
+                            .U16(0xFFFF)
+                            .Add(Box("d263", Bytes().U8(1)))),
+            WrittenBytes(&video));
+  u16 width = 0;
+  u16 height = 0;
+  EXPECT_EQ(MP4_OK, video.GetVideoSize(&width, &height));
+  EXPECT_EQ(176, width);
+  EXPECT_EQ(144, height);
+  CLine21SampleEntry captions;
+  EXPECT_EQ(MP4_OK, captions.SetConfig("\7", 1));
+  EXPECT_EQ(Box("ln21", Bytes().Zeros(6).U16(1).U8(0)), WrittenBytes(&captions));
+  EXPECT_TRUE(DumpText(&captions, 1).ends_with("  m_ui16DataReferenceIndex: 1\n  Config=0\n"));
+}
+
+// The name fills its field with no zero byte: printing it stops at the field's end.
+TEST(SampleEntry, PrintsTheCompressorNameWithinItsField) {
+  Bytes name = Bytes().U8(31).Text(std::string(31, 'n'));
+  const Bytes entry = Box("s263", Bytes().Zeros(42).Add(name).Text("DEEP").Add(Box("d263")));
+  const auto box = ReadBoxAs(entry);
+  EXPECT_NE(std::string::npos, DumpText(box.get()).find("Compressor Name=" + std::string(31, 'n') + "\n"));
+}
+
+TEST(AmrSampleEntry, HasOneChannelWhateverItSays) {
+  const Bytes audio = Bytes().Zeros(16).U16(2).Zeros(10);
+  const auto amr = ReadBoxAs<CAMRNBSampleEntry>(Box("samr", Bytes(audio).Add(Box("damr"))));
+  const auto aac = ReadBoxAs<CMP4AudioSampleEntry>(Box("mp4a", Bytes(audio).Add(kEsds)));
+  u16 channels = 0;
+  EXPECT_EQ(MP4_OK, amr->GetChannelCount(&channels));
+  EXPECT_EQ(1, channels);
+  EXPECT_EQ(MP4_OK, static_cast<CAudioSampleEntry*>(amr.get())->GetChannelCount(&channels));
+  EXPECT_EQ(1, channels) << "also by way of the audio part";
+  EXPECT_EQ(MP4_OK, aac->GetChannelCount(&channels));
+  EXPECT_EQ(2, channels);
+}
+
+TEST(SpecificData, MayBeMissing) {
+  CAMRNBSampleEntry entry;
+  u32 size = 0;
+  EXPECT_EQ(MP4_NOT_READY, entry.GetSpecificDataSize(&size));
+  EXPECT_EQ(MP4_NOT_READY, entry.GetSpecificData(0, &size, nullptr));
+  EXPECT_EQ(MP4_OK, entry.CalculateSize());
+  Bytes block(64);
+  CMemoryStorage storage;
+  ASSERT_EQ(MP4_OK, storage.Open(block.data(), 64, MP4_MODE_WRITE));
+  EXPECT_EQ(MP4_BAD_BOX, entry.Serialize(&storage));
+  u64 written = 0;
+  EXPECT_EQ(MP4_OK, storage.GetPosition(&written));
+  EXPECT_EQ(36u, written) << "the entry's own fields are written first";
+}
+
+TEST(SpecificData, NullDataKeepsItsSizeAndCountsNoBytes) {
+  CH263SpecificBox box;
+  u32 size = 0;
+  EXPECT_EQ(MP4_OK, box.SetData("abc", 3));
+  char buffer[3] = {};
+  EXPECT_EQ(MP4_BUFFER_TOO_SMALL, box.GetData(2, &size, buffer));
+  EXPECT_EQ(3u, size);
+  EXPECT_EQ(0, buffer[0]);
+  EXPECT_EQ(MP4_OK, box.GetData(3, &size, buffer));
+  EXPECT_EQ("abc", std::string(buffer, 3));
+  EXPECT_EQ(MP4_OK, box.SetData(nullptr, 0xFFFFFFFF));
+  EXPECT_EQ(MP4_OK, box.GetDataSize(&size));
+  EXPECT_EQ(0xFFFFFFFF, size);
+  EXPECT_EQ(Box("d263"), WrittenBytes(&box));
+  EXPECT_TRUE(DumpText(&box).ends_with("{\n}\n"));
+}
+
+TEST(SampleDescription, NumbersItsEntriesFromOne) {
+  CSampleDescriptionBox stsd;
+  CBox* entry = nullptr;
+  EXPECT_EQ(MP4_NOT_FOUND, stsd.GetSampleEntry(1, &entry));
+  EXPECT_EQ(MP4_BAD_ARGUMENT, stsd.AddEntry(nullptr));
+  EXPECT_EQ(MP4_OK, stsd.AddEntry(std::make_unique<CLine21SampleEntry>()));
+  EXPECT_EQ(MP4_OK, stsd.GetSampleEntry(1, &entry));
+  EXPECT_EQ(MP4_ZERO_INDEX, stsd.GetSampleEntry(0, &entry));
+  EXPECT_EQ(MP4_NOT_FOUND, stsd.GetSampleEntry(2, &entry));
+  EXPECT_EQ(1u, WrittenBytes(&stsd)[15]) << "the refused entry is not counted";
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,102 @@
+#include "engine/dates.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace kt::test {
+namespace {
+
+using Date = std::array<u32, 6>;
+
+Mp4Result ToDate(u64 seconds, Date* date) {
+  auto& [year, month, day, hour, minute, second] = *date;
+  return SecondsToDate(seconds, &year, &month, &day, &hour, &minute, &second);
+}
+
+Mp4Result ToSeconds(const Date& date, u64* seconds) {
+  return DateToSeconds(seconds, date[0], date[1], date[2], date[3], date[4], date[5]);
+}
+
+constexpr u64 kDay = 86400;
+constexpr u64 kFourYears = 1461 * kDay;
+constexpr u64 kEnd = 74 * kFourYears;  // the start of 2200
+
+TEST(Dates, BothWaysAtTheEdges) {
+  const struct {
+    u64 seconds;
+    Date date;
+  } cases[] = {
+      {0, {1904, 1, 1, 0, 0, 0}},
+      {59 * kDay, {1904, 2, 29, 0, 0, 0}},
+      {60 * kDay - 1, {1904, 2, 29, 23, 59, 59}},
+      {366 * kDay - 1, {1904, 12, 31, 23, 59, 59}},
+      {366 * kDay, {1905, 1, 1, 0, 0, 0}},
+      {(366 + 59) * kDay, {1905, 3, 1, 0, 0, 0}},
+      // 2100 is a leap year here, so everything behind it lies one day off the calendar.
+      {49 * kFourYears + 59 * kDay, {2100, 2, 29, 0, 0, 0}},
+      {kEnd - 1, {2199, 12, 31, 23, 59, 59}},
+  };
+  for (const auto& test : cases) {
+    Date date{};
+    u64 seconds = 1;
+    EXPECT_EQ(MP4_OK, ToDate(test.seconds, &date));
+    EXPECT_EQ(test.date, date) << test.seconds;
+    EXPECT_EQ(MP4_OK, ToSeconds(test.date, &seconds));
+    EXPECT_EQ(test.seconds, seconds);
+  }
+}
+
+TEST(Dates, EveryDayComesBack) {
+  Date before{};
+  for (u64 seconds = 0; seconds < kEnd; seconds += kDay) {
+    Date date{};
+    u64 back = 0;
+    ASSERT_EQ(MP4_OK, ToDate(seconds, &date));
+    ASSERT_LT(before, date);
+    ASSERT_EQ(MP4_OK, ToSeconds(date, &back));
+    ASSERT_EQ(seconds, back);
+    before = date;
+  }
+}
+
+// One year more can be stored than read back.
+TEST(Dates, YearLimitsDifferByOne) {
+  u64 seconds = 0;
+  Date date{1, 2, 3, 4, 5, 6};
+  EXPECT_EQ(MP4_OK, ToSeconds({2200, 1, 1, 0, 0, 0}, &seconds));
+  EXPECT_EQ(kEnd, seconds);
+  for (const u64 late : {kEnd, ~u64{0}}) EXPECT_EQ(MP4_BAD_VALUE, ToDate(late, &date));
+  EXPECT_EQ(MP4_BAD_ARGUMENT, ToSeconds({2201, 1, 1, 0, 0, 0}, &seconds));
+}
+
+TEST(Dates, LooseDatesCountAsTold) {
+  const struct {
+    Date date;
+    u64 seconds;
+  } cases[] = {
+      {{1800, 1, 1, 0, 0, 0}, 0},                   // years before the first add nothing
+      {{1904, 0, 1, 0, 0, 0}, 0},                   // nor does month 0
+      {{1905, 1, 0, 0, 0, 0}, 365 * kDay},          // day 0 is the day before
+      {{1904, 1, 0, 0, 0, 0}, 0 - kDay},            // also of the first day
+      {{1905, 2, 31, 0, 0, 0}, (366 + 61) * kDay},  // a day that the month does not have runs over
+  };
+  for (const auto& test : cases) {
+    u64 seconds = 1;
+    EXPECT_EQ(MP4_OK, ToSeconds(test.date, &seconds));
+    EXPECT_EQ(test.seconds, seconds);
+  }
+}
+
+TEST(Dates, PartsOutOfRangeStoreNothing) {
+  const Date cases[] = {{1904, 13, 1, 0, 0, 0}, {1904, 1, 32, 0, 0, 0}, {1904, 1, 1, 24, 0, 0},
+                        {1904, 1, 1, 0, 60, 0}, {1904, 1, 1, 0, 0, 60}, {0xFFFFFFFF, 1, 1, 0, 0, 0}};
+  for (const Date& date : cases) {
+    u64 seconds = 42;
+    EXPECT_EQ(MP4_BAD_ARGUMENT, ToSeconds(date, &seconds));
+    EXPECT_EQ(42u, seconds);
+  }
+}
+
+}  // namespace
+}  // namespace kt::test
