@@ -1,7 +1,7 @@
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 
+#include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/input_file.h"
@@ -22,7 +22,7 @@ void Dump(const std::string& name) {
 void AddDumpCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("dump", "Print the tree of boxes of a file");
   const auto file = std::make_shared<std::string>();
-  command->add_option("FILE", *file, "The file to read")->required();
+  AddFileArgument(*command, file.get());
   command->footer("Of a refused file the boxes ahead of the fault are printed, and the exit code is 1.");
   command->callback([file] { Dump(*file); });
 }

@@ -1,9 +1,8 @@
-#include <CLI/CLI.hpp>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/input_file.h"
@@ -74,12 +73,9 @@ void AddExtractCommand(CLI::App& program) {
   CLI::App* command =
       program.add_subcommand("extract", "Write the bytes of all samples of a track to a file");
   const auto arguments = std::make_shared<ExtractArguments>();
-  command->add_option("--track", arguments->track, "Which track, counted from 1")
-      ->required()
-      ->check(CLI::Range(1U, UINT32_MAX))
-      ->type_name("N");
-  command->add_option("FILE", arguments->file, "The file to read")->required();
-  command->add_option("OUT", arguments->output, "The file to write")->required();
+  AddTrackOption(*command, &arguments->track);
+  AddFileArgument(*command, &arguments->file);
+  command->add_option("OUT", arguments->output, "The file to write")->required()->type_name("");
   command->footer(
       "The samples stand one after the other, as they are, without headers. OUT gets its name only when it "
       "is\n"

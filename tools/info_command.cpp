@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <array>
 #include <cstdio>
 #include <iterator>
@@ -10,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/input_file.h"
@@ -247,7 +247,7 @@ void AddInfoCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("info", "Tell what a file and its tracks are");
   const auto arguments = std::make_shared<InfoArguments>();
   command->add_flag("--json", arguments->json, "Print one line of JSON instead of text");
-  command->add_option("FILE", arguments->file, "The file to read")->required();
+  AddFileArgument(*command, &arguments->file);
   command->footer(
       "A track that cannot be opened is listed with its result. With --json a refused file gives\n"
       "{\"file\":...,\"result\":6,...} on standard output as well as the message and exit code 1.");

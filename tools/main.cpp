@@ -18,6 +18,14 @@ std::string CommandName(const CLI::App& program) {
   return commands.empty() ? "ktmp4" : "ktmp4 " + commands.front()->get_name();
 }
 
+// What is wrong with the arguments. Of a command that does not exist the parser only says that one is
+// missing.
+std::string WrongUse(const CLI::App& program, const std::string& message, const char* first) {
+  const bool isCommand = program.get_subcommands().empty() && first != nullptr && first[0] != '-';
+  const std::string text = isCommand ? "there is no command " + kt::Quoted(first) : message;
+  return text + " (see " + CommandName(program) + " --help)";
+}
+
 int Report(const CLI::App& program, const std::string& text, ExitCode code) {
   // What went to standard output belongs before the line that ends it.
   std::fflush(stdout);
@@ -29,7 +37,7 @@ void SetUp(CLI::App& program) {
   program.name("ktmp4");
   program.require_subcommand(1);
   program.set_version_flag("--version", "ktmp4 " KTMP4_VERSION, "Print the version and exit");
-  program.set_help_flag("--help", "Print this help and exit");
+  program.set_help_flag("-h,--help", "Print this help and exit");
   program.footer(
       "\"ktmp4 COMMAND --help\" tells more about a command. The exit code is 0, 1 when the work could not be "
       "done,\n"
@@ -54,8 +62,7 @@ int main(int argc, char** argv) {
     program.exit(wish);
     return kDone;
   } catch (const CLI::ParseError& error) {
-    return Report(program, std::string(error.what()) + " (see " + CommandName(program) + " --help)",
-                  kWrongUse);
+    return Report(program, WrongUse(program, error.what(), argv[1]), kWrongUse);
   } catch (const kt::Interrupted& interrupted) {
     Report(program, "interrupted", kFailed);
     kt::EndBySignal(interrupted.signalNumber);

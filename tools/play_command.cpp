@@ -257,7 +257,9 @@ void AddPlayCommand(CLI::App& program) {
   command->add_flag("--realtime", arguments->realtime, "Deliver each sample when its time has come");
   command->add_flag("--extract", arguments->extract, "Extractor use: samples are delivered empty");
   command->add_flag("--quiet", arguments->quiet, "Print what was loaded and the summary, no samples");
-  command->add_option("FILE|URL", arguments->name, "The file to play, or a ktmp4file:// URL")->required();
+  command->add_option("FILE|URL", arguments->name, "The file to play, or a ktmp4file:// URL")
+      ->required()
+      ->type_name("");
   command->footer(
       "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the "
       "start\n"

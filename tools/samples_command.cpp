@@ -1,10 +1,9 @@
-#include <CLI/CLI.hpp>
 #include <charconv>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/input_file.h"
@@ -72,11 +71,8 @@ void Samples(const SamplesArguments& arguments) {
 void AddSamplesCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("samples", "List the samples of a track as CSV");
   const auto arguments = std::make_shared<SamplesArguments>();
-  command->add_option("--track", arguments->track, "Which track, counted from 1")
-      ->required()
-      ->check(CLI::Range(1U, UINT32_MAX))
-      ->type_name("N");
-  command->add_option("FILE", arguments->file, "The file to read")->required();
+  AddTrackOption(*command, &arguments->track);
+  AddFileArgument(*command, &arguments->file);
   command->footer(
       "Columns: sample (counted from 1), size (bytes), dts and cts (decoding and composition time in ticks "
       "of the\n"
