@@ -1,0 +1,231 @@
+// What `extract` writes, and what it leaves behind when it cannot.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "support/movie_builder.h"
+#include "tools/program.h"
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+#endif
+
+namespace kt::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> Extract(const std::string& file, const std::string& output) {
+  return {"extract", "--track", "1", file, output};
+}
+
+void WriteOld(const std::string& name) {
+  std::ofstream(name) << "old";
+}
+
+TEST(Extract, WritesAllSamplesOneAfterTheOther) {
+  const TempFolder folder;
+  const std::string output = folder / "two words";
+  OpenedMovie movie(ReadFile(Media("bframes-aac.mp4")));
+  for (const u32 index : {1u, 2u}) {
+    const auto track = movie.OpenTrack(index);
+    u32 count = 0;
+    ASSERT_EQ(track->GetSampleCount(&count), MP4_OK);
+    std::vector<u8> expected;
+    for (u32 sample = 1; sample <= count; ++sample) {
+      u32 size = 0;
+      std::vector<u8> bytes(50000);
+      ASSERT_EQ(track->ReadSample(sample, 50000, &size, bytes.data()), MP4_OK);
+      expected.insert(expected.end(), bytes.begin(), bytes.begin() + size);
+    }
+    // The second round replaces what the first has written.
+    const Outcome outcome =
+        RunProgram({"extract", "--track", std::to_string(index), Media("bframes-aac.mp4"), output});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(outcome.out + outcome.err, "");
+    EXPECT_TRUE(ReadFile(output) == expected) << "track " << index;
+    EXPECT_EQ(folder.Names(), std::vector<std::string>{"two words"});
+  }
+}
+
+TEST(Extract, OfATrackWithoutSamplesIsAnEmptyFile) {
+  const TempFolder folder;
+  Track track;
+  track.stts = Stts({});
+  track.stsz = Stsz({});
+  track.stsc = Stsc({});
+  track.chunkOffsets = Stco({});
+  const TempFile file(MovieOf(track).Build());
+  EXPECT_EQ(RunProgram(Extract(file.Name(), folder / "out")).exitCode, 0);
+  EXPECT_EQ(fs::file_size(folder / "out"), 0u);
+}
+
+// What was there before stays, nothing else stays, and the line names the sample.
+TEST(Extract, ThatFailsLeavesTheOldFile) {
+  const TempFolder folder;
+  WriteOld(folder / "out");
+  Track track;
+  track.chunkOffsets = Stco({24, 0x7FFFFFFF});
+  const TempFile file(MovieOf(track).Build());
+  const Outcome outcome = RunProgram(Extract(file.Name(), folder / "out"));
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_NE(outcome.err.find("cannot read sample 3 of track 1"), std::string::npos) << outcome.err;
+  EXPECT_EQ(ReadText(folder / "out"), "old");
+  EXPECT_EQ(folder.Names(), std::vector<std::string>{"out"});
+}
+
+// A sample of 4 GiB in a file of some hundred bytes: no memory is asked for it.
+TEST(Extract, RefusesASampleLargerThanTheFile) {
+  const TempFolder folder;
+  Track track;
+  track.stsz = ConstantStsz(0xFFFFFFF0, 4);
+  const TempFile file(MovieOf(track).Build());
+  std::string command = CommandLine(Extract(file.Name(), folder / "out"));
+#ifndef _WIN32
+  if (!std::getenv("ASAN_OPTIONS")) command = "ulimit -v 1000000 2>/dev/null; " + command;
+#endif
+  const Outcome outcome = RunShell("(" + command + ")");
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_NE(outcome.err.find("cannot read sample 1 of track 1"), std::string::npos) << outcome.err;
+  EXPECT_TRUE(folder.Names().empty());
+}
+
+TEST(Extract, RefusesWhatItMustNotReplace) {
+  const TempFolder folder;
+  const std::string file = folder / "movie.3gp";
+  fs::copy_file(Media("h263.3gp"), file);
+  fs::create_directory(folder / "folder");
+  fs::create_hard_link(file, folder / "second name");
+  struct Row {
+    std::string output;
+    const char* fragment;
+  };
+  std::vector<Row> rows = {
+      {file, "it is the file that is being read"},
+      {folder / "folder/../movie.3gp", "it is the file that is being read"},
+      {folder / "second name", "it is the file that is being read"},
+      {folder / "folder", "it is a directory"},
+      {folder / "no folder/out", "No such file or directory"},
+      {folder / "new/", "it is the name of a directory"},
+      {"", "cannot write \"\""},
+  };
+#ifndef _WIN32
+  fs::create_symlink("movie.3gp", folder / "link");
+  rows.push_back({folder / "link", "it is the file that is being read"});
+  rows.push_back({"/dev/null", "it is no regular file"});
+  ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+  rows.push_back({folder / "fifo", "it is no regular file"});
+#endif
+  const std::vector<std::string> before = folder.Names();
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.output);
+    const Outcome outcome = RunProgram(Extract(file, row.output));
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.err.find("ktmp4 extract: cannot write \"" + row.output + "\": "), 0u) << outcome.err;
+    EXPECT_NE(outcome.err.find(row.fragment), std::string::npos) << outcome.err;
+    EXPECT_EQ(Lines(outcome.err).size(), 1u);
+    EXPECT_EQ(folder.Names(), before);
+  }
+  EXPECT_TRUE(ReadFile(file) == ReadFile(Media("h263.3gp")));
+}
+
+#ifndef _WIN32
+
+TEST(Extract, GoesThroughALinkAndKeepsThePermissions) {
+  const TempFolder folder;
+  WriteOld(folder / "real");
+  fs::permissions(folder / "real", fs::perms::owner_read | fs::perms::owner_write);
+  fs::create_symlink("real", folder / "link");
+  EXPECT_EQ(RunProgram(Extract(Media("h263.3gp"), folder / "link")).exitCode, 0);
+  EXPECT_TRUE(fs::is_symlink(folder / "link"));
+  EXPECT_EQ(fs::status(folder / "real").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(fs::file_size(folder / "real"), 63638u);
+}
+
+TEST(Extract, RespectsAFileThatMayNotBeWritten) {
+  if (geteuid() == 0) GTEST_SKIP() << "root may write everything";
+  const TempFolder folder;
+  WriteOld(folder / "out");
+  fs::permissions(folder / "out", fs::perms::owner_read);
+  const Outcome outcome = RunProgram(Extract(Media("h263.3gp"), folder / "out"));
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_NE(outcome.err.find("Permission denied"), std::string::npos) << outcome.err;
+  EXPECT_EQ(ReadText(folder / "out"), "old");
+}
+
+// A limit on the size of files stands in for a disk that is full.
+TEST(Extract, CleansUpWhenTheDiskIsFull) {
+  const TempFolder folder;
+  WriteOld(folder / "out");
+  const Outcome outcome = RunShell("(trap '' XFSZ; ulimit -f 16; " +
+                                   CommandLine(Extract(Media("h263.3gp"), folder / "out")) + ")");
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_NE(outcome.err.find("cannot write \"" + (folder / "out") + "\": File too large"), std::string::npos)
+      << outcome.err;
+  EXPECT_EQ(ReadText(folder / "out"), "old");
+  EXPECT_EQ(folder.Names(), std::vector<std::string>{"out"});
+}
+
+// A movie of 1 GiB, most of it a hole, so that there is time to interrupt its extraction.
+void MakeLongMovie(const std::string& name) {
+  constexpr u32 kSampleSize = 4096, kCount = 1u << 18;
+  Track track;
+  track.stts = Stts({{kCount, 10}});
+  track.stsz = ConstantStsz(kSampleSize, kCount);
+  track.stsc = Stsc({{1, kCount}});
+  Movie movie;
+  track.chunkOffsets = Stco({movie.ftyp.size() + 8});
+  movie.tracks = {track};
+  const u32 mediaSize = kSampleSize * kCount;
+  movie.mdat = WithDeclaredSize(Box("mdat"), 8 + mediaSize);
+  const Bytes whole = movie.Build();
+  const std::size_t head = movie.ftyp.size() + movie.mdat.size();
+  std::ofstream stream(name, std::ios::binary);
+  const char* bytes = reinterpret_cast<const char*>(whole.data());
+  stream.write(bytes, static_cast<std::streamsize>(head));
+  stream.seekp(mediaSize, std::ios::cur);
+  stream.write(bytes + head, static_cast<std::streamsize>(whole.size() - head));
+}
+
+class InterruptTest : public ::testing::TestWithParam<int> {};
+
+// The work so far goes, what was there before stays, and the shell sees which signal it was.
+TEST_P(InterruptTest, LeavesNothingBehind) {
+  const TempFolder folder, input;
+  WriteOld(folder / "out");
+  MakeLongMovie(input / "long.mp4");
+  const std::string file = input / "long.mp4", output = folder / "out", err = input / "err";
+  const pid_t child = fork();
+  ASSERT_NE(child, -1);
+  if (child == 0) {
+    if (!std::freopen(err.c_str(), "w", stderr)) _exit(125);
+    execl(KTMP4_PROGRAM, "ktmp4", "extract", "--track", "1", file.c_str(), output.c_str(), nullptr);
+    _exit(126);
+  }
+  int status = 0;
+  // As soon as a second file stands in the folder the samples are on their way.
+  while (folder.Names().size() < 2 && waitpid(child, &status, WNOHANG) == 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  ASSERT_EQ(folder.Names().size(), 2u)
+      << "it came to an end before it could be interrupted: " << ReadText(err);
+  kill(child, GetParam());
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == GetParam()) << status;
+  EXPECT_EQ(ReadText(err), "ktmp4 extract: interrupted\n");
+  EXPECT_EQ(ReadText(output), "old");
+  EXPECT_EQ(folder.Names(), std::vector<std::string>{"out"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, InterruptTest, ::testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+#endif
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,164 @@
+// What dump, info and samples tell of files that open.
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/movie_builder.h"
+#include "tools/program.h"
+
+namespace kt::test {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+Json InfoOf(const std::string& file) {
+  const Outcome outcome = RunProgram({"info", "--json", file});
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_EQ(outcome.err, "");
+  return Json::parse(outcome.out);
+}
+
+TEST(Info, TellsScriptsWhatTheTracksAre) {
+  const std::string file = Media("bframes-aac.mp4");
+  const Json expected = Json::parse(R"({
+    "result": 0, "fileType": 0, "created": "1904-01-01T00:00:00", "movieTimeScale": 1000, "tracks": [
+      {"index": 1, "result": 0, "id": 1, "kind": 1, "format": 1, "samples": 100, "timeScale": 12800,
+       "duration": 4000, "width": 176, "height": 144,
+       "decoderInfo": "000001b0f1000001b5a913000001000000012008d48d0800cd05841214183f"},
+      {"index": 2, "result": 0, "id": 2, "kind": 2, "format": 2, "samples": 174, "timeScale": 44100,
+       "duration": 4000, "sampleRate": 44100, "channels": 2, "decoderInfo": "121056e500"}]})");
+  Json json = InfoOf(file);
+  EXPECT_EQ(json.at("file"), file);
+  json.erase("file");
+  EXPECT_EQ(json, expected) << json.dump(2);
+}
+
+TEST(Info, TellsPeopleTheSameInWords) {
+  Movie movie;
+  movie.mvhd = Mvhd(1000, 24 * 3600);
+  const TempFile file(movie.Build());
+  const Outcome outcome = RunProgram({"info", file.Name()});
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  for (const char* line : {"Created           1904-01-02 00:00:00\n", "  kind            1 video\n",
+                           "  duration        40 movie ticks = 0.040 s\n",
+                           "  picture         320 x 240 pixels\n", "  decoder info    d0d1\n"}) {
+    EXPECT_NE(outcome.out.find(line), std::string::npos) << line << outcome.out;
+  }
+}
+
+// One bad track hides neither the other nor itself.
+TEST(Info, ListsATrackThatDoesNotOpen) {
+  std::vector<u8> bytes = ReadFile(Media("bframes-aac.mp4"));
+  Put(bytes, LastCode(bytes, "stsz"), Bytes().Text("what"));
+  const TempFile file(bytes);
+  const Json tracks = InfoOf(file.Name()).at("tracks");
+  ASSERT_EQ(tracks.size(), 2u);
+  EXPECT_EQ(tracks[0].at("samples"), 100);
+  EXPECT_EQ(tracks[1].at("index"), 2);
+  EXPECT_EQ(tracks[1].at("result"), 3);
+  EXPECT_EQ(tracks[1].at("resultName"), "MP4_NOT_FOUND");
+  const Outcome text = RunProgram({"info", file.Name()});
+  EXPECT_NE(text.out.find("MP4_NOT_FOUND (3)"), std::string::npos) << text.out;
+}
+
+#ifndef _WIN32
+TEST(Info, TakesAnyFileName) {
+  const TempFolder folder;
+  for (const char* name :
+       {"two words.mp4", "Grüße 映画.mp4", "-dash.mp4", "it's \"quoted\".mp4", "not utf-8 \xE9.mp4"}) {
+    const std::string file = folder / name;
+    fs::copy_file(Media("aac.m4a"), file);
+    EXPECT_EQ(InfoOf(file).at("tracks").size(), 1u) << name;
+  }
+  EXPECT_EQ(
+      RunShell("cd " + ShellWord(folder.Name()) + " && " + CommandLine({"info", "--", "-dash.mp4"})).exitCode,
+      0);
+}
+#endif
+
+struct MediaTrack {
+  const char* name;
+  u32 track;
+};
+
+class SamplesTest : public ::testing::TestWithParam<MediaTrack> {};
+
+TEST_P(SamplesTest, AreWhatTheLibrarySays) {
+  OpenedMovie movie(ReadFile(Media(GetParam().name)));
+  const auto track = movie.OpenTrack(GetParam().track);
+  u32 count = 0;
+  ASSERT_EQ(track->GetSampleCount(&count), MP4_OK);
+  std::string expected = "sample,size,dts,cts,sync\n";
+  for (u32 sample = 1; sample <= count; ++sample) {
+    u32 size = 0, sync = 0;
+    u64 decodingTime = 0, compositionTime = 0;
+    ASSERT_EQ(track->GetSampleSize(sample, &size), MP4_OK);
+    ASSERT_EQ(track->GetSampleDecodingTime(sample, &decodingTime), MP4_OK);
+    ASSERT_EQ(track->GetSampleCompositionTime(sample, &compositionTime), MP4_OK);
+    ASSERT_EQ(track->FindSyncSample(compositionTime, &sync), MP4_OK);
+    expected += std::to_string(sample) + "," + std::to_string(size) + "," + std::to_string(decodingTime) +
+                "," + std::to_string(compositionTime) + "," + (sync == sample ? "1" : "0") + "\n";
+  }
+  const Outcome outcome =
+      RunProgram({"samples", "--track", std::to_string(GetParam().track), Media(GetParam().name)});
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Media, SamplesTest,
+                         ::testing::Values(MediaTrack{"bframes-aac.mp4", 1}, MediaTrack{"bframes-aac.mp4", 2},
+                                           MediaTrack{"h263.3gp", 1}, MediaTrack{"aac.m4a", 1}));
+
+// No sync sample ahead of it: not a failure, only no sync sample.
+TEST(Samples, AheadOfTheFirstSyncSampleAreNone) {
+  Track track;
+  track.stss = Stss({3});
+  const TempFile file(MovieOf(track).Build());
+  const Outcome outcome = RunProgram({"samples", "--track", "1", file.Name()});
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  EXPECT_EQ(outcome.out, "sample,size,dts,cts,sync\n1,1,0,0,0\n2,2,10,10,0\n3,3,20,20,1\n4,4,30,30,0\n");
+}
+
+// More times than sizes: what can be told is told, and the line says where it ended.
+TEST(Samples, ThatCannotBeToldEndTheList) {
+  Track track;
+  track.stsz = Stsz({1, 2});
+  const TempFile file(MovieOf(track).Build());
+  const Outcome outcome = RunProgram({"samples", "--track", "1", file.Name()});
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_EQ(Lines(outcome.out).size(), 3u);
+  EXPECT_NE(outcome.err.find("size of sample 3"), std::string::npos) << outcome.err;
+}
+
+// A cost per sample that grows with the sample's number would keep this running for an hour.
+TEST(Samples, OfALongTrackTakeNoTime) {
+  constexpr u32 kCount = 1'000'000;
+  Track track;
+  track.stts = Stts({{kCount, 10}});
+  track.stsz = ConstantStsz(1, kCount);
+  track.stsc = Stsc({{1, kCount}});
+  track.chunkOffsets = Stco({24});
+  Bytes sync;
+  for (u32 sample = 1; sample <= kCount; sample += 10) sync.U32(sample);
+  track.stss = TableBox("stss", kCount / 10, sync);
+  const TempFile file(MovieOf(track).Build());
+  const Outcome outcome = RunProgram({"samples", "--track", "1", file.Name()});
+  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+  const std::string last = "1000000,1,9999990,9999990,0\n";
+  ASSERT_GT(outcome.out.size(), last.size());
+  EXPECT_EQ(outcome.out.substr(outcome.out.size() - last.size()), last);
+}
+
+TEST(Dump, IsTheTreeOfBoxes) {
+  const Outcome outcome = RunProgram({"dump", Media("h263.3gp")});
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_EQ(outcome.err, "");
+  for (const char* text : {"Box type = ftyp  Size = 28\n", "      Box type = mdhd  Size = 32\n"}) {
+    EXPECT_NE(outcome.out.find(text), std::string::npos) << text;
+  }
+}
+
+}  // namespace
+}  // namespace kt::test
