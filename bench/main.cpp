@@ -37,8 +37,7 @@ struct Plan {
 benchmark::internal::Benchmark* Register(const Plan& plan, const std::string& name, auto body) {
   return benchmark::RegisterBenchmark(name.c_str(), body)
       ->Unit(benchmark::kMillisecond)
-      ->Repetitions(plan.Repetitions())
-      ->DisplayAggregatesOnly();
+      ->Repetitions(plan.Repetitions());
 }
 
 // Opening alone is timed; closing is not what a viewer waits for.
@@ -144,7 +143,7 @@ void PrintComparison(const CRatioReporter& report, const std::string& film) {
   constexpr double kMilli = 1e3;
   constexpr double kNano = 1e9;
 
-  std::printf("\n%-46s %10s %10s %-10s %6s\n", "", "ktmp4", "libavformat", "", "ratio");
+  std::printf("\n%-46s %10s %11s %-10s %5s\n", "", "ktmp4", "libavformat", "", "ratio");
   const auto median = [&](const char* name) { return report.Median(name); };
   PrintRatio("open and bind all tracks", median("open/ktmp4"), median("open/libavformat"), kMilli, "ms");
   const double peerRead = median("read/libavformat");
@@ -160,7 +159,7 @@ void PrintComparison(const CRatioReporter& report, const std::string& film) {
              kNano / kSeeks, "ns/seek");
   PrintRatio("heap after opening", static_cast<double>(ours), static_cast<double>(theirs), 1e-6, "MB");
 
-  std::printf("\n%-46s %10s %10s %-10s %6s\n", "ktmp4, cost of a sample", "last", "first", "", "ratio");
+  std::printf("\n%-46s %10s %11s %-10s %5s\n", "ktmp4, cost of a sample", "last", "first", "", "ratio");
   PrintRatio("delivered, of the film's pictures", median("deliver/last samples"),
              median("deliver/first samples"), kNano / kRange, "ns/sample");
   for (const u32 length : kChunkLengths) {

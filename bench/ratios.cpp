@@ -9,10 +9,14 @@ void CRatioReporter::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
     m_failed = m_failed || run.error_occurred;
     if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-    m_seconds[run.run_name.function_name].push_back(run.real_accumulated_time /
+    m_seconds[run.run_name.function_name].push_back(run.cpu_accumulated_time /
                                                     static_cast<double>(run.iterations));
   }
-  ConsoleReporter::ReportRuns(runs);
+  // The aggregates say it shorter; a benchmark that runs once has none.
+  if (runs.empty() || runs.front().run_type == Run::RT_Aggregate || runs.front().repetitions == 1 ||
+      m_failed) {
+    ConsoleReporter::ReportRuns(runs);
+  }
 }
 
 double CRatioReporter::Median(const std::string& name) const {

@@ -11,9 +11,12 @@ namespace kt {
 /// Prints what Google Benchmark prints, and keeps each benchmark's times for the comparison at the end.
 class CRatioReporter : public benchmark::ConsoleReporter {
  public:
+  CRatioReporter() : ConsoleReporter(OO_Tabular) {}
+
   void ReportRuns(const std::vector<Run>& runs) override;
 
-  /// Median of the repetitions in seconds; 0 when the benchmark did not run.
+  /// Median of the repetitions in seconds of processor time, which a busy machine disturbs less than the
+  /// clock's; 0 when the benchmark did not run.
   double Median(const std::string& name) const;
   bool HasFailed() const { return m_failed; }
 
