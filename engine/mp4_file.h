@@ -22,6 +22,9 @@ class CMp4File {
   /// `Mp4FileType`; a read file of brand "3gp4" or "3gp5" becomes MP4_TYPE_3GP whatever was asked. Reading
   /// parses the whole tree, sample tables included, and leaves the media data alone.
   ///
+  /// Writing is not available yet: MP4_NOT_READY, with whatever stands under that name left alone. Nor are
+  /// hint tracks, the scene and the session description, whose operations answer the same.
+  ///
   /// MP4_NOT_FOUND when already open or when the file has no "moov"; MP4_BAD_ARGUMENT for a null name or a
   /// bad mode or type; MP4_FILE_IO when the file does not open, is no regular file, or is cut; MP4_CORRUPT,
   /// MP4_BAD_BOX, MP4_BAD_DESCRIPTOR, MP4_DESCRIPTOR_OVERRUN and others when a box is refused. After a

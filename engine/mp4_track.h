@@ -53,8 +53,8 @@ class CMp4Track {
   virtual Mp4Result GetDecoderSpecificInfo(u32 entryIndex, u32 bufferSize, u32* size, void* buffer) = 0;
   virtual Mp4Result GetDecoderSpecificInfoSize(u32 entryIndex, u32* size) = 0;
   /// Reads a sample's bytes. `*size` takes the sample's size, also with MP4_BUFFER_TOO_SMALL, when the file
-  /// is not touched. MP4_FILE_IO or MP4_END_OF_FILE when the file is shorter than its tables say,
-  /// MP4_CORRUPT for chunks of 0 samples.
+  /// is not touched. MP4_FILE_IO when the file is shorter than its tables say, MP4_CORRUPT for chunks of 0
+  /// samples.
   virtual Mp4Result ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buffer) = 0;
   /// Size in bytes.
   virtual Mp4Result GetSampleSize(u32 sample, u32* size) = 0;
