@@ -1,0 +1,202 @@
+// Presents the input as a file, opens it and asks everything that a reader can ask: every track's facts, its
+// samples, their times, the three searches, the dump. Linux only: the file is one in memory.
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/mp4_file.h"
+
+namespace {
+
+using namespace kt;
+
+constexpr u32 kMaxTracks = 40;
+constexpr u32 kFirstSamples = 300;
+constexpr u32 kLastSamples = 20;
+constexpr u32 kMaxSampleBuffer = 1 << 17;
+
+// What an operation answers is of no interest here; that it comes back is.
+void Ignore(Mp4Result /*result*/) {}
+
+void Require(bool condition, const char* what) {
+  if (condition) return;
+  std::fprintf(stderr, "broken: %s\n", what);
+  std::abort();
+}
+
+int MemoryFile() {
+  static const int file = memfd_create("ktmp4-fuzz", 0);
+  Require(file >= 0, "memory file");
+  return file;
+}
+
+// The dump is made and thrown away.
+void SilenceStandardOutput() {
+  static const bool done = std::freopen("/dev/null", "w", stdout) != nullptr;
+  Require(done, "standard output");
+}
+
+void Provide(const u8* data, std::size_t size) {
+  Require(ftruncate(MemoryFile(), 0) == 0, "truncate");
+  Require(pwrite(MemoryFile(), data, size, 0) == static_cast<ssize_t>(size), "write");
+}
+
+template <class Source>
+void AskCopyrights(Source* source) {
+  for (const u32 index : {0u, 1u, 2u}) {
+    char language[3];
+    u32 size = 0;
+    if (source->GetCopyright(language, nullptr, &size, index) != MP4_OK) continue;
+    const auto notice = std::make_unique<char[]>(size);
+    Ignore(source->GetCopyright(language, notice.get(), &size, index));
+    Require(size == 0 || notice[size - 1] == 0, "a notice ends with a zero byte");
+  }
+}
+
+template <class Source>
+void AskDate(Source* source) {
+  u32 part[6] = {};
+  Ignore(source->GetCreationDate(&part[0], &part[1], &part[2], &part[3], &part[4], &part[5]));
+}
+
+void AskFacts(CMp4Track* track) {
+  u16 narrow[2] = {};
+  u32 wide[2] = {};
+  u64 duration = 0;
+  Ignore(track->GetTrackType(&wide[0]));
+  Ignore(track->GetSampleFormat(&wide[0]));
+  Ignore(track->GetTrackId(&wide[0]));
+  Ignore(track->GetTimeScale(&wide[0]));
+  Ignore(track->GetDuration(&duration));
+  Ignore(track->GetDimensions(&wide[0], &wide[1]));
+  Ignore(track->GetVideoSize(&narrow[0], &narrow[1]));
+  Ignore(track->GetChannelCount(&narrow[0]));
+  Ignore(track->GetSampleRate(&wide[0]));
+  AskDate(track);
+  AskCopyrights(track);
+  for (const u32 entry : {0u, 1u, 2u, 3u}) {
+    u32 size = 0;
+    if (track->GetDecoderSpecificInfoSize(entry, &size) != MP4_OK) continue;
+    const auto info = std::make_unique<u8[]>(size);
+    Ignore(track->GetDecoderSpecificInfo(entry, size, &size, info.get()));
+    if (size > 0) Ignore(track->GetDecoderSpecificInfo(entry, size - 1, &size, info.get()));
+  }
+}
+
+void ReadSample(CMp4Track* track, u32 sample) {
+  u32 size = 0;
+  if (track->GetSampleSize(sample, &size) != MP4_OK) size = 0;
+  // Exactly as large as the sample, so that a byte too much is seen.
+  const u32 capacity = std::min(size, kMaxSampleBuffer);
+  const auto buffer = std::make_unique<u8[]>(capacity);
+  u32 read = 0;
+  if (track->ReadSample(sample, capacity, &read, buffer.get()) == MP4_OK) {
+    Require(read == size, "a sample that was read has the size that was told");
+  }
+}
+
+void AskTimes(CMp4Track* track, u32 sample, std::vector<u64>* times) {
+  u64 decoding = 0;
+  u64 composition = 0;
+  u64 again = 0;
+  const Mp4Result result = track->GetSampleDecodingTime(sample, &decoding);
+  if (result == MP4_OK) times->push_back(decoding);
+  if (track->GetSampleCompositionTime(sample, &composition) == MP4_OK) times->push_back(composition);
+  Require(track->GetSampleDecodingTime(sample, &again) == result, "asking twice gives the same answer");
+  Require(again == decoding, "asking twice gives the same time");
+}
+
+void Search(CMp4Track* track, u64 time) {
+  u32 sample = 0;
+  Ignore(track->FindSampleByCompositionTime(time, &sample));
+  Ignore(track->FindSyncSample(time, &sample));
+  Ignore(track->FindSampleByDecodingTime(time, &sample));
+}
+
+std::vector<u32> SamplesOfInterest(u32 count) {
+  std::vector<u32> samples;
+  for (u32 sample = 0; sample <= std::min(count, kFirstSamples); ++sample) samples.push_back(sample);
+  for (u32 back = 0; back < std::min(count, kLastSamples); ++back) samples.push_back(count - back);
+  for (const u32 sample : {count / 2, count + 1, 0x7FFFFFFFu, 0xFFFFFFFEu, 0xFFFFFFFFu, 1u}) {
+    samples.push_back(sample);
+  }
+  return samples;
+}
+
+void Exercise(CMp4Track* track) {
+  AskFacts(track);
+  u32 count = 0;
+  Ignore(track->GetSampleCount(&count));
+  std::vector<u64> times = {0, 1, 0x7FFFFFFF, 0xFFFFFFFF, ~u64{0} >> 1, ~u64{0}};
+  for (const u32 sample : SamplesOfInterest(count)) {
+    ReadSample(track, sample);
+    AskTimes(track, sample, &times);
+  }
+  const std::size_t step = times.size() / 60 + 1;
+  for (std::size_t i = 0; i < times.size(); i += step) {
+    Search(track, times[i]);
+    Search(track, times[i] - 1);
+    Search(track, times[times.size() - 1 - i] + 1);
+  }
+}
+
+void AskFile(CMp4File* file) {
+  u32 value = 0;
+  Ignore(file->IsOpen(&value));
+  Ignore(file->GetMovieTimeScale(&value));
+  Ignore(file->GetFileType(&value));
+  AskDate(file);
+  AskCopyrights(file);
+  char text[64];
+  Ignore(file->GetMovieSdp(text, sizeof(text)));
+  CMp4HintTrack* hint = nullptr;
+  Require(file->OpenHintTrack(1, &hint) != MP4_OK && hint == nullptr, "hint tracks are not available");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
+  SilenceStandardOutput();
+  Provide(data, size);
+  const std::string name = "/proc/self/fd/" + std::to_string(MemoryFile());
+  CMp4File* made = nullptr;
+  Require(CreateMp4File(&made) == MP4_OK, "create");
+  const std::unique_ptr<CMp4File> file(made);
+  Ignore(file->SetTraceLevel(size & 1));
+  const Mp4Result opened = file->Open(name.c_str(), MP4_MODE_READ, static_cast<u32>(size % 3));
+  AskFile(file.get());
+  // A refused file has a partial tree, of which tracks can still be asked for.
+  u32 count = 0;
+  Ignore(file->GetTrackCount(&count));
+  std::vector<CMp4Track*> left;
+  for (u32 index = 0; index <= std::min(count, kMaxTracks) + 1; ++index) {
+    CMp4Track* track = nullptr;
+    if (file->OpenTrack(index, &track) != MP4_OK) continue;
+    Exercise(track);
+    if (index % 2 == 0) {
+      Require(file->CloseTrack(track) == MP4_OK, "a track that is read closes");
+    } else {
+      left.push_back(track);
+    }
+  }
+  Ignore(file->Dump());
+  Require(file->Close() == (opened == MP4_OK ? MP4_OK : MP4_NOT_FOUND), "close");
+  // Tracks outlive a file that was closed.
+  for (CMp4Track* track : left) {
+    if (opened == MP4_OK) {
+      u64 time = 0;
+      Require(track->GetSampleDecodingTime(1, &time) == MP4_NOT_READY, "a track without a file");
+    }
+    AskFacts(track);
+    Require(file->CloseTrack(track) == MP4_OK, "a track that was left closes");
+  }
+  return 0;
+}

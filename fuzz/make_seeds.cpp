@@ -1,0 +1,132 @@
+// Writes the seeds that no other program makes: files with every box that the reader knows, and descriptors.
+// ktmp4_make_seeds FOLDER fills FOLDER/file and FOLDER/descriptor.
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "support/movie_builder.h"
+
+namespace {
+
+using namespace kt;
+using namespace kt::test;
+
+void Save(const std::filesystem::path& path, const Bytes& bytes) {
+  std::filesystem::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+Bytes InitialObjectDescriptor() {
+  return Descriptor(16,
+                    Bytes().U16(0x004F).Add({0xFF, 0xFF, 15, 3, 0xFF}).Add(Descriptor(14, Bytes().U32(1))));
+}
+
+Bytes EsDescriptor() {
+  const Bytes esds = Esds(0x40, 5, {0x12, 0x10});
+  return Bytes(esds.begin() + 12, esds.end());
+}
+
+// B-frames, a start delay, sync samples, large offsets, notices.
+Track FullVideo() {
+  Track track;
+  track.tkhd = Tkhd(2, 320, 240, 400);
+  track.edts = Edts({{30, -1}, {400, 0}});
+  track.stts = Stts({{2, 10}, {3, 20}, {1, 0}});
+  track.ctts = Ctts({{1, 20}, {1, 40}, {2, 0}, {2, 10}});
+  track.stss = Stss({1, 4});
+  track.stsz = Stsz({1, 2, 3, 1, 2, 1});
+  track.stsc = Stsc({{1, 2}, {2, 1}, {4, 2}});
+  track.chunkOffsets = Co64({24, 27, 30, 31});
+  track.udta = Udta({Cprt("eng", "mine"), Cprt("deu", "")});
+  return track;
+}
+
+Track Sound(const Bytes& entry) {
+  Track track;
+  track.tkhd = Tkhd(3, 0, 0, 40);
+  track.hdlr = Hdlr("soun");
+  track.mediaHeader = Smhd();
+  track.stsd = Stsd({entry});
+  track.stsz = ConstantStsz(2, 5);
+  track.stts = Stts({{5, 1024}});
+  track.stsc = Stsc({{1, 5}});
+  track.chunkOffsets = Stco({24});
+  return track;
+}
+
+// A track that carries neither pictures nor sound, with references to others.
+Track Other(std::string_view handler, const Bytes& mediaHeader, const Bytes& entry) {
+  Track track = Sound(entry);
+  track.hdlr = Hdlr(handler);
+  track.mediaHeader =
+      Bytes(mediaHeader)
+          .Add(Box("dinf", {FullBox("dref", 0, 0,
+                                    Bytes()
+                                        .U32(2)
+                                        .Add(FullBox("url ", 0, 1))
+                                        .Add(FullBox("urn ", 0, 0, Bytes().Text("a").U8(0))))}));
+  track.edts = Box("tref", {Box("mpod", Bytes().U32s({1, 2})), Box("hint", Bytes().U32(1))});
+  return track;
+}
+
+void SaveFiles(const std::filesystem::path& folder) {
+  Save(folder / "plain-video", Movie().Build());
+  Save(folder / "video-with-everything", MovieOf(FullVideo()).Build());
+  Movie sounds;
+  const Bytes damr = Box("damr", Bytes().Text("KTMP").Zeros(5));
+  sounds.tracks = {Sound(AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, {0x12, 0x10}))),
+                   Sound(AudioEntry("samr", 1, 8000, damr)), Sound(AudioEntry("sawb", 1, 16000, damr))};
+  sounds.ftyp = Box("ftyp", Bytes().Text("3gp4").U32(0).Text("3gp4"));
+  Save(folder / "sounds", sounds.Build());
+  Movie systems;
+  systems.tracks = {Other("odsm", Nmhd(), MpegEntry("mp4s", Esds(1, 1, {}))),
+                    Other("sdsm", Nmhd(), MpegEntry("mp4s", Esds(2, 3, {1, 2}))),
+                    Other("text", Nmhd(), MpegEntry("ln21", Bytes().U8(0))),
+                    Other("hint", FullBox("hmhd", 0, 0, Bytes().Zeros(16)),
+                          MpegEntry("rtp ", Bytes().Zeros(8).Add(Box("tims", Bytes().U32(90000)))))};
+  systems.udta =
+      Bytes(FullBox("iods", 0, 0, InitialObjectDescriptor()))
+          .Add(Udta({Cprt("und", "a notice"), Box("hnti", {Box("rtp ", Bytes().Text("sdp v=0"))})}));
+  Save(folder / "systems", systems.Build());
+  Track h263;
+  h263.stsd = Stsd({VisualEntry("s263", 176, 144, Box("d263", Bytes().Text("KTMP").Zeros(3)))});
+  Save(folder / "h263", MovieOf(h263).Build());
+  Bytes nested = Box("free");
+  for (int i = 0; i < 62; ++i) nested = Box("trak", nested);
+  Save(folder / "nested", Box("moov", nested));
+  Save(folder / "empty-tracks", Box("moov", {Box("trak"), Box("trak"), Box("udta"), Box("trak")}));
+}
+
+// The first byte tells the target what follows: even a descriptor, odd a command.
+void SaveDescriptors(const std::filesystem::path& folder) {
+  const Bytes reference = Descriptor(15, Bytes().U16(1));
+  const Bytes od = Descriptor(17, Bytes().U16(0x051F).Add(reference).Add(Descriptor(64, {1})));
+  const Bytes custom =
+      Descriptor(6, Bytes().U8(0).U8(5).U32(90000).U32(1).Add({32, 0, 8, 9}).U16(0x1234).U64(7));
+  const Bytes withUrl = Descriptor(
+      3, Bytes().U16(9).U8(0xC5).U16(8).U8(3).Text("a:b").Add(Descriptor(4, Bytes().Zeros(13))).Add(custom));
+  Save(folder / "es", Bytes().U8(0).Add(EsDescriptor()));
+  Save(folder / "es-with-url", Bytes().U8(0).Add(withUrl));
+  Save(folder / "iod", Bytes().U8(0).Add(InitialObjectDescriptor()));
+  Save(folder / "od", Bytes().U8(0).Add(od));
+  Save(folder / "od-with-url",
+       Bytes().U8(0).Add(Descriptor(1, Bytes().U16(0x003F).U8(1).Text("u").Add(Descriptor(200, {1})))));
+  Save(folder / "unknown", Bytes().U8(0).Add(Descriptor(99, {1, 2, 3})));
+  Save(folder / "padded-size", Bytes().U8(0).Add({5, 0x80, 0x80, 0x80, 0x80, 2, 1, 2}));
+  Save(folder / "update", Bytes().U8(1).Add(Descriptor(1, Bytes(od).Add(EsDescriptor()))));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: ktmp4_make_seeds FOLDER\n");
+    return 2;
+  }
+  SaveFiles(std::filesystem::path(argv[1]) / "file");
+  SaveDescriptors(std::filesystem::path(argv[1]) / "descriptor");
+  return 0;
+}

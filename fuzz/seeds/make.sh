@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Makes the seeds anew:   fuzz/seeds/make.sh PROGRAM   where PROGRAM is a built ktmp4_make_seeds.
+# The ffmpeg-* files come from the distribution's ffmpeg and its own test sources; the `found-*` files are inputs
+# that have once broken something and are kept as they are.
+set -euo pipefail
+
+[[ $# == 1 ]] || { echo "usage: $0 PROGRAM" >&2; exit 2; }
+here=$(dirname "$0")
+"$1" "$here"
+
+make_file() { ffmpeg -hide_banner -loglevel error -nostdin -y -filter_threads 1 "$@"; }
+exact=(-fflags +bitexact -flags:v +bitexact -flags:a +bitexact -map_metadata -1 -threads 1)
+picture=(-f lavfi -i "testsrc2=duration=0.4:size=32x32:rate=25")
+tone=(-f lavfi -i "sine=duration=0.2:sample_rate=8000")
+
+make_file "${picture[@]}" "${tone[@]}" -vf setsar=0 -c:v mpeg4 -bf 2 -g 5 -b:v 8k -c:a aac -b:a 8k \
+  "${exact[@]}" -write_btrt 0 -f mp4 "$here/file/ffmpeg-bframes-aac"
+make_file "${picture[@]}" -vf setsar=0 -c:v mpeg4 -b:v 8k -movflags +faststart "${exact[@]}" -write_btrt 0 \
+  -f mp4 "$here/file/ffmpeg-faststart"
+make_file "${picture[@]}" -c:v mpeg4 -b:v 8k "${exact[@]}" -f mp4 "$here/file/ffmpeg-refused-entry"
+make_file "${picture[@]}" -vf setsar=0 -c:v mpeg4 -b:v 8k -movflags +frag_keyframe+empty_moov "${exact[@]}" \
+  -write_btrt 0 -f mp4 "$here/file/ffmpeg-fragmented"
+make_file "${tone[@]}" -c:a aac -b:a 8k "${exact[@]}" -write_btrt 0 -f ipod "$here/file/ffmpeg-m4a"
+make_file "${tone[@]}" -c:a aac -b:a 8k "${exact[@]}" -f mov "$here/file/ffmpeg-quicktime"
