@@ -77,9 +77,8 @@ void AddExtractCommand(CLI::App& program) {
   AddFileArgument(*command, &arguments->file);
   command->add_option("OUT", arguments->output, "The file to write")->required()->type_name("");
   command->footer(
-      "The samples stand one after the other, as they are, without headers. OUT gets its name only when it "
-      "is\n"
-      "complete; until then a file that has the name already stays as it is.");
+      "The samples stand one after the other, as they are, without headers. OUT gets its name only when\n"
+      "it is complete; until then a file that has the name already stays as it is.");
   command->callback([arguments] { Extract(*arguments); });
 }
 

@@ -249,8 +249,11 @@ void AddInfoCommand(CLI::App& program) {
   command->add_flag("--json", arguments->json, "Print one line of JSON instead of text");
   AddFileArgument(*command, &arguments->file);
   command->footer(
-      "A track that cannot be opened is listed with its result. With --json a refused file gives\n"
-      "{\"file\":...,\"result\":6,...} on standard output as well as the message and exit code 1.");
+      "A track that cannot be opened is listed with its result. Durations are in movie ticks.\n"
+      "kind:   1 video, 2 audio, 3 hint, 4 object descriptors, 5 scene description, 6 text, 0 unknown\n"
+      "format: 1 mp4v, 2 mp4a, 3 mp4s, 4 s263, 5 sawb, 6 samr, 0 unknown\n"
+      "With --json a refused file gives {\"file\":...,\"result\":6,...} on standard output, besides the\n"
+      "message and exit code 1; what a file does not tell is null.");
   command->callback([arguments] { Info(*arguments); });
 }
 

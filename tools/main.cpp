@@ -36,12 +36,12 @@ int Report(const CLI::App& program, const std::string& text, ExitCode code) {
 void SetUp(CLI::App& program) {
   program.name("ktmp4");
   program.require_subcommand(1);
+  program.allow_windows_style_options(false);  // "/media/clip.mp4" is a file everywhere
   program.set_version_flag("--version", "ktmp4 " KTMP4_VERSION, "Print the version and exit");
   program.set_help_flag("-h,--help", "Print this help and exit");
   program.footer(
-      "\"ktmp4 COMMAND --help\" tells more about a command. The exit code is 0, 1 when the work could not be "
-      "done,\n"
-      "2 for wrong use. A file name that begins with a dash goes behind \"--\".");
+      "\"ktmp4 COMMAND --help\" tells more about a command. The exit code is 0, 1 when the work could not\n"
+      "be done, 2 for wrong use. A file name that begins with a dash goes behind \"--\".");
   kt::AddDumpCommand(program);
   kt::AddInfoCommand(program);
   kt::AddSamplesCommand(program);

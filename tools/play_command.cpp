@@ -179,6 +179,7 @@ class Player {
 
   void Play() {
     while (!m_playing.empty()) Step();
+    m_output.Progress().Clear();
   }
   u64 Samples() const { return m_samples; }
 
@@ -261,12 +262,12 @@ void AddPlayCommand(CLI::App& program) {
       ->required()
       ->type_name("");
   command->footer(
-      "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the "
-      "start\n"
-      "times; start and stop are in seconds. The last sample of a track is never delivered.\n"
+      "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the\n"
+      "start times; start and stop are in seconds. The last sample of a track is never delivered. When a\n"
+      "stream ends early because a sample cannot be had, the exit code is 1.\n"
       "In a URL a drive letter and a path stand behind the scheme, then parameters behind \"&\":\n"
       "  ktmp4file://c:/media/clip.mp4&cc=off&forextractoruse=1\n"
-      "names the file c:/media/clip.mp4, which is of use on Windows; elsewhere a plain name is the usual "
+      "names the file c:/media/clip.mp4, which is of use on Windows; elsewhere a plain name is the usual\n"
       "way.");
   command->callback([arguments] { Play(*arguments); });
 }

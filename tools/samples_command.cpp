@@ -74,11 +74,12 @@ void AddSamplesCommand(CLI::App& program) {
   AddTrackOption(*command, &arguments->track);
   AddFileArgument(*command, &arguments->file);
   command->footer(
-      "Columns: sample (counted from 1), size (bytes), dts and cts (decoding and composition time in ticks "
-      "of the\n"
-      "track's time scale, a start delay included), sync (1 when the search for a sync sample at the "
-      "sample's own\n"
-      "composition time finds that sample).");
+      "Columns:\n"
+      "  sample  counted from 1\n"
+      "  size    bytes\n"
+      "  dts     decoding time in ticks of the track's time scale, a start delay included\n"
+      "  cts     composition time in the same\n"
+      "  sync    1 when the search for a sync sample at the sample's own composition time finds it");
   command->callback([arguments] { Samples(*arguments); });
 }
 
