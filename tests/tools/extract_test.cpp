@@ -31,25 +31,16 @@ void WriteOld(const std::string& name) {
 
 TEST(Extract, WritesAllSamplesOneAfterTheOther) {
   const TempFolder folder;
-  const std::string output = folder / "two words";
-  OpenedMovie movie(ReadFile(Media("bframes-aac.mp4")));
-  for (const u32 index : {1u, 2u}) {
-    const auto track = movie.OpenTrack(index);
-    u32 count = 0;
-    ASSERT_EQ(track->GetSampleCount(&count), MP4_OK);
-    std::vector<u8> expected;
-    for (u32 sample = 1; sample <= count; ++sample) {
-      u32 size = 0;
-      std::vector<u8> bytes(50000);
-      ASSERT_EQ(track->ReadSample(sample, 50000, &size, bytes.data()), MP4_OK);
-      expected.insert(expected.end(), bytes.begin(), bytes.begin() + size);
-    }
-    // The second round replaces what the first has written.
-    const Outcome outcome =
-        RunProgram({"extract", "--track", std::to_string(index), Media("bframes-aac.mp4"), output});
+  // The second chunk lies ahead of the first, and the second round replaces what the first has written.
+  Track track;
+  for (const auto& [offsets, expected] :
+       {std::pair(Stco({24, 27}), "abbcccdddd"), std::pair(Stco({27, 24}), "cccabbcccd")}) {
+    track.chunkOffsets = offsets;
+    const TempFile file(MovieOf(track).Build());
+    const Outcome outcome = RunProgram(Extract(file.Name(), folder / "two words"));
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_EQ(outcome.out + outcome.err, "");
-    EXPECT_TRUE(ReadFile(output) == expected) << "track " << index;
+    EXPECT_EQ(ReadText(folder / "two words"), expected);
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"two words"});
   }
 }
@@ -87,8 +78,8 @@ TEST(Extract, RefusesASampleLargerThanTheFile) {
   track.stsz = ConstantStsz(0xFFFFFFF0, 4);
   const TempFile file(MovieOf(track).Build());
   std::string command = CommandLine(Extract(file.Name(), folder / "out"));
-#ifndef _WIN32
-  if (!std::getenv("ASAN_OPTIONS")) command = "ulimit -v 1000000 2>/dev/null; " + command;
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)  // the sanitizer itself reserves far more
+  command = "ulimit -v 1000000; " + command;
 #endif
   const Outcome outcome = RunShell("(" + command + ")");
   EXPECT_EQ(outcome.exitCode, 1);

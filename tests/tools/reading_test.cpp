@@ -78,39 +78,6 @@ TEST(Info, TakesAnyFileName) {
 }
 #endif
 
-struct MediaTrack {
-  const char* name;
-  u32 track;
-};
-
-class SamplesTest : public ::testing::TestWithParam<MediaTrack> {};
-
-TEST_P(SamplesTest, AreWhatTheLibrarySays) {
-  OpenedMovie movie(ReadFile(Media(GetParam().name)));
-  const auto track = movie.OpenTrack(GetParam().track);
-  u32 count = 0;
-  ASSERT_EQ(track->GetSampleCount(&count), MP4_OK);
-  std::string expected = "sample,size,dts,cts,sync\n";
-  for (u32 sample = 1; sample <= count; ++sample) {
-    u32 size = 0, sync = 0;
-    u64 decodingTime = 0, compositionTime = 0;
-    ASSERT_EQ(track->GetSampleSize(sample, &size), MP4_OK);
-    ASSERT_EQ(track->GetSampleDecodingTime(sample, &decodingTime), MP4_OK);
-    ASSERT_EQ(track->GetSampleCompositionTime(sample, &compositionTime), MP4_OK);
-    ASSERT_EQ(track->FindSyncSample(compositionTime, &sync), MP4_OK);
-    expected += std::to_string(sample) + "," + std::to_string(size) + "," + std::to_string(decodingTime) +
-                "," + std::to_string(compositionTime) + "," + (sync == sample ? "1" : "0") + "\n";
-  }
-  const Outcome outcome =
-      RunProgram({"samples", "--track", std::to_string(GetParam().track), Media(GetParam().name)});
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  EXPECT_EQ(outcome.out, expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Media, SamplesTest,
-                         ::testing::Values(MediaTrack{"bframes-aac.mp4", 1}, MediaTrack{"bframes-aac.mp4", 2},
-                                           MediaTrack{"h263.3gp", 1}, MediaTrack{"aac.m4a", 1}));
-
 // No sync sample ahead of it: not a failure, only no sync sample.
 TEST(Samples, AheadOfTheFirstSyncSampleAreNone) {
   Track track;
