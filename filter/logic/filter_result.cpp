@@ -10,6 +10,8 @@ const char* FilterResultName(FilterResult result) {
       return "S_FALSE";
     case FilterResult::NoMoreItems:
       return "VFW_S_NO_MORE_ITEMS";
+    case FilterResult::NotImplemented:
+      return "E_NOTIMPL";
     case FilterResult::Pointer:
       return "E_POINTER";
     case FilterResult::Fail:

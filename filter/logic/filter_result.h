@@ -12,6 +12,7 @@ enum class [[nodiscard]] FilterResult : i32{
     /// A success that says no; in delivery the end of the stream.
     False = 1,
     NoMoreItems = 0x00040103,
+    NotImplemented = static_cast<i32>(0x80004001),
     Pointer = static_cast<i32>(0x80004003),
     Fail = static_cast<i32>(0x80004005),
     OutOfMemory = static_cast<i32>(0x8007000E),

@@ -225,6 +225,7 @@ FilterResult CReaderPin::DecideBufferSize(BufferRequest* request) const {
 }
 
 FilterResult CReaderPin::GetDuration(i64* duration) const {
+  *duration = 0;
   u64 ticks = 0;
   {
     const std::lock_guard lock(m_trackLock);
@@ -233,6 +234,16 @@ FilterResult CReaderPin::GetDuration(i64* duration) const {
   }
   ticks += m_sampleCount >= 2 ? ticks / (m_sampleCount - 1) : 1;
   *duration = TicksToHns(ticks, m_timeScale);
+  return FilterResult::Ok;
+}
+
+FilterResult CReaderPin::GetCurrentPosition(i64* current) const {
+  *current = 0;
+  u64 ticks = 0;
+  const std::lock_guard lock(m_trackLock);
+  if (!m_track || m_timeScale == 0) return FilterResult::False;
+  if (m_track->GetSampleDecodingTime(m_position.m_currentSample, &ticks)) return FilterResult::False;
+  *current = TicksToHns(ticks, m_timeScale);
   return FilterResult::Ok;
 }
 

@@ -51,8 +51,8 @@ struct PinSegment {
 };
 
 /// One output pin without the platform: what it knows of its track, the media types that it offers and takes,
-/// and the buffers that it needs. All operations but `GetDuration`, `Segment` and `Position` belong to
-/// connection work and are not to be called while the worker runs.
+/// and the buffers that it needs. All operations but `GetDuration`, `GetCurrentPosition`, `Segment` and
+/// `Position` belong to connection work and are not to be called while the worker runs.
 class CReaderPin {
  public:
   /// `name` is what graphs show; several pins may have the same.
@@ -79,8 +79,11 @@ class CReaderPin {
   FilterResult DecideBufferSize(BufferRequest* request) const;
 
   /// Length of the track in 100 ns units: the decoding time of its last sample and one mean step more. False
-  /// when the track can not tell.
+  /// when the track can not tell, with 0 stored.
   FilterResult GetDuration(i64* duration) const;
+  /// Decoding time of the sample last taken, in 100 ns units. False, with 0 stored, before the first sample
+  /// and when the track can not tell.
+  FilterResult GetCurrentPosition(i64* current) const;
   PinSegment Segment() const;
   /// To be read and written under `TrackLock`.
   PinPosition& Position() { return m_position; }

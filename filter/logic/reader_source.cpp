@@ -156,6 +156,7 @@ CReaderPin* CReaderSource::SeekPin() const {
 }
 
 FilterResult CReaderSource::GetDuration(i64* duration) const {
+  *duration = 0;
   const CReaderPin* const pin = SeekPin();
   return pin ? pin->GetDuration(duration) : FilterResult::False;
 }

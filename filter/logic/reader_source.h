@@ -96,7 +96,8 @@ class CReaderSource {
   const std::vector<std::unique_ptr<CReaderPin>>& Pins() const { return m_pins; }
   /// The pin that answers for positions; null without pins.
   CReaderPin* SeekPin() const;
-  /// The length of the seek pin's track in 100 ns units; False when there is none or it can not tell.
+  /// The length of the seek pin's track in 100 ns units; False, with 0 stored, when there is none or it can
+  /// not tell.
   FilterResult GetDuration(i64* duration) const;
 
  private:
