@@ -1,5 +1,5 @@
 // Writes the seeds that no other program makes: files with every box that the reader knows, and descriptors.
-// ktmp4_make_seeds FOLDER fills FOLDER/file and FOLDER/descriptor.
+// ktmp4_make_seeds FOLDER fills the folder of each target below it.
 
 #include <cstdio>
 #include <filesystem>
@@ -64,10 +64,7 @@ Track Other(std::string_view handler, const Bytes& mediaHeader, const Bytes& ent
   track.mediaHeader =
       Bytes(mediaHeader)
           .Add(Box("dinf", {FullBox("dref", 0, 0,
-                                    Bytes()
-                                        .U32(2)
-                                        .Add(FullBox("url ", 0, 1))
-                                        .Add(FullBox("urn ", 0, 0, Bytes().Text("a").U8(0))))}));
+                                    Bytes().U32(2).Add(FullBox("url ", 0, 1)).Add(FullBox("urn ", 0, 1)))}));
   track.edts = Box("tref", {Box("mpod", Bytes().U32s({1, 2})), Box("hint", Bytes().U32(1))});
   return track;
 }
@@ -94,6 +91,9 @@ void SaveFiles(const std::filesystem::path& folder) {
   Track h263;
   h263.stsd = Stsd({VisualEntry("s263", 176, 144, Box("d263", Bytes().Text("KTMP").Zeros(3)))});
   Save(folder / "h263", MovieOf(h263).Build());
+  Save(folder.parent_path() / "box" / "sounds", sounds.Build());
+  Save(folder.parent_path() / "box" / "systems", systems.Build());
+  Save(folder.parent_path() / "box" / "video", MovieOf(FullVideo()).Build());
   Bytes nested = Box("free");
   for (int i = 0; i < 62; ++i) nested = Box("trak", nested);
   Save(folder / "nested", Box("moov", nested));
