@@ -73,7 +73,7 @@ class Bench : public test::FakeHost, StreamClock, RequestWait, TextReceiver, Cap
   bool WaitForRequest(u32 milliseconds) override {
     ExpectUnlocked();
     waits.push_back(milliseconds);
-    streamTime += clockRate * milliseconds * 10'000;
+    if (clockRate != 0) streamTime += clockRate * milliseconds * 10'000;
     return waits.size() == requestAtWait;
   }
   void AddMetadataText(i64 time, const char* text) override {
