@@ -104,7 +104,9 @@ class CContainerBox : public Base {
  protected:
   Mp4Result FindChild(u32 type, CBox** box, u32 occurrence) {
     *box = nullptr;
-    return m_children ? m_children->FindByType(type, box, occurrence) : Rules.lookupWithoutList;
+    if (m_children) return m_children->FindByType(type, box, occurrence);
+    constexpr Mp4Result kWithoutList = Rules.lookupWithoutList;
+    return kWithoutList;
   }
 
   Mp4Result Append(std::unique_ptr<CBox> box) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 
 #include "boxes/data_list.h"
@@ -55,11 +56,21 @@ class CTableBox : public CFullBox {
   Mp4Result ReadEntries(CStorage* storage) {
     // Before the first record is kept: the file has to be able to hold what it claims.
     KT_TRY(storage->RequireBytes(GetEntryBytes()));
-    CFieldReader<u64> reader(storage, &m_remaining);
-    for (u32 i = 0; i < m_ui32EntryCount; ++i) {
-      Entry entry{};
-      KT_TRY(Self().VisitEntry(reader, entry));
-      KT_TRY(m_List.Append(&entry));
+    // Tables are what opening a long file costs, so records are fetched many at a time.
+    u8 bytes[4096];
+    const u32 width = GetEntryWidth();
+    const u32 recordsPerPass = static_cast<u32>(sizeof bytes) / width;
+    for (u32 left = m_ui32EntryCount; left > 0;) {
+      const u32 records = std::min(left, recordsPerPass);
+      KT_TRY(storage->ReadBytes(bytes, records * width));
+      m_remaining -= records * width;
+      CFieldDecoder decoder(bytes);
+      for (u32 i = 0; i < records; ++i) {
+        Entry entry{};
+        KT_TRY(Self().VisitEntry(decoder, entry));
+        KT_TRY(m_List.Append(&entry));
+      }
+      left -= records;
     }
     return MP4_OK;
   }
@@ -73,13 +84,7 @@ class CTableBox : public CFullBox {
     return MP4_OK;
   }
   /// Bytes that the records take in the file.
-  u64 GetEntryBytes() {
-    u64 width = 0;
-    CFieldSizer<u64> sizer(&width);
-    Entry entry{};
-    static_cast<void>(Self().VisitEntry(sizer, entry));
-    return width * m_ui32EntryCount;
-  }
+  u64 GetEntryBytes() { return u64{GetEntryWidth()} * m_ui32EntryCount; }
   /// Adds a record at the end and counts it. MP4_NO_MEMORY.
   Mp4Result AppendEntry(const Entry& entry) {
     KT_TRY(m_List.Append(&entry));
@@ -91,6 +96,13 @@ class CTableBox : public CFullBox {
   CDataList<Entry> m_List;
 
  private:
+  u32 GetEntryWidth() {
+    u32 width = 0;
+    CFieldSizer<u32> sizer(&width);
+    Entry entry{};
+    static_cast<void>(Self().VisitEntry(sizer, entry));
+    return width;
+  }
   Derived& Self() { return static_cast<Derived&>(*this); }
 };
 

@@ -88,6 +88,45 @@ class CFieldReader {
   Remaining* m_remaining;
 };
 
+/// Takes fields from bytes that have been read already, of which the caller knows that there are enough.
+class CFieldDecoder {
+ public:
+  explicit CFieldDecoder(const u8* bytes) : m_bytes(bytes) {}
+
+  template <class... Fields>
+  Mp4Result operator()(Fields&... fields) {
+    (Visit(fields), ...);
+    return MP4_OK;
+  }
+  Mp4Result Sized(u64& field, bool wide) {
+    field = wide ? Take<u64>() : Take<u32>();
+    return MP4_OK;
+  }
+  Mp4Result Sized(i64& field, bool wide) {
+    field = wide ? static_cast<i64>(Take<u64>()) : static_cast<i32>(Take<u32>());
+    return MP4_OK;
+  }
+
+ private:
+  template <class Field>
+  void Visit(Field& field) {
+    field = static_cast<Field>(Take<std::make_unsigned_t<Field>>());
+  }
+  template <class Field>
+  Field Take() {
+    const Field value = Join<Field>(std::make_index_sequence<sizeof(Field)>());
+    m_bytes += sizeof(Field);
+    return value;
+  }
+  // Written out byte by byte, which compilers turn into one load; of a loop they do not.
+  template <class Field, std::size_t... Index>
+  Field Join(std::index_sequence<Index...> /*bytes*/) const {
+    return static_cast<Field>(((u64{m_bytes[Index]} << (8 * (sizeof(Field) - 1 - Index))) | ...));
+  }
+
+  const u8* m_bytes;
+};
+
 /// Writes.
 class CFieldWriter {
  public:
