@@ -288,7 +288,7 @@ TEST(ReaderPin, Duration) {
     std::vector<u64> times;
     FilterResult result;
     i64 duration;
-  } rows[] = {{{}, FilterResult::False, -1},
+  } rows[] = {{{}, FilterResult::False, 0},
               {{5}, FilterResult::Ok, 60000},
               {{0, 10, 30}, FilterResult::Ok, 450000},
               {{u64{1} << 44, u64{1} << 44}, FilterResult::Ok, (i64{1} << 45) * 10000}};
