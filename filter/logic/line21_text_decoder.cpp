@@ -196,7 +196,7 @@ void Line21TextDecoder::NextRow() {
   } else {
     EmitRow(m_rows.back());
   }
-  std::ranges::rotate(m_rows, m_rows.begin() + 1);
+  std::rotate(m_rows.begin(), m_rows.begin() + 1, m_rows.end());
   m_rows.back().clear();
 }
 
