@@ -2,16 +2,16 @@
 // Other than through a file object, what was read is also written here.
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "engine/box_list.h"
 #include "engine/memory_storage.h"
+#include "fuzz/memory_file.h"
 
 namespace {
 
 using namespace kt;
+using kt::fuzz::Require;
 
 using Buffer = std::vector<u8>;
 
@@ -19,12 +19,6 @@ using Buffer = std::vector<u8>;
 constexpr std::size_t kSpare = 1 << 16;
 
 void Ignore(Mp4Result /*result*/) {}
-
-void Require(bool condition, const char* what) {
-  if (condition) return;
-  std::fprintf(stderr, "broken: %s\n", what);
-  std::abort();
-}
 
 Mp4Result Read(CBoxList* list, Buffer* bytes) {
   CMemoryStorage storage;
@@ -47,8 +41,7 @@ Mp4Result Write(CBoxList* list, Buffer* bytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
-  static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
-  Require(silent, "standard output");
+  kt::fuzz::SilenceStandardOutput();
   Buffer bytes(data, data + size);
   CBoxList boxes(nullptr);
   const Mp4Result result = Read(&boxes, &bytes);

@@ -1,28 +1,22 @@
 // Reads the input as a descriptor, or behind a first byte that is odd as an object descriptor update command;
 // prints, sizes and writes it. What was written has to read back and to be written the same again.
 
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "descriptors/descriptor_list.h"
 #include "descriptors/es_descriptor.h"
 #include "descriptors/object_descriptor_update.h"
 #include "engine/memory_storage.h"
+#include "fuzz/memory_file.h"
 
 namespace {
 
 using namespace kt;
+using kt::fuzz::Require;
 
 using Buffer = std::vector<u8>;
 
 void Ignore(Mp4Result /*result*/) {}
-
-void Require(bool condition, const char* what) {
-  if (condition) return;
-  std::fprintf(stderr, "broken: %s\n", what);
-  std::abort();
-}
 
 // A storage over a block that is exactly as large as its contents.
 class Block {
@@ -110,8 +104,7 @@ void FuzzUpdate(Buffer bytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
-  static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
-  Require(silent, "standard output");
+  kt::fuzz::SilenceStandardOutput();
   if (size < 2) return 0;
   Buffer bytes(data + 1, data + size);
   if (data[0] & 1) {

@@ -1,22 +1,18 @@
 // Presents the input as a file, opens it and asks everything that a reader can ask: every track's facts, its
 // samples, their times, the three searches, the dump. Linux only: the file is one in memory.
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "engine/mp4_file.h"
+#include "fuzz/memory_file.h"
 
 namespace {
 
 using namespace kt;
+using kt::fuzz::Require;
 
 constexpr u32 kMaxTracks = 40;
 constexpr u32 kFirstSamples = 300;
@@ -25,29 +21,6 @@ constexpr u32 kMaxSampleBuffer = 1 << 17;
 
 // What an operation answers is of no interest here; that it comes back is.
 void Ignore(Mp4Result /*result*/) {}
-
-void Require(bool condition, const char* what) {
-  if (condition) return;
-  std::fprintf(stderr, "broken: %s\n", what);
-  std::abort();
-}
-
-int MemoryFile() {
-  static const int file = memfd_create("ktmp4-fuzz", 0);
-  Require(file >= 0, "memory file");
-  return file;
-}
-
-// The dump is made and thrown away.
-void SilenceStandardOutput() {
-  static const bool done = std::freopen("/dev/null", "w", stdout) != nullptr;
-  Require(done, "standard output");
-}
-
-void Provide(const u8* data, std::size_t size) {
-  Require(ftruncate(MemoryFile(), 0) == 0, "truncate");
-  Require(pwrite(MemoryFile(), data, size, 0) == static_cast<ssize_t>(size), "write");
-}
 
 template <class Source>
 void AskCopyrights(Source* source) {
@@ -164,9 +137,8 @@ void AskFile(CMp4File* file) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
-  SilenceStandardOutput();
-  Provide(data, size);
-  const std::string name = "/proc/self/fd/" + std::to_string(MemoryFile());
+  kt::fuzz::SilenceStandardOutput();
+  const std::string name = kt::fuzz::NameOfFileWith(data, size);
   CMp4File* made = nullptr;
   Require(CreateMp4File(&made) == MP4_OK, "create");
   const std::unique_ptr<CMp4File> file(made);

@@ -100,6 +100,39 @@ void SaveFiles(const std::filesystem::path& folder) {
   Save(folder / "empty-tracks", Box("moov", {Box("trak"), Box("trak"), Box("udta"), Box("trak")}));
 }
 
+// The minor version chooses how to play.
+void SavePlays(const std::filesystem::path& folder) {
+  const Bytes amr = Box("damr", Bytes().Zeros(9));
+  Movie movie;
+  movie.tracks = {Track(), Sound(AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, {0x12, 0x10}))),
+                  Other("text", Nmhd(), MpegEntry("ln21", Bytes().U8(0))),
+                  Sound(AudioEntry("samr", 1, 8000, amr))};
+  for (Track& track : movie.tracks) {
+    // Caption pairs and the mark of a text are found in the media data of all.
+    track.stsz = ConstantStsz(3, 12);
+    track.stsc = Stsc({{1, 12}});
+    track.stts = Stts({{12, 33}});
+    track.chunkOffsets = Stco({24});
+  }
+  movie.mdat = Box(
+      "mdat", Bytes({1, 0x94, 0x25, 1, 0x94, 0xAD, 1, 0xC8, 0xE5, 1, 0xEC, 0xEC, 1, 0xEF, 0x80})
+                  .Add({1, 0x94, 0x20, 1, 0x94, 0x70, 1, 0x61, 0x62, 1, 0x94, 0x2F})
+                  .Add({0, 0, 1, 0xB3, 0, 0, 0, 0, 0, 1, 0xB2, 0x11, 0x22, 0x33, 0x44, 1, 3, 'a', 'b', 'c'}));
+  const auto save = [&](const char* name, u32 choice) {
+    movie.ftyp = Box("ftyp", Bytes().Text("isom").U32(choice));
+    Save(folder / name, movie.Build());
+  };
+  save("four-kinds", 0);
+  save("captions-as-text", 2);
+  save("stamped-with-stop", 9);
+  save("extractor", 4);
+  movie.tracks[0].stsz = ConstantStsz(20, 3);
+  movie.tracks[0].stts = Stts({{3, 33}});
+  movie.tracks[0].stsc = Stsc({{1, 1}});
+  movie.tracks[0].chunkOffsets = Stco({51, 51, 24});
+  save("metadata-text", 0);
+}
+
 // The first byte tells the target what follows: even a descriptor, odd a command.
 void SaveDescriptors(const std::filesystem::path& folder) {
   const Bytes reference = Descriptor(15, Bytes().U16(1));
@@ -127,6 +160,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   SaveFiles(std::filesystem::path(argv[1]) / "file");
+  SavePlays(std::filesystem::path(argv[1]) / "play");
   SaveDescriptors(std::filesystem::path(argv[1]) / "descriptor");
   return 0;
 }
