@@ -25,33 +25,40 @@ Mp4Result CMediaDataBox::CalculateSize() {
 }
 
 Mp4Result CMediaDataBox::StartWriting(CStorage* storage) {
-  m_storage = storage;
   KT_TRY(storage->GetPosition(&m_headerPosition));
   m_size = u64{1} << 32;  // makes the header take its long form
   KT_TRY(CBox::Serialize(storage));
+  m_storage = storage;
   m_dataLength = 0;
-  m_writing = 1;
   return MP4_OK;
 }
 
 Mp4Result CMediaDataBox::AppendData(const u8* data, u32 size, u64* position) {
-  if (!m_writing) return MP4_NOT_READY;
+  if (m_storage == nullptr) return MP4_NOT_READY;
   KT_TRY(m_storage->GetPosition(position));
-  KT_TRY(m_storage->WriteBlock(data, size));
+  if (const Mp4Result result = m_storage->WriteBlock(data, size); result != MP4_OK) {
+    // What has arrived of the block is not counted, so nothing may follow it.
+    static_cast<void>(m_storage->ResumeAt(*position));
+    return result;
+  }
   m_dataLength += size;
   return MP4_OK;
 }
 
 Mp4Result CMediaDataBox::FinishWriting() {
-  if (!m_writing) return MP4_NOT_READY;
+  if (m_storage == nullptr) return MP4_NOT_READY;
   u64 end = 0;
   KT_TRY(m_storage->GetPosition(&end));
+  const Mp4Result result = PatchHeader(end);
+  if (result != MP4_OK) static_cast<void>(m_storage->ResumeAt(end));
+  return result;
+}
+
+Mp4Result CMediaDataBox::PatchHeader(u64 end) {
   KT_TRY(m_storage->SetPosition(m_headerPosition));
   KT_TRY(CalculateSize());
   KT_TRY(CBox::Serialize(m_storage));
-  KT_TRY(m_storage->SetPosition(end));
-  m_writing = 0;
-  return MP4_OK;
+  return m_storage->SetPosition(end);
 }
 
 }  // namespace kt

@@ -21,19 +21,21 @@ class CMediaDataBox final : public CBox {
   Mp4Result Serialize(CStorage* storage) override;
   Mp4Result CalculateSize() override;
 
-  /// Writes the reserved header at the storage's position. `storage` is borrowed until `FinishWriting`.
+  /// Writes the reserved header at the storage's position. `storage` is borrowed from then on.
   Mp4Result StartWriting(CStorage* storage);
-  /// Appends bytes; `*position` takes their offset in the file. MP4_FILE_IO for a size of 0, MP4_NOT_READY
-  /// before `StartWriting`.
+  /// Appends bytes; `*position` takes their offset in the file. After a failure the next bytes take that same
+  /// place. MP4_FILE_IO for a size of 0, MP4_NOT_READY before `StartWriting`.
   Mp4Result AppendData(const u8* data, u32 size, u64* position);
-  /// Patches the header and goes back to the end. MP4_NOT_READY before `StartWriting`.
+  /// Patches the header and goes back to the end, also when that fails. Can be repeated, and bytes can be
+  /// appended behind it. MP4_NOT_READY before `StartWriting`.
   Mp4Result FinishWriting();
 
  private:
-  CStorage* m_storage = nullptr;
+  Mp4Result PatchHeader(u64 end);
+
+  CStorage* m_storage = nullptr;  // null until writing has started
   u64 m_dataLength = 0;
   u64 m_headerPosition = 0;
-  u32 m_writing = 0;
 };
 
 }  // namespace kt

@@ -229,6 +229,17 @@ bool CFileStream::Seek(u64 position) {
   return true;
 }
 
+bool CFileStream::ResumeAt(u64 position) {
+  if (!IsOpen() || !m_writing || position > kLastPosition) return false;
+  if (position >= m_bufferStart && position <= Tell()) {
+    m_cursor = static_cast<u32>(position - m_bufferStart);
+  } else {
+    m_bufferStart = position;
+    m_cursor = 0;
+  }
+  return true;
+}
+
 bool CFileStream::Length(u64* length) const {
   FileStatus status;
   if (!IsOpen() || !StatusOf(m_handle, &status) || status.st_size < 0) return false;

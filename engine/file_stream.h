@@ -37,6 +37,9 @@ class CFileStream {
 
   /// Moves to an absolute position, also one beyond the end of the file.
   bool Seek(u64 position);
+  /// Moves without a write: bytes that wait to be written are dropped from `position` on, and all of them
+  /// when it lies elsewhere.
+  bool ResumeAt(u64 position);
   u64 Tell() const { return m_bufferStart + m_cursor; }
   /// The file's length as the system knows it now; bytes not yet flushed are not counted.
   bool Length(u64* length) const;

@@ -150,4 +150,8 @@ Mp4Result CMemoryStorage::RequireBytes(u64 count) {
   return count <= m_size && m_position <= m_size - count ? MP4_OK : MP4_OUT_OF_RANGE;
 }
 
+Mp4Result CMemoryStorage::ResumeAt(u64 position) {
+  return SetPosition(position);
+}
+
 }  // namespace kt

@@ -33,6 +33,7 @@ class CMemoryStorage final : public CStorage {
   Mp4Result WriteUInt8(u8 value) override;
   Mp4Result WriteBytes(const void* buffer, u32 size) override;
   Mp4Result RequireBytes(u64 count) override;
+  Mp4Result ResumeAt(u64 position) override;
 
   /// `mode` 0 to read, 1 to write. MP4_NOT_FOUND when already open; MP4_BAD_ARGUMENT for a size of 0, a null
   /// buffer or another mode, with the size and the buffer stored all the same in the latter two cases.

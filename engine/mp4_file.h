@@ -22,17 +22,24 @@ class CMp4File {
   /// `Mp4FileType`; a read file of brand "3gp4" or "3gp5" becomes MP4_TYPE_3GP whatever was asked. Reading
   /// parses the whole tree, sample tables included, and leaves the media data alone.
   ///
-  /// Writing is not available yet: MP4_NOT_READY, with whatever stands under that name left alone. Nor are
-  /// hint tracks, the scene and the session description, whose operations answer the same.
+  /// Writing creates the file, or empties one that stands there, and lays down "ftyp", whose brands follow
+  /// `fileType`, and the header of "mdat" at once. Samples then go to disk as they come; what stays in memory
+  /// is the chunk that each track gathers, and the tables. Hint tracks, the scene and the session description
+  /// are not available yet: their operations answer MP4_NOT_READY.
   ///
   /// MP4_NOT_FOUND when already open or when the file has no "moov"; MP4_BAD_ARGUMENT for a null name or a
   /// bad mode or type; MP4_FILE_IO when the file does not open, is no regular file, or is cut; MP4_CORRUPT,
   /// MP4_BAD_BOX, MP4_BAD_DESCRIPTOR, MP4_DESCRIPTOR_OVERRUN and others when a box is refused. After a
   /// failure what was parsed stays for `Dump`.
   virtual Mp4Result Open(const char* fileName, u32 mode, u32 fileType) = 0;
-  /// Closes the file; a written one gets its "moov" now, so its tracks have to be closed before. Tracks of a
-  /// read file that are still open are detached and answer MP4_NOT_READY. MP4_NOT_FOUND when not open. After
-  /// a failure the file stays open and `Close` may be tried again.
+  /// Closes the file; a written one that has tracks gets its "moov" now, and without tracks it has none and
+  /// cannot be read. The movie lasts as long as its first track. Tracks still open are detached and answer
+  /// MP4_NOT_READY; a written one has to be closed before, since it loses its last chunk and its tables
+  /// otherwise, and the first one, or one without a sample entry, keeps the file from closing.
+  ///
+  /// MP4_NOT_FOUND when not open or when the first track is not closed, MP4_NOT_READY for a track without a
+  /// sample entry, MP4_FILE_IO. After a failure the file stays open and `Close` may be tried again; a repeat
+  /// leaves one whole "moov".
   virtual Mp4Result Close() = 0;
   /// Stores 1 when open. Always MP4_OK.
   virtual Mp4Result IsOpen(u32* open) = 0;
@@ -57,10 +64,15 @@ class CMp4File {
   /// index or a required box that is missing, MP4_BAD_VALUE for track id 0, MP4_BAD_TIMING for a start delay
   /// without a movie time scale, MP4_NO_MEMORY also when a track claims more samples than can be counted.
   virtual Mp4Result OpenTrack(u32 trackIndex, CMp4Track** track) = 0;
-  /// Makes a new track for writing. MP4_NOT_FOUND in read mode.
+  /// Makes a new track for writing, whose id and index are the new number of tracks; the caller gives it back
+  /// with `CloseTrack`. It cannot be taken back. MP4_NOT_FOUND in read mode or without a tree, MP4_NO_MEMORY.
   virtual Mp4Result AddTrack(CMp4Track** track) = 0;
-  /// Finishes a written track, then deletes the object. MP4_BAD_ARGUMENT for null; a track that cannot be
-  /// finished stays alive and its result is returned.
+  /// Deletes the track object; a track that is being written is finished before: its last chunk goes to disk,
+  /// and its tables, durations and bit rates are completed. One that cannot be finished stays alive, takes no
+  /// further samples, and may be closed again.
+  ///
+  /// MP4_BAD_ARGUMENT for null, MP4_BAD_TIMING for a track without a time scale, MP4_NOT_FOUND or
+  /// MP4_NOT_READY for one without a sample entry, MP4_FILE_IO, MP4_NO_MEMORY.
   virtual Mp4Result CloseTrack(CMp4Track* track) = 0;
   virtual Mp4Result OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) = 0;
   virtual Mp4Result AddHintTrack(CMp4HintTrack** track, u32 hintType) = 0;

@@ -28,9 +28,8 @@ Mp4Result CMp4FileImpl::Open(const char* fileName, u32 mode, u32 fileType) {
   if (m_isOpen) return MP4_NOT_FOUND;
   if (Tracing()) std::printf("CMp4FileImpl::Open >> File is not yet opened\n");
   KT_TRY(TakeArguments(fileName, mode, fileType));
-  if (m_mode == MP4_MODE_WRITE) return MP4_NOT_READY;  // not available yet; the file is left alone
   KT_TRY(OpenStorage());
-  KT_TRY(ReadTree());
+  KT_TRY(m_mode == MP4_MODE_WRITE ? StartFile() : ReadTree());
   m_isOpen = 1;
   return MP4_OK;
 }
@@ -104,7 +103,12 @@ Mp4Result CMp4FileImpl::CountTracks() {
 
 Mp4Result CMp4FileImpl::Close() {
   if (!m_isOpen) return MP4_NOT_FOUND;
-  KT_TRY(m_storage->Close());
+  const bool hasMovie = m_mode == MP4_MODE_WRITE && m_trackCount > 0;
+  if (hasMovie) KT_TRY(FinishFile());
+  if (const Mp4Result result = m_storage->Close(); result != MP4_OK) {
+    if (hasMovie) ForgetMovie();
+    return result;
+  }
   m_isOpen = 0;
   m_storage.reset();
   ReleaseTree();
@@ -220,24 +224,20 @@ Mp4Result CMp4FileImpl::OpenTrack(u32 trackIndex, CMp4Track** track) {
 
 Mp4Result CMp4FileImpl::CloseTrack(CMp4Track* track) {
   if (track == nullptr) return MP4_BAD_ARGUMENT;
-  KT_TRY(static_cast<CTrackImpl*>(track)->Finish());
-  delete track;
+  CTrackImpl* const closed = static_cast<CTrackImpl*>(track);
+  if (closed->IsWriting()) KT_TRY(closed->Finish());
+  delete closed;
   return MP4_OK;
 }
 
 Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size) {
-  if (!m_isOpen) return MP4_FILE_IO;
+  // A file that is written is not read: moving would put the next chunk over samples that are there.
+  if (!m_isOpen || m_mode != MP4_MODE_READ) return MP4_FILE_IO;
   KT_TRY(m_storage->SetPosition(position));
   return m_storage->ReadBlock(buffer, size);
 }
 
-// Writing, hint tracks and the scene are not available yet: below their checks the operations answer
-// MP4_NOT_READY. `Open` refuses to write, so only the checks of a file that is read are ever passed.
-
-Mp4Result CMp4FileImpl::AddTrack(CMp4Track** track) {
-  *track = nullptr;
-  return m_mode == MP4_MODE_READ ? MP4_NOT_FOUND : MP4_NOT_READY;
-}
+// Hint tracks and the scene are not available yet: below their checks the operations answer MP4_NOT_READY.
 
 Mp4Result CMp4FileImpl::OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) {
   *track = nullptr;

@@ -41,6 +41,8 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   Mp4Result GetMovieSdp(char* buffer, u32 bufferSize) override;
 
   Mp4Result GetTrackBox(u32 trackIndex, CBox** box) override;
+  Mp4Result AddTrackBox(CBox** box) override;
+  Mp4Result GetMediaData(CMediaDataBox** mediaData) override;
   Mp4Result ReadData(u8* buffer, u64 position, u32 size) override;
 
  private:
@@ -49,6 +51,14 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   Mp4Result ReadTree();
   void TakeFileTypeFromBrand();
   Mp4Result CountTracks();
+  // Lays down "ftyp" and the reserved header of "mdat".
+  Mp4Result StartFile();
+  Mp4Result MakeTree();
+  // Patches the header of "mdat" and writes "moov".
+  Mp4Result FinishFile();
+  Mp4Result TakeDurationOfFirstTrack();
+  // Goes back to where "moov" began, so that another try leaves one whole "moov".
+  void ForgetMovie();
   void ReleaseTree();
   Mp4Result FindMovie(CMovieBox** movie);
   Mp4Result FindMovieHeader(CMovieHeaderBox** header);
@@ -61,6 +71,7 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   u32 m_fileType = MP4_TYPE_MP4;
   std::unique_ptr<CBoxList> m_boxes;  // the top level; after a failed `Open` what was parsed
   u32 m_trackCount = 0;
+  u64 m_moviePosition = 0;  // where `FinishFile` has begun to write "moov"
   u32 m_traceLevel = 0;
 };
 

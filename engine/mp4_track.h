@@ -12,7 +12,8 @@ namespace kt {
 /// locks: all calls on one file and its tracks have to be serialised by the caller.
 ///
 /// Results that recur: MP4_NOT_READY when the track is not bound to its boxes or has outlived its file,
-/// MP4_NOT_FOUND for a sample beyond the last, MP4_ZERO_INDEX for sample 0.
+/// MP4_NOT_FOUND for a sample beyond the last, MP4_ZERO_INDEX for sample 0. While a track is being written
+/// its times answer MP4_NOT_READY and its samples cannot be read (MP4_FILE_IO).
 class CMp4Track {
  public:
   CMp4Track() = default;
@@ -70,23 +71,42 @@ class CMp4Track {
   /// the last sample stored.
   virtual Mp4Result FindSampleByDecodingTime(u64 time, u32* sample) = 0;
 
-  /// Writing: set up in the order of these operations, then write, then close. MP4_NOT_FOUND on a track that
-  /// is not being written.
-  /// `kind` is an `Mp4TrackKind`; makes the media header that belongs to it.
+  // Writing a track that `CMp4File::AddTrack` has made: `SetTrackType`, `SetTimeScale`, one of the format
+  // operations, then `WriteSample` for each sample, then `CMp4File::CloseTrack`. But for `SetTrackType`, all
+  // of these answer MP4_NOT_FOUND on a track that is not being written.
+
+  /// `kind` is an `Mp4TrackKind`; makes the media header that belongs to it and names the handler. Call it
+  /// once: each call adds a media header. Also changes the boxes of a track that is read, in memory.
   virtual Mp4Result SetTrackType(u32 kind) = 0;
-  /// Media ticks per second.
+  /// Media ticks per second. For sound it is the sample rate as well, and comes before the format.
   virtual Mp4Result SetTimeScale(u32 scale) = 0;
   /// Size of presentation in pixels. MP4_BAD_ARGUMENT for values from 2^31 up.
   virtual Mp4Result SetDimensions(u32 width, u32 height) = 0;
-  /// Makes the sample entry of a video track; `format` is MP4_FORMAT_MP4V or MP4_FORMAT_S263, anything else
-  /// MP4_BAD_ARGUMENT. `info` is copied.
+  /// Makes the sample entry of a video track and sets its size in pixels, which is that of presentation as
+  /// well. `format` is MP4_FORMAT_MP4V or MP4_FORMAT_S263; `info` is the decoder specific info (ISO/IEC
+  /// 14496-1, 8.3.5) or the payload of "d263" (3GPP TS 26.244, 6.8) and is copied. MP4_BAD_ARGUMENT for
+  /// another format, and for a size from 32768 up, when the entry is there all the same; MP4_NO_MEMORY.
   virtual Mp4Result SetVideoFormat(u32 width, u32 height, const void* info, u32 infoSize, u32 format) = 0;
-  /// Makes the sample entry of an audio track; `format` is MP4_FORMAT_MP4A, MP4_FORMAT_SAWB or
-  /// MP4_FORMAT_SAMR. `volume` is fixed 8.8. `info` is copied.
+  /// Makes the sample entry of an audio track, at the sample rate of the time scale, of which 16 bits are
+  /// kept. `format` is MP4_FORMAT_MP4A, MP4_FORMAT_SAWB or MP4_FORMAT_SAMR; `info` is the decoder specific
+  /// info or the payload of "damr" (3GPP TS 26.244, 6.7) and is copied. `volume` and `balance` are fixed 8.8.
+  /// MP4_BAD_ARGUMENT for another format or a negative volume, MP4_NOT_FOUND unless the track was made an
+  /// audio track before, MP4_NO_MEMORY.
   virtual Mp4Result SetAudioFormat(i16 volume, u16 balance, const void* info, u32 infoSize, u32 format) = 0;
-  /// Makes the sample entry of a Line 21 track; the arguments are ignored.
+  /// Makes the sample entry of a Line 21 track; the arguments are ignored. MP4_NO_MEMORY.
   virtual Mp4Result SetLine21Format(u32 reserved1, u32 reserved2, u32 reserved3) = 0;
-  /// Appends a sample; the bytes are copied. Times in media ticks.
+  /// Appends a sample in decoding order; the bytes are copied. Times in media ticks; `isSync` is not 0 when
+  /// decoding can start here. A chunk of 100 samples or 1,000,000 bytes goes to disk with its last sample.
+  ///
+  /// The time of the first sample is not kept: it becomes 0. A decoding time that does not rise becomes the
+  /// last one plus 2, and so does, in the file, one that lies 2^31 ticks or more behind it. An offset between
+  /// the two times must not appear later than at the first sample.
+  ///
+  /// MP4_BAD_ARGUMENT for a size of 0, for null data, and for a first offset behind the first sample;
+  /// MP4_BAD_TIMING for a decoding time after the composition time or a step of 2^32 ticks and more;
+  /// MP4_FILE_IO when the chunk cannot be written; MP4_NO_MEMORY; MP4_NOT_FOUND once `CloseTrack` has failed.
+  /// After a failure, other than for null data or size 0, the track is of no further use: all samples that
+  /// follow are refused.
   virtual Mp4Result WriteSample(const void* data, u32 size, u64 decodingTime, u64 compositionTime,
                                 u32 isSync) = 0;
 

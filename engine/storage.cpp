@@ -233,6 +233,12 @@ Mp4Result CStorage::ReservedStorage3(u32 /*argument*/) {
   return MP4_OK;
 }
 
+Mp4Result CStorage::ResumeAt(u64 position) {
+  if (!m_stream.ResumeAt(position)) return MP4_FILE_IO;
+  m_position = position;
+  return MP4_OK;
+}
+
 Mp4Result CStorage::RequireBytes(u64 count) {
   u64 size = 0;
   u64 position = 0;

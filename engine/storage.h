@@ -75,6 +75,11 @@ class CStorage {
   /// result of the read that falls short. Asked before memory is reserved for a size that a file declares.
   virtual Mp4Result RequireBytes(u64 count);
 
+  /// After a failed write: the next one goes to `position`. What has not reached the file yet is dropped from
+  /// there on, and all of it unless `position` lies within or at its end. The file itself is not touched.
+  /// MP4_FILE_IO when the storage is not open to write.
+  virtual Mp4Result ResumeAt(u64 position);
+
   /// `mode` 0 opens an existing file to read, 1 creates or truncates one to write. MP4_NOT_FOUND when already
   /// open, MP4_BAD_ARGUMENT for another mode, MP4_FILE_IO when the file is no regular file or does not open.
   Mp4Result Open(const char* path, u32 mode);

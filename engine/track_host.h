@@ -5,17 +5,22 @@
 namespace kt {
 
 class CHostedTrack;
+class CMediaDataBox;
 
-/// What a track object sees of its file: its boxes, the movie's time scale and the one road to the bytes of
-/// samples.
+/// What a track object sees of its file: its boxes, the movie's time scale and the roads to the bytes of
+/// samples, one to read and one to write.
 class CTrackHost {
  public:
   /// The `trackIndex`-th "trak" of the movie, counted from 1; borrowed. MP4_NOT_FOUND.
   virtual Mp4Result GetTrackBox(u32 trackIndex, CBox** box) = 0;
+  /// Adds an empty "trak" to the movie; borrowed. MP4_NOT_FOUND without a movie, MP4_NO_MEMORY.
+  virtual Mp4Result AddTrackBox(CBox** box) = 0;
+  /// The "mdat" to which the samples of all tracks are appended; borrowed. MP4_NOT_FOUND.
+  virtual Mp4Result GetMediaData(CMediaDataBox** mediaData) = 0;
   /// Movie ticks per second.
   virtual Mp4Result GetMovieTimeScale(u32* timeScale) = 0;
-  /// Reads exactly `size` bytes at an absolute position. MP4_FILE_IO when the file is not open or ends
-  /// before. The position is shared by all tracks: one caller at a time.
+  /// Reads exactly `size` bytes at an absolute position. MP4_FILE_IO when the file is not open to read
+  /// or ends before. The position is shared by all tracks: one caller at a time.
   virtual Mp4Result ReadData(u8* buffer, u64 position, u32 size) = 0;
 
  protected:

@@ -16,27 +16,11 @@
 #include "boxes/sync_sample_box.h"
 #include "boxes/track_box.h"
 #include "boxes/track_header_box.h"
+#include "engine/child_boxes.h"
 #include "engine/copyright_notices.h"
 
 namespace kt {
 namespace {
-
-// The factory makes each code into one class, so the code vouches for the cast.
-template <class Container, class Wanted>
-Mp4Result Require(Container* container, u32 type, Wanted** wanted) {
-  CBox* box = nullptr;
-  KT_TRY(container->GetChild(type, &box));
-  *wanted = static_cast<Wanted*>(box);
-  return MP4_OK;
-}
-
-// As `Require`, but a missing box is a success and leaves null.
-template <class Container, class Wanted>
-Mp4Result Accept(Container* container, u32 type, Wanted** wanted) {
-  *wanted = nullptr;
-  const Mp4Result result = Require(container, type, wanted);
-  return result == MP4_NOT_FOUND ? MP4_OK : result;
-}
 
 u32 KindOfHandler(u32 handlerType) {
   switch (handlerType) {
@@ -59,26 +43,26 @@ Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   CBox* track = nullptr;
   KT_TRY(m_file->GetTrackBox(trackIndex, &track));
   m_boxes.track = static_cast<CTrackBox*>(track);
-  KT_TRY(Require(m_boxes.track, FourCc("tkhd"), &m_boxes.trackHeader));
-  KT_TRY(Require(m_boxes.track, FourCc("mdia"), &m_boxes.media));
-  KT_TRY(Require(m_boxes.media, FourCc("minf"), &m_boxes.mediaInformation));
-  KT_TRY(Require(m_boxes.media, FourCc("mdhd"), &m_boxes.mediaHeader));
+  KT_TRY(RequireChild(m_boxes.track, FourCc("tkhd"), &m_boxes.trackHeader));
+  KT_TRY(RequireChild(m_boxes.track, FourCc("mdia"), &m_boxes.media));
+  KT_TRY(RequireChild(m_boxes.media, FourCc("minf"), &m_boxes.mediaInformation));
+  KT_TRY(RequireChild(m_boxes.media, FourCc("mdhd"), &m_boxes.mediaHeader));
   KT_TRY(m_boxes.trackHeader->GetTrackId(&m_trackId));
   KT_TRY(FindKind());
   CSampleTableBox* sampleTable = nullptr;
-  KT_TRY(Require(m_boxes.mediaInformation, FourCc("stbl"), &sampleTable));
-  KT_TRY(Require(sampleTable, FourCc("stts"), &m_boxes.timeToSample));
-  KT_TRY(Accept(sampleTable, FourCc("ctts"), &m_boxes.compositionOffset));
+  KT_TRY(RequireChild(m_boxes.mediaInformation, FourCc("stbl"), &sampleTable));
+  KT_TRY(RequireChild(sampleTable, FourCc("stts"), &m_boxes.timeToSample));
+  KT_TRY(AcceptChild(sampleTable, FourCc("ctts"), &m_boxes.compositionOffset));
   u64 startOffset = 0;
   KT_TRY(FindStartOffset(&startOffset));
   // Ahead of the times: a track that is still being written has no chunk offsets in its tree, and its time
   // tables are not to be walked.
   KT_TRY(FindChunkOffsets(sampleTable));
   KT_TRY(BuildTimes(startOffset));
-  KT_TRY(Require(sampleTable, FourCc("stsz"), &m_boxes.sampleSize));
-  KT_TRY(Require(sampleTable, FourCc("stsc"), &m_boxes.sampleToChunk));
-  KT_TRY(Accept(sampleTable, FourCc("stss"), &m_boxes.syncSample));
-  KT_TRY(Require(sampleTable, FourCc("stsd"), &m_boxes.sampleDescription));
+  KT_TRY(RequireChild(sampleTable, FourCc("stsz"), &m_boxes.sampleSize));
+  KT_TRY(RequireChild(sampleTable, FourCc("stsc"), &m_boxes.sampleToChunk));
+  KT_TRY(AcceptChild(sampleTable, FourCc("stss"), &m_boxes.syncSample));
+  KT_TRY(RequireChild(sampleTable, FourCc("stsd"), &m_boxes.sampleDescription));
   m_bound = 1;
   return MP4_OK;
 }
@@ -92,14 +76,14 @@ Mp4Result CTrackImpl::FindKind() {
       {FourCc("vmhd"), MP4_KIND_VIDEO}, {FourCc("smhd"), MP4_KIND_AUDIO}, {FourCc("hmhd"), MP4_KIND_HINT}};
   CBox* found = nullptr;
   for (const auto& row : kRows) {
-    KT_TRY(Accept(m_boxes.mediaInformation, row.mediaHeader, &found));
+    KT_TRY(AcceptChild(m_boxes.mediaInformation, row.mediaHeader, &found));
     if (found != nullptr) {
       m_kind = row.kind;
       return MP4_OK;
     }
   }
   CHandlerReferenceBox* handler = nullptr;
-  KT_TRY(Accept(m_boxes.media, FourCc("hdlr"), &handler));
+  KT_TRY(AcceptChild(m_boxes.media, FourCc("hdlr"), &handler));
   if (handler == nullptr) return MP4_OK;
   u32 handlerType = 0;
   KT_TRY(handler->GetHandlerType(&handlerType));
@@ -110,7 +94,7 @@ Mp4Result CTrackImpl::FindKind() {
 Mp4Result CTrackImpl::FindStartOffset(u64* offsetTicks) {
   *offsetTicks = 0;
   CEditBox* edits = nullptr;
-  KT_TRY(Accept(m_boxes.track, FourCc("edts"), &edits));
+  KT_TRY(AcceptChild(m_boxes.track, FourCc("edts"), &edits));
   if (edits == nullptr) return MP4_OK;
   u64 delay = 0;
   u32 mediaScale = 0;
@@ -125,9 +109,9 @@ Mp4Result CTrackImpl::FindStartOffset(u64* offsetTicks) {
 
 Mp4Result CTrackImpl::FindChunkOffsets(CSampleTableBox* sampleTable) {
   m_boxes.chunkLargeOffset = nullptr;
-  KT_TRY(Accept(sampleTable, FourCc("stco"), &m_boxes.chunkOffset));
+  KT_TRY(AcceptChild(sampleTable, FourCc("stco"), &m_boxes.chunkOffset));
   if (m_boxes.chunkOffset != nullptr) return MP4_OK;
-  return Require(sampleTable, FourCc("co64"), &m_boxes.chunkLargeOffset);
+  return RequireChild(sampleTable, FourCc("co64"), &m_boxes.chunkLargeOffset);
 }
 
 Mp4Result CTrackImpl::BuildTimes(u64 startOffsetTicks) {
@@ -138,6 +122,7 @@ Mp4Result CTrackImpl::BuildTimes(u64 startOffsetTicks) {
 
 void CTrackImpl::OnDetached() {
   m_bound = 0;
+  m_writing.reset();
   m_boxes = {};
   m_timeTable.reset();
 }

@@ -5,13 +5,12 @@
 #include "boxes/sample_time_table.h"
 #include "engine/mp4_track.h"
 #include "engine/track_host.h"
+#include "engine/track_writing.h"
 
 namespace kt {
 
 class CAMRSampleEntry;
 class CAudioSampleEntry;
-class CChunkLargeOffsetBox;
-class CChunkOffsetBox;
 class CESDescriptor;
 class CH263SampleEntry;
 class CMediaBox;
@@ -22,13 +21,12 @@ class CSampleDescriptionBox;
 class CSampleSizeBox;
 class CSampleTableBox;
 class CSampleToChunkBox;
-class CSyncSampleBox;
 class CTrackBox;
 class CTrackHeaderBox;
 class CVisualSampleEntry;
 
-/// A track over the boxes of one "trak". It owns none of them: the tree of its file does, and `OnDetached`
-/// drops them when that goes.
+/// A track over the boxes of one "trak". The tree of its file owns them, and `OnDetached` drops them when
+/// that goes. A track that is being written adds the last ones in `Finish` and owns them until then.
 class CTrackImpl final : public CMp4Track, public CHostedTrack {
  public:
   /// Registers with `file`, which is borrowed; null leaves a track that `Bind` refuses.
@@ -38,7 +36,13 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   /// missing, MP4_BAD_VALUE for track id 0, MP4_BAD_TIMING for a start delay without a movie time scale,
   /// MP4_NOT_READY without a file; what `CSampleTimeTable::Build` answers.
   Mp4Result Bind(u32 trackIndex);
-  /// Completes a track that is being written, which is not available yet; leaves any other alone.
+  /// Makes the boxes of a new track, which gets that id, and begins to write. MP4_NOT_READY without a file,
+  /// MP4_ALREADY_SET_UP on a track that is being written, MP4_NO_MEMORY; boxes made so far stay in the movie.
+  Mp4Result SetUp(u32 trackIndex);
+  bool IsWriting() const { return m_writing != nullptr; }
+  /// Completes a track that is being written: its last chunk, tables, durations and bit rates. MP4_NOT_FOUND
+  /// on any other track, MP4_BAD_TIMING without a time scale, MP4_NOT_FOUND without a sample entry; what the
+  /// storage reports. After a failure the track takes no further samples, and `Finish` can be tried again.
   Mp4Result Finish();
 
   Mp4Result GetSampleCount(u32* count) override;
@@ -73,12 +77,19 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result WriteSample(const void* data, u32 size, u64 decodingTime, u64 compositionTime,
                         u32 isSync) override;
 
+  /// Sets the duration in movie ticks, which `Finish` then leaves alone. MP4_NOT_READY unless being written.
+  Mp4Result SetDuration(u64 duration);
+  /// Makes the sample entry of an object descriptor or scene track. MP4_NOT_FOUND unless being written.
+  Mp4Result SetMpeg4SystemsFormat(const void* info, u32 infoSize);
+  /// Makes a sample entry of one of the codes that can be written, and copies `info`. MP4_BAD_ARGUMENT for
+  /// another code, MP4_NOT_READY unless being written, MP4_NO_MEMORY.
+  Mp4Result AddSampleEntry(const void* info, u32 infoSize, u32 code);
   /// The ES descriptor of an MPEG-4 sample entry, borrowed. MP4_NOT_FOUND for any other entry, MP4_NOT_READY
   /// when the track is not bound or the entry has no descriptor.
   Mp4Result GetEsDescriptor(u32 entryIndex, CESDescriptor** descriptor);
 
  private:
-  // All borrowed from the file's tree, null until found.
+  // All borrowed from the file's tree, while writing some from `m_writing`; null until found.
   struct Boxes {
     CTrackBox* track = nullptr;
     CTrackHeaderBox* trackHeader = nullptr;
@@ -105,7 +116,20 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   };
 
   void OnDetached() override;
-  Mp4Result RefuseWriting() const;
+  Mp4Result RequireWriting() const;
+  Mp4Result AddMediaBoxes();
+  Mp4Result AddSampleTableBoxes(CTrackWriting* writing);
+  Mp4Result AddAudioEntry(std::unique_ptr<CAudioSampleEntry> entry);
+  Mp4Result AddAmrEntry(std::unique_ptr<CAMRSampleEntry> entry, const void* info, u32 infoSize);
+  Mp4Result AddSystemsEntry(const void* info, u32 infoSize);
+  Mp4Result NoteSync(bool isSync);
+  Mp4Result WriteChunk();
+  Mp4Result AddChunkOffset(u64 position);
+  Mp4Result WidenChunkOffsets();
+  Mp4Result FinishTimes();
+  Mp4Result FinishSampleTable();
+  Mp4Result FinishDurations(u64* mediaDuration);
+  Mp4Result FinishBitRates(u64 mediaDuration);
   Mp4Result FindKind();
   Mp4Result FindStartOffset(u64* offsetTicks);
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
@@ -117,11 +141,11 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   u32 m_trackIndex = 0;
   u32 m_trackId = 0;
   u32 m_bound = 0;
-  u32 m_traceLevel;   // kept for the operations that print
-  u32 m_writing = 0;  // never set while writing is not available
+  u32 m_traceLevel;  // kept for the operations that print
   u32 m_kind = MP4_KIND_UNKNOWN;
   Boxes m_boxes;
   std::unique_ptr<CSampleTimeTable> m_timeTable;
+  std::unique_ptr<CTrackWriting> m_writing;  // null unless the track is being written
 };
 
 }  // namespace kt

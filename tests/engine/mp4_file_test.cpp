@@ -405,15 +405,5 @@ TEST(Mp4File, ManyEmptyTracksOpenInLinearTime) {
   for (u32 index = 1; index <= kTracks; ++index) ASSERT_EQ(movie.BindResult(index), MP4_NOT_FOUND);
 }
 
-// Writing is not available yet; until it is, asking for it must not cost anybody a file.
-TEST(Mp4File, OpenToWriteLeavesAnExistingFileAlone) {
-  const Bytes content = Movie().Build();
-  const TempFile temp(content);
-  const std::string name = temp.Name();
-  const std::unique_ptr<CMp4File> file = NewFile();
-  EXPECT_EQ(file->Open(name.c_str(), MP4_MODE_WRITE, MP4_TYPE_MP4), MP4_NOT_READY);
-  EXPECT_EQ(ReadFile(temp.Path()), content);
-}
-
 }  // namespace
 }  // namespace kt

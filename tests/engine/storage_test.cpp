@@ -12,10 +12,9 @@
 #include "support/temp_file.h"
 
 #ifndef _WIN32
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
+#include "support/file_size_limit.h"
 #endif
 
 namespace kt {
@@ -397,25 +396,6 @@ TEST(FileStorage, RefusesWhatIsNoRegularFileWithoutWaiting) {
   EXPECT_EQ(storage.Open("/dev/zero", MP4_MODE_READ), MP4_FILE_IO);
 }
 
-/// Lets no file grow beyond `bytes` while it lives, as a full disk would.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : m_oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &m_old);
-    rlimit limit = m_old;
-    limit.rlim_cur = bytes;
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &m_old);
-    std::signal(SIGXFSZ, m_oldHandler);
-  }
-
- private:
-  void (*m_oldHandler)(int);
-  rlimit m_old{};
-};
-
 TEST(FileStorage, CloseCanBeTriedAgainAfterAFailedFlush) {
   const TempFile file;
   CStorage storage;
@@ -423,7 +403,7 @@ TEST(FileStorage, CloseCanBeTriedAgainAfterAFailedFlush) {
   const std::vector<u8> content(5000, 0x77);
   ASSERT_EQ(storage.WriteBlock(content.data(), 5000), MP4_OK);
   {
-    const FileSizeLimit limit(1000);
+    const test::FileSizeLimit limit(1000);
     EXPECT_EQ(storage.Close(), MP4_FILE_IO);
     EXPECT_EQ(storage.SetPosition(0), MP4_FILE_IO) << "moving has to flush as well";
     EXPECT_EQ(PositionOf(storage), 5000u);
@@ -437,7 +417,7 @@ TEST(FileStorage, AFailedWriteIsReported) {
   const TempFile file;
   CStorage storage;
   ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
-  const FileSizeLimit limit(1000);
+  const test::FileSizeLimit limit(1000);
   const std::vector<u8> content(100'000, 0x77);
   EXPECT_EQ(storage.WriteBlock(content.data(), 100'000), MP4_FILE_IO);
 }

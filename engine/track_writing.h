@@ -1,0 +1,27 @@
+#pragma once
+
+#include <memory>
+
+#include "boxes/chunk_large_offset_box.h"
+#include "boxes/chunk_offset_box.h"
+#include "boxes/sync_sample_box.h"
+#include "engine/bit_rate_window.h"
+#include "engine/chunk_buffer.h"
+
+namespace kt {
+
+/// What a track keeps only while it is being written.
+struct CTrackWriting {
+  u32 nextSample = 1;
+  u32 currentChunk = 1;
+  CChunkBuffer chunk;
+  CBitRateWindow bitRates;
+  bool finishing = false;      // no further samples, whether or not the track can be finished
+  bool timesFinished = false;  // the last sample has its duration
+  // Made here and given to "stbl" at the end, when it is known which of them the track has.
+  std::unique_ptr<CChunkOffsetBox> chunkOffset;
+  std::unique_ptr<CChunkLargeOffsetBox> chunkLargeOffset;
+  std::unique_ptr<CSyncSampleBox> syncSample;
+};
+
+}  // namespace kt

@@ -1,0 +1,87 @@
+#include "engine/bit_rate_window.h"
+
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <random>
+
+namespace kt {
+namespace {
+
+TEST(BitRateWindow, SlidesOverOneSecond) {
+  CBitRateWindow window;
+  const struct {
+    u32 size;
+    u64 time;
+    u32 peak;
+  } samples[] = {
+      {10, 0, 80},      {10, 500, 160},
+      {10, 1000, 240},  // exactly a second behind the first one, which still counts
+      {10, 1001, 240},  // the first one has left
+      {5, 3000, 240},   // all have left, and the peak stays
+      {100, 3000, 840},
+  };
+  for (const auto& sample : samples) {
+    ASSERT_EQ(window.AddSample(sample.size, sample.time, 1000), MP4_OK);
+    EXPECT_EQ(window.GetPeak(), sample.peak) << sample.time;
+  }
+  window.Clear();
+  EXPECT_EQ(window.GetPeak(), 840u) << "what was measured outlives the window";
+}
+
+// A time so late that a second later passes 2^64 would otherwise empty the window and run past its end.
+TEST(BitRateWindow, NeverDropsTheNewestSample) {
+  CBitRateWindow window;
+  ASSERT_EQ(window.AddSample(1, ~u64{0}, 1000), MP4_OK);
+  ASSERT_EQ(window.AddSample(2, ~u64{0}, 1000), MP4_OK);
+  EXPECT_EQ(window.GetPeak(), 16u) << "the older one has left";
+}
+
+// Against a plain queue, with more samples in a second than the first piece of memory holds, and times that
+// fall back.
+TEST(BitRateWindow, CountsLikeAPlainQueue) {
+  std::mt19937 random(7);
+  CBitRateWindow window;
+  std::deque<std::pair<u64, u32>> queue;
+  u32 bits = 0, peak = 0;
+  u64 time = 5000;
+  for (int i = 0; i < 5000; ++i) {
+    const u32 size = static_cast<u32>(random() % 1000) + 1;
+    time = time + random() % 12 - 4;
+    if (i % 700 == 699) time += 900;
+    ASSERT_EQ(window.AddSample(size, time, 1000), MP4_OK);
+    queue.emplace_back(time, size);
+    bits += size * 8;
+    while (time > queue.front().first + 1000) {
+      bits -= queue.front().second * 8;
+      queue.pop_front();
+    }
+    peak = std::max(peak, bits);
+    ASSERT_EQ(window.GetPeak(), peak) << i;
+  }
+  EXPECT_GT(queue.size(), 64u);
+}
+
+TEST(BitRateWindow, AverageOverTheDuration) {
+  const struct {
+    u32 size;
+    u64 duration;
+    u32 timeScale;
+    u32 average;
+  } cases[] = {
+      {1000, 2000, 1000, 4000},       {1000, 3000, 1000, 2666},  // cut, not rounded
+      {1000, 10, 1000, 8000},                                    // shorter than a second
+      {1000, 0, 1000, 8000},                                     //
+      {0x20000000, 1, 1, 0xFFFFFFFF},                            // just beyond 32 bits
+      {0x1FFFFFFF, 1, 1, 0xFFFFFFF8},                            //
+      {1000, ~u64{0}, 1, 0},                                     //
+  };
+  for (const auto& row : cases) {
+    CBitRateWindow window;
+    ASSERT_EQ(window.AddSample(row.size, 0, row.timeScale), MP4_OK);
+    EXPECT_EQ(window.GetAverage(row.duration, row.timeScale), row.average) << row.size << " " << row.duration;
+  }
+}
+
+}  // namespace
+}  // namespace kt

@@ -1,0 +1,273 @@
+// Files that are written, through the public faces: their bytes, and what reading makes of them.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "support/movie_builder.h"
+#include "support/written_movie.h"
+
+namespace kt {
+namespace {
+
+using namespace test;
+
+Bytes ReservedMediaHeader() {
+  return Bytes().U32(1).Text("mdat").U64(0x100000008);
+}
+
+// The brands are final before the first sample, and a file without tracks gets no "moov".
+TEST(FileWriting, OpenLaysDownBrandsAndTheHeaderOfTheMediaData) {
+  const struct {
+    u32 fileType;
+    Bytes ftyp;
+  } cases[] = {
+      {MP4_TYPE_MP4, Box("ftyp", Bytes().Text("mp42").U32(1).Text("mp42isom"))},
+      {MP4_TYPE_3GP, Box("ftyp", Bytes().Text("3gp4").U32(512).Text("3gp43gp5isom"))},
+      {MP4_TYPE_M4A, Box("ftyp", Bytes().Text("M4A ").U32(0).Text("mp42isom"))},
+  };
+  for (const auto& row : cases) {
+    WrittenMovie movie(row.fileType);
+    ASSERT_EQ(movie.result, MP4_OK);
+    u32 value = 9;
+    EXPECT_EQ(movie->GetFileType(&value), MP4_OK);
+    EXPECT_EQ(value, row.fileType);
+    EXPECT_EQ(movie->GetMovieTimeScale(&value), MP4_OK);
+    EXPECT_EQ(value, 1000u);
+    EXPECT_EQ(movie->Close(), MP4_OK);
+    EXPECT_EQ(movie.Content(), Bytes(row.ftyp).Add(ReservedMediaHeader()));
+  }
+}
+
+TEST(FileWriting, OpenEmptiesAFileThatStandsThere) {
+  WrittenMovie movie;
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  const Bytes empty = movie.Content();
+  ASSERT_EQ(movie->Open(movie.Name().c_str(), MP4_MODE_WRITE, MP4_TYPE_3GP), MP4_OK);
+  CMp4Track* track = movie.AddTextTrack();
+  ASSERT_EQ(WriteSample(track, 100, 0), MP4_OK);
+  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  EXPECT_GT(movie.Content().size(), empty.size() + 100);
+  ASSERT_EQ(movie->Open(movie.Name().c_str(), MP4_MODE_WRITE, MP4_TYPE_3GP), MP4_OK);
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  EXPECT_EQ(movie.Content(), empty);
+}
+
+TEST(FileWriting, OpenThatCannotCreateTheFileFails) {
+  CMp4File* made = nullptr;
+  ASSERT_EQ(CreateMp4File(&made), MP4_OK);
+  const std::unique_ptr<CMp4File> file(made);
+  const TempFile missing;
+  const std::string inside = (missing.Path() / "a.mp4").string();
+  EXPECT_EQ(file->Open(inside.c_str(), MP4_MODE_WRITE, MP4_TYPE_MP4), MP4_FILE_IO);
+  u32 open = 1;
+  EXPECT_EQ(file->IsOpen(&open), MP4_OK);
+  EXPECT_EQ(open, 0u);
+  CMp4Track* track = nullptr;
+  EXPECT_EQ(file->AddTrack(&track), MP4_NOT_FOUND);
+}
+
+TEST(FileWriting, TracksAreNumberedAsTheyAreAdded) {
+  WrittenMovie movie;
+  std::vector<CMp4Track*> tracks = {movie.AddTextTrack(), movie.AddTextTrack()};
+  u32 count = 0;
+  EXPECT_EQ(movie->GetTrackCount(&count), MP4_OK);
+  EXPECT_EQ(count, 2u);
+  for (u32 index = 1; index <= 2; ++index) {
+    u32 id = 0;
+    EXPECT_EQ(tracks[index - 1]->GetTrackId(&id), MP4_OK);
+    EXPECT_EQ(id, index);
+    ASSERT_EQ(movie->CloseTrack(tracks[index - 1]), MP4_OK);
+  }
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  const Bytes mvhd = BoxAt(movie.Content(), "moov/mvhd");
+  EXPECT_EQ(Bytes(mvhd.end() - 4, mvhd.end()), Bytes().U32(3)) << "the next track id";
+  CMp4Track* late = nullptr;
+  EXPECT_EQ(movie->AddTrack(&late), MP4_NOT_FOUND) << "closed";
+  EXPECT_EQ(late, nullptr);
+}
+
+// Every box in its place, byte for byte.
+TEST(FileWriting, AWholeFile) {
+  WrittenMovie movie;
+  CMp4Track* track = movie.AddTextTrack(500);
+  ASSERT_EQ(track->SetDimensions(320, 60), MP4_OK);
+  ASSERT_EQ(track->WriteSample("\x94\x20", 2, 0, 0, 1), MP4_OK);
+  ASSERT_EQ(track->WriteSample("\x94\x2c\x80", 3, 250, 250, 1), MP4_OK);
+  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
+  ASSERT_EQ(movie->SetCopyright("eng", "nobody", 1), MP4_OK);
+  ASSERT_EQ(movie->SetCreationDate(1904, 1, 1, 0, 0, 9), MP4_OK);
+  ASSERT_EQ(movie->Close(), MP4_OK);
+
+  const auto matrix = [] { return Bytes().U32s({0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000}); };
+  const Bytes ftyp = Box("ftyp", Bytes().Text("3gp4").U32(512).Text("3gp43gp5isom"));
+  const Bytes mdat = Box("mdat", Bytes().U64(0x100000008).U16(0x9420).U24(0x942c80));
+  const Bytes mvhd =
+      FullBox("mvhd", 0, 0,
+              Bytes().U32s({9, 0, 1000, 1000, 0x10000}).U16(0x100).Zeros(10).Add(matrix()).Zeros(24).U32(2));
+  const Bytes tkhd = FullBox(
+      "tkhd", 0, 1, Bytes().U32s({0, 0, 1, 0, 1000}).Zeros(16).Add(matrix()).U32(320 << 16).U32(60 << 16));
+  const Bytes dinf = Box("dinf", {TableBox("dref", 1, FullBox("url ", 0, 1))});
+  const Bytes stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1).U8(0))});
+  const Bytes stbl =
+      Box("stbl", {Stts({{2, 250}}), Stsz({2, 3}), Stsc({{1, 2}}), stsd, Stco({ftyp.size() + 16})});
+  const Bytes mdia =
+      Box("mdia", {Mdhd(500, 500), FullBox("hdlr", 0, 0, Bytes().U32(0).Text("text").Zeros(13)),
+                   Box("minf", {dinf, stbl, Nmhd()})});
+  const Bytes moov = Box("moov", {mvhd, Box("trak", {tkhd, mdia}), Udta({Cprt("eng", "nobody")})});
+  EXPECT_EQ(movie.Content(), Bytes(ftyp).Add(mdat).Add(moov));
+}
+
+TEST(FileWriting, AnMp4FileHasADefaultObjectDescriptor) {
+  WrittenMovie movie(MP4_TYPE_MP4);
+  CMp4Track* track = movie.AddTextTrack();
+  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  const Bytes content = movie.Content();
+  // Id 1; no profiles but audio and visual.
+  EXPECT_EQ(BoxAt(content, "moov/iods"),
+            FullBox("iods", 0, 0, Descriptor(0x10, {0x00, 0x4F, 0xFF, 0xFF, 15, 3, 0xFF})));
+  EXPECT_EQ(OpenedMovie(content).result, MP4_OK);
+}
+
+TEST(FileWriting, DumpSizesTheBoxesFirst) {
+  WrittenMovie movie;
+  CMp4Track* track = movie.AddTextTrack();
+  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(movie->Dump(), MP4_OK);
+  const std::string dump = testing::internal::GetCapturedStdout();
+  EXPECT_NE(dump.find("Box type = stco  Size = 16\n"), std::string::npos) << dump;
+  EXPECT_NE(dump.find("Box type = mdat  Size = 16\n"), std::string::npos) << dump;
+}
+
+// Closing.
+
+TEST(FileWriting, CloseWithTracksLeftOpen) {
+  WrittenMovie movie;
+  CMp4Track* first = movie.AddTextTrack();
+  CMp4Track* second = movie.AddTextTrack();
+  ASSERT_EQ(WriteSample(first, 5, 0), MP4_OK);
+  ASSERT_EQ(WriteSample(second, 7, 0), MP4_OK);
+  EXPECT_EQ(movie->Close(), MP4_NOT_FOUND) << "the first track gives the movie its duration";
+  u32 open = 0;
+  EXPECT_EQ(movie->IsOpen(&open), MP4_OK);
+  EXPECT_EQ(open, 1u);
+  ASSERT_EQ(movie->CloseTrack(first), MP4_OK);
+  EXPECT_EQ(movie->Close(), MP4_OK) << "nobody waits for the second";
+  EXPECT_EQ(WriteSample(second, 7, 1), MP4_NOT_READY);
+  delete second;
+  OpenedMovie read(movie.Content());
+  EXPECT_EQ(read.BindResult(1), MP4_OK);
+  EXPECT_EQ(read.BindResult(2), MP4_NOT_FOUND) << "its tables were never completed";
+}
+
+// Each failure leaves the file open; samples can still come, and the header of "mdat" is patched again.
+TEST(FileWriting, CloseCanBeRepeatedAndLeavesOneMovie) {
+  WrittenMovie movie;
+  CMp4Track* first = movie.AddTextTrack();
+  CMp4Track* second = movie.AddBareTrack();
+  ASSERT_EQ(second->SetTrackType(MP4_KIND_TEXT), MP4_OK);
+  ASSERT_EQ(second->SetTimeScale(1000), MP4_OK);
+  ASSERT_EQ(first->WriteSample("first", 5, 0, 0, 1), MP4_OK);
+  ASSERT_EQ(movie->CloseTrack(first), MP4_OK);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(movie->Close(), MP4_NOT_READY) << "the second track has no sample entry";
+    ASSERT_EQ(second->WriteSample("second", 6, static_cast<u64>(i), static_cast<u64>(i), 1), MP4_OK);
+  }
+  ASSERT_EQ(second->SetLine21Format(0, 0, 0), MP4_OK);
+  ASSERT_EQ(movie->CloseTrack(second), MP4_OK);
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  EXPECT_EQ(movie->Close(), MP4_NOT_FOUND);
+  const Bytes content = movie.Content();
+  EXPECT_EQ(CodesIn(content, 0), "ftypmdatmoov");
+  EXPECT_EQ(BoxAt(content, "mdat"), Box("mdat", Bytes().U64(0x100000008).Text("firstsecondsecond")));
+}
+
+TEST(FileWriting, TracesItsStepsWhenAsked) {
+  WrittenMovie movie;
+  ASSERT_EQ(movie->SetTraceLevel(1), MP4_OK);
+  CMp4Track* track = movie.AddTextTrack();
+  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(movie->Close(), MP4_OK);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "CMp4FileImpl::Close >> All boxes serialized\n");
+}
+
+// Round trip.
+
+struct CopiedFormat {
+  const char* what;
+  u32 kind;
+  std::function<Mp4Result(CMp4Track*)> set;
+  bool reordered;
+};
+
+const CopiedFormat kFormats[] = {
+    {"MPEG-4 visual", MP4_KIND_VIDEO,
+     [](CMp4Track* track) { return track->SetVideoFormat(320, 240, "video", 5, MP4_FORMAT_MP4V); }, true},
+    {"AAC", MP4_KIND_AUDIO,
+     [](CMp4Track* track) { return track->SetAudioFormat(0x100, 0, "aac", 3, MP4_FORMAT_MP4A); }, false},
+    {"H.263", MP4_KIND_VIDEO,
+     [](CMp4Track* track) { return track->SetVideoFormat(176, 144, "d263", 4, MP4_FORMAT_S263); }, false},
+    {"AMR", MP4_KIND_AUDIO,
+     [](CMp4Track* track) { return track->SetAudioFormat(0x100, 0, "damr", 4, MP4_FORMAT_SAMR); }, false},
+    {"Line 21", MP4_KIND_TEXT, [](CMp4Track* track) { return track->SetLine21Format(0, 0, 0); }, false},
+};
+
+CMp4Track* AddTrackOf(WrittenMovie& movie, const CopiedFormat& format) {
+  CMp4Track* track = movie.AddBareTrack();
+  EXPECT_EQ(track->SetTrackType(format.kind), MP4_OK);
+  EXPECT_EQ(track->SetTimeScale(12800), MP4_OK);
+  EXPECT_EQ(format.set(track), MP4_OK) << format.what;
+  return track;
+}
+
+void CopySamples(CMp4Track& from, CMp4Track* to) {
+  u32 count = 0;
+  ASSERT_EQ(from.GetSampleCount(&count), MP4_OK);
+  std::vector<u8> bytes(5000);
+  for (u32 sample = 1; sample <= count; ++sample) {
+    u32 size = 0, sync = 0;
+    u64 decoding = 0, composition = 0;
+    ASSERT_EQ(from.ReadSample(sample, 5000, &size, bytes.data()), MP4_OK);
+    ASSERT_EQ(from.GetSampleDecodingTime(sample, &decoding), MP4_OK);
+    ASSERT_EQ(from.GetSampleCompositionTime(sample, &composition), MP4_OK);
+    const bool isSync = from.FindSyncSample(composition, &sync) == MP4_OK && sync == sample;
+    ASSERT_EQ(to->WriteSample(bytes.data(), size, decoding, composition, isSync ? 1 : 0), MP4_OK) << sample;
+  }
+}
+
+// What was written is read, and written from what was read: the same bytes.
+TEST(FileWriting, WhatIsReadBackIsWrittenAlike) {
+  WrittenMovie original(MP4_TYPE_MP4);
+  for (const CopiedFormat& format : kFormats) {
+    CMp4Track* track = AddTrackOf(original, format);
+    for (u32 i = 0; i < 330; ++i) {
+      const std::vector<u8> bytes(1 + i * i % 4999, static_cast<u8>(i));
+      const u64 time = i * 512 + (i % 7 == 3 ? 1 : 0);
+      // A picture, then ever one that is shown after the two that follow it.
+      const u64 shown = !format.reordered ? time : i == 0 ? 512 : time + (i % 3 == 1 ? 1536 : 0);
+      const u32 isSync = !format.reordered || i == 0 || i % 12 == 1 ? 1 : 0;
+      ASSERT_EQ(track->WriteSample(bytes.data(), static_cast<u32>(bytes.size()), time, shown, isSync),
+                MP4_OK);
+    }
+    ASSERT_EQ(original->CloseTrack(track), MP4_OK);
+  }
+  ASSERT_EQ(original->Close(), MP4_OK);
+
+  OpenedMovie read(original.Content());
+  WrittenMovie copy(MP4_TYPE_MP4);
+  u32 index = 0;
+  for (const CopiedFormat& format : kFormats) {
+    CMp4Track* track = AddTrackOf(copy, format);
+    CopySamples(*read.OpenTrack(++index), track);
+    ASSERT_EQ(copy->CloseTrack(track), MP4_OK);
+  }
+  ASSERT_EQ(copy->Close(), MP4_OK);
+  EXPECT_TRUE(copy.Content() == original.Content());
+}
+
+}  // namespace
+}  // namespace kt

@@ -1,0 +1,165 @@
+// A track without a file object: its set-up, and media data behind 4 GiB, which a hole in the file stands
+// for.
+
+#include <gtest/gtest.h>
+
+#include "boxes/media_data_box.h"
+#include "boxes/movie_box.h"
+#include "boxes/track_box.h"
+#include "engine/child_boxes.h"
+#include "engine/memory_storage.h"
+#include "engine/track_impl.h"
+#include "support/movie_builder.h"
+#include "support/written_movie.h"
+
+namespace kt {
+namespace {
+
+using namespace test;
+
+constexpr u64 kFourGiB = u64{1} << 32;
+
+/// A file without a file object, whose position a test can move.
+class BareHost : public CTrackHost {
+ public:
+  BareHost() {
+    EXPECT_EQ(storage.Open(temp.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
+    EXPECT_EQ(mediaData.StartWriting(&storage), MP4_OK);
+  }
+  ~BareHost() override { DetachTracks(); }
+
+  Mp4Result GetTrackBox(u32 trackIndex, CBox** box) override {
+    return movie.GetChild(FourCc("trak"), box, trackIndex);
+  }
+  Mp4Result AddTrackBox(CBox** box) override {
+    CTrackBox* track = nullptr;
+    const Mp4Result result = AddNewChild(&movie, &track);
+    *box = track;
+    return result;
+  }
+  Mp4Result GetMediaData(CMediaDataBox** found) override {
+    *found = &mediaData;
+    return MP4_OK;
+  }
+  Mp4Result GetMovieTimeScale(u32* timeScale) override {
+    *timeScale = 1000;
+    return MP4_OK;
+  }
+  Mp4Result ReadData(u8* /*buffer*/, u64 /*position*/, u32 /*size*/) override { return MP4_FILE_IO; }
+
+  /// The movie so far, as it would be written.
+  Bytes Movie() {
+    Bytes bytes(10'000);
+    CMemoryStorage memory;
+    u64 size = 0;
+    EXPECT_EQ(memory.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_WRITE), MP4_OK);
+    EXPECT_EQ(movie.CalculateSize(), MP4_OK);
+    EXPECT_EQ(movie.Serialize(&memory), MP4_OK);
+    EXPECT_EQ(memory.GetPosition(&size), MP4_OK);
+    bytes.resize(size);
+    return bytes;
+  }
+
+  TempFile temp;
+  CStorage storage;
+  CMediaDataBox mediaData;
+  CMovieBox movie;
+};
+
+void SetUpText(CTrackImpl& track) {
+  ASSERT_EQ(track.SetUp(1), MP4_OK);
+  ASSERT_EQ(track.SetTrackType(MP4_KIND_TEXT), MP4_OK);
+  ASSERT_EQ(track.SetTimeScale(1000), MP4_OK);
+  ASSERT_EQ(track.SetLine21Format(0, 0, 0), MP4_OK);
+}
+
+// A chunk of one sample; where it begins is where the storage stands.
+void WriteChunkAt(BareHost& host, CTrackImpl& track, u64 position, u64 time) {
+  ASSERT_EQ(host.storage.SetPosition(position), MP4_OK);
+  ASSERT_EQ(WriteSample(&track, 1'000'000, time), MP4_OK);
+}
+
+TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
+  const struct {
+    std::vector<u64> positions;
+    bool wide;
+  } cases[] = {
+      {{16, kFourGiB - 1}, false},
+      {{16, kFourGiB}, true},
+      {{16, 2'000'000, kFourGiB + 5, kFourGiB + 2'000'000}, true},
+      {{kFourGiB * 3}, true},
+  };
+  for (const auto& row : cases) {
+    BareHost host;
+    CTrackImpl track(&host, 0);
+    SetUpText(track);
+    u64 time = 0;
+    for (const u64 position : row.positions) WriteChunkAt(host, track, position, time++);
+    ASSERT_EQ(track.Finish(), MP4_OK);
+    const Bytes movie = host.Movie();
+    EXPECT_EQ(SampleTableBoxAt(movie, "stco"), row.wide ? Bytes() : Stco(row.positions));
+    EXPECT_EQ(SampleTableBoxAt(movie, "co64"), row.wide ? Co64(row.positions) : Bytes());
+  }
+}
+
+// The wide table is made while samples come, so the last chunk can be the one that needs it.
+TEST(LargeOffsets, WidenInFinish) {
+  BareHost host;
+  CTrackImpl track(&host, 0);
+  SetUpText(track);
+  WriteChunkAt(host, track, 16, 0);
+  ASSERT_EQ(WriteSample(&track, 7, 1), MP4_OK);
+  ASSERT_EQ(host.storage.SetPosition(kFourGiB), MP4_OK);
+  ASSERT_EQ(track.Finish(), MP4_OK);
+  EXPECT_EQ(SampleTableBoxAt(host.Movie(), "co64"), Co64({16, kFourGiB}));
+}
+
+TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
+  BareHost host;
+  CTrackImpl track(&host, 0);
+  EXPECT_EQ(track.Finish(), MP4_NOT_FOUND);
+  EXPECT_EQ(track.AddSampleEntry(nullptr, 0, FourCc("ln21")), MP4_NOT_READY);
+  EXPECT_EQ(track.SetDuration(1), MP4_NOT_READY);
+  SetUpText(track);
+  EXPECT_EQ(track.SetUp(2), MP4_ALREADY_SET_UP);
+  EXPECT_EQ(track.AddSampleEntry(nullptr, 0, FourCc("avc1")), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(CTrackImpl(nullptr, 0).SetUp(1), MP4_NOT_READY);
+}
+
+TEST(TrackSetUp, ADurationThatSomebodySetsStays) {
+  BareHost host;
+  CTrackImpl track(&host, 0);
+  SetUpText(track);
+  ASSERT_EQ(track.SetDuration(77), MP4_OK);
+  ASSERT_EQ(WriteSample(&track, 1, 5000), MP4_OK);
+  ASSERT_EQ(track.Finish(), MP4_OK);
+  u64 duration = 0;
+  EXPECT_EQ(track.GetDuration(&duration), MP4_OK);
+  EXPECT_EQ(duration, 77u);
+  EXPECT_EQ(BoxAt(host.Movie(), "moov/trak/mdia/mdhd"), Mdhd(1000, 10000)) << "that of the media does not";
+}
+
+// The entry of a systems track by the kind of the track; the size of the set-up data stands for a bit rate.
+TEST(TrackSetUp, SystemsEntriesFollowTheKind) {
+  const struct {
+    u32 kind;
+    Bytes config;
+  } cases[] = {
+      {MP4_KIND_OBJECT_DESCRIPTOR,
+       Bytes().U8(2).U8(1 << 2 | 1).U24(0x140000).U32(3).U32(0).U8(5).U8(3).Text("abc")},
+      {MP4_KIND_SCENE_DESCRIPTION,
+       Bytes().U8(2).U8(3 << 2 | 1).U24(0x140000).U32(3).U32(0).U8(5).U8(3).Text("abc")},
+  };
+  for (const auto& row : cases) {
+    BareHost host;
+    CTrackImpl track(&host, 0);
+    ASSERT_EQ(track.SetUp(1), MP4_OK);
+    ASSERT_EQ(track.SetTrackType(row.kind), MP4_OK);
+    ASSERT_EQ(track.SetMpeg4SystemsFormat("abc", 3), MP4_OK);
+    const Bytes stsd = SampleTableBoxAt(host.Movie(), "stsd");
+    EXPECT_NE(std::search(stsd.begin(), stsd.end(), row.config.begin(), row.config.end()), stsd.end());
+  }
+}
+
+}  // namespace
+}  // namespace kt
