@@ -109,13 +109,23 @@ class FakeTrack : public CMp4Track {
     return MP4_NOT_FOUND;
   }
 
+  /// As the library's, but that a time before the first sample does not spoil the next search.
+  Mp4Result FindSampleByDecodingTime(u64 time, u32* sample) override {
+    u32 number = 0;
+    for (const FakeSample& candidate : m_facts.samples) number += candidate.decodingTime <= time;
+    if (number > 0 && number == m_facts.samples.size() && m_facts.samples.back().decodingTime < time) {
+      *sample = number;
+      return MP4_NOT_FOUND;
+    }
+    return m_facts.samples.empty() ? MP4_NOT_FOUND : Tell("FindSampleByDecodingTime", sample, number);
+  }
+
   Mp4Result GetDimensions(u32*, u32*) override { return MP4_NOT_FOUND; }
   Mp4Result GetCopyright(char*, char*, u32*, u32) override { return MP4_NOT_FOUND; }
   Mp4Result SetCopyright(const char*, const char*, u32) override { return MP4_NOT_FOUND; }
   Mp4Result GetCreationDate(u32*, u32*, u32*, u32*, u32*, u32*) override { return MP4_NOT_FOUND; }
   Mp4Result SetCreationDate(u32, u32, u32, u32, u32, u32) override { return MP4_NOT_FOUND; }
   Mp4Result FindSampleByCompositionTime(u64, u32*) override { return MP4_NOT_FOUND; }
-  Mp4Result FindSampleByDecodingTime(u64, u32*) override { return MP4_NOT_FOUND; }
   Mp4Result SetTrackType(u32) override { return MP4_NOT_FOUND; }
   Mp4Result SetTimeScale(u32) override { return MP4_NOT_FOUND; }
   Mp4Result SetDimensions(u32, u32) override { return MP4_NOT_FOUND; }

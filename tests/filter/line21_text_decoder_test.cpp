@@ -1,0 +1,225 @@
+#include "filter/logic/line21_text_decoder.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "support/line21_script.h"
+
+namespace kt {
+namespace {
+
+using test::Line21Pairs;
+
+/// Feeds a decoder and writes down what comes out: a screen text with "/" for each line break, a row behind
+/// the number of the pair that completed it ("3:Hi"), counted from 1.
+class Caption final : CaptionReceiver {
+ public:
+  std::vector<std::string> Feed(std::string_view script) {
+    log.clear();
+    for (const test::Line21Pair& pair : Line21Pairs(script)) decoder.Decode(pair.data(), 2, ++m_pairs);
+    return log;
+  }
+  std::vector<std::string> Repeat(const char* script, int times) {
+    std::vector<std::string> all;
+    for (int i = 0; i < times; ++i) {
+      for (const std::string& line : Feed(script)) all.push_back(line);
+    }
+    return all;
+  }
+
+  std::vector<std::string> log;
+  Line21TextDecoder decoder{*this};
+
+ private:
+  void SendScreenText(const char* text) override {
+    std::string line = text;
+    for (std::size_t at; (at = line.find("<br>")) != std::string::npos;) line.replace(at, 4, "/");
+    log.push_back(line);
+  }
+  void AddCaptionText(i64 time, const char* text) override {
+    log.push_back(std::to_string(time) + ":" + text);
+  }
+
+  i64 m_pairs = 0;
+};
+
+using Log = std::vector<std::string>;
+
+struct ScriptRow {
+  const char* what;
+  const char* script;
+  Log output;
+};
+
+void ExpectOutput(std::initializer_list<ScriptRow> rows) {
+  for (const ScriptRow& row : rows) {
+    SCOPED_TRACE(row.what);
+    EXPECT_EQ(Caption().Feed(row.script), row.output) << row.script;
+  }
+}
+
+TEST(Line21TextDecoder, PopOnCaptionsAppearAtTheirEnd) {
+  ExpectOutput({
+      {"text ahead of the first command is dropped", "Hi{-}", {}},
+      {"one row, commands doubled", "{RCL}{RCL}{ENM}{PAC}Hi{EOC}{EOC}", {"/", "///Hi", "6:Hi"}},
+      {"two rows", "{RCL}{PAC}One{PAC}Two{EOC}", {"/", "//One/Two", "8:One", "8:Two"}},
+      {"of five rows the first is lost",
+       "{RCL}a{PAC}b{PAC}c{PAC}d{PAC}e{EOC}",
+       {"/", "b/c/d/e", "11:b", "11:c", "11:d", "11:e"}},
+      {"an address without a row ahead moves nothing", "{RCL}{PAC}{ENM}{PAC}a{EOC}", {"/", "///a", "6:a"}},
+      {"a carriage return moves nothing", "{RCL}a{CR}b{EOC}", {"/", "///ab", "5:ab"}},
+      {"an empty last row is emitted all the same", "{RCL}a{PAC}{EOC}{-}", {"/", "//a/", "4:a", "4:"}},
+      {"loading anew forgets the count, not the rows", "{RCL}a{PAC}b{RCL}c{EOC}", {"/", "//a/bc", "7:bc"}},
+      {"the memories change places",
+       "{RCL}a{EOC}b{EOC}c{EOC}",
+       {"/", "///a", "3:a", "///b", "5:b", "///ac", "7:ac"}},
+      {"erasing the screen empties the memory that was shown",
+       "{RCL}a{EOC}{EDM}{EOC}c{EOC}",
+       {"/", "///a", "3:a", "/", "///", "5:", "///c", "7:c"}},
+      {"erasing the hidden memory", "{RCL}a{ENM}b{EOC}", {"/", "///b", "5:b"}},
+  });
+}
+
+TEST(Line21TextDecoder, RollUpRowsGoOutAsTheyScrollAway) {
+  ExpectOutput({
+      {"each pair sends the screen, a return the row",
+       "{RU2}One{CR}b{CR}",
+       {"///On", "///One", "4:One", "//One/", "//One/b", "6:b", "/One/b/"}},
+      {"the depth is not looked at",
+       "{RU2}a{CR}b{CR}c{CR}d{CR}e",
+       {"///a", "3:a", "//a/", "//a/b", "5:b", "/a/b/", "/a/b/c", "7:c", "a/b/c/", "a/b/c/d", "9:d", "b/c/d/",
+        "b/c/d/e"}},
+      {"a return on an empty row moves nothing",
+       "{RU2}a{CR}{RU2}{CR}",
+       {"///a", "3:a", "//a/", "//a/", "//a/"}},
+      {"an address moves nothing", "{RU2}a{PAC}b", {"///a", "///a", "///ab"}},
+      {"the screen is sent again for pairs without data", "{RU2}a{-}{-}", {"///a", "///a", "///a"}},
+      {"from another mode the screen is cleared", "{RCL}a{RU4}b", {"/", "/", "///b"}},
+      {"an end of caption shows, clears and goes over to pop-on",
+       "{RU2}a{EOC}b{EOC}c{EOC}",
+       {"///a", "///a", "/", "///b", "5:b", "///ac", "7:ac"}},
+  });
+}
+
+TEST(Line21TextDecoder, PaintOnRowsGoOutAtTheNextAddress) {
+  ExpectOutput({
+      {"rows", "{RDC}a{PAC}b{PAC}", {"///a", "3:a", "//a/", "//a/b", "5:b", "/a/b/"}},
+      {"a carriage return moves nothing", "{RDC}a{CR}b", {"///a", "///a", "///ab"}},
+      {"rows are dropped on the way in, but not from the screen", "{RU2}a{RDC}b", {"///a", "///", "///b"}},
+      {"and kept when the mode stays", "{RDC}a{RDC}b", {"///a", "///a", "///ab"}},
+      {"the screen is sent again for pairs without data", "{RDC}a{-}", {"///a", "///a"}},
+      {"loading clears it", "{RDC}a{RCL}b{EOC}", {"///a", "/", "///", "///b", "5:b"}},
+  });
+}
+
+TEST(Line21TextDecoder, CommandsOnText) {
+  ExpectOutput({
+      {"backspace", "{RU2}ab{BS}c", {"///ab", "///a", "///ac"}},
+      {"backspace on an empty row", "{RU2}{BS}a", {"///", "///a"}},
+      {"tabs",
+       "{RU2}a{TO1}{TO2}{TO3}b",
+       {"///a", "///a\t", "///a\t\t\t", "///a\t\t\t\t\t\t", "///a\t\t\t\t\t\tb"}},
+      {"erasing the rows", "{RU2}a{ENM}b", {"///a", "///", "///b"}},
+      {"text mode is no caption", "{RU2}{TR}ab{RU2}c", {"///", "///", "///", "///c"}},
+      {"and resumed text mode", "{RDC}{RTD}ab{RDC}c", {"///", "///", "///", "///c"}},
+      {"an end of caption ends it", "{RCL}{RTD}a{EOC}b{EOC}", {"/", "///", "4:", "///b", "6:b"}},
+      {"what is not decoded changes nothing",
+       "{RU2}a{1422}{1423}{1424}{1428}{1130}{1240}{1724}{1521}",
+       {"///a", "///a", "///a", "///a", "///a", "///a", "///a", "///a", "///a"}},
+  });
+}
+
+TEST(Line21TextDecoder, APairThatIsSentTwiceActsOnce) {
+  ExpectOutput({
+      {"twice", "{RU2}abcd{BS}{BS}", {"///ab", "///abcd", "///abc"}},
+      {"three times", "{RU2}abcd{BS}{BS}{BS}", {"///ab", "///abcd", "///abc"}},
+      {"with a character between", "{RU2}abcd{BS}e{BS}", {"///ab", "///abcd", "///abc", "///abce", "///abc"}},
+      {"with another command between",
+       "{RU2}abcd{BS}{PAC}{BS}",
+       {"///ab", "///abcd", "///abc", "///abc", "///ab"}},
+      {"silence between does not count", "{RU2}ab{BS}{-}{BS}", {"///ab", "///a", "///a"}},
+      {"a command of channel 2 neither", "{RU2}ab{BS}{2:RU3}{BS}c", {"///ab", "///a", "///ac"}},
+      {"but its text does", "{RU2}ab{BS}{2:RU3}x{BS}c", {"///ab", "///a", "///c"}},
+  });
+}
+
+TEST(Line21TextDecoder, OnlyChannelOneIsDecoded) {
+  ExpectOutput({
+      {"text and commands of channel 2", "{RU2}a{2:RU2}b{2:CR}c{RU2}d", {"///a", "///ad"}},
+      {"a pair in two halves", "{#8094}{#2580}a", {"///", "///a"}},
+  });
+}
+
+TEST(Line21TextDecoder, BadParityDropsThePairAndTheChannel) {
+  ExpectOutput({
+      {"in the first byte", "{RU2}ab{#00E5}cd{RU2}ef", {"///ab", "///abef"}},
+      {"in the second", "{RU2}ab{#E500}cd{RU2}ef", {"///ab", "///abef"}},
+  });
+}
+
+// 120 calls are not enough for anything, the 121st clears the screen once.
+TEST(Line21TextDecoder, SilenceClearsTheScreen) {
+  Caption caption;
+  EXPECT_EQ(caption.Repeat("{-}", 120), Log());
+  EXPECT_EQ(caption.Repeat("{-}", 300), Log{"/"});
+  caption.Feed("{RCL}ab");
+  EXPECT_EQ(caption.Repeat("{-}", 120), Log());
+  EXPECT_EQ(caption.Repeat("{-}", 300), Log{"/"});
+  EXPECT_EQ(caption.Feed("{EOC}{-}"), (Log{"///", "843:"})) << "silence erases the rows";
+
+  Caption rollUp;
+  rollUp.Feed("{RU2}ab");
+  EXPECT_EQ(rollUp.Repeat("{-}", 120), Log(120, "///ab"));
+  EXPECT_EQ(rollUp.Feed("{-}"), (Log{"/", "///"})) << "and the empty rows are sent again";
+  rollUp.Repeat("{-}", 120);
+  EXPECT_EQ(rollUp.Feed("cd"), Log{"///cd"});
+  EXPECT_EQ(rollUp.Repeat("{-}", 120), Log(120, "///cd")) << "data starts the count anew";
+}
+
+TEST(Line21TextDecoder, BadParityClearsTheScreenButNotTheRows) {
+  Caption caption;
+  caption.Feed("{RU2}ab");
+  EXPECT_EQ(caption.Repeat("{#0000}", 120), Log());
+  EXPECT_EQ(caption.Repeat("{#0000}", 300), Log{"/"});
+  EXPECT_EQ(caption.Feed("{RU2}cd"), Log{"///abcd"});
+  // Both sorts count together.
+  caption.Repeat("{#0000}", 60);
+  EXPECT_EQ(caption.Repeat("{-}", 61), Log{"/"});
+}
+
+TEST(Line21TextDecoder, ACallWithoutBytesIsSilence) {
+  Caption caption;
+  caption.Feed("{RU2}ab");
+  for (int i = 0; i < 121; ++i) {
+    caption.log.clear();
+    caption.decoder.Decode(nullptr, 0, 0);
+  }
+  EXPECT_EQ(caption.log, (Log{"/", "///"}));
+}
+
+TEST(Line21TextDecoder, ARowHasABound) {
+  Caption caption;
+  caption.Feed("{RU2}" + std::string(1021, 'a'));
+  const std::string full = std::string(1021, 'a') + "\t\t\t";
+  EXPECT_EQ(caption.Feed("{TO2}{TO3}bcd{CR}").back(), "//" + full + "/");
+  const std::string& row = caption.log[caption.log.size() - 2];
+  EXPECT_EQ(row.substr(row.find(':') + 1), full);
+}
+
+// A file may have two caption tracks, each with a worker.
+TEST(Line21TextDecoder, TwoWorkersShareIt) {
+  Caption caption;
+  caption.Feed("{RU2}");
+  const auto work = [&] {
+    const u8 pair[] = {'a', 'a'};
+    for (int i = 0; i < 200; ++i) caption.decoder.Decode(pair, 2, 0);
+  };
+  std::thread other(work);
+  work();
+  other.join();
+  EXPECT_EQ(caption.Feed("{-}"), Log{"///" + std::string(800, 'a')});
+}
+
+}  // namespace
+}  // namespace kt

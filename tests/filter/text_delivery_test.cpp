@@ -1,0 +1,227 @@
+#include "filter/logic/text_delivery.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <limits>
+#include <new>
+#include <thread>
+
+#include "support/fake_host.h"
+
+namespace kt {
+namespace {
+
+using Log = std::vector<std::string>;
+
+/// A source with a delivery, whose far ends write down what arrives.
+class Bench : public test::FakeHost, TextRoads {
+ public:
+  explicit Bench(const char* name) {
+    EXPECT_EQ(Source().Load(name), FilterResult::Ok);
+    static_cast<void>(storage.Enable(1, 1));
+    static_cast<void>(storage.Enable(2, 1));
+  }
+
+  /// The oldest text with its time, or nothing.
+  std::string Item(u32 type) {
+    std::string item;
+    EXPECT_FALSE(IsFailure(storage.GetItem(type, [&](u64 time, const std::string& text) {
+      item = std::to_string(time) + " " + text;
+      return FilterResult::Ok;
+    })));
+    return item;
+  }
+
+  Log log;
+  int callbackAtSearch = 1;
+  TextStorage storage;
+  TextDelivery delivery{Source(), storage, *this};
+
+ private:
+  bool FindCallback(const std::string& mappingName) override {
+    log.push_back("find " + mappingName);
+    return --callbackAtSearch <= 0;
+  }
+  void CallBack(TextKind kind, const std::string& time, const std::string& text) override {
+    const u32 type = kind == TextKind::Caption ? 1 : 2;
+    log.push_back("call " + std::to_string(type) + " " + time + " " + text + Item(type));
+  }
+  void NotifyEvent(i32 code) override {
+    log.push_back("event " + std::to_string(code) + " " + Item(code == 0x8065 ? 1 : 2));
+  }
+  void NotifyTextEvent(i32 code, const char* word, const char* text) override {
+    log.push_back("event " + std::to_string(code) + " " + word + " " + text);
+  }
+};
+
+constexpr const char* kWithCallback = "ktmp4file://c/x.mp4&mdccid=MAP";
+
+// Whoever sees the event finds the text in the queue; the callback has come before it was there.
+TEST(TextDelivery, CallsBackThenQueuesThenSendsTheEvent) {
+  Bench bench(kWithCallback);
+  bench.delivery.AddCaptionText(37'250'000'000, "row");
+  bench.delivery.AddMetadataText(10'000'000, "meta");
+  EXPECT_EQ(bench.log, (Log{"find MAP", "call 1 1:02:05 row", "event 32869 37250000000 row",
+                            "call 2 0:00:01 meta", "event 32868 10000000 meta"}));
+}
+
+TEST(TextDelivery, LooksForTheCallbackUntilItIsThere) {
+  Bench bench(kWithCallback);
+  bench.callbackAtSearch = 3;
+  for (int i = 0; i < 4; ++i) bench.delivery.AddMetadataText(0, "m");
+  EXPECT_EQ(bench.log, (Log{"find MAP", "event 32868 0 m", "find MAP", "event 32868 0 m", "find MAP",
+                            "call 2 0:00:00 m", "event 32868 0 m", "call 2 0:00:00 m", "event 32868 0 m"}));
+  Bench unnamed("a.mp4");
+  unnamed.delivery.AddCaptionText(0, "r");
+  EXPECT_EQ(unnamed.log, (Log{"event 32869 0 r"}));
+}
+
+TEST(TextDelivery, SendsTheEventAlsoWithoutAQueue) {
+  Bench bench("a.mp4");
+  bench.delivery.AddCaptionText(1, "kept");
+  bench.log.clear();
+  static_cast<void>(bench.storage.Enable(1, 0));
+  bench.delivery.AddCaptionText(2, "dropped");
+  EXPECT_EQ(bench.log, (Log{"event 32869 "}));
+}
+
+TEST(TextDelivery, ScreenTextsAreForTheTextModeAlone) {
+  for (const bool text : {true, false}) {
+    Bench bench(text ? "ktmp4file://c/x.mp4&cc=on" : "ktmp4file://c/x.mp4&cc=text");
+    bench.delivery.SendScreenText("a<br>");
+    EXPECT_EQ(bench.log, text ? Log{"event 24 Text a<br>"} : Log());
+  }
+}
+
+// Two pins may have their first text at the same time.
+TEST(TextDelivery, OneWorkerAtATimeLooksForTheCallback) {
+  class Roads final : public TextRoads {
+   public:
+    bool FindCallback(const std::string&) override {
+      EXPECT_EQ(m_inside++, 0);
+      std::this_thread::yield();
+      --m_inside;
+      return ++searches == 1000;
+    }
+    void CallBack(TextKind, const std::string&, const std::string&) override { ++calls; }
+    void NotifyEvent(i32) override {}
+    void NotifyTextEvent(i32, const char*, const char*) override {}
+    int searches = 0;
+    std::atomic<int> calls = 0;
+
+   private:
+    std::atomic<int> m_inside = 0;
+  };
+  Bench bench(kWithCallback);
+  Roads roads;
+  TextDelivery delivery(bench.Source(), bench.storage, roads);
+  std::thread other([&] {
+    for (int i = 0; i < 1000; ++i) delivery.AddMetadataText(0, "m");
+  });
+  for (int i = 0; i < 1000; ++i) delivery.AddCaptionText(0, "r");
+  other.join();
+  EXPECT_EQ(roads.searches, 1000);
+  EXPECT_EQ(roads.calls, 1001);
+}
+
+TEST(TimeText, DoesNotPadTheHours) {
+  const struct {
+    i64 time;
+    const char* text;
+  } rows[] = {{0, "0:00:00"},
+              {9'999'999, "0:00:00"},
+              {37'250'000'000, "1:02:05"},
+              {36'000'000'000 * 100 - 1, "99:59:59"},
+              {-650'000'000, "0:-1:-5"},
+              {std::numeric_limits<i64>::max(), "256204778:48:05"}};
+  for (const auto& row : rows) EXPECT_EQ(TimeText(row.time), row.text);
+}
+
+// Switching and fetching read the type in different ways.
+TEST(TextStorage, AnyTypeButOneSwitchesTheMetadataTexts) {
+  for (const i32 type : {2, 7, 0, -1}) {
+    TextStorage storage;
+    EXPECT_EQ(storage.Enable(type, 1), FilterResult::Ok);
+    storage.Queue(TextKind::Caption).Add(0, "r");
+    storage.Queue(TextKind::Metadata).Add(0, "m");
+    std::string text;
+    const auto copy = [&](u64, const std::string& item) {
+      text = item;
+      return FilterResult::Ok;
+    };
+    for (const u32 wrong : {0u, 3u, 7u}) {
+      EXPECT_EQ(storage.GetItem(wrong, copy), FilterResult::InvalidArgument);
+    }
+    EXPECT_EQ(storage.GetItem(1, copy), FilterResult::False);
+    EXPECT_EQ(storage.GetItem(2, copy), FilterResult::Ok);
+    EXPECT_EQ(text, "m");
+  }
+}
+
+std::vector<std::string> Drain(TimedTextQueue& queue) {
+  std::vector<std::string> items;
+  while (queue.Get([&](u64 time, const std::string& text) {
+    items.push_back(std::to_string(time) + text);
+    return FilterResult::Ok;
+  }) == FilterResult::Ok) {
+  }
+  return items;
+}
+
+TEST(TimedTextQueue, StoresWhileEnabled) {
+  TimedTextQueue queue;
+  queue.Add(1, "early");
+  EXPECT_EQ(Drain(queue), Log());
+  queue.Enable(true);
+  queue.Add(1, "a");
+  queue.Add(2, "");
+  queue.Enable(true);
+  EXPECT_EQ(Drain(queue), (Log{"1a", "2"}));
+  queue.Add(3, "c");
+  queue.Enable(false);
+  queue.Enable(true);
+  EXPECT_EQ(Drain(queue), Log()) << "disabling drops what is stored";
+}
+
+// The application's memory may be exhausted.
+TEST(TimedTextQueue, AnItemThatCanNotBeCopiedStays) {
+  TimedTextQueue queue;
+  queue.Enable(true);
+  queue.Add(1, "a");
+  EXPECT_EQ(queue.Get([](u64, const std::string&) { return FilterResult::OutOfMemory; }),
+            FilterResult::OutOfMemory);
+  EXPECT_THROW(
+      static_cast<void>(queue.Get([](u64, const std::string&) -> FilterResult { throw std::bad_alloc(); })),
+      std::bad_alloc);
+  EXPECT_EQ(Drain(queue), Log{"1a"});
+}
+
+TEST(TimedTextQueue, EachItemIsFetchedOnce) {
+  TimedTextQueue queue;
+  queue.Enable(true);
+  constexpr u64 kItems = 4000;
+  std::atomic<u64> fetched = 0, sum = 0;
+  const auto fetch = [&] {
+    u64 last = 0;
+    while (fetched < kItems) {
+      static_cast<void>(queue.Get([&](u64 time, const std::string& text) {
+        EXPECT_EQ(text, std::to_string(time));
+        EXPECT_LT(last, time) << "out of order";
+        last = time;
+        sum += time;
+        ++fetched;
+        return FilterResult::Ok;
+      }));
+    }
+  };
+  std::thread one(fetch), two(fetch);
+  for (u64 i = 1; i <= kItems; ++i) queue.Add(i, std::to_string(i).c_str());
+  one.join();
+  two.join();
+  EXPECT_EQ(fetched, kItems);
+  EXPECT_EQ(sum, kItems * (kItems + 1) / 2);
+}
+
+}  // namespace
+}  // namespace kt
