@@ -11,8 +11,9 @@ namespace kt {
 /// One sample as a pin hands it downstream. Times are in 100 ns units.
 struct DeliveredSample {
   u32 number = 0;
-  i64 start = 0;
-  i64 stop = 0;
+  /// None for captions that were decoded to text.
+  std::optional<i64> start;
+  std::optional<i64> stop;
   u32 size = 0;
   bool isSyncPoint = false;
 };
@@ -53,8 +54,8 @@ class HeadlessPin {
   FilterResult Connection() const { return m_connection; }
   const BufferRequest& Buffers() const { return m_buffers; }
 
-  /// Stream time at which the next sample starts, in 100 ns units; 0 when the track cannot tell, since the
-  /// stream then ends at once.
+  /// Position in the file at which the next sample starts, in 100 ns units; 0 when the track cannot tell,
+  /// since the stream then ends at once.
   i64 NextStart() const;
   /// The next sample, or nothing at the end of the stream.
   std::optional<DeliveredSample> Deliver();

@@ -1,17 +1,22 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "filter/logic/seeking.h"
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/headless_pin.h"
 #include "tools/input_file.h"
 #include "tools/media_type_text.h"
+#include "tools/printed_texts.h"
 #include "tools/progress_line.h"
 #include "tools/standard_streams.h"
 
@@ -20,18 +25,21 @@ namespace {
 
 struct PlayArguments {
   std::string name;
+  std::string captions = "on";
+  double from = 0;
   bool realtime = false;
   bool extract = false;
   bool quiet = false;
 };
 
+// More does not fit into a position.
+constexpr double kMostSeconds = 9e11;
+
 using HnsDuration = std::chrono::duration<i64, std::ratio<1, 10'000'000>>;
 
-std::string HnsText(i64 hns) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%s%lld.%07lld", hns < 0 ? "-" : "", std::abs(hns / 10'000'000LL),
-                std::abs(hns % 10'000'000LL));
-  return text;
+// A time, or a dash where there is none.
+std::string StampText(const std::optional<i64>& hns) {
+  return hns ? HnsText(*hns) : "-";
 }
 
 // Collects what the source has to tell while it loads.
@@ -45,25 +53,28 @@ class LoadHost final : public ReaderHost {
   std::vector<std::string> m_messages;
 };
 
-// The time of the run: the wall's, or that of the sample at hand.
+// The time of the run, which begins at a position of the file: the wall's, or that of the sample at hand.
 class HostClock final : public StreamClock {
  public:
-  explicit HostClock(bool realtime) : m_realtime(realtime), m_begin(Wall::now()) {}
-  // Comes back when it is `time`.
-  void GoTo(i64 time) {
+  HostClock(bool realtime, i64 from) : m_realtime(realtime), m_begin(Wall::now()), m_from(from) {}
+  // Comes back when the file is at `position`.
+  void GoTo(i64 position) {
+    const i64 time = std::max<i64>(position - m_from, 0);
     constexpr i64 kYears = 1'000'000'000'000'000;  // nobody waits so long, and sums with it stay in range
     if (m_realtime) std::this_thread::sleep_until(m_begin + HnsDuration(std::min(time, kYears)));
-    m_position = std::max(m_position, time);
+    m_streamTime = std::max(m_streamTime, time);
   }
+  i64 Position() { return m_from + GetStreamTime(); }
   i64 GetStreamTime() override {
-    return m_realtime ? std::chrono::duration_cast<HnsDuration>(Wall::now() - m_begin).count() : m_position;
+    return m_realtime ? std::chrono::duration_cast<HnsDuration>(Wall::now() - m_begin).count() : m_streamTime;
   }
 
  private:
   using Wall = std::chrono::steady_clock;
   const bool m_realtime;
   const Wall::time_point m_begin;
-  i64 m_position = 0;
+  const i64 m_from;
+  i64 m_streamTime = 0;
 };
 
 // Nobody asks the pins for anything else while they play.
@@ -76,7 +87,7 @@ class HostWait final : public RequestWait {
 };
 
 // Texts and samples as they come, each in a line.
-class PlayOutput final : public TextReceiver {
+class PlayOutput {
  public:
   explicit PlayOutput(bool quiet) : m_quiet(quiet) {}
   void Head() { Line("\npin   sample            start             stop      size  sync\n"); }
@@ -84,31 +95,21 @@ class PlayOutput final : public TextReceiver {
     if (m_quiet) return;
     char text[160];
     std::snprintf(text, sizeof text, "%3u %8u %16s %16s %9u %5d\n", pin, sample.number,
-                  HnsText(sample.start).c_str(), HnsText(sample.stop).c_str(), sample.size,
+                  StampText(sample.start).c_str(), StampText(sample.stop).c_str(), sample.size,
                   sample.isSyncPoint);
     Line(text);
   }
   void End(u32 pin) { Line("pin " + std::to_string(pin) + ": end of stream\n"); }
-  void AddMetadataText(i64 time, const char* text) override {
-    Line("text at " + HnsText(time) + ": " + Quoted(text) + "\n");
-  }
   ProgressLine& Progress() { return m_progress; }
-
- private:
   void Line(const std::string& text) {
     if (m_quiet) return;
     m_progress.Clear();
     Print(text);
   }
 
+ private:
   const bool m_quiet;
   ProgressLine m_progress;
-};
-
-// Caption pairs that are asked for as text go nowhere.
-class NoCaptions final : public CaptionDecoder {
- public:
-  void Decode(const u8* /*bytes*/, i32 /*count*/, i64 /*time*/) override {}
 };
 
 std::string Counted(u64 count, const char* one, const char* many) {
@@ -172,8 +173,9 @@ void PrintPin(const HeadlessPin& pin) {
 // Takes the samples of all pins in the order of their start times.
 class Player {
  public:
-  Player(const CReaderSource& source, HostClock& clock, PlayOutput& output, std::vector<HeadlessPin*> pins)
-      : m_clock(clock), m_output(output), m_playing(std::move(pins)) {
+  Player(const CReaderSource& source, HostClock& clock, PlayOutput& output, PrintedTexts& texts,
+         std::vector<HeadlessPin*> pins)
+      : m_clock(clock), m_output(output), m_texts(texts), m_playing(std::move(pins)) {
     if (source.GetDuration(&m_duration) != FilterResult::Ok) m_duration = 0;
   }
 
@@ -188,10 +190,11 @@ class Player {
     const auto next = std::ranges::min_element(m_playing, {}, &HeadlessPin::NextStart);
     HeadlessPin& pin = **next;
     m_clock.GoTo(pin.NextStart());
+    m_texts.SetPosition(pin.NextStart());
     if (const auto sample = pin.Deliver()) {
       ++m_samples;
       m_output.Sample(pin.Number(), *sample);
-      m_output.Progress().Update(m_clock.GetStreamTime(), m_duration, m_samples);
+      m_output.Progress().Update(m_clock.Position(), m_duration, m_samples);
     } else {
       m_output.End(pin.Number());
       m_playing.erase(next);
@@ -200,6 +203,7 @@ class Player {
 
   HostClock& m_clock;
   PlayOutput& m_output;
+  PrintedTexts& m_texts;
   std::vector<HeadlessPin*> m_playing;
   i64 m_duration = 0;
   u64 m_samples = 0;
@@ -224,29 +228,57 @@ bool PrintSummary(const std::vector<std::unique_ptr<HeadlessPin>>& pins) {
   return whole;
 }
 
+// Seeks as a graph does, but that no worker runs yet.
+void Seek(const CReaderSource& source, i64 position, const std::string& name) {
+  const FilterSeeking seeking(source);
+  const FilterResult result = seeking.SetPositions({&position, kAbsolutePositioning, nullptr, 0},
+                                                   [](CReaderPin&) { return nullptr; });
+  if (result == FilterResult::Ok) return;
+  i64 length = 0;
+  static_cast<void>(seeking.GetDuration(&length));
+  throw Failure("cannot seek to " + HnsText(position) + " s: " + Quoted(name) + " ends at " +
+                HnsText(length) + " s");
+}
+
 void Play(const PlayArguments& arguments) {
+  const i64 from = std::llround(arguments.from * 1e7);
   LoadHost host;
   CReaderSource source(host);
+  source.SetCaptionMode(arguments.captions);
   Load(source, arguments.name);
   if (arguments.extract) source.SetForExtractor(1);
   PlayOutput output(arguments.quiet);
-  HostClock clock(arguments.realtime);
+  HostClock clock(arguments.realtime, from);
   HostWait wait;
-  NoCaptions captions;
+  TextStorage storage;
+  PrintedTexts texts(storage, [&](const std::string& line) { output.Line(line); });
+  TextDelivery delivery(source, storage, texts);
+  Line21TextDecoder captions(delivery);
   std::vector<std::unique_ptr<HeadlessPin>> pins;
   std::vector<HeadlessPin*> connected;
   for (const auto& pin : source.Pins()) {
     pins.push_back(std::make_unique<HeadlessPin>(static_cast<u32>(pins.size()) + 1, source, *pin,
-                                                 DeliverySurroundings{clock, wait, output, captions}));
+                                                 DeliverySurroundings{clock, wait, delivery, captions}));
     if (!IsFailure(pins.back()->Connection())) connected.push_back(pins.back().get());
   }
   PrintTracks(source, arguments.name);
   for (const std::string& message : host.Messages()) Print("  message: " + message + "\n");
   for (const auto& pin : pins) PrintPin(*pin);
   if (pins.empty()) return;
+  if (from > 0) Seek(source, from, arguments.name);
   output.Head();
-  Player(source, clock, output, connected).Play();
+  Player(source, clock, output, texts, connected).Play();
   if (!PrintSummary(pins)) throw Failure("a stream of " + Quoted(arguments.name) + " ended early");
+}
+
+// What is wrong with a text that should be a time, if anything.
+std::string RefuseNoSeconds(const std::string& text) {
+  char* end = nullptr;
+  const double seconds = std::strtod(text.c_str(), &end);
+  const bool isNumber = end != text.c_str() && *end == 0;
+  return isNumber && seconds >= 0 && seconds <= kMostSeconds
+             ? ""
+             : Quoted(text) + " is no time in seconds from 0 up";
 }
 
 }  // namespace
@@ -255,6 +287,17 @@ void AddPlayCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand(
       "play", "Run a file through the source filter's logic and list what is delivered");
   const auto arguments = std::make_shared<PlayArguments>();
+  command
+      ->add_option("--from", arguments->from,
+                   "Begin at the sync samples before this time; stamps count from it")
+      ->type_name("SECONDS")
+      ->check(CLI::Validator(RefuseNoSeconds, ""));
+  command
+      ->add_option("--cc", arguments->captions,
+                   "Captions of a plain name: on (decode to text), off, text (deliver the bytes)")
+      ->type_name("MODE")
+      ->check(CLI::IsMember({"on", "off", "text", "on_ovl"}, CLI::ignore_case))
+      ->capture_default_str();
   command->add_flag("--realtime", arguments->realtime, "Deliver each sample when its time has come");
   command->add_flag("--extract", arguments->extract, "Extractor use: samples are delivered empty");
   command->add_flag("--quiet", arguments->quiet, "Print what was loaded and the summary, no samples");
@@ -265,7 +308,11 @@ void AddPlayCommand(CLI::App& program) {
       "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the\n"
       "start times; start and stop are in seconds. The last sample of a track is never delivered. When a\n"
       "stream ends early because a sample cannot be had, the exit code is 1.\n"
-      "In a URL a drive letter and a path stand behind the scheme, then parameters behind \"&\":\n"
+      "Captions decoded to text give a line for each change of the screen and for each row that is\n"
+      "complete, at its time in the file; their samples are empty and have no stamps. Texts that ride in\n"
+      "video samples have a line each, at their sample's start.\n"
+      "In a URL a drive letter and a path stand behind the scheme, then parameters behind \"&\",\n"
+      "where cc takes the place of --cc:\n"
       "  ktmp4file://c:/media/clip.mp4&cc=off&forextractoruse=1\n"
       "names the file c:/media/clip.mp4, which is of use on Windows; elsewhere a plain name is the usual\n"
       "way.");

@@ -73,6 +73,9 @@ class CReaderSource {
   /// What the URL parameter `forextractoruse` sets, for a host with a switch of its own.
   void SetForExtractor(u32 forExtractor) { m_switches.m_forExtractor = forExtractor; }
 
+  /// What the URL parameter `cc` sets, likewise; to be told before `Load`, where a URL sets it anew.
+  void SetCaptionMode(std::string_view word) { ApplyCaptionMode(word, &m_switches); }
+
   /// Opens a file or a ktmp4file:// URL (see `ParseSourceName`), fills the tables and makes a pin for each
   /// video, audio and, when captions are wanted, Line 21 track. What can not be read of a track is told to
   /// the host and left out; a file without a usable track loads and has no pins. `name` is in the system's

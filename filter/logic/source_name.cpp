@@ -48,15 +48,17 @@ FilterResult ParseSourceName(const char* name, SourceName* parsed) {
   return FilterResult::Ok;
 }
 
+void ApplyCaptionMode(std::string_view word, SourceSwitches* switches) {
+  switches->m_captionText = EqualsWithoutCase(word, "on");
+  // "text", "on_ovl" and whatever else is said: the bytes go downstream.
+  switches->m_captionOverlay = !switches->m_captionText && !EqualsWithoutCase(word, "off");
+}
+
 void ApplyUrlParameters(const UrlParameterStore& parameters, SourceSwitches* switches) {
   i32 number = 0;
   if (parameters.GetInt("vmr9", &number) && number == 0) switches->m_vmr9Dropped = true;
 
-  const std::string captions = parameters.GetString("cc");
-  switches->m_captionText = EqualsWithoutCase(captions, "on");
-  // "text", "on_ovl" and whatever else is said: the bytes go downstream.
-  switches->m_captionOverlay = !switches->m_captionText && !EqualsWithoutCase(captions, "off");
-
+  ApplyCaptionMode(parameters.GetString("cc"), switches);
   if (parameters.GetInt("forextractoruse", &number)) switches->m_forExtractor = static_cast<u32>(number);
 }
 

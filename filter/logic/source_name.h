@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "filter/logic/filter_result.h"
 #include "filter/logic/url_parameter_store.h"
@@ -43,6 +44,10 @@ struct SourceSwitches {
   /// The newer of the two mixing renderers must not be used. Once set it stays.
   bool m_vmr9Dropped = false;
 };
+
+/// Sets the two caption switches by a word of `cc`, capitals or not: "on" is text, "off" neither, anything
+/// else the bytes as they are.
+void ApplyCaptionMode(std::string_view word, SourceSwitches* switches);
 
 /// Takes over `vmr9`, `cc` and `forextractoruse`.
 void ApplyUrlParameters(const UrlParameterStore& parameters, SourceSwitches* switches);

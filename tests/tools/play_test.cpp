@@ -187,7 +187,7 @@ TEST(Play, DeliversCaptionsAtOnceUnlessToldOtherwise) {
   movie.mdat = Box("mdat", Bytes().Zeros(12));
   const TempFile file(movie.Build());
   const auto begin = std::chrono::steady_clock::now();
-  const Outcome outcome = RunProgram({"play", file.Name()});
+  const Outcome outcome = RunProgram({"play", "--cc", "text", file.Name()});
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
   const std::vector<Row> rows = SampleRows(outcome.out);
   ASSERT_EQ(rows.size(), 3u) << outcome.out;
@@ -204,7 +204,7 @@ TEST(Play, KeepsTheTimeWhenAskedTo) {
   movie.tracks.push_back(video);
   const TempFile file(movie.Build());
   const auto begin = std::chrono::steady_clock::now();
-  const Outcome outcome = RunProgram({"play", "--realtime", file.Name()});
+  const Outcome outcome = RunProgram({"play", "--realtime", "--cc", "text", file.Name()});
   const auto elapsed = std::chrono::steady_clock::now() - begin;
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   EXPECT_EQ(SampleRows(outcome.out).size(), 6u) << outcome.out;
