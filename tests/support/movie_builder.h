@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "engine/mp4_file.h"
-#include "support/box_writer.h"
+#include "support/descriptor_writer.h"
 #include "support/temp_file.h"
 
 namespace kt::test {
@@ -117,10 +117,6 @@ inline Bytes AudioEntry(std::string_view code, u16 channels, u16 rate, const Byt
 }
 inline Bytes MpegEntry(std::string_view code, const Bytes& child) {
   return Box(code, Bytes().Zeros(6).U16(1).Add(child));
-}
-/// A descriptor of fewer than 128 bytes.
-inline Bytes Descriptor(u8 tag, const std::vector<u8>& body) {
-  return Bytes().U8(tag).U8(body.size()).Add(body);
 }
 inline Bytes Esds(u8 objectType, u8 streamType, const std::vector<u8>& decoderInfo) {
   const Bytes config = Descriptor(4, Bytes()
