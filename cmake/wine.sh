@@ -23,7 +23,8 @@ mkdir -p "$prefix"
 exec 9>"$prefix.lock"
 flock -w 1800 9 || { echo "$0: $prefix is in use" >&2; exit 2; }
 
-export WINEPREFIX="$prefix" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml="
+# No debugger: a program that crashes ends at once.
+export WINEPREFIX="$prefix" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe="
 unset DISPLAY
 
 display_pid=

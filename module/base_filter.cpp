@@ -1,0 +1,217 @@
+#include "module/base_filter.h"
+
+#include <vfwmsgs.h>
+
+#include "module/base_pin.h"
+#include "module/com_edge.h"
+#include "module/enumerator.h"
+
+namespace kt {
+namespace {
+
+// Copies into a field of the platform's, cut where it ends.
+template <std::size_t kSize>
+void CopyName(WCHAR (&field)[kSize], const std::wstring& name) {
+  field[name.copy(field, kSize - 1)] = L'\0';
+}
+
+class CPinItems {
+ public:
+  explicit CPinItems(CBaseFilter& filter) : m_filter(&filter), m_keep(&filter) {}
+  ULONG Version() const { return m_filter->PinVersion(); }
+  HRESULT Probe(ULONG index) const { return index < m_filter->GetPinCount() ? S_OK : S_FALSE; }
+  HRESULT Fetch(ULONG index, IPin** item) const {
+    CBasePin* pin = m_filter->GetPin(index);
+    if (pin == nullptr) return S_FALSE;
+    pin->AddRef();
+    *item = pin;
+    return S_OK;
+  }
+
+ private:
+  CBaseFilter* m_filter;
+  ComPointer<IBaseFilter> m_keep;
+};
+
+}  // namespace
+
+CBaseFilter::CBaseFilter(IUnknown* owner, CCritSec& stateLock, REFCLSID clsid)
+    : CUnknown(owner), m_stateLock(stateLock), m_clsid(clsid) {}
+
+HRESULT CBaseFilter::NonDelegatingQueryInterface(REFIID iid, void** object) {
+  if (iid == IID_IBaseFilter || iid == IID_IMediaFilter || iid == IID_IPersist) {
+    return GetInterface(static_cast<IBaseFilter*>(this), object);
+  }
+  return CUnknown::NonDelegatingQueryInterface(iid, object);
+}
+
+void CBaseFilter::FinalRelease() noexcept {
+  if (m_state != State_Stopped) Stop();
+}
+
+HRESULT CBaseFilter::GetClassID(CLSID* clsid) {
+  if (clsid == nullptr) return E_POINTER;
+  *clsid = m_clsid;
+  return S_OK;
+}
+
+// A change may wait for a worker and serve calls meanwhile; a call that wants another change has to come
+// again later.
+template <class Change>
+HRESULT CBaseFilter::ChangeState(Change change) {
+  const CAutoLock lock(m_stateLock);
+  if (m_changing) return VFW_E_WRONG_STATE;
+  m_changing = true;
+  const HRESULT result = AtEdge(change);
+  m_changing = false;
+  return result;
+}
+
+// Ends at the first pin that fails, with those before it inactive again.
+HRESULT CBaseFilter::ActivatePins() {
+  const ULONG count = GetPinCount();
+  for (ULONG i = 0; i < count; ++i) {
+    CBasePin* pin = GetPin(i);
+    const HRESULT result = pin->IsConnected() ? AtEdge([&] { return pin->Active(); }) : S_OK;
+    if (FAILED(result)) {
+      InactivatePins(i);
+      return result;
+    }
+  }
+  m_state = State_Paused;
+  return S_OK;
+}
+
+// Visits all of the first `count` pins; the result is the first failure.
+HRESULT CBaseFilter::InactivatePins(ULONG count) {
+  HRESULT result = S_OK;
+  for (ULONG i = 0; i < count; ++i) {
+    CBasePin* pin = GetPin(i);
+    const HRESULT ended = pin->IsConnected() ? AtEdge([&] { return pin->Inactive(); }) : S_OK;
+    if (SUCCEEDED(result) && FAILED(ended)) result = ended;
+  }
+  return result;
+}
+
+HRESULT CBaseFilter::Stop() {
+  return ChangeState([this] {
+    const HRESULT result = m_state == State_Stopped ? S_OK : InactivatePins(GetPinCount());
+    m_state = State_Stopped;
+    return result;
+  });
+}
+
+HRESULT CBaseFilter::Pause() {
+  return ChangeState([this] {
+    if (m_state == State_Stopped) return ActivatePins();
+    m_state = State_Paused;
+    return S_OK;
+  });
+}
+
+HRESULT CBaseFilter::Run(REFERENCE_TIME start) {
+  return ChangeState([this, start] {
+    {
+      const std::lock_guard lock(m_graphLock);
+      m_start = start;
+    }
+    const HRESULT result = m_state == State_Stopped ? ActivatePins() : S_OK;
+    if (SUCCEEDED(result)) m_state = State_Running;
+    return result;
+  });
+}
+
+HRESULT CBaseFilter::GetState(DWORD, FILTER_STATE* state) {
+  if (state == nullptr) return E_POINTER;
+  *state = m_state;
+  return S_OK;
+}
+
+HRESULT CBaseFilter::SetSyncSource(IReferenceClock* clock) {
+  // The old clock goes when the lock is free again.
+  ComPointer<IReferenceClock> other(clock);
+  const std::lock_guard lock(m_graphLock);
+  std::swap(m_clock, other);
+  return S_OK;
+}
+
+HRESULT CBaseFilter::GetSyncSource(IReferenceClock** clock) {
+  if (clock == nullptr) return E_POINTER;
+  const std::lock_guard lock(m_graphLock);
+  *clock = ComPointer<IReferenceClock>(m_clock).Detach();
+  return S_OK;
+}
+
+HRESULT CBaseFilter::EnumPins(IEnumPins** enumerator) {
+  return MakeEnumerator<IEnumPins, IPin*>(CPinItems(*this), enumerator);
+}
+
+HRESULT CBaseFilter::FindPin(LPCWSTR id, IPin** pin) {
+  if (id == nullptr || pin == nullptr) return E_POINTER;
+  *pin = nullptr;
+  return AtEdge([&] {
+    for (ULONG i = 0; CBasePin* candidate = GetPin(i); ++i) {
+      if (candidate->Id() != id) continue;
+      candidate->AddRef();
+      *pin = candidate;
+      return S_OK;
+    }
+    return HRESULT{VFW_E_NOT_FOUND};
+  });
+}
+
+HRESULT CBaseFilter::QueryFilterInfo(FILTER_INFO* info) {
+  if (info == nullptr) return E_POINTER;
+  const std::lock_guard lock(m_graphLock);
+  CopyName(info->achName, m_name);
+  info->pGraph = m_graph;
+  if (m_graph != nullptr) m_graph->AddRef();
+  return S_OK;
+}
+
+HRESULT CBaseFilter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
+  return AtEdge([&] {
+    std::wstring copy(name != nullptr ? name : L"");
+    ComPointer<IMediaEventSink> sink;
+    if (graph != nullptr) graph->QueryInterface(IID_IMediaEventSink, sink.PutVoid());
+    const CAutoLock state(m_stateLock);
+    const std::lock_guard lock(m_graphLock);
+    m_graph = graph;
+    m_sink = sink.Get();
+    m_name.swap(copy);
+    return S_OK;
+  });
+}
+
+HRESULT CBaseFilter::QueryVendorInfo(LPWSTR*) {
+  return E_NOTIMPL;
+}
+
+REFERENCE_TIME CBaseFilter::StreamTime() {
+  ComPointer<IReferenceClock> clock;
+  REFERENCE_TIME start = 0;
+  {
+    const std::lock_guard lock(m_graphLock);
+    clock = m_clock;
+    start = m_start;
+  }
+  REFERENCE_TIME now = 0;
+  if (m_state != State_Running || !clock || FAILED(clock->GetTime(&now))) return 0;
+  return now - start;
+}
+
+HRESULT CBaseFilter::NotifyEvent(long code, LONG_PTR first, LONG_PTR second) {
+  IMediaEventSink* sink = nullptr;
+  {
+    const std::lock_guard lock(m_graphLock);
+    sink = m_sink;
+  }
+  return sink == nullptr ? E_NOTIMPL : sink->Notify(code, first, second);
+}
+
+IFilterGraph* CBaseFilter::Graph() {
+  const std::lock_guard lock(m_graphLock);
+  return m_graph;
+}
+
+}  // namespace kt

@@ -1,0 +1,39 @@
+#include "module/serving_wait.h"
+
+#include <objbase.h>
+
+namespace kt {
+namespace {
+
+bool IsSingleThreadedApartment() {
+  APTTYPE type = APTTYPE_CURRENT;
+  APTTYPEQUALIFIER qualifier = APTTYPEQUALIFIER_NONE;
+  if (FAILED(CoGetApartmentType(&type, &qualifier))) return false;
+  return type == APTTYPE_STA || type == APTTYPE_MAINSTA ||
+         (type == APTTYPE_NA &&
+          (qualifier == APTTYPEQUALIFIER_NA_ON_STA || qualifier == APTTYPEQUALIFIER_NA_ON_MAINSTA));
+}
+
+// A mutex whose owner died counts as taken.
+DWORD IndexOf(DWORD answer, DWORD count) {
+  return answer >= WAIT_ABANDONED_0 && answer < WAIT_ABANDONED_0 + count ? answer - WAIT_ABANDONED_0 : answer;
+}
+
+}  // namespace
+
+DWORD WaitServingCalls(std::span<const HANDLE> handles, DWORD milliseconds) {
+  const DWORD count = static_cast<DWORD>(handles.size());
+  const DWORD atOnce = WaitForMultipleObjects(count, handles.data(), FALSE, 0);
+  if (atOnce != WAIT_TIMEOUT || milliseconds == 0) return IndexOf(atOnce, count);
+  if (IsSingleThreadedApartment()) {
+    DWORD index = 0;
+    HANDLE own[MAXIMUM_WAIT_OBJECTS];
+    for (DWORD i = 0; i < count; ++i) own[i] = handles[i];
+    const HRESULT waited = CoWaitForMultipleHandles(0, milliseconds, count, own, &index);
+    if (waited == S_OK) return IndexOf(index, count);
+    if (waited == RPC_S_CALLPENDING) return WAIT_TIMEOUT;
+  }
+  return IndexOf(WaitForMultipleObjects(count, handles.data(), FALSE, milliseconds), count);
+}
+
+}  // namespace kt

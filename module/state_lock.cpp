@@ -1,0 +1,25 @@
+#include "module/state_lock.h"
+
+#include <new>
+
+#include "module/serving_wait.h"
+
+namespace kt {
+
+CCritSec::CCritSec() : m_mutex(CreateMutexW(nullptr, FALSE, nullptr)) {
+  if (m_mutex == nullptr) throw std::bad_alloc();
+}
+
+CCritSec::~CCritSec() {
+  CloseHandle(m_mutex);
+}
+
+void CCritSec::lock() noexcept {
+  WaitServingCalls({&m_mutex, 1});
+}
+
+void CCritSec::unlock() noexcept {
+  ReleaseMutex(m_mutex);
+}
+
+}  // namespace kt

@@ -1,0 +1,189 @@
+#include "module/recording_sink.h"
+
+#include <evcode.h>
+#include <objbase.h>
+#include <uuids.h>
+#include <vfwmsgs.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace kt::test {
+
+CRecordingPin::CRecordingPin(CRecordingSink& sink, SinkScript script)
+    : CBasePin(sink, PINDIR_INPUT, L"In", L"In"), m_script(std::move(script)) {}
+
+HRESULT CRecordingPin::NonDelegatingQueryInterface(REFIID iid, void** object) {
+  if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
+  return CBasePin::NonDelegatingQueryInterface(iid, object);
+}
+
+HRESULT CRecordingPin::CheckMediaType(const CMediaType& type) {
+  return m_script.m_accept == nullptr || type.subtype == *m_script.m_accept ? S_OK : E_FAIL;
+}
+
+HRESULT CRecordingPin::GetMediaType(int position, CMediaType* type) {
+  const std::size_t index = static_cast<std::size_t>(position);
+  return index < m_script.m_types.size() ? type->Set(m_script.m_types[index]) : VFW_S_NO_MORE_ITEMS;
+}
+
+HRESULT CRecordingPin::Active() {
+  const std::lock_guard lock(m_lock);
+  m_stopped = false;
+  return S_OK;
+}
+
+HRESULT CRecordingPin::Inactive() {
+  std::vector<ComPointer<IMediaSample>> kept;
+  const std::lock_guard lock(m_lock);
+  m_stopped = true;
+  m_endDue = false;
+  kept.swap(m_kept);
+  m_changed.notify_all();
+  return S_OK;
+}
+
+HRESULT CRecordingPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
+  if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
+  const CMediaType copy(*type);
+  if (CheckMediaType(copy) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
+  SetPeer(peer);
+  return SetMediaType(copy);
+}
+
+HRESULT CRecordingPin::BreakConnect() {
+  m_taken.Reset();
+  return S_OK;
+}
+
+HRESULT CRecordingPin::EndOfStream() {
+  Note(SinkEvent::EndOfStream);
+  {
+    const std::lock_guard lock(m_lock);
+    m_endDue = true;
+  }
+  AnnounceEnd();
+  return S_OK;
+}
+
+void CRecordingPin::AnnounceEnd() {
+  {
+    const std::lock_guard lock(m_lock);
+    if (!m_endDue || Filter().State() != State_Running) return;
+    m_endDue = false;
+  }
+  Filter().NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(&Filter())));
+}
+
+HRESULT CRecordingPin::BeginFlush() {
+  Note(SinkEvent::BeginFlush);
+  std::vector<ComPointer<IMediaSample>> kept;
+  const std::lock_guard lock(m_lock);
+  m_flushing = true;
+  m_endDue = false;
+  kept.swap(m_kept);
+  m_changed.notify_all();
+  return S_OK;
+}
+
+HRESULT CRecordingPin::EndFlush() {
+  Note(SinkEvent::EndFlush);
+  const std::lock_guard lock(m_lock);
+  m_flushing = false;
+  return S_OK;
+}
+
+HRESULT CRecordingPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME, double) {
+  Note(SinkEvent::NewSegment, static_cast<ULONG>(start));
+  return S_OK;
+}
+
+HRESULT CRecordingPin::GetAllocator(IMemAllocator** allocator) {
+  if (!m_script.m_ownAllocator) return VFW_E_NO_ALLOCATOR;
+  if (!m_own) {
+    CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, IID_IMemAllocator,
+                     m_own.PutVoid());
+  }
+  *allocator = ComPointer<IMemAllocator>(m_own).Detach();
+  return S_OK;
+}
+
+HRESULT CRecordingPin::NotifyAllocator(IMemAllocator* allocator, WINBOOL) {
+  if (m_refused < m_script.m_refuseAllocators) {
+    ++m_refused;
+    return E_INVALIDARG;
+  }
+  m_taken = ComPointer<IMemAllocator>(allocator);
+  return S_OK;
+}
+
+HRESULT CRecordingPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) {
+  if (m_script.m_alignment < 0) return E_NOTIMPL;
+  *properties = {};
+  properties->cbAlign = m_script.m_alignment;
+  return S_OK;
+}
+
+HRESULT CRecordingPin::Receive(IMediaSample* sample) {
+  BYTE* bytes = nullptr;
+  sample->GetPointer(&bytes);
+  ULONG number = 0;
+  std::memcpy(&number, bytes, sizeof number);
+  const HRESULT answer = m_script.m_receive ? m_script.m_receive(number) : S_OK;
+  std::unique_lock lock(m_lock);
+  if (m_flushing || m_stopped) return S_FALSE;
+  m_events.push_back({SinkEvent::Sample, number});
+  if (m_script.m_keep) m_kept.emplace_back(sample);
+  if (m_script.m_blockFrom != 0 && number >= m_script.m_blockFrom) {
+    m_blocked = true;
+    m_changed.wait(lock, [this] { return m_flushing || m_stopped; });
+    m_blocked = false;
+    return S_FALSE;
+  }
+  return answer;
+}
+
+HRESULT CRecordingPin::ReceiveMultiple(IMediaSample**, LONG, LONG*) {
+  return E_NOTIMPL;
+}
+
+HRESULT CRecordingPin::ReceiveCanBlock() {
+  return S_OK;
+}
+
+void CRecordingPin::Note(SinkEvent::Kind kind, ULONG value) {
+  const std::lock_guard lock(m_lock);
+  m_events.push_back({kind, value});
+}
+
+std::vector<SinkEvent> CRecordingPin::Events() {
+  const std::lock_guard lock(m_lock);
+  return m_events;
+}
+
+std::size_t CRecordingPin::Count(SinkEvent::Kind kind) {
+  const std::vector<SinkEvent> events = Events();
+  return static_cast<std::size_t>(
+      std::count_if(events.begin(), events.end(), [kind](const SinkEvent& e) { return e.kind == kind; }));
+}
+
+bool CRecordingPin::IsBlocked() {
+  const std::lock_guard lock(m_lock);
+  return m_blocked;
+}
+
+CRecordingSink::CRecordingSink(SinkScript script)
+    : CBaseFilter(nullptr, m_sinkStateLock, CLSID_NULL), m_pin(*this, std::move(script)) {}
+
+HRESULT CRecordingSink::NonDelegatingQueryInterface(REFIID iid, void** object) {
+  if (iid == IID_IAMFilterMiscFlags) return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);
+  return CBaseFilter::NonDelegatingQueryInterface(iid, object);
+}
+
+HRESULT CRecordingSink::Run(REFERENCE_TIME start) {
+  const HRESULT result = CBaseFilter::Run(start);
+  m_pin.AnnounceEnd();
+  return result;
+}
+
+}  // namespace kt::test
