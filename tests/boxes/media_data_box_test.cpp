@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/box_writer.h"
 #include "support/temp_file.h"
 
@@ -56,10 +58,7 @@ class CCountingStorage : public CStorage {
 TEST(MediaData, TakesTheLongFormNear4GiB) {
   const auto shortHeader = [](u64 size) { return Bytes().U32(size).Text("mdat"); };
   const auto longHeader = [](u64 size) { return Bytes().U32(1).Text("mdat").U64(size); };
-  const struct {
-    u64 length;
-    Bytes header;
-  } cases[] = {
+  const std::tuple<u64, Bytes> cases[] = {
       {0, shortHeader(16)},
       {0xFFFFFFEF, shortHeader(0xFFFFFFFF)},
       // Here the long form comes out 8 bytes too large.
@@ -68,7 +67,7 @@ TEST(MediaData, TakesTheLongFormNear4GiB) {
       {0xFFFFFFF8, longHeader(0x100000008)},
       {0x200000000, longHeader(0x200000010)},
   };
-  for (const auto& test : cases) {
+  for (const auto& [length, header] : cases) {
     CCountingStorage storage;
     CMediaDataBox mdat;
     ASSERT_EQ(MP4_OK, mdat.StartWriting(&storage));
@@ -76,13 +75,13 @@ TEST(MediaData, TakesTheLongFormNear4GiB) {
     storage.written.clear();
     u64 position = 0;
     const u8 byte = 0;
-    for (u64 left = test.length; left > 0;) {
+    for (u64 left = length; left > 0;) {
       const u32 size = static_cast<u32>(std::min<u64>(left, 0xFFFFFFFF));
       ASSERT_EQ(MP4_OK, mdat.AppendData(&byte, size, &position));
       left -= size;
     }
     ASSERT_EQ(MP4_OK, mdat.FinishWriting());
-    EXPECT_EQ(test.header, storage.written) << std::hex << test.length;
+    EXPECT_EQ(header, storage.written) << std::hex << length;
   }
 }
 

@@ -27,8 +27,7 @@ Bytes Counted(std::size_t count, u8 first = 1) {
 
 const Bytes kMatrix = Bytes().U32s({0x10000, 1, 2, 3, 0xFFFF0000, 4, 5, 6, 0x40000000});
 const Bytes kEntryHead = Bytes().Zeros(6).U16(7);
-const Bytes kVisualPart = Bytes()
-                              .Add(Counted(16))
+const Bytes kVisualPart = Bytes(Counted(16))
                               .U16(320)
                               .U16(240)
                               .U32s({0x480000, 0x480001, 0x11223344})
@@ -38,54 +37,34 @@ const Bytes kVisualPart = Bytes()
                               .U16(24)
                               .U16(0xFFFF);
 const Bytes kAudioPart = Bytes().Add(Counted(8)).U16(6).U16(24).U16(3).U16(4).U16(48000).U16(5);
-const Bytes kEsBody = Bytes()
-                          .U16(0x0102)
-                          .U8(0)
-                          .U8(4)
-                          .U8(17)
-                          .U8(0x40)
-                          .U8(0x15)
-                          .U24(0x000300)
-                          .U32(128000)
-                          .U32(96000)
-                          .U8(5)
-                          .U8(2)
-                          .U16(0x1190)
-                          .U8(6)
-                          .U8(1)
-                          .U8(2);
+const Bytes kEsBody = {1, 2, 0, 4,    17, 0x40, 0x15, 0,    3,    0, 0, 1, 0xF4,
+                       0, 0, 1, 0x77, 0,  5,    2,    0x11, 0x90, 6, 1, 2};
 const Bytes kEsds = FullBox("esds", 0, 0, Bytes().U8(3).U8(kEsBody.size()).Add(kEsBody));
 
-std::string EsdsDump(const std::string& indent, u32 size = 39) {
-  const std::string lines[] = {
-      "",
-      "ES descriptor",
-      "Tag: 0x03  Size: 25",
-      "ES_ID: 258",
-      "Stream dependence flag: 0 URL flag 0 OCR stream flag 0",
-      "Stream priority: 0",
-      "",
-      "  Decoder config descriptor",
-      "  Tag: 0x04  Size: 17",
-      "  Object indication: 0x40  Stream type: 0x05",
-      "  UpStream flag: FALSE",
-      "  Buffer size DB: 768",
-      "  Max. bitrate: 128000 Avg. bitrate: 96000",
-      "",
-      "    Decoder specific info",
-      "    Tag: 0x05  Size: 2",
-      "    {",
-      "      11 90 ",
-      "    }",
-      "",
-      "  SL config descriptor",
-      "  Tag: 0x06  Size: 1",
-      "  Predefined SL header: 2",
-  };
-  std::string text = "\n" + indent + "Box type = esds  Size = " + std::to_string(size) + "\n" + indent +
-                     "Version=0, Flags=0x000000\n";
-  for (const std::string& line : lines) text += (line.empty() ? line : indent + "  " + line) + "\n";
+// The lines of a dump one level or more further in.
+std::string Indented(const std::string& lines, const std::string& indent) {
+  std::string text;
+  bool atStart = true;
+  for (const char c : lines) {
+    // The closing brace of a box without children stands on the line of the opening one, indented.
+    if ((atStart && c != '\n') || (c == '}' && text.ends_with('{'))) text += indent;
+    text += c;
+    atStart = c == '\n';
+  }
   return text;
+}
+
+std::string EsdsDump(const std::string& indent, u32 size = 39) {
+  const std::string lines =
+      "Box type = esds  Size = " + std::to_string(size) + "\nVersion=0, Flags=0x000000\n\n" +
+      "  ES descriptor\n  Tag: 0x03  Size: 25\n  ES_ID: 258\n"
+      "  Stream dependence flag: 0 URL flag 0 OCR stream flag 0\n  Stream priority: 0\n\n"
+      "    Decoder config descriptor\n    Tag: 0x04  Size: 17\n"
+      "    Object indication: 0x40  Stream type: 0x05\n    UpStream flag: FALSE\n"
+      "    Buffer size DB: 768\n    Max. bitrate: 128000 Avg. bitrate: 96000\n\n"
+      "      Decoder specific info\n      Tag: 0x05  Size: 2\n      {\n        11 90 \n      }\n\n"
+      "    SL config descriptor\n    Tag: 0x06  Size: 1\n    Predefined SL header: 2\n";
+  return "\n" + Indented(lines, indent);
 }
 
 const char kChildDump[] = "{\n  Box type = free  Size = 8\n}\n";
@@ -219,6 +198,7 @@ std::vector<RoundTrip> TableCases() {
   const std::string two = "Entry count = 2\n";
   return {
       {"stts", FullBox("stts", 0, 0, Bytes().U32s({2, 3, 40, 5, 60})), two},
+      {"stts without runs", FullBox("stts", 0, 0, Bytes().U32(0)), "Entry count = 0\n"},
       {"ctts", FullBox("ctts", 0, 0, Bytes().U32s({2, 3, 40, 5, 0xFFFFFFFF})), two},
       {"stsz", FullBox("stsz", 0, 0, Bytes().U32s({0, 2, 100, 200})), "Sample Size = 0\nEntry Count = 2\n"},
       {"stsz of one size", FullBox("stsz", 0, 0, Bytes().U32s({7, 3})), "Sample Size = 7\nEntry Count = 3\n"},
@@ -226,14 +206,15 @@ std::vector<RoundTrip> TableCases() {
       {"stco", FullBox("stco", 0, 0, Bytes().U32s({2, 48, 0xFFFFFFFF})), two},
       {"co64", FullBox("co64", 0, 0, Bytes().U32(2).U64(48).U64(0x100000000)), two},
       {"stss", FullBox("stss", 0, 0, Bytes().U32s({2, 1, 31})), two},
+      {"stss of another version", FullBox("stss", 9, 0xABCDEF, Bytes().U32s({2, 1, 31})), two},
       {"elst", FullBox("elst", 0, 0, Bytes().U32s({2, 1000, 0xFFFFFFFF, 0x10002, 5000, 0, 0x10000})), two},
       {"elst version 1",
        FullBox("elst", 1, 0, Bytes().U32(2).U64(1ULL << 40).U64(~0ULL).U32(0x10002).Zeros(20)), two},
       {"tref prints no braces", Box("tref", {Box("hint", Bytes().U32(1)), Box("mpod", Bytes())}),
        "\n  Box type = hint  Size = 12\n  Number of referenced tracks=1\n  Index:  1 Track Id: 1\n"
        "\n  Box type = mpod  Size = 8\n  Number of referenced tracks=0\n"},
-      {"hint", Box("hint", Bytes().U32s({3, 4})),
-       "Number of referenced tracks=2\nIndex:  1 Track Id: 3\nIndex:  2 Track Id: 4\n"},
+      {"hint", Box("hint", Bytes().U32s({3, 0xFFFFFFFE})),
+       "Number of referenced tracks=2\nIndex:  1 Track Id: 3\nIndex:  2 Track Id: -2\n"},
       {"mpod", Box("mpod", Bytes().U32(9)), "Number of referenced tracks=1\nIndex:  1 Track Id: 9\n"},
   };
 }
@@ -300,16 +281,7 @@ TEST(RoundTrip, EveryLineOfADumpIsIndented) {
     SCOPED_TRACE(test.name);
     const ReadBoxResult read = ReadBox(test.bytes);
     ASSERT_EQ(MP4_OK, read.result);
-    std::string expected;
-    bool needsIndent = true;
-    for (const char c : DumpText(read.box.get(), 0)) {
-      // The closing brace of a box without children stands on the line of the opening one, indented.
-      const bool closesAtOnce = c == '}' && expected.ends_with('{');
-      if ((needsIndent && c != '\n') || closesAtOnce) expected += "  ";
-      expected += c;
-      needsIndent = c == '\n';
-    }
-    EXPECT_EQ(expected, DumpText(read.box.get(), 1));
+    EXPECT_EQ(Indented(DumpText(read.box.get(), 0), "  "), DumpText(read.box.get(), 1));
   }
 }
 

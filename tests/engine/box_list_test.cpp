@@ -55,8 +55,7 @@ TEST(BoxList, FindsOccurrencesInAnyOrder) {
     }
   };
   const struct {
-    u32 type;
-    u32 occurrence;
+    u32 type, occurrence;
     u32 index;  // 0 for none
   } searches[] = {{kTrak, 3, 5}, {kTrak, 2, 3}, {kTrak, 1, 2}, {kTrak, 0, 2},
                   {kFree, 2, 4}, {kTrak, 3, 5}, {kTrak, 4, 0}, {kTrak, 3, 5},
@@ -85,16 +84,6 @@ TEST(BoxList, OneOccurrenceAfterTheOtherCostsOnePass) {
     ASSERT_EQ(list.FindByType(kFree, &box, 0), MP4_OK);
   }
   EXPECT_EQ(list.FindByType(kTrak, &box, kBoxes + 1), MP4_NOT_FOUND);
-}
-
-TEST(BoxList, SumsWhatItsItemsTake) {
-  CBoxList list(nullptr);
-  u64 total = 7;
-  EXPECT_EQ(list.CalculateSizeAll(&total), MP4_OK);
-  EXPECT_EQ(total, 0u);
-  Append(&list, kFree, 3);
-  EXPECT_EQ(list.CalculateSizeAll(&total), MP4_OK);
-  EXPECT_EQ(total, 24u);
 }
 
 TEST(Result, EachCodeHasANameAndASentenceOfItsOwn) {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <tuple>
 
 #include "support/movie_builder.h"
 
@@ -24,57 +25,28 @@ std::string DumpOf(CMp4File* file, Mp4Result expected = MP4_OK) {
   return testing::internal::GetCapturedStdout();
 }
 
-Bytes LargeBox(std::string_view code, u64 size, const Bytes& payload = {}) {
-  return Bytes().U32(1).Text(code).U64(size).Add(payload);
-}
-
-/// "moov" and in it ever deeper "trak" boxes, `levels` in all.
-Bytes Nested(u32 levels) {
-  Bytes tree;
-  for (u32 level = 1; level < levels; ++level) tree = Box("trak", tree);
-  return Box("moov", tree);
-}
-
 TEST(Mp4File, OpenRefusesAFileForTheseReasons) {
   const Bytes moov = Box("moov");
   const Bytes trailing = Bytes().Add(moov);
-  const struct {
-    const char* what;
-    Bytes content;
-    Mp4Result result;
-  } cases[] = {
+  const std::tuple<const char*, Bytes, Mp4Result> cases[] = {
       {"empty file", {}, MP4_NOT_FOUND},
       {"no moov", Bytes().Add(Movie().ftyp).Add(Movie().mdat), MP4_NOT_FOUND},
       {"bare moov", moov, MP4_OK},
       {"garbage of fewer than 8 bytes behind", Bytes(trailing).Text("abcd"), MP4_FILE_IO},
       {"a text file", Bytes().Text("this is a text file\n"), MP4_CORRUPT},
-      {"a size below the header", Bytes(moov).U32(4).Text("free"), MP4_CORRUPT},
-      {"a child larger than its parent", Bytes(Box("moov", {WithDeclaredSize(Box("free"), 40)})).Zeros(60),
-       MP4_CORRUPT},
       {"cut inside mdat", Bytes(moov).Add(WithDeclaredSize(Box("mdat", Bytes().Zeros(9)), 18)), MP4_CORRUPT},
       {"a last box that extends to the end",
        Bytes(moov).Add(WithDeclaredSize(Box("mdat", Bytes().Zeros(9)), 0)), MP4_OK},
-      {"a box of 4 GiB", Bytes(LargeBox("mdat", 0x1'0000'0010)).Add(moov), MP4_CORRUPT},
-      {"a small box in the large form", Bytes(LargeBox("free", 24, Bytes().Zeros(8))).Add(moov), MP4_OK},
-      {"a size that would skip backwards", Bytes(LargeBox("free", 0xFFFF'FFFF'FFFF'FFF0)).Add(moov),
-       MP4_FILE_IO},
-      {"a size that wraps when it is counted",
-       Bytes(LargeBox("url ", 0xFFFF'FFFF'FFFF'FFFE, Bytes().U32(1))).Add(moov), MP4_CORRUPT},
-      {"ftyp with half a brand", Bytes(Box("ftyp", Bytes().Text("isom").U32(0).U16(0))).Add(moov),
-       MP4_CORRUPT},
-      {"ftyp without minor version", Bytes(Box("ftyp", Bytes().Text("isom"))).Add(moov), MP4_CORRUPT},
       {"a misplaced rtp", Box("moov", {Box("rtp ")}), MP4_BAD_BOX},
-      {"64 levels", Nested(64), MP4_OK},
-      {"65 levels", Nested(65), MP4_CORRUPT},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
-    OpenedMovie movie(row.content);
-    EXPECT_EQ(movie.result, row.result);
+  for (const auto& [what, content, result] : cases) {
+    SCOPED_TRACE(what);
+    OpenedMovie movie(content);
+    EXPECT_EQ(movie.result, result);
     u32 open = 7;
     EXPECT_EQ(movie->IsOpen(&open), MP4_OK);
-    EXPECT_EQ(open, row.result == MP4_OK ? 1u : 0u);
-    EXPECT_EQ(movie->Close(), row.result == MP4_OK ? MP4_OK : MP4_NOT_FOUND);
+    EXPECT_EQ(open, result == MP4_OK ? 1u : 0u);
+    EXPECT_EQ(movie->Close(), result == MP4_OK ? MP4_OK : MP4_NOT_FOUND);
   }
 }
 
@@ -103,8 +75,7 @@ TEST(Mp4File, OpenTestsItsArgumentsInOrder) {
 TEST(Mp4File, TypeFollowsTheBrand) {
   const struct {
     const char* brand;
-    u32 asked;
-    u32 type;
+    u32 asked, type;
   } cases[] = {{"3gp4", MP4_TYPE_MP4, MP4_TYPE_3GP}, {"3gp5", MP4_TYPE_M4A, MP4_TYPE_3GP},
                {"3gp6", MP4_TYPE_MP4, MP4_TYPE_MP4}, {"M4A ", MP4_TYPE_MP4, MP4_TYPE_MP4},
                {"isom", MP4_TYPE_M4A, MP4_TYPE_M4A}, {"isom", MP4_TYPE_3GP, MP4_TYPE_3GP}};
@@ -124,42 +95,31 @@ TEST(Mp4File, TypeFollowsTheBrand) {
 }
 
 TEST(Mp4File, TracesItsStepsWhenAsked) {
-  const Bytes good = Box("moov");
-  const Bytes noMovie = Movie().ftyp;
-  const TempFile goodFile(good);
-  const TempFile noMovieFile(noMovie);
-  const auto traced = [](const std::string& name, u32 level, u32 type, Mp4Result expected) {
+  const Bytes good = Box("moov"), noMovie = Movie().ftyp;
+  const auto expectTrace = [](const Bytes& content, u32 level, u32 type, Mp4Result result,
+                              const std::string& typeName, const std::string& end = "") {
+    const TempFile temp(content);
     const std::unique_ptr<CMp4File> file = NewFile();
     EXPECT_EQ(file->SetTraceLevel(level), MP4_OK);
     EXPECT_EQ(file->SetTraceLevel(3), MP4_BAD_ARGUMENT);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(file->Open(name.c_str(), MP4_MODE_READ, type), expected);
-    static_cast<void>(file->Close());
-    return testing::internal::GetCapturedStdout();
+    EXPECT_EQ(file->Open(temp.Name().c_str(), MP4_MODE_READ, type), result);
+    const std::string steps[] = {"File is not yet opened",
+                                 "Filename " + temp.Name() + " is OK",
+                                 "Filemode READ is OK",
+                                 "Filetype " + typeName + " is OK",
+                                 "Storage opened successfully",
+                                 "instanciated BoxList",
+                                 "Filesize is " + std::to_string(content.size()) + " Bytes",
+                                 "All boxes de-serialized"};
+    std::string expected;
+    for (const std::string& step : steps) expected += "CMp4FileImpl::Open >> " + step + "\n";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), level == 0 ? "" : expected + end);
   };
-  const auto steps = [](const std::string& name, const char* type, std::size_t size) {
-    return "CMp4FileImpl::Open >> File is not yet opened\n"
-           "CMp4FileImpl::Open >> Filename " +
-           name +
-           " is OK\n"
-           "CMp4FileImpl::Open >> Filemode READ is OK\n"
-           "CMp4FileImpl::Open >> Filetype " +
-           type +
-           " is OK\n"
-           "CMp4FileImpl::Open >> Storage opened successfully\n"
-           "CMp4FileImpl::Open >> instanciated BoxList\n"
-           "CMp4FileImpl::Open >> Filesize is " +
-           std::to_string(size) +
-           " Bytes\n"
-           "CMp4FileImpl::Open >> All boxes de-serialized\n";
-  };
-  const std::string goodName = goodFile.Name();
-  const std::string noMovieName = noMovieFile.Name();
-  EXPECT_EQ(traced(goodName, 0, 0, MP4_OK), "");
-  EXPECT_EQ(traced(goodName, 1, 0, MP4_OK), steps(goodName, "MP4", good.size()));
-  EXPECT_EQ(traced(goodName, 2, 1, MP4_OK), steps(goodName, "3GP", good.size()));
-  EXPECT_EQ(traced(noMovieName, 2, 2, MP4_NOT_FOUND),
-            steps(noMovieName, "M4A", noMovie.size()) + "No movie box found in file\n");
+  expectTrace(good, 0, 0, MP4_OK, "MP4");
+  expectTrace(good, 1, 0, MP4_OK, "MP4");
+  expectTrace(good, 2, 1, MP4_OK, "3GP");
+  expectTrace(noMovie, 2, 2, MP4_NOT_FOUND, "M4A", "No movie box found in file\n");
 }
 
 // A half-read tree is what a person wants to look at when a file is refused.
@@ -184,71 +144,60 @@ TEST(Mp4File, AFailedOpenKeepsItsTreeForDump) {
 }
 
 TEST(Mp4File, WithoutATreeThereIsNothingToFind) {
-  const auto expectNothing = [](CMp4File* file) {
+  const auto expectNothing = [](CMp4File* file, u32 tracks) {
     u32 number = 0;
     char language[3];
-    EXPECT_EQ(file->GetMovieTimeScale(&number), MP4_NOT_FOUND);
-    EXPECT_EQ(file->GetCopyright(language, nullptr, &number, 0), MP4_NOT_FOUND);
-    EXPECT_EQ(file->SetCopyright("und", "notice", 0), MP4_NOT_FOUND);
-    EXPECT_EQ(file->GetCreationDate(&number, &number, &number, &number, &number, &number), MP4_NOT_FOUND);
-    EXPECT_EQ(file->SetCreationDate(2000, 1, 1, 0, 0, 0), MP4_NOT_FOUND);
-    EXPECT_EQ(file->Dump(), MP4_NOT_FOUND);
     CMp4Track* track = nullptr;
-    EXPECT_EQ(file->OpenTrack(1, &track), MP4_NOT_FOUND);
-    EXPECT_EQ(file->AddTrack(&track), MP4_NOT_FOUND);
-    EXPECT_EQ(file->CloseTrack(nullptr), MP4_BAD_ARGUMENT);
     CMp4HintTrack* hint = nullptr;
+    const Mp4Result notFound[] = {file->GetMovieTimeScale(&number),
+                                  file->GetCopyright(language, nullptr, &number, 0),
+                                  file->SetCopyright("und", "notice", 0),
+                                  file->SetCreationDate(2000, 1, 1, 0, 0, 0),
+                                  file->Dump(),
+                                  file->GetCreationDate(&number, &number, &number, &number, &number, &number),
+                                  file->OpenTrack(1, &track),
+                                  file->AddTrack(&track),
+                                  file->AddHintTrack(&hint, 0)};
+    for (const Mp4Result& result : notFound) EXPECT_EQ(result, MP4_NOT_FOUND) << &result - notFound;
+    EXPECT_EQ(file->CloseTrack(nullptr), MP4_BAD_ARGUMENT);
     EXPECT_EQ(file->OpenHintTrack(1, &hint), MP4_BAD_ARGUMENT);
-    EXPECT_EQ(file->AddHintTrack(&hint, 0), MP4_NOT_FOUND);
     EXPECT_EQ(file->CloseHintTrack(nullptr), MP4_BAD_ARGUMENT);
+    EXPECT_EQ(file->GetTrackCount(&number), MP4_OK);
+    EXPECT_EQ(number, tracks);
   };
-  const std::unique_ptr<CMp4File> fresh = NewFile();
-  u32 count = 9;
-  EXPECT_EQ(fresh->GetTrackCount(&count), MP4_OK);
-  EXPECT_EQ(count, 0u);
-  expectNothing(fresh.get());
-
+  expectNothing(NewFile().get(), 0);
   OpenedMovie movie{Movie()};
   ASSERT_EQ(movie->Close(), MP4_OK);
-  EXPECT_EQ(movie->GetTrackCount(&count), MP4_OK);
-  EXPECT_EQ(count, 1u) << "the count outlives the tree";
-  expectNothing(movie.operator->());
+  expectNothing(movie.operator->(), 1);  // the count outlives the tree
 }
 
-TEST(Mp4File, MovieTimeScaleComesFromMvhd) {
-  OpenedMovie movie{Movie()};
-  u32 scale = 0;
-  EXPECT_EQ(movie->GetMovieTimeScale(&scale), MP4_OK);
-  EXPECT_EQ(scale, 1000u);
-  OpenedMovie bare(Box("moov"));
-  EXPECT_EQ(bare->GetMovieTimeScale(&scale), MP4_NOT_FOUND);
-}
-
-TEST(Mp4File, CreationDateOfTheMovie) {
+// Of the movie header, and of the media header for a track.
+TEST(Mp4File, CreationDates) {
   Movie content;
   content.mvhd = Mvhd(1000, 86400 * 59 + 3723);
+  content.tracks[0].mdhd = Mdhd(1000, 40, 86400);
   OpenedMovie movie(content);
-  u32 date[6] = {};
-  const auto get = [&] {
-    return movie->GetCreationDate(&date[0], &date[1], &date[2], &date[3], &date[4], &date[5]);
+  using Date = std::vector<u32>;
+  const auto dateOf = [](auto* holder, Mp4Result expected) {
+    Date d(6);
+    EXPECT_EQ(holder->GetCreationDate(&d[0], &d[1], &d[2], &d[3], &d[4], &d[5]), expected);
+    return d;
   };
-  const auto expectDate = [&date](const std::vector<u32>& expected) {
-    EXPECT_EQ(std::vector<u32>(date, date + 6), expected);
-  };
-  ASSERT_EQ(get(), MP4_OK);
-  expectDate({1904, 2, 29, 1, 2, 3});
+  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  EXPECT_EQ(dateOf(track.get(), MP4_OK), (Date{1904, 1, 2, 0, 0, 0}));
+  EXPECT_EQ(dateOf(movie.operator->(), MP4_OK), (Date{1904, 2, 29, 1, 2, 3}));
+  EXPECT_EQ(track->SetCreationDate(1999, 12, 31, 0, 0, 0), MP4_OK);
   EXPECT_EQ(movie->SetCreationDate(2026, 11, 21, 23, 59, 58), MP4_OK);
   EXPECT_EQ(movie->SetCreationDate(2026, 13, 1, 0, 0, 0), MP4_BAD_ARGUMENT);
-  ASSERT_EQ(get(), MP4_OK);
-  expectDate({2026, 11, 21, 23, 59, 58});
+  EXPECT_EQ(dateOf(track.get(), MP4_OK), (Date{1999, 12, 31, 0, 0, 0}));
+  EXPECT_EQ(dateOf(movie.operator->(), MP4_OK), (Date{2026, 11, 21, 23, 59, 58}));
   EXPECT_EQ(movie->SetCreationDate(2200, 1, 1, 0, 0, 0), MP4_OK);
-  EXPECT_EQ(get(), MP4_BAD_VALUE) << "one year more can be stored than read";
+  dateOf(movie.operator->(), MP4_BAD_VALUE);  // one year more can be stored than read
 }
 
 struct Notice {
   Mp4Result result;
-  std::string language;
-  std::string text;
+  std::string language, text;
 };
 
 template <class Holder>
@@ -270,8 +219,7 @@ void ExpectCopyright(Holder* holder) {
   const auto expectNotice = [holder](u32 index, const char* language, const char* text) {
     const Notice notice = NoticeOf(holder, index);
     EXPECT_EQ(notice.result, MP4_OK) << index;
-    EXPECT_EQ(notice.language, language) << index;
-    EXPECT_EQ(notice.text, text) << index;
+    EXPECT_EQ(notice.language + notice.text, std::string(language) + text) << index;
   };
   expectNotice(0, "und", "first");
   expectNotice(1, "und", "first");
@@ -294,11 +242,7 @@ TEST(Mp4File, CopyrightOfMovieAndTrack) {
   content.udta = udta;
   content.tracks[0].udta = udta;
   OpenedMovie movie(content);
-  {
-    SCOPED_TRACE("movie");
-    ExpectCopyright(movie.operator->());
-  }
-  SCOPED_TRACE("track");
+  ExpectCopyright(movie.operator->());
   ExpectCopyright(movie.OpenTrack().get());
 }
 
@@ -315,13 +259,10 @@ TEST(Mp4File, CopyrightMakesTheBoxesThatAreMissing) {
 
 TEST(Mp4File, TrackIndicesCountFromOne) {
   Movie content;
-  content.tracks[0].tkhd = Tkhd(7, 0, 0, 0);
+  content.tracks[0].tkhd = Tkhd(7, 640, 480, 1234);
   content.tracks.push_back(Track());
   content.tracks[1].tkhd = Tkhd(5, 0, 0, 0);
   OpenedMovie movie(content);
-  u32 count = 0;
-  EXPECT_EQ(movie->GetTrackCount(&count), MP4_OK);
-  EXPECT_EQ(count, 2u);
   EXPECT_EQ(movie.BindResult(0), MP4_NOT_FOUND);
   EXPECT_EQ(movie.BindResult(3), MP4_NOT_FOUND);
   for (const auto& [index, id] : {std::pair<u32, u32>{2, 5}, {1, 7}, {2, 5}}) {
@@ -329,9 +270,9 @@ TEST(Mp4File, TrackIndicesCountFromOne) {
     EXPECT_EQ(movie.OpenTrack(index)->GetTrackId(&found), MP4_OK);
     EXPECT_EQ(found, id);
   }
-  CMp4Track* track = nullptr;
-  ASSERT_EQ(movie->OpenTrack(1, &track), MP4_OK);
-  EXPECT_EQ(movie->CloseTrack(track), MP4_OK);
+  u32 width = 0, height = 0;
+  EXPECT_EQ(movie.OpenTrack(1)->GetDimensions(&width, &height), MP4_OK);
+  EXPECT_TRUE(width == 640 && height == 480) << width << " x " << height;
 }
 
 /// Every operation of a track that has lost its file; none may touch the boxes that have gone.
@@ -341,34 +282,32 @@ void ExpectDetached(CMp4Track* track) {
   u16 half[2];
   u32 n[6];
   u64 time = 0;
-  const Mp4Result results[] = {
-      track->GetSampleCount(n),
-      track->GetTrackType(n),
-      track->GetSampleFormat(n),
-      track->GetTrackId(n),
-      track->GetTimeScale(n),
-      track->GetDuration(&time),
-      track->GetDimensions(&n[0], &n[1]),
-      track->GetVideoSize(&half[0], &half[1]),
-      track->GetChannelCount(half),
-      track->GetSampleRate(n),
-      track->GetCopyright(language, nullptr, n, 0),
-      track->SetCopyright("und", "", 0),
-      track->GetCreationDate(&n[0], &n[1], &n[2], &n[3], &n[4], &n[5]),
-      track->SetCreationDate(2000, 1, 1, 0, 0, 0),
-      track->GetDecoderSpecificInfo(1, sizeof buffer, n, buffer),
-      track->GetDecoderSpecificInfoSize(1, n),
-      track->ReadSample(1, sizeof buffer, n, buffer),
-      track->GetSampleSize(1, n),
-      track->GetSampleDecodingTime(1, &time),
-      track->GetSampleCompositionTime(1, &time),
-      track->FindSampleByCompositionTime(0, n),
-      track->FindSyncSample(0, n),
-      track->FindSampleByDecodingTime(0, n),
-      track->SetTimeScale(1),
-      track->SetDimensions(1, 1),
-      track->WriteSample(buffer, 1, 0, 0, 1),
-  };
+  const Mp4Result results[] = {track->GetSampleCount(n),
+                               track->GetTrackType(n),
+                               track->GetSampleFormat(n),
+                               track->GetTrackId(n),
+                               track->GetTimeScale(n),
+                               track->GetDuration(&time),
+                               track->GetDimensions(&n[0], &n[1]),
+                               track->GetVideoSize(&half[0], &half[1]),
+                               track->GetChannelCount(half),
+                               track->GetSampleRate(n),
+                               track->GetCopyright(language, nullptr, n, 0),
+                               track->SetCopyright("und", "", 0),
+                               track->GetCreationDate(&n[0], &n[1], &n[2], &n[3], &n[4], &n[5]),
+                               track->SetCreationDate(2000, 1, 1, 0, 0, 0),
+                               track->GetDecoderSpecificInfo(1, sizeof buffer, n, buffer),
+                               track->GetDecoderSpecificInfoSize(1, n),
+                               track->ReadSample(1, sizeof buffer, n, buffer),
+                               track->GetSampleSize(1, n),
+                               track->GetSampleDecodingTime(1, &time),
+                               track->GetSampleCompositionTime(1, &time),
+                               track->FindSampleByCompositionTime(0, n),
+                               track->FindSyncSample(0, n),
+                               track->FindSampleByDecodingTime(0, n),
+                               track->SetTimeScale(1),
+                               track->SetDimensions(1, 1),
+                               track->WriteSample(buffer, 1, 0, 0, 1)};
   for (const Mp4Result& result : results) EXPECT_EQ(result, MP4_NOT_READY) << &result - results;
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/fake_host.h"
 
 namespace kt {
@@ -48,12 +50,7 @@ TEST(Identifiers, HaveThePlatformsLayout) {
 }
 
 TEST(ReaderPin, OffersTheTypesOfItsFormat) {
-  const struct {
-    FakeTrackFacts track;
-    u32 format;
-    Guid plain;
-    Guid stamped;
-  } rows[] = {
+  const std::tuple<FakeTrackFacts, u32, Guid, Guid> rows[] = {
       {Video(MP4_FORMAT_MP4V, 8, 6), 1, MEDIASUBTYPE_KtMp4Video, MEDIASUBTYPE_KtMp4VideoStamped},
       {Video(MP4_FORMAT_S263, 8, 6), 4, MEDIASUBTYPE_KtH263, MEDIASUBTYPE_KtH263Stamped},
       {Video(MP4_FORMAT_MP4A, 8, 6), 0, MEDIASUBTYPE_KtMp4Video, MEDIASUBTYPE_KtMp4VideoStamped},
@@ -62,16 +59,16 @@ TEST(ReaderPin, OffersTheTypesOfItsFormat) {
       {Audio(MP4_FORMAT_SAMR), 6, MEDIASUBTYPE_KtAmr, MEDIASUBTYPE_KtAmrStamped},
       {Audio(MP4_FORMAT_MP4V), 0, GUID_NULL, GUID_NULL},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.track.kind * 10 + row.track.format);
+  for (const auto& [track, format, plain, stamped] : rows) {
+    SCOPED_TRACE(track.kind * 10 + track.format);
     FakeHost host;
-    host.file.tracks = {row.track};
+    host.file.tracks = {track};
     CReaderPin& pin = host.LoadOnePin();
-    const bool video = row.track.kind == MP4_KIND_VIDEO;
-    EXPECT_EQ(pin.Format(), row.format);
+    const bool video = track.kind == MP4_KIND_VIDEO;
+    EXPECT_EQ(pin.Format(), format);
     for (const i32 position : {0, 1}) {
       const MediaType type = TypeAt(pin, position);
-      const Guid subtype = position ? row.stamped : row.plain;
+      const Guid subtype = position ? stamped : plain;
       EXPECT_EQ(type.majorType, video ? MEDIATYPE_Video : MEDIATYPE_Audio);
       EXPECT_EQ(type.subtype, subtype);
       EXPECT_EQ(type.formatType, video ? FORMAT_KtMp4Video : FORMAT_WaveFormatEx);
@@ -103,12 +100,7 @@ TEST(ReaderPin, CaptionsHaveNoFormatAndTwoMajorTypes) {
 }
 
 TEST(ReaderPin, AcceptsByKindAlone) {
-  const struct {
-    FakeTrackFacts track;
-    Guid majorType;
-    Guid subtype;
-    bool accepted;
-  } rows[] = {
+  const std::tuple<FakeTrackFacts, Guid, Guid, bool> rows[] = {
       // The subtype need not be that of the track.
       {Video(MP4_FORMAT_S263, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video, true},
       {Audio(MP4_FORMAT_SAMR), MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4AudioStamped, true},
@@ -119,11 +111,11 @@ TEST(ReaderPin, AcceptsByKindAlone) {
       {test::CaptionTrack({0}), MEDIATYPE_Text, MEDIASUBTYPE_Line21_BytePair, false},
       {test::CaptionTrack({0}), MEDIATYPE_AUXLine21Data, GUID_NULL, false},
   };
-  for (const auto& row : rows) {
+  for (const auto& [track, majorType, subtype, accepted] : rows) {
     FakeHost host;
-    host.file.tracks = {row.track};
-    EXPECT_EQ(host.LoadOnePin().CheckMediaType(Types(row.majorType, row.subtype)),
-              row.accepted ? FilterResult::Ok : FilterResult::InvalidArgument);
+    host.file.tracks = {track};
+    EXPECT_EQ(host.LoadOnePin().CheckMediaType(Types(majorType, subtype)),
+              accepted ? FilterResult::Ok : FilterResult::InvalidArgument);
   }
 }
 
@@ -176,17 +168,14 @@ TEST(ReaderPin, TimeScaleZeroGivesNoFrameTimeAndNoDuration) {
 }
 
 TEST(ReaderPin, AmrHasOneRateAndOneChannelWhateverTheEntrySays) {
-  const struct {
-    u32 format;
-    u32 rate;
-    u32 channels;
-  } rows[] = {{MP4_FORMAT_SAWB, 16000, 1}, {MP4_FORMAT_SAMR, 8000, 1}, {MP4_FORMAT_MP4A, 44100, 2}};
-  for (const auto& row : rows) {
+  const std::tuple<u32, u32, u32> rows[] = {
+      {MP4_FORMAT_SAWB, 16000, 1}, {MP4_FORMAT_SAMR, 8000, 1}, {MP4_FORMAT_MP4A, 44100, 2}};
+  for (const auto& [format, rate, channels] : rows) {
     FakeHost host;
-    host.file.tracks = {Audio(row.format)};
+    host.file.tracks = {Audio(format)};
     const CReaderPin& pin = host.LoadOnePin();
-    EXPECT_EQ(pin.SampleRate(), row.rate);
-    EXPECT_EQ(pin.Channels(), row.channels);
+    EXPECT_EQ(pin.SampleRate(), rate);
+    EXPECT_EQ(pin.Channels(), channels);
   }
 }
 
@@ -195,9 +184,7 @@ TEST(ReaderPin, LearnsUntilATrackFails) {
   const struct {
     const char* failing;
     FakeTrackFacts track;
-    u32 result;
-    u32 kind;
-    u32 format;
+    u32 result, kind, format;
     std::size_t info;
   } rows[] = {
       {"GetTimeScale", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_UNKNOWN, PIN_FORMAT_UNKNOWN, 0},

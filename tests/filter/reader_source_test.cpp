@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/fake_host.h"
 
 namespace kt {
@@ -118,18 +120,15 @@ TEST(ReaderSource, RefusalsChangeNothing) {
 }
 
 TEST(ReaderSource, AFileThatCanNotBeUsedIsDropped) {
-  const struct {
-    const char* failing;
-    Words log;
-  } kRows[] = {{"CreateMp4File", {}},
-               {"Open", {"Open a.mp4 00", "delete"}},
-               {"GetTrackCount", {"Open a.mp4 00", "Close", "delete"}}};
-  for (const auto& row : kRows) {
+  const std::tuple<const char*, Words> kRows[] = {{"CreateMp4File", {}},
+                                                  {"Open", {"Open a.mp4 00", "delete"}},
+                                                  {"GetTrackCount", {"Open a.mp4 00", "Close", "delete"}}};
+  for (const auto& [failing, log] : kRows) {
     FakeHost host;
-    host.file.failing = {row.failing};
-    EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Fail) << row.failing;
-    EXPECT_EQ(host.file.log, row.log) << row.failing;
-    EXPECT_FALSE(host.Source().IsLoaded()) << row.failing;
+    host.file.failing = {failing};
+    EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Fail) << failing;
+    EXPECT_EQ(host.file.log, log) << failing;
+    EXPECT_FALSE(host.Source().IsLoaded()) << failing;
   }
 }
 
@@ -146,11 +145,7 @@ TEST(ReaderSource, NoTracksAndNoMovieTimeScaleAreNoFailure) {
 }
 
 TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
-  static constexpr struct {
-    const char* failing;
-    const char* shown;
-    bool pin;
-  } kRows[] = {
+  static constexpr std::tuple<const char*, const char*, bool> kRows[] = {
       {"OpenTrack", "Cannot get track", false},
       {"GetTrackId", "Cannot get track id", true},
       {"GetSampleCount", "Cannot get track sample count", true},
@@ -158,16 +153,16 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
       {"GetDuration", "Cannot get track time scale", true},
       {"GetTrackType", "Cannot get track type", false},
   };
-  for (const auto& row : kRows) {
+  for (const auto& [failing, shown, pin] : kRows) {
     FakeHost host;
     host.file.tracks = {Track(MP4_KIND_VIDEO, 1), Track(MP4_KIND_AUDIO, 2)};
-    host.file.tracks[0].failing = {row.failing};
-    EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok) << row.failing;
-    EXPECT_EQ(host.errors, Words{row.shown}) << row.failing;
-    EXPECT_EQ(host.Source().Pins().size(), row.pin ? 2u : 1u) << row.failing;
-    EXPECT_EQ(host.file.open.size(), row.pin ? 2u : 1u) << row.failing;
-    EXPECT_EQ(host.Source().Tables().m_trackType[0], row.pin ? 1u : 0u) << row.failing;
-    EXPECT_EQ(host.Source().Tables().m_trackId[1], 2u) << row.failing;
+    host.file.tracks[0].failing = {failing};
+    EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok) << failing;
+    EXPECT_EQ(host.errors, Words{shown}) << failing;
+    EXPECT_EQ(host.Source().Pins().size(), pin ? 2u : 1u) << failing;
+    EXPECT_EQ(host.file.open.size(), pin ? 2u : 1u) << failing;
+    EXPECT_EQ(host.Source().Tables().m_trackType[0], pin ? 1u : 0u) << failing;
+    EXPECT_EQ(host.Source().Tables().m_trackId[1], 2u) << failing;
     EXPECT_EQ(host.Source().Pins()[0]->SeekMaster(), 1u) << "the first pin, not the first track";
   }
 }

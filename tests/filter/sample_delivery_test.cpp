@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <tuple>
 
 #include "support/box_writer.h"
 #include "support/fake_host.h"
@@ -124,13 +125,11 @@ FakeTrackFacts CaptionAt(u64 time) {
 }
 
 TEST(SampleDelivery, TheLastSampleOfATrackIsNeverDelivered) {
-  const struct {
-    FakeTrackFacts track;
-    u32 delivered;
-  } rows[] = {{Video({}), 0}, {Video({0}), 0}, {Video({0, 40, 80, 120}), 3}};
-  for (const auto& row : rows) {
-    Bench bench(row.track);
-    for (u32 number = 1; number <= row.delivered; ++number) {
+  const std::tuple<FakeTrackFacts, u32> rows[] = {
+      {Video({}), 0}, {Video({0}), 0}, {Video({0, 40, 80, 120}), 3}};
+  for (const auto& [track, delivered] : rows) {
+    Bench bench(track);
+    for (u32 number = 1; number <= delivered; ++number) {
       ASSERT_EQ(bench.Fill(), FilterResult::Ok);
       EXPECT_EQ(bench.media.mediaStart, number);
       EXPECT_EQ(bench.media.mediaStop, number + 1);
@@ -150,11 +149,8 @@ TEST(SampleDelivery, StampsCountFromTheBaseTime) {
   const struct {
     const char* what;
     u32 timeScale;
-    u64 base;
-    u64 time;
-    u64 next;
-    i64 start;
-    i64 stop;
+    u64 base, time, next;
+    i64 start, stop;
   } rows[] = {
       {"before the seek point and reaching it", 1000, 100, 60, 100, -400'000, 0},
       {"truncates", 3, 0, 1, 2, 3'333'333, 6'666'666},
@@ -177,16 +173,14 @@ TEST(SampleDelivery, StampsCountFromTheBaseTime) {
 }
 
 TEST(SampleDelivery, MediaTimesOfAudioEndAFrameLater) {
-  const struct {
-    u32 format;
-    i64 span;
-  } rows[] = {{MP4_FORMAT_MP4A, 1024}, {MP4_FORMAT_SAWB, 320}, {MP4_FORMAT_SAMR, 160}};
-  for (const auto& row : rows) {
-    Bench bench(Audio(row.format));
+  const std::tuple<u32, i64> rows[] = {
+      {MP4_FORMAT_MP4A, 1024}, {MP4_FORMAT_SAWB, 320}, {MP4_FORMAT_SAMR, 160}};
+  for (const auto& [format, span] : rows) {
+    Bench bench(Audio(format));
     for (i64 number = 1; number <= 2; ++number) {
       ASSERT_EQ(bench.Fill(), FilterResult::Ok);
       EXPECT_EQ(bench.media.mediaStart, number);
-      EXPECT_EQ(bench.media.mediaStop, number + row.span);
+      EXPECT_EQ(bench.media.mediaStop, number + span);
     }
   }
   Bench unknown(Audio(MP4_FORMAT_MP4V));
@@ -246,12 +240,7 @@ TEST(SampleDelivery, AStopPositionEndsTheStreamBehindIt) {
 }
 
 TEST(SampleDelivery, WhatDoesNotFitOrCanNotBeReadEndsTheStream) {
-  const struct {
-    const char* failing;
-    std::size_t room;
-    i32 position;
-    FilterResult result;
-  } rows[] = {
+  const std::tuple<const char*, std::size_t, i32, FilterResult> rows[] = {
       {"", 4, 0, FilterResult::Ok},
       {"", 3, 0, FilterResult::False},
       {"", 20, 1, FilterResult::Ok},
@@ -263,12 +252,12 @@ TEST(SampleDelivery, WhatDoesNotFitOrCanNotBeReadEndsTheStream) {
       // What is not known of the sample itself is passed over.
       {"GetSampleCompositionTime", 20, 0, FilterResult::Ok},
   };
-  for (const auto& row : rows) {
+  for (const auto& [failing, room, position, result] : rows) {
     Bench bench(Video({0, 40}));
-    bench.Connect(row.position);
-    bench.room = row.room;
-    bench.Track().failing = {row.failing};
-    EXPECT_EQ(bench.Fill(), row.result) << row.failing << " " << row.room;
+    bench.Connect(position);
+    bench.room = room;
+    bench.Track().failing = {failing};
+    EXPECT_EQ(bench.Fill(), result) << failing << " " << room;
     EXPECT_EQ(bench.Pin().Position().m_currentSample, 1u);
   }
 }
@@ -300,11 +289,7 @@ TEST(SampleDelivery, FindsTheTextInVideoSamples) {
   otherStart[3] = 0xB6;
   std::vector<u8> otherMark = Marker(1, 2, "hi");
   otherMark[14] = 0x45;
-  const struct {
-    const char* what;
-    std::vector<u8> bytes;
-    std::map<i64, std::string> texts;
-  } rows[] = {
+  const std::tuple<const char*, std::vector<u8>, std::map<i64, std::string>> rows[] = {
       {"whole", Marker(1, 2, "hi and video data"), {{-200'000, "hi"}}},
       {"to the last byte", Marker(1, 2, "hi"), {{-200'000, "hi"}}},
       {"a zero byte ends the text", Marker(1, 3, std::string("h\0i", 3)), {{-200'000, "h"}}},
@@ -317,14 +302,14 @@ TEST(SampleDelivery, FindsTheTextInVideoSamples) {
       {"not at the start", elsewhere, {}},
       {"short sample", {0, 0, 1, 0xB3, 9, 9, 9, 0, 0, 1, 0xB2}, {}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    Bench bench(Video({0, 40}, row.bytes));
+  for (const auto& [what, bytes, texts] : rows) {
+    SCOPED_TRACE(what);
+    Bench bench(Video({0, 40}, bytes));
     bench.Pin().Position().m_baseTime = 20;
     ASSERT_EQ(bench.Fill(), FilterResult::Ok);
-    EXPECT_EQ(bench.texts, row.texts);
-    EXPECT_EQ(bench.media.length, row.bytes.size());
-    EXPECT_TRUE(std::equal(row.bytes.begin(), row.bytes.end(), bench.media.bytes.begin()));
+    EXPECT_EQ(bench.texts, texts);
+    EXPECT_EQ(bench.media.length, bytes.size());
+    EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), bench.media.bytes.begin()));
   }
 }
 
@@ -354,12 +339,7 @@ TEST(SampleDelivery, ExtractorUseDeliversEmptySamplesWithStampsAndTexts) {
 }
 
 TEST(CaptionDelivery, DeliversTheSecondAndThirdByte) {
-  const struct {
-    std::vector<u8> bytes;
-    std::size_t room;
-    FilterResult result;
-    std::vector<u8> pair;
-  } rows[] = {
+  const std::tuple<std::vector<u8>, std::size_t, FilterResult, std::vector<u8>> rows[] = {
       {{0xFF, 0x94, 0x20}, 166, FilterResult::Ok, {0x94, 0x20}},
       // Longer than the side buffer once was.
       {{0xFF, 0x94, 0x20, 4, 5, 6, 7, 8, 9}, 166, FilterResult::Ok, {0x94, 0x20}},
@@ -369,15 +349,15 @@ TEST(CaptionDelivery, DeliversTheSecondAndThirdByte) {
       {{0xFF}, 1, FilterResult::False, {0xEE}},
       {std::vector<u8>(167), 166, FilterResult::False, {0xEE, 0xEE}},
   };
-  for (const auto& row : rows) {
+  for (const auto& [bytes, room, result, pair] : rows) {
     Bench bench(test::CaptionTrack({0, 40}));
     bench.Connect(0);
-    bench.Track().samples[0].bytes = row.bytes;
-    bench.room = row.room;
-    EXPECT_EQ(bench.Fill(), row.result) << row.bytes.size();
-    bench.media.bytes.resize(row.pair.size());
-    EXPECT_EQ(bench.media.bytes, row.pair) << row.bytes.size();
-    if (row.result != FilterResult::Ok) continue;
+    bench.Track().samples[0].bytes = bytes;
+    bench.room = room;
+    EXPECT_EQ(bench.Fill(), result) << bytes.size();
+    bench.media.bytes.resize(pair.size());
+    EXPECT_EQ(bench.media.bytes, pair) << bytes.size();
+    if (result != FilterResult::Ok) continue;
     EXPECT_EQ(bench.media.length, 2u);
     EXPECT_EQ(bench.media.stop, 400'000);
     EXPECT_EQ(bench.media.mediaStop, 2);
@@ -389,9 +369,7 @@ TEST(CaptionDelivery, WaitsUntilFiftyMillisecondsBefore) {
   const struct {
     const char* what;
     u64 time;
-    i64 start;
-    i64 streamTime;
-    i64 clockRate;
+    i64 start, streamTime, clockRate;
     std::vector<u32> waits;
   } rows[] = {
       {"due", 50, 0, 0, 1, {}},

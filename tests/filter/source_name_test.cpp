@@ -2,16 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace kt {
 namespace {
 
 TEST(SourceName, NamesAndUrlsBecomePaths) {
-  static constexpr struct {
-    const char* name;
-    const char* path;
-    bool isUrl;
-    const char* callbackName;
-  } kRows[] = {
+  static constexpr std::tuple<const char*, const char*, bool, const char*> kRows[] = {
       {"/media/a.mp4", "/media/a.mp4", false, ""},
       {"", "", false, ""},
       // A plain name is not cut.
@@ -34,12 +31,12 @@ TEST(SourceName, NamesAndUrlsBecomePaths) {
       {"ktmp4file://c:/x.mp4&MDCCID=NAME", "c:/x.mp4", true, ""},
       {"ktmp4file://c:/mdccid.mp4&cc=on", "c:/mdccid.mp4", true, ""},
   };
-  for (const auto& row : kRows) {
+  for (const auto& [name, path, isUrl, callbackName] : kRows) {
     SourceName parsed;
-    ASSERT_EQ(ParseSourceName(row.name, &parsed), FilterResult::Ok) << row.name;
-    EXPECT_EQ(parsed.path, row.path) << row.name;
-    EXPECT_EQ(parsed.isUrl, row.isUrl) << row.name;
-    EXPECT_EQ(parsed.callbackName, row.callbackName) << row.name;
+    ASSERT_EQ(ParseSourceName(name, &parsed), FilterResult::Ok) << name;
+    EXPECT_EQ(parsed.path, path) << name;
+    EXPECT_EQ(parsed.isUrl, isUrl) << name;
+    EXPECT_EQ(parsed.callbackName, callbackName) << name;
   }
 }
 
@@ -80,44 +77,37 @@ TEST(UrlParameterStore, AnswersByName) {
 }
 
 TEST(SourceSwitches, TheWordOfCc) {
-  static constexpr struct {
-    const char* url;
-    bool overlay;
-    bool text;
-  } kRows[] = {{"u&cc=off", false, false},   {"u&cc=OFF", false, false},
-               {"u&cc=On", false, true},     {"u&cc=text", true, false},
-               {"u&cc=on_ovl", true, false}, {"u&cc=maybe", true, false},
-               {"u&cc=", true, false},       {"u", true, false}};
-  for (const auto& row : kRows) {
+  static constexpr std::tuple<const char*, bool, bool> kRows[] = {
+      {"u&cc=off", false, false},   {"u&cc=OFF", false, false},
+      {"u&cc=On", false, true},     {"u&cc=text", true, false},
+      {"u&cc=on_ovl", true, false}, {"u&cc=maybe", true, false},
+      {"u&cc=", true, false},       {"u", true, false}};
+  for (const auto& [url, overlay, text] : kRows) {
     UrlParameterStore store;
-    ASSERT_EQ(store.Parse(row.url), 0u);
+    ASSERT_EQ(store.Parse(url), 0u);
     // Both start out wrong: every URL sets them.
-    SourceSwitches switches{!row.overlay, !row.text, 0, false};
+    SourceSwitches switches{!overlay, !text, 0, false};
     ApplyUrlParameters(store, &switches);
-    EXPECT_EQ(switches.m_captionOverlay, row.overlay) << row.url;
-    EXPECT_EQ(switches.m_captionText, row.text) << row.url;
+    EXPECT_EQ(switches.m_captionOverlay, overlay) << url;
+    EXPECT_EQ(switches.m_captionText, text) << url;
   }
 }
 
 TEST(SourceSwitches, NumbersThatAreNotNamedKeepTheirValue) {
-  static constexpr struct {
-    const char* url;
-    u32 extractor;
-    bool vmr9Dropped;
-  } kRows[] = {{"u&vmr9=0", 5, true},
-               {"u&vmr9=1", 5, false},
-               {"u&vmr9=", 5, false},
-               {"u&vmr9=word", 5, true},
-               {"u&forextractoruse=0", 0, false},
-               {"u&forextractoruse=", 5, false},
-               {"u&forextractoruse=-1", 0xFFFFFFFF, false}};
-  for (const auto& row : kRows) {
+  static constexpr std::tuple<const char*, u32, bool> kRows[] = {{"u&vmr9=0", 5, true},
+                                                                 {"u&vmr9=1", 5, false},
+                                                                 {"u&vmr9=", 5, false},
+                                                                 {"u&vmr9=word", 5, true},
+                                                                 {"u&forextractoruse=0", 0, false},
+                                                                 {"u&forextractoruse=", 5, false},
+                                                                 {"u&forextractoruse=-1", 0xFFFFFFFF, false}};
+  for (const auto& [url, extractor, vmr9Dropped] : kRows) {
     UrlParameterStore store;
-    ASSERT_EQ(store.Parse(row.url), 0u);
+    ASSERT_EQ(store.Parse(url), 0u);
     SourceSwitches switches{true, false, 5, false};
     ApplyUrlParameters(store, &switches);
-    EXPECT_EQ(switches.m_forExtractor, row.extractor) << row.url;
-    EXPECT_EQ(switches.m_vmr9Dropped, row.vmr9Dropped) << row.url;
+    EXPECT_EQ(switches.m_forExtractor, extractor) << url;
+    EXPECT_EQ(switches.m_vmr9Dropped, vmr9Dropped) << url;
   }
 }
 

@@ -44,8 +44,7 @@ struct ReadDescriptor {
 /// The bytes of a descriptor or command by way of a storage; `*result` takes the first failure.
 template <class Item>
 Bytes Written(Item& item, Mp4Result* result) {
-  u32 size = 0;
-  u32 header = 0;
+  u32 size = 0, header = 0;
   *result = item.CalculateSize();
   if (*result == MP4_OK) *result = item.GetSize(&size, &header);
   // Some room to spare, so that a size that is too small shows in the bytes.
@@ -80,19 +79,19 @@ Mp4Result WriteResult(Item& item) {
 /// Writes into memory with every room from 0 up to what is needed: all but the last have to be refused as too
 /// small, none may touch a byte beyond its room, and the last has to give the same bytes as a storage.
 template <class Item>
-void ExpectBufferFormMatches(Item& item) {
+void ExpectBufferFormMatches(Item& item, Mp4Result expectedResult = MP4_OK) {
   const Bytes expected = Written(item);
   for (std::size_t room = 0; room <= expected.size(); ++room) {
+    SCOPED_TRACE(room);
     Bytes buffer(expected.size() + 8, 0xEE);
     u8* cursor = buffer.data();
     u32 left = static_cast<u32>(room);
     const Mp4Result result = item.SerializeToBuffer(&cursor, &left);
-    EXPECT_EQ(room < expected.size() ? MP4_BUFFER_TOO_SMALL : MP4_OK, result) << "room " << room;
+    EXPECT_EQ(room < expected.size() ? MP4_BUFFER_TOO_SMALL : expectedResult, result);
     EXPECT_EQ(room, left + static_cast<std::size_t>(cursor - buffer.data()));
-    for (std::size_t i = room; i < buffer.size(); ++i) ASSERT_EQ(0xEE, buffer[i]) << "room " << room;
-    if (room == expected.size()) {
-      EXPECT_TRUE(std::equal(expected.begin(), expected.end(), buffer.begin()));
-    }
+    for (std::size_t i = room; i < buffer.size(); ++i) ASSERT_EQ(0xEE, buffer[i]);
+    buffer.resize(expected.size());
+    EXPECT_EQ(room == expected.size(), expected == buffer);
   }
 }
 

@@ -14,20 +14,15 @@ namespace kt::test {
 
 struct FakeSample {
   std::vector<u8> bytes;
-  u64 decodingTime = 0;
-  u64 compositionTime = 0;
+  u64 decodingTime = 0, compositionTime = 0;
   bool sync = true;
 };
 
 /// What a fake track says of itself. An operation named in `failing` answers MP4_CORRUPT and stores nothing.
 struct FakeTrackFacts {
-  u32 kind = MP4_KIND_VIDEO;
-  u32 format = MP4_FORMAT_MP4V;
-  u32 id = 1;
-  u32 timeScale = 1000;
+  u32 kind = MP4_KIND_VIDEO, format = MP4_FORMAT_MP4V, id = 1, timeScale = 1000;
   u64 duration = 0;
-  u16 width = 0;
-  u16 height = 0;
+  u16 width = 0, height = 0;
   u32 sampleRate = 0;
   u16 channels = 0;
   std::vector<u8> info;

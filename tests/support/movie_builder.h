@@ -145,8 +145,7 @@ struct Track {
   Bytes mediaHeader = Vmhd();
   Bytes stsd = Stsd({VisualEntry("mp4v", 320, 240, Esds(0x20, 4, {0xD0, 0xD1}))});
   Bytes stts = Stts({{4, 10}});
-  Bytes ctts;
-  Bytes stss;
+  Bytes ctts, stss;
   Bytes stsz = Stsz({1, 2, 3, 4});
   Bytes stsc = Stsc({{1, 2}});
   Bytes chunkOffsets = Stco({24, 27});

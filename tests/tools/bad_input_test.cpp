@@ -29,8 +29,7 @@ void ExpectOneLine(const std::string& err, const std::string& speaker) {
 TEST(WrongUse, EndsWithTwoAndOneLine) {
   struct Row {
     std::vector<std::string> arguments;
-    const char* speaker;
-    const char* fragment;
+    const char *speaker, *fragment;
   };
   const Row rows[] = {
       {{}, "ktmp4", "subcommand"},

@@ -19,8 +19,7 @@ namespace kt::test {
 /// What a run of the program left behind.
 struct Outcome {
   int exitCode = -1;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 inline std::string ReadText(const std::filesystem::path& path) {
