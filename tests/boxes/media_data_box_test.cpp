@@ -5,34 +5,9 @@
 #include <tuple>
 
 #include "support/box_writer.h"
-#include "support/temp_file.h"
 
 namespace kt::test {
 namespace {
-
-TEST(MediaData, ReservesALongHeaderAndPatchesAShortOne) {
-  const TempFile file;
-  CStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_WRITE));
-  EXPECT_EQ(MP4_OK, storage.WriteUInt32(0xAAAAAAAA));
-  CMediaDataBox mdat;
-  u64 position = 0;
-  EXPECT_EQ(MP4_NOT_READY, mdat.AppendData(nullptr, 0, &position));
-  EXPECT_EQ(MP4_NOT_READY, mdat.FinishWriting());
-  EXPECT_EQ(MP4_OK, mdat.StartWriting(&storage));
-  const Bytes data = Bytes().Text("samples");
-  EXPECT_EQ(MP4_OK, mdat.AppendData(data.data(), 4, &position));
-  EXPECT_EQ(20u, position);
-  EXPECT_EQ(MP4_FILE_IO, mdat.AppendData(data.data(), 0, &position));
-  EXPECT_EQ(MP4_OK, mdat.AppendData(data.data() + 4, 3, &position));
-  EXPECT_EQ(24u, position);
-  EXPECT_EQ(MP4_OK, mdat.FinishWriting());
-  EXPECT_EQ(MP4_OK, storage.WriteUInt32(0xBBBBBBBB));
-  EXPECT_EQ(MP4_OK, storage.Close());
-  // The placeholder of the long size stays, as payload in front of the samples.
-  EXPECT_EQ(Bytes().U32(0xAAAAAAAA).U32(23).Text("mdat").U64(0x100000008).Text("samples").U32(0xBBBBBBBB),
-            ReadFile(file.Path()));
-}
 
 /// Takes blocks of any size without keeping them.
 class CCountingStorage : public CStorage {

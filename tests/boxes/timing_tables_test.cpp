@@ -85,15 +85,6 @@ TEST(TimeToSampleBox, WritesStepsAsRuns) {
   }
 }
 
-TEST(TimeToSampleBox, RefusesAStepOfMoreThan32BitsAndStaysAsItWas) {
-  CTimeToSampleBox box;
-  ASSERT_EQ(box.AddSampleTime(1, 10), MP4_OK);
-  EXPECT_EQ(box.AddSampleTime(2, 0x10000000B), MP4_BAD_TIMING);
-  EXPECT_EQ(box.AddSampleTime(2, 20), MP4_OK);
-  ASSERT_EQ(box.FinishTimes(), MP4_OK);
-  EXPECT_EQ(WrittenBytes(&box), Table("stts", {{2, 10}}));
-}
-
 TEST(TimeToSampleBox, IsReadWhileItIsWritten) {
   CTimeToSampleBox box;
   for (u32 sample = 1; sample <= 4; ++sample) {
