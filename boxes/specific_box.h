@@ -1,8 +1,7 @@
 #pragma once
 
-#include <memory>
-
 #include "engine/box.h"
+#include "engine/data_block.h"
 
 namespace kt {
 
@@ -17,18 +16,22 @@ class CSpecificBox : public CBox {
 
   /// Keeps a copy of `size` bytes in place of the earlier ones. Null `data` keeps the size alone, which the
   /// getters answer and which counts no bytes in the file. MP4_NO_MEMORY.
-  Mp4Result SetData(const void* data, u32 size);
+  Mp4Result SetData(const void* data, u32 size) { return m_data.Set(data, size); }
   /// `*size` takes the number of bytes in any case. MP4_BUFFER_TOO_SMALL when it exceeds `capacity`.
-  Mp4Result GetData(u32 capacity, u32* size, void* buffer) const;
-  Mp4Result GetDataSize(u32* size) const;
+  Mp4Result GetData(u32 capacity, u32* size, void* buffer) const {
+    return m_data.Copy(capacity, size, buffer);
+  }
+  Mp4Result GetDataSize(u32* size) const {
+    *size = m_data.Size();
+    return MP4_OK;
+  }
 
  protected:
   using CBox::CBox;
   explicit CSpecificBox(CBox&& header) : CBox(std::move(header)) {}
 
  private:
-  u32 m_ui32DataSize = 0;
-  std::unique_ptr<u8[]> m_pData;
+  CDataBlock m_data;
 };
 
 }  // namespace kt

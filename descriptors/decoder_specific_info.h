@@ -1,8 +1,7 @@
 #pragma once
 
-#include <memory>
-
 #include "descriptors/descriptor.h"
+#include "engine/data_block.h"
 
 namespace kt {
 
@@ -22,14 +21,16 @@ class CDecoderSpecificInfo : public CBaseDescriptor {
   /// Replaces the data by a copy. The size is kept also where `data` is null. MP4_NO_MEMORY.
   Mp4Result SetData(const void* data, u32 size);
   /// `*size` takes the size in any case. MP4_BUFFER_TOO_SMALL when it exceeds `capacity`.
-  Mp4Result GetData(u32 capacity, u32* size, void* buffer) const;
-  Mp4Result GetDataSize(u32* size) const;
+  Mp4Result GetData(u32 capacity, u32* size, void* buffer) const {
+    return m_data.Copy(capacity, size, buffer);
+  }
+  Mp4Result GetDataSize(u32* size) const {
+    *size = m_data.Size();
+    return MP4_OK;
+  }
 
  private:
-  u32 StoredSize() const { return m_data ? m_dataSize : 0; }
-
-  std::unique_ptr<u8[]> m_data;  // null when empty
-  u32 m_dataSize = 0;
+  CDataBlock m_data;
 };
 
 }  // namespace kt
