@@ -207,7 +207,6 @@ TEST(Track, SampleEntriesAnswerByTheirCode) {
       {"mp4s", MpegEntry("mp4s", Esds(0x02, 3, info)), MP4_FORMAT_MP4S, false, 0, 3},
       {"ln21", MpegEntry("ln21", Bytes().U8(0)), MP4_FORMAT_UNKNOWN, false, 0, 0},
       {"avc1", VisualEntry("avc1", 176, 144, {}), MP4_FORMAT_UNKNOWN, false, 0, 0},
-      {"none", {}, MP4_FORMAT_UNKNOWN, false, 0, 0},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.code);
@@ -259,6 +258,11 @@ TEST(Track, EntryIndicesAndSmallBuffers) {
   EXPECT_EQ(buffer[0], 9);
   EXPECT_EQ(track->GetDecoderSpecificInfo(2, 3, &size, buffer), MP4_OK);
   EXPECT_EQ(buffer[1], 5);
+  content.stsd = Stsd({});
+  OpenedMovie empty(content);
+  u32 format = 9;
+  EXPECT_EQ(empty.OpenTrack()->GetSampleFormat(&format), MP4_NOT_FOUND);
+  EXPECT_EQ(format, 0u);
 }
 
 // Reading.
