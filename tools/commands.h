@@ -13,5 +13,6 @@ void AddInfoCommand(CLI::App& program);
 void AddSamplesCommand(CLI::App& program);
 void AddExtractCommand(CLI::App& program);
 void AddPlayCommand(CLI::App& program);
+void AddRemuxCommand(CLI::App& program);
 
 }  // namespace kt

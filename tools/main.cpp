@@ -47,12 +47,13 @@ void SetUp(CLI::App& program) {
   kt::AddSamplesCommand(program);
   kt::AddExtractCommand(program);
   kt::AddPlayCommand(program);
+  kt::AddRemuxCommand(program);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App program("Reads ISO base media files (.mp4, .3gp, .m4a).");
+  CLI::App program("Reads and writes ISO base media files (.mp4, .3gp, .m4a).");
   try {
     SetUp(program);
     program.parse(argc, argv);

@@ -1,71 +1,27 @@
 #include "tools/output_file.h"
 
-#include <cerrno>
-#include <random>
-#include <system_error>
-
 #include "tools/failure.h"
 
 namespace kt {
-namespace {
-
-namespace fs = std::filesystem;
-
-// A name beside `target` that nobody else uses. It does not contain the target's own name, to which nothing
-// might be added any more.
-fs::path PartialName(const fs::path& target) {
-  std::random_device random;
-  return target.parent_path() / (".ktmp4-" + std::to_string(random()) + ".part");
-}
-
-// The file that stands under the name already has to be one that may be replaced.
-void RequireReplaceable(const fs::path& target, const std::string& input, const std::string& operation) {
-  std::error_code error;
-  const fs::file_status status = fs::status(target, error);
-  if (!fs::exists(status)) return;
-  if (fs::is_directory(status)) throw Failure(operation + ": it is a directory");
-  if (!fs::is_regular_file(status)) throw Failure(operation + ": it is no regular file");
-  if (fs::equivalent(target, input, error)) throw Failure(operation + ": it is the file that is being read");
-  std::FILE* stream = std::fopen(target.string().c_str(), "r+b");
-  if (stream == nullptr) throw SystemFailure(operation);
-  std::fclose(stream);
-}
-
-}  // namespace
 
 OutputFile::OutputFile(const std::string& name, const std::string& input)
-    : m_operation("cannot write " + Quoted(name)), m_target(name) {
-  RequireReplaceable(m_target, input, m_operation);
-  // Through a link the file itself is replaced, and not the link.
-  std::error_code error;
-  if (const fs::path real = fs::canonical(m_target, error); !error) m_target = real;
-  if (!m_target.has_filename()) throw Failure(m_operation + ": it is the name of a directory");
-  m_partial = PartialName(m_target);
-  m_stream = std::fopen(m_partial.string().c_str(), "wb");
-  if (m_stream == nullptr) throw SystemFailure(m_operation);
+    : m_place(name, input), m_stream(std::fopen(m_place.PartialName().c_str(), "wb")) {
+  if (m_stream == nullptr) throw SystemFailure(m_place.Operation());
 }
 
 OutputFile::~OutputFile() {
   if (m_stream != nullptr) std::fclose(m_stream);
-  std::error_code ignored;
-  if (!m_partial.empty()) fs::remove(m_partial, ignored);
 }
 
 void OutputFile::Write(const u8* data, std::size_t size) {
-  if (std::fwrite(data, 1, size, m_stream) != size) throw SystemFailure(m_operation);
+  if (std::fwrite(data, 1, size, m_stream) != size) throw SystemFailure(m_place.Operation());
 }
 
 void OutputFile::Finish() {
   std::FILE* stream = m_stream;
   m_stream = nullptr;
-  if (std::fclose(stream) != 0) throw SystemFailure(m_operation);
-  std::error_code error;
-  if (const fs::file_status before = fs::status(m_target, error); fs::exists(before)) {
-    fs::permissions(m_partial, before.permissions(), error);
-  }
-  fs::rename(m_partial, m_target, error);
-  if (error) throw Failure(m_operation + ": " + error.message());
-  m_partial.clear();
+  if (std::fclose(stream) != 0) throw SystemFailure(m_place.Operation());
+  m_place.Commit();
 }
 
 }  // namespace kt

@@ -24,18 +24,36 @@ ProgressLine::~ProgressLine() {
 }
 
 void ProgressLine::Update(i64 position, i64 duration, u64 samples) {
-  if (!m_isTerminal) return;
-  const Clock::time_point now = Clock::now();
-  if (now < m_next) return;
-  m_next = now + kInterval;
-  const double elapsed = std::chrono::duration<double>(now - m_begin).count();
+  if (!IsDue()) return;
   char whole[32] = "";
   if (duration > 0) std::snprintf(whole, sizeof whole, " of %.1f", Seconds(duration));
-  Clear();
   std::fprintf(stderr, "%.1f%s s, %llu samples, %.0f per second", Seconds(position), whole,
-               static_cast<unsigned long long>(samples), static_cast<double>(samples) / elapsed);
+               static_cast<unsigned long long>(samples), static_cast<double>(samples) / Elapsed());
   std::fflush(stderr);
+}
+
+void ProgressLine::UpdateCopy(u64 samples, u64 allSamples, u64 bytes) {
+  if (!IsDue()) return;
+  const double megabytes = static_cast<double>(bytes) / 1e6;
+  std::fprintf(stderr, "%llu of %llu samples, %.1f MB, %.1f MB per second",
+               static_cast<unsigned long long>(samples), static_cast<unsigned long long>(allSamples),
+               megabytes, megabytes / Elapsed());
+  std::fflush(stderr);
+}
+
+// Whether it is time again to draw the line; then the old one is gone.
+bool ProgressLine::IsDue() {
+  if (!m_isTerminal) return false;
+  const Clock::time_point now = Clock::now();
+  if (now < m_next) return false;
+  m_next = now + kInterval;
+  Clear();
   m_isDrawn = true;
+  return true;
+}
+
+double ProgressLine::Elapsed() const {
+  return std::chrono::duration<double>(Clock::now() - m_begin).count();
 }
 
 void ProgressLine::Clear() {

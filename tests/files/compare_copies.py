@@ -1,0 +1,152 @@
+#!/usr/bin/env python3
+"""Has the program copy real files, and compares what other programs read from a file and from its copy.
+
+usage: compare_copies.py KTMP4 FILE_OR_FOLDER...
+
+Each file is copied as mp4, 3gp and m4a. ffprobe has to find the same packets (times, key frames, bytes) and the same
+decoder set-up in the copy, and ffmpeg and, where it is installed, mediainfo must find nothing wrong with it. Times
+count from the first decoding time, which a copy does not keep. A long file of thousands of chunks is made by ffmpeg
+from one of the files.
+"""
+
+import hashlib
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+from compare_with_ffprobe import ffprobe, media_files, packets_of, readable_copy, run
+
+WRITABLE = ["mpeg4", "aac", "h263", "amr_nb", "amr_wb"]
+TYPES = ["mp4", "3gp", "m4a"]
+SETUP = "codec_type,codec_name,codec_tag_string,width,height,sample_rate,time_base,extradata_hash"
+
+
+def copied_tracks(file):
+    """The indices of the tracks that can be copied, by what ffprobe finds in them."""
+    streams = ffprobe(file, "-show_entries", "stream=index,codec_name")["streams"]
+    return [stream["index"] for stream in streams if stream.get("codec_name") in WRITABLE]
+
+
+def setups_of(file):
+    wishes = ["-show_data_hash", "md5", "-show_entries", f"stream={SETUP}"]
+    return [{key: stream.get(key) for key in SETUP.split(",")} for stream in ffprobe(file, *wishes)["streams"]]
+
+
+def from_first(packets):
+    first = packets[0]["dts"]
+    return [
+        (packet["dts"] - first, packet["pts"] - first, packet["size"], packet["flags"][0], packet["data_hash"])
+        for packet in packets
+    ]
+
+
+def all_bytes(file, index):
+    data = run("ffmpeg", "-v", "error", "-i", file, "-map", f"0:{index}", "-c", "copy", "-f", "data", "-")
+    return len(data), hashlib.md5(data).hexdigest()
+
+
+def compare_streams(file, copy, indices):
+    theirs, ours = packets_of(file), packets_of(copy)
+    their_setups, our_setups = setups_of(file), setups_of(copy)
+    if len(ours) != len(indices) or len(our_setups) != len(indices):
+        raise AssertionError(f"{len(ours)} tracks, {len(indices)} can be copied")
+    count = 0
+    for position, index in enumerate(indices):
+        if our_setups[position] != their_setups[index]:
+            raise AssertionError(f"track {index + 1}: {our_setups[position]} was {their_setups[index]}")
+        wanted, found = from_first(theirs[index]), from_first(ours[position])
+        if our_setups[position]["codec_name"] == "amr_nb" and len(wanted) != len(found):
+            # ffprobe puts short samples of constant size together, chunk by chunk, and the copy has other chunks.
+            wanted, found = [all_bytes(file, index)], [all_bytes(copy, position)]
+        if len(wanted) != len(found):
+            raise AssertionError(f"track {index + 1}: {len(found)} packets, there were {len(wanted)}")
+        for number, (before, after) in enumerate(zip(wanted, found), 1):
+            if before != after:
+                raise AssertionError(f"track {index + 1}, packet {number}: {after} was {before}")
+        count += len(found)
+    return count
+
+
+def complaints(*command):
+    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, errors="replace")
+    return done.stderr.strip() or (f"exit code {done.returncode}" if done.returncode else "")
+
+
+def expect_no_complaints(file, copy):
+    """A copy must not make ffmpeg complain unless the file does: some streams are broken where they come from."""
+    decode = ["ffmpeg", "-v", "error", "-xerror", "-i"]
+    problem = complaints(*decode, copy, "-f", "null", "-")
+    if problem and not complaints(*decode, file, "-f", "null", "-"):
+        raise AssertionError(f"ffmpeg: {problem}")
+    if shutil.which("mediainfo") is None:
+        return
+    report = run("mediainfo", "--Full", "--Output=JSON", copy).decode()
+    for word in ("ConformanceErrors", "IsTruncated"):
+        if word in report:
+            raise AssertionError(f"mediainfo reports {word}: {report}")
+
+
+def compare_file(ktmp4, file, folder):
+    """The number of packets that agree, in copies of all types."""
+    original = file
+    try:
+        indices = copied_tracks(original)
+    except RuntimeError:
+        original = readable_copy(file, folder)
+        indices = copied_tracks(original)
+    if not indices:
+        raise AssertionError("there is no track to copy")
+    count = 0
+    for kind in TYPES:
+        copy = folder / f"copy.{kind}"
+        run(ktmp4, "remux", "--type", kind, file, copy)
+        count += compare_streams(original, copy, indices)
+        expect_no_complaints(original, copy)
+    return count
+
+
+def frame_hashes(file):
+    """Times, size and hash of each packet; not the duration, which a copy does not keep for the last one."""
+    command = ["ffmpeg", "-v", "error", "-ignore_editlist", 1, "-i", file, "-map", "0:a", "-c", "copy"]
+    lines = run(*command, "-f", "framemd5", "-").decode().splitlines()
+    rows = [line.replace(" ", "").split(",") for line in lines if not line.startswith("#")]
+    return [row[:3] + row[4:] for row in rows]
+
+
+def compare_long_file(ktmp4, file, folder):
+    """A sound track of so many samples that they take thousands of chunks."""
+    long_file, copy = folder / "long.mp4", folder / "copy.mp4"
+    run("ffmpeg", "-v", "error", "-stream_loop", 3299, "-i", file, "-map", "0:a", "-c", "copy", "-write_btrt", 0, long_file)
+    run(ktmp4, "remux", long_file, copy)
+    wanted, found = frame_hashes(long_file), frame_hashes(copy)
+    if len(wanted) < 200_000:
+        raise AssertionError(f"the long file has {len(wanted)} packets only")
+    if wanted != found:
+        raise AssertionError(f"{len(found)} packets differ from {len(wanted)}")
+    return len(found)
+
+
+def main():
+    ktmp4, *names = sys.argv[1:]
+    failures = total = 0
+    files = list(media_files(names))
+    jobs = [(file.name, compare_file, file) for file in files]
+    jobs += [("long file", compare_long_file, file) for file in files if file.name == "aac.m4a"]
+    for name, job, file in jobs:
+        with tempfile.TemporaryDirectory() as folder:
+            try:
+                count = job(ktmp4, file, pathlib.Path(folder))
+                print(f"{name}: {count} packets agree")
+                total += count
+            except (AssertionError, RuntimeError) as problem:
+                print(f"{name}: {problem}")
+                failures += 1
+    if total == 0:
+        print("nothing was compared")
+    return 1 if failures or total == 0 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace kt {
+
+/// Where a file is written that gets its name only when it is complete. Until `Commit` its bytes gather
+/// beside it under another name; without a `Commit` they go, and what stood under the name stays untouched.
+/// All failures are thrown as `Failure`.
+class OutputPlace {
+ public:
+  /// Makes sure that the file can be written, and lays down an empty one under the other name. `input` is the
+  /// name of the file that is being read, which the output must not replace.
+  OutputPlace(const std::string& name, const std::string& input);
+  ~OutputPlace();
+  OutputPlace(const OutputPlace&) = delete;
+  OutputPlace& operator=(const OutputPlace&) = delete;
+
+  /// The name under which the bytes gather; whoever writes them has closed the file before `Commit`.
+  std::string PartialName() const { return m_partial.string(); }
+  /// What a message about it begins with: "cannot write "x.mp4"".
+  const std::string& Operation() const { return m_operation; }
+  void Commit();
+
+ private:
+  std::string m_operation;
+  std::filesystem::path m_target;
+  std::filesystem::path m_partial;
+};
+
+}  // namespace kt

@@ -1,0 +1,307 @@
+#include "tools/track_copy.h"
+
+#include <cstdio>
+
+#include "tools/failure.h"
+
+namespace kt {
+namespace {
+
+constexpr u64 kLargestStep = (u64{1} << 31) - 1;  // the writer counts a larger step as one backwards
+constexpr u32 kNegativeOffset = u32{1} << 31;     // as the file stores it
+constexpr u32 kWidestPicture = 32767;
+constexpr i16 kFullVolume = 0x100;
+
+// Whether MPEG-4 visual can begin so (ISO/IEC 14496-2, 6.2.1). MPEG-1 and MPEG-2 video, JPEG and PNG, which
+// sample entries of the same code stand for, do not.
+bool BeginsLikeMpeg4Visual(const std::vector<u8>& bytes) {
+  constexpr u8 kLastLayer = 0x2F, kSequence = 0xB0, kUserData = 0xB2, kObject = 0xB5, kPicture = 0xB6;
+  if (bytes.size() < 4 || bytes[0] != 0 || bytes[1] != 0 || bytes[2] != 1) return false;
+  const u8 code = bytes[3];
+  return code <= kLastLayer || code == kSequence || code == kUserData || code == kObject || code == kPicture;
+}
+
+std::string Seconds(u64 ticks, u32 timeScale) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.3f s", static_cast<double>(ticks) / timeScale);
+  return text;
+}
+
+std::string Count(u64 count) {
+  return count == 1 ? "1 sample" : std::to_string(count) + " samples";
+}
+
+}  // namespace
+
+/// What the writer makes of the times: it lets decoding times rise, and offsets begin with the first sample
+/// or not at all.
+class TrackCopy::Timing {
+ public:
+  explicit Timing(std::string where) : m_where(std::move(where)) {}
+
+  // Throws a `Failure` for a sample that the writer refuses.
+  void Take(u64 number, const Sample& sample, const std::string& name) {
+    u64 decodingTime = sample.decodingTime;
+    if (number > 1 && decodingTime <= m_last) {
+      decodingTime = m_last + 2;
+      Note(&m_raised, number);
+    }
+    if (decodingTime - m_last > kLargestStep) {
+      throw Failure("cannot write " + name + ": it comes " + std::to_string(decodingTime - m_last) +
+                    " ticks behind the one before it, and a step must stay below 2^31");
+    }
+    if (number == 1) m_hasOffsets = decodingTime < sample.compositionTime;
+    if (!m_hasOffsets && decodingTime < sample.compositionTime) {
+      throw Failure("cannot write " + name + ": it is the first one with a composition offset (" +
+                    std::to_string(sample.compositionTime - decodingTime) +
+                    " ticks), and offsets have to begin with sample 1");
+    }
+    if (m_hasOffsets && sample.compositionTime < decodingTime) Note(&m_wrapped, number);
+    if (sample.compositionTime - sample.decodingTime >= kNegativeOffset) Note(&m_negative, number);
+    m_last = decodingTime;
+  }
+
+  void Report(const Notes& notes) const {
+    Report(notes, m_raised, "repeats a decoding time; the copy moves it 2 ticks behind the one before");
+    Report(notes, m_wrapped, "is then decoded after it is shown; its composition offset wraps");
+    Report(notes, m_negative,
+           "has a negative composition offset, which counts as a very large one; key frames may be lost");
+  }
+
+ private:
+  struct Finding {
+    u64 first = 0;
+    u64 count = 0;
+  };
+
+  static void Note(Finding* finding, u64 number) {
+    if (finding->count++ == 0) finding->first = number;
+  }
+  void Report(const Notes& notes, const Finding& finding, const char* what) const {
+    if (finding.count == 0) return;
+    std::string text = "sample " + std::to_string(finding.first) + m_where + " " + what;
+    if (finding.count > 1) text += " (the first of " + Count(finding.count) + ")";
+    notes(text);
+  }
+
+  std::string m_where;
+  u64 m_last = 0;
+  bool m_hasOffsets = false;
+  Finding m_raised, m_wrapped, m_negative;
+};
+
+TrackCopy::TrackCopy(InputFile& input, u32 index, bool wanted)
+    : m_input(input.OpenTrack(index)),
+      m_name("track " + std::to_string(index) + " of " + Quoted(input.Name())),
+      m_fileSize(input.Size()),
+      m_wanted(wanted) {
+  u32 count = 0;
+  Require("cannot count the samples of " + m_name, m_input->GetSampleCount(&count));
+  m_sampleCount = count;
+  Require("cannot find the kind of " + m_name, m_input->GetTrackType(&m_kind));
+  Require("cannot find the time scale of " + m_name, m_input->GetTimeScale(&m_timeScale));
+  if (m_input->GetSampleFormat(&m_format) != MP4_OK) m_format = MP4_FORMAT_UNKNOWN;
+}
+
+void TrackCopy::Require(const std::string& what, Mp4Result result) const {
+  if (result) throw ResultFailure(what, result);
+}
+
+std::string TrackCopy::SampleName(u64 sample) const {
+  return "sample " + std::to_string(sample) + " of " + m_name;
+}
+
+TrackCopy::Sample TrackCopy::Look(u64 sample) {
+  const u32 number = static_cast<u32>(sample);
+  Sample found;
+  Require("cannot find the size of " + SampleName(sample), m_input->GetSampleSize(number, &found.size));
+  Require("cannot find the decoding time of " + SampleName(sample),
+          m_input->GetSampleDecodingTime(number, &found.decodingTime));
+  Require("cannot find the composition time of " + SampleName(sample),
+          m_input->GetSampleCompositionTime(number, &found.compositionTime));
+  found.decodingTime -= m_start;
+  found.compositionTime -= m_start;
+  return found;
+}
+
+std::vector<u8> TrackCopy::DecoderInfo() {
+  u32 size = 0;
+  // What has no set-up data is copied without.
+  if (m_input->GetDecoderSpecificInfoSize(1, &size) != MP4_OK) return {};
+  std::vector<u8> info(size);
+  if (size > 0) {
+    Require("cannot read the decoder set-up of " + m_name,
+            m_input->GetDecoderSpecificInfo(1, size, &size, info.data()));
+  }
+  return info;
+}
+
+std::string TrackCopy::Obstacle() {
+  switch (m_kind) {
+    case MP4_KIND_VIDEO:
+    case MP4_KIND_AUDIO:
+    case MP4_KIND_TEXT:
+      break;
+    case MP4_KIND_HINT:
+      return "it is a hint track, whose packets point into the file that it is in";
+    case MP4_KIND_OBJECT_DESCRIPTOR:
+    case MP4_KIND_SCENE_DESCRIPTION:
+      return "object descriptors and scenes name the tracks of the file that they are in";
+    default:
+      return "it is neither video nor sound nor captions";
+  }
+  if (m_timeScale == 0) return "it has no time scale";
+  u32 size = 0;
+  if (m_input->GetDecoderSpecificInfoSize(2, &size) == MP4_OK) {
+    return "it has several sample entries, and a copy has one";
+  }
+  return FormatObstacle();
+}
+
+std::string TrackCopy::FormatObstacle() {
+  constexpr const char* kUnknown =
+      "its format is none that can be written (MPEG-4 visual, AAC, H.263, AMR, Line 21)";
+  u16 width = 0, height = 0;
+  switch (m_format) {
+    case MP4_FORMAT_MP4V:
+      if (!m_wanted && !LooksLikeMpeg4Visual()) return "it does not begin like MPEG-4 visual";
+      [[fallthrough]];
+    case MP4_FORMAT_S263:
+      Require("cannot find the picture size of " + m_name, m_input->GetVideoSize(&width, &height));
+      if (width > kWidestPicture || height > kWidestPicture) return "its pictures are too large";
+      return m_kind == MP4_KIND_VIDEO ? "" : kUnknown;
+    case MP4_FORMAT_MP4A:
+      if (DecoderInfo().empty()) return "it has no decoder set-up, so it is not AAC";
+      [[fallthrough]];
+    case MP4_FORMAT_SAMR:
+    case MP4_FORMAT_SAWB:
+      return m_kind == MP4_KIND_AUDIO ? "" : kUnknown;
+    case MP4_FORMAT_UNKNOWN:
+      if (m_kind != MP4_KIND_TEXT) return kUnknown;
+      return m_wanted || LooksLikeLine21() ? "" : "its texts do not look like Line 21 captions";
+    default:
+      return kUnknown;
+  }
+}
+
+bool TrackCopy::LooksLikeMpeg4Visual() {
+  const std::vector<u8> info = DecoderInfo();
+  if (!info.empty() || m_sampleCount == 0) return BeginsLikeMpeg4Visual(info);
+  ReadInput(1, Look(1).size);
+  return BeginsLikeMpeg4Visual(m_buffer);
+}
+
+// The entry of a text track does not say what its samples are. A caption pair has a byte before it; titles of
+// chapters and subtitles are longer.
+bool TrackCopy::LooksLikeLine21() {
+  constexpr u32 kLongestPair = 6;
+  for (u64 sample = 1; sample <= m_sampleCount; ++sample) {
+    u32 size = 0;
+    if (m_input->GetSampleSize(static_cast<u32>(sample), &size) != MP4_OK) return false;
+    if (size > kLongestPair) return false;
+  }
+  return true;
+}
+
+void TrackCopy::Examine(const Interrupts& interrupts, const Notes& notes) {
+  if (m_sampleCount > 0) m_start = Look(1).decodingTime;
+  Timing timing(" of " + m_name);
+  for (u64 number = 1; number <= m_sampleCount; ++number) {
+    interrupts.Check();
+    const Sample sample = Look(number);
+    if (sample.size == 0) {
+      throw Failure("cannot write " + SampleName(number) + ": it has no bytes, and such a sample is refused");
+    }
+    m_byteCount += sample.size;
+    if (m_byteCount > m_fileSize) {
+      throw Failure("cannot read " + SampleName(number) + ": up to it the samples take " +
+                    std::to_string(m_byteCount) + " bytes, and the file has " + std::to_string(m_fileSize));
+    }
+    timing.Take(number, sample, SampleName(number));
+  }
+  timing.Report(notes);
+  NoteLosses(notes);
+}
+
+void TrackCopy::NoteLosses(const Notes& notes) {
+  if (m_start != 0) {
+    notes(m_name + " starts " + Seconds(m_start, m_timeScale) + " late; the copy starts with the movie");
+  }
+  u32 rate = 0;
+  if (m_kind == MP4_KIND_AUDIO && m_input->GetSampleRate(&rate) == MP4_OK && rate != m_timeScale) {
+    notes(m_name + " has a time scale other than its sample rate of " + std::to_string(rate) +
+          " Hz; the sample entry of the copy names " + std::to_string(m_timeScale & 0xFFFF) + " Hz");
+  }
+}
+
+void TrackCopy::Begin(CMp4File& output) {
+  CMp4Track* added = nullptr;
+  const Mp4Result result = output.AddTrack(&added);
+  m_output.reset(added);
+  Require("cannot add a copy of " + m_name, result);
+  const std::string operation = "cannot set up the copy of " + m_name;
+  Require(operation, m_output->SetTrackType(m_kind));
+  Require(operation, m_output->SetTimeScale(m_timeScale));
+  SetFormat();
+  CopyDescription();
+}
+
+void TrackCopy::SetFormat() {
+  const std::string operation = "cannot set the format of the copy of " + m_name;
+  const std::vector<u8> info = DecoderInfo();
+  const u32 infoSize = static_cast<u32>(info.size());
+  if (m_kind == MP4_KIND_AUDIO) {
+    Require(operation, m_output->SetAudioFormat(kFullVolume, 0, info.data(), infoSize, m_format));
+    return;
+  }
+  if (m_kind == MP4_KIND_VIDEO) {
+    u16 width = 0, height = 0;
+    Require(operation, m_input->GetVideoSize(&width, &height));
+    Require(operation, m_output->SetVideoFormat(width, height, info.data(), infoSize, m_format));
+  } else {
+    Require(operation, m_output->SetLine21Format(0, 0, 0));
+  }
+  // Pixels need not be square: the size of presentation can be another one.
+  u32 width = 0, height = 0;
+  Require(operation, m_input->GetDimensions(&width, &height));
+  if (width != 0 && height != 0) Require(operation, m_output->SetDimensions(width, height));
+}
+
+void TrackCopy::CopyDescription() {
+  u32 year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+  // A date that cannot be told is none.
+  if (m_input->GetCreationDate(&year, &month, &day, &hour, &minute, &second) != MP4_OK) return;
+  Require("cannot set the date of the copy of " + m_name,
+          m_output->SetCreationDate(year, month, day, hour, minute, second));
+}
+
+void TrackCopy::ReadInput(u64 sample, u32 size) {
+  Mp4Result result = size > m_fileSize ? MP4_FILE_IO : MP4_OK;  // no memory for what the file cannot hold
+  if (!result) {
+    if (size > m_buffer.size()) m_buffer.resize(size);
+    result = m_input->ReadSample(static_cast<u32>(sample), size, &size, m_buffer.data());
+  }
+  Require("cannot read " + SampleName(sample), result);
+}
+
+void TrackCopy::CopyNext() {
+  const u64 number = m_next;
+  const u32 sampleNumber = static_cast<u32>(number);
+  const Sample sample = Look(number);
+  ReadInput(number, sample.size);
+  u32 sync = 0;
+  const bool isSync =
+      m_input->FindSyncSample(sample.compositionTime + m_start, &sync) == MP4_OK && sync == sampleNumber;
+  Require("cannot write the copy of " + SampleName(number),
+          m_output->WriteSample(m_buffer.data(), sample.size, sample.decodingTime, sample.compositionTime,
+                                isSync ? 1 : 0));
+  m_copiedBytes += sample.size;
+  if (++m_next <= m_sampleCount) m_nextDecodingTime = Look(m_next).decodingTime;
+}
+
+void TrackCopy::End(CMp4File& output) {
+  Require("cannot finish the copy of " + m_name, output.CloseTrack(m_output.get()));
+  static_cast<void>(m_output.release());  // deleted
+}
+
+}  // namespace kt

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/input_file.h"
+#include "tools/interrupts.h"
+
+namespace kt {
+
+/// Takes one line for a person: what is lost on the way, or why something is left out.
+using Notes = std::function<void(const std::string&)>;
+
+/// One track on its way from a file that is read into a file that is written, sample by sample. In this
+/// order: `Obstacle`, `Examine`, `Begin`, `CopyNext` until `IsComplete`, `End`. All failures are thrown as
+/// `Failure`.
+class TrackCopy {
+ public:
+  /// `wanted` tells that somebody has asked for this very track, who is then taken at his word about what the
+  /// file does not say for certain.
+  TrackCopy(InputFile& input, u32 index, bool wanted);
+
+  /// Why such a track cannot be written at all; empty when it can.
+  std::string Obstacle();
+  /// Looks at all samples and fails at the first that the writer would refuse.
+  void Examine(const Interrupts& interrupts, const Notes& notes);
+
+  /// Adds the track to `output`, which has to outlive the copy's use of it.
+  void Begin(CMp4File& output);
+  void CopyNext();
+  void End(CMp4File& output);
+
+  bool IsComplete() const { return m_next > m_sampleCount; }
+  /// When the next sample is decoded, in seconds behind the first one.
+  double NextTime() const { return static_cast<double>(m_nextDecodingTime) / m_timeScale; }
+  u64 SampleCount() const { return m_sampleCount; }
+  /// Bytes of all samples.
+  u64 ByteCount() const { return m_byteCount; }
+  /// Bytes of the samples copied so far.
+  u64 CopiedBytes() const { return m_copiedBytes; }
+
+ private:
+  struct Sample {
+    u32 size = 0;
+    // Behind the first sample's decoding time, which the writer drops.
+    u64 decodingTime = 0;
+    u64 compositionTime = 0;
+  };
+  class Timing;
+
+  void Require(const std::string& what, Mp4Result result) const;
+  std::string SampleName(u64 sample) const;
+  Sample Look(u64 sample);
+  std::vector<u8> DecoderInfo();
+  std::string FormatObstacle();
+  bool LooksLikeMpeg4Visual();
+  bool LooksLikeLine21();
+  // Reads a sample's bytes to the start of the buffer.
+  void ReadInput(u64 sample, u32 size);
+  void NoteLosses(const Notes& notes);
+  void SetFormat();
+  void CopyDescription();
+
+  TrackHandle m_input;
+  std::unique_ptr<CMp4Track> m_output;
+  std::string m_name;  // "track 1 of "x.mp4""
+  u64 m_fileSize;
+  bool m_wanted;
+  u32 m_kind = MP4_KIND_UNKNOWN;
+  u32 m_format = MP4_FORMAT_UNKNOWN;
+  u32 m_timeScale = 0;
+  u64 m_sampleCount = 0;
+  u64 m_byteCount = 0;
+  u64 m_start = 0;  // decoding time of the first sample
+  u64 m_next = 1;
+  u64 m_nextDecodingTime = 0;
+  u64 m_copiedBytes = 0;
+  std::vector<u8> m_buffer = std::vector<u8>(1);
+};
+
+}  // namespace kt
