@@ -105,8 +105,9 @@ class CContainerBox : public Base {
   Mp4Result FindChild(u32 type, CBox** box, u32 occurrence) {
     *box = nullptr;
     if (m_children) return m_children->FindByType(type, box, occurrence);
-    constexpr Mp4Result kWithoutList = Rules.lookupWithoutList;
-    return kWithoutList;
+    // Spelled out, so that it is plain to static analysis that this is a failure.
+    static_assert(Rules.lookupWithoutList == MP4_NOT_FOUND || Rules.lookupWithoutList == MP4_NOT_READY);
+    return Rules.lookupWithoutList == MP4_NOT_FOUND ? MP4_NOT_FOUND : MP4_NOT_READY;
   }
 
   Mp4Result Append(std::unique_ptr<CBox> box) {

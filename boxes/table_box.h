@@ -62,8 +62,8 @@ class CTableBox : public CFullBox {
     const u32 recordsPerPass = static_cast<u32>(sizeof bytes) / width;
     for (u32 left = m_ui32EntryCount; left > 0;) {
       const u32 records = std::min(left, recordsPerPass);
-      KT_TRY(storage->ReadBytes(bytes, records * width));
-      m_remaining -= records * width;
+      KT_TRY(storage->ReadBytes(bytes, u64{records} * width));
+      m_remaining -= u64{records} * width;
       CFieldDecoder decoder(bytes);
       for (u32 i = 0; i < records; ++i) {
         Entry entry{};
