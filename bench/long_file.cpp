@@ -3,23 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <random>
 
+#include "bench/check.h"
 #include "bench/libav.h"
 
 namespace kt {
 namespace {
-
-void Check(int answer, const char* what) {
-  if (answer >= 0) return;
-  std::array<char, 256> text{};
-  av_strerror(answer, text.data(), text.size());
-  std::fprintf(stderr, "ktmp4_bench: %s: %s\n", what, text.data());
-  std::exit(1);
-}
 
 // Any decoder configuration does, since nothing is decoded.
 void SetExtraData(AVCodecParameters* parameters, std::initializer_list<u8> bytes) {
@@ -32,17 +24,17 @@ void SetExtraData(AVCodecParameters* parameters, std::initializer_list<u8> bytes
 class CLongFileWriter {
  public:
   CLongFileWriter(const LongFile& wanted, const std::string& path) : m_wanted(wanted) {
-    Check(avformat_alloc_output_context2(&m_context, nullptr, "mp4", path.c_str()), path.c_str());
+    CheckPeer(avformat_alloc_output_context2(&m_context, nullptr, "mp4", path.c_str()), path.c_str());
     if (wanted.withVideo) AddVideo();
     while (m_context->nb_streams < 2) AddSound();
-    Check(avio_open(&m_context->pb, path.c_str(), AVIO_FLAG_WRITE), path.c_str());
+    CheckPeer(avio_open(&m_context->pb, path.c_str(), AVIO_FLAG_WRITE), path.c_str());
     // A "btrt" behind "esds" would make the reader refuse the file; the pixel shape is left out as well.
     AVDictionary* options = nullptr;
     av_dict_set(&options, "write_btrt", "0", 0);
     av_dict_set(&options, "video_track_timescale", "12800", 0);
     // Without edits both sides give a sample the same times.
     av_dict_set(&options, "use_editlist", "0", 0);
-    Check(avformat_write_header(m_context, &options), path.c_str());
+    CheckPeer(avformat_write_header(m_context, &options), path.c_str());
     av_dict_free(&options);
   }
   CLongFileWriter(const CLongFileWriter&) = delete;
@@ -62,7 +54,7 @@ class CLongFileWriter {
         for (; written[stream] < end; ++written[stream]) WriteSample(stream, written[stream]);
       }
     }
-    Check(av_write_trailer(m_context), "end of the file");
+    CheckPeer(av_write_trailer(m_context), "end of the file");
   }
 
  private:
@@ -136,7 +128,7 @@ class CLongFileWriter {
     m_packet->pts = shown;
     m_packet->duration = IsVideo(stream) ? LongFile::kTicksPerPicture : LongFile::kTicksPerSoundSample;
     m_packet->flags = key ? AV_PKT_FLAG_KEY : 0;
-    Check(av_write_frame(m_context, m_packet), "writing a sample");
+    CheckPeer(av_write_frame(m_context, m_packet), "writing a sample");
   }
 
   const LongFile m_wanted;

@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
@@ -15,7 +16,9 @@
 #include "bench/long_file.h"
 #include "bench/memory.h"
 #include "bench/our_reader.h"
+#include "bench/our_writer.h"
 #include "bench/peer_reader.h"
+#include "bench/peer_writer.h"
 #include "bench/ratios.h"
 
 namespace {
@@ -31,6 +34,8 @@ struct Plan {
   std::string folder = KTMP4_BENCH_FOLDER;
 
   u32 Seconds() const { return smoke ? 20 : 7200; }
+  Sound WrittenSound() const { return {.samples = smoke ? 10'000U : 1'000'000U}; }
+  std::string WrittenFile(const char* name) const { return folder + "/written-" + name + ".mp4"; }
   int Repetitions() const { return smoke ? 1 : 5; }
 };
 
@@ -106,6 +111,56 @@ void RegisterRandom(const Plan& plan, const std::string& name, const std::string
   });
 }
 
+// A whole file, from the first call to the closed file.
+template <typename Writer>
+void WriteSound(const Plan& plan, const std::string& path) {
+  Writer writer(path);
+  writer.Write(plan.WrittenSound());
+  writer.Finish();
+}
+
+template <typename Writer>
+void RegisterWrite(const Plan& plan, const std::string& name, const std::string& path) {
+  Register(plan, name, [=](benchmark::State& state) {
+    for (auto _ : state) WriteSound<Writer>(plan, path);
+    state.SetItemsProcessed(static_cast<i64>(plan.WrittenSound().samples) * state.iterations());
+  });
+}
+
+void RegisterRemux(const Plan& plan, const std::string& name, const std::string& film,
+                   const std::string& path, void (*remux)(const std::string&, const std::string&),
+                   const Tally& expected) {
+  Register(plan, name, [=](benchmark::State& state) {
+    for (auto _ : state) remux(film, path);
+    if (CPeerReader(path).ReadAll() != expected) state.SkipWithError("the copy is not what was copied");
+    state.SetItemsProcessed(static_cast<i64>(expected.samples) * state.iterations());
+  });
+}
+
+// The two sides have to write the same.
+void RegisterWriting(const Plan& plan, const std::string& film, const Tally& expected) {
+  const std::string ours = plan.WrittenFile("ktmp4"), theirs = plan.WrittenFile("libavformat");
+  WriteSound<COurWriter>(plan, ours);
+  WriteSound<CPeerWriter>(plan, theirs);
+  if (CPeerReader(ours).ReadAll() != CPeerReader(theirs).ReadAll()) {
+    std::fprintf(stderr, "ktmp4_bench: the two writers differ\n");
+    std::exit(1);
+  }
+  RegisterWrite<COurWriter>(plan, "write/ktmp4", ours);
+  RegisterWrite<CPeerWriter>(plan, "write/libavformat", theirs);
+  RegisterRemux(plan, "remux/ktmp4", film, ours, OurRemux, expected);
+  RegisterRemux(plan, "remux/libavformat", film, theirs, PeerRemux, expected);
+}
+
+// Heap that stands when all samples are written and the file is still open.
+template <typename Writer>
+u64 HeapWhileWriting(const Plan& plan, const char* name) {
+  return HeapTakenBy([&] {
+    auto* writer = new Writer(plan.WrittenFile(name));
+    writer->Write(plan.WrittenSound());
+  });
+}
+
 constexpr u32 kChunkLengths[] = {10, 100, 10000};
 
 std::string SoundName(const char* what, u32 samplesPerChunk) {
@@ -127,6 +182,7 @@ void RegisterAll(const Plan& plan, const std::string& film) {
   RegisterSeek(plan, "search/libavformat", film, &CPeerReader::SearchIndex, times);
   RegisterRange(plan, "deliver/first samples", film, false);
   RegisterRange(plan, "deliver/last samples", film, true);
+  RegisterWriting(plan, film, expected);
   for (const u32 length : kChunkLengths) {
     const std::string sound =
         MakeLongFile({.seconds = plan.Seconds(), .withVideo = false, .samplesPerChunk = length}, plan.folder);
@@ -136,7 +192,7 @@ void RegisterAll(const Plan& plan, const std::string& film) {
   }
 }
 
-void PrintComparison(const CRatioReporter& report, const std::string& film) {
+void PrintComparison(const Plan& plan, const CRatioReporter& report, const std::string& film) {
   const u64 ours = HeapTakenBy([&] { new COurReader(film); });
   const u64 theirs = HeapTakenBy([&] { new CPeerReader(film); });
   const double samples = static_cast<double>(CPeerReader(film).ReadAll().samples);
@@ -158,6 +214,12 @@ void PrintComparison(const CRatioReporter& report, const std::string& film) {
   PrintRatio("the same, to av_index_search_timestamp", median("seek/ktmp4"), median("search/libavformat"),
              kNano / kSeeks, "ns/seek");
   PrintRatio("heap after opening", static_cast<double>(ours), static_cast<double>(theirs), 1e-6, "MB");
+  PrintRatio("write samples of 200 bytes", median("write/ktmp4"), median("write/libavformat"),
+             kNano / plan.WrittenSound().samples, "ns/sample");
+  PrintRatio("copy the film", median("remux/ktmp4"), median("remux/libavformat"), kNano / samples,
+             "ns/sample");
+  PrintRatio("heap while writing", static_cast<double>(HeapWhileWriting<COurWriter>(plan, "ktmp4")),
+             static_cast<double>(HeapWhileWriting<CPeerWriter>(plan, "libavformat")), 1e-6, "MB");
 
   std::printf("\n%-46s %10s %11s %-10s %5s\n", "ktmp4, cost of a sample", "last", "first", "", "ratio");
   PrintRatio("delivered, of the film's pictures", median("deliver/last samples"),
@@ -210,6 +272,6 @@ int main(int argc, char** argv) {
   RegisterAll(plan, film);
   CRatioReporter report;
   benchmark::RunSpecifiedBenchmarks(&report);
-  PrintComparison(report, film);
+  PrintComparison(plan, report, film);
   return report.HasFailed() ? 1 : 0;
 }

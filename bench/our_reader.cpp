@@ -1,20 +1,8 @@
 #include "bench/our_reader.h"
 
-#include <cstdio>
-#include <cstdlib>
+#include "bench/check.h"
 
 namespace kt {
-namespace {
-
-void Check(Mp4Result result, const char* what) {
-  if (result == MP4_OK) return;
-  std::fprintf(stderr, "ktmp4_bench: %s: %s (%u): %s\n", what, Mp4ResultName(result), result,
-               Mp4ResultText(result));
-  std::exit(1);
-}
-
-}  // namespace
-
 COurReader::COurReader(const std::string& path) {
   CMp4File* file = nullptr;
   Check(CreateMp4File(&file), "CreateMp4File");

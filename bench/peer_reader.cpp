@@ -1,27 +1,15 @@
 #include "bench/peer_reader.h"
 
-#include <cstdio>
-#include <cstdlib>
-
+#include "bench/check.h"
 #include "bench/libav.h"
 
 namespace kt {
-namespace {
-
-void Check(int answer, const char* what) {
-  if (answer >= 0) return;
-  std::fprintf(stderr, "ktmp4_bench: libavformat: %s: error %d\n", what, answer);
-  std::exit(1);
-}
-
-}  // namespace
-
 CPeerReader::CPeerReader(const std::string& path) {
   m_context = avformat_alloc_context();
   m_context->flags |= AVFMT_FLAG_NOPARSE;
   AVDictionary* options = nullptr;
   av_dict_set(&options, "ignore_editlist", "1", 0);
-  Check(avformat_open_input(&m_context, path.c_str(), nullptr, &options), path.c_str());
+  CheckPeer(avformat_open_input(&m_context, path.c_str(), nullptr, &options), path.c_str());
   av_dict_free(&options);
 }
 
