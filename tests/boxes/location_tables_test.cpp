@@ -202,7 +202,7 @@ TEST(SyncSampleBox, AnswersLikeAWalkOverTheWholeTable) {
         ASSERT_EQ(box.AddSyncSample(table[i]), MP4_OK);
         // Searches between the additions: what was worked out must not go stale.
         const u32 sample = static_cast<u32>(random() % (3 * count + 20));
-        ASSERT_EQ(SyncBefore(box, sample), PlainSyncBefore({table.begin(), table.begin() + i + 1}, sample));
+        ASSERT_EQ(SyncBefore(box, sample), PlainSyncBefore({table.data(), table.data() + i + 1}, sample));
       }
       for (u32 sample = 0; sample < 3 * count + 5 * disorder + 20; ++sample) {
         ASSERT_EQ(SyncBefore(box, sample), PlainSyncBefore(table, sample)) << count << " " << disorder;

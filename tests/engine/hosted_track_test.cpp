@@ -56,7 +56,7 @@ class BareHost : public CTrackHost {
     EXPECT_EQ(movie.CalculateSize(), MP4_OK);
     EXPECT_EQ(movie.Serialize(&memory), MP4_OK);
     EXPECT_EQ(memory.GetPosition(&size), MP4_OK);
-    bytes.resize(size);
+    bytes.resize(static_cast<std::size_t>(size));
     return bytes;
   }
 

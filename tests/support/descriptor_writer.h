@@ -57,7 +57,7 @@ Bytes Written(Item& item, Mp4Result* result) {
   if (*result == MP4_OK) {
     EXPECT_EQ(position, size + header);
   }
-  bytes.resize(position);
+  bytes.resize(static_cast<std::size_t>(position));
   return bytes;
 }
 
