@@ -15,7 +15,7 @@ Mp4Result CChunkBuffer::Append(const void* data, u32 size) {
 }
 
 Mp4Result CChunkBuffer::Reserve(u64 size) {
-  constexpr u64 kFirstCapacity = 16 * 1024;
+  constexpr u64 kFirstCapacity = 16'384;
   if (size <= m_capacity) return MP4_OK;
   const u64 capacity = std::max({size, 2 * m_capacity, kFirstCapacity});
   if (capacity != static_cast<std::size_t>(capacity)) return MP4_NO_MEMORY;

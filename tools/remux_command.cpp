@@ -48,8 +48,22 @@ u32 TypeByName(const std::string& name) {
   return extension == ".m4a" ? MP4_TYPE_M4A : MP4_TYPE_MP4;
 }
 
-// The tracks that can be written, with a note about each other one. One that somebody has asked for must be
-// among them.
+// A track that can be written; otherwise null with a note, or a failure when somebody has asked for it.
+std::unique_ptr<TrackCopy> TakeTrack(InputFile& input, u32 index, bool wanted) {
+  std::string obstacle;
+  try {
+    auto track = std::make_unique<TrackCopy>(input, index, wanted);
+    obstacle = track->Obstacle();
+    if (obstacle.empty()) return track;
+  } catch (const Failure& failure) {
+    obstacle = failure.what();
+  }
+  const std::string name = "track " + std::to_string(index) + " of " + Quoted(input.Name());
+  if (wanted) throw Failure("cannot copy " + name + ": " + obstacle);
+  Note(name + " is left out: " + obstacle);
+  return nullptr;
+}
+
 Tracks ChooseTracks(InputFile& input, const RemuxArguments& arguments) {
   std::vector<u32> indices = arguments.tracks;
   const bool wanted = !indices.empty();
@@ -62,18 +76,7 @@ Tracks ChooseTracks(InputFile& input, const RemuxArguments& arguments) {
   }
   Tracks tracks;
   for (const u32 index : indices) {
-    const std::string name = "track " + std::to_string(index) + " of " + Quoted(input.Name());
-    std::string obstacle;
-    try {
-      auto track = std::make_unique<TrackCopy>(input, index, wanted);
-      obstacle = track->Obstacle();
-      if (obstacle.empty()) tracks.push_back(std::move(track));
-    } catch (const Failure& failure) {
-      obstacle = failure.what();
-    }
-    if (obstacle.empty()) continue;
-    if (wanted) throw Failure("cannot copy " + name + ": " + obstacle);
-    Note(name + " is left out: " + obstacle);
+    if (auto track = TakeTrack(input, index, wanted)) tracks.push_back(std::move(track));
   }
   if (tracks.empty()) throw Failure("there is no track in " + Quoted(input.Name()) + " that can be copied");
   return tracks;

@@ -195,10 +195,12 @@ bool TrackCopy::LooksLikeMpeg4Visual() {
 // chapters and subtitles are longer.
 bool TrackCopy::LooksLikeLine21() {
   constexpr u32 kLongestPair = 6;
+  u64 bytes = 0;
   for (u64 sample = 1; sample <= m_sampleCount; ++sample) {
     u32 size = 0;
     if (m_input->GetSampleSize(static_cast<u32>(sample), &size) != MP4_OK) return false;
-    if (size > kLongestPair) return false;
+    bytes += size;
+    if (size > kLongestPair || bytes > m_fileSize) return false;
   }
   return true;
 }

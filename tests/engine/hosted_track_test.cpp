@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdio>
+
 #include "boxes/media_data_box.h"
 #include "boxes/movie_box.h"
 #include "boxes/track_box.h"
@@ -113,6 +116,47 @@ TEST(LargeOffsets, WidenInFinish) {
   ASSERT_EQ(track.Finish(), MP4_OK);
   EXPECT_EQ(SampleTableBoxAt(host.Movie(), "co64"), Co64({16, kFourGiB}));
 }
+
+#ifndef _WIN32
+
+// What a command prints; empty when it fails or is not there.
+std::string OutputOf(const std::string& command) {
+  std::string output;
+  std::FILE* stream = popen((command + " 2>&1").c_str(), "r");
+  char text[256];
+  while (stream != nullptr && std::fgets(text, sizeof text, stream) != nullptr) output += text;
+  return stream != nullptr && pclose(stream) == 0 ? output : std::string();
+}
+
+// Another reader finds both samples; this one refuses so large a box.
+TEST(LargeOffsets, AreFoundByFfprobe) {
+  if (OutputOf("ffprobe -version").empty()) GTEST_SKIP() << "there is no ffprobe";
+  BareHost host;
+  CTrackImpl track(&host, 0);
+  ASSERT_EQ(track.SetUp(1), MP4_OK);
+  ASSERT_EQ(track.SetTrackType(MP4_KIND_AUDIO), MP4_OK);
+  ASSERT_EQ(track.SetTimeScale(44100), MP4_OK);
+  ASSERT_EQ(track.SetAudioFormat(0x100, 0, "\x12\x10", 2, MP4_FORMAT_MP4A), MP4_OK);
+  WriteChunkAt(host, track, 16, 0);
+  WriteChunkAt(host, track, kFourGiB + 77, 1024);
+  ASSERT_EQ(track.Finish(), MP4_OK);
+  u64 end = 0;
+  ASSERT_EQ(host.storage.GetPosition(&end), MP4_OK);
+  const Bytes movie = host.Movie();
+  ASSERT_EQ(host.storage.WriteBytes(movie.data(), static_cast<u32>(movie.size())), MP4_OK);
+  // The media data counts the bytes that it has been given, and the hole is none of them.
+  ASSERT_EQ(host.storage.SetPosition(8), MP4_OK);
+  ASSERT_EQ(host.storage.WriteUInt64(end), MP4_OK);
+  ASSERT_EQ(host.storage.Close(), MP4_OK);
+  EXPECT_EQ(OutputOf("ffprobe -v quiet -of csv -show_entries packet=dts,size,pos " + host.temp.Name()),
+            "packet,0,1000000,16\npacket,1024,1000000,4294967373\n");
+  CMp4File* file = nullptr;
+  ASSERT_EQ(CreateMp4File(&file), MP4_OK);
+  EXPECT_EQ(file->Open(host.temp.Name().c_str(), MP4_MODE_READ, MP4_TYPE_MP4), MP4_CORRUPT);
+  delete file;
+}
+
+#endif
 
 TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
   BareHost host;
