@@ -47,7 +47,7 @@ std::string HeadlessPin::EarlyEnd() const {
   CMp4Track* track = m_pin.Track();
   const u32 sample = m_pin.Position().m_currentSample;
   if (track == nullptr || sample >= m_pin.SampleCount()) return {};
-  const auto because = [&](Mp4Result result) {
+  const auto because = [&](Mp4Result result) -> std::string {
     return ResultFailure("cannot read sample " + std::to_string(sample), result).what();
   };
   u32 size = 0;

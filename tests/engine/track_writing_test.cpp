@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "support/movie_builder.h"
 #include "support/written_movie.h"
@@ -162,7 +163,7 @@ TEST(TrackWriting, RefusedBytesLeaveTheTrackUsable) {
 
 TEST(TrackWriting, EachStepOfTheSetUpNeedsTheOnesBeforeIt) {
   WrittenMovie movie;
-  CMp4Track* track = movie.AddBareTrack();
+  const std::unique_ptr<CMp4Track> track(movie.AddBareTrack());
   u32 value = 9;
   EXPECT_EQ(track->GetTrackType(&value), MP4_OK);
   EXPECT_EQ(value, MP4_KIND_UNKNOWN);
@@ -250,7 +251,7 @@ TEST(TrackWriting, VideoSizesThatTheEntryCannotHoldAreRefusedLate) {
   };
   for (const auto& row : cases) {
     WrittenMovie movie;
-    CMp4Track* track = movie.AddBareTrack();
+    const std::unique_ptr<CMp4Track> track(movie.AddBareTrack());
     EXPECT_EQ(track->SetVideoFormat(row.width, row.height, "", 0, MP4_FORMAT_S263), row.result) << row.width;
     u32 format = 0;
     EXPECT_EQ(track->GetSampleFormat(&format), row.hasEntry ? MP4_OK : MP4_NOT_FOUND) << row.width;

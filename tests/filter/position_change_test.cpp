@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <memory>
 
 #include "support/fake_worker.h"
 #include "support/movie_builder.h"
@@ -92,9 +93,11 @@ TEST(PositionChange, NeitherAnEmptyNorALostTrackCountsBelowZero) {
   EXPECT_EQ(empty.Source().Pins()[0]->Position().m_currentSample, 0u);
   test::FakeHost lost;
   lost.file.tracks = {Samples(0, "I")};
-  lost.LoadOnePin().LoseTrack();
-  EXPECT_EQ(MovePin(*lost.Source().Pins()[0], 0), FilterResult::Ok);
-  EXPECT_EQ(lost.Source().Pins()[0]->Position().m_currentSample, 0u);
+  CReaderPin& pin = lost.LoadOnePin();
+  const std::unique_ptr<CMp4Track> track(pin.Track());
+  pin.LoseTrack();
+  EXPECT_EQ(MovePin(pin, 0), FilterResult::Ok);
+  EXPECT_EQ(pin.Position().m_currentSample, 0u);
 }
 
 // With the library's own search, which answers sample 0 and then refuses: it must not stick to that.
