@@ -44,7 +44,7 @@ std::string IdentifierText(const Guid& identifier) {
 }  // namespace
 
 std::string MediaTypeText(const MediaType& type) {
-  const std::string text = IdentifierText(type.majorType) + " / " + IdentifierText(type.subtype);
+  std::string text = IdentifierText(type.majorType) + " / " + IdentifierText(type.subtype);
   if (type.format.empty()) return text;
   return text + " / " + IdentifierText(type.formatType) + ", format block of " +
          std::to_string(type.format.size()) + " bytes";
