@@ -187,7 +187,6 @@ TEST(TrackWriting, EachStepOfTheSetUpNeedsTheOnesBeforeIt) {
   u64 time = 0;
   EXPECT_EQ(track->GetSampleDecodingTime(1, &time), MP4_NOT_READY);
   EXPECT_EQ(track->FindSyncSample(0, &value), MP4_NOT_READY);
-  delete track;
 }
 
 TEST(TrackWriting, KindsHaveTheirHandlerAndMediaHeader) {
@@ -255,7 +254,6 @@ TEST(TrackWriting, VideoSizesThatTheEntryCannotHoldAreRefusedLate) {
     EXPECT_EQ(track->SetVideoFormat(row.width, row.height, "", 0, MP4_FORMAT_S263), row.result) << row.width;
     u32 format = 0;
     EXPECT_EQ(track->GetSampleFormat(&format), row.hasEntry ? MP4_OK : MP4_NOT_FOUND) << row.width;
-    delete track;
   }
 }
 
