@@ -50,9 +50,7 @@ void SetUp(CLI::App& program) {
   kt::AddRemuxCommand(program);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
   CLI::App program("Reads and writes ISO base media files (.mp4, .3gp, .m4a).");
   try {
     SetUp(program);
@@ -71,5 +69,17 @@ int main(int argc, char** argv) {
     return Report(program, "there is not enough memory", kFailed);
   } catch (const std::exception& failure) {
     return Report(program, failure.what(), kFailed);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (...) {
+    // Even the telling of what went wrong has failed.
+    std::fputs("ktmp4: there is not enough memory\n", stderr);
+    return kFailed;
   }
 }
