@@ -67,7 +67,7 @@ std::string OpenReason(const std::string& name, Mp4Result result) {
   };
   const auto* const row = std::ranges::find(kReasons, result, &ReasonRow::result);
   if (row == std::end(kReasons)) return Mp4ResultText(result);
-  if (const std::string reason = SystemReason(name); !reason.empty()) return reason;
+  if (std::string reason = SystemReason(name); !reason.empty()) return reason;
   return BeginsLikeMp4(name) ? row->text : "it does not begin like an MP4 file";
 }
 
