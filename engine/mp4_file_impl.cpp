@@ -237,7 +237,7 @@ Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size) {
   return m_storage->ReadBlock(buffer, size);
 }
 
-// Hint tracks and the scene are not available yet: below their checks the operations answer MP4_NOT_READY.
+// Hint tracks are not available yet: below their checks the operations answer MP4_NOT_READY.
 
 Mp4Result CMp4FileImpl::OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) {
   *track = nullptr;
@@ -252,10 +252,6 @@ Mp4Result CMp4FileImpl::AddHintTrack(CMp4HintTrack** track, u32 hintType) {
 
 Mp4Result CMp4FileImpl::CloseHintTrack(CMp4HintTrack* track) {
   return track == nullptr ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
-}
-
-Mp4Result CMp4FileImpl::AddSceneTracks(u32 /*videoTrack*/, u32 /*audioTrack*/, u32 /*thirdTrack*/) {
-  return MP4_NOT_READY;
 }
 
 Mp4Result CMp4FileImpl::GetMovieSdp(char* /*buffer*/, u32 /*bufferSize*/) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include "engine/box_list.h"
 #include "engine/mp4_file.h"
@@ -11,6 +12,8 @@ namespace kt {
 
 class CMovieBox;
 class CMovieHeaderBox;
+class CTrackImpl;
+class CTrackReferenceBox;
 
 /// The file object: owns the stream and the tree of boxes, counts the tracks and hands them out. Track
 /// objects come back to it, as their host, for their boxes and the bytes of their samples.
@@ -60,6 +63,12 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   // Goes back to where "moov" began, so that another try leaves one whole "moov".
   void ForgetMovie();
   void ReleaseTree();
+  // A new track of the systems presentation, set up to take its sample; the caller's. Duration in movie
+  // ticks.
+  Mp4Result AddSystemsTrack(u32 kind, std::span<const u8> decoderInfo, u64 duration, u32 timeScale,
+                            std::unique_ptr<CTrackImpl>* track);
+  // The "tref" of a track, which is made when there is none; borrowed.
+  Mp4Result FindTrackReferences(u32 trackIndex, CTrackReferenceBox** references);
   Mp4Result FindMovie(CMovieBox** movie);
   Mp4Result FindMovieHeader(CMovieHeaderBox** header);
   bool Tracing() const { return m_traceLevel != 0; }
