@@ -5,10 +5,9 @@
 #include <uuids.h>
 #include <vmr9.h>
 
-#include <bit>
 #include <vector>
 
-#include "filter/logic/identifiers.h"
+#include "filter/platform/platform_guid.h"
 #include "module/com_edge.h"
 
 namespace kt {
@@ -296,7 +295,7 @@ HRESULT CGraphAssembly::AddAudioRenderer(IGraphBuilder* graph) {
 
 HRESULT CGraphAssembly::RenderVideo(IPin* pin, bool hasLine21, IGraphBuilder* graph) {
   Filter decoder;
-  CreateAndAdd(std::bit_cast<CLSID>(CLSID_KtMp4Decoder), L"Mpeg-4 Decoder", graph, &decoder);
+  CreateAndAdd(ToPlatform(CLSID_KtMp4Decoder), L"Mpeg-4 Decoder", graph, &decoder);
   if (!decoder) ThrowIfFailed(E_POINTER);
   ComPointer<IEnumPins> pins;
   HRESULT result = decoder->EnumPins(pins.Put());
