@@ -37,6 +37,11 @@
 #include "boxes/track_reference_type_box.h"
 #include "boxes/user_data_box.h"
 #include "boxes/video_media_header_box.h"
+#include "hint/hint_information_box.h"
+#include "hint/hint_media_header_box.h"
+#include "hint/rtp_entry_boxes.h"
+#include "hint/rtp_hint_sample_entry.h"
+#include "hint/session_text_box.h"
 
 namespace kt {
 namespace {
@@ -46,68 +51,48 @@ std::unique_ptr<CBox> Make(CBox&& header) {
   return std::unique_ptr<CBox>(new (std::nothrow) BoxClass(std::move(header)));
 }
 
-// "nmhd", "ln21" and "uuid" are left out: read back they are unknown boxes, and callers rely on it.
+// "nmhd", "ln21" and "uuid" are left out: read back they are unknown boxes, and callers rely on it. "hnti" is
+// that of the movie in tracks as well.
+// clang-format off: a row for each code.
 constexpr BoxRow kBoxRows[] = {
-    {FourCc("co64"), Make<CChunkLargeOffsetBox>},
-    {FourCc("cprt"), Make<CCopyrightBox>},
-    {FourCc("ctts"), Make<CCompositionOffsetBox>},
-    {FourCc("d263"), Make<CH263SpecificBox>},
-    {FourCc("damr"), Make<CAMRSpecificBox>},
-    {FourCc("dinf"), Make<CDataInformationBox>},
-    {FourCc("dref"), Make<CDataReferenceBox>},
-    {FourCc("edts"), Make<CEditBox>},
-    {FourCc("elst"), Make<CEditListBox>},
-    {FourCc("ftyp"), Make<CFileTypeBox>},
-    {FourCc("hdlr"), Make<CHandlerReferenceBox>},
-    {FourCc("hint"), Make<CTrackReferenceTypeBox>},
-    {FourCc("hmhd"), nullptr},
-    {FourCc("hnti"), nullptr},
-    {FourCc("iods"), Make<CObjectDescriptorBox>},
-    {FourCc("mdat"), Make<CMediaDataBox>},
-    {FourCc("mdhd"), Make<CMediaHeaderBox>},
-    {FourCc("mdia"), Make<CMediaBox>},
-    {FourCc("minf"), Make<CMediaInformationBox>},
-    {FourCc("moov"), Make<CMovieBox>},
-    {FourCc("mp4a"), Make<CMP4AudioSampleEntry>},
-    {FourCc("mp4s"), Make<CMP4MpegSampleEntry>},
-    {FourCc("mp4v"), Make<CMP4VisualSampleEntry>},
-    {FourCc("mpod"), Make<CTrackReferenceTypeBox>},
-    {FourCc("mvhd"), Make<CMovieHeaderBox>},
-    {FourCc("rtp "), nullptr},
-    {FourCc("s263"), Make<CH263SampleEntry>},
-    {FourCc("samr"), Make<CAMRNBSampleEntry>},
-    {FourCc("sawb"), Make<CAMRWBSampleEntry>},
-    {FourCc("sdp "), nullptr},
-    {FourCc("smhd"), Make<CSoundMediaHeaderBox>},
-    {FourCc("snro"), nullptr},
-    {FourCc("stbl"), Make<CSampleTableBox>},
-    {FourCc("stco"), Make<CChunkOffsetBox>},
-    {FourCc("stsc"), Make<CSampleToChunkBox>},
-    {FourCc("stsd"), Make<CSampleDescriptionBox>},
-    {FourCc("stss"), Make<CSyncSampleBox>},
-    {FourCc("stsz"), Make<CSampleSizeBox>},
-    {FourCc("stts"), Make<CTimeToSampleBox>},
-    {FourCc("tims"), nullptr},
-    {FourCc("tkhd"), Make<CTrackHeaderBox>},
-    {FourCc("trak"), Make<CTrackBox>},
-    {FourCc("tref"), Make<CTrackReferenceBox>},
-    {FourCc("tsro"), nullptr},
-    {FourCc("udta"), Make<CUserDataBox>},
-    {FourCc("url "), Make<CDataEntryURLBox>},
-    {FourCc("urn "), Make<CDataEntryURNBox>},
-    {FourCc("vmhd"), Make<CVideoMediaHeaderBox>},
+    {FourCc("co64"), Make<CChunkLargeOffsetBox>},  {FourCc("cprt"), Make<CCopyrightBox>},
+    {FourCc("ctts"), Make<CCompositionOffsetBox>}, {FourCc("d263"), Make<CH263SpecificBox>},
+    {FourCc("damr"), Make<CAMRSpecificBox>},       {FourCc("dinf"), Make<CDataInformationBox>},
+    {FourCc("dref"), Make<CDataReferenceBox>},     {FourCc("edts"), Make<CEditBox>},
+    {FourCc("elst"), Make<CEditListBox>},          {FourCc("ftyp"), Make<CFileTypeBox>},
+    {FourCc("hdlr"), Make<CHandlerReferenceBox>},  {FourCc("hint"), Make<CTrackReferenceTypeBox>},
+    {FourCc("hmhd"), Make<CHintMediaHeaderBox>},   {FourCc("hnti"), Make<CMovieHintInformationBox>},
+    {FourCc("iods"), Make<CObjectDescriptorBox>},  {FourCc("mdat"), Make<CMediaDataBox>},
+    {FourCc("mdhd"), Make<CMediaHeaderBox>},       {FourCc("mdia"), Make<CMediaBox>},
+    {FourCc("minf"), Make<CMediaInformationBox>},  {FourCc("moov"), Make<CMovieBox>},
+    {FourCc("mp4a"), Make<CMP4AudioSampleEntry>},  {FourCc("mp4s"), Make<CMP4MpegSampleEntry>},
+    {FourCc("mp4v"), Make<CMP4VisualSampleEntry>}, {FourCc("mpod"), Make<CTrackReferenceTypeBox>},
+    {FourCc("mvhd"), Make<CMovieHeaderBox>},       {FourCc("rtp "), Make<CRtpMovieHintInformationBox>},
+    {FourCc("s263"), Make<CH263SampleEntry>},      {FourCc("samr"), Make<CAMRNBSampleEntry>},
+    {FourCc("sawb"), Make<CAMRWBSampleEntry>},     {FourCc("sdp "), Make<CRtpTrackSdpHintInformationBox>},
+    {FourCc("smhd"), Make<CSoundMediaHeaderBox>},  {FourCc("snro"), Make<CSequenceOffsetBox>},
+    {FourCc("stbl"), Make<CSampleTableBox>},       {FourCc("stco"), Make<CChunkOffsetBox>},
+    {FourCc("stsc"), Make<CSampleToChunkBox>},     {FourCc("stsd"), Make<CSampleDescriptionBox>},
+    {FourCc("stss"), Make<CSyncSampleBox>},        {FourCc("stsz"), Make<CSampleSizeBox>},
+    {FourCc("stts"), Make<CTimeToSampleBox>},      {FourCc("tims"), Make<CTimeScaleEntryBox>},
+    {FourCc("tkhd"), Make<CTrackHeaderBox>},       {FourCc("trak"), Make<CTrackBox>},
+    {FourCc("tref"), Make<CTrackReferenceBox>},    {FourCc("tsro"), Make<CTimeOffsetBox>},
+    {FourCc("udta"), Make<CUserDataBox>},          {FourCc("url "), Make<CDataEntryURLBox>},
+    {FourCc("urn "), Make<CDataEntryURNBox>},      {FourCc("vmhd"), Make<CVideoMediaHeaderBox>},
 };
+// clang-format on
 static_assert(std::size(kBoxRows) == 48);
 // Rising without a repetition, for the binary search.
 static_assert(std::ranges::adjacent_find(kBoxRows, std::ranges::greater_equal{}, &BoxRow::code) ==
               std::end(kBoxRows));
 
-BoxMaker FindMaker(u32 code) {
+BoxMaker FindMaker(u32 code, u32 parentType) {
+  // "rtp " is two classes, told apart by what stands around it.
+  if (code == FourCc("rtp ") && parentType == FourCc("stsd")) return Make<CRtpHintSampleEntry>;
   const BoxRow* row = std::ranges::lower_bound(kBoxRows, code, {}, &BoxRow::code);
   return row != std::end(kBoxRows) && row->code == code ? row->make : nullptr;
 }
 
-// "rtp " is two classes, told apart by what stands around it.
 bool MayHoldRtp(u32 parentType) {
   return parentType == FourCc("hnti") || parentType == FourCc("stsd");
 }
@@ -128,7 +113,7 @@ Mp4Result CreateBox(CStorage* storage, u32 parentType, std::unique_ptr<CBox>* bo
   KT_TRY(header->GetType(type));
   if (*type == FourCc("rtp ") && !MayHoldRtp(parentType)) return MP4_BAD_BOX;
 
-  const BoxMaker make = FindMaker(*type);
+  const BoxMaker make = FindMaker(*type, parentType);
   if (make == nullptr) {
     *type = 0;
     u64 payload = 0;

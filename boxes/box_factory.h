@@ -13,7 +13,7 @@ using BoxMaker = std::unique_ptr<CBox> (*)(CBox&& header);
 /// One code of the box factory, which `CreateBox` (engine/box_list.h) looks boxes up in.
 struct BoxRow {
   u32 code;
-  BoxMaker make;  // null for a code whose boxes are kept as unknown ones
+  BoxMaker make;
 };
 
 /// The whole table, by rising code.
