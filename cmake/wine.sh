@@ -20,10 +20,12 @@ done
 if [ -z "$wine" ]; then echo "$0: no Wine here (Debian: wine64)" >&2; exit 2; fi
 
 mkdir -p "$prefix"
+prefix=$(cd "$prefix" && pwd)
 exec 9>"$prefix.lock"
 flock -w 1800 9 || { echo "$0: $prefix is in use" >&2; exit 2; }
 
-# No debugger: a program that crashes ends at once.
+# No debugger: a program that crashes ends at once. The language decides on the code page.
+export LC_ALL=C.UTF-8
 export WINEPREFIX="$prefix" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe="
 unset DISPLAY
 

@@ -12,7 +12,9 @@
 #include "support/box_writer.h"
 #include "support/temp_file.h"
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <sys/stat.h>
 
 #include "support/file_size_limit.h"
@@ -321,7 +323,26 @@ TEST(FileStorage, NothingWorksWhileClosed) {
   EXPECT_EQ(IsEof(storage), 0u);
 }
 
-#ifndef _WIN32
+#ifdef _WIN32
+
+// Names come in the system's code page, which is not the encoding of `std::filesystem::path::string`.
+TEST(FileStorage, OpensNamesInTheSystemsCodePage) {
+  const TempFile folder;
+  std::filesystem::create_directory(folder.Path());
+  const std::filesystem::path path = folder.Path() / L"K\u00f6nig \u00df \u00a9.mp4";
+  std::ofstream(path) << "x";
+  char name[MAX_PATH] = {};
+  BOOL isLost = FALSE;
+  ASSERT_GT(WideCharToMultiByte(CP_ACP, 0, path.c_str(), -1, name, MAX_PATH, nullptr, &isLost), 0);
+  if (isLost) GTEST_SKIP() << "code page " << GetACP() << " has not all of these letters";
+  CStorage storage;
+  ASSERT_EQ(storage.Open(name, MP4_MODE_READ), MP4_OK);
+  u8 byte = 0;
+  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OK);
+  EXPECT_EQ(byte, 'x');
+}
+
+#else
 
 // Without a peer an ordinary open would wait for ever: the test then never ends.
 TEST(FileStorage, RefusesWhatIsNoRegularFileWithoutWaiting) {

@@ -79,9 +79,9 @@ TEST(Extract, RefusesASampleLargerThanTheFile) {
   const TempFile file(MovieOf(track).Build());
   std::string command = CommandLine(Extract(file.Name(), folder / "out"));
 #if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)  // the sanitizer itself reserves far more
-  command = "ulimit -v 1000000; " + command;
+  command = "(ulimit -v 1000000; " + command + ")";
 #endif
-  const Outcome outcome = RunShell("(" + command + ")");
+  const Outcome outcome = RunShell(command);
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_NE(outcome.err.find("cannot read sample 1 of track 1"), std::string::npos) << outcome.err;
   EXPECT_TRUE(folder.Names().empty());

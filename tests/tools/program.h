@@ -27,6 +27,15 @@ inline std::string ReadText(const std::filesystem::path& path) {
   return {bytes.begin(), bytes.end()};
 }
 
+/// What a program printed into a file, with the line ends that it meant.
+inline std::string ReadPrint(const std::filesystem::path& path) {
+  std::string text = ReadText(path);
+#ifdef _WIN32
+  std::erase(text, '\r');
+#endif
+  return text;
+}
+
 /// One word of a command line for the system's shell.
 inline std::string ShellWord(const std::string& word) {
 #ifdef _WIN32
@@ -54,7 +63,7 @@ inline Outcome RunShell(const std::string& line) {
   const int status = std::system(command.c_str());
   const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 #endif
-  return {exitCode, ReadText(out.Path()), ReadText(err.Path())};
+  return {exitCode, ReadPrint(out.Path()), ReadPrint(err.Path())};
 }
 
 inline Outcome RunProgram(const std::vector<std::string>& arguments) {
