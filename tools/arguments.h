@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 
 #include "engine/types.h"
@@ -11,5 +12,9 @@ namespace kt {
 
 void AddFileArgument(CLI::App& command, std::string* file);
 void AddTrackOption(CLI::App& command, u32* track);
+/// For a command that finds a track by itself.
+void AddTrackOption(CLI::App& command, std::optional<u32>* track);
+/// OUT, and `--force` to replace it.
+void AddOutputArguments(CLI::App& command, std::string* output, bool* force);
 
 }  // namespace kt

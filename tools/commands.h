@@ -14,5 +14,7 @@ void AddSamplesCommand(CLI::App& program);
 void AddExtractCommand(CLI::App& program);
 void AddPlayCommand(CLI::App& program);
 void AddRemuxCommand(CLI::App& program);
+void AddAddCaptionsCommand(CLI::App& program);
+void AddCaptionsCommand(CLI::App& program);
 
 }  // namespace kt

@@ -48,6 +48,8 @@ void SetUp(CLI::App& program) {
   kt::AddExtractCommand(program);
   kt::AddPlayCommand(program);
   kt::AddRemuxCommand(program);
+  kt::AddAddCaptionsCommand(program);
+  kt::AddCaptionsCommand(program);
 }
 
 int Run(int argc, char** argv) {

@@ -5,7 +5,7 @@
 namespace kt {
 
 OutputFile::OutputFile(const std::string& name, const std::string& input)
-    : m_place(name, input), m_stream(std::fopen(m_place.PartialName().c_str(), "wb")) {
+    : m_place(name, {input}), m_stream(std::fopen(m_place.PartialName().c_str(), "wb")) {
   if (m_stream == nullptr) throw SystemFailure(m_place.Operation());
 }
 

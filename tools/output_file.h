@@ -11,7 +11,7 @@ namespace kt {
 /// A stream into an `OutputPlace`. All failures are thrown as `Failure`.
 class OutputFile {
  public:
-  /// As `OutputPlace`.
+  /// As `OutputPlace`, with one file that is read.
   OutputFile(const std::string& name, const std::string& input);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;

@@ -19,13 +19,17 @@ fs::path NameBeside(const fs::path& target) {
 }
 
 // The file that stands under the name already has to be one that may be replaced.
-void RequireReplaceable(const fs::path& target, const std::string& input, const std::string& operation) {
+void RequireReplaceable(const fs::path& target, const std::vector<std::string>& inputs,
+                        const std::string& operation) {
   std::error_code error;
   const fs::file_status status = fs::status(target, error);
   if (!fs::exists(status)) return;
   if (fs::is_directory(status)) throw Failure(operation + ": it is a directory");
   if (!fs::is_regular_file(status)) throw Failure(operation + ": it is no regular file");
-  if (fs::equivalent(target, input, error)) throw Failure(operation + ": it is the file that is being read");
+  for (const std::string& input : inputs) {
+    if (fs::equivalent(target, input, error))
+      throw Failure(operation + ": it is the file that is being read");
+  }
   std::FILE* stream = std::fopen(target.string().c_str(), "r+b");
   if (stream == nullptr) throw SystemFailure(operation);
   std::fclose(stream);
@@ -33,9 +37,9 @@ void RequireReplaceable(const fs::path& target, const std::string& input, const 
 
 }  // namespace
 
-OutputPlace::OutputPlace(const std::string& name, const std::string& input)
+OutputPlace::OutputPlace(const std::string& name, const std::vector<std::string>& inputs)
     : m_operation("cannot write " + Quoted(name)), m_target(name) {
-  RequireReplaceable(m_target, input, m_operation);
+  RequireReplaceable(m_target, inputs, m_operation);
   // Through a link the file itself is replaced, and not the link.
   std::error_code error;
   if (const fs::path real = fs::canonical(m_target, error); !error) m_target = real;

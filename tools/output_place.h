@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace kt {
 
@@ -10,9 +11,9 @@ namespace kt {
 /// All failures are thrown as `Failure`.
 class OutputPlace {
  public:
-  /// Makes sure that the file can be written, and lays down an empty one under the other name. `input` is the
-  /// name of the file that is being read, which the output must not replace.
-  OutputPlace(const std::string& name, const std::string& input);
+  /// Makes sure that the file can be written, and lays down an empty one under the other name. `inputs`
+  /// are the names of the files that are being read, which the output must not replace.
+  OutputPlace(const std::string& name, const std::vector<std::string>& inputs);
   ~OutputPlace();
   OutputPlace(const OutputPlace&) = delete;
   OutputPlace& operator=(const OutputPlace&) = delete;

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "tools/failure.h"
+#include "tools/line21_track.h"
 
 namespace kt {
 namespace {
@@ -178,7 +179,9 @@ std::string TrackCopy::FormatObstacle() {
       return m_kind == MP4_KIND_AUDIO ? "" : kUnknown;
     case MP4_FORMAT_UNKNOWN:
       if (m_kind != MP4_KIND_TEXT) return kUnknown;
-      return m_wanted || LooksLikeLine21() ? "" : "its texts do not look like Line 21 captions";
+      return m_wanted || LooksLikeLine21(*m_input, m_fileSize)
+                 ? ""
+                 : "its texts do not look like Line 21 captions";
     default:
       return kUnknown;
   }
@@ -189,20 +192,6 @@ bool TrackCopy::LooksLikeMpeg4Visual() {
   if (!info.empty() || m_sampleCount == 0) return BeginsLikeMpeg4Visual(info);
   ReadInput(1, Look(1).size);
   return BeginsLikeMpeg4Visual(m_buffer);
-}
-
-// The entry of a text track does not say what its samples are. A caption pair has a byte before it; titles of
-// chapters and subtitles are longer.
-bool TrackCopy::LooksLikeLine21() {
-  constexpr u32 kLongestPair = 6;
-  u64 bytes = 0;
-  for (u64 sample = 1; sample <= m_sampleCount; ++sample) {
-    u32 size = 0;
-    if (m_input->GetSampleSize(static_cast<u32>(sample), &size) != MP4_OK) return false;
-    bytes += size;
-    if (size > kLongestPair || bytes > m_fileSize) return false;
-  }
-  return true;
 }
 
 void TrackCopy::Examine(const Interrupts& interrupts, const Notes& notes) {
@@ -286,7 +275,7 @@ void TrackCopy::ReadInput(u64 sample, u32 size) {
   Require("cannot read " + SampleName(sample), result);
 }
 
-void TrackCopy::CopyNext() {
+void TrackCopy::WriteNext() {
   const u64 number = m_next;
   const u32 sampleNumber = static_cast<u32>(number);
   const Sample sample = Look(number);

@@ -1,22 +1,19 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "tools/input_file.h"
 #include "tools/interrupts.h"
+#include "tools/notes.h"
+#include "tools/track_source.h"
 
 namespace kt {
 
-/// Takes one line for a person: what is lost on the way, or why something is left out.
-using Notes = std::function<void(const std::string&)>;
-
-/// One track on its way from a file that is read into a file that is written, sample by sample. In this
-/// order: `Obstacle`, `Examine`, `Begin`, `CopyNext` until `IsComplete`, `End`. All failures are thrown as
-/// `Failure`.
-class TrackCopy {
+/// One track on its way from a file that is read into a file that is written. `Obstacle` and `Examine` come
+/// before all else, in this order.
+class TrackCopy final : public TrackSource {
  public:
   /// `wanted` tells that somebody has asked for this very track, who is then taken at his word about what the
   /// file does not say for certain.
@@ -27,19 +24,14 @@ class TrackCopy {
   /// Looks at all samples and fails at the first that the writer would refuse.
   void Examine(const Interrupts& interrupts, const Notes& notes);
 
-  /// Adds the track to `output`, which has to outlive the copy's use of it.
-  void Begin(CMp4File& output);
-  void CopyNext();
-  void End(CMp4File& output);
-
-  bool IsComplete() const { return m_next > m_sampleCount; }
-  /// When the next sample is decoded, in seconds behind the first one.
-  double NextTime() const { return static_cast<double>(m_nextDecodingTime) / m_timeScale; }
-  u64 SampleCount() const { return m_sampleCount; }
-  /// Bytes of all samples.
-  u64 ByteCount() const { return m_byteCount; }
-  /// Bytes of the samples copied so far.
-  u64 CopiedBytes() const { return m_copiedBytes; }
+  void Begin(CMp4File& output) override;
+  void WriteNext() override;
+  void End(CMp4File& output) override;
+  bool IsComplete() const override { return m_next > m_sampleCount; }
+  double NextTime() const override { return static_cast<double>(m_nextDecodingTime) / m_timeScale; }
+  u64 SampleCount() const override { return m_sampleCount; }
+  u64 ByteCount() const override { return m_byteCount; }
+  u64 WrittenBytes() const override { return m_copiedBytes; }
 
  private:
   struct Sample {
@@ -56,7 +48,6 @@ class TrackCopy {
   std::vector<u8> DecoderInfo();
   std::string FormatObstacle();
   bool LooksLikeMpeg4Visual();
-  bool LooksLikeLine21();
   // Reads a sample's bytes to the start of the buffer.
   void ReadInput(u64 sample, u32 size);
   void NoteLosses(const Notes& notes);

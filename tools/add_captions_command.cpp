@@ -1,0 +1,88 @@
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tools/arguments.h"
+#include "tools/caption_track.h"
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/movie_copy.h"
+
+namespace kt {
+namespace {
+
+struct AddCaptionsArguments {
+  std::string file;
+  std::string captions;
+  CopyTarget target;
+  std::optional<FrameRate> rate;
+};
+
+std::string ReadText(const std::string& name) {
+  constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // hundreds of hours of captions
+  const std::string operation = "cannot read " + Quoted(name);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(name.c_str(), "rb"), std::fclose);
+  if (stream == nullptr) throw SystemFailure(operation);
+  std::string text;
+  char block[1 << 14];
+  while (const std::size_t size = std::fread(block, 1, sizeof block, stream.get())) {
+    text.append(block, size);
+    if (text.size() > kMostBytes) throw Failure(operation + ": it is too large for a caption file");
+  }
+  if (std::ferror(stream.get()) != 0) throw SystemFailure(operation);
+  return text;
+}
+
+std::unique_ptr<CaptionTrack> ReadCaptions(const AddCaptionsArguments& arguments, const Notes& notes) {
+  constexpr u64 kStepLimit = u64{1} << 31;  // the writer counts such a step as one backwards
+  const std::string name = Quoted(arguments.captions);
+  const std::string text = ReadText(arguments.captions);
+  SccFile captions;
+  try {
+    captions = ReadScc(text, arguments.rate);
+  } catch (const Failure& failure) {
+    throw Failure("cannot read " + name + ": " + failure.what());
+  }
+  if (captions.cues.empty()) throw Failure("there are no captions in " + name);
+  const FrameClock clock = ClockOf(captions.count);
+  auto samples = LayOut(captions, (kStepLimit - 1) / clock.ticksPerFrame,
+                        [&](const std::string& note) { notes(name + ": " + note); });
+  return std::make_unique<CaptionTrack>(std::move(samples), clock);
+}
+
+void AddCaptions(const AddCaptionsArguments& arguments) {
+  const Notes notes = NotesOf("add-captions");
+  MovieCopy copy(arguments.file, arguments.target, notes);
+  auto captions = ReadCaptions(arguments, notes);
+  copy.Choose({});
+  copy.Add(std::move(captions), arguments.captions);
+  copy.Write();
+}
+
+}  // namespace
+
+void AddAddCaptionsCommand(CLI::App& program) {
+  CLI::App* command =
+      program.add_subcommand("add-captions", "Copy a file and add a Line 21 track from a caption file");
+  const auto arguments = std::make_shared<AddCaptionsArguments>();
+  const std::map<std::string, FrameRate> rates = {{"29.97", FrameRate::kNtsc}, {"30", FrameRate::kThirty}};
+  command->add_option("--rate", arguments->rate, "Frames a second that the time codes count: 29.97 or 30")
+      ->type_name("RATE")
+      ->transform(CLI::CheckedTransformer(rates).description(""));
+  command->add_option("IN", arguments->file, "The file to copy")->required()->type_name("");
+  command->add_option("CAPTIONS", arguments->captions, "The Scenarist caption file (.scc)")
+      ->required()
+      ->type_name("");
+  AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
+  command->footer(
+      "IN is copied as \"ktmp4 remux\" does it, and the captions become the last track. Time codes with a\n"
+      "semicolon before the frames are drop frame, at 29.97 frames a second; others count each frame, at\n"
+      "29.97 a second unless --rate says 30. The pairs of a line go out one to a frame, as they are, parity\n"
+      "and all. A line whose time comes while the one before still goes out follows behind that one, with a\n"
+      "note. Pairs without data stand at the begin of the track, unless a caption does, and at its end.");
+  command->callback([arguments] { AddCaptions(*arguments); });
+}
+
+}  // namespace kt

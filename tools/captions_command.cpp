@@ -1,0 +1,215 @@
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "filter/logic/line21_text_decoder.h"
+#include "filter/logic/time_conversion.h"
+#include "tools/arguments.h"
+#include "tools/caption_samples.h"
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/input_file.h"
+#include "tools/interrupts.h"
+#include "tools/line21_track.h"
+#include "tools/srt_text.h"
+#include "tools/standard_streams.h"
+
+namespace kt {
+namespace {
+
+enum class CaptionFormat { kText, kSrt, kScc };
+
+struct CaptionsArguments {
+  std::string file;
+  CaptionFormat format = CaptionFormat::kText;
+  std::optional<u32> track;
+};
+
+// The first track that holds captions.
+u32 FindCaptions(InputFile& input) {
+  u32 count = 0;
+  static_cast<void>(input.File().GetTrackCount(&count));  // of an open file
+  for (u32 index = 1; index <= count; ++index) {
+    try {
+      const TrackHandle track = input.OpenTrack(index);
+      u32 kind = MP4_KIND_UNKNOWN, samples = 0;
+      if (track->GetTrackType(&kind) == MP4_OK && kind == MP4_KIND_TEXT &&
+          track->GetSampleCount(&samples) == MP4_OK && samples > 0 && LooksLikeLine21(*track, input.Size())) {
+        return index;
+      }
+    } catch (const Failure&) {
+      // A track that does not open is not the one.
+    }
+  }
+  throw Failure("there is no caption track in " + Quoted(input.Name()));
+}
+
+// The longest track's duration, in 100 ns units.
+i64 DurationOf(InputFile& input) {
+  u32 timeScale = 0, count = 0;
+  static_cast<void>(input.File().GetMovieTimeScale(&timeScale));
+  static_cast<void>(input.File().GetTrackCount(&count));
+  u64 longest = 0;
+  for (u32 index = 1; index <= count; ++index) {
+    try {
+      u64 duration = 0;
+      if (input.OpenTrack(index)->GetDuration(&duration) == MP4_OK) longest = std::max(longest, duration);
+    } catch (const Failure&) {
+      // It has no say.
+    }
+  }
+  return TicksToHns(longest, timeScale);
+}
+
+/// The samples of a caption track, from the first to the last.
+class CaptionReader {
+ public:
+  CaptionReader(InputFile& input, u32 index)
+      : m_track(input.OpenTrack(index)),
+        m_name("track " + std::to_string(index) + " of " + Quoted(input.Name())) {
+    u32 kind = MP4_KIND_UNKNOWN;
+    Require("find the kind of " + m_name, m_track->GetTrackType(&kind));
+    if (kind != MP4_KIND_TEXT) throw Failure(m_name + " is no caption track");
+    Require("count the samples of " + m_name, m_track->GetSampleCount(&m_sampleCount));
+    Require("find the time scale of " + m_name, m_track->GetTimeScale(&m_timeScale));
+    if (m_timeScale == 0) throw Failure(m_name + " has no time scale");
+  }
+
+  u32 TimeScale() const { return m_timeScale; }
+
+  // Reads the next sample, or answers false behind the last.
+  bool Next() {
+    m_interrupts.Check();
+    if (m_number == m_sampleCount) return false;
+    ++m_number;
+    const std::string sample = "sample " + std::to_string(m_number) + " of " + m_name;
+    u32 size = 0;
+    Require("find the size of " + sample, m_track->GetSampleSize(m_number, &size));
+    if (size < kShortestLine21Sample || size > kLongestLine21Sample) {
+      throw Failure(sample + " has " + std::to_string(size) + " bytes and is no caption");
+    }
+    Require("read " + sample, m_track->ReadSample(m_number, size, &size, m_bytes));
+    Require("find the time of " + sample, m_track->GetSampleDecodingTime(m_number, &m_time));
+    return true;
+  }
+
+  const u8* Bytes() const { return m_bytes; }
+  /// In ticks.
+  u64 Time() const { return m_time; }
+  bool IsSync() {
+    u64 time = 0;
+    u32 sync = 0;
+    return m_track->GetSampleCompositionTime(m_number, &time) == MP4_OK &&
+           m_track->FindSyncSample(time, &sync) == MP4_OK && sync == m_number;
+  }
+
+ private:
+  static void Require(const std::string& what, Mp4Result result) {
+    if (result) throw ResultFailure("cannot " + what, result);
+  }
+
+  const Interrupts m_interrupts;
+  TrackHandle m_track;
+  std::string m_name;
+  u32 m_sampleCount = 0;
+  u32 m_timeScale = 0;
+  u32 m_number = 0;
+  u64 m_time = 0;
+  u8 m_bytes[kLongestLine21Sample] = {};
+};
+
+/// Prints the rows as they are completed and keeps the screens.
+class DecodedCaptions final : public CaptionReceiver {
+ public:
+  explicit DecodedCaptions(bool printRows) : m_printRows(printRows) {}
+
+  void Decode(CaptionReader& reader) {
+    Line21TextDecoder decoder(*this);
+    while (reader.Next()) {
+      m_time = TicksToHns(reader.Time(), reader.TimeScale());
+      decoder.Decode(reader.Bytes() + 1, 2, m_time);
+    }
+  }
+  std::vector<SrtCue> Cues(i64 end) { return m_cues.Finish(std::max(end, m_time)); }
+
+  void SendScreenText(const char* text) override { m_cues.Show(m_time, text); }
+  void AddCaptionText(i64 time, const char* text) override {
+    const std::string row = PrintableRow(text);
+    if (m_printRows && !row.empty()) Print(ClockText(time, '.') + "  " + row + "\n");
+  }
+
+ private:
+  const bool m_printRows;
+  i64 m_time = 0;
+  SrtCues m_cues;
+};
+
+// The frame at a time, and for pairs that share one the next that is free.
+u64 FrameOf(const CaptionReader& reader, FrameCount count, const std::vector<CaptionSample>& samples) {
+  const FrameClock clock = ClockOf(count);
+  const double seconds = static_cast<double>(reader.Time()) / reader.TimeScale();
+  const double frame = std::round(seconds * clock.timeScale / clock.ticksPerFrame);
+  if (frame > static_cast<double>(kLastFrame)) {
+    throw Failure("the captions last longer than time codes, which end behind 99 hours");
+  }
+  const u64 whole = static_cast<u64>(frame);
+  return samples.empty() ? whole : std::max(whole, samples.back().frame + 1);
+}
+
+void PrintPairs(CaptionReader& reader) {
+  SccFile file;
+  file.count = FrameCountOf(reader.TimeScale());
+  std::vector<CaptionSample> samples;
+  while (reader.Next()) {
+    CaptionSample sample;
+    sample.frame = FrameOf(reader, file.count, samples);
+    sample.beginsCue = reader.IsSync();
+    SetSampleBytes(reader.Bytes(), &sample);
+    samples.push_back(sample);
+  }
+  file.cues = GatherCues(samples);
+  Print(WriteScc(file));
+}
+
+void Captions(const CaptionsArguments& arguments) {
+  InputFile input(arguments.file);
+  input.RequireOpen();
+  const i64 end = DurationOf(input);
+  CaptionReader reader(input, arguments.track ? *arguments.track : FindCaptions(input));
+  if (arguments.format == CaptionFormat::kScc) {
+    PrintPairs(reader);
+    return;
+  }
+  DecodedCaptions captions(arguments.format == CaptionFormat::kText);
+  captions.Decode(reader);
+  if (arguments.format == CaptionFormat::kSrt) Print(SrtText(captions.Cues(end)));
+}
+
+}  // namespace
+
+void AddCaptionsCommand(CLI::App& program) {
+  CLI::App* command =
+      program.add_subcommand("captions", "Print a caption track as text, SubRip or Scenarist captions");
+  const auto arguments = std::make_shared<CaptionsArguments>();
+  const std::map<std::string, CaptionFormat> formats = {
+      {"text", CaptionFormat::kText}, {"srt", CaptionFormat::kSrt}, {"scc", CaptionFormat::kScc}};
+  command->add_option("--format", arguments->format, "What to print: text, srt or scc; text without it")
+      ->type_name("FORMAT")
+      ->transform(CLI::CheckedTransformer(formats).description(""));
+  AddTrackOption(*command, &arguments->track);
+  AddFileArgument(*command, &arguments->file);
+  command->footer(
+      "Without --track the first track that looks like Line 21 captions is taken.\n"
+      "text  each row that is complete, behind its time\n"
+      "srt   what is on screen, from when to when, as SubRip subtitles; a row that is written letter by\n"
+      "      letter shows as a whole from the first one on\n"
+      "scc   the byte pairs as they are, as a Scenarist caption file; for a track that add-captions has\n"
+      "      made, with the time codes that it was made from");
+  command->callback([arguments] { Captions(*arguments); });
+}
+
+}  // namespace kt

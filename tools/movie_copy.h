@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/track_copy.h"
+
+namespace kt {
+
+/// Where a copy goes.
+struct CopyTarget {
+  std::string name;
+  /// Mp4FileType; without one the name decides.
+  std::optional<u32> type;
+  /// A file that has the name already may be replaced.
+  bool force = false;
+};
+
+/// A file that is copied into a new one, with tracks that come from elsewhere behind its own. All failures
+/// are thrown as `Failure`.
+class MovieCopy {
+ public:
+  /// Opens `input` and makes sure that the target's name is free. `notes` takes what a person should know of
+  /// what is left out or changed.
+  MovieCopy(const std::string& input, CopyTarget target, Notes notes);
+
+  /// Takes the tracks with these indices, which all have to be such as can be written; of an empty list, all
+  /// tracks that can be.
+  void Choose(std::vector<u32> indices);
+  /// Adds a track that comes from the file `origin`.
+  void Add(std::unique_ptr<TrackSource> source, const std::string& origin);
+  /// Writes the new file. A signal that asks the program to end is thrown as `Interrupted`.
+  void Write();
+
+ private:
+  std::unique_ptr<TrackCopy> TakeTrack(u32 index, bool wanted);
+  void WriteTo(const class OutputPlace& place, const Interrupts& interrupts);
+  void WriteSamples(const Interrupts& interrupts);
+
+  CopyTarget m_target;
+  Notes m_notes;
+  InputFile m_input;
+  std::vector<std::string> m_inputNames;
+  std::vector<std::unique_ptr<TrackCopy>> m_copies;
+  std::vector<std::unique_ptr<TrackSource>> m_added;
+  std::vector<TrackSource*> m_sources;  // all of them, in the order of the new file
+};
+
+}  // namespace kt

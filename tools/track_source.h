@@ -1,0 +1,28 @@
+#pragma once
+
+#include "engine/mp4_file.h"
+
+namespace kt {
+
+/// A track on its way into a file that is written, sample by sample. In this order: `Begin`, `WriteNext`
+/// until `IsComplete`, `End`. All failures are thrown as `Failure`.
+class TrackSource {
+ public:
+  virtual ~TrackSource() = default;
+
+  /// Adds the track to `output`, which has to outlive the source's use of it.
+  virtual void Begin(CMp4File& output) = 0;
+  virtual void WriteNext() = 0;
+  virtual void End(CMp4File& output) = 0;
+
+  virtual bool IsComplete() const = 0;
+  /// When the next sample is decoded, in seconds behind the first one.
+  virtual double NextTime() const = 0;
+  virtual u64 SampleCount() const = 0;
+  /// Bytes of all samples.
+  virtual u64 ByteCount() const = 0;
+  /// Bytes of the samples written so far.
+  virtual u64 WrittenBytes() const = 0;
+};
+
+}  // namespace kt
