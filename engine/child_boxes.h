@@ -48,4 +48,11 @@ Mp4Result AddNewChild(Container* container, Added** borrowed) {
   return HandOverChild(container, std::unique_ptr<Added>(new (std::nothrow) Added), borrowed);
 }
 
+/// The first child of a type, which is made at the end of the container when there is none; borrowed.
+template <class Container, class Wanted>
+Mp4Result EnsureChild(Container* container, u32 type, Wanted** wanted) {
+  KT_TRY(AcceptChild(container, type, wanted));
+  return *wanted != nullptr ? MP4_OK : AddNewChild(container, wanted);
+}
+
 }  // namespace kt

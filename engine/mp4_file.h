@@ -24,8 +24,8 @@ class CMp4File {
   ///
   /// Writing creates the file, or empties one that stands there, and lays down "ftyp", whose brands follow
   /// `fileType`, and the header of "mdat" at once. Samples then go to disk as they come; what stays in memory
-  /// is the chunk that each track gathers, and the tables. Hint tracks, the scene and the session description
-  /// are not available yet: their operations answer MP4_NOT_READY.
+  /// is the chunk that each track gathers, and the tables. Hint tracks are not
+  /// available yet: their operations answer MP4_NOT_READY.
   ///
   /// MP4_NOT_FOUND when already open or when the file has no "moov"; MP4_BAD_ARGUMENT for a null name or a
   /// bad mode or type; MP4_FILE_IO when the file does not open, is no regular file, or is cut; MP4_CORRUPT,
@@ -38,8 +38,10 @@ class CMp4File {
   /// otherwise, and the first one, or one without a sample entry, keeps the file from closing.
   ///
   /// MP4_NOT_FOUND when not open or when the first track is not closed, MP4_NOT_READY for a track without a
-  /// sample entry, MP4_FILE_IO. After a failure the file stays open and `Close` may be tried again; a repeat
-  /// leaves one whole "moov".
+  /// sample entry, MP4_FILE_IO. For a file of MP4_TYPE_MP4 with hint tracks also MP4_NO_SCENE_TRACKS without
+  /// those of `AddSceneTracks`, and MP4_NOT_FOUND when its first video or audio track has no ES descriptor
+  /// (H.263, AMR) or any track is not closed. After a failure the file stays open and `Close` may be tried
+  /// again; a repeat leaves one whole "moov".
   virtual Mp4Result Close() = 0;
   /// Stores 1 when open. Always MP4_OK.
   virtual Mp4Result IsOpen(u32* open) = 0;
@@ -82,8 +84,18 @@ class CMp4File {
   /// 0 is silent; 1 and 2 make `Open` and `Close` print their steps on standard output. MP4_BAD_ARGUMENT
   /// above 2.
   virtual Mp4Result SetTraceLevel(u32 level) = 0;
+  /// Makes a written file of MP4_TYPE_MP4 an MPEG-4 systems presentation: adds a track with the object
+  /// descriptors of the video and the audio track and a track with the scene that shows them, as long as the
+  /// first of these, and points at both from "iods". A file of that type with hint tracks needs it before
+  /// `Close`. The tracks are indices, any of which may name none; one that is not closed yet is left out, and
+  /// so is the third, of which only a failure to open it counts. ISO/IEC 14496-14, 3.2.
+  ///
+  /// MP4_NOT_FOUND, with nothing added, for neither video nor audio and for a file without "iods", and in
+  /// read mode; what adding, writing and closing tracks answer, after which what was added stays.
   virtual Mp4Result AddSceneTracks(u32 videoTrack, u32 audioTrack, u32 thirdTrack) = 0;
-  /// Copies the movie's session description with its terminating zero. MP4_BUFFER_TOO_SMALL.
+  /// Copies the movie's session description with its terminating zero: the block that stands ahead of those
+  /// of the hint tracks (`CMp4HintTrack::GetTrackSdp`), in lines of RFC 4566 with CR LF. `Close` makes it for
+  /// a file of MP4_TYPE_MP4 that has hint tracks. MP4_BUFFER_TOO_SMALL, MP4_NOT_FOUND when there is none.
   virtual Mp4Result GetMovieSdp(char* buffer, u32 bufferSize) = 0;
 
   /// Closes the stream without writing. Tracks still open are detached and answer MP4_NOT_READY.

@@ -254,8 +254,4 @@ Mp4Result CMp4FileImpl::CloseHintTrack(CMp4HintTrack* track) {
   return track == nullptr ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
 }
 
-Mp4Result CMp4FileImpl::GetMovieSdp(char* /*buffer*/, u32 /*bufferSize*/) {
-  return MP4_NOT_READY;
-}
-
 }  // namespace kt

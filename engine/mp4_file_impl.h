@@ -60,6 +60,9 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   // Patches the header of "mdat" and writes "moov".
   Mp4Result FinishFile();
   Mp4Result TakeDurationOfFirstTrack();
+  // The session description of a hinted movie, once however often `Close` is tried. MP4_NO_SCENE_TRACKS.
+  Mp4Result ComposeMovieSdp();
+  Mp4Result SetMovieSdp(const char* text);
   // Goes back to where "moov" began, so that another try leaves one whole "moov".
   void ForgetMovie();
   void ReleaseTree();
@@ -82,6 +85,8 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   u32 m_trackCount = 0;
   u64 m_moviePosition = 0;  // where `FinishFile` has begun to write "moov"
   u32 m_traceLevel = 0;
+  u32 m_hintTrackClosed = 0;  // 1 when a hint track has been finished
+  bool m_movieSdpComposed = false;
 };
 
 }  // namespace kt

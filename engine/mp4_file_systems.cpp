@@ -63,9 +63,7 @@ Mp4Result CMp4FileImpl::AddSystemsTrack(u32 kind, std::span<const u8> decoderInf
 Mp4Result CMp4FileImpl::FindTrackReferences(u32 trackIndex, CTrackReferenceBox** references) {
   CBox* box = nullptr;
   KT_TRY(GetTrackBox(trackIndex, &box));
-  CTrackBox* const track = static_cast<CTrackBox*>(box);
-  KT_TRY(AcceptChild(track, FourCc("tref"), references));
-  return *references != nullptr ? MP4_OK : AddNewChild(track, references);
+  return EnsureChild(static_cast<CTrackBox*>(box), FourCc("tref"), references);
 }
 
 Mp4Result CMp4FileImpl::AddSceneTracks(u32 videoTrack, u32 audioTrack, u32 thirdTrack) {

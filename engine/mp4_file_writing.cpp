@@ -72,6 +72,8 @@ Mp4Result CMp4FileImpl::StartFile() {
     KT_TRY(descriptor->SetDefaultDescriptor(kVisualProfileLevel, kAudioProfileLevel));
   }
   m_trackCount = 0;
+  m_hintTrackClosed = 0;
+  m_movieSdpComposed = false;
   return MP4_OK;
 }
 
@@ -123,6 +125,7 @@ Mp4Result CMp4FileImpl::GetMediaData(CMediaDataBox** mediaData) {
 // After a failure `Close` can be called again: all of this is then done once more, in the same places.
 Mp4Result CMp4FileImpl::FinishFile() {
   KT_TRY(TakeDurationOfFirstTrack());
+  KT_TRY(ComposeMovieSdp());
   CMediaDataBox* mediaData = nullptr;
   KT_TRY(GetMediaData(&mediaData));
   KT_TRY(mediaData->FinishWriting());

@@ -344,5 +344,17 @@ TEST(Mp4File, ManyEmptyTracksOpenInLinearTime) {
   for (u32 index = 1; index <= kTracks; ++index) ASSERT_EQ(movie.BindResult(index), MP4_NOT_FOUND);
 }
 
+TEST(Mp4File, TheMoviesSessionDescriptionIsCopiedWhenItFits) {
+  Movie movie;
+  movie.udta = Udta({Box("hnti", {Box("rtp ", Bytes().Text("sdp a=1\r\n"))})});
+  OpenedMovie read(movie);
+  ASSERT_EQ(read.result, MP4_OK);
+  char text[7] = "";
+  EXPECT_EQ(read->GetMovieSdp(text, 5), MP4_BUFFER_TOO_SMALL) << "the terminator needs a place";
+  EXPECT_EQ(read->GetMovieSdp(text, 6), MP4_OK);
+  EXPECT_STREQ(text, "a=1\r\n");
+  EXPECT_EQ(OpenedMovie(Movie())->GetMovieSdp(text, 6), MP4_NOT_FOUND);
+}
+
 }  // namespace
 }  // namespace kt
