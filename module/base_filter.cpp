@@ -55,18 +55,6 @@ HRESULT CBaseFilter::GetClassID(CLSID* clsid) {
   return S_OK;
 }
 
-// A change may wait for a worker and serve calls meanwhile; a call that wants another change has to come
-// again later.
-template <class Change>
-HRESULT CBaseFilter::ChangeState(Change change) {
-  const CAutoLock lock(m_stateLock);
-  if (m_changing) return VFW_E_WRONG_STATE;
-  m_changing = true;
-  const HRESULT result = AtEdge(change);
-  m_changing = false;
-  return result;
-}
-
 // Ends at the first pin that fails, with those before it inactive again.
 HRESULT CBaseFilter::ActivatePins() {
   const ULONG count = GetPinCount();

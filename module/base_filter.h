@@ -1,11 +1,13 @@
 #pragma once
 
 #include <strmif.h>
+#include <vfwmsgs.h>
 
 #include <atomic>
 #include <mutex>
 #include <string>
 
+#include "module/com_edge.h"
 #include "module/com_pointer.h"
 #include "module/state_lock.h"
 #include "module/unknown.h"
@@ -70,9 +72,19 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
   /// A filter that goes while it plays stops first, while it is whole.
   void FinalRelease() noexcept override;
 
- private:
+  /// Runs `change`, which answers an HRESULT, under the state lock. It may wait for a worker and serve calls
+  /// meanwhile; a call that wants another change has to come again later: VFW_E_WRONG_STATE.
   template <class Change>
-  HRESULT ChangeState(Change change);
+  HRESULT ChangeState(Change change) {
+    const CAutoLock lock(m_stateLock);
+    if (m_changing) return VFW_E_WRONG_STATE;
+    m_changing = true;
+    const HRESULT result = AtEdge(change);
+    m_changing = false;
+    return result;
+  }
+
+ private:
   HRESULT ActivatePins();
   HRESULT InactivatePins(ULONG count);
 
