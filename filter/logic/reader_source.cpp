@@ -130,6 +130,8 @@ std::optional<u32> CReaderSource::ReadFacts(CMp4Track* track, u32 index) {
 
 FilterResult CReaderSource::MakePin(CMp4Track* track, ReaderTrackType type, const char* name) {
   auto pin = std::make_unique<CReaderPin>(m_trackLock, name);
+  // Once the host has its pin around this one, nothing may fail any more.
+  m_pins.reserve(m_pins.size() + 1);
   m_hasVideo |= type == READER_TRACK_VIDEO;
   m_hasAudio |= type == READER_TRACK_AUDIO;
   m_hasLine21 |= type == READER_TRACK_LINE21;
