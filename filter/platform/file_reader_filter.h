@@ -106,6 +106,8 @@ class CMP4FileReaderFilter final : public CSource,
   };
 
   bool HasCompanion(IFilterGraph* graph);
+  /// Null when the pin has no worker thread.
+  PinWorker* WorkerOf(const CReaderPin& pin);
   template <class T>
   HRESULT Tell(FilterResult (FileFacts::*get)(i32, T*) const, INT32 index, T* value) const;
 

@@ -25,6 +25,8 @@ class CTextRoads final : public TextRoads {
   CBaseFilter& m_filter;
   /// Never released: it is kept for the filter's whole life, and at its end there may be nobody left to tell.
   ICaptionCallback* m_captionCallback = nullptr;
+  /// Keeps the multi-threaded apartment, should the host have no thread of its own in it.
+  HANDLE m_apartmentUse = nullptr;
 };
 
 }  // namespace kt
