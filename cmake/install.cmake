@@ -9,6 +9,7 @@ set(KTMP4_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ktmp4)
 install(TARGETS ktmp4 EXPORT ktmp4Targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
 install(FILES engine/mp4_file.h engine/mp4_track.h engine/result.h engine/types.h
         DESTINATION ${KTMP4_HEADER_DIR}/engine COMPONENT library)
+install(FILES hint/mp4_hint_track.h DESTINATION ${KTMP4_HEADER_DIR}/hint COMPONENT library)
 
 install(EXPORT ktmp4Targets NAMESPACE ktmp4:: DESTINATION ${KTMP4_PACKAGE_DIR} COMPONENT library)
 file(WRITE ${PROJECT_BINARY_DIR}/ktmp4Config.cmake

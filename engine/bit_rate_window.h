@@ -6,9 +6,9 @@
 
 namespace kt {
 
-/// Measures the bit rates of a track while its samples are written: the highest number of bits within a
-/// window of one second that slides over the samples, and the average over all of them. Both end up in the
-/// track's decoder config, ISO/IEC 14496-1, 8.3.4.
+/// Measures the bit rates of a track while its samples are written or packetised: the highest number of bits
+/// within a window of one second that slides over the samples, and the average over all of them. They end up
+/// in the track's decoder config, ISO/IEC 14496-1, 8.3.4, and in the figures of a hint track.
 class CBitRateWindow {
  public:
   /// Counts the next sample. `time` is its decoding time in media ticks, of which a second has `timeScale`.
@@ -22,6 +22,8 @@ class CBitRateWindow {
   /// Bits per second of a track of that many media ticks; a track shorter than a second counts as one long.
   /// 0xFFFFFFFF for anything above. `timeScale` must not be 0.
   u32 GetAverage(u64 duration, u32 timeScale) const;
+  /// Bits per second of a track that is `milliseconds` long, not 0; modulo 2^32.
+  u32 GetAverageUpTo(u64 milliseconds) const { return static_cast<u32>(m_totalBytes * 8000 / milliseconds); }
 
  private:
   struct Record {

@@ -24,8 +24,7 @@ class CMp4File {
   ///
   /// Writing creates the file, or empties one that stands there, and lays down "ftyp", whose brands follow
   /// `fileType`, and the header of "mdat" at once. Samples then go to disk as they come; what stays in memory
-  /// is the chunk that each track gathers, and the tables. Hint tracks are not
-  /// available yet: their operations answer MP4_NOT_READY.
+  /// is the chunk that each track gathers, and the tables.
   ///
   /// MP4_NOT_FOUND when already open or when the file has no "moov"; MP4_BAD_ARGUMENT for a null name or a
   /// bad mode or type; MP4_FILE_IO when the file does not open, is no regular file, or is cut; MP4_CORRUPT,
@@ -76,8 +75,24 @@ class CMp4File {
   /// MP4_BAD_ARGUMENT for null, MP4_BAD_TIMING for a track without a time scale, MP4_NOT_FOUND or
   /// MP4_NOT_READY for one without a sample entry, MP4_FILE_IO, MP4_NO_MEMORY.
   virtual Mp4Result CloseTrack(CMp4Track* track) = 0;
+  /// Makes a hint track object (hint/mp4_hint_track.h) for reading; the caller deletes it. MP4_BAD_ARGUMENT,
+  /// with `*track` null, for a bad index and for a track of another kind; MP4_BAD_BOX for one that is not for
+  /// RTP; MP4_NO_MEMORY; and as `OpenTrack`.
   virtual Mp4Result OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) = 0;
+  /// Makes a new hint track for writing, of an `Mp4HintType`; the caller gives it back with `CloseHintTrack`.
+  /// MP4_NOT_FOUND in read mode or without a tree, MP4_BAD_ARGUMENT for another type, MP4_NO_MEMORY. Its
+  /// track cannot be taken back, and until it is closed, or has a time scale, `Close` answers MP4_BAD_BOX.
   virtual Mp4Result AddHintTrack(CMp4HintTrack** track, u32 hintType) = 0;
+  /// Packetises the media track that a hint track refers to, writes its samples, figures and session
+  /// description, and deletes the object. Each call takes the next payload type, from 96 to 128, and so does
+  /// one that fails; RFC 3551, 6. After a failure the object is the caller's to delete, and its track stays
+  /// in the file.
+  ///
+  /// MP4_BAD_ARGUMENT for null, when there are no payload types left, and for a LATM track without just one
+  /// media track of sound; MP4_NOT_FOUND for a media track that is not there or not closed yet; MP4_NOT_READY
+  /// for a hint track that is not being written, a media track of another kind, a sample too large for a LATM
+  /// packet, more packets for a sample than 65535; MP4_BAD_TIMING for a media time scale of 0; MP4_FILE_IO;
+  /// MP4_NO_MEMORY.
   virtual Mp4Result CloseHintTrack(CMp4HintTrack* track) = 0;
   /// Prints the box tree on standard output.
   virtual Mp4Result Dump() = 0;

@@ -237,21 +237,9 @@ Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size) {
   return m_storage->ReadBlock(buffer, size);
 }
 
-// Hint tracks are not available yet: below their checks the operations answer MP4_NOT_READY.
-
-Mp4Result CMp4FileImpl::OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) {
-  *track = nullptr;
-  return !m_boxes || trackIndex == 0 || trackIndex > m_trackCount ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
-}
-
-Mp4Result CMp4FileImpl::AddHintTrack(CMp4HintTrack** track, u32 hintType) {
-  *track = nullptr;
-  if (m_mode == MP4_MODE_READ) return MP4_NOT_FOUND;
-  return hintType > 3 ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
-}
-
-Mp4Result CMp4FileImpl::CloseHintTrack(CMp4HintTrack* track) {
-  return track == nullptr ? MP4_BAD_ARGUMENT : MP4_NOT_READY;
+Mp4Result CMp4FileImpl::GetDataSize(u64* size) {
+  if (!m_isOpen || m_mode != MP4_MODE_READ) return MP4_FILE_IO;
+  return m_storage->GetSize(size);
 }
 
 }  // namespace kt

@@ -47,6 +47,7 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   Mp4Result AddTrackBox(CBox** box) override;
   Mp4Result GetMediaData(CMediaDataBox** mediaData) override;
   Mp4Result ReadData(u8* buffer, u64 position, u32 size) override;
+  Mp4Result GetDataSize(u64* size) override;
 
  private:
   Mp4Result TakeArguments(const char* fileName, u32 mode, u32 fileType);
@@ -74,6 +75,9 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   Mp4Result FindTrackReferences(u32 trackIndex, CTrackReferenceBox** references);
   Mp4Result FindMovie(CMovieBox** movie);
   Mp4Result FindMovieHeader(CMovieHeaderBox** header);
+  // The first of the numbers for payloads without one of their own. RFC 3551, 6.
+  static constexpr u32 kFirstPayloadNumber = 96;
+
   bool Tracing() const { return m_traceLevel != 0; }
 
   std::unique_ptr<CStorage> m_storage;
@@ -86,6 +90,7 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   u64 m_moviePosition = 0;  // where `FinishFile` has begun to write "moov"
   u32 m_traceLevel = 0;
   u32 m_hintTrackClosed = 0;  // 1 when a hint track has been finished
+  u32 m_nextPayloadNumber = kFirstPayloadNumber;
   bool m_movieSdpComposed = false;
 };
 

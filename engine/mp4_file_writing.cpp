@@ -73,6 +73,7 @@ Mp4Result CMp4FileImpl::StartFile() {
   }
   m_trackCount = 0;
   m_hintTrackClosed = 0;
+  m_nextPayloadNumber = kFirstPayloadNumber;
   m_movieSdpComposed = false;
   return MP4_OK;
 }

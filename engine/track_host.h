@@ -22,6 +22,8 @@ class CTrackHost {
   /// Reads exactly `size` bytes at an absolute position. MP4_FILE_IO when the file is not open to read
   /// or ends before. The position is shared by all tracks: one caller at a time.
   virtual Mp4Result ReadData(u8* buffer, u64 position, u32 size) = 0;
+  /// Bytes of the file, which no sample can exceed. MP4_FILE_IO when the file is not open to read.
+  virtual Mp4Result GetDataSize(u64* size) = 0;
 
  protected:
   CTrackHost() = default;
@@ -37,8 +39,8 @@ class CTrackHost {
   CHostedTrack* m_firstTrack = nullptr;
 };
 
-/// Base of the track objects: keeps the track in its host's list, so that a track that outlives its file
-/// learns of it and touches neither the file nor its boxes again.
+/// Base of the track objects, hint tracks included: keeps the track in its host's list, so that a track that
+/// outlives its file learns of it and touches neither the file nor its boxes again.
 class CHostedTrack {
  public:
   CHostedTrack(const CHostedTrack&) = delete;

@@ -88,6 +88,13 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   /// when the track is not bound or the entry has no descriptor.
   Mp4Result GetEsDescriptor(u32 entryIndex, CESDescriptor** descriptor);
 
+  // For a hint track, which completes its own track. Borrowed from the tree; null on a track that is neither
+  // bound nor being written.
+  CTrackBox* GetTrackBox() const { return m_boxes.track; }
+  CMediaBox* GetMediaBox() const { return m_boxes.media; }
+  CMediaInformationBox* GetMediaInformationBox() const { return m_boxes.mediaInformation; }
+  CSampleDescriptionBox* GetSampleDescriptionBox() const { return m_boxes.sampleDescription; }
+
  private:
   // All borrowed from the file's tree, while writing some from `m_writing`; null until found.
   struct Boxes {

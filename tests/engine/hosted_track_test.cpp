@@ -49,6 +49,7 @@ class BareHost : public CTrackHost {
     return MP4_OK;
   }
   Mp4Result ReadData(u8* /*buffer*/, u64 /*position*/, u32 /*size*/) override { return MP4_FILE_IO; }
+  Mp4Result GetDataSize(u64* /*size*/) override { return MP4_FILE_IO; }
 
   /// The movie so far, as it would be written.
   Bytes Movie() {
