@@ -22,6 +22,10 @@ Mp4Result CHintSample::AddPacket(CHintPacket** packet) {
   return MP4_OK;
 }
 
+Mp4Result CHintSample::GetPacket(u32 index, CHintPacket** packet) {
+  return m_packets.GetByIndex(index, packet);
+}
+
 Mp4Result CHintSample::Deserialize(CStorage* storage, u32 size) {
   KT_TRY(Free());
   m_size = size;

@@ -18,6 +18,8 @@ class CHintSample {
   /// Appends a packet, which stays the sample's; borrowed. MP4_NOT_READY when 16 bits cannot count one more,
   /// MP4_NO_MEMORY.
   Mp4Result AddPacket(CHintPacket** packet);
+  /// A packet by its number from 1, borrowed. MP4_NOT_FOUND beyond the last, MP4_ZERO_INDEX for 0.
+  Mp4Result GetPacket(u32 index, CHintPacket** packet);
   /// Reads the `size` bytes of a sample; what the packets leave is kept as extra data. What the packets and
   /// the storage report; MP4_CORRUPT for a sample below its header; MP4_NO_MEMORY.
   Mp4Result Deserialize(CStorage* storage, u32 size);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <memory>
+#include <span>
 
 #include "engine/field_io.h"
 
@@ -77,6 +79,8 @@ class CRTPImmediateConstructor final : public CFieldsConstructor<CRTPImmediateCo
   Mp4Result Dump(int indent) override;
   /// Keeps a copy. MP4_BAD_ARGUMENT for null, for no bytes and for more than 14.
   Mp4Result SetData(const u8* data, u32 size);
+  /// The bytes, of which there are never more than 14 whatever was read.
+  std::span<const u8> Data() const { return {m_data, std::min<u32>(m_dataCount, kMostBytes)}; }
 
   template <class Fields>
   Mp4Result VisitFields(Fields& fields) {
@@ -97,6 +101,10 @@ class CRTPSampleConstructor final : public CFieldsConstructor<CRTPSampleConstruc
   /// The track is given by its place among the references of the hint track; `length` and `sampleOffset` are
   /// in bytes. Always MP4_OK.
   Mp4Result SetValues(u8 trackRefIndex, u16 length, u32 sampleNumber, u32 sampleOffset);
+  u8 TrackRefIndex() const { return m_trackRefIndex; }
+  u16 Length() const { return m_length; }
+  u32 SampleNumber() const { return m_sampleNumber; }
+  u32 SampleOffset() const { return m_sampleOffset; }
 
   template <class Fields>
   Mp4Result VisitFields(Fields& fields) {

@@ -224,6 +224,13 @@ Mp4Result CMp4RtpHintTrackImpl::SetRtpTimeScale(u32 scale) {
   return MP4_OK;
 }
 
+Mp4Result CMp4RtpHintTrackImpl::GetReferencedTrack(u32 index, u32* trackId) {
+  if (!m_track || m_track->GetTrackBox() == nullptr) return MP4_NOT_READY;
+  CTrackReferenceBox* references = nullptr;
+  KT_TRY(RequireChild(m_track->GetTrackBox(), FourCc("tref"), &references));
+  return references->GetReference(MP4_REFERENCE_HINT, index, trackId);
+}
+
 Mp4Result CMp4RtpHintTrackImpl::SetPayloadType(u32 payloadType) {
   if (payloadType == 0 || payloadType > kMostPayloadType) return MP4_BAD_ARGUMENT;
   m_stream.payloadType = static_cast<u8>(payloadType);

@@ -15,6 +15,7 @@ class CRtpHintSampleEntry;
 class CTrackHintInformationBox;
 class CTrackImpl;
 class CTrackReferenceBox;
+struct StreamFacts;
 
 /// A hint track over a track of the file, and the hinter of AAC. The hinters of the other kinds derive from
 /// it: they have another payload format and other limits, and describe themselves otherwise.
@@ -46,6 +47,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   Mp4Result SetTimeOffset(i32 offset) override;
   Mp4Result SetSequenceOffset(i32 offset) override;
   Mp4Result SetRtpTimeScale(u32 scale) override;
+  Mp4Result GetReferencedTrack(u32 index, u32* trackId) override;
 
   /// MP4_BAD_ARGUMENT for 0 and above 128. Of 128 the packets get the low 7 bits. RFC 3551, 6.
   Mp4Result SetPayloadType(u32 payloadType);
@@ -85,6 +87,8 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   void TakeBitRates(const CHintBitRates& bitRates) { bitRates.GetBitrates(&m_maxBitrate, &m_avgBitrate); }
 
   CMp4File* File() const { return m_mp4File; }
+  /// What the session description of every kind says. MP4_NOT_READY without a track.
+  Mp4Result GetFacts(u32 trackNumber, StreamFacts* facts);
   u8 PayloadType() const { return m_stream.payloadType; }
   u32 MaxSamplesPerPacket() const { return m_maxSamplesPerPacket; }
   u32 RtpTimeScale() const { return m_rtpTimeScale; }  // ticks per second
