@@ -1,6 +1,9 @@
 #include "tools/arguments.h"
 
 #include <limits>
+#include <map>
+
+#include "engine/result.h"
 
 namespace kt {
 namespace {
@@ -21,6 +24,14 @@ void AddTrackOption(CLI::App& command, u32* track) {
 
 void AddTrackOption(CLI::App& command, std::optional<u32>* track) {
   Limit(command.add_option("--track", *track, "Which track, counted from 1"));
+}
+
+void AddTypeOption(CLI::App& command, std::optional<u32>* type) {
+  const std::map<std::string, u32> types = {
+      {"mp4", MP4_TYPE_MP4}, {"3gp", MP4_TYPE_3GP}, {"m4a", MP4_TYPE_M4A}};
+  command.add_option("--type", *type, "The type of the new file: mp4, 3gp or m4a")
+      ->type_name("TYPE")
+      ->transform(CLI::CheckedTransformer(types).description(""));
 }
 
 void AddOutputArguments(CLI::App& command, std::string* output, bool* force) {

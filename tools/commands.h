@@ -14,6 +14,9 @@ void AddSamplesCommand(CLI::App& program);
 void AddExtractCommand(CLI::App& program);
 void AddPlayCommand(CLI::App& program);
 void AddRemuxCommand(CLI::App& program);
+void AddHintCommand(CLI::App& program);
+void AddSdpCommand(CLI::App& program);
+void AddHintsCommand(CLI::App& program);
 void AddAddCaptionsCommand(CLI::App& program);
 void AddCaptionsCommand(CLI::App& program);
 

@@ -114,4 +114,32 @@ TrackHandle InputFile::OpenTrack(u32 index) {
   return TrackHandle(track, TrackCloser{m_file.get()});
 }
 
+std::unique_ptr<CMp4HintTrack> InputFile::OpenHintTrack(u32 index) {
+  CMp4HintTrack* track = nullptr;
+  if (const Mp4Result result = m_file->OpenHintTrack(index, &track)) {
+    const std::string operation = "cannot open hint track " + std::to_string(index) + " of " + Quoted(m_name);
+    u32 kind = MP4_KIND_UNKNOWN;
+    const bool isOther = OpenTrack(index)->GetTrackType(&kind) == MP4_OK && kind != MP4_KIND_HINT;
+    throw ResultFailure(operation, result, isOther ? "it is no hint track" : "");
+  }
+  return std::unique_ptr<CMp4HintTrack>(track);
+}
+
+std::vector<u32> InputFile::HintTracks(const Notes& notes) {
+  u32 count = 0;
+  if (const Mp4Result result = m_file->GetTrackCount(&count)) {
+    throw ResultFailure("cannot count the tracks of " + Quoted(m_name), result);
+  }
+  std::vector<u32> found;
+  for (u32 index = 1; index <= count; ++index) {
+    try {
+      u32 kind = MP4_KIND_UNKNOWN;
+      if (OpenTrack(index)->GetTrackType(&kind) == MP4_OK && kind == MP4_KIND_HINT) found.push_back(index);
+    } catch (const Failure& failure) {
+      notes(failure.what());
+    }
+  }
+  return found;
+}
+
 }  // namespace kt

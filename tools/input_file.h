@@ -2,8 +2,11 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "engine/mp4_file.h"
+#include "hint/mp4_hint_track.h"
+#include "tools/notes.h"
 
 namespace kt {
 
@@ -32,6 +35,10 @@ class InputFile {
   u64 Size() const;
   /// Opens a track by its index, or throws a `Failure`.
   TrackHandle OpenTrack(u32 index);
+  /// The same for a hint track.
+  std::unique_ptr<CMp4HintTrack> OpenHintTrack(u32 index);
+  /// The indices of the hint tracks. A track that cannot be opened is noted and left out.
+  std::vector<u32> HintTracks(const Notes& notes);
 
  private:
   std::string m_name;

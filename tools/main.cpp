@@ -50,6 +50,9 @@ void SetUp(CLI::App& program) {
   kt::AddRemuxCommand(program);
   kt::AddAddCaptionsCommand(program);
   kt::AddCaptionsCommand(program);
+  kt::AddHintCommand(program);
+  kt::AddSdpCommand(program);
+  kt::AddHintsCommand(program);
 }
 
 int Run(int argc, char** argv) {

@@ -98,30 +98,42 @@ void MovieCopy::Add(std::unique_ptr<TrackSource> source, const std::string& orig
   m_added.push_back(std::move(source));
 }
 
-void MovieCopy::Write() {
-  constexpr u64 kLargestReadable = 0xFFFF0000;  // with room for the headers
+u32 MovieCopy::Type() const {
+  return m_target.type.value_or(TypeByName(m_target.name));
+}
+
+void MovieCopy::Examine() {
   const Interrupts interrupts;
   for (const auto& track : m_copies) track->Examine(interrupts, m_notes);
+  m_isExamined = true;
+}
+
+void MovieCopy::Write(const std::function<void(CMp4File&)>& finish) {
+  constexpr u64 kLargestReadable = 0xFFFF0000;  // with room for the headers
+  if (!m_isExamined) Examine();
+  const Interrupts interrupts;
   u64 bytes = 0;
   for (const TrackSource* source : m_sources) bytes += source->ByteCount();
   if (bytes > kLargestReadable) {
     m_notes(Quoted(m_target.name) + " takes more than 4 GiB, and this program cannot read it back");
   }
   OutputPlace place(m_target.name, m_inputNames);
-  WriteTo(place, interrupts);
+  WriteTo(place, interrupts, finish);
   place.Commit();
 }
 
-void MovieCopy::WriteTo(const OutputPlace& place, const Interrupts& interrupts) {
+void MovieCopy::WriteTo(const OutputPlace& place, const Interrupts& interrupts,
+                        const std::function<void(CMp4File&)>& finish) {
   CMp4File* made = nullptr;
   if (const Mp4Result result = CreateMp4File(&made)) throw ResultFailure(place.Operation(), result);
   const std::unique_ptr<CMp4File> output(made);
-  const u32 type = m_target.type.value_or(TypeByName(m_target.name));
-  RequireWritten(place, [&] { return output->Open(place.PartialName().c_str(), MP4_MODE_WRITE, type); });
+  RequireWritten(place, [&] { return output->Open(place.PartialName().c_str(), MP4_MODE_WRITE, Type()); });
   CopyDate(m_input.File(), *output);
   for (TrackSource* source : m_sources) source->Begin(*output);
   WriteSamples(interrupts);
   for (TrackSource* source : m_sources) source->End(*output);
+  if (finish) finish(*output);
+  interrupts.Check();
   RequireWritten(place, [&] { return output->Close(); });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,12 +32,21 @@ class MovieCopy {
   void Choose(std::vector<u32> indices);
   /// Adds a track that comes from the file `origin`.
   void Add(std::unique_ptr<TrackSource> source, const std::string& origin);
-  /// Writes the new file. A signal that asks the program to end is thrown as `Interrupted`.
-  void Write();
+  /// Looks at all samples of the tracks that were taken and fails at the first that the writer would refuse.
+  void Examine();
+  /// Writes the new file. `finish` gets it when all tracks are complete and it is about to be closed. A
+  /// signal that asks the program to end is thrown as `Interrupted`.
+  void Write(const std::function<void(CMp4File&)>& finish = {});
+
+  /// The tracks that were taken, in the order of the new file, in which they come first.
+  const std::vector<std::unique_ptr<TrackCopy>>& Copies() const { return m_copies; }
+  /// Mp4FileType of the new file.
+  u32 Type() const;
 
  private:
   std::unique_ptr<TrackCopy> TakeTrack(u32 index, bool wanted);
-  void WriteTo(const class OutputPlace& place, const Interrupts& interrupts);
+  void WriteTo(const class OutputPlace& place, const Interrupts& interrupts,
+               const std::function<void(CMp4File&)>& finish);
   void WriteSamples(const Interrupts& interrupts);
 
   CopyTarget m_target;
@@ -45,6 +55,7 @@ class MovieCopy {
   std::vector<std::string> m_inputNames;
   std::vector<std::unique_ptr<TrackCopy>> m_copies;
   std::vector<std::unique_ptr<TrackSource>> m_added;
+  bool m_isExamined = false;
   std::vector<TrackSource*> m_sources;  // all of them, in the order of the new file
 };
 

@@ -1,5 +1,4 @@
 #include <limits>
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -38,11 +37,7 @@ void RequireDistinct(const std::vector<u32>& tracks) {
 void AddRemuxCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("remux", "Copy tracks into a new file, sample by sample");
   const auto arguments = std::make_shared<RemuxArguments>();
-  const std::map<std::string, u32> types = {
-      {"mp4", MP4_TYPE_MP4}, {"3gp", MP4_TYPE_3GP}, {"m4a", MP4_TYPE_M4A}};
-  command->add_option("--type", arguments->target.type, "The type of the new file: mp4, 3gp or m4a")
-      ->type_name("TYPE")
-      ->transform(CLI::CheckedTransformer(types).description(""));
+  AddTypeOption(*command, &arguments->target.type);
   command->add_option("--track", arguments->tracks, "Which track to copy, counted from 1; can be repeated")
       ->type_name("N")
       ->allow_extra_args(false)

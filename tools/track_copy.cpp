@@ -203,6 +203,10 @@ void TrackCopy::Examine(const Interrupts& interrupts, const Notes& notes) {
     if (sample.size == 0) {
       throw Failure("cannot write " + SampleName(number) + ": it has no bytes, and such a sample is refused");
     }
+    if (sample.size > m_largestSize) {
+      m_largestSample = number;
+      m_largestSize = sample.size;
+    }
     m_byteCount += sample.size;
     if (m_byteCount > m_fileSize) {
       throw Failure("cannot read " + SampleName(number) + ": up to it the samples take " +

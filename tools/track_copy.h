@@ -24,6 +24,15 @@ class TrackCopy final : public TrackSource {
   /// Looks at all samples and fails at the first that the writer would refuse.
   void Examine(const Interrupts& interrupts, const Notes& notes);
 
+  /// For messages: "track 1 of "x.mp4"".
+  const std::string& Name() const { return m_name; }
+  /// Mp4TrackKind and Mp4SampleFormat.
+  u32 Kind() const { return m_kind; }
+  u32 Format() const { return m_format; }
+  /// The first of the largest samples, found by `Examine`; 0 when there is none.
+  u64 LargestSample() const { return m_largestSample; }
+  u32 LargestSize() const { return m_largestSize; }
+
   void Begin(CMp4File& output) override;
   void WriteNext() override;
   void End(CMp4File& output) override;
@@ -56,7 +65,7 @@ class TrackCopy final : public TrackSource {
 
   TrackHandle m_input;
   std::unique_ptr<CMp4Track> m_output;
-  std::string m_name;  // "track 1 of "x.mp4""
+  std::string m_name;
   u64 m_fileSize;
   bool m_wanted;
   u32 m_kind = MP4_KIND_UNKNOWN;
@@ -64,6 +73,8 @@ class TrackCopy final : public TrackSource {
   u32 m_timeScale = 0;
   u64 m_sampleCount = 0;
   u64 m_byteCount = 0;
+  u64 m_largestSample = 0;
+  u32 m_largestSize = 0;
   u64 m_start = 0;  // decoding time of the first sample
   u64 m_next = 1;
   u64 m_nextDecodingTime = 0;

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 
 #include "descriptors/descriptor_list.h"
-#include "support/open_storage.h"
+#include "engine/memory_storage.h"
+#include "support/box_writer.h"
 
 namespace kt::test {
 
@@ -21,18 +24,20 @@ inline Bytes Descriptor(u32 tag, const std::vector<u8>& body = {}) {
 
 /// The answer of `CreateDescriptor` on these bytes, and how many of them it took.
 struct ReadDescriptor {
-  explicit ReadDescriptor(CStorage* storage) : result(CreateDescriptor(storage, 0, &descriptor, &tag)) {
-    consumed = Got(*storage, &CStorage::GetPosition);
+  explicit ReadDescriptor(Bytes bytes) {
+    CMemoryStorage storage;
+    EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
+    result = CreateDescriptor(&storage, 0, &descriptor, &tag);
+    EXPECT_EQ(MP4_OK, storage.GetPosition(&consumed));
   }
-  explicit ReadDescriptor(const Bytes& bytes) : ReadDescriptor(MemoryBlock(bytes)) {}
   template <class Class>
   Class& As() {
     return dynamic_cast<Class&>(*descriptor);
   }
 
+  Mp4Result result = MP4_OK;
   std::unique_ptr<CBaseDescriptor> descriptor;
   u32 tag = 0xABCD;
-  Mp4Result result = MP4_OK;
   u64 consumed = 0;
 };
 
@@ -43,12 +48,17 @@ Bytes Written(Item& item, Mp4Result* result) {
   *result = item.CalculateSize();
   if (*result == MP4_OK) *result = item.GetSize(&size, &header);
   // Some room to spare, so that a size that is too small shows in the bytes.
-  MemoryBlock storage(std::size_t{size} + header + 64);
-  if (*result == MP4_OK) *result = item.Serialize(storage);
+  Bytes bytes(size + header + 64);
+  CMemoryStorage storage;
+  EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_WRITE));
+  if (*result == MP4_OK) *result = item.Serialize(&storage);
+  u64 position = 0;
+  EXPECT_EQ(MP4_OK, storage.GetPosition(&position));
   if (*result == MP4_OK) {
-    EXPECT_EQ(storage.Position(), size + header);
+    EXPECT_EQ(position, size + header);
   }
-  return storage.Written();
+  bytes.resize(static_cast<std::size_t>(position));
+  return bytes;
 }
 
 template <class Item>
@@ -64,14 +74,6 @@ Mp4Result WriteResult(Item& item) {
   Mp4Result result = MP4_OK;
   static_cast<void>(Written(item, &result));
   return result;
-}
-
-/// What writing into so much memory answers.
-template <class Item>
-Mp4Result BufferResult(Item& item, u32 room) {
-  Bytes bytes(64);
-  u8* cursor = bytes.data();
-  return item.SerializeToBuffer(&cursor, &room);
 }
 
 /// Writes into memory with every room from 0 up to what is needed: all but the last have to be refused as too

@@ -1,15 +1,14 @@
 #pragma once
 
 #include "filter/logic/reader_source.h"
-#include "support/answer.h"
 #include "support/fake_track.h"
 
 namespace kt::test {
 
-/// A source over a fake file of these tracks, and the host that it talks to.
+/// A source over a fake file, and the host that it talks to. Fill `file` first, then `Load`.
 class FakeHost : public ReaderHost {
  public:
-  explicit FakeHost(std::vector<FakeTrackFacts> tracks = {})
+  FakeHost()
       : m_source(*this, [this](CMp4File** created) -> Mp4Result {
           *created = nullptr;
           if (file.failing.contains("CreateMp4File")) return MP4_NO_MEMORY;
@@ -17,11 +16,6 @@ class FakeHost : public ReaderHost {
           return MP4_OK;
         }) {
     file.lock = &m_source.TrackLock();
-    file.tracks = std::move(tracks);
-  }
-  /// The same with the file loaded.
-  FakeHost(std::vector<FakeTrackFacts> tracks, const char* name) : FakeHost(std::move(tracks)) {
-    EXPECT_EQ(m_source.Load(name), FilterResult::Ok);
   }
   virtual ~FakeHost() = default;
 
@@ -35,11 +29,10 @@ class FakeHost : public ReaderHost {
   }
 
   CReaderSource& Source() { return m_source; }
-  CReaderPin& Pin(std::size_t index = 0) { return *m_source.Pins().at(index); }
   /// Loads a plain name and gives the only pin.
   CReaderPin& LoadOnePin() {
     EXPECT_EQ(m_source.Load("a.mp4"), FilterResult::Ok);
-    return Pin();
+    return *m_source.Pins().at(0);
   }
 
   FakeFileFacts file;
@@ -52,18 +45,12 @@ class FakeHost : public ReaderHost {
   CReaderSource m_source;
 };
 
-/// A track with one of these samples at each time, a sync sample.
-inline FakeTrackFacts TrackAt(const std::vector<u64>& times, const std::vector<u8>& bytes = {1, 2, 3, 4}) {
-  FakeTrackFacts track;
-  for (const u64 time : times) track.samples.push_back({bytes, time, time, true});
-  return track;
-}
-
 /// A caption track with one pair of bytes at each time.
 inline FakeTrackFacts CaptionTrack(std::initializer_list<u64> times) {
-  FakeTrackFacts track = TrackAt(times, {0x00, 0x94, 0x20});
+  FakeTrackFacts track;
   track.kind = MP4_KIND_TEXT;
   track.format = MP4_FORMAT_UNKNOWN;
+  for (const u64 time : times) track.samples.push_back({{0x00, 0x94, 0x20}, time, time, true});
   return track;
 }
 

@@ -1,0 +1,329 @@
+// Sends the hint tracks of a file as RTP over UDP. What packets to send, and when, stands in the file; a
+// server has to fill them and needs to know nothing of their payload formats.
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "engine/memory_storage.h"
+#include "engine/mp4_file.h"
+#include "hint/hint_sample.h"
+#include "hint/mp4_hint_track.h"
+
+namespace {
+
+using kt::Mp4Result;
+using kt::u16;
+using kt::u32;
+using kt::u64;
+using kt::u8;
+using Bytes = std::vector<u8>;
+
+struct Arguments {
+  std::string file;
+  std::string address = "127.0.0.1";
+  u16 port = 5004;    // of the first stream; the others follow in steps of two
+  double rate = 1.0;  // 0: as fast as it goes
+  bool printsSdp = false;
+};
+
+void Require(Mp4Result result, const std::string& what) {
+  if (result) throw std::runtime_error("cannot " + what + ": " + kt::Mp4ResultText(result));
+}
+
+void PutBigEndian(Bytes& bytes, u64 value, unsigned width) {
+  for (unsigned shift = width * 8; shift > 0; shift -= 8)
+    bytes.push_back(static_cast<u8>(value >> (shift - 8)));
+}
+
+// A track of the file, with the last sample that was read from it.
+class Samples {
+ public:
+  Samples(kt::CMp4File& file, u32 index) : m_file(file) {
+    Require(file.OpenTrack(index, &m_track), "open track " + std::to_string(index));
+  }
+  Samples(const Samples&) = delete;
+  Samples& operator=(const Samples&) = delete;
+  ~Samples() { static_cast<void>(m_file.CloseTrack(m_track)); }
+
+  kt::CMp4Track& Track() { return *m_track; }
+  Bytes& Read(u32 number) {
+    if (number == m_number) return m_bytes;
+    u32 size = 0;
+    Require(m_track->GetSampleSize(number, &size), "find a sample");
+    m_bytes.resize(size);
+    m_number = number;
+    if (size > 0) Require(m_track->ReadSample(number, size, &size, m_bytes.data()), "read a sample");
+    return m_bytes;
+  }
+
+ private:
+  kt::CMp4File& m_file;
+  kt::CMp4Track* m_track = nullptr;
+  u32 m_number = 0;
+  Bytes m_bytes;
+};
+
+// RTP and, one port above, RTCP. RFC 3550.
+class Sender {
+ public:
+  Sender(const std::string& address, u16 port) : m_socket(socket(AF_INET, SOCK_DGRAM, 0)) {
+    m_to.sin_family = AF_INET;
+    m_to.sin_port = htons(port);
+    if (m_socket < 0 || inet_pton(AF_INET, address.c_str(), &m_to.sin_addr) != 1) {
+      throw std::runtime_error("cannot send to " + address);
+    }
+  }
+  Sender(const Sender&) = delete;
+  Sender& operator=(const Sender&) = delete;
+  ~Sender() { close(m_socket); }
+
+  u32 Source() const { return m_source; }
+  void Send(const Bytes& packet) { SendTo(packet, m_to); }
+  // Tells that nothing more will come: an empty report, and the farewell.
+  void SayGoodbye() {
+    constexpr u32 kEmptyReport = 0x80C90001, kGoodbye = 0x81CB0001;
+    Bytes packet;
+    for (const u32 header : {kEmptyReport, kGoodbye}) {
+      PutBigEndian(packet, header, 4);
+      PutBigEndian(packet, m_source, 4);
+    }
+    sockaddr_in to = m_to;
+    to.sin_port = htons(static_cast<u16>(ntohs(m_to.sin_port) + 1));
+    SendTo(packet, to);
+  }
+
+ private:
+  void SendTo(const Bytes& packet, const sockaddr_in& to) {
+    // That nobody listens is told of the packet before, and does not concern this one.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      const auto* address = reinterpret_cast<const sockaddr*>(&to);
+      if (sendto(m_socket, packet.data(), packet.size(), 0, address, sizeof to) >= 0) return;
+      if (errno != ECONNREFUSED)
+        throw std::runtime_error(std::string("cannot send: ") + std::strerror(errno));
+    }
+  }
+
+  int m_socket;
+  sockaddr_in m_to = {};
+  u32 m_source = std::random_device()();
+};
+
+// One hint track of the file on its way.
+class Stream {
+ public:
+  Stream(kt::CMp4File& file, u32 index, const std::string& address, u16 port)
+      : m_hints(file, index), m_sender(address, port) {
+    kt::CMp4HintTrack* track = nullptr;
+    Require(file.OpenHintTrack(index, &track), "open hint track " + std::to_string(index));
+    const std::unique_ptr<kt::CMp4HintTrack> owner(track);
+    Require(m_hints.Track().GetSampleCount(&m_count), "count the hint samples");
+    Require(m_hints.Track().GetTimeScale(&m_clock), "find the RTP clock");
+    u32 id = 0;
+    // Packets of these hints refer to one track at most.
+    if (track->GetReferencedTrack(1, &id) == kt::MP4_OK)
+      m_media = std::make_unique<Samples>(file, IndexOf(file, id));
+    Advance();
+  }
+
+  bool IsAtEnd() const { return m_next > m_count; }
+  double NextTime() const { return static_cast<double>(m_time) / m_clock; }
+  u64 Packets() const { return m_packets; }
+
+  // Sends what the next hint sample describes.
+  void SendNext() {
+    Bytes& bytes = m_hints.Read(m_next);
+    kt::CMemoryStorage storage;
+    kt::CHintSample hint(nullptr);
+    Require(storage.Open(bytes.data(), static_cast<u32>(bytes.size()), kt::MP4_MODE_READ),
+            "read a hint sample");
+    Require(hint.Deserialize(&storage, static_cast<u32>(bytes.size())), "read a hint sample");
+    kt::CHintPacket* packet = nullptr;
+    for (u32 number = 1; hint.GetPacket(number, &packet) == kt::MP4_OK; ++number, ++m_packets) {
+      m_sender.Send(Build(*packet));
+    }
+    ++m_next;
+    Advance();
+  }
+  void End() { m_sender.SayGoodbye(); }
+
+ private:
+  static u32 IndexOf(kt::CMp4File& file, u32 id) {
+    u32 count = 0;
+    Require(file.GetTrackCount(&count), "count the tracks");
+    for (u32 index = 1; index <= count; ++index) {
+      u32 found = 0;
+      if (Samples(file, index).Track().GetTrackId(&found) == kt::MP4_OK && found == id) return index;
+    }
+    throw std::runtime_error("there is no track " + std::to_string(id));
+  }
+
+  void Advance() {
+    if (!IsAtEnd()) Require(m_hints.Track().GetSampleCompositionTime(m_next, &m_time), "find a time");
+  }
+
+  Bytes Build(kt::CHintPacket& packet) {
+    const kt::RtpHeader header = packet.GetHeader();
+    Bytes bytes;
+    bytes.push_back(static_cast<u8>(0x80 | header.padding << 5 | header.extension << 4));
+    bytes.push_back(static_cast<u8>(header.marker << 7 | header.payloadType));
+    PutBigEndian(bytes, header.sequenceNumber, 2);
+    PutBigEndian(bytes, m_time, 4);
+    PutBigEndian(bytes, m_sender.Source(), 4);
+    kt::CRTPBaseConstructor* constructor = nullptr;
+    for (u32 number = 1; packet.GetConstructor(number, &constructor) == kt::MP4_OK; ++number)
+      Append(bytes, constructor);
+    return bytes;
+  }
+
+  void Append(Bytes& packet, kt::CRTPBaseConstructor* constructor) {
+    u8 type = 0;
+    Require(constructor->GetConstructorType(&type), "read a hint");
+    if (type == kt::RTP_CONSTRUCTOR_NO_OP) return;
+    if (type == kt::RTP_CONSTRUCTOR_IMMEDIATE) {
+      const auto data = static_cast<kt::CRTPImmediateConstructor*>(constructor)->Data();
+      packet.insert(packet.end(), data.begin(), data.end());
+      return;
+    }
+    if (type != kt::RTP_CONSTRUCTOR_SAMPLE || !m_media) throw std::runtime_error("cannot follow a hint");
+    const auto& piece = *static_cast<kt::CRTPSampleConstructor*>(constructor);
+    const Bytes& sample = m_media->Read(piece.SampleNumber());
+    if (piece.SampleOffset() > sample.size() || piece.Length() > sample.size() - piece.SampleOffset()) {
+      throw std::runtime_error("a hint reaches beyond its sample");
+    }
+    const auto begin = sample.begin() + piece.SampleOffset();
+    packet.insert(packet.end(), begin, begin + piece.Length());
+  }
+
+  Samples m_hints;
+  std::unique_ptr<Samples> m_media;
+  Sender m_sender;
+  u32 m_count = 0;
+  u32 m_clock = 1;
+  u32 m_next = 1;
+  u64 m_time = 0;
+  u64 m_packets = 0;
+};
+
+std::vector<u32> HintTracks(kt::CMp4File& file) {
+  u32 count = 0;
+  Require(file.GetTrackCount(&count), "count the tracks");
+  std::vector<u32> found;
+  for (u32 index = 1; index <= count; ++index) {
+    u32 kind = 0;
+    if (Samples(file, index).Track().GetTrackType(&kind) == kt::MP4_OK && kind == kt::MP4_KIND_HINT)
+      found.push_back(index);
+  }
+  if (found.empty()) throw std::runtime_error("there is no hint track");
+  return found;
+}
+
+// What players need to receive the packets: a session, then the blocks that the file holds, with their ports.
+void PrintSdp(kt::CMp4File& file, const Arguments& arguments) {
+  std::printf("v=0\r\no=- 0 0 IN IP4 %s\r\ns=rtp_send\r\nc=IN IP4 %s\r\nt=0 0\r\n", arguments.address.c_str(),
+              arguments.address.c_str());
+  std::vector<char> text(1 << 16);
+  if (file.GetMovieSdp(text.data(), static_cast<u32>(text.size())) == kt::MP4_OK)
+    std::fputs(text.data(), stdout);
+  unsigned port = arguments.port;
+  for (const u32 index : HintTracks(file)) {
+    kt::CMp4HintTrack* track = nullptr;
+    Require(file.OpenHintTrack(index, &track), "open hint track " + std::to_string(index));
+    const std::unique_ptr<kt::CMp4HintTrack> owner(track);
+    Require(track->GetTrackSdp(text.data(), static_cast<u32>(text.size())), "read the session description");
+    std::string block = text.data();
+    block.replace(block.find(" 0 "), 3, " " + std::to_string(port) + " ");
+    std::fputs(block.c_str(), stdout);
+    port += 2;
+  }
+}
+
+void Send(kt::CMp4File& file, const Arguments& arguments) {
+  using Clock = std::chrono::steady_clock;
+  std::vector<std::unique_ptr<Stream>> streams;
+  u16 port = arguments.port;
+  for (const u32 index : HintTracks(file)) {
+    streams.push_back(std::make_unique<Stream>(file, index, arguments.address, port));
+    port = static_cast<u16>(port + 2);
+  }
+  const Clock::time_point begin = Clock::now();
+  for (;;) {
+    Stream* next = nullptr;
+    for (const auto& stream : streams) {
+      if (!stream->IsAtEnd() && (next == nullptr || stream->NextTime() < next->NextTime()))
+        next = stream.get();
+    }
+    if (next == nullptr) break;
+    if (arguments.rate > 0) {
+      const std::chrono::duration<double> wait(next->NextTime() / arguments.rate);
+      std::this_thread::sleep_until(begin + std::chrono::duration_cast<Clock::duration>(wait));
+    }
+    next->SendNext();
+  }
+  // A farewell that a receiver finds beside packets which it has not looked at yet would end them.
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  u64 packets = 0;
+  for (const auto& stream : streams) {
+    stream->End();
+    packets += stream->Packets();
+  }
+  std::fprintf(stderr, "%llu packets sent\n", static_cast<unsigned long long>(packets));
+}
+
+bool Parse(int argc, char** argv, Arguments& arguments) {
+  for (int at = 1; at < argc; ++at) {
+    const std::string word = argv[at];
+    const bool hasValue = at + 1 < argc;
+    if (word == "--sdp") {
+      arguments.printsSdp = true;
+    } else if (word == "--rate" && hasValue) {
+      arguments.rate = std::atof(argv[++at]);
+    } else if (word == "--port" && hasValue) {
+      arguments.port = static_cast<u16>(std::atoi(argv[++at]));
+    } else if (word == "--to" && hasValue) {
+      arguments.address = argv[++at];
+    } else if (arguments.file.empty() && !word.starts_with("--")) {
+      arguments.file = word;
+    } else {
+      return false;
+    }
+  }
+  return !arguments.file.empty();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Arguments arguments;
+  if (!Parse(argc, argv, arguments)) {
+    std::fprintf(stderr,
+                 "rtp_send [--sdp] [--to ADDRESS] [--port N] [--rate R] FILE\n"
+                 "  --sdp   print the session description for the same arguments, and send nothing\n"
+                 "  --to    an IPv4 address [127.0.0.1]\n"
+                 "  --port  of the first hint track; the others follow in twos [5004]\n"
+                 "  --rate  1 sends by the time stamps, 2 twice as fast, 0 as fast as it goes [1]\n");
+    return 2;
+  }
+  try {
+    kt::CMp4File* made = nullptr;
+    Require(kt::CreateMp4File(&made), "make a file object");
+    const std::unique_ptr<kt::CMp4File> file(made);
+    Require(file->Open(arguments.file.c_str(), kt::MP4_MODE_READ, kt::MP4_TYPE_MP4), "open the file");
+    arguments.printsSdp ? PrintSdp(*file, arguments) : Send(*file, arguments);
+    return 0;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s: %s\n", arguments.file.c_str(), failure.what());
+    return 1;
+  }
+}

@@ -1,0 +1,401 @@
+#!/usr/bin/env python3
+"""Hinted files on their way over loopback: what receivers get is what was hinted.
+
+usage: receive_hinted.py KTMP4 RTP_SEND MEDIA_FOLDER
+
+Real files are hinted in several ways. From the dump of the hints and the samples of the original the packets are put
+together here once more, and the sender's packets have to equal them, byte for byte and with the numbers of the session
+description. ffmpeg, given that description, has to hand back the hinted samples; what it cannot receive (captions,
+sound in fragments) is taken apart here. Every wait has a deadline.
+"""
+
+import collections
+import json
+import pathlib
+import re
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+
+from compare_with_ffprobe import ffprobe, run, samples_of
+
+DEADLINE = 30  # seconds
+HINT = 3  # the kind of a hint track
+
+SCRIPT = """Scenarist_SCC V1.0
+
+00:00:00:00\t9420 9420 94ae 94ae 9470 9470 c845 4c4c 4f80 942f 942f
+
+00:00:02:00\t942c 942c
+"""
+
+
+def free_ports(count):
+    """The first of so many even ports, each with the odd one above it, that nobody holds."""
+    for first in range(21000, 60000, 2 * count):
+        held = []
+        try:
+            for port in range(first, first + 2 * count):
+                held.append(socket.socket(socket.AF_INET, socket.SOCK_DGRAM))
+                held[-1].bind(("127.0.0.1", port))
+            return first
+        except OSError:
+            continue
+        finally:
+            for one in held:
+                one.close()
+    raise AssertionError("there are no free ports")
+
+
+class Hints:
+    """The hint samples of a file by its dump, each as the packets that it describes."""
+
+    CONSTRUCTORS = re.compile(
+        r"Data count = (\d+) Data:([ 0-9a-f]*)|Length = (\d+) Sample number (\d+)\s+Sample offset = (\d+)"
+    )
+
+    def __init__(self, ktmp4, file, original):
+        text = run(ktmp4, "hints", file).decode()
+        self.samples = {}  # of the media tracks: number to bytes
+        self.tracks = {}  # hint track to its packets: (time, sequence, marker, payload type, payload, pieces)
+        self.media = {}  # hint track to media track
+        self.original = original
+        parts = re.split(r"^track (\d+), sample (\d+): time (\d+), from track (\d+)$", text, flags=re.M)
+        for at in range(1, len(parts), 5):
+            track, _, when, media = map(int, parts[at : at + 4])
+            self.media[track] = media
+            self.tracks.setdefault(track, []).extend(self.packets(parts[at + 4], when, self.media_samples(ktmp4, media)))
+
+    def media_samples(self, ktmp4, track):
+        if track not in self.samples:
+            with tempfile.TemporaryDirectory() as folder:
+                whole = pathlib.Path(folder) / "bytes"
+                run(ktmp4, "extract", "--track", track, self.original, whole)
+                data = whole.read_bytes()
+            at, found = 0, {}
+            for row in samples_of(ktmp4, self.original, track):
+                found[row["sample"]] = data[at : at + row["size"]]
+                at += row["size"]
+            self.samples[track] = found
+        return self.samples[track]
+
+    def packets(self, text, when, samples):
+        for packet in text.split("Relative time: ")[1:]:
+            marker = int(re.search(r"M:(\d)", packet)[1])
+            payload_type = int(re.search(r"Payload type: (\d+)", packet)[1])
+            sequence = int(re.search(r"sequence seed: (\d+)", packet)[1])
+            payload, pieces = b"", []
+            for count, data, length, number, offset in self.CONSTRUCTORS.findall(packet):
+                if count:
+                    payload += bytes.fromhex(data)[: int(count)]
+                else:
+                    piece = samples[int(number)][int(offset) :][: int(length)]
+                    if len(piece) != int(length):
+                        raise AssertionError(f"sample {number} has no {length} bytes behind {offset}")
+                    payload += piece
+                    pieces.append(int(number))
+            yield when, sequence, marker, payload_type, payload, pieces
+
+    def hinted(self, track):
+        """The bytes of the samples that the packets of a track carry, in order."""
+        numbers = sorted({number for packet in self.tracks[track] for number in packet[5]})
+        return [self.samples[self.media[track]][number] for number in numbers]
+
+
+class Session:
+    """A session description, checked line by line."""
+
+    # RFC 4566, clauses 5 and 9, as far as such a text can have the lines.
+    NUMBER = r"(0|[1-9]\d*)"
+    SESSION = [
+        ("v", r"0", 1, 1),
+        ("o", rf"\S+ {NUMBER} {NUMBER} IN IP4 127\.0\.0\.1", 1, 1),
+        ("s", r"[^\0\r\n]+", 1, 1),
+        ("c", r"IN IP4 127\.0\.0\.1", 1, 1),
+        ("t", r"0 0", 1, 1),
+        ("a", r"[!#-'*+\-.0-9A-Z^-~]+(:[^\0\r\n]+)?", 0, 9),
+    ]
+    MEDIA = [
+        ("m", rf"(audio|video|text) {NUMBER} RTP/AVP (9[6-9]|1[01]\d|12[0-7])", 1, 1),
+        ("b", rf"AS:{NUMBER}", 1, 1),
+        SESSION[-1],
+    ]
+
+    def __init__(self, text):
+        if not text.endswith("\r\n") or "\n" in text.replace("\r\n", ""):
+            raise AssertionError("a line does not end with CR LF")
+        lines = text.split("\r\n")[:-1]
+        heads = [at for at, line in enumerate(lines) if line.startswith("m=")] + [len(lines)]
+        self.expect(lines[: heads[0]], self.SESSION)
+        self.session = self.attributes(lines[: heads[0]])
+        self.media = []
+        for begin, end in zip(heads, heads[1:]):
+            self.expect(lines[begin:end], self.MEDIA)
+            self.media.append((lines[begin].split(), self.attributes(lines[begin:end])))
+
+    @staticmethod
+    def expect(lines, grammar):
+        at = 0
+        for letter, pattern, fewest, most in grammar:
+            count = 0
+            while at < len(lines) and count < most and re.fullmatch(f"{letter}={pattern}", lines[at]):
+                at, count = at + 1, count + 1
+            if count < fewest:
+                raise AssertionError(f"{letter}= is missing or malformed ahead of {lines[at:at + 1]}")
+        if at < len(lines):
+            raise AssertionError(f"unexpected line {lines[at]}")
+
+    @staticmethod
+    def attributes(lines):
+        return dict(line[2:].split(":", 1) for line in lines if line.startswith("a="))
+
+
+def check_numbers(ktmp4, file, session, hints, sources):
+    """The description against the file, the packets and what ffprobe says of the original."""
+    tracks = {track["index"]: track for track in json.loads(run(ktmp4, "info", "--json", file))["tracks"]}
+    if [track for track in tracks if tracks[track]["kind"] == HINT] != sorted(hints.tracks):
+        raise AssertionError("not every hint track has hints")
+    for (line, attributes), hint in zip(session.media, sorted(hints.tracks), strict=True):
+        payload_type, media = line[3], hints.media[hint]
+        encoding, clock = attributes["rtpmap"].split()[1].split("/")[:2]
+        facts = {
+            "control": (attributes["control"], f"trackID={hint}"),
+            "esid": (attributes.get("mpeg4-esid", str(media)), str(media)),
+            "clock": (int(clock), tracks[hint]["timeScale"]),
+            "rtpmap": (attributes["rtpmap"].split()[0], payload_type),
+            "fmtp": (attributes["fmtp"].split()[0], payload_type),
+            "packets": ({packet[3] for packet in hints.tracks[hint]}, {int(payload_type)}),
+            "first": (hints.tracks[hint][0][1], 0),
+        }
+        config = re.search(r"config=([0-9A-F]*)$", attributes["fmtp"])[1]
+        if encoding in ("mpeg4-generic", "MP4V-ES"):
+            facts["config"] = (bytes.fromhex(config), sources[media].config)
+        elif encoding == "MP4A-LATM":  # the decoder's set-up stands 15 bits behind the start
+            bits = "".join(f"{byte:08b}" for byte in bytes.fromhex(config))
+            inside = "".join(f"{byte:08b}" for byte in sources[media].config)
+            facts["config"] = (bits[15 : 15 + len(inside)], inside)
+        # Other first bytes may be taken for the mark of an escaped sampling frequency.
+        if encoding == "mpeg4-generic" and sources[media].config[0] & 7 == 0:
+            facts["channels"] = (attributes["rtpmap"].split("/")[2], str(sources[media].channels))
+        for name, (found, wanted) in facts.items():
+            if found != wanted:
+                raise AssertionError(f"hint track {hint}, {name}: {found}, not {wanted}")
+
+
+Source = collections.namedtuple("Source", "config channels")
+
+
+def sources_of(file):
+    """The decoder set-up of each track and its channels, by index from 1."""
+    streams = ffprobe(file, "-show_data", "-show_entries", "stream=index,channels,extradata")["streams"]
+    found = {}
+    for stream in streams:
+        rows = [row.split(":", 1)[1][1:41] for row in stream.get("extradata", "").splitlines() if ":" in row]
+        config = bytes.fromhex("".join(rows).replace(" ", ""))
+        found[stream["index"] + 1] = Source(config, stream.get("channels"))
+    return found
+
+
+# Packets as they come from the sender.
+
+
+class Receiver:
+    def __init__(self, first, count):
+        self.sockets = []
+        for port in range(first, first + 2 * count):
+            one = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+            one.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 22)
+            one.bind(("127.0.0.1", port))
+            one.settimeout(DEADLINE)
+            self.sockets.append(one)
+
+    def receive(self, stream, count):
+        """So many packets of a stream, as the hints name them, and then its farewell."""
+        sources, found = set(), []
+        for _ in range(count):
+            packet = self.sockets[2 * stream].recv(1 << 16)
+            first, second, sequence, when, source = struct.unpack(">BBHII", packet[:12])
+            if first != 0x80:
+                raise AssertionError(f"an RTP header begins with {first:#x}")
+            sources.add(source)
+            found.append((when, sequence, second >> 7, second & 127, packet[12:]))
+        farewell = self.sockets[2 * stream + 1].recv(1 << 16)
+        (source,) = sources
+        if farewell != struct.pack(">IIII", 0x80C90001, source, 0x81CB0001, source):
+            raise AssertionError(f"the farewell is {farewell.hex()}")
+        return found
+
+    def close(self):
+        for one in self.sockets:
+            one.close()
+
+
+def access_units(packets):
+    """Sound in AAC-hbr (RFC 3640), with fragments that carry no header behind the first."""
+    units, pending, wanted = [], b"", 0
+    for *_, marker, _, payload in packets:
+        if wanted:
+            pending += payload
+        else:
+            bits = int.from_bytes(payload[:2], "big")
+            headers = struct.unpack(f">{bits // 16}H", payload[2 : 2 + bits // 8])
+            if any(header & 7 for header in headers):
+                raise AssertionError("units are left out between two of a packet")
+            at = 2 + bits // 8
+            if len(headers) == 1 and headers[0] >> 3 > len(payload) - at:
+                pending, wanted = payload[at:], headers[0] >> 3
+                if marker:
+                    raise AssertionError("a first fragment is marked as the last")
+                continue
+            for header in headers:
+                units.append(payload[at : at + (header >> 3)])
+                at += header >> 3
+            if at != len(payload):
+                raise AssertionError("bytes are left over behind the units")
+        if wanted and len(pending) >= wanted:
+            if len(pending) != wanted or not marker:
+                raise AssertionError("a fragment does not end where its unit ends")
+            units.append(pending)
+            wanted = 0
+    return units
+
+
+def caption_pairs(packets):
+    """Captions ("608B"): a byte 0 ahead of whole samples, which have three bytes each here."""
+    if any(payload[0] != 0 for *_, payload in packets):
+        raise AssertionError("a caption packet does not begin with 0")
+    return [payload[at : at + 3] for *_, payload in packets for at in range(1, len(payload), 3)]
+
+
+def pictures(packets):
+    """MPEG-4 visual (RFC 3016): the last packet of a picture is marked."""
+    whole, pending = [], b""
+    for *_, marker, _, payload in packets:
+        pending += payload
+        if marker:
+            whole.append(pending)
+            pending = b""
+    return whole
+
+
+def check_sender(rtp_send, file, hints, takers):
+    first = free_ports(len(hints.tracks))
+    receiver = Receiver(first, len(hints.tracks))
+    try:
+        run_with_deadline(rtp_send, "--port", first, "--rate", 0, file)
+        for stream, (track, packets) in enumerate(sorted(hints.tracks.items())):
+            received = receiver.receive(stream, len(packets))
+            for number, (found, wanted) in enumerate(zip(received, packets), 1):
+                if found != wanted[:5]:
+                    raise AssertionError(f"hint track {track}, packet {number}: {found}, not {wanted}")
+            if takers[stream] and takers[stream](received) != hints.hinted(track):
+                raise AssertionError(f"hint track {track}: the payload does not give the samples back")
+    finally:
+        receiver.close()
+
+
+def run_with_deadline(*command):
+    done = subprocess.run([str(part) for part in command], capture_output=True, timeout=DEADLINE)
+    if done.returncode != 0:
+        raise RuntimeError(f"{command[0]}: exit code {done.returncode}: {done.stderr.decode(errors='replace').strip()}")
+
+
+def wait_for_ports(ports, process):
+    """Until somebody holds all of these UDP ports."""
+    wanted = {f"{port:04X}" for port in ports}
+    end = time.monotonic() + DEADLINE
+    while time.monotonic() < end and process.poll() is None:
+        rows = pathlib.Path("/proc/net/udp").read_text().splitlines()[1:]
+        if wanted <= {row.split()[1].split(":")[1] for row in rows}:
+            return
+        time.sleep(0.02)
+    raise AssertionError("the receiver does not listen")
+
+
+def check_ffmpeg(ktmp4, rtp_send, file, hints, folder):
+    """ffmpeg gives every hinted sample back: as packets where its framing is that of the samples, and joined."""
+    count = len(hints.tracks)
+    first = free_ports(count)
+    description = folder / "session.sdp"
+    description.write_bytes(run(ktmp4, "sdp", "--full", "--port", first, file))
+    command = ["ffmpeg", "-nostdin", "-v", "error", "-y", "-protocol_whitelist", "file,udp,rtp", "-buffer_size", 1 << 20]
+    command += ["-i", description]
+    for stream in range(count):
+        for muxer in ("data", "framemd5"):
+            command += ["-map", f"0:{stream}", "-c", "copy", "-f", muxer, folder / f"{stream}.{muxer}"]
+    ffmpeg = subprocess.Popen([str(part) for part in command], stderr=subprocess.PIPE)
+    try:
+        wait_for_ports(range(first, first + 2 * count), ffmpeg)
+        run_with_deadline(rtp_send, "--port", first, "--rate", 10, file)
+        _, complaints = ffmpeg.communicate(timeout=DEADLINE)
+    finally:
+        if ffmpeg.poll() is None:
+            ffmpeg.kill()
+            ffmpeg.wait()
+    for stream, track in enumerate(sorted(hints.tracks)):
+        wanted = hints.hinted(track)
+        if (folder / f"{stream}.data").read_bytes() != b"".join(wanted):
+            raise AssertionError(f"hint track {track}: ffmpeg receives other bytes: {complaints.decode()[:300]}")
+        rows = [row.split(",") for row in (folder / f"{stream}.framemd5").read_text().splitlines() if row[0] != "#"]
+        if [int(row[4]) for row in rows] != [len(sample) for sample in wanted]:
+            raise AssertionError(f"hint track {track}: ffmpeg receives other packets")
+
+
+def add_captions(ktmp4, file, folder):
+    script, movie = folder / "captions.scc", folder / "captions.mp4"
+    script.write_text(SCRIPT)
+    run(ktmp4, "add-captions", file, script, movie)
+    return movie
+
+
+AAC, VISUAL, CAPTIONS = access_units, pictures, caption_pairs
+LATM = None  # left to ffmpeg
+
+# File, options, who takes the payload of each hint track apart, and whether ffmpeg receives it as well.
+CASES = [
+    ("aac.m4a", ["--packet-size", "1400"], [AAC], True),
+    ("aac.m4a", ["--packet-size", "1400", "--samples-per-packet", "3"], [AAC], True),
+    ("aac.m4a", ["--packet-size", "100"], [AAC], False),
+    ("aac.m4a", ["--aac", "latm", "--packet-size", "1000"], [LATM], True),
+    ("aac.m4a", ["--aac", "latm", "--packet-size", "1400", "--samples-per-packet", "1"], [LATM], True),
+    ("bframes-aac.mp4", ["--packet-size", "1400"], [VISUAL, AAC], True),
+    ("bframes-aac.mp4", ["--aac", "latm", "--packet-size", "700"], [VISUAL, LATM], True),
+    ("ntsc-faststart.mp4", ["--type", "3gp"], [VISUAL], True),
+    ("captions", ["--packet-size", "1400"], [VISUAL, CAPTIONS], False),
+]
+
+
+def check_case(ktmp4, rtp_send, media, name, options, takers, by_ffmpeg, folder):
+    file = add_captions(ktmp4, media / "ntsc-faststart.mp4", folder) if name == "captions" else media / name
+    hinted = folder / "hinted.mp4"
+    run(ktmp4, "hint", *options, file, hinted)
+    hints = Hints(ktmp4, hinted, file)
+    check_numbers(ktmp4, hinted, Session(run(ktmp4, "sdp", "--full", hinted).decode()), hints, sources_of(file))
+    check_sender(rtp_send, hinted, hints, takers)
+    if by_ffmpeg:
+        check_ffmpeg(ktmp4, rtp_send, hinted, hints, folder)
+    return sum(len(packets) for packets in hints.tracks.values())
+
+
+def main():
+    ktmp4, rtp_send, media = sys.argv[1:]
+    failures = 0
+    for name, options, takers, by_ffmpeg in CASES:
+        label = " ".join([name, *options])
+        with tempfile.TemporaryDirectory() as folder:
+            try:
+                count = check_case(
+                    ktmp4, rtp_send, pathlib.Path(media), name, options, takers, by_ffmpeg, pathlib.Path(folder)
+                )
+                print(f"{label}: {count} packets")
+            except (AssertionError, RuntimeError, OSError, subprocess.TimeoutExpired) as problem:
+                print(f"{label}: {problem}")
+                failures += 1
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

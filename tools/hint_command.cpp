@@ -1,0 +1,123 @@
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/arguments.h"
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/movie_copy.h"
+#include "tools/track_hinting.h"
+
+namespace kt {
+namespace {
+
+struct HintArguments {
+  std::string file;
+  CopyTarget target;
+  HintWishes wishes;
+};
+
+// The tracks that the scene of an MPEG-4 file shows, by index; 0 for none.
+struct Scene {
+  u32 video = 0;
+  u32 audio = 0;
+  u32 text = 0;
+};
+
+// The first track of each kind, which is the one that the file's description speaks of.
+Scene SceneOf(const MovieCopy& copy) {
+  Scene scene;
+  u32 index = 0;
+  for (const auto& track : copy.Copies()) {
+    u32* const place = track->Kind() == MP4_KIND_VIDEO   ? &scene.video
+                       : track->Kind() == MP4_KIND_AUDIO ? &scene.audio
+                                                         : &scene.text;
+    if (++index, *place == 0) *place = index;
+  }
+  return scene;
+}
+
+void RequireScene(const MovieCopy& copy, const Scene& scene) {
+  const std::string remedy = "; --type 3gp makes a file that does without";
+  if (scene.video == 0 && scene.audio == 0) {
+    throw Failure("cannot make a hinted file of type mp4: it needs video or sound for its scene" + remedy);
+  }
+  for (const u32 index : {scene.video, scene.audio}) {
+    if (index == 0) continue;
+    const TrackCopy& track = *copy.Copies()[index - 1];
+    if (track.Format() == MP4_FORMAT_MP4V || track.Format() == MP4_FORMAT_MP4A) continue;
+    throw Failure("cannot make a hinted file of type mp4: " + track.Name() +
+                  " (H.263 or AMR) has no ES descriptor, which its scene needs" + remedy);
+  }
+}
+
+std::vector<TrackHinting> PlanHints(const MovieCopy& copy, const HintWishes& wishes, const Notes& notes) {
+  constexpr std::size_t kPayloadNumbers = 128 - 96;  // the dynamic ones
+  std::vector<TrackHinting> plan;
+  u32 index = 0;
+  for (const auto& track : copy.Copies()) {
+    TrackHinting hinting(*track, ++index, wishes);
+    std::string obstacle = hinting.Obstacle();
+    if (plan.size() == kPayloadNumbers) obstacle = "there are no payload numbers left";
+    if (!obstacle.empty()) {
+      notes(track->Name() + " is copied and not hinted: " + obstacle);
+      continue;
+    }
+    if (const std::string loss = hinting.Loss(); !loss.empty()) notes(loss);
+    plan.push_back(std::move(hinting));
+  }
+  if (plan.empty()) throw Failure("there is no track that can be hinted");
+  return plan;
+}
+
+void Hint(const HintArguments& arguments) {
+  const Notes notes = NotesOf("hint");
+  MovieCopy copy(arguments.file, arguments.target, notes);
+  copy.Choose({});
+  copy.Examine();
+  const std::vector<TrackHinting> plan = PlanHints(copy, arguments.wishes, notes);
+  const bool hasScene = copy.Type() == MP4_TYPE_MP4;
+  const Scene scene = SceneOf(copy);
+  if (hasScene) RequireScene(copy, scene);
+  copy.Write([&](CMp4File& output) {
+    if (hasScene) {
+      if (const Mp4Result result = output.AddSceneTracks(scene.video, scene.audio, scene.text)) {
+        throw ResultFailure("cannot add the tracks of the scene", result);
+      }
+    }
+    for (const TrackHinting& hinting : plan) hinting.Add(output);
+  });
+}
+
+}  // namespace
+
+void AddHintCommand(CLI::App& program) {
+  CLI::App* command =
+      program.add_subcommand("hint", "Copy a file and add hint tracks, by which servers stream it");
+  const auto arguments = std::make_shared<HintArguments>();
+  const std::map<std::string, bool> framings = {{"generic", false}, {"latm", true}};
+  command->add_option("--aac", arguments->wishes.latm, "How AAC is packed: generic (AAC-hbr) or latm")
+      ->type_name("FRAMING")
+      ->transform(CLI::CheckedTransformer(framings).description(""));
+  command->add_option("--packet-size", arguments->wishes.packetSize, "Bytes of payload in a packet [500]")
+      ->type_name("N")
+      ->check(CLI::Range(16, 65535).description(""));
+  command
+      ->add_option("--samples-per-packet", arguments->wishes.samplesPerPacket,
+                   "Frames of sound in a packet at most [generic 1, latm 3]")
+      ->type_name("N")
+      ->check(CLI::Range(1, 64).description(""));
+  AddTypeOption(*command, &arguments->target.type);
+  command->add_option("IN", arguments->file, "The file to read")->required()->type_name("");
+  AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
+  command->footer(
+      "Tracks are copied as by \"ktmp4 remux\"; those of MPEG-4 visual, AAC and Line 21 get a hint track\n"
+      "each, and standard error says which others do not and why. A file of type mp4 also gets the object\n"
+      "descriptor and scene tracks that its session description needs. The samples that still gather for a\n"
+      "packet at the end of a track are not hinted: the last one, or up to three of LATM. Captions go as\n"
+      "\"608B\", a payload format of this program's own. \"ktmp4 sdp\" prints the session description.");
+  command->callback([arguments] { Hint(*arguments); });
+}
+
+}  // namespace kt

@@ -1,0 +1,95 @@
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tools/arguments.h"
+#include "tools/commands.h"
+#include "tools/failure.h"
+#include "tools/input_file.h"
+#include "tools/standard_streams.h"
+
+namespace kt {
+namespace {
+
+struct SdpArguments {
+  std::string file;
+  bool full = false;
+  u32 port = 5004;  // RFC 3551, 8
+};
+
+// A text of the file; empty when there is none.
+std::string TextOf(const std::string& what, u64 fileSize,
+                   const std::function<Mp4Result(char* buffer, u32 size)>& get) {
+  // The text is a part of the file, so that it cannot be longer.
+  for (std::string text(1024, '\0');; text.resize(text.size() * 2)) {
+    const Mp4Result result = get(text.data(), static_cast<u32>(text.size()));
+    if (result == MP4_OK) return text.c_str();
+    if (result == MP4_NOT_FOUND) return {};
+    if (result != MP4_BUFFER_TOO_SMALL || text.size() > fileSize) throw ResultFailure(what, result);
+  }
+}
+
+// What a server puts ahead (RFC 4566, 5). The name of the session is that of the file.
+std::string SessionLines(const std::string& file) {
+  std::string name;
+  for (const char letter : file.substr(file.find_last_of("/\\") + 1)) {
+    name += static_cast<unsigned char>(letter) < ' ' ? '_' : letter;
+  }
+  return "v=0\r\no=- 0 0 IN IP4 127.0.0.1\r\ns=" + (name.empty() ? "-" : name) +
+         "\r\nc=IN IP4 127.0.0.1\r\nt=0 0\r\n";
+}
+
+// A block of the file leaves the port open.
+std::string WithPort(const std::string& block, u32 port) {
+  const std::size_t begin = block.find(' ');
+  const std::size_t end = block.find(' ', begin + 1);
+  if (!block.starts_with("m=") || begin == std::string::npos || end == std::string::npos) return block;
+  return block.substr(0, begin + 1) + std::to_string(port) + block.substr(end);
+}
+
+void PrintSessionDescription(const SdpArguments& arguments) {
+  InputFile input(arguments.file);
+  input.RequireOpen();
+  const std::string operation = "cannot read the session description of " + Quoted(arguments.file);
+  const std::string movie = TextOf(operation, input.Size(), [&](char* buffer, u32 size) {
+    return input.File().GetMovieSdp(buffer, size);
+  });
+  std::vector<std::string> blocks;
+  for (const u32 index : input.HintTracks(NotesOf("sdp"))) {
+    const std::unique_ptr<CMp4HintTrack> track = input.OpenHintTrack(index);
+    blocks.push_back(TextOf(operation + ", hint track " + std::to_string(index), input.Size(),
+                            [&](char* buffer, u32 size) { return track->GetTrackSdp(buffer, size); }));
+  }
+  if (movie.empty() && blocks.empty()) {
+    throw Failure("there is no session description in " + Quoted(arguments.file));
+  }
+  if (arguments.full) Print(SessionLines(arguments.file));
+  Print(movie);
+  u32 port = arguments.port;
+  for (const std::string& block : blocks) {
+    Print(arguments.full ? WithPort(block, port) : block);
+    port += 2;
+  }
+}
+
+}  // namespace
+
+void AddSdpCommand(CLI::App& program) {
+  CLI::App* command = program.add_subcommand("sdp", "Print the session description of a hinted file");
+  const auto arguments = std::make_shared<SdpArguments>();
+  CLI::Option* full = command->add_flag("--full", arguments->full,
+                                        "With the lines that a server adds, so that players take it");
+  command->add_option("--port", arguments->port, "Port of the first stream; the others follow in twos [5004]")
+      ->type_name("N")
+      ->needs(full)
+      ->check(CLI::Range(1, 65534).description(""));
+  AddFileArgument(*command, &arguments->file);
+  command->footer(
+      "The block of the movie and the blocks of the hint tracks, as they stand in the file (RFC 4566). "
+      "--full\n"
+      "puts a session for this very machine (127.0.0.1) ahead and fills in the ports.");
+  command->callback([arguments] { PrintSessionDescription(*arguments); });
+}
+
+}  // namespace kt

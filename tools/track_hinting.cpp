@@ -1,0 +1,79 @@
+#include "tools/track_hinting.h"
+
+#include <limits>
+
+#include "hint/mp4_hint_track.h"
+#include "tools/failure.h"
+
+namespace kt {
+namespace {
+
+constexpr u32 kAacOverhead = 4;         // of a packet with one frame: the AU-headers-length and one AU header
+constexpr u32 kLargestAacFrame = 8191;  // 13 bits
+// LATM tells a length in steps of 255, in at most 14 bytes here.
+constexpr u32 kLargestLatmFrame = 14 * 255 - 1;
+
+std::string Bytes(u32 count) {
+  return std::to_string(count) + " bytes";
+}
+
+}  // namespace
+
+TrackHinting::TrackHinting(const TrackCopy& media, u32 trackIndex, const HintWishes& wishes)
+    : m_media(media), m_trackIndex(trackIndex), m_wishes(wishes) {
+  Choose();
+}
+
+void TrackHinting::Choose() {
+  switch (m_media.Kind()) {
+    case MP4_KIND_VIDEO:
+      m_hintType = MP4_HINT_VIDEO;
+      if (m_media.Format() != MP4_FORMAT_MP4V) m_obstacle = "there are packets for MPEG-4 visual alone";
+      return;
+    case MP4_KIND_AUDIO:
+      m_hintType = m_wishes.latm ? MP4_HINT_LATM : MP4_HINT_AAC;
+      m_obstacle = m_media.Format() != MP4_FORMAT_MP4A ? "there are packets for AAC alone"
+                   : m_wishes.latm                     ? LatmObstacle()
+                                                       : "";
+      return;
+    default:
+      m_hintType = MP4_HINT_CAPTION;
+  }
+}
+
+std::string TrackHinting::LatmObstacle() const {
+  const u32 size = m_media.LargestSize();
+  const u32 needed = size / 255 + size + 1;
+  if (needed <= m_wishes.packetSize && size <= kLargestLatmFrame) return {};
+  return "sample " + std::to_string(m_media.LargestSample()) + " has " + Bytes(size) +
+         ", and LATM does not cut frames; " +
+         (size <= kLargestLatmFrame ? "--packet-size " + std::to_string(needed) + " would take it"
+                                    : "it takes " + Bytes(kLargestLatmFrame) + " at most");
+}
+
+std::string TrackHinting::Loss() const {
+  const u32 size = m_media.LargestSize();
+  if (m_hintType != MP4_HINT_AAC) return {};
+  const std::string sample =
+      "sample " + std::to_string(m_media.LargestSample()) + " of " + m_media.Name() + " has " + Bytes(size);
+  if (size > kLargestAacFrame) return sample + ", which its packet cannot tell: AAC-hbr counts to 8191";
+  if (size + kAacOverhead <= m_wishes.packetSize) return {};
+  return sample + " and is cut; receivers need whole frames, which --packet-size " +
+         std::to_string(size + kAacOverhead) + " gives them";
+}
+
+void TrackHinting::Add(CMp4File& output) const {
+  CMp4HintTrack* added = nullptr;
+  Mp4Result result = output.AddHintTrack(&added, m_hintType);
+  std::unique_ptr<CMp4HintTrack> track(added);
+  if (!result) result = track->AddReferencedTrack(m_trackIndex);
+  if (!result) result = track->SetMaxPacketSize(m_wishes.packetSize);
+  if (!result && m_media.Kind() == MP4_KIND_AUDIO && m_wishes.samplesPerPacket) {
+    result = track->SetMaxSamplesPerPacket(*m_wishes.samplesPerPacket);
+  }
+  if (!result) result = output.CloseHintTrack(track.get());
+  if (result) throw ResultFailure("cannot hint " + m_media.Name(), result);
+  static_cast<void>(track.release());  // deleted
+}
+
+}  // namespace kt
