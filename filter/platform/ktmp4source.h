@@ -118,8 +118,9 @@ IMetadataStorage : public IUnknown {
 /// An application that wants to be called makes a file mapping of this size under a name of its own, writes
 /// its `ICaptionCallback`, marshalled with `CoMarshalInterface` for IID_ICaptionCallback, to the begin of the
 /// mapping, and loads a URL with "&mdccid=NAME" first behind the path. The mapping has to stand until the
-/// first call. Where callback and filter live in different processes or apartments, the system has to know
-/// how to marshal the interface: register ktmp4captionps.dll.
+/// first call. The system has to know how to marshal the interface: register ktmp4captionps.dll, once for
+/// each bitness of process that takes part. (In the filter's own process a callback that aggregates the
+/// free-threaded marshaler does without.) The filter never gives the callback back.
 constexpr DWORD KTMP4_CALLBACK_MAPPING_SIZE = 20000;
 
 constexpr GUID IID_ICaptionCallback = {

@@ -6,7 +6,6 @@
 
 #include "hint/rtp_hint_sample_entry.h"
 #include "support/box_probe.h"
-#include "support/temp_file.h"
 
 namespace kt::test {
 namespace {
@@ -40,17 +39,11 @@ TEST(BoxHeader, TakesEveryFormOfTheSize) {
   };
   for (const auto& test : cases) {
     SCOPED_TRACE(test.name);
-    Bytes bytes = test.bytes;
-    CMemoryStorage storage;
-    ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
     CBox box;
-    EXPECT_EQ(test.result, box.Deserialize(&storage));
+    EXPECT_EQ(test.result, box.Deserialize(MemoryBlock(test.bytes)));
     if (test.result != MP4_OK) continue;
-    u64 value = 0;
-    EXPECT_EQ(MP4_OK, box.GetSize(&value));
-    EXPECT_EQ(test.size, value);
-    EXPECT_EQ(MP4_OK, box.GetRemaining(&value));
-    EXPECT_EQ(test.remaining, value);
+    EXPECT_EQ(test.size, Got(box, &CBox::GetSize));
+    EXPECT_EQ(test.remaining, Got(box, &CBox::GetRemaining));
   }
 }
 
@@ -69,22 +62,17 @@ class CSizedBox : public CBox {
 };
 
 TEST(BoxHeader, WritesTheLongFormOnlyAbove32Bits) {
-  const struct {
-    u64 payload, size;  // a parent counts the largesize that is to come
-    Bytes header;
-  } cases[] = {{0xFFFFFFFF - 8, 0xFFFFFFFF, Bytes().U32(0xFFFFFFFF).Text("test")},
-               {0x100000000, 0x100000010, LargeBox("test", 0x100000010)}};
-  for (const auto& test : cases) {
-    CSizedBox box(test.payload);
-    Bytes block(test.header.size());
-    CMemoryStorage storage;
-    ASSERT_EQ(MP4_OK, storage.Open(block.data(), static_cast<u32>(block.size()), MP4_MODE_WRITE));
+  // A parent counts the largesize that is to come.
+  const std::tuple<u64, u64, Bytes> cases[] = {
+      {0xFFFFFFFF - 8, 0xFFFFFFFF, Bytes().U32(0xFFFFFFFF).Text("test")},
+      {0x100000000, 0x100000010, LargeBox("test", 0x100000010)}};
+  for (const auto& [payload, size, header] : cases) {
+    CSizedBox box(payload);
+    MemoryBlock storage(64);
     EXPECT_EQ(MP4_OK, box.CalculateSize());
-    u64 size = 0;
-    EXPECT_EQ(MP4_OK, box.GetSize(&size));
-    EXPECT_EQ(test.size, size);
-    EXPECT_EQ(MP4_OK, box.Serialize(&storage));
-    EXPECT_EQ(test.header, block);
+    EXPECT_EQ(size, Got(box, &CBox::GetSize));
+    EXPECT_EQ(MP4_OK, box.Serialize(storage));
+    EXPECT_EQ(header, storage.Written());
   }
 }
 
@@ -93,32 +81,13 @@ TEST(BoxHeader, UserTypeIsKeptAndNeeded) {
   const auto box = ReadBoxAs(bytes);
   EXPECT_EQ(Box("uuid", Bytes().Text("0123456789abcdef")), WrittenBytes(box.get()));
   EXPECT_TRUE(DumpText(box.get()).find("User type = ") != std::string::npos);
-  CBox bare(FourCc("uuid"));
-  Bytes block(32);
-  CMemoryStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(block.data(), 32, MP4_MODE_WRITE));
-  EXPECT_EQ(MP4_NOT_READY, bare.Serialize(&storage));
-}
-
-// Reads a whole file's worth of boxes, as the top level of a file does.
-Mp4Result Walk(const Bytes& bytes, CBoxList* list) {
-  const TempFile file(bytes);
-  CStorage storage;
-  EXPECT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
-  u64 remaining = bytes.size();
-  const Mp4Result result = list->DeserializeAll(&storage, &remaining);
-  EXPECT_EQ(MP4_OK, storage.Close());
-  return result;
+  EXPECT_EQ(MP4_NOT_READY, CBox(FourCc("uuid")).Serialize(MemoryBlock(std::size_t{32})));
 }
 
 TEST(BoxWalk, EndsAtExactlyTheLastByte) {
   const Bytes rtp = Box("rtp ", Bytes().Zeros(16).Add(Box("tims", Bytes().U32(9))));
-  const struct {
-    const char* name;
-    Bytes bytes;
-    Mp4Result result;
-    u32 kept;  // boxes in the list afterwards
-  } cases[] = {
+  // The answer, and the boxes in the list afterwards.
+  const std::tuple<const char*, Bytes, Mp4Result, u32> cases[] = {
       {"nothing", {}, MP4_OK, 0},
       {"unknown payload is skipped", Bytes().Add(Box("abcd", Bytes().Zeros(7))).Add(Box("udta")), MP4_OK, 2},
       {"last box to the end of file", Bytes().Add(Box("udta")).Add(WithDeclaredSize(Box("free"), 0)), MP4_OK,
@@ -145,12 +114,12 @@ TEST(BoxWalk, EndsAtExactlyTheLastByte) {
        MP4_BAD_BOX, 1},
       {"\"urn \" with texts", Bytes().Add(FullBox("urn ", 0, 0, rtp)).Add(Box("free")), MP4_BAD_BOX, 1},
   };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
+  for (const auto& [name, bytes, result, kept] : cases) {
     CBoxList list(nullptr);
-    const Mp4Result result = Walk(test.bytes, &list);
-    EXPECT_EQ(test.result, result) << Mp4ResultName(result);
-    EXPECT_EQ(test.kept, list.GetCount());
+    // From a file, as the top level of one is read.
+    u64 remaining = bytes.size();
+    EXPECT_EQ(result, list.DeserializeAll(FileOf(bytes), &remaining)) << name;
+    EXPECT_EQ(kept, list.GetCount()) << name;
   }
 }
 
@@ -204,16 +173,9 @@ TEST(BoxFactory, RefusesAClaimThatTheFileCannotFill) {
   };
   for (const auto& [what, bytes, expected] : cases) {
     SCOPED_TRACE(what);
-    const TempFile file(bytes);
-    CBlockCountingStorage storage;
-    ASSERT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
-    std::unique_ptr<CBox> box;
-    u32 type = 0;
-    const Mp4Result result = CreateBox(&storage, 0, &box, &type);
-    EXPECT_EQ(expected, result) << Mp4ResultName(result);
-    EXPECT_EQ(nullptr, box);
-    EXPECT_EQ(0u, storage.blocks);
-    EXPECT_EQ(MP4_OK, storage.Close());
+    FileOf<CBlockCountingStorage> storage(bytes);
+    EXPECT_EQ(expected, ReadBoxFrom(storage).result);
+    EXPECT_EQ(0u, storage->blocks);
   }
 }
 

@@ -53,22 +53,16 @@ TEST(Container, ToleratesAMissingListAndASecondReadAsItsClassDoes) {
     const std::string dump = DumpText(&box, 0, expected.dump);
     EXPECT_TRUE(dump.ends_with("\n" + std::string(expected.dumpTail))) << dump;
     EXPECT_EQ(expected.calculateSize, box.CalculateSize());
-    Bytes block(64);
-    CMemoryStorage storage;
-    ASSERT_EQ(MP4_OK, storage.Open(block.data(), 64, MP4_MODE_WRITE));
-    EXPECT_EQ(expected.serialize, box.Serialize(&storage));
-    u64 written = 0;
-    EXPECT_EQ(MP4_OK, storage.GetPosition(&written));
-    EXPECT_LE(8u, written) << "the header is written before the list is missed";
+    MemoryBlock storage(64);
+    EXPECT_EQ(expected.serialize, box.Serialize(storage));
+    EXPECT_LE(8u, storage.Position()) << "the header is written before the list is missed";
 
     // A second read. "dref" and "stsd" have version, flags and a count; in the others these are a box up to
     // the end of the file.
     const ReadBoxResult read = ReadBox(Box(expected.code, Bytes().Zeros(8)));
     ASSERT_EQ(MP4_OK, read.result);
-    CMemoryStorage again;
-    block.assign(64, 0);
-    ASSERT_EQ(MP4_OK, again.Open(block.data(), 8, MP4_MODE_READ));
-    EXPECT_EQ(expected.secondRead, read.box->Deserialize(&again));
+    MemoryBlock again(Bytes().Zeros(8));
+    EXPECT_EQ(expected.secondRead, read.box->Deserialize(again));
   });
 }
 
@@ -95,14 +89,11 @@ TEST(Container, FindsAndAddsChildrenAsItsClassDoes) {
       auto child = std::make_unique<CBox>(FourCc("free"));
       CBox* added = child.get();
       EXPECT_EQ(MP4_OK, container.AddChild(std::move(child)));
-      u64 size = 0;
-      EXPECT_EQ(MP4_OK, container.GetSize(&size));
-      EXPECT_EQ(expected.sizeAfterChild, size);
+      EXPECT_EQ(expected.sizeAfterChild, Got(container, &CBox::GetSize));
       EXPECT_EQ(MP4_OK, Find(container, &found));
       EXPECT_EQ(added, found);
       EXPECT_EQ(MP4_OK, container.CalculateSize());
-      EXPECT_EQ(MP4_OK, container.GetSize(&size));
-      EXPECT_EQ(16u, size);
+      EXPECT_EQ(16u, Got(container, &CBox::GetSize));
     } else {
       EXPECT_EQ(kNoChildSize, expected.sizeAfterChild) << expected.code << " offers no AddChild";
     }

@@ -6,7 +6,8 @@
 #include "boxes/sample_size_box.h"
 #include "boxes/sample_to_chunk_box.h"
 #include "boxes/sync_sample_box.h"
-#include "boxes/table_support.h"
+#include "support/box_probe.h"
+#include "support/track_boxes.h"
 
 namespace kt::test {
 namespace {
@@ -14,50 +15,45 @@ namespace {
 using Number = Answer<u32>;
 
 Number SizeOf(const CSampleSizeBox& box, u32 sample) {
-  return Ask<u32>([&](u32* size) { return box.GetSampleSize(sample, size); });
+  return Ask(box, &CSampleSizeBox::GetSampleSize, sample);
 }
 
 Number ChunkOf(CSampleToChunkBox& box, u32 sample) {
-  return Ask<u32>([&](u32* chunk) { return box.GetChunkOfSample(sample, chunk); });
+  return Ask(box, &CSampleToChunkBox::GetChunkOfSample, sample);
 }
 
 Number FirstOf(CSampleToChunkBox& box, u32 chunk) {
-  return Ask<u32>([&](u32* sample) { return box.GetFirstSampleOfChunk(chunk, sample); });
+  return Ask(box, &CSampleToChunkBox::GetFirstSampleOfChunk, chunk);
 }
 
 Number SyncBefore(CSyncSampleBox& box, u32 sample) {
-  return Ask<u32>([&](u32* sync) { return box.FindPrecedingSyncSample(sample, sync); });
+  return Ask(box, &CSyncSampleBox::FindPrecedingSyncSample, sample);
 }
 
 // Readers rely on the constant size being given for sample 0 too.
 TEST(SampleSizeBox, GivesAConstantSizeForSampleZeroToo) {
-  const auto box = ReadBoxAs<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(500).U32(3)));
+  const auto box = ReadBoxAs<CSampleSizeBox>(ConstantStsz(500, 3));
   for (const u32 sample : {0u, 1u, 3u}) EXPECT_EQ(SizeOf(*box, sample), (Number{MP4_OK, 500}));
   EXPECT_EQ(SizeOf(*box, 4), (Number{MP4_NOT_FOUND, 777}));
-  const auto table = ReadBoxAs<CSampleSizeBox>(SizeTable({7, 8}));
+  const auto table = ReadBoxAs<CSampleSizeBox>(Stsz({7, 8}));
   EXPECT_EQ(SizeOf(*table, 0), (Number{MP4_ZERO_INDEX, 777}));
   EXPECT_EQ(SizeOf(*table, 2), (Number{MP4_OK, 8}));
   EXPECT_EQ(SizeOf(*table, 3), (Number{MP4_NOT_FOUND, 777}));
 }
 
 TEST(SampleSizeBox, WritesATableOnlyForSizesThatDiffer) {
-  const struct {
-    std::vector<u32> sizes;
-    Bytes box;
-  } rows[] = {
-      {{}, FullBox("stsz", 0, 0, Bytes().U32(0).U32(0))},
-      {{7, 7, 7}, FullBox("stsz", 0, 0, Bytes().U32(7).U32(3))},
-      {{7, 7, 9}, SizeTable({7, 7, 9})},
-      {{7, 9, 7, 7}, SizeTable({7, 9, 7, 7})},
-  };
-  for (const auto& row : rows) {
+  const std::pair<std::vector<u32>, Bytes> rows[] = {{{}, ConstantStsz(0, 0)},
+                                                     {{7, 7, 7}, ConstantStsz(7, 3)},
+                                                     {{7, 7, 9}, Stsz({7, 7, 9})},
+                                                     {{7, 9, 7, 7}, Stsz({7, 9, 7, 7})}};
+  for (const auto& [sizes, written] : rows) {
     CSampleSizeBox box;
     u32 sample = 0;
-    for (const u32 size : row.sizes) ASSERT_EQ(box.AddSampleSize(++sample, size), MP4_OK);
+    for (const u32 size : sizes) ASSERT_EQ(box.AddSampleSize(++sample, size), MP4_OK);
     EXPECT_EQ(box.AddSampleSize(sample + 2, 7), MP4_BAD_ARGUMENT);
     EXPECT_EQ(box.AddSampleSize(sample, 7), MP4_BAD_ARGUMENT);
     EXPECT_EQ(box.AddSampleSize(sample + 1, 0), MP4_BAD_ARGUMENT);
-    EXPECT_EQ(WrittenBytes(&box), row.box);
+    EXPECT_EQ(WrittenBytes(&box), written);
   }
 }
 
@@ -75,18 +71,16 @@ Number PlainSum(const CSampleSizeBox& box, u32 first, u32 end) {
 TEST(SampleSizeBox, SumsLikeAddingEachSize) {
   std::mt19937 random(1);
   for (const u32 count : {0u, 1u, 99u, 100u, 101u, 1000u, 1234u}) {
-    std::vector<u32> sizes(count);
-    for (u32& size : sizes) size = static_cast<u32>(random());
-    const auto table = ReadBoxAs<CSampleSizeBox>(SizeTable(sizes));
-    const auto constant =
-        ReadBoxAs<CSampleSizeBox>(FullBox("stsz", 0, 0, Bytes().U32(0x12345678).U32(count)));
+    std::vector<u64> sizes(count);
+    for (u64& size : sizes) size = static_cast<u32>(random());
+    const auto table = ReadBoxAs<CSampleSizeBox>(Stsz(sizes));
+    const auto constant = ReadBoxAs<CSampleSizeBox>(ConstantStsz(0x12345678, count));
     for (int i = 0; i < 300; ++i) {
       const u32 first = static_cast<u32>(random() % (count + 3));
       const u32 end = static_cast<u32>(random() % (count + 4));
       for (CSampleSizeBox* box : {table.get(), constant.get()}) {
-        Number sum{MP4_OK, 0};
-        sum.result = box->SumSampleSizes(first, end, &sum.value);
-        ASSERT_EQ(sum, PlainSum(*box, first, end)) << count << ": " << first << " to " << end;
+        ASSERT_EQ(Ask(*box, &CSampleSizeBox::SumSampleSizes, first, end), PlainSum(*box, first, end))
+            << count << ": " << first << " to " << end;
       }
     }
   }
@@ -94,11 +88,9 @@ TEST(SampleSizeBox, SumsLikeAddingEachSize) {
 
 TEST(SampleSizeBox, SumsSizesAddedAfterASum) {
   CSampleSizeBox box;
-  u32 sum = 0;
   for (u32 sample = 1; sample <= 350; ++sample) {
     ASSERT_EQ(box.AddSampleSize(sample, sample), MP4_OK);
-    ASSERT_EQ(box.SumSampleSizes(1, sample + 1, &sum), MP4_OK);
-    ASSERT_EQ(sum, sample * (sample + 1) / 2);
+    ASSERT_EQ(Got(box, &CSampleSizeBox::SumSampleSizes, 1u, sample + 1), sample * (sample + 1) / 2);
   }
 }
 
@@ -158,10 +150,10 @@ void ExpectAddsInTurn(Box&& box, Offset value) {
   EXPECT_EQ(box.AddChunkOffset(1, value), MP4_OK);
   EXPECT_EQ(box.AddChunkOffset(1, 5), MP4_BAD_ARGUMENT);
   EXPECT_EQ(box.AddChunkOffset(3, 5), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(Ask<u64>([&](u64* size) { return box.GetSize(size); }), (Answer<u64>{MP4_OK, 20}));
+  EXPECT_EQ(Got(box, &CBox::GetSize), 20u);
   const Answer<Offset> answers[] = {{MP4_ZERO_INDEX, 777}, {MP4_OK, value}, {MP4_NOT_FOUND, 777}};
   for (u32 chunk = 0; chunk < 3; ++chunk) {
-    EXPECT_EQ(Ask<Offset>([&](Offset* offset) { return box.GetChunkOffset(chunk, offset); }), answers[chunk]);
+    EXPECT_EQ(Ask(box, &std::decay_t<Box>::GetChunkOffset, chunk), answers[chunk]);
   }
 }
 
@@ -178,8 +170,7 @@ TEST(ChunkOffsetBox, IsCopiedWholeIntoTheWideOne) {
   EXPECT_EQ(wide.CopyFrom(&narrow), MP4_OK);
   EXPECT_EQ(wide.GetEntryCount(), 150u);
   EXPECT_EQ(wide.AddChunkOffset(151, 0x123456789), MP4_OK);
-  EXPECT_EQ(Ask<u64>([&](u64* offset) { return wide.GetChunkOffset(150, offset); }),
-            (Answer<u64>{MP4_OK, 150000}));
+  EXPECT_EQ(Got(wide, &CChunkLargeOffsetBox::GetChunkOffset, 150u), 150000u);
   EXPECT_EQ(wide.CopyFrom(&narrow), MP4_BAD_ARGUMENT);
 }
 

@@ -44,10 +44,7 @@ TEST(ObjectDescriptorBox, Refuses) {
 TEST(ObjectDescriptorBox, EmptyBoxHasTwoAnswers) {
   CObjectDescriptorBox box;
   EXPECT_EQ(MP4_BAD_BOX, box.CalculateSize());
-  Bytes bytes(16);
-  CMemoryStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), 16, MP4_MODE_WRITE));
-  EXPECT_EQ(MP4_BAD_DESCRIPTOR, box.Serialize(&storage));
+  EXPECT_EQ(MP4_BAD_DESCRIPTOR, box.Serialize(MemoryBlock(std::size_t{16})));
   EXPECT_EQ("\nBox type = iods  Size = 12\nVersion=0, Flags=0x000000\n{\n",
             DumpText(&box, 0, MP4_BAD_DESCRIPTOR));
   EXPECT_EQ(MP4_NOT_READY, box.AddEsId(1));

@@ -3,57 +3,39 @@
 
 #include "boxes/edit_box.h"
 #include "boxes/edit_list_box.h"
-#include "boxes/table_support.h"
 #include "boxes/track_reference_box.h"
-#include "support/temp_file.h"
+#include "support/box_probe.h"
+#include "support/track_boxes.h"
 
 namespace kt::test {
 namespace {
 
-struct Edit {
-  u32 duration, mediaTime;
-};
-
-Bytes EditList(const std::vector<Edit>& edits) {
-  Bytes payload;
-  payload.U32(edits.size());
-  for (const Edit& edit : edits) payload.U32(edit.duration).U32(edit.mediaTime).U16(1).U16(0);
-  return FullBox("elst", 0, 0, payload);
+Answer<u64> DelayOf(CEditBox& box) {
+  return Ask(box, &CEditBox::GetStartDelay);
 }
-
-constexpr u32 kEmpty = 0xFFFFFFFF;
 
 // A lone empty edit delays nothing and later media times are ignored: readers rely on both.
 TEST(EditBox, TakesADelayFromAFirstEmptyEditWithAnotherBehindIt) {
-  const struct {
-    const char* name;
-    std::vector<Edit> edits;
-    u64 delay;
-  } rows[] = {
-      {"an empty edit and the media", {{1000, kEmpty}, {5000, 0}}, 1000},
-      {"a lone empty edit", {{1000, kEmpty}}, 0},
-      {"an edit of no duration first", {{0, 0}, {1000, kEmpty}, {5000, 0}}, 1000},
-      {"a cut at the start", {{1000, 500}, {5000, 0}}, 0},
-      {"no edits", {}, 0},
-      {"edits of no duration alone", {{0, kEmpty}, {0, 0}}, 0},
-      {"media time -2", {{1000, kEmpty - 1}, {5000, 0}}, 0},
+  const std::tuple<const char*, Bytes, u64> rows[] = {
+      {"an empty edit and the media", Edts({{1000, -1}, {5000, 0}}), 1000},
+      {"a lone empty edit", Edts({{1000, -1}}), 0},
+      {"an edit of no duration first", Edts({{0, 0}, {1000, -1}, {5000, 0}}), 1000},
+      {"a cut at the start", Edts({{1000, 500}, {5000, 0}}), 0},
+      {"no edits", Edts({}), 0},
+      {"edits of no duration alone", Edts({{0, -1}, {0, 0}}), 0},
+      {"media time -2", Edts({{1000, -2}, {5000, 0}}), 0},
   };
-  for (const auto& row : rows) {
-    const auto box = ReadBoxAs<CEditBox>(Box("edts", EditList(row.edits)));
-    EXPECT_EQ(Ask<u64>([&](u64* delay) { return box->GetStartDelay(delay); }),
-              (Answer<u64>{MP4_OK, row.delay}))
-        << row.name;
+  for (const auto& [name, edts, delay] : rows) {
+    EXPECT_EQ(DelayOf(*ReadBoxAs<CEditBox>(edts)), (Answer<u64>{MP4_OK, delay})) << name;
   }
 }
 
 TEST(EditBox, MissesItsListUnlessItIsEmptyItself) {
-  const auto delayOf = [](CEditBox& box) {
-    return Ask<u64>([&](u64* delay) { return box.GetStartDelay(delay); });
-  };
-  EXPECT_EQ(delayOf(*ReadBoxAs<CEditBox>(Box("edts", Box("free")))), (Answer<u64>{MP4_NOT_FOUND, 0}));
-  EXPECT_EQ(delayOf(*ReadBoxAs<CEditBox>(Box("edts"))), (Answer<u64>{MP4_NOT_FOUND, 0}));
+  for (const Bytes& child : {Box("free"), Bytes()}) {
+    EXPECT_EQ(DelayOf(*ReadBoxAs<CEditBox>(Box("edts", child))), (Answer<u64>{MP4_NOT_FOUND, 0}));
+  }
   CEditBox made;
-  EXPECT_EQ(delayOf(made), (Answer<u64>{MP4_OK, 0}));
+  EXPECT_EQ(DelayOf(made), (Answer<u64>{MP4_OK, 0}));
   CBox* child = nullptr;
   EXPECT_EQ(made.GetChild(FourCc("elst"), &child), MP4_NOT_FOUND);
 }
@@ -61,12 +43,10 @@ TEST(EditBox, MissesItsListUnlessItIsEmptyItself) {
 TEST(EditBox, WritesADelayThatItReadsBack) {
   CEditBox box;
   ASSERT_EQ(box.AddStartDelay(0x100, 900), MP4_OK);
-  u64 delay = 0;
-  EXPECT_EQ(box.GetStartDelay(&delay), MP4_OK);
-  EXPECT_EQ(delay, 0x100u);
-  EXPECT_EQ(WrittenBytes(&box), Box("edts", EditList({{0x100, kEmpty}, {900, 0}})));
+  EXPECT_EQ(DelayOf(box), (Answer<u64>{MP4_OK, 0x100}));
+  EXPECT_EQ(WrittenBytes(&box), Edts({{0x100, -1}, {900, 0}}));
   ASSERT_EQ(box.AddStartDelay(1, 2), MP4_OK);  // the list is there: two edits more
-  EXPECT_EQ(WrittenBytes(&box), Box("edts", EditList({{0x100, kEmpty}, {900, 0}, {1, kEmpty}, {2, 0}})));
+  EXPECT_EQ(WrittenBytes(&box), Edts({{0x100, -1}, {900, 0}, {1, -1}, {2, 0}}));
 }
 
 // The last edit comes with MP4_NOT_FOUND and valid values: readers rely on it.
@@ -94,21 +74,20 @@ TEST(EditListBox, FindsTheEditThatCoversATime) {
 TEST(TrackReferenceTypeBox, RefusesAPayloadThatIsNotIds) {
   for (const Bytes& box : {Box("hint", Bytes().U32(1).U8(2)).Zeros(100), Box("hint", Bytes().U24(1)),
                            WithDeclaredSize(Box("hint", Bytes().U32(1)), 0xFFFFFFF0)}) {
-    const TempFile file(box);
-    CStorage storage;
-    ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_READ), MP4_OK);
-    std::unique_ptr<CBox> read;
-    u32 type = 0;
-    EXPECT_EQ(CreateBox(&storage, 0, &read, &type), MP4_FILE_IO);
+    EXPECT_EQ(ReadBoxFrom(FileOf(box)).result, MP4_FILE_IO);
   }
 }
 
 Answer<u32> AddReference(CTrackReferenceBox& box, u32 kind, u32 trackId) {
-  return Ask<u32>([&](u32* index) { return box.AddTrackReference(kind, trackId, index); });
+  return Ask(box, &CTrackReferenceBox::AddTrackReference, kind, trackId);
 }
 
 Answer<u32> CountOf(CTrackReferenceBox& box, u32 kind) {
-  return Ask<u32>([&](u32* count) { return box.GetReferenceCount(kind, count); });
+  return Ask(box, &CTrackReferenceBox::GetReferenceCount, kind);
+}
+
+Answer<u32> IdOf(CTrackReferenceBox& box, u32 kind, u32 index) {
+  return Ask(box, &CTrackReferenceBox::GetReference, kind, index);
 }
 
 TEST(TrackReferenceBox, ReadsReferencesByKind) {
@@ -116,25 +95,22 @@ TEST(TrackReferenceBox, ReadsReferencesByKind) {
       Box("tref", {Box("free"), Box("mpod", Bytes().U32(7)), Box("hint", Bytes().U32(8).U32(9))}));
   EXPECT_EQ(CountOf(*box, MP4_REFERENCE_HINT), (Answer<u32>{MP4_OK, 2}));
   EXPECT_EQ(CountOf(*box, MP4_REFERENCE_OD), (Answer<u32>{MP4_OK, 1}));
-  u32 id = 0;
-  EXPECT_EQ(box->GetReference(MP4_REFERENCE_HINT, 2, &id), MP4_OK);
-  EXPECT_EQ(id, 9u);
-  EXPECT_EQ(box->GetReference(MP4_REFERENCE_HINT, 0, &id), MP4_BAD_ARGUMENT);  // not MP4_ZERO_INDEX
-  EXPECT_EQ(box->GetReference(MP4_REFERENCE_HINT, 3, &id), MP4_NOT_FOUND);
+  EXPECT_EQ(IdOf(*box, MP4_REFERENCE_HINT, 2), (Answer<u32>{MP4_OK, 9}));
+  EXPECT_EQ(IdOf(*box, MP4_REFERENCE_HINT, 0).result, MP4_BAD_ARGUMENT);  // not MP4_ZERO_INDEX
+  EXPECT_EQ(IdOf(*box, MP4_REFERENCE_HINT, 3).result, MP4_NOT_FOUND);
 }
 
 TEST(TrackReferenceBox, IsPatientWhenEmpty) {
   CTrackReferenceBox box;
-  u32 id = 0;
   EXPECT_EQ(CountOf(box, MP4_REFERENCE_HINT), (Answer<u32>{MP4_OK, 0}));
-  EXPECT_EQ(box.GetReference(MP4_REFERENCE_HINT, 1, &id), MP4_NOT_FOUND);
+  EXPECT_EQ(IdOf(box, MP4_REFERENCE_HINT, 1).result, MP4_NOT_FOUND);
   EXPECT_EQ(WrittenBytes(&box), Box("tref"));
   EXPECT_EQ(DumpText(&box), "\nBox type = tref  Size = 8\n");
   for (const u32 kind : {1u, 2u, 4u}) {
-    EXPECT_EQ(box.AddReferenceType(kind), MP4_BAD_ARGUMENT);
-    EXPECT_EQ(AddReference(box, kind, 1).result, MP4_BAD_ARGUMENT);
-    EXPECT_EQ(CountOf(box, kind).result, MP4_BAD_ARGUMENT);
-    EXPECT_EQ(box.GetReference(kind, 1, &id), MP4_BAD_ARGUMENT);
+    for (const Mp4Result result : {box.AddReferenceType(kind), AddReference(box, kind, 1).result,
+                                   CountOf(box, kind).result, IdOf(box, kind, 1).result}) {
+      EXPECT_EQ(result, MP4_BAD_ARGUMENT);
+    }
   }
 }
 

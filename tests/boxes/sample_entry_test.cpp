@@ -8,13 +8,10 @@
 #include "boxes/mp4_sample_entry.h"
 #include "boxes/sample_description_box.h"
 #include "support/box_probe.h"
+#include "support/descriptor_writer.h"
 
 namespace kt::test {
 namespace {
-
-Bytes Descriptor(u8 tag, const Bytes& body) {
-  return Bytes().U8(tag).U8(body.size()).Add(body);
-}
 
 const Bytes kEsDescriptor = Descriptor(
     3, Bytes().U24(0x000100).Add(Descriptor(4, Bytes().Zeros(13))).Add(Descriptor(6, Bytes().U8(2))));
@@ -27,22 +24,20 @@ Bytes Entry(const std::string& code, const Bytes& child) {
 }
 
 TEST(SampleEntry, RequiresItsOneChild) {
-  const struct {
-    const char* code;
-    Bytes child;
-  } entries[] = {{"mp4v", kEsds},       {"mp4a", kEsds},       {"mp4s", kEsds},
-                 {"s263", Box("d263")}, {"samr", Box("damr")}, {"sawb", Box("damr")}};
-  for (const auto& entry : entries) {
-    SCOPED_TRACE(entry.code);
-    EXPECT_EQ(MP4_OK, ReadBox(Entry(entry.code, entry.child)).result);
+  const std::pair<const char*, Bytes> entries[] = {{"mp4v", kEsds},       {"mp4a", kEsds},
+                                                   {"mp4s", kEsds},       {"s263", Box("d263")},
+                                                   {"samr", Box("damr")}, {"sawb", Box("damr")}};
+  for (const auto& [code, child] : entries) {
+    SCOPED_TRACE(code);
+    const Bytes whole = Entry(code, child);
+    EXPECT_EQ(MP4_OK, ReadBox(whole).result);
     // A box of today's writers in front of it.
-    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Entry(entry.code, Bytes().Add(Box("pasp")).Add(entry.child))).result);
+    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Entry(code, Box("pasp").Add(child))).result);
     // No child: the header is that of the next box of the file.
-    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Bytes().Add(Entry(entry.code, {})).Add(Box("stts"))).result);
+    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Entry(code, {}).Add(Box("stts"))).result);
     // A "uuid" whose header owns memory.
-    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Entry(entry.code, Box("uuid", Bytes().Zeros(16)))).result);
+    EXPECT_EQ(MP4_BAD_BOX, ReadBox(Entry(code, Box("uuid", Bytes().Zeros(16)))).result);
     // A child that is larger than the entry has left.
-    const Bytes whole = Entry(entry.code, entry.child);
     EXPECT_EQ(MP4_CORRUPT, ReadBox(WithDeclaredSize(whole, static_cast<u32>(whole.size() - 1))).result);
   }
 }
@@ -78,9 +73,10 @@ TEST(Mp4SampleEntry, WithoutADescriptorIsNotReady) {
   CMP4AudioSampleEntry entry;
   CESDescriptor* descriptor = nullptr;
   u32 size = 0;
-  EXPECT_EQ(MP4_NOT_READY, entry.GetEsDescriptor(&descriptor));
-  EXPECT_EQ(MP4_NOT_READY, entry.GetDecoderSpecificInfoSize(&size));
-  EXPECT_EQ(MP4_NOT_READY, entry.GetDecoderSpecificInfo(0, &size, nullptr));
+  for (const Mp4Result result : {entry.GetEsDescriptor(&descriptor), entry.GetDecoderSpecificInfoSize(&size),
+                                 entry.GetDecoderSpecificInfo(0, &size, nullptr)}) {
+    EXPECT_EQ(MP4_NOT_READY, result);
+  }
   EXPECT_EQ(MP4_BAD_BOX, entry.CalculateSize());
   DumpText(&entry, 0, MP4_BAD_BOX);
 }
@@ -128,13 +124,9 @@ TEST(SpecificData, MayBeMissing) {
   EXPECT_EQ(MP4_NOT_READY, entry.GetSpecificDataSize(&size));
   EXPECT_EQ(MP4_NOT_READY, entry.GetSpecificData(0, &size, nullptr));
   EXPECT_EQ(MP4_OK, entry.CalculateSize());
-  Bytes block(64);
-  CMemoryStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(block.data(), 64, MP4_MODE_WRITE));
-  EXPECT_EQ(MP4_BAD_BOX, entry.Serialize(&storage));
-  u64 written = 0;
-  EXPECT_EQ(MP4_OK, storage.GetPosition(&written));
-  EXPECT_EQ(36u, written) << "the entry's own fields are written first";
+  MemoryBlock storage(64);
+  EXPECT_EQ(MP4_BAD_BOX, entry.Serialize(storage));
+  EXPECT_EQ(36u, storage.Position()) << "the entry's own fields are written first";
 }
 
 TEST(SpecificData, NullDataKeepsItsSizeAndCountsNoBytes) {
@@ -148,8 +140,7 @@ TEST(SpecificData, NullDataKeepsItsSizeAndCountsNoBytes) {
   EXPECT_EQ(MP4_OK, box.GetData(3, &size, buffer));
   EXPECT_EQ("abc", std::string(buffer, 3));
   EXPECT_EQ(MP4_OK, box.SetData(nullptr, 0xFFFFFFFF));
-  EXPECT_EQ(MP4_OK, box.GetDataSize(&size));
-  EXPECT_EQ(0xFFFFFFFF, size);
+  EXPECT_EQ(0xFFFFFFFF, Got(box, &CH263SpecificBox::GetDataSize));
   EXPECT_EQ(Box("d263"), WrittenBytes(&box));
   EXPECT_TRUE(DumpText(&box).ends_with("{\n}\n"));
 }

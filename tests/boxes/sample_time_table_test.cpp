@@ -2,7 +2,8 @@
 
 #include <random>
 
-#include "boxes/table_support.h"
+#include "support/box_probe.h"
+#include "support/track_boxes.h"
 
 namespace kt::test {
 namespace {
@@ -62,11 +63,11 @@ class PlainTimeTable {
 };
 
 Sample ByDecoding(CSampleTimeTable& table, u64 time) {
-  return Ask<u32>([&](u32* sample) { return table.FindByDecodingTime(time, sample); });
+  return Ask(table, &CSampleTimeTable::FindByDecodingTime, time);
 }
 
 Sample ByComposition(CSampleTimeTable& table, u64 time) {
-  return Ask<u32>([&](u32* sample) { return table.FindByCompositionTime(time, sample); });
+  return Ask(table, &CSampleTimeTable::FindByCompositionTime, time);
 }
 
 Times TimesOf(CSampleTimeTable& table, u32 sample) {
@@ -123,8 +124,7 @@ void CompareWithPlain(Generator& generator, const Runs& stts, const Runs* ctts, 
   CSampleTimeTable table;
   ASSERT_EQ(table.Build(times.get(), offsets.get(), startOffset), MP4_OK);
 
-  u32 count = 0;
-  ASSERT_EQ(table.GetSampleCount(&count), MP4_OK);
+  const u32 count = Got(table, &CSampleTimeTable::GetSampleCount);
   ASSERT_EQ(count, plain.Count());
   for (u32 sample = 1; sample <= count; ++sample) ASSERT_EQ(TimesOf(table, sample), plain.Of(sample));
   for (u32 i = 0; i < searches; ++i) {
@@ -201,8 +201,7 @@ TEST(SampleTimeTable, AnswersTimesBeforeTheFirstSampleDifferently) {
 TEST(SampleTimeTable, TakesHugeRunsAsTheyAre) {
   const Runs offsets = {{0xFFFFFFFF, 3}, {0xFFFFFFFF, 4}};
   const auto table = Built({{0xFFFFFFFD, 0xFFFFFFFF}, {1, 1}}, &offsets);
-  u32 count = 0;
-  ASSERT_EQ(table->GetSampleCount(&count), MP4_OK);
+  const u32 count = Got(*table, &CSampleTimeTable::GetSampleCount);
   EXPECT_EQ(count, 0xFFFFFFFEu);
   const u64 last = u64{0xFFFFFFFD} * 0xFFFFFFFF;
   EXPECT_EQ(TimesOf(*table, count), (Times{last, last + 3}));
@@ -220,21 +219,16 @@ TEST(SampleTimeTable, RefusesMoreSamplesThanItCanNumber) {
 }
 
 TEST(SampleTimeTable, TellsTheLastSampleWhenRead) {
-  const struct {
-    Runs runs;
-    u64 start, time;
-    u32 duration;
-  } rows[] = {{{{3, 10}, {2, 20}}, 0, 50, 20},
-              {{{1, 10}}, 0x100000007, 0x100000007, 7},
-              {{{3, 0}}, 0, 0, 0},
-              {{{2, 0xFFFFFFFF}}, 2, 0x100000001, 0xFFFFFFFF}};
-  for (const auto& row : rows) {
-    const auto table = Built(row.runs, nullptr, row.start);
+  const std::tuple<Runs, u64, u64, u32> rows[] = {{{{3, 10}, {2, 20}}, 0, 50, 20},
+                                                  {{{1, 10}}, 0x100000007, 0x100000007, 7},
+                                                  {{{3, 0}}, 0, 0, 0},
+                                                  {{{2, 0xFFFFFFFF}}, 2, 0x100000001, 0xFFFFFFFF}};
+  for (const auto& [runs, start, lastTime, lastDuration] : rows) {
+    const auto table = Built(runs, nullptr, start);
     u64 time = 0;
+    EXPECT_EQ(Ask(*table, &CSampleTimeTable::GetLastSampleTime, &time), (Sample{MP4_OK, lastDuration}));
+    EXPECT_EQ(time, lastTime);
     u32 duration = 0;
-    ASSERT_EQ(table->GetLastSampleTime(&time, &duration), MP4_OK);
-    EXPECT_EQ(time, row.time);
-    EXPECT_EQ(duration, row.duration);
     EXPECT_EQ(table->GetLastSampleTime(&time, nullptr), MP4_OK);
     EXPECT_EQ(table->GetLastSampleTime(nullptr, &duration), MP4_BAD_ARGUMENT);
   }
@@ -254,10 +248,8 @@ TEST(SampleTimeTable, TellsReadingAndWritingApart) {
   EXPECT_EQ(table.FinishWriting(&startOffset), MP4_OK);
   EXPECT_EQ(startOffset, 9u);  // not touched without a sample
   u64 time = 9;
-  u32 duration = 9;
-  EXPECT_EQ(table.GetLastSampleTime(&time, &duration), MP4_OK);
+  EXPECT_EQ(Ask(table, &CSampleTimeTable::GetLastSampleTime, &time), (Sample{MP4_OK, 1}));
   EXPECT_EQ(time, 0u);
-  EXPECT_EQ(duration, 1u);
 }
 
 }  // namespace

@@ -2,8 +2,9 @@
 
 #include <tuple>
 
-#include "boxes/table_support.h"
 #include "boxes/time_to_sample_box.h"
+#include "support/box_probe.h"
+#include "support/track_boxes.h"
 
 namespace kt::test {
 namespace {
@@ -11,21 +12,18 @@ namespace {
 using Time = Answer<u64>;
 
 Time TimeOf(CTimeToSampleBox& box, u32 sample) {
-  return Ask<u64>([&](u64* time) { return box.GetSampleTime(sample, time); });
+  return Ask(box, &CTimeToSampleBox::GetSampleTime, sample);
 }
 
 Answer<u32> OffsetOf(CCompositionOffsetBox& box, u32 sample) {
-  return Ask<u32>([&](u32* offset) { return box.GetSampleOffset(sample, offset); });
+  return Ask(box, &CCompositionOffsetBox::GetSampleOffset, sample);
 }
 
 // The number one past the last sample has a time although it is not found, and an empty last run makes it a
 // sample: readers rely on both.
 TEST(TimeToSampleBox, KnowsTheTimesAndTheEnd) {
-  const struct {
-    const char* name;
-    std::vector<std::vector<u32>> runs;
-    std::vector<Time> times;  // of samples 1, 2, ...
-  } rows[] = {
+  // Runs, and the times of samples 1, 2, ...
+  const std::tuple<const char*, std::vector<std::vector<u32>>, std::vector<Time>> rows[] = {
       {"two runs",
        {{2, 10}, {2, 20}},
        {{MP4_OK, 0}, {MP4_OK, 10}, {MP4_OK, 20}, {MP4_OK, 40}, {MP4_NOT_FOUND, 60}, {MP4_NOT_FOUND, 777}}},
@@ -38,17 +36,14 @@ TEST(TimeToSampleBox, KnowsTheTimesAndTheEnd) {
       {"no runs", {}, {{MP4_NOT_FOUND, 777}}},
       {"equal times", {{3, 0}}, {{MP4_OK, 0}, {MP4_OK, 0}, {MP4_OK, 0}, {MP4_NOT_FOUND, 0}}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const auto box = ReadBoxAs<CTimeToSampleBox>(Table("stts", row.runs));
-    const u32 count = static_cast<u32>(row.times.size());
-    for (u32 sample = 1; sample <= count; ++sample) {
-      EXPECT_EQ(TimeOf(*box, sample), row.times[sample - 1]) << sample;
-    }
-    // Downwards and with every number asked twice the cursor starts over.
-    for (u32 sample = count; sample >= 1; --sample) {
-      EXPECT_EQ(TimeOf(*box, sample), row.times[sample - 1]) << sample;
-      EXPECT_EQ(TimeOf(*box, sample), row.times[sample - 1]) << sample;
+  for (const auto& [name, runs, times] : rows) {
+    SCOPED_TRACE(name);
+    const auto box = ReadBoxAs<CTimeToSampleBox>(Table("stts", runs));
+    const u32 count = static_cast<u32>(times.size());
+    // Upwards; then downwards and with every number asked twice, where the cursor starts over.
+    for (u32 step = 0; step < 3 * count; ++step) {
+      const u32 index = step < count ? step : count - 1 - (step - count) / 2;
+      EXPECT_EQ(TimeOf(*box, index + 1), times[index]) << index;
     }
   }
 }

@@ -14,10 +14,7 @@ namespace {
 TEST(TrackStructure, NewHeadersCutWideDurations) {
   CMediaHeaderBox mdhd;
   EXPECT_EQ(MP4_OK, mdhd.SetDuration(0x100000005));
-  const auto back = ReadBoxAs<CMediaHeaderBox>(WrittenBytes(&mdhd));
-  u64 duration = 0;
-  EXPECT_EQ(MP4_OK, back->GetDuration(&duration));
-  EXPECT_EQ(5u, duration);
+  EXPECT_EQ(5u, Got(*ReadBoxAs<CMediaHeaderBox>(WrittenBytes(&mdhd)), &CMediaHeaderBox::GetDuration));
 }
 
 TEST(TrackStructure, NextTrackIdLeavesOutTheReservedOnes) {
@@ -31,12 +28,11 @@ TEST(TrackStructure, NextTrackIdLeavesOutTheReservedOnes) {
 // The upper half is a signed number: from 32768 pixels on the answer is negative.
 TEST(TrackHeader, DimensionsAreWholeSignedPixels) {
   CTrackHeaderBox tkhd;
-  u32 width = 0, height = 0;
+  u32 width = 0;
   EXPECT_EQ(MP4_OK, tkhd.SetDimensions(0x8000, 0x7FFF));
   EXPECT_EQ(MP4_BAD_ARGUMENT, tkhd.SetDimensions(1, 0x80000000));
-  EXPECT_EQ(MP4_OK, tkhd.GetDimensions(&width, &height));
+  EXPECT_EQ(0x7FFFu, Got(tkhd, &CTrackHeaderBox::GetDimensions, &width));
   EXPECT_EQ(0xFFFF8000, width);
-  EXPECT_EQ(0x7FFFu, height);
   EXPECT_EQ(MP4_BAD_ARGUMENT, tkhd.SetVolume(-1));
 }
 
@@ -64,10 +60,8 @@ TEST(Copyright, LettersBelowLowerCaseAreRefused) {
 
 TEST(Copyright, NoticeIsOptional) {
   CCopyrightBox cprt;
-  u32 size = 0;
   EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.GetNoticeSize(nullptr));
-  EXPECT_EQ(MP4_OK, cprt.GetNoticeSize(&size));
-  EXPECT_EQ(1u, size);
+  EXPECT_EQ(1u, Got(cprt, &CCopyrightBox::GetNoticeSize));
   for (const char* text : {"text", static_cast<const char*>(nullptr)}) {
     EXPECT_EQ(MP4_OK, cprt.SetNotice("und", text));
     const Bytes written = Bytes().U16(0x55C4).Text(text ? "text" : "").Zeros(text ? 1 : 0);

@@ -6,17 +6,9 @@
 #include "descriptors/command.h"
 #include "descriptors/decoder_specific_info.h"
 #include "support/descriptor_writer.h"
-#include "support/temp_file.h"
 
 namespace kt::test {
 namespace {
-
-template <class Base>
-Mp4Result ReadHeader(Base& item, Bytes bytes) {
-  CMemoryStorage storage;
-  EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
-  return item.Deserialize(&storage);
-}
 
 // A base whose body has any size, to reach the edges of the size code without the bytes.
 template <class Base>
@@ -29,17 +21,12 @@ template <class Base>
 void ExpectWrittenHeader(u32 size, const Bytes& code) {
   WithSize<Base> item(size);
   const Bytes expected = Bytes().U8(5).Add(code);
-  Bytes bytes(16);
-  CMemoryStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), 16, MP4_MODE_WRITE));
-  ASSERT_EQ(MP4_OK, item.Serialize(&storage));
-  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), bytes.begin())) << size;
-  u64 position = 0;
-  ASSERT_EQ(MP4_OK, storage.GetPosition(&position));
-  EXPECT_EQ(expected.size(), position);
-  u32 body = 0, header = 0;
-  ASSERT_EQ(MP4_OK, item.GetSize(&body, &header));
-  EXPECT_EQ(expected.size(), header) << "the parent would count other bytes than are written";
+  MemoryBlock storage(std::size_t{16});
+  ASSERT_EQ(MP4_OK, item.Serialize(storage));
+  EXPECT_EQ(expected, storage.Written()) << size;
+  u32 body = 0;
+  EXPECT_EQ(expected.size(), Got(item, &Base::GetSize, &body))
+      << "the parent would count other bytes than are written";
 }
 
 TEST(SizeCode, WritesTheFewestBytes) {
@@ -61,47 +48,36 @@ TEST(SizeCode, RefusesWhatFourGroupsCannotHold) {
   for (const u32 size : {1u << 28, 0xFFFFFFFFu}) {
     WithSize<CBaseDescriptor> descriptor(size);
     WithSize<CBaseCommand> command(size);
-    Bytes bytes(16);
-    CMemoryStorage storage;
-    ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), 16, MP4_MODE_WRITE));
-    EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, descriptor.Serialize(&storage));
-    EXPECT_EQ(MP4_COMMAND_OVERRUN, command.Serialize(&storage));
-    u8* cursor = bytes.data();
-    u32 room = 16;
-    EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, descriptor.SerializeToBuffer(&cursor, &room));
-    EXPECT_EQ(MP4_COMMAND_OVERRUN, command.SerializeToBuffer(&cursor, &room));
-    u32 body = 0, header = 0;
-    ASSERT_EQ(MP4_OK, descriptor.GetSize(&body, &header));
-    EXPECT_EQ(5u, header) << "the count of header bytes stops at five";
+    EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, descriptor.Serialize(MemoryBlock(std::size_t{16})));
+    EXPECT_EQ(MP4_COMMAND_OVERRUN, command.Serialize(MemoryBlock(std::size_t{16})));
+    EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, BufferResult(descriptor, 16));
+    EXPECT_EQ(MP4_COMMAND_OVERRUN, BufferResult(command, 16));
+    u32 body = 0;
+    EXPECT_EQ(5u, Got(descriptor, &CBaseDescriptor::GetSize, &body))
+        << "the count of header bytes stops at five";
   }
 }
 
 TEST(SizeCode, ReadsUpToFiveBytes) {
-  const struct {
-    Bytes code;
-    Mp4Result descriptor, command;
-    u32 size, header;
-  } rows[] = {
-      {{0x00}, MP4_OK, MP4_OK, 0, 2},
-      {{0x80, 0x80, 0x80, 0x80, 0x05}, MP4_OK, MP4_OK, 5, 6},
+  // What descriptor and command answer, body and header.
+  const std::tuple<Bytes, Mp4Result, Mp4Result, u32, u32> rows[] = {
+      {{3, 0x00}, MP4_OK, MP4_OK, 0, 2},
+      {{3, 0x80, 0x80, 0x80, 0x80, 0x05}, MP4_OK, MP4_OK, 5, 6},
       // Of 35 bits the upper three are lost.
-      {{0xFF, 0x80, 0x80, 0x80, 0x05}, MP4_OK, MP4_OK, 0xF0000005, 6},
-      {{0x80, 0x80, 0x80, 0x80, 0x80}, MP4_BAD_DESCRIPTOR, MP4_BAD_COMMAND, 0, 6},
-      {{0x80, 0x80}, MP4_OUT_OF_RANGE, MP4_OUT_OF_RANGE, 0, 3},
+      {{3, 0xFF, 0x80, 0x80, 0x80, 0x05}, MP4_OK, MP4_OK, 0xF0000005, 6},
+      {{3, 0x80, 0x80, 0x80, 0x80, 0x80}, MP4_BAD_DESCRIPTOR, MP4_BAD_COMMAND, 0, 6},
+      {{3, 0x80, 0x80}, MP4_OUT_OF_RANGE, MP4_OUT_OF_RANGE, 0, 3},
   };
-  for (const auto& row : rows) {
-    const Bytes bytes = Bytes().U8(3).Add(row.code);
+  for (const auto& [bytes, descriptorResult, commandResult, size, header] : rows) {
     CBaseDescriptor descriptor;
     CBaseCommand command;
-    EXPECT_EQ(row.descriptor, ReadHeader(descriptor, bytes));
-    EXPECT_EQ(row.command, ReadHeader(command, bytes));
-    if (row.descriptor != MP4_OK) continue;
-    u32 size = 0, header = 0, remaining = 0;
-    ASSERT_EQ(MP4_OK, descriptor.GetSize(&size, &header));
-    ASSERT_EQ(MP4_OK, descriptor.GetRemaining(&remaining));
-    EXPECT_EQ(row.size, size);
-    EXPECT_EQ(row.size, remaining);
-    EXPECT_EQ(row.header, header);
+    EXPECT_EQ(descriptorResult, descriptor.Deserialize(MemoryBlock(bytes)));
+    EXPECT_EQ(commandResult, command.Deserialize(MemoryBlock(bytes)));
+    if (descriptorResult != MP4_OK) continue;
+    u32 body = 0;
+    EXPECT_EQ(header, Got(descriptor, &CBaseDescriptor::GetSize, &body));
+    EXPECT_EQ(size, body);
+    EXPECT_EQ(size, Got(descriptor, &CBaseDescriptor::GetRemaining));
   }
 }
 
@@ -110,33 +86,28 @@ TEST(SizeCode, PaddedHeaderIsForgottenBySizing) {
   const Bytes bytes = {0x05, 0x80, 0x80, 0x80, 0x80, 0x05};
   CBaseDescriptor descriptor;
   CBaseCommand command;
-  ASSERT_EQ(MP4_OK, ReadHeader(descriptor, bytes));
-  ASSERT_EQ(MP4_OK, ReadHeader(command, bytes));
-  const auto headerOf = [](const auto& item) {
-    u32 size = 0, header = 0;
-    EXPECT_EQ(MP4_OK, item.GetSize(&size, &header));
-    return header;
-  };
-  EXPECT_EQ(6u, headerOf(descriptor));
-  EXPECT_EQ(2u, headerOf(command));
+  ASSERT_EQ(MP4_OK, descriptor.Deserialize(MemoryBlock(bytes)));
+  ASSERT_EQ(MP4_OK, command.Deserialize(MemoryBlock(bytes)));
+  u32 size = 0;
+  EXPECT_EQ(6u, Got(descriptor, &CBaseDescriptor::GetSize, &size));
+  EXPECT_EQ(2u, Got(command, &CBaseCommand::GetSize, &size));
   ASSERT_EQ(MP4_OK, descriptor.CalculateSize());
-  EXPECT_EQ(2u, headerOf(descriptor));
+  EXPECT_EQ(2u, Got(descriptor, &CBaseDescriptor::GetSize, &size));
 }
 
 // The tag is stored before the size code is found too long.
 TEST(SizeCode, BufferFormKeepsToItsRoom) {
+  const auto expectRoomKept = [](auto&& item, u32 room) {
+    u8 bytes[4] = {0xEE, 0xEE, 0xEE, 0xEE};
+    u8* cursor = bytes;
+    const u8 first = room > 0 ? 5 : 0xEE;
+    EXPECT_EQ(MP4_BUFFER_TOO_SMALL, item.SerializeToBuffer(&cursor, &room));
+    EXPECT_EQ(first, bytes[0]);
+    EXPECT_EQ(0xEE, bytes[1]);
+  };
   for (const u32 room : {0u, 1u, 2u}) {
-    WithSize<CBaseDescriptor> descriptor(128);
-    WithSize<CBaseCommand> command(128);
-    for (const bool asCommand : {false, true}) {
-      u8 bytes[4] = {0xEE, 0xEE, 0xEE, 0xEE};
-      u8* cursor = bytes;
-      u32 left = room;
-      EXPECT_EQ(MP4_BUFFER_TOO_SMALL, asCommand ? command.SerializeToBuffer(&cursor, &left)
-                                                : descriptor.SerializeToBuffer(&cursor, &left));
-      EXPECT_EQ(room > 0 ? 5 : 0xEE, bytes[0]);
-      EXPECT_EQ(0xEE, bytes[1]);
-    }
+    expectRoomKept(WithSize<CBaseDescriptor>(128), room);
+    expectRoomKept(WithSize<CBaseCommand>(128), room);
   }
 }
 
@@ -173,9 +144,7 @@ TEST(CreateDescriptor, SkipsAnUnknownTag) {
     ASSERT_EQ(MP4_OK, read.result);
     EXPECT_EQ(0u, read.tag);
     EXPECT_EQ(5u, read.consumed);
-    u32 own = 0;
-    ASSERT_EQ(MP4_OK, read.descriptor->GetTag(&own));
-    EXPECT_EQ(tag, own);
+    EXPECT_EQ(tag, Got(*read.descriptor, &CBaseDescriptor::GetTag));
     // The body is lost on purpose.
     EXPECT_EQ(Descriptor(tag), Written(*read.descriptor));
   }
@@ -183,20 +152,16 @@ TEST(CreateDescriptor, SkipsAnUnknownTag) {
 
 class ListTest : public testing::Test {
  protected:
-  Mp4Result Read(Bytes bytes, u32 remaining) {
-    CMemoryStorage storage;
-    EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
+  Mp4Result Read(CStorage* storage, u32 remaining) {
     m_remaining = remaining;
-    return m_list.DeserializeDescriptors(&storage, &m_remaining);
+    return m_list.DeserializeDescriptors(storage, &m_remaining);
   }
   static std::vector<u32> Tags(CDescriptorList& list) {
     std::vector<u32> tags;
     CDescriptorList::Node* node = nullptr;
     for (Mp4Result result = list.GetNode(0, &node); result == MP4_OK && node != nullptr;
          node = node->next.get()) {
-      u32 tag = 0;
-      EXPECT_EQ(MP4_OK, node->item->GetTag(&tag));
-      tags.push_back(tag);
+      tags.push_back(Got(*node->item, &CBaseDescriptor::GetTag));
     }
     return tags;
   }
@@ -221,7 +186,7 @@ TEST_F(ListTest, ReadsUntilNothingRemains) {
   };
   for (const auto& [bytes, remaining, result, tags] : rows) {
     m_list.Clear();
-    EXPECT_EQ(result, Read(bytes, remaining));
+    EXPECT_EQ(result, Read(MemoryBlock(bytes), remaining));
     EXPECT_EQ(tags, Tags(m_list));
     if (result == MP4_OK) {
       EXPECT_EQ(0u, m_remaining);
@@ -231,11 +196,7 @@ TEST_F(ListTest, ReadsUntilNothingRemains) {
 
 // Size and header would wrap to a small sum in 32 bits, and the child would seem to fit.
 TEST_F(ListTest, ChildNearFourGigabytesIsNoSmallOne) {
-  const TempFile file(Bytes{200, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F});
-  CStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
-  m_remaining = 6;
-  EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, m_list.DeserializeDescriptors(&storage, &m_remaining));
+  EXPECT_EQ(MP4_DESCRIPTOR_OVERRUN, Read(FileOf({200, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F}), 6));
 }
 
 TEST_F(ListTest, ExtractsEveryMatchInOrder) {

@@ -3,7 +3,6 @@
 #include <tuple>
 
 #include "support/descriptor_writer.h"
-#include "support/temp_file.h"
 
 namespace kt::test {
 namespace {
@@ -132,10 +131,8 @@ TEST(EsDescriptor, BitratesMakeTheDecoderConfig) {
 TEST(EsDescriptor, WithoutChildrenHasThreeAnswers) {
   CESDescriptor es;
   EXPECT_EQ(MP4_BAD_DESCRIPTOR, es.CalculateSize());
+  EXPECT_EQ(MP4_NOT_READY, es.Serialize(MemoryBlock(std::size_t{16})));
   Bytes bytes(16);
-  CMemoryStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(bytes.data(), 16, MP4_MODE_WRITE));
-  EXPECT_EQ(MP4_NOT_READY, es.Serialize(&storage));
   u8* cursor = bytes.data();
   u32 room = 16;
   EXPECT_EQ(MP4_BAD_DESCRIPTOR, es.SerializeToBuffer(&cursor, &room));
@@ -179,8 +176,9 @@ TEST(DecoderConfig, KeepsSixBitsOfStreamTypeAndSetsTheReservedBit) {
     ReadDescriptor read(bytes);
     ASSERT_EQ(MP4_OK, read.result);
     EXPECT_EQ(streamByte | 1, Written(*read.descriptor)[3]);
-    u32 size = 0;
-    EXPECT_EQ(MP4_NOT_FOUND, read.As<CDecoderConfigDescriptor>().GetDecoderSpecificInfoSize(&size));
+    EXPECT_EQ(MP4_NOT_FOUND,
+              Ask(read.As<CDecoderConfigDescriptor>(), &CDecoderConfigDescriptor::GetDecoderSpecificInfoSize)
+                  .result);
   }
 }
 
@@ -203,9 +201,8 @@ TEST(DecoderSpecificInfo, EmptyAndNullDataCountNoBytes) {
   CDecoderSpecificInfo info;
   ASSERT_EQ(MP4_OK, info.SetData("abc", 3));
   ASSERT_EQ(MP4_OK, info.SetData(nullptr, 200));
+  EXPECT_EQ(200u, Got(info, &CDecoderSpecificInfo::GetDataSize));
   u32 size = 0;
-  EXPECT_EQ(MP4_OK, info.GetDataSize(&size));
-  EXPECT_EQ(200u, size);
   EXPECT_EQ(MP4_BUFFER_TOO_SMALL, info.GetData(199, &size, nullptr));
   EXPECT_EQ(MP4_OK, info.GetData(200, &size, nullptr));
   EXPECT_EQ(Descriptor(5), Written(info));
@@ -215,16 +212,10 @@ TEST(DecoderSpecificInfo, EmptyAndNullDataCountNoBytes) {
 
 // The claimed size is held against the file before memory is taken for it.
 TEST(DecoderSpecificInfo, ClaimOfFourGigabytesTakesNoMemory) {
-  const TempFile file(Bytes{5, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3});
-  CStorage storage;
-  ASSERT_EQ(MP4_OK, storage.Open(file.Name().c_str(), MP4_MODE_READ));
-  std::unique_ptr<CBaseDescriptor> descriptor;
-  u32 tag = 0;
-  EXPECT_EQ(MP4_FILE_IO, CreateDescriptor(&storage, 0, &descriptor, &tag));
-  // The read would have run into the end; the look ahead has not.
-  u64 position = 0;
-  ASSERT_EQ(MP4_OK, storage.GetPosition(&position));
-  EXPECT_EQ(6u, position);
+  FileOf storage({5, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3});
+  const ReadDescriptor read(storage);
+  EXPECT_EQ(MP4_FILE_IO, read.result);
+  EXPECT_EQ(6u, read.consumed) << "the read would have run into the end, the look ahead has not";
 }
 
 // The body of a custom SL header.
@@ -277,22 +268,15 @@ TEST(SlConfig, CompositionDurationLandsInTheAccessUnitDuration) {
       Dumped(*read.descriptor));
 }
 
-Mp4Result BufferResult(CBaseDescriptor& descriptor, u32 room) {
-  u8 bytes[64];
-  u8* cursor = bytes;
-  return descriptor.SerializeToBuffer(&cursor, &room);
-}
-
 // What can be written depends on what an earlier custom header has left behind.
 TEST(SlConfig, WritesPredefinedHeadersOnly) {
   const struct {
     const char* what;
-    Bytes body;     // read first
-    u8 predefined;  // set then
-    u32 size;       // of the body
-    Mp4Result storage;
-    Mp4Result buffer;  // with room for all
-    u32 room;          // one less than what is needed
+    Bytes body;                 // read first
+    u8 predefined;              // set then
+    u32 size;                   // of the body
+    Mp4Result storage, buffer;  // with room for all
+    u32 room;                   // one less than what is needed
   } rows[] = {
       {"custom", CustomSl(0, 0), 0, 1, MP4_BAD_VALUE, MP4_NOT_READY, 1},
       {"1", {1}, 1, 1, MP4_OK, MP4_NOT_READY, 2},

@@ -4,26 +4,23 @@
 
 #include <deque>
 #include <random>
+#include <tuple>
 
 namespace kt {
 namespace {
 
 TEST(BitRateWindow, SlidesOverOneSecond) {
   CBitRateWindow window;
-  const struct {
-    u32 size;
-    u64 time;
-    u32 peak;
-  } samples[] = {
+  const std::tuple<u32, u64, u32> samples[] = {
       {10, 0, 80},      {10, 500, 160},
       {10, 1000, 240},  // exactly a second behind the first one, which still counts
       {10, 1001, 240},  // the first one has left
       {5, 3000, 240},   // all have left, and the peak stays
       {100, 3000, 840},
   };
-  for (const auto& sample : samples) {
-    ASSERT_EQ(window.AddSample(sample.size, sample.time, 1000), MP4_OK);
-    EXPECT_EQ(window.GetPeak(), sample.peak) << sample.time;
+  for (const auto& [size, time, peak] : samples) {
+    ASSERT_EQ(window.AddSample(size, time, 1000), MP4_OK);
+    EXPECT_EQ(window.GetPeak(), peak) << time;
   }
   window.Clear();
   EXPECT_EQ(window.GetPeak(), 840u) << "what was measured outlives the window";
@@ -63,23 +60,16 @@ TEST(BitRateWindow, CountsLikeAPlainQueue) {
 }
 
 TEST(BitRateWindow, AverageOverTheDuration) {
-  const struct {
-    u32 size;
-    u64 duration;
-    u32 timeScale;
-    u32 average;
-  } cases[] = {
-      {1000, 2000, 1000, 4000},       {1000, 3000, 1000, 2666},  // cut, not rounded
-      {1000, 10, 1000, 8000},                                    // shorter than a second
-      {1000, 0, 1000, 8000},                                     //
-      {0x20000000, 1, 1, 0xFFFFFFFF},                            // just beyond 32 bits
-      {0x1FFFFFFF, 1, 1, 0xFFFFFFF8},                            //
-      {1000, ~u64{0}, 1, 0},                                     //
+  const std::tuple<u32, u64, u32, u32> cases[] = {
+      {1000, 2000, 1000, 4000},       {1000, 3000, 1000, 2666},        // cut, not rounded
+      {1000, 10, 1000, 8000},                                          // shorter than a second
+      {1000, 0, 1000, 8000},          {0x20000000, 1, 1, 0xFFFFFFFF},  // just beyond 32 bits
+      {0x1FFFFFFF, 1, 1, 0xFFFFFFF8}, {1000, ~u64{0}, 1, 0},
   };
-  for (const auto& row : cases) {
+  for (const auto& [size, duration, timeScale, average] : cases) {
     CBitRateWindow window;
-    ASSERT_EQ(window.AddSample(row.size, 0, row.timeScale), MP4_OK);
-    EXPECT_EQ(window.GetAverage(row.duration, row.timeScale), row.average) << row.size << " " << row.duration;
+    ASSERT_EQ(window.AddSample(size, 0, timeScale), MP4_OK);
+    EXPECT_EQ(window.GetAverage(duration, timeScale), average) << size << " " << duration;
   }
 }
 

@@ -1,6 +1,8 @@
 #include "engine/box_list.h"
 
-#include <gtest/gtest.h>
+#include <tuple>
+
+#include "support/answer.h"
 
 namespace kt {
 namespace {
@@ -24,10 +26,8 @@ TEST(BoxList, NumbersItsItemsFromOne) {
   EXPECT_EQ(list.GetByIndex(0, &box), MP4_ZERO_INDEX);
   EXPECT_EQ(list.GetByIndex(4, &box), MP4_NOT_FOUND);
   for (const u32 index : {1u, 3u, 2u, 2u, 1u}) {  // back and forth over the cursor
-    u32 type = 0;
     ASSERT_EQ(list.GetByIndex(index, &box), MP4_OK);
-    EXPECT_EQ(box->GetType(&type), MP4_OK);
-    EXPECT_EQ(type, types[index - 1]);
+    EXPECT_EQ(test::Got(*box, &CBox::GetType), types[index - 1]);
   }
   CBox* first = nullptr;
   EXPECT_EQ(list.GetItem(0, &first), MP4_OK);
@@ -54,14 +54,12 @@ TEST(BoxList, FindsOccurrencesInAnyOrder) {
       if (box == found) return index;
     }
   };
-  const struct {
-    u32 type, occurrence;
-    u32 index;  // 0 for none
-  } searches[] = {{kTrak, 3, 5}, {kTrak, 2, 3}, {kTrak, 1, 2}, {kTrak, 0, 2},
-                  {kFree, 2, 4}, {kTrak, 3, 5}, {kTrak, 4, 0}, {kTrak, 3, 5},
-                  {kFree, 0, 1}, {kFree, 3, 0}, {kTrak, 2, 3}, {FourCc("moov"), 1, 0}};
-  for (const auto& search : searches) {
-    EXPECT_EQ(indexOf(search.type, search.occurrence), search.index) << &search - searches;
+  // Code, occurrence and index, 0 for none.
+  const std::tuple<u32, u32, u32> searches[] = {
+      {kTrak, 3, 5}, {kTrak, 2, 3}, {kTrak, 1, 2}, {kTrak, 0, 2}, {kFree, 2, 4}, {kTrak, 3, 5},
+      {kTrak, 4, 0}, {kTrak, 3, 5}, {kFree, 0, 1}, {kFree, 3, 0}, {kTrak, 2, 3}, {FourCc("moov"), 1, 0}};
+  for (const auto& [type, occurrence, index] : searches) {
+    EXPECT_EQ(indexOf(type, occurrence), index) << type << " " << occurrence;
   }
   Append(&list, kTrak);
   EXPECT_EQ(indexOf(kTrak, 4), 6u);

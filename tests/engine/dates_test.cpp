@@ -23,10 +23,7 @@ constexpr u64 kFourYears = 1461 * kDay;
 constexpr u64 kEnd = 74 * kFourYears;  // the start of 2200
 
 TEST(Dates, BothWaysAtTheEdges) {
-  const struct {
-    u64 seconds;
-    Date date;
-  } cases[] = {
+  const std::pair<u64, Date> cases[] = {
       {0, {1904, 1, 1, 0, 0, 0}},
       {59 * kDay, {1904, 2, 29, 0, 0, 0}},
       {60 * kDay - 1, {1904, 2, 29, 23, 59, 59}},
@@ -37,13 +34,13 @@ TEST(Dates, BothWaysAtTheEdges) {
       {49 * kFourYears + 59 * kDay, {2100, 2, 29, 0, 0, 0}},
       {kEnd - 1, {2199, 12, 31, 23, 59, 59}},
   };
-  for (const auto& test : cases) {
+  for (const auto& [expected, expectedDate] : cases) {
     Date date{};
     u64 seconds = 1;
-    EXPECT_EQ(MP4_OK, ToDate(test.seconds, &date));
-    EXPECT_EQ(test.date, date) << test.seconds;
-    EXPECT_EQ(MP4_OK, ToSeconds(test.date, &seconds));
-    EXPECT_EQ(test.seconds, seconds);
+    EXPECT_EQ(MP4_OK, ToDate(expected, &date));
+    EXPECT_EQ(expectedDate, date) << expected;
+    EXPECT_EQ(MP4_OK, ToSeconds(expectedDate, &seconds));
+    EXPECT_EQ(expected, seconds);
   }
 }
 
@@ -71,20 +68,17 @@ TEST(Dates, YearLimitsDifferByOne) {
 }
 
 TEST(Dates, LooseDatesCountAsTold) {
-  const struct {
-    Date date;
-    u64 seconds;
-  } cases[] = {
+  const std::pair<Date, u64> cases[] = {
       {{1800, 1, 1, 0, 0, 0}, 0},                   // years before the first add nothing
       {{1904, 0, 1, 0, 0, 0}, 0},                   // nor does month 0
       {{1905, 1, 0, 0, 0, 0}, 365 * kDay},          // day 0 is the day before
       {{1904, 1, 0, 0, 0, 0}, 0 - kDay},            // also of the first day
       {{1905, 2, 31, 0, 0, 0}, (366 + 61) * kDay},  // a day that the month does not have runs over
   };
-  for (const auto& test : cases) {
+  for (const auto& [date, expected] : cases) {
     u64 seconds = 1;
-    EXPECT_EQ(MP4_OK, ToSeconds(test.date, &seconds));
-    EXPECT_EQ(test.seconds, seconds);
+    EXPECT_EQ(MP4_OK, ToSeconds(date, &seconds));
+    EXPECT_EQ(expected, seconds);
   }
 }
 

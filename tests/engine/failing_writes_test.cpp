@@ -63,8 +63,7 @@ void ExpectSamples(const Attempt& attempt, u32 largest) {
   OpenedMovie read(attempt.content);
   ASSERT_EQ(read.result, MP4_OK);
   const auto track = read.OpenTrack();
-  u32 count = 0;
-  ASSERT_EQ(track->GetSampleCount(&count), MP4_OK);
+  const u32 count = Got(*track, &CMp4Track::GetSampleCount);
   ASSERT_EQ(count, attempt.samples);
   std::vector<u8> bytes(largest);
   for (u32 i = 0; i < count; ++i) {

@@ -12,76 +12,51 @@ namespace {
 
 using namespace test;
 
-Bytes ReservedMediaHeader() {
-  return Bytes().U32(1).Text("mdat").U64(0x100000008);
-}
-
 // The brands are final before the first sample, and a file without tracks gets no "moov".
 TEST(FileWriting, OpenLaysDownBrandsAndTheHeaderOfTheMediaData) {
-  const struct {
-    u32 fileType;
-    Bytes ftyp;
-  } cases[] = {
+  const std::pair<u32, Bytes> cases[] = {
       {MP4_TYPE_MP4, Box("ftyp", Bytes().Text("mp42").U32(1).Text("mp42isom"))},
       {MP4_TYPE_3GP, Box("ftyp", Bytes().Text("3gp4").U32(512).Text("3gp43gp5isom"))},
       {MP4_TYPE_M4A, Box("ftyp", Bytes().Text("M4A ").U32(0).Text("mp42isom"))},
   };
-  for (const auto& row : cases) {
-    WrittenMovie movie(row.fileType);
+  for (const auto& [fileType, ftyp] : cases) {
+    WrittenMovie movie(fileType);
     ASSERT_EQ(movie.result, MP4_OK);
-    u32 value = 9;
-    EXPECT_EQ(movie->GetFileType(&value), MP4_OK);
-    EXPECT_EQ(value, row.fileType);
-    EXPECT_EQ(movie->GetMovieTimeScale(&value), MP4_OK);
-    EXPECT_EQ(value, 1000u);
-    EXPECT_EQ(movie->Close(), MP4_OK);
-    EXPECT_EQ(movie.Content(), Bytes(row.ftyp).Add(ReservedMediaHeader()));
+    EXPECT_EQ(Got(*movie, &CMp4File::GetFileType), fileType);
+    EXPECT_EQ(Got(*movie, &CMp4File::GetMovieTimeScale), 1000u);
+    EXPECT_EQ(movie.Finish({}), Bytes(ftyp).Add(Bytes().U32(1).Text("mdat").U64(0x100000008)));
   }
 }
 
 TEST(FileWriting, OpenEmptiesAFileThatStandsThere) {
   WrittenMovie movie;
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes empty = movie.Content();
+  const Bytes empty = movie.Finish({});
   ASSERT_EQ(movie->Open(movie.Name().c_str(), MP4_MODE_WRITE, MP4_TYPE_3GP), MP4_OK);
   CMp4Track* track = movie.AddTextTrack();
-  ASSERT_EQ(WriteSample(track, 100, 0), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  EXPECT_GT(movie.Content().size(), empty.size() + 100);
+  WriteSamples(track, 100, {0});
+  EXPECT_GT(movie.Finish({track}).size(), empty.size() + 100);
   ASSERT_EQ(movie->Open(movie.Name().c_str(), MP4_MODE_WRITE, MP4_TYPE_3GP), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  EXPECT_EQ(movie.Content(), empty);
+  EXPECT_EQ(movie.Finish({}), empty);
 }
 
 TEST(FileWriting, OpenThatCannotCreateTheFileFails) {
-  CMp4File* made = nullptr;
-  ASSERT_EQ(CreateMp4File(&made), MP4_OK);
-  const std::unique_ptr<CMp4File> file(made);
-  const TempFile missing;
-  const std::string inside = (missing.Path() / "a.mp4").string();
-  EXPECT_EQ(file->Open(inside.c_str(), MP4_MODE_WRITE, MP4_TYPE_MP4), MP4_FILE_IO);
-  u32 open = 1;
-  EXPECT_EQ(file->IsOpen(&open), MP4_OK);
-  EXPECT_EQ(open, 0u);
+  WrittenMovie movie;
+  movie.Finish({});
+  const std::string inside = movie.Name() + "/a.mp4";
+  EXPECT_EQ(movie->Open(inside.c_str(), MP4_MODE_WRITE, MP4_TYPE_MP4), MP4_FILE_IO);
+  EXPECT_EQ(Got(*movie, &CMp4File::IsOpen), 0u);
   CMp4Track* track = nullptr;
-  EXPECT_EQ(file->AddTrack(&track), MP4_NOT_FOUND);
+  EXPECT_EQ(movie->AddTrack(&track), MP4_NOT_FOUND);
 }
 
 TEST(FileWriting, TracksAreNumberedAsTheyAreAdded) {
   WrittenMovie movie;
-  std::vector<CMp4Track*> tracks = {movie.AddTextTrack(), movie.AddTextTrack()};
-  u32 count = 0;
-  EXPECT_EQ(movie->GetTrackCount(&count), MP4_OK);
-  EXPECT_EQ(count, 2u);
-  for (u32 index = 1; index <= 2; ++index) {
-    u32 id = 0;
-    EXPECT_EQ(tracks[index - 1]->GetTrackId(&id), MP4_OK);
-    EXPECT_EQ(id, index);
-    ASSERT_EQ(movie->CloseTrack(tracks[index - 1]), MP4_OK);
-  }
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes mvhd = BoxAt(movie.Content(), "moov/mvhd");
+  CMp4Track* const first = movie.AddTextTrack();
+  CMp4Track* const second = movie.AddTextTrack();
+  EXPECT_EQ(Got(*movie, &CMp4File::GetTrackCount), 2u);
+  EXPECT_EQ(Got(*first, &CMp4Track::GetTrackId), 1u);
+  EXPECT_EQ(Got(*second, &CMp4Track::GetTrackId), 2u);
+  const Bytes mvhd = BoxAt(movie.Finish({first, second}), "moov/mvhd");
   EXPECT_EQ(Bytes(mvhd.end() - 4, mvhd.end()), Bytes().U32(3)) << "the next track id";
   CMp4Track* late = nullptr;
   EXPECT_EQ(movie->AddTrack(&late), MP4_NOT_FOUND) << "closed";
@@ -95,19 +70,17 @@ TEST(FileWriting, AWholeFile) {
   ASSERT_EQ(track->SetDimensions(320, 60), MP4_OK);
   ASSERT_EQ(track->WriteSample("\x94\x20", 2, 0, 0, 1), MP4_OK);
   ASSERT_EQ(track->WriteSample("\x94\x2c\x80", 3, 250, 250, 1), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
   ASSERT_EQ(movie->SetCopyright("eng", "nobody", 1), MP4_OK);
   ASSERT_EQ(movie->SetCreationDate(1904, 1, 1, 0, 0, 9), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
 
-  const auto matrix = [] { return Bytes().U32s({0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000}); };
+  const Bytes matrix = Bytes().U32s({0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000});
   const Bytes ftyp = Box("ftyp", Bytes().Text("3gp4").U32(512).Text("3gp43gp5isom"));
   const Bytes mdat = Box("mdat", Bytes().U64(0x100000008).U16(0x9420).U24(0x942c80));
   const Bytes mvhd =
       FullBox("mvhd", 0, 0,
-              Bytes().U32s({9, 0, 1000, 1000, 0x10000}).U16(0x100).Zeros(10).Add(matrix()).Zeros(24).U32(2));
+              Bytes().U32s({9, 0, 1000, 1000, 0x10000}).U16(0x100).Zeros(10).Add(matrix).Zeros(24).U32(2));
   const Bytes tkhd = FullBox(
-      "tkhd", 0, 1, Bytes().U32s({0, 0, 1, 0, 1000}).Zeros(16).Add(matrix()).U32(320 << 16).U32(60 << 16));
+      "tkhd", 0, 1, Bytes().U32s({0, 0, 1, 0, 1000}).Zeros(16).Add(matrix).U32(320 << 16).U32(60 << 16));
   const Bytes dinf = Box("dinf", {TableBox("dref", 1, FullBox("url ", 0, 1))});
   const Bytes stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1).U8(0))});
   const Bytes stbl =
@@ -116,15 +89,13 @@ TEST(FileWriting, AWholeFile) {
       Box("mdia", {Mdhd(500, 500), FullBox("hdlr", 0, 0, Bytes().U32(0).Text("text").Zeros(13)),
                    Box("minf", {dinf, stbl, Nmhd()})});
   const Bytes moov = Box("moov", {mvhd, Box("trak", {tkhd, mdia}), Udta({Cprt("eng", "nobody")})});
-  EXPECT_EQ(movie.Content(), Bytes(ftyp).Add(mdat).Add(moov));
+  EXPECT_EQ(movie.Finish({track}), Bytes(ftyp).Add(mdat).Add(moov));
 }
 
 TEST(FileWriting, AnMp4FileHasADefaultObjectDescriptor) {
   WrittenMovie movie(MP4_TYPE_MP4);
   CMp4Track* track = movie.AddTextTrack();
-  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes content = movie.Content();
+  const Bytes content = movie.Finish({track});
   // Id 1; no profiles but audio and visual.
   EXPECT_EQ(BoxAt(content, "moov/iods"),
             FullBox("iods", 0, 0, Descriptor(0x10, {0x00, 0x4F, 0xFF, 0xFF, 15, 3, 0xFF})));
@@ -148,12 +119,10 @@ TEST(FileWriting, CloseWithTracksLeftOpen) {
   WrittenMovie movie;
   CMp4Track* first = movie.AddTextTrack();
   CMp4Track* second = movie.AddTextTrack();
-  ASSERT_EQ(WriteSample(first, 5, 0), MP4_OK);
-  ASSERT_EQ(WriteSample(second, 7, 0), MP4_OK);
+  WriteSamples(first, 5, {0});
+  WriteSamples(second, 7, {0});
   EXPECT_EQ(movie->Close(), MP4_NOT_FOUND) << "the first track gives the movie its duration";
-  u32 open = 0;
-  EXPECT_EQ(movie->IsOpen(&open), MP4_OK);
-  EXPECT_EQ(open, 1u);
+  EXPECT_EQ(Got(*movie, &CMp4File::IsOpen), 1u);
   ASSERT_EQ(movie->CloseTrack(first), MP4_OK);
   EXPECT_EQ(movie->Close(), MP4_OK) << "nobody waits for the second";
   EXPECT_EQ(WriteSample(second, 7, 1), MP4_NOT_READY);
@@ -177,10 +146,8 @@ TEST(FileWriting, CloseCanBeRepeatedAndLeavesOneMovie) {
     ASSERT_EQ(second->WriteSample("second", 6, static_cast<u64>(i), static_cast<u64>(i), 1), MP4_OK);
   }
   ASSERT_EQ(second->SetLine21Format(0, 0, 0), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(second), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
+  const Bytes content = movie.Finish({second});
   EXPECT_EQ(movie->Close(), MP4_NOT_FOUND);
-  const Bytes content = movie.Content();
   EXPECT_EQ(CodesIn(content, 0), "ftypmdatmoov");
   EXPECT_EQ(BoxAt(content, "mdat"), Box("mdat", Bytes().U64(0x100000008).Text("firstsecondsecond")));
 }
@@ -225,16 +192,14 @@ CMp4Track* AddTrackOf(WrittenMovie& movie, const CopiedFormat& format) {
 }
 
 void CopySamples(CMp4Track& from, CMp4Track* to) {
-  u32 count = 0;
-  ASSERT_EQ(from.GetSampleCount(&count), MP4_OK);
+  const u32 count = Got(from, &CMp4Track::GetSampleCount);
   std::vector<u8> bytes(5000);
   for (u32 sample = 1; sample <= count; ++sample) {
-    u32 size = 0, sync = 0;
-    u64 decoding = 0, composition = 0;
+    u32 size = 0;
     ASSERT_EQ(from.ReadSample(sample, 5000, &size, bytes.data()), MP4_OK);
-    ASSERT_EQ(from.GetSampleDecodingTime(sample, &decoding), MP4_OK);
-    ASSERT_EQ(from.GetSampleCompositionTime(sample, &composition), MP4_OK);
-    const bool isSync = from.FindSyncSample(composition, &sync) == MP4_OK && sync == sample;
+    const u64 decoding = Got(from, &CMp4Track::GetSampleDecodingTime, sample);
+    const u64 composition = Got(from, &CMp4Track::GetSampleCompositionTime, sample);
+    const bool isSync = Ask(from, &CMp4Track::FindSyncSample, composition) == Answer<u32>{MP4_OK, sample};
     ASSERT_EQ(to->WriteSample(bytes.data(), size, decoding, composition, isSync ? 1 : 0), MP4_OK) << sample;
   }
 }

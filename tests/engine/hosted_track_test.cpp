@@ -10,9 +10,9 @@
 #include "boxes/movie_box.h"
 #include "boxes/track_box.h"
 #include "engine/child_boxes.h"
-#include "engine/memory_storage.h"
 #include "engine/track_impl.h"
 #include "support/movie_builder.h"
+#include "support/open_storage.h"
 #include "support/written_movie.h"
 
 namespace kt {
@@ -53,15 +53,10 @@ class BareHost : public CTrackHost {
 
   /// The movie so far, as it would be written.
   Bytes Movie() {
-    Bytes bytes(10'000);
-    CMemoryStorage memory;
-    u64 size = 0;
-    EXPECT_EQ(memory.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_WRITE), MP4_OK);
+    MemoryBlock memory(std::size_t{10'000});
     EXPECT_EQ(movie.CalculateSize(), MP4_OK);
-    EXPECT_EQ(movie.Serialize(&memory), MP4_OK);
-    EXPECT_EQ(memory.GetPosition(&size), MP4_OK);
-    bytes.resize(static_cast<std::size_t>(size));
-    return bytes;
+    EXPECT_EQ(movie.Serialize(memory), MP4_OK);
+    return memory.Written();
   }
 
   TempFile temp;
@@ -84,25 +79,22 @@ void WriteChunkAt(BareHost& host, CTrackImpl& track, u64 position, u64 time) {
 }
 
 TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
-  const struct {
-    std::vector<u64> positions;
-    bool wide;
-  } cases[] = {
+  const std::pair<std::vector<u64>, bool> cases[] = {
       {{16, kFourGiB - 1}, false},
       {{16, kFourGiB}, true},
       {{16, 2'000'000, kFourGiB + 5, kFourGiB + 2'000'000}, true},
       {{kFourGiB * 3}, true},
   };
-  for (const auto& row : cases) {
+  for (const auto& [positions, wide] : cases) {
     BareHost host;
     CTrackImpl track(&host, 0);
     SetUpText(track);
     u64 time = 0;
-    for (const u64 position : row.positions) WriteChunkAt(host, track, position, time++);
+    for (const u64 position : positions) WriteChunkAt(host, track, position, time++);
     ASSERT_EQ(track.Finish(), MP4_OK);
     const Bytes movie = host.Movie();
-    EXPECT_EQ(SampleTableBoxAt(movie, "stco"), row.wide ? Bytes() : Stco(row.positions));
-    EXPECT_EQ(SampleTableBoxAt(movie, "co64"), row.wide ? Co64(row.positions) : Bytes());
+    EXPECT_EQ(SampleTableBoxAt(movie, "stco"), wide ? Bytes() : Stco(positions));
+    EXPECT_EQ(SampleTableBoxAt(movie, "co64"), wide ? Co64(positions) : Bytes());
   }
 }
 
@@ -141,8 +133,7 @@ TEST(LargeOffsets, AreFoundByFfprobe) {
   WriteChunkAt(host, track, 16, 0);
   WriteChunkAt(host, track, kFourGiB + 77, 1024);
   ASSERT_EQ(track.Finish(), MP4_OK);
-  u64 end = 0;
-  ASSERT_EQ(host.storage.GetPosition(&end), MP4_OK);
+  const u64 end = Got(host.storage, &CStorage::GetPosition);
   const Bytes movie = host.Movie();
   ASSERT_EQ(host.storage.WriteBytes(movie.data(), static_cast<u32>(movie.size())), MP4_OK);
   // The media data counts the bytes that it has been given, and the hole is none of them.
@@ -178,31 +169,23 @@ TEST(TrackSetUp, ADurationThatSomebodySetsStays) {
   ASSERT_EQ(track.SetDuration(77), MP4_OK);
   ASSERT_EQ(WriteSample(&track, 1, 5000), MP4_OK);
   ASSERT_EQ(track.Finish(), MP4_OK);
-  u64 duration = 0;
-  EXPECT_EQ(track.GetDuration(&duration), MP4_OK);
-  EXPECT_EQ(duration, 77u);
+  EXPECT_EQ(Got(track, &CMp4Track::GetDuration), 77u);
   EXPECT_EQ(BoxAt(host.Movie(), "moov/trak/mdia/mdhd"), Mdhd(1000, 10000)) << "that of the media does not";
 }
 
 // The entry of a systems track by the kind of the track; the size of the set-up data stands for a bit rate.
 TEST(TrackSetUp, SystemsEntriesFollowTheKind) {
-  const struct {
-    u32 kind;
-    Bytes config;
-  } cases[] = {
-      {MP4_KIND_OBJECT_DESCRIPTOR,
-       Bytes().U8(2).U8(1 << 2 | 1).U24(0x140000).U32(3).U32(0).U8(5).U8(3).Text("abc")},
-      {MP4_KIND_SCENE_DESCRIPTION,
-       Bytes().U8(2).U8(3 << 2 | 1).U24(0x140000).U32(3).U32(0).U8(5).U8(3).Text("abc")},
-  };
-  for (const auto& row : cases) {
+  for (const auto& [kind, streamType] :
+       {std::pair(MP4_KIND_OBJECT_DESCRIPTOR, 1), {MP4_KIND_SCENE_DESCRIPTION, 3}}) {
     BareHost host;
     CTrackImpl track(&host, 0);
     ASSERT_EQ(track.SetUp(1), MP4_OK);
-    ASSERT_EQ(track.SetTrackType(row.kind), MP4_OK);
+    ASSERT_EQ(track.SetTrackType(kind), MP4_OK);
     ASSERT_EQ(track.SetMpeg4SystemsFormat("abc", 3), MP4_OK);
     const Bytes stsd = SampleTableBoxAt(host.Movie(), "stsd");
-    EXPECT_NE(std::search(stsd.begin(), stsd.end(), row.config.begin(), row.config.end()), stsd.end());
+    Bytes config = Bytes().U8(2).U8(static_cast<u64>(streamType << 2 | 1)).U24(0x140000).U32(3).U32(0);
+    config.U8(5).U8(3).Text("abc");
+    EXPECT_NE(std::search(stsd.begin(), stsd.end(), config.begin(), config.end()), stsd.end());
   }
 }
 

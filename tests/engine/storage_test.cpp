@@ -8,9 +8,7 @@
 #include <limits>
 #include <random>
 
-#include "engine/memory_storage.h"
-#include "support/box_writer.h"
-#include "support/temp_file.h"
+#include "support/open_storage.h"
 
 #ifdef _WIN32
 #include <windows.h>
@@ -23,74 +21,45 @@
 namespace kt {
 namespace {
 
-using test::Bytes;
-using test::TempFile;
+using namespace test;
 
 constexpr u64 kLargest = std::numeric_limits<u64>::max();
 constexpr u64 kLastPosition = static_cast<u64>(std::numeric_limits<i64>::max());
 
 u32 IsEof(CStorage& storage) {
-  u32 eof = 7;
-  EXPECT_EQ(storage.IsEof(&eof), MP4_OK);
-  return eof;
+  return Got(storage, &CStorage::IsEof);
 }
 
 u64 PositionOf(CStorage& storage) {
-  u64 position = kLargest;
-  EXPECT_EQ(storage.GetPosition(&position), MP4_OK);
-  return position;
+  return Got(storage, &CStorage::GetPosition);
 }
-
-/// A file storage open for reading over these bytes.
-class Reader {
- public:
-  explicit Reader(const std::vector<u8>& content) : m_file(content) {
-    EXPECT_EQ(m_storage.Open(m_file.Name().c_str(), MP4_MODE_READ), MP4_OK);
-  }
-  CStorage& operator*() { return m_storage; }
-  CStorage* operator->() { return &m_storage; }
-
- private:
-  TempFile m_file;
-  CStorage m_storage;
-};
 
 /// Runs the same calls over both storages, opened to read `content`.
 void OnBoth(const Bytes& content, const std::function<void(CStorage&)>& calls) {
   {
     SCOPED_TRACE("file");
-    Reader reader(content);
-    calls(*reader);
+    calls(*FileOf(content));
   }
   SCOPED_TRACE("memory");
-  Bytes block = content;
-  CMemoryStorage memory;
-  ASSERT_EQ(memory.Open(block.data(), static_cast<u32>(block.size()), MP4_MODE_READ), MP4_OK);
-  calls(memory);
-}
-
-template <class Value>
-Value Read(CStorage& storage, Mp4Result (CStorage::*operation)(Value*)) {
-  Value value = 0;
-  EXPECT_EQ((storage.*operation)(&value), MP4_OK);
-  return value;
+  MemoryBlock memory(content);
+  calls(*memory.operator->());
 }
 
 TEST(Storage, ReadsBigEndianAndDoesNotExtendThe24BitSign) {
   const Bytes content = Bytes().U64(0x8123456789ABCDEF).U32(0xFEDCBA98).U24(0xFFFFFF).U16(0x8001).U8(0x80);
   OnBoth(content, [](CStorage& storage) {
-    EXPECT_EQ(Read(storage, &CStorage::ReadUInt64), 0x8123456789ABCDEFu);
-    EXPECT_EQ(Read(storage, &CStorage::ReadUInt32), 0xFEDCBA98u);
-    EXPECT_EQ(Read(storage, &CStorage::ReadUInt24), 0x00FFFFFFu);
-    EXPECT_EQ(Read(storage, &CStorage::ReadUInt16), 0x8001u);
-    EXPECT_EQ(Read(storage, &CStorage::ReadUInt8), 0x80u);
+    EXPECT_EQ(Got(storage, &CStorage::ReadUInt64), 0x8123456789ABCDEFu);
+    EXPECT_EQ(Got(storage, &CStorage::ReadUInt32), 0xFEDCBA98u);
+    EXPECT_EQ(Got(storage, &CStorage::ReadUInt24), 0x00FFFFFFu);
+    EXPECT_EQ(Got(storage, &CStorage::ReadUInt16), 0x8001u);
+    EXPECT_EQ(Got(storage, &CStorage::ReadUInt8), 0x80u);
     EXPECT_EQ(PositionOf(storage), 18u);
     ASSERT_EQ(storage.SetPosition(0), MP4_OK);
-    EXPECT_EQ(Read(storage, &CStorage::ReadInt64), static_cast<i64>(0x8123456789ABCDEF));
-    EXPECT_EQ(Read(storage, &CStorage::ReadInt32), static_cast<i32>(0xFEDCBA98));
-    EXPECT_EQ(Read(storage, &CStorage::ReadInt24), 0x00FFFFFF);
-    EXPECT_EQ(Read(storage, &CStorage::ReadInt16), -32767);
-    EXPECT_EQ(Read(storage, &CStorage::ReadInt8), -128);
+    EXPECT_EQ(Got(storage, &CStorage::ReadInt64), static_cast<i64>(0x8123456789ABCDEF));
+    EXPECT_EQ(Got(storage, &CStorage::ReadInt32), static_cast<i32>(0xFEDCBA98));
+    EXPECT_EQ(Got(storage, &CStorage::ReadInt24), 0x00FFFFFF);
+    EXPECT_EQ(Got(storage, &CStorage::ReadInt16), -32767);
+    EXPECT_EQ(Got(storage, &CStorage::ReadInt8), -128);
   });
 }
 
@@ -120,23 +89,18 @@ TEST(Storage, WritesTheSameBytesToBoth) {
   ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
   write(storage);
   ASSERT_EQ(storage.Close(), MP4_OK);
-  EXPECT_EQ(test::ReadFile(file.Path()), expected);
+  EXPECT_EQ(ReadFile(file.Path()), expected);
 
-  std::vector<u8> block(expected.size());
-  CMemoryStorage memory;
-  ASSERT_EQ(memory.Open(block.data(), static_cast<u32>(block.size()), MP4_MODE_WRITE), MP4_OK);
-  write(memory);
-  EXPECT_EQ(block, expected);
+  MemoryBlock memory(expected.size());
+  write(*memory.operator->());
+  EXPECT_EQ(memory.Written(), expected);
 }
 
 // A cut read keeps what arrived, and only a read that ran into the end raises the indicator.
 TEST(FileStorage, CutReadKeepsTheBytesThatArrivedAndRaisesEof) {
-  Reader reader({0x11, 0x22, 0xAA, 0xBB});
-  u16 half = 0;
-  ASSERT_EQ(reader->ReadUInt16(&half), MP4_OK);
-  u32 value = 0xFFFFFFFF;
-  EXPECT_EQ(reader->ReadUInt32(&value), MP4_FILE_IO);
-  EXPECT_EQ(value, 0x0000AABBu);
+  FileOf reader({0x11, 0x22, 0xAA, 0xBB});
+  ASSERT_EQ(reader->Skip(2), MP4_OK);
+  EXPECT_EQ(Ask(*reader, &CStorage::ReadUInt32), (Answer<u32>{MP4_FILE_IO, 0x0000AABB}));
   EXPECT_EQ(IsEof(*reader), 1u);
 
   // With the indicator set nothing is read, not even a block of 0.
@@ -144,8 +108,7 @@ TEST(FileStorage, CutReadKeepsTheBytesThatArrivedAndRaisesEof) {
   i8 signedByte = 0x5A;
   EXPECT_EQ(reader->ReadUInt8(&byte), MP4_FILE_IO);
   EXPECT_EQ(reader->ReadInt8(&signedByte), MP4_FILE_IO);
-  EXPECT_EQ(byte, 0x5A);
-  EXPECT_EQ(signedByte, 0x5A);
+  EXPECT_TRUE(byte == 0x5A && signedByte == 0x5A);
   EXPECT_EQ(reader->ReadBlock(&byte, 1), MP4_END_OF_FILE);
   EXPECT_EQ(reader->ReadBlock(&byte, 0), MP4_END_OF_FILE);
   EXPECT_EQ(reader->ReadBytes(&byte, 1), MP4_FILE_IO);
@@ -153,7 +116,7 @@ TEST(FileStorage, CutReadKeepsTheBytesThatArrivedAndRaisesEof) {
 }
 
 TEST(FileStorage, EofIsClearedByMovingAndByNothingElse) {
-  Reader reader({1, 2, 3});
+  FileOf reader({1, 2, 3});
   const auto runIntoTheEnd = [&reader] {
     u8 block[4];
     ASSERT_EQ(reader->SetPosition(0), MP4_OK);
@@ -183,7 +146,7 @@ TEST(FileStorage, EofIsClearedByMovingAndByNothingElse) {
 
 // A 40-byte file whose box sizes wrap the position would otherwise be walked backwards without end.
 TEST(FileStorage, SkipNeverWrapsAndRunsBeyondTheEnd) {
-  Reader reader(Bytes().Zeros(40));
+  FileOf reader(Bytes().Zeros(40));
   ASSERT_EQ(reader->SetPosition(32), MP4_OK);
   for (const u64 count : {kLargest, kLargest - 31, kLargest - 15, kLastPosition - 31}) {
     EXPECT_EQ(reader->Skip(count), MP4_FILE_IO) << count;
@@ -192,13 +155,11 @@ TEST(FileStorage, SkipNeverWrapsAndRunsBeyondTheEnd) {
   EXPECT_EQ(reader->Skip(kLastPosition - 32), MP4_OK);
   EXPECT_EQ(PositionOf(*reader), kLastPosition);
   ASSERT_EQ(reader->SetPosition(100), MP4_OK);
-  u32 value = 5;
-  EXPECT_EQ(reader->ReadUInt32(&value), MP4_FILE_IO);
-  EXPECT_EQ(value, 0u);
+  EXPECT_EQ(Ask(*reader, &CStorage::ReadUInt32), (Answer<u32>{MP4_FILE_IO, 0}));
 }
 
 TEST(FileStorage, RequireBytesAnswersWhatTheReadWould) {
-  Reader reader(Bytes().Zeros(10));
+  FileOf reader(Bytes().Zeros(10));
   ASSERT_EQ(reader->SetPosition(4), MP4_OK);
   EXPECT_EQ(reader->RequireBytes(6), MP4_OK);
   EXPECT_EQ(reader->RequireBytes(7), MP4_FILE_IO);
@@ -212,7 +173,7 @@ TEST(FileStorage, RequireBytesAnswersWhatTheReadWould) {
 TEST(FileStorage, ReadsAcrossTheBufferAlike) {
   std::vector<u8> content(300'000);
   for (std::size_t i = 0; i < content.size(); ++i) content[i] = static_cast<u8>(i * 7 + i / 256);
-  Reader reader(content);
+  FileOf reader(content);
   const auto expectAt = [&](u64 position, u32 count) {
     std::vector<u8> block(count, 0xEE);
     ASSERT_EQ(reader->ReadBlock(block.data(), count), MP4_OK) << position << "+" << count;
@@ -232,14 +193,11 @@ TEST(FileStorage, ReadsAcrossTheBufferAlike) {
   }
   for (u64 position = 65'536 - 8; position <= 65'536; ++position) {
     ASSERT_EQ(reader->SetPosition(0), MP4_OK);
-    u8 first = 0;
-    ASSERT_EQ(reader->ReadUInt8(&first), MP4_OK);
+    ASSERT_EQ(Got(*reader, &CStorage::ReadUInt8), content[0]);
     ASSERT_EQ(reader->Skip(position - 1), MP4_OK);
-    u64 value = 0;
-    ASSERT_EQ(reader->ReadUInt64(&value), MP4_OK);
-    for (unsigned i = 0; i < 8; ++i) {
-      EXPECT_EQ(static_cast<u8>(value >> (56 - 8 * i)), content[static_cast<std::size_t>(position) + i]);
-    }
+    u64 expected = 0;
+    for (u64 i = 0; i < 8; ++i) expected = expected << 8 | content[static_cast<std::size_t>(position + i)];
+    EXPECT_EQ(Got(*reader, &CStorage::ReadUInt64), expected);
   }
 }
 
@@ -261,26 +219,19 @@ TEST(FileStorage, WritesAcrossTheBufferAndPatchesBehind) {
   ASSERT_EQ(storage.Close(), MP4_OK);
   for (u8 i = 0; i < 4; ++i) expected[2u + i] = static_cast<u8>(i + 1);
   expected.push_back(0xFF);
-  EXPECT_EQ(test::ReadFile(file.Path()), expected);
+  EXPECT_EQ(ReadFile(file.Path()), expected);
 }
 
 TEST(FileStorage, PositionsBeyondFourGiB) {
   constexpr u64 kFar = 0x1'2345'6789;
   const TempFile file(Bytes().Text("begin"));
-  {
-    std::filesystem::resize_file(file.Path(), kFar);  // sparse
-    std::ofstream stream(file.Path(), std::ios::binary | std::ios::app);
-    stream << "far";
-  }
+  std::filesystem::resize_file(file.Path(), kFar);  // sparse
+  std::ofstream(file.Path(), std::ios::binary | std::ios::app) << "far";
   CStorage storage;
   ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_READ), MP4_OK);
-  u64 size = 0;
-  EXPECT_EQ(storage.GetSize(&size), MP4_OK);
-  EXPECT_EQ(size, kFar + 3);
+  EXPECT_EQ(Got(storage, &CStorage::GetSize), kFar + 3);
   ASSERT_EQ(storage.SetPosition(kFar), MP4_OK);
-  u32 text = 0;
-  EXPECT_EQ(storage.ReadUInt24(&text), MP4_OK);
-  EXPECT_EQ(text, 0x666172u);
+  EXPECT_EQ(Got(storage, &CStorage::ReadUInt24), 0x666172u);
   EXPECT_EQ(PositionOf(storage), kFar + 3);
   ASSERT_EQ(storage.SetPosition(1), MP4_OK);
   ASSERT_EQ(storage.Skip(kFar), MP4_OK);
@@ -304,7 +255,7 @@ TEST(FileStorage, OpenStates) {
   EXPECT_EQ(storage.ReadUInt8(&byte), MP4_FILE_IO);
   EXPECT_EQ(storage.WriteBytes("x", 0), MP4_FILE_IO) << "callers rely on a block of 0 failing";
   EXPECT_EQ(storage.Close(), MP4_OK);
-  EXPECT_EQ(test::ReadFile(file.Path()).size(), 0u) << "writing truncates";
+  EXPECT_EQ(ReadFile(file.Path()).size(), 0u) << "writing truncates";
 }
 
 TEST(FileStorage, NothingWorksWhileClosed) {
@@ -364,14 +315,14 @@ TEST(FileStorage, CloseCanBeTriedAgainAfterAFailedFlush) {
   const std::vector<u8> content(5000, 0x77);
   ASSERT_EQ(storage.WriteBlock(content.data(), 5000), MP4_OK);
   {
-    const test::FileSizeLimit limit(1000);
+    const FileSizeLimit limit(1000);
     EXPECT_EQ(storage.Close(), MP4_FILE_IO);
     EXPECT_EQ(storage.SetPosition(0), MP4_FILE_IO) << "moving has to flush as well";
     EXPECT_EQ(PositionOf(storage), 5000u);
   }
   EXPECT_EQ(storage.Close(), MP4_OK);
   EXPECT_EQ(storage.Close(), MP4_NOT_FOUND);
-  EXPECT_EQ(test::ReadFile(file.Path()), content) << "nothing lost or doubled";
+  EXPECT_EQ(ReadFile(file.Path()), content) << "nothing lost or doubled";
 }
 
 #endif
@@ -394,21 +345,17 @@ TEST(MemoryStorage, OpenAndCloseStates) {
 TEST(MemoryStorage, ARefusedOpenLeavesItsFields) {
   u8 block[4] = {1, 2, 3, 4};
   CMemoryStorage storage;
-  u64 size = 0;
   u8 byte = 9;
   EXPECT_EQ(storage.Open(nullptr, 4, MP4_MODE_READ), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(storage.GetSize(&size), MP4_OK);
-  EXPECT_EQ(size, 4u);
-  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OUT_OF_RANGE);
-  EXPECT_EQ(byte, 0);
+  EXPECT_EQ(Got(storage, &CStorage::GetSize), 4u);
+  EXPECT_EQ(Ask(storage, &CStorage::ReadUInt8), (Answer<u8>{MP4_OUT_OF_RANGE, 0}));
   EXPECT_EQ(storage.WriteUInt8(1), MP4_OUT_OF_RANGE);
   EXPECT_EQ(storage.ReadBlock(&byte, 0), MP4_OUT_OF_RANGE);
   EXPECT_EQ(storage.Skip(1), MP4_OUT_OF_RANGE);
 
   EXPECT_EQ(storage.Open(block, 4, 2), MP4_BAD_ARGUMENT);
   EXPECT_EQ(storage.Skip(3), MP4_OK) << "accesses do not look at the open flags";
-  EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OK);
-  EXPECT_EQ(byte, 4);
+  EXPECT_EQ(Got(storage, &CStorage::ReadUInt8), 4);
   EXPECT_EQ(storage.Open(block, 2, 2), MP4_BAD_ARGUMENT);
   EXPECT_EQ(storage.ReadUInt8(&byte), MP4_OUT_OF_RANGE) << "the position now lies behind the block";
   EXPECT_EQ(IsEof(storage), 1u);
@@ -418,9 +365,7 @@ TEST(MemoryStorage, BoundsHoldAndAFailureMovesNothing) {
   std::array<u8, 5> block = {0, 0, 0, 0x5A, 0x5A};  // the storage sees the first three
   CMemoryStorage storage;
   ASSERT_EQ(storage.Open(block.data(), 3, MP4_MODE_WRITE), MP4_OK);
-  u32 value = 7;
-  EXPECT_EQ(storage.ReadUInt32(&value), MP4_OUT_OF_RANGE);
-  EXPECT_EQ(value, 0u) << "no partial value, unlike a file";
+  EXPECT_EQ(Ask(storage, &CStorage::ReadUInt32), (Answer<u32>{MP4_OUT_OF_RANGE, 0})) << "unlike a file";
   EXPECT_EQ(IsEof(storage), 0u);
   EXPECT_EQ(storage.WriteUInt24(0x010203), MP4_OK);
   EXPECT_EQ(storage.WriteUInt8(4), MP4_OUT_OF_RANGE);

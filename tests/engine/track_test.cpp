@@ -16,32 +16,26 @@ using namespace test;
 
 // Binding.
 
-TEST(Track, ARequiredBoxThatIsMissingFailsTheBind) {
-  const struct {
-    const char* what;
-    Bytes Track::*piece;
-    Mp4Result result;
-  } cases[] = {
-      {"tkhd", &Track::tkhd, MP4_NOT_FOUND},
-      {"mdhd", &Track::mdhd, MP4_NOT_FOUND},
-      {"stts", &Track::stts, MP4_NOT_FOUND},
-      {"stsz", &Track::stsz, MP4_NOT_FOUND},
-      {"stsc", &Track::stsc, MP4_NOT_FOUND},
-      {"stco and co64", &Track::chunkOffsets, MP4_NOT_FOUND},
-      {"stsd", &Track::stsd, MP4_NOT_FOUND},
-      {"hdlr", &Track::hdlr, MP4_OK},
-      {"media header", &Track::mediaHeader, MP4_OK},
-      {"ctts", &Track::ctts, MP4_OK},
-      {"stss", &Track::stss, MP4_OK},
-      {"edts", &Track::edts, MP4_OK},
+TEST(Track, BindsWithoutWhatIsNotRequired) {
+  const std::tuple<const char*, Bytes Track::*, Bytes, Mp4Result> cases[] = {
+      {"no tkhd", &Track::tkhd, {}, MP4_NOT_FOUND},
+      {"track id 0", &Track::tkhd, Tkhd(0, 1, 1, 1), MP4_BAD_VALUE},
+      {"no mdhd", &Track::mdhd, {}, MP4_NOT_FOUND},
+      {"no stts", &Track::stts, {}, MP4_NOT_FOUND},
+      {"no stsz", &Track::stsz, {}, MP4_NOT_FOUND},
+      {"no stsc", &Track::stsc, {}, MP4_NOT_FOUND},
+      {"neither stco nor co64", &Track::chunkOffsets, {}, MP4_NOT_FOUND},
+      {"no stsd", &Track::stsd, {}, MP4_NOT_FOUND},
+      {"no hdlr", &Track::hdlr, {}, MP4_OK},
+      {"no media header", &Track::mediaHeader, {}, MP4_OK},
+      {"nothing that may be missing", &Track::ctts, {}, MP4_OK},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, piece, content, result] : cases) {
     Track track;
-    (track.*row.piece).clear();
+    track.*piece = content;
     OpenedMovie movie(track);
     ASSERT_EQ(movie.result, MP4_OK) << "opening asks nothing of the tracks";
-    EXPECT_EQ(movie.BindResult(), row.result);
+    EXPECT_EQ(movie.BindResult(), result) << what;
   }
 }
 
@@ -59,23 +53,13 @@ TEST(Track, MissingContainersFailTheBind) {
   }
 }
 
-TEST(Track, TrackIdZeroIsRefused) {
-  Track track;
-  track.tkhd = Tkhd(0, 1, 1, 1);
-  EXPECT_EQ(OpenedMovie(track).BindResult(), MP4_BAD_VALUE);
-}
-
 // The media header decides whatever the handler says; a handler counts only where there is none.
 TEST(Track, KindByMediaHeaderAndHandler) {
-  const struct {
-    Bytes mediaHeader;
-    const char* handler;
-    u32 kind;
-  } cases[] = {
+  const std::tuple<Bytes, const char*, u32> cases[] = {
       {Vmhd(), "text", MP4_KIND_VIDEO},
       {Vmhd(), "", MP4_KIND_VIDEO},
       {Smhd(), "vide", MP4_KIND_AUDIO},
-      {Bytes(Smhd()).Add(Vmhd()), "soun", MP4_KIND_VIDEO},
+      {Smhd().Add(Vmhd()), "soun", MP4_KIND_VIDEO},
       {FullBox("hmhd", 0, 0, Bytes().Zeros(16)), "hint", MP4_KIND_HINT},
       {Nmhd(), "odsm", MP4_KIND_OBJECT_DESCRIPTOR},
       {Nmhd(), "sdsm", MP4_KIND_SCENE_DESCRIPTION},
@@ -85,16 +69,11 @@ TEST(Track, KindByMediaHeaderAndHandler) {
       {Nmhd(), "abcd", MP4_KIND_UNKNOWN},
       {Nmhd(), "", MP4_KIND_UNKNOWN},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(&row - cases);
+  for (const auto& [mediaHeader, handler, kind] : cases) {
     Track content;
-    content.mediaHeader = row.mediaHeader;
-    content.hdlr = *row.handler != 0 ? Hdlr(row.handler) : Bytes();
-    OpenedMovie movie(content);
-    ASSERT_EQ(movie.result, MP4_OK);
-    u32 kind = 99;
-    EXPECT_EQ(movie.OpenTrack()->GetTrackType(&kind), MP4_OK);
-    EXPECT_EQ(kind, row.kind);
+    content.mediaHeader = mediaHeader;
+    content.hdlr = *handler != 0 ? Hdlr(handler) : Bytes();
+    EXPECT_EQ(Got(*OpenedMovie(content).OpenTrack(), &CMp4Track::GetTrackType), kind) << handler;
   }
 }
 
@@ -109,39 +88,33 @@ TEST(Track, AHandlerTypeOfZeroFailsTheBindWhereItIsAsked) {
 // In movie ticks in the file, in media ticks on every sample.
 TEST(Track, StartDelayMovesEverySample) {
   const Bytes delayed = Edts({{500, -1}, {5000, 0}});
-  const struct {
-    const char* what;
-    Bytes edts, mvhd;
-    Mp4Result result;
-    u64 firstTime;
-  } cases[] = {
-      {"an empty edit before another", delayed, Mvhd(1000), MP4_OK, 15000},
-      {"multiplied before it is divided", Edts({{1, -1}, {9, 0}}), Mvhd(7), MP4_OK, 30000 / 7},
-      {"a delay of more than 32 bits of media ticks", Edts({{0xFFFFFFFF, -1}, {9, 0}}), Mvhd(1), MP4_OK,
-       30000ull * 0xFFFFFFFF},
-      {"an empty edit alone", Edts({{500, -1}}), Mvhd(1000), MP4_OK, 0},
-      {"an edit of the media", Edts({{500, 100}, {5000, 0}}), Mvhd(1000), MP4_OK, 0},
-      {"edts without elst", Box("edts"), Mvhd(1000), MP4_NOT_FOUND, 0},
-      {"no mvhd", delayed, {}, MP4_NOT_FOUND, 0},
-      {"movie time scale 0 and a delay", delayed, Mvhd(0), MP4_BAD_TIMING, 0},
-      {"movie time scale 0 and no delay", Edts({{500, 0}}), Mvhd(0), MP4_OK, 0},
+  const std::tuple<const char*, Bytes, Bytes, Answer<u64>> cases[] = {
+      {"an empty edit before another", delayed, Mvhd(1000), {MP4_OK, 15000}},
+      {"multiplied before it is divided", Edts({{1, -1}, {9, 0}}), Mvhd(7), {MP4_OK, 30000 / 7}},
+      {"a delay of more than 32 bits of media ticks",
+       Edts({{0xFFFFFFFF, -1}, {9, 0}}),
+       Mvhd(1),
+       {MP4_OK, 30000ull * 0xFFFFFFFF}},
+      {"an empty edit alone", Edts({{500, -1}}), Mvhd(1000), {MP4_OK, 0}},
+      {"an edit of the media", Edts({{500, 100}, {5000, 0}}), Mvhd(1000), {MP4_OK, 0}},
+      {"edts without elst", Box("edts"), Mvhd(1000), {MP4_NOT_FOUND}},
+      {"no mvhd", delayed, {}, {MP4_NOT_FOUND}},
+      {"movie time scale 0 and a delay", delayed, Mvhd(0), {MP4_BAD_TIMING}},
+      {"movie time scale 0 and no delay", Edts({{500, 0}}), Mvhd(0), {MP4_OK, 0}},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, edts, mvhd, first] : cases) {
+    SCOPED_TRACE(what);
     Movie content;
-    content.mvhd = row.mvhd;
-    content.tracks[0].edts = row.edts;
+    content.mvhd = mvhd;
+    content.tracks[0].edts = edts;
     content.tracks[0].mdhd = Mdhd(30000, 0);
     content.tracks[0].ctts = Ctts({{1, 3}});
     OpenedMovie movie(content);
-    ASSERT_EQ(movie.BindResult(), row.result);
-    if (row.result != MP4_OK) continue;
+    ASSERT_EQ(movie.BindResult(), first.result);
+    if (first.result != MP4_OK) continue;
     const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
-    u64 decoding = 0, composition = 0;
-    EXPECT_EQ(track->GetSampleDecodingTime(1, &decoding), MP4_OK);
-    EXPECT_EQ(track->GetSampleCompositionTime(1, &composition), MP4_OK);
-    EXPECT_EQ(decoding, row.firstTime);
-    EXPECT_EQ(composition, row.firstTime + 3);
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleDecodingTime, 1u), first);
+    EXPECT_EQ(Got(*track, &CMp4Track::GetSampleCompositionTime, 1u), first.value + 3);
   }
 }
 
@@ -153,15 +126,10 @@ TEST(Track, ClaimsOfSamplesCostNothing) {
   content.stsc = Stsc({{1, 0xFFFFFFFE}});
   OpenedMovie movie(content);
   const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
-  u32 count = 0;
-  EXPECT_EQ(track->GetSampleCount(&count), MP4_OK);
+  const u32 count = Got(*track, &CMp4Track::GetSampleCount);
   EXPECT_EQ(count, 0xFFFFFFFEu);
-  u64 time = 0;
-  EXPECT_EQ(track->GetSampleDecodingTime(count, &time), MP4_OK);
-  EXPECT_EQ(time, 0xFFFFFFFDu);
-  u32 sample = 0;
-  EXPECT_EQ(track->FindSyncSample(0xF0000000, &sample), MP4_OK);
-  EXPECT_EQ(sample, 0xF0000001u);
+  EXPECT_EQ(Got(*track, &CMp4Track::GetSampleDecodingTime, count), 0xFFFFFFFDu);
+  EXPECT_EQ(Got(*track, &CMp4Track::FindSyncSample, 0xF0000000u), 0xF0000001u);
   // The sizes of all samples before it in the chunk are added for each read.
   u32 size = 0;
   u8 byte = 0;
@@ -190,53 +158,39 @@ TEST(Track, SampleEntriesAnswerByTheirCode) {
   const std::vector<u8> info = {0x12, 0x10, 0x56};
   const Bytes d263 = Box("d263", info);
   const Bytes damr = Box("damr", info);
-  const struct {
-    const char* code;
-    Bytes entry;
-    u32 format;
-    bool hasSize;
-    u16 channels;  // 0 for MP4_NOT_FOUND, which goes for the rate as well
-    u32 infoSize;
-  } cases[] = {
-      {"mp4v", VisualEntry("mp4v", 176, 144, Esds(0x20, 4, info)), MP4_FORMAT_MP4V, true, 0, 3},
-      {"s263", VisualEntry("s263", 176, 144, d263), MP4_FORMAT_S263, true, 0, 3},
-      {"mp4a", AudioEntry("mp4a", 2, 8000, Esds(0x40, 5, info)), MP4_FORMAT_MP4A, false, 2, 3},
+  // 0 stands for MP4_NOT_FOUND; channels go for the rate as well.
+  const std::tuple<Bytes, u32, bool, u16, u32> cases[] = {
+      {VisualEntry("mp4v", 176, 144, Esds(0x20, 4, info)), MP4_FORMAT_MP4V, true, 0, 3},
+      {VisualEntry("s263", 176, 144, d263), MP4_FORMAT_S263, true, 0, 3},
+      {AudioEntry("mp4a", 2, 8000, Esds(0x40, 5, info)), MP4_FORMAT_MP4A, false, 2, 3},
       // An AMR entry is mono whatever it says.
-      {"samr", AudioEntry("samr", 2, 8000, damr), MP4_FORMAT_SAMR, false, 1, 3},
-      {"sawb", AudioEntry("sawb", 2, 8000, damr), MP4_FORMAT_SAWB, false, 1, 3},
-      {"mp4s", MpegEntry("mp4s", Esds(0x02, 3, info)), MP4_FORMAT_MP4S, false, 0, 3},
-      {"ln21", MpegEntry("ln21", Bytes().U8(0)), MP4_FORMAT_UNKNOWN, false, 0, 0},
-      {"avc1", VisualEntry("avc1", 176, 144, {}), MP4_FORMAT_UNKNOWN, false, 0, 0},
+      {AudioEntry("samr", 2, 8000, damr), MP4_FORMAT_SAMR, false, 1, 3},
+      {AudioEntry("sawb", 2, 8000, damr), MP4_FORMAT_SAWB, false, 1, 3},
+      {MpegEntry("mp4s", Esds(0x02, 3, info)), MP4_FORMAT_MP4S, false, 0, 3},
+      {MpegEntry("ln21", Bytes().U8(0)), MP4_FORMAT_UNKNOWN, false, 0, 0},
+      {VisualEntry("avc1", 176, 144, {}), MP4_FORMAT_UNKNOWN, false, 0, 0},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.code);
+  for (const auto& [entry, format, hasSize, channels, infoSize] : cases) {
+    SCOPED_TRACE(std::string(entry.begin() + 4, entry.begin() + 8));
     Track content;
-    content.stsd = Stsd({row.entry});
+    content.stsd = Stsd({entry});
     OpenedMovie movie(content);
-    ASSERT_EQ(movie.result, MP4_OK);
     const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
-    const auto foundIf = [](bool there) { return there ? MP4_OK : MP4_NOT_FOUND; };
-    u32 format = 99;
-    EXPECT_EQ(track->GetSampleFormat(&format), foundIf(row.format != 0));
-    EXPECT_EQ(format, row.format);
-    u16 width = 99, height = 99;
-    EXPECT_EQ(track->GetVideoSize(&width, &height), foundIf(row.hasSize));
-    EXPECT_EQ(width, row.hasSize ? 176 : 0);
-    EXPECT_EQ(height, row.hasSize ? 144 : 0);
-    u16 channels = 0;
-    u32 rate = 0;
-    EXPECT_EQ(track->GetChannelCount(&channels), foundIf(row.channels != 0));
-    EXPECT_EQ(channels, row.channels);
-    EXPECT_EQ(track->GetSampleRate(&rate), foundIf(row.channels != 0));
-    EXPECT_EQ(rate, row.channels != 0 ? 8000u : 0u);
-    u32 size = 99;
-    EXPECT_EQ(track->GetDecoderSpecificInfoSize(1, &size), foundIf(row.infoSize != 0));
-    EXPECT_EQ(size, row.infoSize);
+    const auto orNone = []<class Value>(Value value, Value none = 0) {
+      return value != 0 ? Answer<Value>{MP4_OK, value} : Answer<Value>{MP4_NOT_FOUND, none};
+    };
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleFormat), orNone(format));
+    u16 width = 99;
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetVideoSize, &width), orNone(hasSize ? u16{144} : u16{0}));
+    EXPECT_EQ(width, hasSize ? 176 : 0);
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetChannelCount), orNone(channels, u16{777}));
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleRate), orNone(channels != 0 ? 8000u : 0u, 777u));
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetDecoderSpecificInfoSize, 1u), orNone(infoSize));
     std::vector<u8> copied(3);
-    size = 99;
-    EXPECT_EQ(track->GetDecoderSpecificInfo(1, 3, &size, copied.data()), foundIf(row.infoSize != 0));
-    EXPECT_EQ(size, row.infoSize);
-    EXPECT_EQ(copied, row.infoSize != 0 ? info : std::vector<u8>(3));
+    u32 size = 99;
+    EXPECT_EQ(track->GetDecoderSpecificInfo(1, 3, &size, copied.data()), orNone(infoSize).result);
+    EXPECT_EQ(size, infoSize);
+    EXPECT_EQ(copied, infoSize != 0 ? info : std::vector<u8>(3));
   }
 }
 
@@ -248,8 +202,8 @@ TEST(Track, EntryIndicesAndSmallBuffers) {
   const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
   u32 size = 0;
   u8 buffer[3] = {9, 9, 9};
-  EXPECT_EQ(track->GetDecoderSpecificInfoSize(0, &size), MP4_ZERO_INDEX);
-  EXPECT_EQ(track->GetDecoderSpecificInfoSize(3, &size), MP4_NOT_FOUND);
+  EXPECT_EQ(Ask(*track, &CMp4Track::GetDecoderSpecificInfoSize, 0u).result, MP4_ZERO_INDEX);
+  EXPECT_EQ(Ask(*track, &CMp4Track::GetDecoderSpecificInfoSize, 3u).result, MP4_NOT_FOUND);
   EXPECT_EQ(track->GetDecoderSpecificInfo(2, 1, &size, buffer), MP4_BUFFER_TOO_SMALL);
   EXPECT_EQ(size, 2u);
   // The descriptor's answer differs, and callers compare the size.
@@ -259,10 +213,8 @@ TEST(Track, EntryIndicesAndSmallBuffers) {
   EXPECT_EQ(track->GetDecoderSpecificInfo(2, 3, &size, buffer), MP4_OK);
   EXPECT_EQ(buffer[1], 5);
   content.stsd = Stsd({});
-  OpenedMovie empty(content);
-  u32 format = 9;
-  EXPECT_EQ(empty.OpenTrack()->GetSampleFormat(&format), MP4_NOT_FOUND);
-  EXPECT_EQ(format, 0u);
+  EXPECT_EQ(Ask(*OpenedMovie(content).OpenTrack(), &CMp4Track::GetSampleFormat),
+            (Answer<u32>{MP4_NOT_FOUND, 0}));
 }
 
 // Reading.
@@ -289,13 +241,8 @@ TEST(Track, ABufferThatIsTooSmallLearnsTheSizeAndTouchesNothing) {
 }
 
 TEST(Track, ReadsWhatBrokenTablesStillTell) {
-  const struct {
-    const char* what;
-    Bytes stsz, stsc, offsets;
-    u32 sample;
-    Mp4Result result;
-    const char* text;
-  } cases[] = {
+  // The tables, the sample that is read, and what is answered.
+  const std::tuple<const char*, Bytes, Bytes, Bytes, u32, Mp4Result, const char*> cases[] = {
       {"a sample of no bytes", Stsz({1, 0, 2}), Stsc({{1, 3}}), Stco({24}), 2, MP4_OK, ""},
       {"one of no bytes beyond the file", Stsz({1, 0, 2}), Stsc({{1, 3}}), Stco({99999}), 2, MP4_OK, ""},
       {"behind it", Stsz({1, 0, 2}), Stsc({{1, 3}}), Stco({24}), 3, MP4_OK, "bb"},
@@ -309,23 +256,21 @@ TEST(Track, ReadsWhatBrokenTablesStillTell) {
       // Chunk 5 is said to begin at sample 0xFFFFFFFD then: nothing lies before sample 2 in it.
       {"first chunks that fall", Stsz({1, 2}), Stsc({{5, 2}, {1, 1}}), Stco({0, 0, 0, 0, 25}), 2, MP4_OK,
        "bb"},
-      // sample 9.
       {"stco before co64", Stsz({1}), Stsc({{1, 1}}), Bytes(Co64({25})).Add(Stco({24})), 1, MP4_OK, "a"},
       {"co64 alone", Stsz({1}), Stsc({{1, 1}}), Co64({25}), 1, MP4_OK, "b"},
       {"an offset that no file reaches", Stsz({1}), Stsc({{1, 1}}), Co64({0x8000'0000'0000'0000}), 1,
        MP4_FILE_IO, ""},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, stsz, stsc, offsets, sample, result, text] : cases) {
+    SCOPED_TRACE(what);
     Track content;
-    content.stsz = row.stsz;
-    content.stsc = row.stsc;
-    content.chunkOffsets = row.offsets;
+    content.stsz = stsz;
+    content.stsc = stsc;
+    content.chunkOffsets = offsets;
     OpenedMovie movie(content);
-    ASSERT_EQ(movie.result, MP4_OK);
     const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
-    EXPECT_EQ(TextOf(track.get(), row.sample, row.result), row.text);
-    EXPECT_EQ(TextOf(track.get(), row.sample, row.result), row.text) << "the second time alike";
+    EXPECT_EQ(TextOf(track.get(), sample, result), text);
+    EXPECT_EQ(TextOf(track.get(), sample, result), text) << "the second time alike";
   }
 }
 
@@ -346,21 +291,14 @@ TEST(Track, ReadsBeyondFourGiB) {
   constexpr u64 kFar = 0x1'8000'0010;
   Track content;
   content.chunkOffsets = Co64({kFar, kFar + 3});
-  const TempFile temp(MovieOf(content).Build());
-  const std::string name = temp.Name();
-  CMp4File* made = nullptr;
-  ASSERT_EQ(CreateMp4File(&made), MP4_OK);
-  const std::unique_ptr<CMp4File> file(made);
-  ASSERT_EQ(file->Open(name.c_str(), MP4_MODE_READ, 0), MP4_OK);
+  OpenedMovie movie(content);
   // The file grows behind the open one: boxes of 4 GiB would be refused, and the hole costs no disk.
-  std::filesystem::resize_file(temp.Path(), kFar);
-  std::ofstream(temp.Path(), std::ios::binary | std::ios::app) << "ABBCCCDDDD";
-  CMp4Track* track = nullptr;
-  ASSERT_EQ(file->OpenTrack(1, &track), MP4_OK);
-  EXPECT_EQ(TextOf(track, 1), "A");
-  EXPECT_EQ(TextOf(track, 2), "BB");
-  EXPECT_EQ(TextOf(track, 4), "DDDD");
-  EXPECT_EQ(file->CloseTrack(track), MP4_OK);
+  std::filesystem::resize_file(movie.Name(), kFar);
+  std::ofstream(movie.Name(), std::ios::binary | std::ios::app) << "ABBCCCDDDD";
+  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  EXPECT_EQ(TextOf(track.get(), 1), "A");
+  EXPECT_EQ(TextOf(track.get(), 2), "BB");
+  EXPECT_EQ(TextOf(track.get(), 4), "DDDD");
 }
 
 // Random layouts against the plain walk: chunk after chunk, sample after sample.
@@ -406,9 +344,8 @@ TEST(Track, FindsEverySampleOfRandomLayouts) {
 
 // Searching.
 
-Mp4Result SyncAt(CMp4Track* track, u64 time, u32* sample) {
-  *sample = 0;
-  return track->FindSyncSample(time, sample);
+Answer<u32> SyncAt(CMp4Track& track, u64 time) {
+  return Ask(track, &CMp4Track::FindSyncSample, time);
 }
 
 // Samples 1 to 24 last 10 ticks each. Pictures 9 and 19 are shown before the sync samples 10 and 20 behind
@@ -421,13 +358,8 @@ TEST(Track, SyncSearchStepsBackOverPicturesShownLater) {
   content.stss = Stss({1, 10, 20});
   OpenedMovie movie(content);
   const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
-  const struct {
-    u64 time;
-    u32 sample;
-    const char* what;
-  } cases[] = {
+  const std::tuple<u64, u32, const char*> cases[] = {
       {20, 1, "the first"},
-      {0, 0, "before the first, whose time is above: none"},
       {89, 1, "just before picture 9"},
       {90, 1, "on picture 9: its probe is sample 10, which is shown at 120"},
       {119, 1, "sample 10 still lies ahead"},
@@ -436,11 +368,10 @@ TEST(Track, SyncSearchStepsBackOverPicturesShownLater) {
       {220, 20, "on sample 20"},
       {9999, 20, "behind the last"},
   };
-  for (const auto& row : cases) {
-    u32 sample = 99;
-    EXPECT_EQ(SyncAt(track.get(), row.time, &sample), row.sample != 0 ? MP4_OK : MP4_NOT_FOUND) << row.what;
-    EXPECT_EQ(sample, row.sample) << row.what;
+  for (const auto& [time, sample, what] : cases) {
+    EXPECT_EQ(SyncAt(*track, time), (Answer<u32>{MP4_OK, sample})) << what;
   }
+  EXPECT_EQ(SyncAt(*track, 0).result, MP4_NOT_FOUND) << "before the first, whose time is above";
 }
 
 // Sample 2 is shown behind sample 3, a sync sample that comes later in the file: the search has to look
@@ -449,15 +380,10 @@ TEST(Track, SyncSearchLooksOneSampleAhead) {
   Track content;
   content.ctts = Ctts({{1, 0}, {1, 40}, {1, 20}, {1, 30}});  // shown at 0, 50, 40, 60
   content.stss = Stss({1, 3});
-  OpenedMovie movie(content);
-  u32 sample = 0;
-  EXPECT_EQ(SyncAt(movie.OpenTrack().get(), 55, &sample), MP4_OK);
-  EXPECT_EQ(sample, 3u);
+  EXPECT_EQ(SyncAt(*OpenedMovie(content).OpenTrack(), 55), (Answer<u32>{MP4_OK, 3}));
   // Without a list every sample is one.
   content.stss.clear();
-  OpenedMovie without(content);
-  EXPECT_EQ(SyncAt(without.OpenTrack().get(), 55, &sample), MP4_OK);
-  EXPECT_EQ(sample, 2u);
+  EXPECT_EQ(SyncAt(*OpenedMovie(content).OpenTrack(), 55), (Answer<u32>{MP4_OK, 2}));
 }
 
 TEST(Track, SyncSearchReportsWhatStopsIt) {
@@ -468,12 +394,9 @@ TEST(Track, SyncSearchReportsWhatStopsIt) {
       {"a sync sample beyond the last", {5, 9}, 99, MP4_NOT_FOUND},
   };
   for (const auto& [what, stss, time, result] : cases) {
-    SCOPED_TRACE(what);
     Track content;
     content.stss = Stss(stss);
-    OpenedMovie movie(content);
-    u32 sample = 0;
-    EXPECT_EQ(SyncAt(movie.OpenTrack().get(), time, &sample), result);
+    EXPECT_EQ(SyncAt(*OpenedMovie(content).OpenTrack(), time).result, result) << what;
   }
 }
 
@@ -482,11 +405,8 @@ TEST(Track, SearchesByBothTimes) {
   Track content;
   content.ctts = Ctts({{1, 0}, {1, 40}, {1, 20}, {1, 30}});  // shown at 0, 50, 40, 60
   OpenedMovie movie(content);
-  u32 sample = 9;
-  EXPECT_EQ(movie.OpenTrack()->FindSampleByDecodingTime(25, &sample), MP4_OK);
-  EXPECT_EQ(sample, 3u);
-  EXPECT_EQ(movie.OpenTrack()->FindSampleByCompositionTime(45, &sample), MP4_OK);
-  EXPECT_EQ(sample, 3u);
+  EXPECT_EQ(Got(*movie.OpenTrack(), &CMp4Track::FindSampleByDecodingTime, 25u), 3u);
+  EXPECT_EQ(Got(*movie.OpenTrack(), &CMp4Track::FindSampleByCompositionTime, 45u), 3u);
 }
 
 }  // namespace

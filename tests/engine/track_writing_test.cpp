@@ -17,35 +17,29 @@ using namespace test;
 constexpr u64 kFirstSample = 28 + 16;
 
 TEST(TrackWriting, AChunkEndsWithTheSampleThatReachesALimit) {
-  const struct {
-    const char* what;
-    std::vector<u32> sizes;
-    std::vector<std::pair<u32, u32>> chunkRuns;
-    std::vector<u64> chunkSizes;
-  } cases[] = {
-      {"100 samples to a chunk", std::vector<u32>(250, 1), {{1, 100}, {3, 50}}, {100, 100, 50}},
-      {"the last chunk is full", std::vector<u32>(200, 3), {{1, 100}}, {300, 300}},
-      {"a large sample is a chunk of its own", {2'000'000, 1}, {{1, 1}}, {2'000'000, 1}},
-      {"a byte below the limit", {999'999, 1, 1}, {{1, 2}, {2, 1}}, {1'000'000, 1}},
-      {"at the limit", {1'000'000, 1}, {{1, 1}}, {1'000'000, 1}},
-      {"no sample", {}, {}, {}},
-  };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
+  const std::tuple<const char*, std::vector<u32>, std::vector<std::pair<u32, u32>>, std::vector<u64>>
+      cases[] = {
+          {"100 samples to a chunk", std::vector<u32>(250, 1), {{1, 100}, {3, 50}}, {100, 100, 50}},
+          {"the last chunk is full", std::vector<u32>(200, 3), {{1, 100}}, {300, 300}},
+          {"a large sample is a chunk of its own", {2'000'000, 1}, {{1, 1}}, {2'000'000, 1}},
+          {"a byte below the limit", {999'999, 1, 1}, {{1, 2}, {2, 1}}, {1'000'000, 1}},
+          {"at the limit", {1'000'000, 1}, {{1, 1}}, {1'000'000, 1}},
+          {"no sample", {}, {}, {}},
+      };
+  for (const auto& [what, sizes, chunkRuns, chunkSizes] : cases) {
+    SCOPED_TRACE(what);
     WrittenMovie movie;
     CMp4Track* track = movie.AddTextTrack();
     u64 time = 0;
-    for (const u32 size : row.sizes) ASSERT_EQ(WriteSample(track, size, time++), MP4_OK);
-    ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-    ASSERT_EQ(movie->Close(), MP4_OK);
-    const Bytes content = movie.Content();
+    for (const u32 size : sizes) ASSERT_EQ(WriteSample(track, size, time++), MP4_OK);
+    const Bytes content = movie.Finish({track});
     std::vector<u64> offsets;
     u64 position = kFirstSample;
-    for (const u64 size : row.chunkSizes) {
+    for (const u64 size : chunkSizes) {
       offsets.push_back(position);
       position += size;
     }
-    EXPECT_EQ(SampleTableBoxAt(content, "stsc"), Stsc(row.chunkRuns));
+    EXPECT_EQ(SampleTableBoxAt(content, "stsc"), Stsc(chunkRuns));
     EXPECT_EQ(SampleTableBoxAt(content, "stco"), Stco(offsets));
     EXPECT_EQ(SampleTableBoxAt(content, "co64"), Bytes());
   }
@@ -59,33 +53,23 @@ TEST(TrackWriting, ChunksOfTwoTracksStandInTheOrderThatTheyFill) {
     ASSERT_EQ(WriteSample(first, 1, time), MP4_OK);
     ASSERT_EQ(WriteSample(second, 2, time), MP4_OK);
   }
-  ASSERT_EQ(movie->CloseTrack(second), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(first), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes content = movie.Content();
+  const Bytes content = movie.Finish({second, first});
   EXPECT_EQ(SampleTableBoxAt(content, "stco", 1), Stco({kFirstSample, kFirstSample + 400}));
   EXPECT_EQ(SampleTableBoxAt(content, "stco", 2), Stco({kFirstSample + 100, kFirstSample + 300}));
 }
 
 TEST(TrackWriting, SyncTableHoldsTheSyncSamplesUnlessAllAre) {
-  const struct {
-    std::vector<bool> syncs;
-    Bytes table;
-  } cases[] = {
-      {{true, true, true}, {}},
-      {{true, true, true, false, true}, Stss({1, 2, 3, 5})},
-      {{false, true}, Stss({2})},
-      {{false, false}, Stss({})},
-      {{true, true, false}, Stss({1, 2})},
-  };
-  for (const auto& row : cases) {
+  const std::pair<std::vector<bool>, Bytes> cases[] = {{{true, true, true}, {}},
+                                                       {{true, true, true, false, true}, Stss({1, 2, 3, 5})},
+                                                       {{false, true}, Stss({2})},
+                                                       {{false, false}, Stss({})},
+                                                       {{true, true, false}, Stss({1, 2})}};
+  for (const auto& [syncs, table] : cases) {
     WrittenMovie movie;
     CMp4Track* track = movie.AddTextTrack();
     u64 time = 0;
-    for (const bool sync : row.syncs) ASSERT_EQ(WriteSample(track, 1, time++, sync), MP4_OK);
-    ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-    ASSERT_EQ(movie->Close(), MP4_OK);
-    EXPECT_EQ(SampleTableBoxAt(movie.Content(), "stss"), row.table) << &row - cases;
+    for (const bool sync : syncs) ASSERT_EQ(WriteSample(track, 1, time++, sync), MP4_OK);
+    EXPECT_EQ(SampleTableBoxAt(movie.Finish({track}), "stss"), table) << syncs.size();
   }
 }
 
@@ -96,16 +80,10 @@ struct TimedSample {
 };
 
 TEST(TrackWriting, TimesBecomeRuns) {
-  const struct {
-    const char* what;
-    std::vector<TimedSample> samples;
-    Bytes stts;
-    Bytes ctts;
-    u32 duration;  // media ticks
-  } cases[] = {
+  // The samples, the tables of their times, and the duration in media ticks.
+  const std::tuple<const char*, std::vector<TimedSample>, Bytes, Bytes, u32> cases[] = {
       {"even", {{0, 0}, {10, 10}, {20, 20}}, Stts({{3, 10}}), {}, 30},
       {"a single sample", {{7, 7}}, Stts({{1, 1}}), {}, 14},
-      {"times that stand still rise by 2", {{100, 100}, {100, 100}, {100, 100}}, Stts({{3, 2}}), {}, 106},
       {"reordered", {{0, 20}, {10, 40}, {20, 20}}, Stts({{3, 10}}), Ctts({{1, 20}, {1, 30}, {1, 0}}), 30},
       {"a time raised above its composition time wraps its offset",
        {{0, 5}, {10, 15}, {10, 11}},
@@ -129,20 +107,17 @@ TEST(TrackWriting, TimesBecomeRuns) {
        2},
       {"a step of 31 bits falls to 2", {{0, 0}, {u64{1} << 31, u64{1} << 31}}, Stts({{2, 2}}), {}, 0},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, samples, stts, ctts, duration] : cases) {
+    SCOPED_TRACE(what);
     WrittenMovie movie;
     CMp4Track* track = movie.AddTextTrack(1000);
-    for (const TimedSample& sample : row.samples) {
+    for (const TimedSample& sample : samples) {
       ASSERT_EQ(track->WriteSample("x", 1, sample.decoding, sample.composition, 1), sample.result);
     }
-    ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-    ASSERT_EQ(movie->Close(), MP4_OK);
-    const Bytes content = movie.Content();
-    EXPECT_EQ(SampleTableBoxAt(content, "stts"), row.stts);
-    EXPECT_EQ(SampleTableBoxAt(content, "ctts"), row.ctts);
-    const Bytes expected = FullBox("mdhd", 0, 0, Bytes().U32s({0, 0, 1000, row.duration, 0}));
-    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/mdhd"), expected);
+    const Bytes content = movie.Finish({track});
+    EXPECT_EQ(SampleTableBoxAt(content, "stts"), stts);
+    EXPECT_EQ(SampleTableBoxAt(content, "ctts"), ctts);
+    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/mdhd"), Mdhd(1000, duration));
   }
 }
 
@@ -153,9 +128,7 @@ TEST(TrackWriting, RefusedBytesLeaveTheTrackUsable) {
   EXPECT_EQ(track->WriteSample(nullptr, 0, 0, 0, 1), MP4_BAD_ARGUMENT);
   EXPECT_EQ(track->WriteSample("x", 0, 0, 0, 1), MP4_BAD_ARGUMENT);
   EXPECT_EQ(WriteSample(track, 1, 0), MP4_OK);
-  u32 count = 0;
-  EXPECT_EQ(track->GetSampleCount(&count), MP4_OK);
-  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(Got(*track, &CMp4Track::GetSampleCount), 1u);
   EXPECT_EQ(movie->CloseTrack(track), MP4_OK);
 }
 
@@ -164,59 +137,46 @@ TEST(TrackWriting, RefusedBytesLeaveTheTrackUsable) {
 TEST(TrackWriting, EachStepOfTheSetUpNeedsTheOnesBeforeIt) {
   WrittenMovie movie;
   const std::unique_ptr<CMp4Track> track(movie.AddBareTrack());
-  u32 value = 9;
-  EXPECT_EQ(track->GetTrackType(&value), MP4_OK);
-  EXPECT_EQ(value, MP4_KIND_UNKNOWN);
+  const auto formatResult = [&] { return Ask(*track, &CMp4Track::GetSampleFormat).result; };
+  EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), MP4_KIND_UNKNOWN);
   EXPECT_EQ(track->SetAudioFormat(0x100, 0, "", 0, MP4_FORMAT_MP4A), MP4_NOT_FOUND) << "no sound header yet";
-  EXPECT_EQ(track->GetSampleFormat(&value), MP4_NOT_FOUND);
+  EXPECT_EQ(formatResult(), MP4_NOT_FOUND);
   EXPECT_EQ(track->SetTrackType(MP4_KIND_AUDIO), MP4_OK);
-  EXPECT_EQ(track->GetTrackType(&value), MP4_OK);
-  EXPECT_EQ(value, MP4_KIND_AUDIO);
+  EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), MP4_KIND_AUDIO);
   EXPECT_EQ(track->SetTimeScale(65536 + 8000), MP4_OK);
   EXPECT_EQ(track->SetAudioFormat(-1, 0, "", 0, MP4_FORMAT_MP4A), MP4_BAD_ARGUMENT);
   EXPECT_EQ(track->SetAudioFormat(0x100, 0, "", 0, MP4_FORMAT_MP4V), MP4_BAD_ARGUMENT);
   EXPECT_EQ(track->SetVideoFormat(16, 16, "", 0, MP4_FORMAT_MP4A), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(track->GetSampleFormat(&value), MP4_NOT_FOUND) << "what was refused has made no entry";
+  EXPECT_EQ(formatResult(), MP4_NOT_FOUND) << "what was refused has made no entry";
   EXPECT_EQ(track->SetAudioFormat(0x100, 0, "", 0, MP4_FORMAT_SAWB), MP4_OK);
-  EXPECT_EQ(track->GetSampleFormat(&value), MP4_OK);
-  EXPECT_EQ(value, MP4_FORMAT_SAWB);
-  EXPECT_EQ(track->GetSampleRate(&value), MP4_OK);
-  EXPECT_EQ(value, 8000u) << "the low 16 bits";
+  EXPECT_EQ(Got(*track, &CMp4Track::GetSampleFormat), MP4_FORMAT_SAWB);
+  EXPECT_EQ(Got(*track, &CMp4Track::GetSampleRate), 8000u) << "the low 16 bits";
   EXPECT_EQ(track->SetDimensions(1, 0x80000000), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(track->GetDimensions(&value, &value), MP4_NOT_FOUND) << "not while it is written";
-  u64 time = 0;
-  EXPECT_EQ(track->GetSampleDecodingTime(1, &time), MP4_NOT_READY);
-  EXPECT_EQ(track->FindSyncSample(0, &value), MP4_NOT_READY);
+  u32 width = 0;
+  EXPECT_EQ(Ask(*track, &CMp4Track::GetDimensions, &width).result, MP4_NOT_FOUND)
+      << "not while it is written";
+  EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleDecodingTime, 1u).result, MP4_NOT_READY);
+  EXPECT_EQ(Ask(*track, &CMp4Track::FindSyncSample, 0u).result, MP4_NOT_READY);
 }
 
 TEST(TrackWriting, KindsHaveTheirHandlerAndMediaHeader) {
-  const Bytes nmhd = Nmhd();
-  const struct {
-    u32 kind;
-    const char* handler;
-    Bytes mediaHeader;
-  } cases[] = {
+  const std::tuple<u32, const char*, Bytes> cases[] = {
       {MP4_KIND_VIDEO, "vide", Vmhd()},
       {MP4_KIND_AUDIO, "soun", Smhd()},
-      {MP4_KIND_OBJECT_DESCRIPTOR, "odsm", nmhd},
-      {MP4_KIND_SCENE_DESCRIPTION, "sdsm", nmhd},
-      {MP4_KIND_TEXT, "text", nmhd},
+      {MP4_KIND_OBJECT_DESCRIPTOR, "odsm", Nmhd()},
+      {MP4_KIND_SCENE_DESCRIPTION, "sdsm", Nmhd()},
+      {MP4_KIND_TEXT, "text", Nmhd()},
   };
-  for (const auto& row : cases) {
+  for (const auto& [kind, handler, mediaHeader] : cases) {
     WrittenMovie movie;
-    CMp4Track* track = movie.AddBareTrack();
-    ASSERT_EQ(track->SetTrackType(row.kind), MP4_OK);
-    ASSERT_EQ(track->SetTimeScale(1), MP4_OK);
-    ASSERT_EQ(track->SetLine21Format(0, 0, 0), MP4_OK);
-    ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-    ASSERT_EQ(movie->Close(), MP4_OK);
-    const Bytes content = movie.Content();
+    CMp4Track* track = movie.AddTextTrack(1, kind);
+    const Bytes content = movie.Finish({track});
     EXPECT_EQ(BoxAt(content, "moov/trak/mdia/hdlr"),
-              FullBox("hdlr", 0, 0, Bytes().U32(0).Text(row.handler).Zeros(13)));
+              FullBox("hdlr", 0, 0, Bytes().U32(0).Text(handler).Zeros(13)));
     // The media header comes last, since it is made when the kind is known.
     const std::string codes = CodesIn(BoxAt(content, "moov/trak/mdia/minf"));
     EXPECT_EQ(codes.substr(0, 8), "dinfstbl");
-    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/minf/" + codes.substr(8)), row.mediaHeader);
+    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/minf/" + codes.substr(8)), mediaHeader);
   }
 }
 
@@ -226,34 +186,23 @@ TEST(TrackWriting, SettingTheKindTwiceAddsASecondMediaHeader) {
   CMp4Track* track = movie.AddTextTrack();
   EXPECT_EQ(track->SetTrackType(MP4_KIND_VIDEO), MP4_OK);
   EXPECT_EQ(track->SetTrackType(77), MP4_OK);
-  u32 kind = 0;
-  EXPECT_EQ(track->GetTrackType(&kind), MP4_OK);
-  EXPECT_EQ(kind, 77u);
-  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes content = movie.Content();
+  EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), 77u);
+  const Bytes content = movie.Finish({track});
   EXPECT_EQ(CodesIn(BoxAt(content, "moov/trak/mdia/minf")), "dinfstblnmhdvmhdnmhd");
   EXPECT_EQ(BoxAt(content, "moov/trak/mdia/hdlr"),
             FullBox("hdlr", 0, 0, Bytes().U32(0).Text("vide").Zeros(13)));
 }
 
 TEST(TrackWriting, VideoSizesThatTheEntryCannotHoldAreRefusedLate) {
-  const struct {
-    u32 width, height;
-    Mp4Result result;
-    bool hasEntry;
-  } cases[] = {
-      {32767, 32767, MP4_OK, true},
-      {32768, 16, MP4_BAD_ARGUMENT, true},
-      {16, 65536 + 16, MP4_BAD_ARGUMENT, true},
-      {0x80000000, 16, MP4_BAD_ARGUMENT, false},
-  };
-  for (const auto& row : cases) {
+  const std::tuple<u32, u32, Mp4Result, bool> cases[] = {{32767, 32767, MP4_OK, true},
+                                                         {32768, 16, MP4_BAD_ARGUMENT, true},
+                                                         {16, 65536 + 16, MP4_BAD_ARGUMENT, true},
+                                                         {0x80000000, 16, MP4_BAD_ARGUMENT, false}};
+  for (const auto& [width, height, result, hasEntry] : cases) {
     WrittenMovie movie;
     const std::unique_ptr<CMp4Track> track(movie.AddBareTrack());
-    EXPECT_EQ(track->SetVideoFormat(row.width, row.height, "", 0, MP4_FORMAT_S263), row.result) << row.width;
-    u32 format = 0;
-    EXPECT_EQ(track->GetSampleFormat(&format), row.hasEntry ? MP4_OK : MP4_NOT_FOUND) << row.width;
+    EXPECT_EQ(track->SetVideoFormat(width, height, "", 0, MP4_FORMAT_S263), result) << width;
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleFormat).result, hasEntry ? MP4_OK : MP4_NOT_FOUND) << width;
   }
 }
 
@@ -265,13 +214,11 @@ TEST(TrackWriting, TheFirstEntryGetsTheSizeAndTheBitRates) {
   ASSERT_EQ(track->SetTimeScale(1000), MP4_OK);
   ASSERT_EQ(track->SetVideoFormat(160, 120, "ab", 2, MP4_FORMAT_MP4V), MP4_OK);
   ASSERT_EQ(track->SetVideoFormat(320, 240, "c", 1, MP4_FORMAT_S263), MP4_OK);
-  u16 width = 0, height = 0;
-  EXPECT_EQ(track->GetVideoSize(&width, &height), MP4_OK);
+  u16 width = 0;
+  EXPECT_EQ(Got(*track, &CMp4Track::GetVideoSize, &width), 240);
   EXPECT_EQ(width, 320);
-  for (const u64 time : {0u, 1000u, 2000u, 3000u}) ASSERT_EQ(WriteSample(track, 100, time), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes stsd = SampleTableBoxAt(movie.Content(), "stsd");
+  WriteSamples(track, 100, {0, 1000, 2000, 3000});
+  const Bytes stsd = SampleTableBoxAt(movie.Finish({track}), "stsd");
   EXPECT_EQ(CodesIn(stsd, 16), "mp4vs263");
   const Bytes config =
       Bytes().U8(0x20).U8(4 << 2 | 1).U24(0x140000).U32(1600).U32(800).U8(5).U8(2).Text("ab");
@@ -284,18 +231,13 @@ TEST(TrackWriting, DurationsInMovieAndMediaTicks) {
   WrittenMovie movie;
   CMp4Track* first = movie.AddTextTrack(600);
   CMp4Track* second = movie.AddTextTrack(90000);
-  for (const u64 time : {0u, 300u, 600u}) ASSERT_EQ(WriteSample(first, 1, time), MP4_OK);
-  for (const u64 time : {0u, 900000u}) ASSERT_EQ(WriteSample(second, 1, time), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(first), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(second), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  OpenedMovie read(movie.Content());
-  u64 duration = 0;
-  EXPECT_EQ(read.OpenTrack(1)->GetDuration(&duration), MP4_OK);
-  EXPECT_EQ(duration, 1500u);
-  EXPECT_EQ(read.OpenTrack(2)->GetDuration(&duration), MP4_OK);
-  EXPECT_EQ(duration, 20000u);
-  const Bytes mvhd = BoxAt(movie.Content(), "moov/mvhd");
+  WriteSamples(first, 1, {0, 300, 600});
+  WriteSamples(second, 1, {0, 900000});
+  const Bytes content = movie.Finish({first, second});
+  OpenedMovie read(content);
+  EXPECT_EQ(Got(*read.OpenTrack(1), &CMp4Track::GetDuration), 1500u);
+  EXPECT_EQ(Got(*read.OpenTrack(2), &CMp4Track::GetDuration), 20000u);
+  const Bytes mvhd = BoxAt(content, "moov/mvhd");
   EXPECT_EQ(Bytes(mvhd.begin() + 20, mvhd.begin() + 28), Bytes().U32(1000).U32(1500))
       << "the movie lasts as long as its first track";
 }
@@ -306,15 +248,13 @@ TEST(TrackWriting, AFailedFinishCanBeRepeatedAndTakesNoMoreSamples) {
   WrittenMovie movie;
   CMp4Track* track = movie.AddBareTrack();
   ASSERT_EQ(track->SetTrackType(MP4_KIND_TEXT), MP4_OK);
-  for (const u64 time : {0u, 10u}) ASSERT_EQ(WriteSample(track, 1, time), MP4_OK);
+  WriteSamples(track, 1, {0, 10});
   EXPECT_EQ(movie->CloseTrack(track), MP4_BAD_TIMING) << "no time scale";
   EXPECT_EQ(WriteSample(track, 1, 20), MP4_NOT_FOUND);
   ASSERT_EQ(track->SetTimeScale(1000), MP4_OK);
   EXPECT_EQ(movie->CloseTrack(track), MP4_NOT_FOUND) << "no sample entry";
   ASSERT_EQ(track->SetLine21Format(0, 0, 0), MP4_OK);
-  EXPECT_EQ(movie->CloseTrack(track), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes content = movie.Content();
+  const Bytes content = movie.Finish({track});
   EXPECT_EQ(SampleTableBoxAt(content, "stts"), Stts({{2, 10}})) << "the last sample got its duration once";
   EXPECT_EQ(SampleTableBoxAt(content, "stco"), Stco({kFirstSample}));
   EXPECT_EQ(CodesIn(BoxAt(content, "moov/trak/mdia/minf/stbl")), "sttsstszstscstsdstco");
@@ -336,9 +276,7 @@ TEST(TrackWriting, AFinishedTrackOpensButItsSamplesAreNotRead) {
   EXPECT_EQ(opened->WriteSample("x", 1, 9, 9, 1), MP4_NOT_FOUND);
   EXPECT_EQ(movie->CloseTrack(opened), MP4_OK);
   ASSERT_EQ(second->WriteSample("second", 6, 0, 0, 1), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(second), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  EXPECT_EQ(BoxAt(movie.Content(), "mdat"), Box("mdat", Bytes().U64(0x100000008).Text("firstsecond")));
+  EXPECT_EQ(BoxAt(movie.Finish({second}), "mdat"), Box("mdat", Bytes().U64(0x100000008).Text("firstsecond")));
 }
 
 TEST(TrackWriting, ATrackThatOutlivesItsFileIsDetached) {

@@ -4,6 +4,7 @@
 
 #include <limits>
 #include <memory>
+#include <tuple>
 
 #include "support/fake_worker.h"
 #include "support/movie_builder.h"
@@ -11,11 +12,13 @@
 namespace kt {
 namespace {
 
+using namespace test;
+
 using Log = std::vector<std::string>;
 
 /// Samples of 100 ms from `first` on, sync samples where the string has an "I".
-test::FakeTrackFacts Samples(u64 first, std::string_view sync) {
-  test::FakeTrackFacts track;
+FakeTrackFacts Samples(u64 first, std::string_view sync) {
+  FakeTrackFacts track;
   for (std::size_t i = 0; i < sync.size(); ++i) {
     track.samples.push_back({{1}, first + 100 * i, first + 100 * i, sync[i] == 'I'});
   }
@@ -30,14 +33,8 @@ FilterResult MovePin(CReaderPin& pin, i64 current, PinWorker* worker = nullptr, 
 }
 
 TEST(PositionChange, GoesToTheSyncSampleAndCountsFromTheTarget) {
-  const struct {
-    const char* what;
-    u64 first;
-    const char* sync;
-    i64 milliseconds;
-    u32 nextSample;
-    u64 base;
-  } rows[] = {
+  // Time of the first sample, the sync samples, the target in ms; the next sample and the base then.
+  const std::tuple<const char*, u64, const char*, i64, u32, u64> rows[] = {
       {"to the begin", 0, "IPPIP", 0, 1, 0},
       {"on a sync sample", 0, "IPPIP", 300, 4, 300},
       {"between two of them", 0, "IPPIP", 250, 1, 200},
@@ -46,53 +43,46 @@ TEST(PositionChange, GoesToTheSyncSampleAndCountsFromTheTarget) {
       {"without a sync sample ahead the target itself", 0, "PPPI", 200, 3, 200},
       {"a negative position is the begin", 0, "IPPIP", -7, 1, 0},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    test::FakeHost host;
-    host.file.tracks = {Samples(row.first, row.sync)};
+  for (const auto& [what, first, sync, milliseconds, nextSample, base] : rows) {
+    SCOPED_TRACE(what);
+    FakeHost host({Samples(first, sync)});
     CReaderPin& pin = host.LoadOnePin();
     pin.Position() = {4, 77, 88, 99};
-    EXPECT_EQ(MovePin(pin, row.milliseconds * kMillisecond), FilterResult::Ok);
-    EXPECT_EQ(pin.Position().m_currentSample + 1, row.nextSample);
-    EXPECT_EQ(pin.Position().m_baseTime, row.base);
-    EXPECT_EQ(pin.Position().m_startPosition, std::max<i64>(row.milliseconds, 0) * kMillisecond);
+    EXPECT_EQ(MovePin(pin, milliseconds * kMillisecond), FilterResult::Ok);
+    EXPECT_EQ(pin.Position().m_currentSample + 1, nextSample);
+    EXPECT_EQ(pin.Position().m_baseTime, base);
+    EXPECT_EQ(pin.Position().m_startPosition, std::max<i64>(milliseconds, 0) * kMillisecond);
     EXPECT_EQ(pin.Position().m_stopPosition, 99);
   }
 }
 
 // What can not be found keeps its value, and the rest goes on with it.
 TEST(PositionChange, GoesOnAfterAFailure) {
-  const struct {
-    const char* failing;
-    u32 currentSample;
-    u64 base;
-  } rows[] = {
+  // The current sample and the base then.
+  const std::tuple<const char*, u32, u64> rows[] = {
       {"FindSampleByDecodingTime", 3, 400},  // sample 5 stays, and its sync sample is 4
       {"GetSampleDecodingTime", 0, 77},
       {"GetSampleCompositionTime", 2, 200},
       {"FindSyncSample", 2, 200},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.failing);
-    test::FakeHost host;
-    host.file.tracks = {Samples(0, "IPPIP")};
+  for (const auto& [failing, currentSample, base] : rows) {
+    SCOPED_TRACE(failing);
+    FakeHost host({Samples(0, "IPPIP")});
     CReaderPin& pin = host.LoadOnePin();
     pin.Position() = {5, 77, 0, 0};
-    host.file.tracks[0].failing = {row.failing};
+    host.file.tracks[0].failing = {failing};
     EXPECT_EQ(MovePin(pin, 250 * kMillisecond), FilterResult::Ok);
-    EXPECT_EQ(pin.Position().m_currentSample, row.currentSample);
-    EXPECT_EQ(pin.Position().m_baseTime, row.base);
+    EXPECT_EQ(pin.Position().m_currentSample, currentSample);
+    EXPECT_EQ(pin.Position().m_baseTime, base);
     EXPECT_EQ(pin.Position().m_startPosition, 250 * kMillisecond);
   }
 }
 
 TEST(PositionChange, NeitherAnEmptyNorALostTrackCountsBelowZero) {
-  test::FakeHost empty;
-  empty.file.tracks = {Samples(0, "")};
+  FakeHost empty({Samples(0, "")});
   EXPECT_EQ(MovePin(empty.LoadOnePin(), 0), FilterResult::Ok);
-  EXPECT_EQ(empty.Source().Pins()[0]->Position().m_currentSample, 0u);
-  test::FakeHost lost;
-  lost.file.tracks = {Samples(0, "I")};
+  EXPECT_EQ(empty.Pin().Position().m_currentSample, 0u);
+  FakeHost lost({Samples(0, "I")});
   CReaderPin& pin = lost.LoadOnePin();
   const std::unique_ptr<CMp4Track> track(pin.Track());
   pin.LoseTrack();
@@ -102,9 +92,9 @@ TEST(PositionChange, NeitherAnEmptyNorALostTrackCountsBelowZero) {
 
 // With the library's own search, which answers sample 0 and then refuses: it must not stick to that.
 TEST(PositionChange, FindsTheFirstSampleOfADelayedTrackEachTime) {
-  test::Track track;
-  track.edts = test::Edts({{500, -1}, {40, 0}});
-  const test::TempFile file(test::MovieOf(track).Build());
+  Track track;
+  track.edts = Edts({{500, -1}, {40, 0}});
+  const TempFile file(MovieOf(track).Build());
   class Host final : public ReaderHost {
     void ShowError(const char* text) override { ADD_FAILURE() << text; }
     bool AddPin(CReaderPin&) override { return true; }
@@ -123,8 +113,7 @@ TEST(PositionChange, FindsTheFirstSampleOfADelayedTrackEachTime) {
 
 // No sample from ahead of the flush may come behind it, and the new segment tells both positions.
 TEST(PositionChange, MovesBetweenStopAndRun) {
-  test::FakeWorkers bench;
-  bench.file.tracks = {Samples(0, "IIIII")};
+  FakeWorkers bench({Samples(0, "IIIII")});
   CReaderPin& pin = bench.LoadOnePin();
   const i64 current = 200 * kMillisecond, stop = 300 * kMillisecond;
   EXPECT_EQ(ChangePosition(pin, {&current, 0x9, &stop, 0x1}, kLength, bench.WorkerOf(pin)), FilterResult::Ok);
@@ -136,40 +125,28 @@ TEST(PositionChange, OnlyAbsolutePositionsCount) {
   const i64 current = 100 * kMillisecond, stop = 50 * kMillisecond;
   const i64 tooFar = kLength + 1;
   const i64 farthest = std::numeric_limits<i64>::max();
-  const struct {
-    const char* what;
-    PositionChange change;
-    FilterResult result;
-    i64 start;
-    i64 stop;
-    bool restarts;
-  } rows[] = {
+  // The answer, start and stop then, and whether the worker starts anew.
+  const std::tuple<const char*, PositionChange, FilterResult, i64, i64, bool> rows[] = {
       {"nothing", {}, FilterResult::Ok, 7, 8, false},
       {"relative ones", {&current, 2, &stop, 2}, FilterResult::Ok, 7, 8, false},
       {"null ones that do not count", {nullptr, 4, nullptr, 8}, FilterResult::Ok, 7, 8, false},
       {"a null position", {nullptr, 1, &stop, 1}, FilterResult::Pointer, 7, 8, false},
       {"a null stop", {&current, 1, nullptr, 1}, FilterResult::Pointer, 7, 8, false},
-      {"a stop alone leaves the worker in peace",
-       {&tooFar, 0, &stop, 1},
-       FilterResult::Ok,
-       7,
-       500'000,
-       false},
+      {"a stop alone leaves the worker", {&tooFar, 0, &stop, 1}, FilterResult::Ok, 7, 500'000, false},
       {"every stop is taken", {nullptr, 0, &farthest, 1}, FilterResult::Ok, 7, farthest, false},
       {"the bit among others", {&current, 0x17, &stop, 0}, FilterResult::Ok, 1'000'000, 8, true},
       {"beyond the length", {&tooFar, 1, &stop, 1}, FilterResult::False, 7, 8, false},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    test::FakeWorkers bench;
-    bench.file.tracks = {Samples(0, "IIIII")};
+  for (const auto& [what, change, result, newStart, newStop, restarts] : rows) {
+    SCOPED_TRACE(what);
+    FakeWorkers bench({Samples(0, "IIIII")});
     CReaderPin& pin = bench.LoadOnePin();
     pin.Position() = {5, 0, 7, 8};
-    EXPECT_EQ(ChangePosition(pin, row.change, kLength, bench.WorkerOf(pin)), row.result);
-    EXPECT_EQ(pin.Position().m_startPosition, row.start);
-    EXPECT_EQ(pin.Position().m_stopPosition, row.stop);
-    EXPECT_EQ(pin.Position().m_currentSample, row.restarts ? 1u : 5u);
-    EXPECT_EQ(bench.log.size(), row.restarts ? 4u : 0u);
+    EXPECT_EQ(ChangePosition(pin, change, kLength, bench.WorkerOf(pin)), result);
+    EXPECT_EQ(pin.Position().m_startPosition, newStart);
+    EXPECT_EQ(pin.Position().m_stopPosition, newStop);
+    EXPECT_EQ(pin.Position().m_currentSample, restarts ? 1u : 5u);
+    EXPECT_EQ(bench.log.size(), restarts ? 4u : 0u);
   }
 }
 

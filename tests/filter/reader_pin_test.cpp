@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <tuple>
 
 #include "support/fake_host.h"
@@ -9,8 +10,7 @@
 namespace kt {
 namespace {
 
-using test::FakeHost;
-using test::FakeTrackFacts;
+using namespace test;
 
 FakeTrackFacts Video(u32 format, u16 width, u16 height) {
   FakeTrackFacts track;
@@ -61,8 +61,7 @@ TEST(ReaderPin, OffersTheTypesOfItsFormat) {
   };
   for (const auto& [track, format, plain, stamped] : rows) {
     SCOPED_TRACE(track.kind * 10 + track.format);
-    FakeHost host;
-    host.file.tracks = {track};
+    FakeHost host({track});
     CReaderPin& pin = host.LoadOnePin();
     const bool video = track.kind == MP4_KIND_VIDEO;
     EXPECT_EQ(pin.Format(), format);
@@ -88,8 +87,7 @@ TEST(ReaderPin, OffersTheTypesOfItsFormat) {
 }
 
 TEST(ReaderPin, CaptionsHaveNoFormatAndTwoMajorTypes) {
-  FakeHost host;
-  host.file.tracks = {test::CaptionTrack({0})};
+  FakeHost host({CaptionTrack({0})});
   host.file.tracks[0].failing = {"GetVideoSize", "GetSampleFormat", "GetSampleRate"};
   const CReaderPin& pin = host.LoadOnePin();
   EXPECT_EQ(pin.Kind(), PIN_LINE21);
@@ -108,71 +106,70 @@ TEST(ReaderPin, AcceptsByKindAlone) {
       {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4Video, false},
       {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Video, GUID_NULL, false},
       {Audio(MP4_FORMAT_MP4A), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video, false},
-      {test::CaptionTrack({0}), MEDIATYPE_Text, MEDIASUBTYPE_Line21_BytePair, false},
-      {test::CaptionTrack({0}), MEDIATYPE_AUXLine21Data, GUID_NULL, false},
+      {CaptionTrack({0}), MEDIATYPE_Text, MEDIASUBTYPE_Line21_BytePair, false},
+      {CaptionTrack({0}), MEDIATYPE_AUXLine21Data, GUID_NULL, false},
   };
   for (const auto& [track, majorType, subtype, accepted] : rows) {
-    FakeHost host;
-    host.file.tracks = {track};
+    FakeHost host({track});
     EXPECT_EQ(host.LoadOnePin().CheckMediaType(Types(majorType, subtype)),
               accepted ? FilterResult::Ok : FilterResult::InvalidArgument);
   }
 }
 
 TEST(ReaderPin, VideoFormatBlockByteForByte) {
-  FakeHost host;
-  host.file.tracks = {Video(MP4_FORMAT_MP4V, 0x0140, 0x00F0)};
+  FakeHost host({Video(MP4_FORMAT_MP4V, 0x0140, 0x00F0)});
   host.file.tracks[0].timeScale = 12800;
   host.file.tracks[0].info = {0xAA, 0xBB, 0xCC};
+  // The size thrice; 10000000 / 12800 = 781, one tick and not a frame; the decoder info behind all.
   std::vector<u8> expected(107);
-  for (const std::size_t width : {8u, 24u, 52u}) {
-    expected[width] = 0x40;
-    expected[width + 1] = 0x01;
-    expected[width + 4] = 0xF0;
+  for (const auto& [at, byte] : std::map<std::size_t, u8>{{8, 0x40},
+                                                          {9, 0x01},
+                                                          {12, 0xF0},
+                                                          {24, 0x40},
+                                                          {25, 0x01},
+                                                          {28, 0xF0},
+                                                          {52, 0x40},
+                                                          {53, 0x01},
+                                                          {56, 0xF0},
+                                                          {40, 0x0D},
+                                                          {41, 0x03},
+                                                          {89, 0x32},
+                                                          {104, 0xAA},
+                                                          {105, 0xBB},
+                                                          {106, 0xCC}}) {
+    expected[at] = byte;
   }
-  // 10000000 / 12800 = 781, one tick and not a frame.
-  expected[40] = 0x0D;
-  expected[41] = 0x03;
-  expected[89] = 0x32;
-  expected[104] = 0xAA;
-  expected[105] = 0xBB;
-  expected[106] = 0xCC;
   const CReaderPin& pin = host.LoadOnePin();
   EXPECT_EQ(TypeAt(pin, 0).format, expected);
   EXPECT_EQ(TypeAt(pin, 1).format, expected);
 }
 
 TEST(ReaderPin, AudioFormatBlockByteForByte) {
-  FakeHost host;
-  host.file.tracks = {Audio(MP4_FORMAT_MP4A)};
+  FakeHost host({Audio(MP4_FORMAT_MP4A)});
   host.file.tracks[0].info = {0x12, 0x10};
   // No format tag, no byte rate; block alignment 1, 16 bits, and a count of 0 although the info follows.
   const std::vector<u8> expected = {0, 0, 2, 0, 0x44, 0xAC, 0, 0, 0, 0, 0, 0, 1, 0, 16, 0, 0, 0, 0x12, 0x10};
   EXPECT_EQ(TypeAt(host.LoadOnePin(), 1).format, expected);
 
-  FakeHost bare;
-  bare.file.tracks = {Audio(MP4_FORMAT_MP4A)};
+  FakeHost bare({Audio(MP4_FORMAT_MP4A)});
   EXPECT_EQ(TypeAt(bare.LoadOnePin(), 0).format, std::vector<u8>(expected.begin(), expected.begin() + 18));
 }
 
 // A tick of no length would divide by zero.
 TEST(ReaderPin, TimeScaleZeroGivesNoFrameTimeAndNoDuration) {
-  FakeHost host;
-  host.file.tracks = {Video(MP4_FORMAT_MP4V, 0, 0)};
+  FakeHost host({Video(MP4_FORMAT_MP4V, 0, 0)});
   host.file.tracks[0].timeScale = 0;
   host.file.tracks[0].samples.resize(2);
   const CReaderPin& pin = host.LoadOnePin();
   EXPECT_EQ(TypeAt(pin, 0).format, std::vector<u8>(104));
-  i64 duration = 0;
-  EXPECT_EQ(pin.GetDuration(&duration), FilterResult::False);
+  EXPECT_EQ(Ask(pin, &CReaderPin::GetDuration).result, FilterResult::False);
 }
 
 TEST(ReaderPin, AmrHasOneRateAndOneChannelWhateverTheEntrySays) {
   const std::tuple<u32, u32, u32> rows[] = {
       {MP4_FORMAT_SAWB, 16000, 1}, {MP4_FORMAT_SAMR, 8000, 1}, {MP4_FORMAT_MP4A, 44100, 2}};
   for (const auto& [format, rate, channels] : rows) {
-    FakeHost host;
-    host.file.tracks = {Audio(format)};
+    FakeHost host({Audio(format)});
     const CReaderPin& pin = host.LoadOnePin();
     EXPECT_EQ(pin.SampleRate(), rate);
     EXPECT_EQ(pin.Channels(), channels);
@@ -181,37 +178,34 @@ TEST(ReaderPin, AmrHasOneRateAndOneChannelWhateverTheEntrySays) {
 
 // Which failures end the learning, and what is known by then.
 TEST(ReaderPin, LearnsUntilATrackFails) {
-  const struct {
-    const char* failing;
-    FakeTrackFacts track;
-    u32 result, kind, format;
-    std::size_t info;
-  } rows[] = {
-      {"GetTimeScale", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_UNKNOWN, PIN_FORMAT_UNKNOWN, 0},
-      {"GetSampleCount", Video(MP4_FORMAT_MP4V, 8, 6), 0, PIN_VIDEO, PIN_FORMAT_MPEG4_VIDEO, 2},
-      {"GetTrackType", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_UNKNOWN, PIN_FORMAT_UNKNOWN, 0},
-      {"GetVideoSize", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_VIDEO, PIN_FORMAT_UNKNOWN, 0},
-      {"GetSampleFormat", Video(MP4_FORMAT_MP4V, 8, 6), 1, PIN_VIDEO, PIN_FORMAT_UNKNOWN, 0},
-      {"GetSampleRate", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
-      {"GetChannelCount", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
-      {"GetSampleFormat", Audio(MP4_FORMAT_MP4A), 1, PIN_AUDIO, PIN_FORMAT_UNKNOWN, 0},
-      {"GetDecoderSpecificInfoSize", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 0},
-      {"GetDecoderSpecificInfo", Audio(MP4_FORMAT_MP4A), 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
+  const FakeTrackFacts video = Video(MP4_FORMAT_MP4V, 8, 6), audio = Audio(MP4_FORMAT_MP4A);
+  // What learning answers; the kind, the format and the bytes of decoder info that are known then.
+  const std::tuple<const char*, FakeTrackFacts, u32, u32, u32, std::size_t> rows[] = {
+      {"GetTimeScale", video, 1, PIN_UNKNOWN, PIN_FORMAT_UNKNOWN, 0},
+      {"GetSampleCount", video, 0, PIN_VIDEO, PIN_FORMAT_MPEG4_VIDEO, 2},
+      {"GetTrackType", video, 1, PIN_UNKNOWN, PIN_FORMAT_UNKNOWN, 0},
+      {"GetVideoSize", video, 1, PIN_VIDEO, PIN_FORMAT_UNKNOWN, 0},
+      {"GetSampleFormat", video, 1, PIN_VIDEO, PIN_FORMAT_UNKNOWN, 0},
+      {"GetSampleRate", audio, 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
+      {"GetChannelCount", audio, 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
+      {"GetSampleFormat", audio, 1, PIN_AUDIO, PIN_FORMAT_UNKNOWN, 0},
+      {"GetDecoderSpecificInfoSize", audio, 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 0},
+      {"GetDecoderSpecificInfo", audio, 0, PIN_AUDIO, PIN_FORMAT_MPEG4_AUDIO, 2},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.failing);
-    test::FakeFileFacts file;
-    FakeTrackFacts facts = row.track;
+  for (const auto& [failing, learned, result, kind, format, info] : rows) {
+    SCOPED_TRACE(failing);
+    FakeFileFacts file;
+    FakeTrackFacts facts = learned;
     facts.info = {1, 2};
-    facts.failing = {row.failing};
-    test::FakeTrack track(file, facts);
+    facts.failing = {failing};
+    FakeTrack track(file, facts);
     CTrackLock lock;
     file.lock = &lock;
     CReaderPin pin(lock, "pin");
-    EXPECT_EQ(pin.SetTrack(&track), row.result);
-    EXPECT_EQ(pin.Kind(), row.kind);
-    EXPECT_EQ(pin.Format(), row.format);
-    EXPECT_EQ(pin.DecoderInfo().size(), row.info);
+    EXPECT_EQ(pin.SetTrack(&track), result);
+    EXPECT_EQ(pin.Kind(), kind);
+    EXPECT_EQ(pin.Format(), format);
+    EXPECT_EQ(pin.DecoderInfo().size(), info);
   }
 }
 
@@ -230,12 +224,7 @@ TEST(ReaderPin, APinThatKnowsNothingOffersEmptyTypesAndTakesNone) {
 TEST(ReaderPin, BufferSizes) {
   const MediaType text = Types(MEDIATYPE_Text, GUID_NULL);
   const MediaType pairs = Types(MEDIATYPE_AUXLine21Data, MEDIASUBTYPE_Line21_BytePair);
-  const struct {
-    const char* what;
-    FakeTrackFacts track;
-    MediaType connected;
-    BufferRequest request;
-  } rows[] = {
+  const std::tuple<const char*, FakeTrackFacts, MediaType, BufferRequest> rows[] = {
       {"video", Video(MP4_FORMAT_MP4V, 320, 240), {}, {1, 153616}},
       {"no width", Video(MP4_FORMAT_MP4V, 0, 240), {}, {1, 100016}},
       {"no height", Video(MP4_FORMAT_MP4V, 320, 0), {}, {1, 100016}},
@@ -243,26 +232,23 @@ TEST(ReaderPin, BufferSizes) {
       {"AMR wide", Audio(MP4_FORMAT_SAWB), {}, {1, 1296}},
       {"AMR narrow", Audio(MP4_FORMAT_SAMR), {}, {1, 656}},
       {"MPEG-4 audio", Audio(MP4_FORMAT_MP4A), {}, {1, 4112}},
-      {"captions as text", test::CaptionTrack({0}), text, {32, 272}},
-      {"captions as pairs", test::CaptionTrack({0}), pairs, {1, 166}},
+      {"captions as text", CaptionTrack({0}), text, {32, 272}},
+      {"captions as pairs", CaptionTrack({0}), pairs, {1, 166}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    FakeHost host;
-    host.file.tracks = {row.track};
+  for (const auto& [what, track, connected, expected] : rows) {
+    FakeHost host({track});
     CReaderPin& pin = host.LoadOnePin();
-    ASSERT_EQ(pin.SetMediaType(row.connected), FilterResult::Ok);
+    ASSERT_EQ(pin.SetMediaType(connected), FilterResult::Ok);
     BufferRequest request;
     EXPECT_EQ(pin.DecideBufferSize(&request), FilterResult::Ok);
-    EXPECT_EQ(request, row.request);
+    EXPECT_EQ(request, expected) << what;
   }
 }
 
 // 65535 x 32769 x 2 is 65534 in 32 bits, and a header must not be able to ask for gigabytes.
 TEST(ReaderPin, HugePicturesGetNoBuffer) {
   for (const auto& [width, height] : {std::pair<u16, u16>{65535, 32769}, {11586, 11586}}) {
-    FakeHost host;
-    host.file.tracks = {Video(MP4_FORMAT_MP4V, width, height)};
+    FakeHost host({Video(MP4_FORMAT_MP4V, width, height)});
     BufferRequest request{7, 7};
     EXPECT_EQ(host.LoadOnePin().DecideBufferSize(&request), FilterResult::OutOfMemory) << width;
     EXPECT_EQ(request, (BufferRequest{7, 7}));
@@ -271,22 +257,16 @@ TEST(ReaderPin, HugePicturesGetNoBuffer) {
 
 // The last decoding time and one mean step more, not the duration of the track header.
 TEST(ReaderPin, Duration) {
-  const struct {
-    std::vector<u64> times;
-    FilterResult result;
-    i64 duration;
-  } rows[] = {{{}, FilterResult::False, 0},
-              {{5}, FilterResult::Ok, 60000},
-              {{0, 10, 30}, FilterResult::Ok, 450000},
-              {{u64{1} << 44, u64{1} << 44}, FilterResult::Ok, (i64{1} << 45) * 10000}};
-  for (const auto& row : rows) {
-    FakeHost host;
-    host.file.tracks = {Video(MP4_FORMAT_MP4V, 8, 6)};
+  const std::tuple<std::vector<u64>, FilterResult, i64> rows[] = {
+      {{}, FilterResult::False, 0},
+      {{5}, FilterResult::Ok, 60000},
+      {{0, 10, 30}, FilterResult::Ok, 450000},
+      {{u64{1} << 44, u64{1} << 44}, FilterResult::Ok, (i64{1} << 45) * 10000}};
+  for (const auto& [times, result, duration] : rows) {
+    FakeHost host({TrackAt(times)});
     host.file.tracks[0].duration = 777;
-    for (const u64 time : row.times) host.file.tracks[0].samples.push_back({{}, time, time, true});
-    i64 duration = -1;
-    EXPECT_EQ(host.LoadOnePin().GetDuration(&duration), row.result);
-    EXPECT_EQ(duration, row.duration);
+    EXPECT_EQ(Ask(host.LoadOnePin(), &CReaderPin::GetDuration),
+              (Answer<i64, FilterResult>{result, duration}));
   }
 }
 

@@ -9,11 +9,10 @@
 namespace kt {
 namespace {
 
-using test::FakeHost;
-using test::FakeTrackFacts;
+using namespace test;
 using Words = std::vector<std::string>;
 
-FakeTrackFacts Track(u32 kind, u32 id) {
+FakeTrackFacts TrackOf(u32 kind, u32 id) {
   FakeTrackFacts track;
   track.kind = kind;
   track.format = kind;
@@ -25,7 +24,7 @@ FakeTrackFacts Track(u32 kind, u32 id) {
 TEST(ReaderSource, SortsTracksAndMakesPins) {
   FakeHost host;
   for (const u32 kind : {1u, 2u, 3u, 4u, 5u, 6u, 0u, 1u}) {
-    host.file.tracks.push_back(Track(kind, 10 + static_cast<u32>(host.file.tracks.size())));
+    host.file.tracks.push_back(TrackOf(kind, 10 + static_cast<u32>(host.file.tracks.size())));
   }
   FakeTrackFacts& audio = host.file.tracks[1];
   audio.samples.resize(7);
@@ -58,8 +57,7 @@ TEST(ReaderSource, SortsTracksAndMakesPins) {
 }
 
 TEST(ReaderSource, ASecondFileTakesThePlaceOfTheFirst) {
-  FakeHost host;
-  host.file.tracks = {Track(MP4_KIND_VIDEO, 1), Track(MP4_KIND_HINT, 2), Track(MP4_KIND_AUDIO, 3)};
+  FakeHost host({TrackOf(MP4_KIND_VIDEO, 1), TrackOf(MP4_KIND_HINT, 2), TrackOf(MP4_KIND_AUDIO, 3)});
   ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&mdccid=N"), FilterResult::Ok);
   EXPECT_EQ(host.Source().CallbackName(), "N");
   EXPECT_EQ(host.file.log,
@@ -75,18 +73,17 @@ TEST(ReaderSource, ASecondFileTakesThePlaceOfTheFirst) {
   ASSERT_EQ(host.Source().Pins().size(), 4u);
   EXPECT_EQ(host.Source().Pins()[0]->Track(), nullptr);
   EXPECT_EQ(host.Source().Pins()[2]->SeekMaster(), 0u);
-  i64 duration = 0;
-  EXPECT_EQ(host.Source().GetDuration(&duration), FilterResult::False);
+  EXPECT_EQ(Ask(host.Source(), &CReaderSource::GetDuration).result, FilterResult::False);
 }
 
 // The tracks have to go before the file, and nothing may leak.
 TEST(ReaderSource, GivesTracksBackBeforeTheFileIsClosed) {
-  test::FakeFileFacts file;
-  file.tracks = {Track(MP4_KIND_VIDEO, 1), Track(MP4_KIND_AUDIO, 2)};
+  FakeFileFacts file;
+  file.tracks = {TrackOf(MP4_KIND_VIDEO, 1), TrackOf(MP4_KIND_AUDIO, 2)};
   FakeHost host;
   {
     CReaderSource source(host, [&](CMp4File** created) -> Mp4Result {
-      *created = new test::FakeFile(file);
+      *created = new FakeFile(file);
       return MP4_OK;
     });
     file.lock = &source.TrackLock();
@@ -97,8 +94,7 @@ TEST(ReaderSource, GivesTracksBackBeforeTheFileIsClosed) {
 }
 
 TEST(ReaderSource, RefusalsChangeNothing) {
-  FakeHost host;
-  host.file.tracks = {Track(MP4_KIND_VIDEO, 1)};
+  FakeHost host({TrackOf(MP4_KIND_VIDEO, 1)});
   ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&mdccid=N&cc=on&forextractoruse=1", L"given"),
             FilterResult::Ok);
   host.file.log.clear();
@@ -154,8 +150,7 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
       {"GetTrackType", "Cannot get track type", false},
   };
   for (const auto& [failing, shown, pin] : kRows) {
-    FakeHost host;
-    host.file.tracks = {Track(MP4_KIND_VIDEO, 1), Track(MP4_KIND_AUDIO, 2)};
+    FakeHost host({TrackOf(MP4_KIND_VIDEO, 1), TrackOf(MP4_KIND_AUDIO, 2)});
     host.file.tracks[0].failing = {failing};
     EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok) << failing;
     EXPECT_EQ(host.errors, Words{shown}) << failing;
@@ -168,8 +163,7 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
 }
 
 TEST(ReaderSource, CaptionTracksAreKeptOutByCcOff) {
-  FakeHost host;
-  host.file.tracks = {Track(MP4_KIND_TEXT, 4)};
+  FakeHost host({TrackOf(MP4_KIND_TEXT, 4)});
   ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&cc=off"), FilterResult::Ok);
   EXPECT_FALSE(host.Source().HasLine21());
   EXPECT_TRUE(host.Source().Pins().empty());
@@ -185,7 +179,7 @@ TEST(ReaderSource, CaptionTracksAreKeptOutByCcOff) {
 
 TEST(ReaderSource, TracksBeyondTheTablesAreNotOpened) {
   FakeHost host;
-  for (u32 i = 1; i <= 40; ++i) host.file.tracks.push_back(Track(MP4_KIND_VIDEO, i));
+  for (u32 i = 1; i <= 40; ++i) host.file.tracks.push_back(TrackOf(MP4_KIND_VIDEO, i));
   ASSERT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
   EXPECT_EQ(host.Source().Tables().m_trackCount, 32u);
   EXPECT_EQ(host.Source().Pins().size(), 32u);
@@ -193,8 +187,7 @@ TEST(ReaderSource, TracksBeyondTheTablesAreNotOpened) {
 }
 
 TEST(ReaderSource, NoMemoryForAPinKeepsWhatWasMade) {
-  FakeHost host;
-  host.file.tracks = {Track(MP4_KIND_AUDIO, 1), Track(MP4_KIND_VIDEO, 2), Track(MP4_KIND_VIDEO, 3)};
+  FakeHost host({TrackOf(MP4_KIND_AUDIO, 1), TrackOf(MP4_KIND_VIDEO, 2), TrackOf(MP4_KIND_VIDEO, 3)});
   host.pinRoom = 1;
   EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::OutOfMemory);
   EXPECT_EQ(host.Source().Pins().size(), 1u);

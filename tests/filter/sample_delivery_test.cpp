@@ -14,7 +14,7 @@
 namespace kt {
 namespace {
 
-using test::FakeTrackFacts;
+using namespace test;
 
 constexpr i64 kSecond = 10'000'000;
 
@@ -39,23 +39,15 @@ class FakeMediaSample : public MediaSample {
 
   std::vector<u8> bytes;
   std::optional<u32> length;
-  std::optional<i64> start;
-  std::optional<i64> stop;
-  std::optional<i64> mediaStart;
-  std::optional<i64> mediaStop;
+  std::optional<i64> start, stop, mediaStart, mediaStop;
   std::optional<bool> sync;
 };
 
 /// A source over a fake file with everything that a delivery works with, all of it scripted.
-class Bench : public test::FakeHost, StreamClock, RequestWait, TextReceiver, CaptionDecoder {
+class Bench : public FakeHost, StreamClock, RequestWait, TextReceiver, CaptionDecoder {
  public:
-  explicit Bench(FakeTrackFacts track, const char* name = "a.mp4") {
-    file.tracks = {std::move(track)};
-    EXPECT_EQ(Source().Load(name), FilterResult::Ok);
-    m_delivery.emplace(Source(), Pin(), DeliverySurroundings{*this, *this, *this, *this});
-  }
+  explicit Bench(const FakeTrackFacts& track, const char* name = "a.mp4") : FakeHost({track}, name) {}
 
-  CReaderPin& Pin() { return *Source().Pins().at(0); }
   FakeTrackFacts& Track() { return file.tracks[0]; }
   void Connect(i32 position) {
     MediaType type;
@@ -64,7 +56,7 @@ class Bench : public test::FakeHost, StreamClock, RequestWait, TextReceiver, Cap
   }
   FilterResult Fill() {
     media = FakeMediaSample(room);
-    return m_delivery->FillBuffer(media);
+    return m_delivery.FillBuffer(media);
   }
 
   i64 GetStreamTime() override {
@@ -103,17 +95,11 @@ class Bench : public test::FakeHost, StreamClock, RequestWait, TextReceiver, Cap
         << "the track lock is held across a wait or a delivery";
   }
 
-  std::optional<CSampleDelivery> m_delivery;
+  CSampleDelivery m_delivery{Source(), Pin(), DeliverySurroundings{*this, *this, *this, *this}};
 };
 
-FakeTrackFacts Video(std::initializer_list<u64> times, std::vector<u8> bytes = {1, 2, 3, 4}) {
-  FakeTrackFacts track;
-  for (const u64 time : times) track.samples.push_back({bytes, time, time, true});
-  return track;
-}
-
 FakeTrackFacts Audio(u32 format) {
-  FakeTrackFacts track = Video({0, 1024, 2048});
+  FakeTrackFacts track = TrackAt({0, 1024, 2048});
   track.kind = MP4_KIND_AUDIO;
   track.format = format;
   return track;
@@ -121,12 +107,12 @@ FakeTrackFacts Audio(u32 format) {
 
 /// Enough captions behind `time` for the file to go on.
 FakeTrackFacts CaptionAt(u64 time) {
-  return test::CaptionTrack({time, time + 1000, u64{1} << 40});
+  return CaptionTrack({time, time + 1000, u64{1} << 40});
 }
 
 TEST(SampleDelivery, TheLastSampleOfATrackIsNeverDelivered) {
   const std::tuple<FakeTrackFacts, u32> rows[] = {
-      {Video({}), 0}, {Video({0}), 0}, {Video({0, 40, 80, 120}), 3}};
+      {TrackAt({}), 0}, {TrackAt({0}), 0}, {TrackAt({0, 40, 80, 120}), 3}};
   for (const auto& [track, delivered] : rows) {
     Bench bench(track);
     for (u32 number = 1; number <= delivered; ++number) {
@@ -146,12 +132,8 @@ TEST(SampleDelivery, TheLastSampleOfATrackIsNeverDelivered) {
 }
 
 TEST(SampleDelivery, StampsCountFromTheBaseTime) {
-  const struct {
-    const char* what;
-    u32 timeScale;
-    u64 base, time, next;
-    i64 start, stop;
-  } rows[] = {
+  // Time scale; base, time and next time in its ticks; the stamps.
+  const std::tuple<const char*, u32, u64, u64, u64, i64, i64> rows[] = {
       {"before the seek point and reaching it", 1000, 100, 60, 100, -400'000, 0},
       {"truncates", 3, 0, 1, 2, 3'333'333, 6'666'666},
       {"a negative start truncates towards zero", 3, 2, 1, 3, -3'333'333, 3'333'333},
@@ -160,15 +142,14 @@ TEST(SampleDelivery, StampsCountFromTheBaseTime) {
       {"100 hours at the finest scale", 10'000'000, 0, 3'600'000'000'000, 3'600'000'000'001,
        3'600'000'000'000, 3'600'000'000'001},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    FakeTrackFacts track = Video({row.time, row.next});
-    track.timeScale = row.timeScale;
+  for (const auto& [what, timeScale, base, time, next, start, stop] : rows) {
+    FakeTrackFacts track = TrackAt({time, next});
+    track.timeScale = timeScale;
     Bench bench(track);
-    bench.Pin().Position().m_baseTime = row.base;
-    ASSERT_EQ(bench.Fill(), FilterResult::Ok);
-    EXPECT_EQ(bench.media.start, row.start);
-    EXPECT_EQ(bench.media.stop, row.stop);
+    bench.Pin().Position().m_baseTime = base;
+    ASSERT_EQ(bench.Fill(), FilterResult::Ok) << what;
+    EXPECT_EQ(bench.media.start, start) << what;
+    EXPECT_EQ(bench.media.stop, stop) << what;
   }
 }
 
@@ -188,7 +169,7 @@ TEST(SampleDelivery, MediaTimesOfAudioEndAFrameLater) {
 }
 
 TEST(SampleDelivery, StampedTypesPutTheTimesAhead) {
-  FakeTrackFacts track = Video({0x0102030405060708, 0x0102030405060709});
+  FakeTrackFacts track = TrackAt({0x0102030405060708, 0x0102030405060709});
   track.samples[0].compositionTime = 0x1112131415161718;
   Bench bench(track);
   bench.Connect(1);
@@ -200,7 +181,7 @@ TEST(SampleDelivery, StampedTypesPutTheTimesAhead) {
 }
 
 TEST(SampleDelivery, OnlySyncSamplesAreSyncPoints) {
-  FakeTrackFacts track = Video({0, 40, 80, 120, 160});
+  FakeTrackFacts track = TrackAt({0, 40, 80, 120, 160});
   for (const std::size_t i : {1u, 2u, 4u}) track.samples[i].sync = false;
   // In front of its own sync sample in time, as leading pictures are.
   track.samples[1].compositionTime = 100;
@@ -216,26 +197,23 @@ TEST(SampleDelivery, OnlySyncSamplesAreSyncPoints) {
 }
 
 TEST(SampleDelivery, AStopPositionEndsTheStreamBehindIt) {
-  const struct {
-    i64 stop;
-    u32 delivered;
-  } rows[] = {{0, 3},
-              {-1, 3},
-              {800'000, 2},
-              {1'600'000, 3},
-              {409'999, 1},
-              {410'000, 2},
-              {std::numeric_limits<i64>::max(), 3}};
-  for (const auto& row : rows) {
-    FakeTrackFacts track = Video({0, 40, 80, 120});
+  const std::pair<i64, u32> rows[] = {{0, 3},
+                                      {-1, 3},
+                                      {800'000, 2},
+                                      {1'600'000, 3},
+                                      {409'999, 1},
+                                      {410'000, 2},
+                                      {std::numeric_limits<i64>::max(), 3}};
+  for (const auto& [stop, expected] : rows) {
+    FakeTrackFacts track = TrackAt({0, 40, 80, 120});
     // Composition times decide.
     track.samples[1].compositionTime = 41;
     track.samples[2].compositionTime = 120;
     Bench bench(track);
-    bench.Pin().Position().m_stopPosition = row.stop;
+    bench.Pin().Position().m_stopPosition = stop;
     u32 delivered = 0;
     while (bench.Fill() == FilterResult::Ok) ++delivered;
-    EXPECT_EQ(delivered, row.delivered) << row.stop;
+    EXPECT_EQ(delivered, expected) << stop;
   }
 }
 
@@ -253,7 +231,7 @@ TEST(SampleDelivery, WhatDoesNotFitOrCanNotBeReadEndsTheStream) {
       {"GetSampleCompositionTime", 20, 0, FilterResult::Ok},
   };
   for (const auto& [failing, room, position, result] : rows) {
-    Bench bench(Video({0, 40}));
+    Bench bench(TrackAt({0, 40}));
     bench.Connect(position);
     bench.room = room;
     bench.Track().failing = {failing};
@@ -263,14 +241,14 @@ TEST(SampleDelivery, WhatDoesNotFitOrCanNotBeReadEndsTheStream) {
 }
 
 TEST(SampleDelivery, NeitherALostTrackNorATimeScaleOfZeroIsAFault) {
-  Bench lost(Video({0, 40}));
+  Bench lost(TrackAt({0, 40}));
   // The fake file still owns the track.
   CMp4Track* const track = lost.Pin().Track();
   lost.Pin().LoseTrack();
   EXPECT_EQ(lost.Fill(), FilterResult::False);
   EXPECT_EQ(lost.Pin().SetTrack(track), 0u);
 
-  for (FakeTrackFacts facts : {Video({0, 40}), test::CaptionTrack({0, 40})}) {
+  for (FakeTrackFacts facts : {TrackAt({0, 40}), CaptionTrack({0, 40})}) {
     facts.timeScale = 0;
     Bench bench(facts);
     bench.Pin().Position().m_stopPosition = 1;
@@ -279,7 +257,7 @@ TEST(SampleDelivery, NeitherALostTrackNorATimeScaleOfZeroIsAFault) {
 }
 
 std::vector<u8> Marker(u8 flag, u8 length, const std::string& text) {
-  return test::Bytes().U32(0x1B3).U24(0x090909).U32(0x1B2).U32(0x11223344).U8(flag).U8(length).Text(text);
+  return Bytes().U32(0x1B3).U24(0x090909).U32(0x1B2).U32(0x11223344).U8(flag).U8(length).Text(text);
 }
 
 TEST(SampleDelivery, FindsTheTextInVideoSamples) {
@@ -304,7 +282,7 @@ TEST(SampleDelivery, FindsTheTextInVideoSamples) {
   };
   for (const auto& [what, bytes, texts] : rows) {
     SCOPED_TRACE(what);
-    Bench bench(Video({0, 40}, bytes));
+    Bench bench(TrackAt({0, 40}, bytes));
     bench.Pin().Position().m_baseTime = 20;
     ASSERT_EQ(bench.Fill(), FilterResult::Ok);
     EXPECT_EQ(bench.texts, texts);
@@ -315,7 +293,7 @@ TEST(SampleDelivery, FindsTheTextInVideoSamples) {
 
 TEST(SampleDelivery, NoTextIsLookedForBehindAHeaderOrInAudio) {
   // Times that spell the mark; the first byte of the sample would be the length.
-  FakeTrackFacts spelled = Video({0x0144332211B20100, 0x0144332211B20101}, {2, 'h', 'i'});
+  FakeTrackFacts spelled = TrackAt({0x0144332211B20100, 0x0144332211B20101}, {2, 'h', 'i'});
   spelled.samples[0].compositionTime = 0xB3010000;
   Bench stamped(spelled);
   stamped.Connect(1);
@@ -330,7 +308,7 @@ TEST(SampleDelivery, NoTextIsLookedForBehindAHeaderOrInAudio) {
 }
 
 TEST(SampleDelivery, ExtractorUseDeliversEmptySamplesWithStampsAndTexts) {
-  Bench bench(Video({0, 40}, Marker(1, 2, "hi")), "ktmp4file://c/x.mp4&forextractoruse=2");
+  Bench bench(TrackAt({0, 40}, Marker(1, 2, "hi")), "ktmp4file://c/x.mp4&forextractoruse=2");
   ASSERT_EQ(bench.Fill(), FilterResult::Ok);
   EXPECT_EQ(bench.media.length, 0u);
   EXPECT_EQ(bench.media.stop, 400'000);
@@ -350,7 +328,7 @@ TEST(CaptionDelivery, DeliversTheSecondAndThirdByte) {
       {std::vector<u8>(167), 166, FilterResult::False, {0xEE, 0xEE}},
   };
   for (const auto& [bytes, room, result, pair] : rows) {
-    Bench bench(test::CaptionTrack({0, 40}));
+    Bench bench(CaptionTrack({0, 40}));
     bench.Connect(0);
     bench.Track().samples[0].bytes = bytes;
     bench.room = room;
@@ -366,12 +344,8 @@ TEST(CaptionDelivery, DeliversTheSecondAndThirdByte) {
 
 // The wait is reckoned from the start position and the stream time, both from the beginning of the file.
 TEST(CaptionDelivery, WaitsUntilFiftyMillisecondsBefore) {
-  const struct {
-    const char* what;
-    u64 time;
-    i64 start, streamTime, clockRate;
-    std::vector<u32> waits;
-  } rows[] = {
+  // Time of the caption in ms; start position, stream time and rate of the clock; the waits.
+  const std::tuple<const char*, u64, i64, i64, i64, std::vector<u32>> rows[] = {
       {"due", 50, 0, 0, 1, {}},
       {"late", 1000, 0, 5 * kSecond, 1, {}},
       {"a short wait is one", 550, 0, 0, 0, {500}},
@@ -382,17 +356,15 @@ TEST(CaptionDelivery, WaitsUntilFiftyMillisecondsBefore) {
       {"a clock that jumps ends the wait", 2050, 0, 0, 10, {100, 100}},
       {"a step never becomes endless", u64{1} << 40, 0, 0, 1'000, {2147483647}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    Bench bench(CaptionAt(row.time));
+  for (const auto& [what, time, start, streamTime, clockRate, waits] : rows) {
+    Bench bench(CaptionAt(time));
     bench.Connect(0);
-    bench.Pin().Position().m_startPosition = row.start;
     // The base of the stamps does not matter here.
-    bench.Pin().Position().m_baseTime = 40;
-    bench.streamTime = row.streamTime;
-    bench.clockRate = row.clockRate;
-    ASSERT_EQ(bench.Fill(), FilterResult::Ok);
-    EXPECT_EQ(bench.waits, row.waits);
+    bench.Pin().Position() = {0, 40, start, 0};
+    bench.streamTime = streamTime;
+    bench.clockRate = clockRate;
+    ASSERT_EQ(bench.Fill(), FilterResult::Ok) << what;
+    EXPECT_EQ(bench.waits, waits) << what;
     EXPECT_EQ(bench.media.length, 2u) << "delivered after the wait";
   }
 }
@@ -416,7 +388,7 @@ TEST(CaptionDelivery, EndsWhenThePositionHasPassedTheLengthOfTheFile) {
   for (const auto& [streamTime, result] : {std::pair<i64, FilterResult>{1'900'000, FilterResult::Ok},
                                            {1'900'001, FilterResult::False},
                                            {std::numeric_limits<i64>::max(), FilterResult::False}}) {
-    Bench bench(test::CaptionTrack({0, 100}));
+    Bench bench(CaptionTrack({0, 100}));
     bench.Connect(0);
     bench.Pin().Position().m_startPosition = 100'000;
     bench.streamTime = streamTime;
@@ -425,7 +397,7 @@ TEST(CaptionDelivery, EndsWhenThePositionHasPassedTheLengthOfTheFile) {
 }
 
 TEST(CaptionDelivery, TextModeDecodesEverySampleAndDeliversEmptyOnes) {
-  Bench bench(test::CaptionTrack({0, 40, 80}), "ktmp4file://c/x.mp4&cc=on");
+  Bench bench(CaptionTrack({0, 40, 80}), "ktmp4file://c/x.mp4&cc=on");
   bench.Connect(1);
   bench.Track().samples[2].bytes = {0, 0x94, 0x2F};
   for (u32 i = 0; i < 3; ++i) {

@@ -59,16 +59,13 @@ TEST(UrlParameterStore, AnswersByName) {
   EXPECT_EQ(store.GetString("d"), "x=y");
   EXPECT_EQ(store.GetString("none"), "");
 
-  static constexpr struct {
-    const char* name;
-    bool found;
-    i32 value;
-  } kRows[] = {{"a", true, 2},  {"A", true, 3},          {"b", false, 55}, {"c", false, 55},
-               {"e", true, -7}, {"f", true, 2147483647}, {"g", true, 0},   {"none", false, 55}};
-  for (const auto& row : kRows) {
+  static constexpr std::tuple<const char*, bool, i32> kRows[] = {
+      {"a", true, 2},  {"A", true, 3},          {"b", false, 55}, {"c", false, 55},
+      {"e", true, -7}, {"f", true, 2147483647}, {"g", true, 0},   {"none", false, 55}};
+  for (const auto& [name, found, number] : kRows) {
     i32 value = 55;
-    EXPECT_EQ(store.GetInt(row.name, &value), row.found) << row.name;
-    EXPECT_EQ(value, row.value) << row.name;
+    EXPECT_EQ(store.GetInt(name, &value), found) << name;
+    EXPECT_EQ(value, number) << name;
   }
 
   EXPECT_NE(store.Parse(nullptr), 0u);

@@ -3,28 +3,28 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 #include "support/fake_host.h"
 
 namespace kt {
 namespace {
 
+using namespace test;
+
 using Labels = TrackPage::Labels;
 
 /// A source over a file of a video track and one of these tracks.
-class Bench : public test::FakeHost {
+class Bench : public FakeHost {
  public:
-  explicit Bench(std::vector<test::FakeTrackFacts> tracks, const char* name = "a.mp4") {
-    file.tracks = std::move(tracks);
-    EXPECT_EQ(Source().Load(name), FilterResult::Ok);
-  }
+  explicit Bench(std::vector<FakeTrackFacts> tracks) : FakeHost(std::move(tracks), "a.mp4") {}
 
   LoadedFileFacts facts{Source()};
   TrackPage page{facts};
 };
 
-test::FakeTrackFacts TrackOf(u32 kind, u64 duration) {
-  test::FakeTrackFacts track;
+FakeTrackFacts TrackOf(u32 kind, u64 duration) {
+  FakeTrackFacts track;
   track.kind = kind;
   track.id = 7;
   track.duration = duration;
@@ -34,54 +34,44 @@ test::FakeTrackFacts TrackOf(u32 kind, u64 duration) {
 
 TEST(LoadedFileFacts, IndexesCountFromZero) {
   Bench bench({TrackOf(MP4_KIND_VIDEO, 40), TrackOf(MP4_KIND_HINT, u64{1} << 40)});
-  const struct {
-    i32 index;
-    FilterResult result;
-  } rows[] = {{0, FilterResult::Ok},
-              {1, FilterResult::Ok},
-              {2, FilterResult::NoMoreItems},
-              {32, FilterResult::NoMoreItems},
-              {std::numeric_limits<i32>::max(), FilterResult::NoMoreItems},
-              {-1, FilterResult::InvalidArgument},
-              {std::numeric_limits<i32>::min(), FilterResult::InvalidArgument}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.index);
-    u32 id = 99, type = 99, samples = 99, timeScale = 99;
-    u64 duration = 99;
-    EXPECT_EQ(bench.facts.GetTrackId(row.index, &id), row.result);
-    EXPECT_EQ(bench.facts.GetTrackType(row.index, &type), row.result);
-    EXPECT_EQ(bench.facts.GetSampleCount(row.index, &samples), row.result);
-    EXPECT_EQ(bench.facts.GetTimeScale(row.index, &timeScale), row.result);
-    EXPECT_EQ(bench.facts.GetDuration(row.index, &duration), row.result);
-    const bool there = row.result == FilterResult::Ok;
-    EXPECT_EQ(id, there ? 7u : 99u);
-    EXPECT_EQ(type, !there ? 99u : row.index == 0 ? READER_TRACK_VIDEO : READER_TRACK_HINT);
-    EXPECT_EQ(samples, there ? 3u : 99u);
-    EXPECT_EQ(timeScale, there ? 1000u : 99u);
-    EXPECT_EQ(duration, !there ? 99u : row.index == 0 ? 40u : u64{1} << 40);
+  const std::pair<i32, FilterResult> rows[] = {
+      {0, FilterResult::Ok},
+      {1, FilterResult::Ok},
+      {2, FilterResult::NoMoreItems},
+      {32, FilterResult::NoMoreItems},
+      {std::numeric_limits<i32>::max(), FilterResult::NoMoreItems},
+      {-1, FilterResult::InvalidArgument},
+      {std::numeric_limits<i32>::min(), FilterResult::InvalidArgument}};
+  for (const auto& [number, result] : rows) {
+    SCOPED_TRACE(number);
+    // What is not there leaves the output alone.
+    const auto expect = [&, index = number, answer = result](auto operation, u64 first, u64 second) {
+      const u64 value = answer != FilterResult::Ok ? 777 : index == 0 ? first : second;
+      const auto asked = Ask(bench.facts, operation, index);
+      EXPECT_EQ(asked.result, answer);
+      EXPECT_EQ(asked.value, value);
+    };
+    expect(&LoadedFileFacts::GetTrackId, 7, 7);
+    expect(&LoadedFileFacts::GetTrackType, READER_TRACK_VIDEO, READER_TRACK_HINT);
+    expect(&LoadedFileFacts::GetSampleCount, 3, 3);
+    expect(&LoadedFileFacts::GetTimeScale, 1000, 1000);
+    expect(&LoadedFileFacts::GetDuration, 40, u64{1} << 40);
   }
-  u32 count = 0, timeScale = 0;
-  EXPECT_EQ(bench.facts.GetTrackCount(&count), FilterResult::Ok);
-  EXPECT_EQ(bench.facts.GetMovieTimeScale(&timeScale), FilterResult::Ok);
-  EXPECT_EQ(count, 2u) << "tracks without a pin count";
-  EXPECT_EQ(timeScale, 600u);
+  EXPECT_EQ(Got(bench.facts, &LoadedFileFacts::GetTrackCount), 2u) << "tracks without a pin count";
+  EXPECT_EQ(Got(bench.facts, &LoadedFileFacts::GetMovieTimeScale), 600u);
 }
 
 // The page reads the types in its own way.
 TEST(TrackPage, WordsAreNotThoseOfTheTypes) {
-  const struct {
-    u32 kind;
-    const char* word;
-  } rows[] = {{MP4_KIND_UNKNOWN, "Unknown"},
-              {MP4_KIND_VIDEO, "Video"},
-              {MP4_KIND_AUDIO, "Audio"},
-              {MP4_KIND_TEXT, "BIFS"},
-              {MP4_KIND_SCENE_DESCRIPTION, "Object Descriptor"},
-              {MP4_KIND_OBJECT_DESCRIPTOR, "Hint"},
-              {MP4_KIND_HINT, "Unknown"}};
-  for (const auto& row : rows) {
-    Bench bench({TrackOf(row.kind, 0)});
-    EXPECT_EQ(bench.page.Activate().at(3), (TrackPage::Label{PAGE_MEDIA_TYPE, row.word}));
+  const std::pair<u32, const char*> rows[] = {{MP4_KIND_UNKNOWN, "Unknown"},
+                                              {MP4_KIND_VIDEO, "Video"},
+                                              {MP4_KIND_AUDIO, "Audio"},
+                                              {MP4_KIND_TEXT, "BIFS"},
+                                              {MP4_KIND_SCENE_DESCRIPTION, "Object Descriptor"},
+                                              {MP4_KIND_OBJECT_DESCRIPTOR, "Hint"},
+                                              {MP4_KIND_HINT, "Unknown"}};
+  for (const auto& [kind, word] : rows) {
+    EXPECT_EQ(Bench({TrackOf(kind, 0)}).page.Activate().at(3), (TrackPage::Label{PAGE_MEDIA_TYPE, word}));
   }
 }
 
@@ -118,7 +108,7 @@ TEST(TrackPage, ShowsNothingOfATrackThatIsNotThere) {
 }
 
 TEST(TrackPage, ShowsThatNoFileIsLoaded) {
-  test::FakeHost host;
+  FakeHost host;
   const LoadedFileFacts facts(host.Source());
   TrackPage page(facts);
   Labels expected = {{PAGE_TRACK_COUNT, "0"}, {PAGE_MOVIE_TIME_SCALE, "1000"}};
@@ -128,27 +118,21 @@ TEST(TrackPage, ShowsThatNoFileIsLoaded) {
 }
 
 TEST(TrackPage, NumbersAreAsWideAsThePageHasThem) {
-  const struct {
-    u32 movieTimeScale;
-    u64 duration;
-    const char* movieTimeScaleText;
-    const char* durationText;
-  } rows[] = {{1000, 123456, "1000", "123456"},
-              {0, 5, "0", "0"},
-              {0xFFFFFFFF, 0xFFFFFFFF, "-1", "1000"},
-              {1000, (u64{1} << 32) + 5, "1000", "5"}};
-  for (const auto& row : rows) {
-    test::FakeTrackFacts track = TrackOf(MP4_KIND_VIDEO, row.duration);
+  const std::tuple<u32, u64, const char*, const char*> rows[] = {{1000, 123456, "1000", "123456"},
+                                                                 {0, 5, "0", "0"},
+                                                                 {0xFFFFFFFF, 0xFFFFFFFF, "-1", "1000"},
+                                                                 {1000, (u64{1} << 32) + 5, "1000", "5"}};
+  for (const auto& [movieTimeScale, duration, movieTimeScaleText, durationText] : rows) {
+    FakeTrackFacts track = TrackOf(MP4_KIND_VIDEO, duration);
     track.id = 0x80000000;
-    test::FakeHost host;
-    host.file.tracks = {track};
-    host.file.movieTimeScale = row.movieTimeScale;
+    FakeHost host({track});
+    host.file.movieTimeScale = movieTimeScale;
     static_cast<void>(host.LoadOnePin());
     const LoadedFileFacts facts(host.Source());
     const Labels labels = TrackPage(facts).Activate();
-    EXPECT_EQ(labels[1].text, row.movieTimeScaleText);
+    EXPECT_EQ(labels[1].text, movieTimeScaleText);
     EXPECT_EQ(labels[2].text, "-2147483648");
-    EXPECT_EQ(labels[6].text, row.durationText);
+    EXPECT_EQ(labels[6].text, durationText);
   }
 }
 

@@ -124,15 +124,24 @@ HRESULT CRecordingPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties
   return S_OK;
 }
 
-HRESULT CRecordingPin::Receive(IMediaSample* sample) {
+ULONG CRecordingPin::NumberOf(IMediaSample* sample) {
+  LONGLONG start = 0;
+  LONGLONG stop = 0;
+  if (sample->GetMediaTime(&start, &stop) == S_OK) return static_cast<ULONG>(start);
   BYTE* bytes = nullptr;
   sample->GetPointer(&bytes);
   ULONG number = 0;
   std::memcpy(&number, bytes, sizeof number);
+  return number;
+}
+
+HRESULT CRecordingPin::Receive(IMediaSample* sample) {
+  const ULONG number = NumberOf(sample);
   const HRESULT answer = m_script.m_receive ? m_script.m_receive(number) : S_OK;
   std::unique_lock lock(m_lock);
   if (m_flushing || m_stopped) return S_FALSE;
   m_events.push_back({SinkEvent::Sample, number});
+  if (m_script.m_look) m_script.m_look(sample);
   if (m_script.m_keep) m_kept.emplace_back(sample);
   if (m_script.m_blockFrom != 0 && number >= m_script.m_blockFrom) {
     m_blocked = true;

@@ -14,7 +14,7 @@ namespace kt::test {
 struct SinkEvent {
   enum Kind { Sample, EndOfStream, BeginFlush, EndFlush, NewSegment };
   Kind kind;
-  /// The sample's number; for a segment its start.
+  /// The sample's number, which is its media time, or stands in its first bytes; for a segment its start.
   ULONG value;
 
   bool operator==(const SinkEvent&) const = default;
@@ -28,6 +28,8 @@ struct SinkScript {
   bool m_keep = false;
   /// Called inside of `Receive`, without a lock; what it answers is the answer.
   std::function<HRESULT(ULONG)> m_receive = nullptr;
+  /// Sees each sample that is recorded; one at a time.
+  std::function<void(IMediaSample*)> m_look = nullptr;
 
   /// Has an allocator of its own to offer.
   bool m_ownAllocator = false;
@@ -76,6 +78,7 @@ class CRecordingPin final : public CBasePin, public IMemInputPin {
   IMemAllocator* OwnAllocator() const { return m_own.Get(); }
 
  private:
+  static ULONG NumberOf(IMediaSample* sample);
   void Note(SinkEvent::Kind kind, ULONG value = 0);
 
   const SinkScript m_script;

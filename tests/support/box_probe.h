@@ -1,13 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <memory>
 #include <string>
 
 #include "engine/box_list.h"
-#include "engine/memory_storage.h"
-#include "support/box_writer.h"
+#include "support/open_storage.h"
 
 namespace kt::test {
 
@@ -19,15 +16,19 @@ struct ReadBoxResult {
   u64 position = 0;  // where the storage stood afterwards
 };
 
-/// Reads one box from the start of `bytes`.
-inline ReadBoxResult ReadBox(Bytes bytes, u32 parentType = 0) {
+/// Reads one box where the storage stands.
+inline ReadBoxResult ReadBoxFrom(CStorage* storage, u32 parentType = 0) {
   ReadBoxResult read;
-  CMemoryStorage storage;
-  EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
-  read.result = CreateBox(&storage, parentType, &read.box, &read.type);
-  EXPECT_EQ(MP4_OK, storage.GetPosition(&read.position));
+  read.result = CreateBox(storage, parentType, &read.box, &read.type);
+  read.position = Got(*storage, &CStorage::GetPosition);
   EXPECT_EQ(read.result == MP4_OK, read.box != nullptr);
   return read;
+}
+
+/// Reads one box from the start of `bytes`.
+inline ReadBoxResult ReadBox(const Bytes& bytes, u32 parentType = 0) {
+  MemoryBlock storage(bytes);
+  return ReadBoxFrom(storage, parentType);
 }
 
 /// The same for a box that has to be read without failure, as its class.
@@ -40,17 +41,10 @@ std::unique_ptr<BoxClass> ReadBoxAs(const Bytes& bytes) {
 
 /// The bytes that `Serialize` gives after `CalculateSize`; more room than the size says is at hand.
 inline Bytes WrittenBytes(CBox* box) {
-  u64 size = 0;
   EXPECT_EQ(MP4_OK, box->CalculateSize());
-  EXPECT_EQ(MP4_OK, box->GetSize(&size));
-  Bytes written(static_cast<std::size_t>(size) + 64);
-  CMemoryStorage storage;
-  EXPECT_EQ(MP4_OK, storage.Open(written.data(), static_cast<u32>(written.size()), MP4_MODE_WRITE));
-  EXPECT_EQ(MP4_OK, box->Serialize(&storage));
-  u64 end = 0;
-  EXPECT_EQ(MP4_OK, storage.GetPosition(&end));
-  written.resize(static_cast<std::size_t>(end));
-  return written;
+  MemoryBlock storage(static_cast<std::size_t>(Got(*box, &CBox::GetSize)) + 64);
+  EXPECT_EQ(MP4_OK, box->Serialize(storage));
+  return storage.Written();
 }
 
 /// What `Dump` prints.

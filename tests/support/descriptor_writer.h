@@ -1,13 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <memory>
 #include <string>
 
 #include "descriptors/descriptor_list.h"
-#include "engine/memory_storage.h"
-#include "support/box_writer.h"
+#include "support/open_storage.h"
 
 namespace kt::test {
 
@@ -24,20 +21,18 @@ inline Bytes Descriptor(u32 tag, const std::vector<u8>& body = {}) {
 
 /// The answer of `CreateDescriptor` on these bytes, and how many of them it took.
 struct ReadDescriptor {
-  explicit ReadDescriptor(Bytes bytes) {
-    CMemoryStorage storage;
-    EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ));
-    result = CreateDescriptor(&storage, 0, &descriptor, &tag);
-    EXPECT_EQ(MP4_OK, storage.GetPosition(&consumed));
+  explicit ReadDescriptor(CStorage* storage) : result(CreateDescriptor(storage, 0, &descriptor, &tag)) {
+    consumed = Got(*storage, &CStorage::GetPosition);
   }
+  explicit ReadDescriptor(const Bytes& bytes) : ReadDescriptor(MemoryBlock(bytes)) {}
   template <class Class>
   Class& As() {
     return dynamic_cast<Class&>(*descriptor);
   }
 
-  Mp4Result result = MP4_OK;
   std::unique_ptr<CBaseDescriptor> descriptor;
   u32 tag = 0xABCD;
+  Mp4Result result = MP4_OK;
   u64 consumed = 0;
 };
 
@@ -48,17 +43,12 @@ Bytes Written(Item& item, Mp4Result* result) {
   *result = item.CalculateSize();
   if (*result == MP4_OK) *result = item.GetSize(&size, &header);
   // Some room to spare, so that a size that is too small shows in the bytes.
-  Bytes bytes(size + header + 64);
-  CMemoryStorage storage;
-  EXPECT_EQ(MP4_OK, storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_WRITE));
-  if (*result == MP4_OK) *result = item.Serialize(&storage);
-  u64 position = 0;
-  EXPECT_EQ(MP4_OK, storage.GetPosition(&position));
+  MemoryBlock storage(std::size_t{size} + header + 64);
+  if (*result == MP4_OK) *result = item.Serialize(storage);
   if (*result == MP4_OK) {
-    EXPECT_EQ(position, size + header);
+    EXPECT_EQ(storage.Position(), size + header);
   }
-  bytes.resize(static_cast<std::size_t>(position));
-  return bytes;
+  return storage.Written();
 }
 
 template <class Item>
@@ -74,6 +64,14 @@ Mp4Result WriteResult(Item& item) {
   Mp4Result result = MP4_OK;
   static_cast<void>(Written(item, &result));
   return result;
+}
+
+/// What writing into so much memory answers.
+template <class Item>
+Mp4Result BufferResult(Item& item, u32 room) {
+  Bytes bytes(64);
+  u8* cursor = bytes.data();
+  return item.SerializeToBuffer(&cursor, &room);
 }
 
 /// Writes into memory with every room from 0 up to what is needed: all but the last have to be refused as too

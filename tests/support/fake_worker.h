@@ -11,6 +11,7 @@ namespace kt::test {
 /// that begins with a segment from 0 to 50.
 class FakeWorkers : public FakeHost {
  public:
+  using FakeHost::FakeHost;
   /// The worker of a pin, none when `running` is false.
   PinWorker* WorkerOf(CReaderPin& pin) {
     if (!running) return nullptr;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/mp4_file.h"
+#include "support/answer.h"
 #include "support/box_writer.h"
 #include "support/temp_file.h"
 
@@ -68,7 +69,7 @@ class WrittenMovie {
   }
 
   CMp4File* operator->() { return m_file.get(); }
-  CMp4File& File() { return *m_file; }
+  CMp4File& operator*() { return *m_file; }
   std::string Name() const { return m_temp.Name(); }
   Bytes Content() const {
     const std::vector<u8> content = ReadFile(m_temp.Path());
@@ -82,12 +83,18 @@ class WrittenMovie {
     return track;
   }
   /// A new track that takes samples: captions, which no format of bytes concerns.
-  CMp4Track* AddTextTrack(u32 timeScale = 1000) {
+  CMp4Track* AddTextTrack(u32 timeScale = 1000, u32 kind = MP4_KIND_TEXT) {
     CMp4Track* track = AddBareTrack();
-    EXPECT_EQ(track->SetTrackType(MP4_KIND_TEXT), MP4_OK);
+    EXPECT_EQ(track->SetTrackType(kind), MP4_OK);
     EXPECT_EQ(track->SetTimeScale(timeScale), MP4_OK);
     EXPECT_EQ(track->SetLine21Format(0, 0, 0), MP4_OK);
     return track;
+  }
+  /// Closes these tracks and the file, all of which have to close. Gives what stands in the file then.
+  Bytes Finish(std::initializer_list<CMp4Track*> tracks) {
+    for (CMp4Track* track : tracks) EXPECT_EQ(m_file->CloseTrack(track), MP4_OK);
+    EXPECT_EQ(m_file->Close(), MP4_OK);
+    return Content();
   }
   void DestroyFile() { m_file.reset(); }
 
@@ -102,6 +109,10 @@ class WrittenMovie {
 inline Mp4Result WriteSample(CMp4Track* track, u32 size, u64 time, bool isSync = true) {
   const std::vector<u8> bytes(size, static_cast<u8>(time));
   return track->WriteSample(bytes.data(), size, time, time, isSync ? 1 : 0);
+}
+/// Samples of one size at these times, all of which have to be written.
+inline void WriteSamples(CMp4Track* track, u32 size, std::initializer_list<u64> times) {
+  for (const u64 time : times) ASSERT_EQ(WriteSample(track, size, time), MP4_OK) << time;
 }
 
 }  // namespace kt::test

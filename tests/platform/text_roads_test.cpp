@@ -1,0 +1,281 @@
+// How texts come to an application: by its callback behind a file mapping, by queues and by events.
+
+#include <objbase.h>
+
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+#include "filter/platform/code_page.h"
+#include "filter/platform/marshall_object.h"
+#include "platform/played_reader.h"
+#include "platform/reader_movie.h"
+
+namespace kt::test {
+namespace {
+
+/// An application's callback that writes down what it is told.
+class Callback final : public CUnknown, public ICaptionCallback {
+ public:
+  Callback() : CUnknown(nullptr) {}
+  DECLARE_IUNKNOWN
+  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
+    if (iid == ::IID_ICaptionCallback) return GetInterface(static_cast<ICaptionCallback*>(this), object);
+    return CUnknown::NonDelegatingQueryInterface(iid, object);
+  }
+  HRESULT STDMETHODCALLTYPE OnOpen(BSTR) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE OnClose() override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE OnCaptionText(BSTR time, BSTR text) override {
+    return Take(L"caption " + std::wstring(time) + L" " + text);
+  }
+  HRESULT STDMETHODCALLTYPE OnMetadataText(BSTR time, BSTR text) override {
+    return Take(L"metadata " + std::wstring(time) + L" " + text);
+  }
+  /// In the order of the alphabet, as the two pins do not wait for each other.
+  std::vector<std::wstring> Texts() {
+    const std::lock_guard lock(m_lock);
+    std::ranges::sort(m_texts);
+    return m_texts;
+  }
+  bool HasCome(const std::wstring& text) { return std::ranges::count(Texts(), text) > 0; }
+
+  /// Called with each text.
+  std::function<void()> m_onText = [] {};
+
+ private:
+  HRESULT Take(const std::wstring& text) {
+    {
+      const std::lock_guard lock(m_lock);
+      m_texts.push_back(text);
+    }
+    m_onText();
+    // What a callback answers does not count.
+    return E_FAIL;
+  }
+
+  std::mutex m_lock;
+  std::vector<std::wstring> m_texts;
+};
+
+const std::vector<std::wstring> kAllTexts = {L"caption 0:00:00 Hi", L"metadata 0:00:00 Hello"};
+
+/// A mapping with a callback in it, under a name as the URL parameters below lead to it.
+class CallbackMapping {
+ public:
+  explicit CallbackMapping(ICaptionCallback* callback)
+      : m_name("ktmp4-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(s_count++)),
+        m_stream((m_name + kBehind).c_str(), true, &m_ok) {
+    EXPECT_TRUE(m_ok);
+    EXPECT_EQ(CoMarshalInterface(&m_stream, ::IID_ICaptionCallback, callback, MSHCTX_LOCAL, nullptr,
+                                 MSHLFLAGS_NORMAL),
+              S_OK);
+  }
+  std::wstring Url(const ReaderMovie& movie) const {
+    return movie.Url(FromCodePage("&mdccid=" + m_name + kBehind));
+  }
+
+ private:
+  // All that follows the name in the URL counts as a part of it.
+  static constexpr const char* kBehind = "&cc=on";
+  static inline int s_count = 0;
+  const std::string m_name;
+  bool m_ok = false;
+  CMarshallObject m_stream;
+};
+
+/// The platform knows how to marshal the callback, from the module beside the filter's.
+class CallbackProxies {
+ public:
+  CallbackProxies() {
+    std::wstring path = ModulePath();
+    path.resize(path.rfind(L'\\') + 1);
+    m_module = LoadLibraryW((path + L"..\\..\\filter\\platform\\callback\\ktmp4captionps.dll").c_str());
+    if (m_module != nullptr) m_registered = Call("DllRegisterServer");
+  }
+  CallbackProxies(const CallbackProxies&) = delete;
+  CallbackProxies& operator=(const CallbackProxies&) = delete;
+  ~CallbackProxies() { EXPECT_TRUE(!m_registered || Call("DllUnregisterServer")); }
+  bool IsThere() const { return m_registered; }
+
+ private:
+  bool Call(const char* name) const {
+    const auto function =
+        reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+    return function != nullptr && SUCCEEDED(function());
+  }
+
+  HMODULE m_module = nullptr;
+  bool m_registered = false;
+};
+
+class TextRoadsTest : public FrameTest {};
+
+TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
+  const Deadline deadline("play with texts");
+  const CallbackProxies proxies;
+  if (!proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
+  const ReaderMovie movie;
+  Held<Callback> callback;
+  const CallbackMapping mapping(&*callback);
+  {
+    PlayedReader played(mapping.Url(movie));
+    played.Connect();
+    ComPointer<IMetadataStorage> storage;
+    ASSERT_EQ(played.Reader().QueryInterface(__uuidof(IMetadataStorage), storage.PutVoid()), S_OK);
+    EXPECT_EQ(storage->Enable(KTMP4_TEXT_CAPTIONS, 1), S_OK);
+    EXPECT_EQ(storage->Enable(KTMP4_TEXT_METADATA, 1), S_OK);
+
+    EXPECT_TRUE(SUCCEEDED(played.m_control->Run()));
+    int rows = 0;
+    int metadata = 0;
+    std::vector<std::wstring> screens;
+    EXPECT_TRUE(played.Comes(EC_COMPLETE, [&](long code, LONG_PTR first, LONG_PTR second) {
+      const auto text = [](LONG_PTR parameter) { return std::wstring(reinterpret_cast<BSTR>(parameter)); };
+      if (code == EC_KTMP4_CAPTION) ++rows;
+      if (code == EC_KTMP4_METADATA) ++metadata;
+      if (code == EC_OLE_EVENT && text(first) == L"Text") screens.push_back(text(second));
+    }));
+    EXPECT_EQ(rows, 1);
+    EXPECT_EQ(metadata, 1);
+    EXPECT_TRUE(std::ranges::any_of(screens, [](auto& screen) { return screen.find(L"Hi") != screen.npos; }));
+    ASSERT_EQ(callback->Texts(), kAllTexts);
+
+    const struct {
+      UINT32 type;
+      UINT64 time;
+      const char* text;
+    } kItems[] = {{KTMP4_TEXT_CAPTIONS, 400000, "Hi"}, {KTMP4_TEXT_METADATA, 100000, "Hello"}};
+    for (const auto& item : kItems) {
+      UINT64 time = 0;
+      char* text = nullptr;
+      ASSERT_EQ(storage->GetItem(item.type, &time, &text), S_OK);
+      EXPECT_EQ(time, item.time);
+      EXPECT_STREQ(text, item.text);
+      CoTaskMemFree(text);
+      EXPECT_EQ(storage->GetItem(item.type, &time, &text), S_FALSE);
+    }
+  }
+  // The filter keeps the callback without ever giving it back.
+  callback->Release();
+}
+
+/// An application with a thread that may not be called from others: what it makes lives in an apartment.
+template <class Body>
+void OnApartmentThread(Body body) {
+  std::thread([&] {
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+    body();
+    CoUninitialize();
+  }).join();
+}
+
+// The worker waits for the application's thread, which waits for the worker; and what the callback wants done
+// meanwhile has to come again later.
+TEST_F(TextRoadsTest, ACallbackThatIsDueDoesNotBlockAStopOrASeek) {
+  const Deadline deadline("stop and seek with a callback due");
+  const CallbackProxies proxies;
+  if (!proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
+  const ReaderMovie movie;
+  OnApartmentThread([&] {
+    for (const bool seeks : {false, true}) {
+      Held<Callback> callback;
+      {
+        const CallbackMapping mapping(static_cast<ICaptionCallback*>(&*callback));
+        PlayedReader played(mapping.Url(movie));
+        played.Connect();
+        LONGLONG begin = 0;
+        const auto seek = [&] {
+          return played.Reader().SetPositions(&begin, AM_SEEKING_AbsolutePositioning, nullptr, 0);
+        };
+        HRESULT inside = S_OK;
+        callback->m_onText = [&] { inside = seek(); };
+        EXPECT_TRUE(SUCCEEDED(played.m_control->Run()));
+        // Nobody serves calls here.
+        Sleep(500);
+        EXPECT_FALSE(callback->HasCome(kAllTexts[0]));
+        EXPECT_EQ(seeks ? seek() : S_OK, S_OK);
+        EXPECT_EQ(played.Reader().Stop(), S_OK);
+        EXPECT_TRUE(callback->HasCome(kAllTexts[0]));
+        EXPECT_EQ(inside, static_cast<HRESULT>(VFW_E_WRONG_STATE));
+        EXPECT_EQ(played.Reader().State(), State_Stopped);
+        EXPECT_TRUE(SUCCEEDED(played.m_control->Stop()));
+      }
+      CoDisconnectObject(static_cast<ICaptionCallback*>(&*callback), 0);
+    }
+  });
+}
+
+constexpr const wchar_t* kPlayedUrl = L"KTMP4_TEST_URL";
+
+// Started by the test below, as a process of its own.
+TEST_F(TextRoadsTest, DISABLED_PlaysAUrl) {
+  wchar_t url[400] = {};
+  ASSERT_NE(GetEnvironmentVariableW(kPlayedUrl, url, 400), 0u);
+  PlayedReader played(url);
+  played.Connect();
+  EXPECT_TRUE(SUCCEEDED(played.m_control->Run()));
+  EXPECT_TRUE(played.Comes(EC_COMPLETE));
+}
+
+TEST_F(TextRoadsTest, TheCallbackIsCalledFromAnotherProcess) {
+  const Deadline deadline("play in another process");
+  const CallbackProxies proxies;
+  if (!proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
+  const ReaderMovie movie;
+  Held<Callback> callback;
+  const CallbackMapping mapping(&*callback);
+  SetEnvironmentVariableW(kPlayedUrl, mapping.Url(movie).c_str());
+  std::wstring command =
+      L"\"" + ModulePath() +
+      L"\" --gtest_also_run_disabled_tests --gtest_filter=TextRoadsTest.DISABLED_PlaysAUrl";
+  STARTUPINFOW startup = {};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process = {};
+  ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                             &process));
+  WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD exitCode = 1;
+  EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &exitCode));
+  EXPECT_EQ(exitCode, 0u);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+  EXPECT_EQ(callback->Texts(), kAllTexts);
+  CoDisconnectObject(static_cast<ICaptionCallback*>(&*callback), 0);
+}
+
+TEST_F(TextRoadsTest, TheMappingIsAStreamWithAnEnd) {
+  bool ok = true;
+  CMarshallObject missing("ktmp4-test-nobody-made-this", false, &ok);
+  EXPECT_FALSE(ok);
+  char bytes[8] = "1234567";
+  ULONG done = 5;
+  EXPECT_EQ(missing.Read(bytes, 1, &done), S_FALSE);
+  EXPECT_EQ(done, 0u);
+
+  CMarshallObject writer(nullptr, true, &ok);
+  ASSERT_TRUE(ok);
+  CMarshallObject reader(CMarshallObject::kDefaultName, false, &ok);
+  ASSERT_TRUE(ok);
+  EXPECT_EQ(writer.Write(bytes, 4, nullptr), S_OK);
+  EXPECT_EQ(writer.Write(bytes + 4, 4, &done), S_OK);
+  EXPECT_EQ(done, 4u);
+  std::vector<char> all(KTMP4_CALLBACK_MAPPING_SIZE);
+  EXPECT_EQ(reader.Read(all.data(), 8, nullptr), S_OK);
+  EXPECT_STREQ(all.data(), bytes);
+  EXPECT_EQ(reader.Read(all.data(), KTMP4_CALLBACK_MAPPING_SIZE - 7, nullptr), S_FALSE) << "a byte too many";
+  EXPECT_EQ(reader.Read(all.data(), KTMP4_CALLBACK_MAPPING_SIZE - 8, nullptr), S_OK) << "up to the end";
+  EXPECT_EQ(reader.Read(all.data(), 1, nullptr), S_FALSE);
+  EXPECT_EQ(reader.Seek({}, STREAM_SEEK_SET, nullptr), STG_E_INVALIDFUNCTION);
+  EXPECT_EQ(reader.Commit(0), E_FAIL);
+
+  ComPointer<IUnknown> face;
+  EXPECT_EQ(reader.QueryInterface(IID_ISequentialStream, face.PutVoid()), S_OK);
+  EXPECT_EQ(reader.QueryInterface(IID_IDispatch, face.PutVoid()), E_NOINTERFACE);
+  // Its count means nothing: it stays until its creator is done with it.
+  EXPECT_EQ(reader.AddRef(), 1u);
+  EXPECT_EQ(reader.Release(), 0u);
+  EXPECT_EQ(reader.Revert(), E_FAIL);
+}
+
+}  // namespace
+}  // namespace kt::test
