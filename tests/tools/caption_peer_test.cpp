@@ -22,6 +22,8 @@ struct Script {
 struct Event {
   double start = 0;
   std::vector<std::string> rows;
+
+  friend bool operator==(const Event&, const Event&) = default;
 };
 
 struct Row {
@@ -46,9 +48,10 @@ std::string SccText(const std::vector<Script>& scripts) {
 }
 
 // What ffmpeg makes of the file, as text or bytes.
-std::string Converted(const std::string& scc, const std::string& options) {
-  const Outcome outcome = RunShell(ShellWord(KTMP4_FFMPEG) + " -v error -nostdin -f scc -i " +
-                                   ShellWord(scc) + " " + options + " -");
+std::string Converted(const std::string& file, const std::string& options,
+                      const std::string& format = "scc") {
+  const Outcome outcome = RunShell(ShellWord(KTMP4_FFMPEG) + " -v error -nostdin -f " + format + " -i " +
+                                   ShellWord(file) + " " + options + " -");
   EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
   return outcome.out;
 }
@@ -203,6 +206,33 @@ TEST(CaptionPeer, PaintOn) {
                               {7, "{EDM}{EDM}{RDC}{RDC}{1370}{1370}and{1450}{1450}three{1470}{1470}more"},
                               {10, "{EDM}{EDM}{1470}"}}),
                  6);
+}
+
+// Its caption file is added to a movie here, and it reads both sorts of captions that come back.
+TEST(CaptionPeer, ReadsWhatIsWrittenAndWritesWhatIsRead) {
+  const std::string text =
+      SccText({{1, "{RCL}{RCL}{ENM}{ENM}{1450}{1450}Good{1470}{1470}morning{EDM}{EOC}{EOC}"},
+               {4, "{RCL}{ENM}{1470}[sighs]{EDM}{EDM}{EOC}"},
+               {7, "{EDM}{EDM}"},
+               {9, "{RU2}{RU2}{CR}{CR}{1470}{1470}>> Breaking news{CR}today"},
+               {12, "{EDM}{EDM}"}});
+  const TempFile scc{Bytes().Text(text)};
+  const std::string copy = "-map 0 -c copy -f ";
+  const TempFile theirs{Bytes().Text(Converted(scc.Name(), copy + "scc"))};
+  const TempFolder folder;
+  const std::string movie = folder / "movie.mp4";
+  const Outcome outcome = RunProgram({"add-captions", Media("aac.m4a"), theirs.Name(), movie});
+  ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+  const TempFile back{Bytes().Text(RunProgram({"captions", "--format", "scc", movie}).out)};
+  const TempFile srt{Bytes().Text(RunProgram({"captions", "--format", "srt", movie}).out)};
+
+  const std::string packets = Converted(scc.Name(), copy + "framemd5");
+  EXPECT_GT(Lines(packets).size(), 9u);
+  EXPECT_EQ(Converted(back.Name(), copy + "framemd5"), packets);
+  const std::vector<Event> events = Events(ReadText(srt.Path()));
+  EXPECT_EQ(events.size(), 4u) << ReadText(srt.Path());
+  EXPECT_EQ(Events(Converted(srt.Name(), "-f srt", "srt")), events);
+  EXPECT_EQ(Texts(NewRows(events)), Texts(NewRows(Events(Converted(scc.Name(), "-f srt")))));
 }
 
 }  // namespace
