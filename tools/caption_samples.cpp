@@ -1,6 +1,7 @@
 #include "tools/caption_samples.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace kt {
 namespace {
@@ -8,6 +9,25 @@ namespace {
 constexpr u8 kValid = 0xFC;
 constexpr u8 kNotValid = 0xF8;
 constexpr BytePair kNoData = {0x80, 0x80};
+
+/// Lines that a person should know of.
+struct Finding {
+  u32 firstLine = 0;
+  u32 lines = 0;
+
+  void Take(u32 line) {
+    if (lines++ == 0) firstLine = line;
+  }
+  void Report(const char* what, const Notes& note) const {
+    if (lines == 0) return;
+    note("line " + std::to_string(firstLine) + what +
+         (lines > 1 ? " (the first of " + std::to_string(lines) + " lines)" : std::string()));
+  }
+};
+
+bool HasOddParity(const BytePair& pair) {
+  return std::popcount(pair[0]) % 2 == 1 && std::popcount(pair[1]) % 2 == 1;
+}
 
 class Layout {
  public:
@@ -47,21 +67,19 @@ void SetSampleBytes(const u8* bytes, CaptionSample* sample) {
 
 std::vector<CaptionSample> LayOut(const SccFile& file, u64 longestStep, const Notes& note) {
   Layout layout(longestStep);
-  u32 firstLate = 0, lateCues = 0;
+  Finding late, evenParity;
   for (const SccCue& cue : file.cues) {
-    u64 frame = std::max(cue.frame, layout.NextFrame());
-    if (frame != cue.frame && lateCues++ == 0) firstLate = cue.line;
-    const u64 begin = frame;
+    const u64 begin = std::max(cue.frame, layout.NextFrame());
+    if (begin != cue.frame) late.Take(cue.line);
+    if (!std::ranges::all_of(cue.pairs, HasOddParity)) evenParity.Take(cue.line);
+    u64 frame = begin;
     for (const BytePair& pair : cue.pairs) {
       layout.Add(frame, pair, frame == begin);
       ++frame;
     }
   }
-  if (lateCues > 0) {
-    note("line " + std::to_string(firstLate) +
-         " begins while the pairs before it still go out; its own follow behind them" +
-         (lateCues > 1 ? " (the first of " + std::to_string(lateCues) + " lines)" : std::string()));
-  }
+  late.Report(" begins while the pairs before it still go out; its own follow behind them", note);
+  evenParity.Report(" has a byte of even parity, over which decoders stumble; it is kept", note);
   layout.End();
   return layout.m_samples;
 }

@@ -6,17 +6,20 @@ usage: compare_copies.py KTMP4 FILE_OR_FOLDER...
 Each file is copied as mp4, 3gp and m4a. ffprobe has to find the same packets (times, key frames, bytes) and the same
 decoder set-up in the copy, and ffmpeg and, where it is installed, mediainfo must find nothing wrong with it. Times
 count from the first decoding time, which a copy does not keep. A long file of thousands of chunks is made by ffmpeg
-from one of the files.
+from one of the files, and captions are added to another. Where GStreamer is installed, it has to play all copies.
 """
 
+import fractions
 import hashlib
+import json
+import os
 import pathlib
 import shutil
 import subprocess
 import sys
 import tempfile
 
-from compare_with_ffprobe import ffprobe, media_files, packets_of, readable_copy, run
+from compare_with_ffprobe import ffprobe, media_files, packets_of, readable_copy, run, samples_of
 
 WRITABLE = ["mpeg4", "aac", "h263", "amr_nb", "amr_wb"]
 TYPES = ["mp4", "3gp", "m4a"]
@@ -47,10 +50,10 @@ def all_bytes(file, index):
     return len(data), hashlib.md5(data).hexdigest()
 
 
-def compare_streams(file, copy, indices):
+def compare_streams(file, copy, indices, added=0):
     theirs, ours = packets_of(file), packets_of(copy)
     their_setups, our_setups = setups_of(file), setups_of(copy)
-    if len(ours) != len(indices) or len(our_setups) != len(indices):
+    if len(ours) != len(indices) + added or len(our_setups) != len(indices) + added:
         raise AssertionError(f"{len(ours)} tracks, {len(indices)} can be copied")
     count = 0
     for position, index in enumerate(indices):
@@ -88,6 +91,52 @@ def expect_no_complaints(file, copy):
             raise AssertionError(f"mediainfo reports {word}: {report}")
 
 
+def expect_played(ktmp4, copy, folder):
+    """GStreamer has to hand out the bytes of every sample that is shown before the movie ends; it stops there, and
+    the movie lasts as long as its first track."""
+    if shutil.which("gst-launch-1.0") is None:
+        return
+    info = json.loads(run(ktmp4, "info", "--json", copy))
+    end = fractions.Fraction(info["tracks"][0]["duration"], info["movieTimeScale"])
+    command = ["gst-launch-1.0", "-q", "filesrc", f"location={copy}", "!", "qtdemux", "name=demux"]
+    wanted, pads = {}, {"video": 0, "audio": 0}
+    for track in info["tracks"]:
+        kind = {1: "video", 2: "audio"}.get(track["kind"])
+        if kind is None:
+            continue
+        played, whole = folder / f"played-{track['index']}", folder / "whole"
+        command += [f"demux.{kind}_{pads[kind]}", "!", "queue", "!", "filesink", f"location={played}"]
+        pads[kind] += 1
+        run(ktmp4, "extract", "--track", track["index"], copy, whole)
+        data, position, shown = whole.read_bytes(), 0, b""
+        for sample in samples_of(ktmp4, copy, track["index"]):
+            if fractions.Fraction(sample["cts"], track["timeScale"]) < end:
+                shown += data[position : position + sample["size"]]
+            position += sample["size"]
+        wanted[played] = shown
+    done = subprocess.run(command, capture_output=True, text=True, errors="replace", timeout=60)
+    if done.returncode or done.stderr.strip():
+        raise AssertionError(f"GStreamer: exit code {done.returncode}, {done.stderr.strip()}")
+    for played, shown in wanted.items():
+        if not shown or played.read_bytes() != shown:
+            raise AssertionError(f"GStreamer: {played.name}: {played.stat().st_size} bytes, {len(shown)} are shown")
+
+
+def compare_captioned_file(ktmp4, file, folder):
+    captions, copy = folder / "captions.scc", folder / "copy.mp4"
+    captions.write_text("Scenarist_SCC V1.0\n\n00:00:01:00\t9420 9470 c8e9 942f\n\n00:00:03:00\t942c\n")
+    run(ktmp4, "add-captions", file, captions, copy)
+    count = compare_streams(file, copy, copied_tracks(file), added=1)
+    packets = ffprobe(copy, "-show_packets", "-select_streams", "d")["packets"]
+    times = [float(packet["pts_time"]) for packet in packets]
+    frames = [0, 30, 31, 32, 33, 90, 91]
+    if any(abs(time - frame * 1.001 / 30) > 1e-5 for time, frame in zip(times, frames, strict=True)):
+        raise AssertionError(f"the captions come at {times}")
+    expect_no_complaints(file, copy)
+    expect_played(ktmp4, copy, folder)
+    return count + len(times)
+
+
 def compare_file(ktmp4, file, folder):
     """The number of packets that agree, in copies of all types."""
     original = file
@@ -104,6 +153,7 @@ def compare_file(ktmp4, file, folder):
         run(ktmp4, "remux", "--type", kind, file, copy)
         count += compare_streams(original, copy, indices)
         expect_no_complaints(original, copy)
+        expect_played(ktmp4, copy, folder)
     return count
 
 
@@ -134,13 +184,16 @@ def main():
     files = list(media_files(names))
     jobs = [(file.name, compare_file, file) for file in files]
     jobs += [("long file", compare_long_file, file) for file in files if file.name == "aac.m4a"]
+    jobs += [("captions", compare_captioned_file, file) for file in files if file.name == "bframes-aac.mp4"]
+    registry = tempfile.TemporaryDirectory()
+    os.environ["GST_REGISTRY"] = registry.name + "/registry"
     for name, job, file in jobs:
         with tempfile.TemporaryDirectory() as folder:
             try:
                 count = job(ktmp4, file, pathlib.Path(folder))
                 print(f"{name}: {count} packets agree")
                 total += count
-            except (AssertionError, RuntimeError) as problem:
+            except (AssertionError, RuntimeError, subprocess.TimeoutExpired) as problem:
                 print(f"{name}: {problem}")
                 failures += 1
     if total == 0:
