@@ -20,18 +20,20 @@ std::vector<u8> TextBytes(std::string_view text) {
   return Bytes().Text(text);
 }
 
-// A message is one line that begins with who speaks.
-void ExpectOneLine(const std::string& err, const std::string& speaker) {
-  EXPECT_EQ(err.find(speaker + ": "), 0u) << err;
-  EXPECT_EQ(Lines(err).size(), 1u) << err;
+// A message is one line that begins with who speaks. Gives what was printed.
+std::string ExpectOneLine(const std::string& line, int exitCode, const std::string& speaker,
+                          const std::vector<std::string>& parts) {
+  SCOPED_TRACE(line);
+  const Outcome outcome = RunShell(line);
+  EXPECT_EQ(outcome.exitCode, exitCode);
+  EXPECT_EQ(outcome.err.find(speaker + ": "), 0u) << outcome.err;
+  EXPECT_EQ(Lines(outcome.err).size(), 1u) << outcome.err;
+  ExpectParts(outcome.err, parts);
+  return outcome.out;
 }
 
 TEST(WrongUse, EndsWithTwoAndOneLine) {
-  struct Row {
-    std::vector<std::string> arguments;
-    const char *speaker, *fragment;
-  };
-  const Row rows[] = {
+  const std::tuple<std::vector<std::string>, const char*, const char*> rows[] = {
       {{}, "ktmp4", "subcommand"},
       {{"inform"}, "ktmp4", "inform"},
       {{"--loud", "info", "a.mp4"}, "ktmp4 info", "--loud"},
@@ -46,26 +48,16 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
       {{"extract", "--track", "1", "a.mp4"}, "ktmp4 extract", "OUT"},
       {{"play"}, "ktmp4 play", "FILE"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(CommandLine(row.arguments));
-    const Outcome outcome = RunProgram(row.arguments);
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.out, "");
-    ExpectOneLine(outcome.err, row.speaker);
-    EXPECT_NE(outcome.err.find(row.fragment), std::string::npos) << outcome.err;
+  for (const auto& [arguments, speaker, part] : rows) {
+    EXPECT_EQ(ExpectOneLine(CommandLine(arguments), 2, speaker, {part}), "");
   }
 }
 
 TEST(Help, GoesToStandardOutput) {
   for (const char* command : {"dump", "info", "samples", "extract", "play"}) {
-    const Outcome outcome = RunProgram({command, "--help"});
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_NE(outcome.out.find("FILE"), std::string::npos) << outcome.out;
-    EXPECT_EQ(outcome.err, "");
+    ExpectParts(ExpectRun({command, "--help"}), {"FILE"});
   }
-  const Outcome version = RunProgram({"--version"});
-  EXPECT_EQ(version.exitCode, 0);
-  EXPECT_EQ(version.out.find("ktmp4 "), 0u) << version.out;
+  EXPECT_TRUE(ExpectRun({"--version"}).starts_with("ktmp4 "));
 }
 
 struct BadFile {
@@ -79,6 +71,12 @@ void Write(const fs::path& path, const std::vector<u8>& bytes) {
   stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
+void WriteCut(const fs::path& path, const char* media) {
+  std::vector<u8> bytes = ReadFile(Media(media));
+  bytes.resize(bytes.size() - 100);
+  Write(path, bytes);
+}
+
 const BadFile kBadFiles[] = {
     {"missing", [](const fs::path&) {}, "MP4_FILE_IO (4): there is no such file"},
     {"folder", [](const fs::path& path) { fs::create_directory(path); },
@@ -86,19 +84,9 @@ const BadFile kBadFiles[] = {
     {"empty", [](const fs::path& path) { Write(path, {}); }, "the file is empty"},
     {"text", [](const fs::path& path) { Write(path, TextBytes("Dear reader, this is a letter.\n")); },
      "it does not begin like an MP4 file"},
-    {"cut_in_the_media_data",
-     [](const fs::path& path) {
-       std::vector<u8> bytes = ReadFile(Media("ntsc-faststart.mp4"));
-       bytes.resize(bytes.size() - 100);
-       Write(path, bytes);
-     },
+    {"cut_in_the_media_data", [](const fs::path& path) { WriteCut(path, "ntsc-faststart.mp4"); },
      "MP4_CORRUPT (6): the sizes of the boxes contradict each other, or the file is cut short"},
-    {"cut_in_the_tables",
-     [](const fs::path& path) {
-       std::vector<u8> bytes = ReadFile(Media("bframes-aac.mp4"));
-       bytes.resize(bytes.size() - 100);
-       Write(path, bytes);
-     },
+    {"cut_in_the_tables", [](const fs::path& path) { WriteCut(path, "bframes-aac.mp4"); },
      "MP4_FILE_IO (4): the file ends inside a box"},
     {"of_a_common_writer", [](const fs::path& path) { fs::copy_file(Media("refused-btrt.mp4"), path); },
      "MP4_CORRUPT (6): the sizes of the boxes contradict each other"},
@@ -127,14 +115,10 @@ TEST_P(BadFileTest, IsRefusedByEachCommand) {
       {"play", file},
   };
   for (const auto& arguments : commandLines) {
-    SCOPED_TRACE(CommandLine(arguments));
-    const Outcome outcome = RunProgram(arguments);
-    EXPECT_EQ(outcome.exitCode, 1);
-    ExpectOneLine(outcome.err, "ktmp4 " + arguments[0]);
-    EXPECT_NE(outcome.err.find("\"" + file + "\""), std::string::npos) << outcome.err;
-    EXPECT_NE(outcome.err.find(GetParam().fragment), std::string::npos) << outcome.err;
+    const std::string out = ExpectOneLine(CommandLine(arguments), 1, "ktmp4 " + arguments[0],
+                                          {"\"" + file + "\"", GetParam().fragment});
     if (arguments[0] != "dump") {
-      EXPECT_EQ(outcome.out, "");
+      EXPECT_EQ(out, "");
     }
   }
   EXPECT_EQ(folder.Names(), before);
@@ -148,16 +132,13 @@ TEST(BadFile, ThatMayNotBeReadSaysSo) {
   if (geteuid() == 0) GTEST_SKIP() << "root may read everything";
   const TempFile file(TextBytes("secret"));
   fs::permissions(file.Path(), fs::perms::none);
-  const Outcome outcome = RunProgram({"info", file.Name()});
-  EXPECT_EQ(outcome.exitCode, 1);
-  EXPECT_NE(outcome.err.find("Permission denied"), std::string::npos) << outcome.err;
+  ExpectRun({"info", file.Name()}, 1, {"Permission denied"});
 }
 
 // A file name can hold anything; the message stays one line.
 TEST(BadFile, WithALineEndInItsName) {
-  const Outcome outcome = RunProgram({"info", "no\nsuch\x1b[31m.mp4"});
-  ExpectOneLine(outcome.err, "ktmp4 info");
-  EXPECT_NE(outcome.err.find("\"no\\x0Asuch\\x1B[31m.mp4\""), std::string::npos) << outcome.err;
+  ExpectOneLine(CommandLine({"info", "no\nsuch\x1b[31m.mp4"}), 1, "ktmp4 info",
+                {"\"no\\x0Asuch\\x1B[31m.mp4\""});
 }
 #endif
 
@@ -169,20 +150,16 @@ TEST(MissingTrack, IsAFailureThatTellsTheCount) {
       {"extract", "--track", "99", file, folder / "out"},
   };
   for (const auto& arguments : commandLines) {
-    const Outcome outcome = RunProgram(arguments);
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.out, "");
-    ExpectOneLine(outcome.err, "ktmp4 " + arguments[0]);
-    EXPECT_NE(outcome.err.find("MP4_NOT_FOUND (3): the file has 2 tracks"), std::string::npos) << outcome.err;
+    EXPECT_EQ(ExpectOneLine(CommandLine(arguments), 1, "ktmp4 " + arguments[0],
+                            {"MP4_NOT_FOUND (3): the file has 2 tracks"}),
+              "");
   }
   EXPECT_TRUE(folder.Names().empty());
 }
 
 TEST(RefusedFile, IsAnObjectForScriptsAndAFailure) {
-  const Outcome outcome = RunProgram({"info", "--json", Media("refused-btrt.mp4")});
-  EXPECT_EQ(outcome.exitCode, 1);
-  ExpectOneLine(outcome.err, "ktmp4 info");
-  const auto json = nlohmann::json::parse(outcome.out);
+  const auto json = nlohmann::json::parse(
+      ExpectOneLine(CommandLine({"info", "--json", Media("refused-btrt.mp4")}), 1, "ktmp4 info", {}));
   EXPECT_EQ(json.at("file"), Media("refused-btrt.mp4"));
   EXPECT_EQ(json.at("result"), 6);
   EXPECT_EQ(json.at("resultName"), "MP4_CORRUPT");
@@ -191,9 +168,7 @@ TEST(RefusedFile, IsAnObjectForScriptsAndAFailure) {
 
 // The boxes ahead of the fault show where it is.
 TEST(RefusedFile, IsDumpedUpToTheFault) {
-  const Outcome outcome = RunProgram({"dump", Media("refused-btrt.mp4")});
-  EXPECT_EQ(outcome.exitCode, 1);
-  EXPECT_NE(outcome.out.find("ftyp"), std::string::npos);
+  ExpectParts(ExpectRun({"dump", Media("refused-btrt.mp4")}, 1, {"MP4_CORRUPT"}), {"ftyp"});
 }
 
 // Output that gets lost is no success.
@@ -203,10 +178,8 @@ TEST(StandardOutput, ThatIsFullIsAFailure) {
   const std::vector<std::string> commandLines[] = {
       {"dump", file}, {"info", file}, {"samples", "--track", "1", file}, {"play", file}};
   for (const auto& arguments : commandLines) {
-    const Outcome outcome = RunShell("(" + CommandLine(arguments) + " >/dev/full)");
-    EXPECT_EQ(outcome.exitCode, 1);
-    ExpectOneLine(outcome.err, "ktmp4 " + arguments[0]);
-    EXPECT_NE(outcome.err.find("cannot write on standard output"), std::string::npos) << outcome.err;
+    ExpectOneLine("(" + CommandLine(arguments) + " >/dev/full)", 1, "ktmp4 " + arguments[0],
+                  {"cannot write on standard output"});
   }
 }
 

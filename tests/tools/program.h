@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -68,6 +70,29 @@ inline Outcome RunShell(const std::string& line) {
 
 inline Outcome RunProgram(const std::vector<std::string>& arguments) {
   return RunShell(CommandLine(arguments));
+}
+
+/// `text` has to hold each of these parts.
+inline void ExpectParts(const std::string& text, const std::vector<std::string>& parts) {
+  for (const std::string& part : parts) EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+}
+
+/// Runs a command line of the shell that has to end like this: with these parts in what it complains about,
+/// or without a complaint where there is none. Gives what it printed.
+inline std::string ExpectShell(const std::string& line, int exitCode,
+                               const std::vector<std::string>& complaint) {
+  SCOPED_TRACE(line);
+  const Outcome outcome = RunShell(line);
+  EXPECT_EQ(outcome.exitCode, exitCode) << outcome.err;
+  EXPECT_TRUE(!complaint.empty() || outcome.err.empty()) << outcome.err;
+  ExpectParts(outcome.err, complaint);
+  return outcome.out;
+}
+
+/// The same for a run of the program.
+inline std::string ExpectRun(const std::vector<std::string>& arguments, int exitCode = 0,
+                             const std::vector<std::string>& complaint = {}) {
+  return ExpectShell(CommandLine(arguments), exitCode, complaint);
 }
 
 /// A real file of the project.
