@@ -1,0 +1,179 @@
+// The module in the platform's filter graph manager: what it loads, offers and delivers.
+
+#include <strmif.h>
+
+#include <amvideo.h>
+#include <mmreg.h>
+#include <vfwmsgs.h>
+
+#include <cstring>
+
+#include "filter/platform/ktmp4source.h"
+#include "platform/source_host.h"
+#include "support/movie_builder.h"
+
+namespace kt::test {
+namespace {
+
+using PlayingTest = SourceTest;
+
+template <class T>
+T At(const std::vector<u8>& block, std::size_t offset) {
+  T value = {};
+  if (offset + sizeof value <= block.size()) std::memcpy(&value, block.data() + offset, sizeof value);
+  return value;
+}
+
+TEST_F(PlayingTest, DeliversWhatTheLibraryReadsButTheLastSample) {
+  const Deadline deadline("playing real files");
+  const struct {
+    const wchar_t* name;
+    u32 tracks;
+  } kFiles[] = {{L"bframes-aac.mp4", 2}, {L"ntsc-faststart.mp4", 1}, {L"h263.3gp", 1}, {L"aac.m4a", 1}};
+  for (const auto& file : kFiles) {
+    for (const bool isStamped : {false, true}) {
+      SCOPED_TRACE(testing::Message() << file.name << (isStamped ? ", stamped" : ""));
+      PlayedSource played(MediaFile(file.name), {.typePosition = isStamped});
+      ASSERT_EQ(played.Pins().size(), file.tracks);
+      played.PlayToEnd();
+      for (u32 pin = 0; pin < file.tracks; ++pin) {
+        const std::vector<TakenSample> expected =
+            SamplesOf(MediaFile(file.name), {.track = pin + 1, .isStamped = isStamped});
+        EXPECT_GT(expected.size(), 40u);
+        EXPECT_EQ(played.Taken(pin), expected) << "pin " << pin;
+        EXPECT_EQ(played.Sink(pin).Count(SinkEvent::EndOfStream), 1u);
+        EXPECT_EQ(played.Sink(pin).Events().front(), (SinkEvent{SinkEvent::NewSegment, 0}));
+      }
+    }
+  }
+}
+
+/// Wine's graph manager looks up what filter the ending of a name asks for, and then takes its own reader all
+/// the same. While this lives, asking for that reader leads to the filter.
+class ReaderReplacement {
+ public:
+  ReaderReplacement() {
+    wchar_t text[40] = {};
+    StringFromGUID2(::CLSID_KtMp4FileReader, text, 40);
+    EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, kKey, nullptr, REG_SZ, text, 78), ERROR_SUCCESS);
+  }
+  ~ReaderReplacement() { RegDeleteKeyW(HKEY_CLASSES_ROOT, kKey); }
+
+ private:
+  static constexpr const wchar_t* kKey = L"CLSID\\{E436EBB5-524F-11CE-9F53-0020AF0BA770}\\TreatAs";
+};
+
+// With the sinks in the graph as other filters would be.
+TEST_F(PlayingTest, RendersFiles) {
+  const Deadline deadline("rendering real files");
+  const ReaderReplacement replacement;
+  const struct {
+    const wchar_t* name;
+    std::vector<const GUID*> subtypes;
+    std::vector<std::size_t> samples;
+  } kFiles[] = {{L"bframes-aac.mp4", {&::MEDIASUBTYPE_KtMp4Video, &::MEDIASUBTYPE_KtMp4Audio}, {99, 173}},
+                {L"h263.3gp", {&::MEDIASUBTYPE_KtH263}, {44}},
+                {L"aac.m4a", {&::MEDIASUBTYPE_KtMp4Audio}, {65}}};
+  for (const auto& file : kFiles) {
+    SCOPED_TRACE(file.name);
+    HostGraph graph;
+    ASSERT_EQ(graph.Create(), S_OK);
+    std::vector<std::unique_ptr<Held<CRecordingSink>>> sinks;
+    for (const GUID* subtype : file.subtypes) {
+      sinks.push_back(std::make_unique<Held<CRecordingSink>>(SinkScript{.m_accept = subtype}));
+      ASSERT_EQ(graph.m_builder->AddFilter(&**sinks.back(), nullptr), S_OK);
+    }
+    EXPECT_EQ(graph.m_builder->RenderFile(MediaFile(file.name).c_str(), nullptr), S_OK);
+    ASSERT_TRUE(SUCCEEDED(graph.m_control->Run()));
+    EXPECT_TRUE(graph.Comes(EC_COMPLETE));
+    EXPECT_EQ(graph.m_control->Stop(), S_OK);
+    for (std::size_t i = 0; i < sinks.size(); ++i) {
+      EXPECT_EQ((*sinks[i])->Pin().Count(SinkEvent::Sample), file.samples[i]);
+    }
+  }
+}
+
+// What a decoder is handed at the connection, of a real file.
+TEST_F(PlayingTest, TypesCarryTheSetUpOfTheDecoder) {
+  PlayedSource source(MediaFile(L"bframes-aac.mp4"));
+  ASSERT_EQ(source.Pins().size(), 2u);
+  std::vector<u8> formats[2];
+  for (std::size_t i = 0; i < 2; ++i) {
+    AM_MEDIA_TYPE type = {};
+    ASSERT_EQ(source.Pins()[i]->ConnectionMediaType(&type), S_OK);
+    EXPECT_EQ(type.formattype, i == 0 ? ::FORMAT_KtMp4Video : FORMAT_WaveFormatEx);
+    formats[i].assign(type.pbFormat, type.pbFormat + type.cbFormat);
+    FreeMediaType(type);
+  }
+  const auto header = At<VIDEOINFOHEADER>(formats[0], 0);
+  EXPECT_EQ(header.rcSource.right, 176);
+  EXPECT_EQ(header.rcTarget.bottom, 144);
+  EXPECT_EQ(header.bmiHeader.biWidth, 176);
+  EXPECT_EQ(header.bmiHeader.biHeight, 144);
+  EXPECT_EQ(header.AvgTimePerFrame, 10'000'000 / At<u32>(formats[0], 88));
+  // MPEG-4 visual starts its set-up with this code (ISO/IEC 14496-2, 6.2.2).
+  EXPECT_EQ(At<u32>(formats[0], 104), 0xB0010000u);
+  const auto wave = At<WAVEFORMATEX>(formats[1], 0);
+  EXPECT_EQ(wave.nChannels, 2);
+  EXPECT_EQ(wave.nSamplesPerSec, 44100u);
+  // AAC low complexity, 44100 Hz, two channels (ISO/IEC 14496-3, 1.6.2.1).
+  EXPECT_EQ(At<u16>(formats[1], 18), 0x1012);
+}
+
+TEST_F(PlayingTest, LoadsNamesAndUrls) {
+  const std::wstring film = MediaFile(L"bframes-aac.mp4");
+  const NamedFile plain(L"a&cc=off.mp4", ReadFile(film));
+  const NamedFile accented(L"K\u00f6nig \u00df.mp4", ReadFile(film));
+  const struct {
+    std::wstring name;
+    HRESULT result;
+  } kNames[] = {
+      {film, S_OK},
+      // Without the colon of the drive.
+      {UrlOf(film.substr(0, 1) + film.substr(2), L"&cc=on&vmr9=0"), S_OK},
+      {UrlOf(film, L"&mdccid=NAME"), S_OK},
+      {plain.Name(), S_OK},
+      {accented.Name(), S_OK},
+      {MediaFile(L"refused-btrt.mp4"), E_FAIL},
+      {L"", E_FAIL},
+      {UrlOf(L""), E_FAIL},
+      {std::wstring(255, L'x'), E_FAIL},
+      {std::wstring(100'000, L'\u00e4'), E_FAIL},
+  };
+  for (const auto& row : kNames) {
+    SCOPED_TRACE(row.name.substr(0, 300));
+    PlayedSource source;
+    ASSERT_EQ(source.Make(), S_OK);
+    EXPECT_EQ(source.Load(row.name), row.result);
+    EXPECT_EQ(source.Pins().size(), row.result == S_OK ? 2u : 0u);
+  }
+}
+
+TEST_F(PlayingTest, PlaysTheFirst32OfManyTracks) {
+  const Deadline deadline("many tracks");
+  Movie movie;
+  movie.tracks.resize(40);
+  const NamedFile file(L"many.mp4", movie.Build());
+  PlayedSource source(file.Name());
+  EXPECT_EQ(source.Pins().size(), 32u);
+  source.PlayToEnd();
+  for (std::size_t pin = 0; pin < 32; ++pin) EXPECT_EQ(source.Taken(pin).size(), 3u) << pin;
+}
+
+// The host goes on living: each stream ends where its bytes do.
+TEST_F(PlayingTest, EndsWhenTheFileIsCutWhilePlaying) {
+  const Deadline deadline("a file that is cut");
+  NamedFile file(L"cut.mp4", ReadFile(MediaFile(L"ntsc-faststart.mp4")));
+  PlayedSource source(file.Name(), {.sink = {.m_receive = [&](ULONG number) {
+                                      if (number == 20) std::filesystem::resize_file(file.Path(), 30'000);
+                                      return S_OK;
+                                    }}});
+  source.PlayToEnd();
+  const std::size_t taken = source.Taken(0).size();
+  EXPECT_GE(taken, 20u);
+  EXPECT_LT(taken, 89u);
+  EXPECT_EQ(source.Sink(0).Count(SinkEvent::EndOfStream), 1u);
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,205 @@
+#include "platform/source_host.h"
+
+#include <vfwmsgs.h>
+
+#include <cstring>
+#include <fstream>
+
+#include "engine/mp4_file.h"
+#include "filter/platform/ktmp4source.h"
+
+namespace kt::test {
+namespace {
+
+std::wstring Wide(const char* ascii) {
+  return {ascii, ascii + std::strlen(ascii)};
+}
+
+// A plain function of the library's world: any failure is the test's.
+void Must(Mp4Result result) {
+  EXPECT_EQ(result, MP4_OK);
+}
+
+TakenSample Look(IMediaSample* sample) {
+  TakenSample taken;
+  BYTE* bytes = nullptr;
+  sample->GetPointer(&bytes);
+  taken.bytes.assign(bytes, bytes + sample->GetActualDataLength());
+  taken.hasTime = sample->GetTime(&taken.start, &taken.stop) == S_OK;
+  sample->GetMediaTime(&taken.mediaStart, &taken.mediaStop);
+  taken.isSyncPoint = sample->IsSyncPoint() == S_OK;
+  return taken;
+}
+
+}  // namespace
+
+SourceModule::SourceModule()
+    : m_module(LoadLibraryW(Path().c_str())),
+      m_register(Named("DllRegisterServer")),
+      m_unregister(Named("DllUnregisterServer")),
+      m_canUnload(Named("DllCanUnloadNow")) {}
+
+SourceModule::~SourceModule() {
+  FreeLibrary(m_module);
+}
+
+SourceModule::Function SourceModule::Named(const char* name) const {
+  EXPECT_NE(m_module, nullptr) << "no module";
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+}
+
+std::wstring SourceModule::Path() {
+  return Wide(KTMP4_MODULE);
+}
+
+std::wstring MediaFile(const std::wstring& name) {
+  return Wide(KTMP4_MEDIA "/") + name;
+}
+
+std::wstring UrlOf(const std::wstring& file, const std::wstring& parameters) {
+  return L"ktmp4file://" + file + parameters;
+}
+
+NamedFile::NamedFile(const std::wstring& name, const std::vector<u8>& content) {
+  std::filesystem::create_directory(m_folder.Path());
+  m_path = m_folder.Path() / name;
+  std::ofstream stream(m_path, std::ios::binary);
+  stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+}
+
+std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& wish) {
+  CMp4File* made = nullptr;
+  Must(CreateMp4File(&made));
+  const std::unique_ptr<CMp4File> opened(made);
+  Must(opened->Open(std::filesystem::path(file).string().c_str(), MP4_MODE_READ, MP4_TYPE_MP4));
+  CMp4Track* track = nullptr;
+  Must(opened->OpenTrack(wish.track, &track));
+  u32 count = 0, timeScale = 0, kind = 0, format = 0;
+  Must(track->GetSampleCount(&count));
+  Must(track->GetTimeScale(&timeScale));
+  Must(track->GetTrackType(&kind));
+  if (kind != MP4_KIND_TEXT) Must(track->GetSampleFormat(&format));
+  u64 zero = 0;
+  if (wish.zero != 0) Must(track->GetSampleDecodingTime(wish.zero, &zero));
+
+  std::vector<TakenSample> samples;
+  for (u32 number = wish.first; number < count; ++number) {
+    u64 decoding = 0, composition = 0, next = 0;
+    u32 size = 0, sync = 0;
+    Must(track->GetSampleDecodingTime(number, &decoding));
+    Must(track->GetSampleCompositionTime(number, &composition));
+    Must(track->GetSampleDecodingTime(number + 1, &next));
+    Must(track->FindSyncSample(composition, &sync));
+    Must(track->GetSampleSize(number, &size));
+    TakenSample sample;
+    const std::size_t header = wish.isStamped ? 16 : 0;
+    sample.bytes.resize(header + size);
+    if (wish.isStamped) {
+      std::memcpy(sample.bytes.data(), &composition, 8);
+      std::memcpy(sample.bytes.data() + 8, &decoding, 8);
+    }
+    Must(track->ReadSample(number, size, &size, sample.bytes.data() + header));
+    if (kind == MP4_KIND_TEXT) sample.bytes = {sample.bytes[header + 1], sample.bytes[header + 2]};
+    sample.start = (static_cast<i64>(decoding) - static_cast<i64>(zero)) * 10'000'000 / timeScale;
+    sample.stop = static_cast<i64>((next - zero) * 10'000'000 / timeScale);
+    sample.mediaStart = number;
+    const i64 step = kind != MP4_KIND_AUDIO      ? 1
+                     : format == MP4_FORMAT_MP4A ? 1024
+                     : format == MP4_FORMAT_SAWB ? 320
+                                                 : 160;
+    sample.mediaStop = number + step;
+    sample.isSyncPoint = sync == number;
+    samples.push_back(std::move(sample));
+  }
+  Must(opened->CloseTrack(track));
+  return samples;
+}
+
+PlayedSource::PlayedSource(const std::wstring& name, PlayScript script) {
+  EXPECT_EQ(Make(), S_OK);
+  EXPECT_EQ(Load(name), S_OK);
+  EXPECT_EQ(Connect(std::move(script)), S_OK);
+}
+
+PlayedSource::~PlayedSource() {
+  if (m_graph.m_control) m_graph.m_control->Stop();
+}
+
+HRESULT PlayedSource::Make() {
+  HRESULT result = m_graph.Create();
+  if (SUCCEEDED(result)) {
+    result = CoCreateInstance(::CLSID_KtMp4FileReader, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
+                              m_filter.PutVoid());
+  }
+  return FAILED(result) ? result : m_graph.m_builder->AddFilter(m_filter.Get(), L"Source");
+}
+
+HRESULT PlayedSource::Load(const std::wstring& name) {
+  return As<IFileSourceFilter>()->Load(name.c_str(), nullptr);
+}
+
+HRESULT PlayedSource::Connect(PlayScript script) {
+  for (const ComPointer<IPin>& pin : Pins()) {
+    ComPointer<IPin> peer;
+    if (pin->ConnectedTo(peer.Put()) == S_OK) continue;
+    End end;
+    end.recorded = std::make_shared<Recorded>();
+    SinkScript sink = script.sink;
+    sink.m_look = [recorded = end.recorded](IMediaSample* sample) {
+      const std::lock_guard lock(recorded->lock);
+      recorded->samples.push_back(Look(sample));
+    };
+    end.sink = std::make_unique<Held<CRecordingSink>>(sink);
+    HRESULT result = m_graph.m_builder->AddFilter(&**end.sink, L"Sink");
+    if (FAILED(result)) return result;
+    ComPointer<IEnumMediaTypes> types;
+    AM_MEDIA_TYPE* type = nullptr;
+    result = pin->EnumMediaTypes(types.Put());
+    if (SUCCEEDED(result) && script.typePosition > 0) result = types->Skip(script.typePosition);
+    if (SUCCEEDED(result)) result = types->Next(1, &type, nullptr);
+    if (result == S_OK) result = m_graph.m_builder->ConnectDirect(pin.Get(), &(*end.sink)->Pin(), type);
+    DeleteMediaType(type);
+    m_sinks.push_back(std::move(end));
+    if (result != S_OK) return result;
+  }
+  return S_OK;
+}
+
+void PlayedSource::PlayToEnd() {
+  EXPECT_TRUE(SUCCEEDED(Run()));
+  EXPECT_TRUE(m_graph.Comes(EC_COMPLETE));
+  EXPECT_EQ(Stop(), S_OK);
+}
+
+HRESULT PlayedSource::Seek(i64 position, const i64* stop) {
+  ComPointer<IMediaSeeking> seeking;
+  const HRESULT result = Pins().at(0).Query(&seeking);
+  if (FAILED(result)) return result;
+  i64 end = stop != nullptr ? *stop : 0;
+  return seeking->SetPositions(
+      &position, AM_SEEKING_AbsolutePositioning, &end,
+      static_cast<DWORD>(stop != nullptr ? AM_SEEKING_AbsolutePositioning : AM_SEEKING_NoPositioning));
+}
+
+std::vector<ComPointer<IPin>> PlayedSource::Pins() {
+  std::vector<ComPointer<IPin>> pins;
+  ComPointer<IEnumPins> all;
+  EXPECT_EQ(m_filter->EnumPins(all.Put()), S_OK);
+  ComPointer<IPin> pin;
+  while (all->Next(1, pin.Put(), nullptr) == S_OK) pins.push_back(pin);
+  return pins;
+}
+
+std::vector<TakenSample> PlayedSource::Taken(std::size_t pin) {
+  const std::lock_guard lock(m_sinks[pin].recorded->lock);
+  return m_sinks[pin].recorded->samples;
+}
+
+void PlayedSource::ForgetTaken() {
+  for (const End& end : m_sinks) {
+    const std::lock_guard lock(end.recorded->lock);
+    end.recorded->samples.clear();
+  }
+}
+
+}  // namespace kt::test

@@ -1,0 +1,154 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "engine/types.h"
+#include "module/frame_test.h"
+#include "module/host_graph.h"
+#include "support/temp_file.h"
+
+namespace kt::test {
+
+/// The module's file, as a machine has it: in memory while this lives, and registered if so told.
+class SourceModule {
+ public:
+  using Function = HRESULT(WINAPI*)();
+
+  SourceModule();
+  SourceModule(const SourceModule&) = delete;
+  SourceModule& operator=(const SourceModule&) = delete;
+  ~SourceModule();
+
+  HRESULT Register() const { return m_register(); }
+  HRESULT Unregister() const { return m_unregister(); }
+  HRESULT CanUnload() const { return m_canUnload(); }
+  static std::wstring Path();
+
+ private:
+  Function Named(const char* name) const;
+
+  HMODULE m_module;
+  Function m_register;
+  Function m_unregister;
+  Function m_canUnload;
+};
+
+/// A sample as a sink was given it. Times are in 100 ns units.
+struct TakenSample {
+  std::vector<u8> bytes;
+  i64 start = 0, stop = 0;
+  i64 mediaStart = 0, mediaStop = 0;
+  bool isSyncPoint = false;
+  bool hasTime = true;
+
+  bool operator==(const TakenSample&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, const TakenSample& sample) {
+    return out << "sample " << sample.mediaStart << " to " << sample.mediaStop << ", " << sample.bytes.size()
+               << " bytes, " << sample.start << " to " << sample.stop << (sample.isSyncPoint ? ", sync" : "");
+  }
+};
+
+/// Where the library finds the samples that a pin has to deliver.
+struct SampleWish {
+  u32 track = 1;
+  bool isStamped = false;
+  u32 first = 1;
+  /// Decoding time of this sample, if any, is stream time 0.
+  u32 zero = 0;
+};
+/// What the library says of them: all from `first` on but the last one.
+std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& wish);
+
+/// A real file of the project, "Z:/.../NAME", and the URL of a file.
+std::wstring MediaFile(const std::wstring& name);
+std::wstring UrlOf(const std::wstring& file, const std::wstring& parameters = L"");
+
+/// A file with a given name, alone in a folder of its own.
+class NamedFile {
+ public:
+  NamedFile(const std::wstring& name, const std::vector<u8>& content);
+  std::wstring Name() const { return m_path.wstring(); }
+  const std::filesystem::path& Path() const { return m_path; }
+
+ private:
+  TempFile m_folder;
+  std::filesystem::path m_path;
+};
+
+/// How a source is played.
+struct PlayScript {
+  SinkScript sink = {};
+  /// The offered type that pins are connected with: 0 the plain, 1 the stamped one.
+  ULONG typePosition = 0;
+};
+
+/// A graph with the filter, made by its class, and a sink at each of its pins.
+class PlayedSource {
+ public:
+  PlayedSource() = default;
+  PlayedSource(const std::wstring& name, PlayScript script = {});
+  PlayedSource(const PlayedSource&) = delete;
+  PlayedSource& operator=(const PlayedSource&) = delete;
+  ~PlayedSource();
+
+  /// Makes the filter and joins it to the graph.
+  HRESULT Make();
+  HRESULT Load(const std::wstring& name);
+  /// Gives each unconnected pin a sink.
+  HRESULT Connect(PlayScript script = {});
+
+  HRESULT Run() { return m_graph.m_control->Run(); }
+  HRESULT Pause() { return m_graph.m_control->Pause(); }
+  HRESULT Stop() { return m_graph.m_control->Stop(); }
+  /// From start to end, and stopped.
+  void PlayToEnd();
+  /// Seeks as a renderer does: by the source's first pin.
+  HRESULT Seek(i64 position, const i64* stop = nullptr);
+
+  HostGraph& Graph() { return m_graph; }
+  IBaseFilter* Filter() { return m_filter.Get(); }
+  template <class Interface>
+  ComPointer<Interface> As() {
+    ComPointer<Interface> face;
+    EXPECT_EQ(m_filter.Query(&face), S_OK);
+    return face;
+  }
+  std::vector<ComPointer<IPin>> Pins();
+  CRecordingPin& Sink(std::size_t pin) { return (*m_sinks[pin].sink)->Pin(); }
+  std::vector<TakenSample> Taken(std::size_t pin);
+  void ForgetTaken();
+
+ private:
+  struct Recorded {
+    std::mutex lock;
+    std::vector<TakenSample> samples;
+  };
+  struct End {
+    std::shared_ptr<Recorded> recorded;
+    std::unique_ptr<Held<CRecordingSink>> sink;
+  };
+
+  HostGraph m_graph;
+  ComPointer<IBaseFilter> m_filter;
+  std::vector<End> m_sinks;
+};
+
+/// A test with the module registered, which leaves nothing of it behind.
+class SourceTest : public FrameTest {
+ protected:
+  void SetUp() override { ASSERT_EQ(m_module.Register(), S_OK); }
+  void TearDown() override {
+    FrameTest::TearDown();
+    EXPECT_TRUE(Eventually([&] { return m_module.CanUnload() == S_OK; }))
+        << "an object has outlived its test";
+  }
+
+  SourceModule m_module;
+};
+
+}  // namespace kt::test
