@@ -10,6 +10,12 @@ install(TARGETS ktmp4 EXPORT ktmp4Targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LI
 install(FILES engine/mp4_file.h engine/mp4_track.h engine/result.h engine/types.h
         DESTINATION ${KTMP4_HEADER_DIR}/engine COMPONENT library)
 install(FILES hint/mp4_hint_track.h DESTINATION ${KTMP4_HEADER_DIR}/hint COMPONENT library)
+# What reads hint samples.
+install(FILES engine/box.h engine/box_list.h engine/field_io.h engine/file_stream.h engine/item_list.h
+              engine/memory_storage.h engine/storage.h
+        DESTINATION ${KTMP4_HEADER_DIR}/engine COMPONENT library)
+install(FILES hint/hint_packet.h hint/hint_sample.h hint/packet_constructor.h
+        DESTINATION ${KTMP4_HEADER_DIR}/hint COMPONENT library)
 
 install(EXPORT ktmp4Targets NAMESPACE ktmp4:: DESTINATION ${KTMP4_PACKAGE_DIR} COMPONENT library)
 file(WRITE ${PROJECT_BINARY_DIR}/ktmp4Config.cmake

@@ -131,7 +131,7 @@ class Stream {
     Require(m_hints.Track().GetSampleCount(&m_count), "count the hint samples");
     Require(m_hints.Track().GetTimeScale(&m_clock), "find the RTP clock");
     u32 id = 0;
-    // Packets of these hints refer to one track at most.
+    // A hint track for RTP has one media track, or none when its own samples hold all that is sent.
     if (track->GetReferencedTrack(1, &id) == kt::MP4_OK)
       m_media = std::make_unique<Samples>(file, IndexOf(file, id));
     Advance();
@@ -196,9 +196,14 @@ class Stream {
       packet.insert(packet.end(), data.begin(), data.end());
       return;
     }
-    if (type != kt::RTP_CONSTRUCTOR_SAMPLE || !m_media) throw std::runtime_error("cannot follow a hint");
+    if (type != kt::RTP_CONSTRUCTOR_SAMPLE) throw std::runtime_error("cannot follow a hint");
     const auto& piece = *static_cast<kt::CRTPSampleConstructor*>(constructor);
-    const Bytes& sample = m_media->Read(piece.SampleNumber());
+    constexpr u8 kHintsThemselves = 0xFF;
+    Samples* const source = piece.TrackRefIndex() == kHintsThemselves ? &m_hints
+                            : piece.TrackRefIndex() == 0              ? m_media.get()
+                                                                      : nullptr;
+    if (source == nullptr) throw std::runtime_error("a hint refers to a track that is not there");
+    const Bytes& sample = source->Read(piece.SampleNumber());
     if (piece.SampleOffset() > sample.size() || piece.Length() > sample.size() - piece.SampleOffset()) {
       throw std::runtime_error("a hint reaches beyond its sample");
     }

@@ -1,6 +1,9 @@
+#include <algorithm>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/arguments.h"
@@ -30,14 +33,34 @@ std::string TextOf(const std::string& what, u64 fileSize,
   }
 }
 
-// What a server puts ahead (RFC 4566, 5). The name of the session is that of the file.
-std::string SessionLines(const std::string& file) {
+std::vector<std::string> LinesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    if (line.ends_with('\r')) line.pop_back();
+    if (!line.empty()) lines.push_back(line);
+  }
+  return lines;
+}
+
+// The block of the movie with what a server adds, in the order of RFC 4566, 5. The name of the session is
+// that of the file.
+std::string WholeSession(const std::string& file, const std::string& movie) {
+  constexpr std::string_view kOrder = "vosiuepcbtrzka";
   std::string name;
   for (const char letter : file.substr(file.find_last_of("/\\") + 1)) {
     name += static_cast<unsigned char>(letter) < ' ' ? '_' : letter;
   }
-  return "v=0\r\no=- 0 0 IN IP4 127.0.0.1\r\ns=" + (name.empty() ? "-" : name) +
-         "\r\nc=IN IP4 127.0.0.1\r\nt=0 0\r\n";
+  std::vector<std::string> lines = LinesOf(movie);
+  for (const std::string& line : {std::string("v=0"), std::string("o=- 0 0 IN IP4 127.0.0.1"), "s=" + name,
+                                  std::string("t=0 0"), std::string("c=IN IP4 127.0.0.1")}) {
+    const auto isThere = [&](const std::string& other) { return other.front() == line.front(); };
+    if (std::ranges::none_of(lines, isThere)) lines.push_back(line);
+  }
+  std::ranges::stable_sort(lines, {}, [&](const std::string& line) { return kOrder.find(line.front()); });
+  std::string session;
+  for (const std::string& line : lines) session += line + "\r\n";
+  return session;
 }
 
 // A block of the file leaves the port open.
@@ -64,8 +87,7 @@ void PrintSessionDescription(const SdpArguments& arguments) {
   if (movie.empty() && blocks.empty()) {
     throw Failure("there is no session description in " + Quoted(arguments.file));
   }
-  if (arguments.full) Print(SessionLines(arguments.file));
-  Print(movie);
+  Print(arguments.full ? WholeSession(arguments.file, movie) : movie);
   u32 port = arguments.port;
   for (const std::string& block : blocks) {
     Print(arguments.full ? WithPort(block, port) : block);

@@ -5,7 +5,7 @@ usage: receive_hinted.py KTMP4 RTP_SEND MEDIA_FOLDER
 
 Real files are hinted in several ways. From the dump of the hints and the samples of the original the packets are put
 together here once more, and the sender's packets have to equal them, byte for byte and with the numbers of the session
-description. ffmpeg, given that description, has to hand back the hinted samples; what it cannot receive (captions,
+description. Files that another program has hinted, in the folder that KTMP4_CORPUS names, are sent as well. ffmpeg, given that description, has to hand back the hinted samples; what it cannot receive (captions,
 sound in fragments) is taken apart here. Every wait has a deadline.
 """
 
@@ -20,7 +20,7 @@ import sys
 import tempfile
 import time
 
-from compare_with_ffprobe import ffprobe, run, samples_of
+from compare_with_ffprobe import ffprobe, media_files, run, samples_of
 
 DEADLINE = 30  # seconds
 HINT = 3  # the kind of a hint track
@@ -54,45 +54,50 @@ class Hints:
     """The hint samples of a file by its dump, each as the packets that it describes."""
 
     CONSTRUCTORS = re.compile(
-        r"Data count = (\d+) Data:([ 0-9a-f]*)|Length = (\d+) Sample number (\d+)\s+Sample offset = (\d+)"
+        r"Data count = (\d+) Data:([ 0-9a-f]*)|"
+        r"ref index = (\d+) Length = (\d+) Sample number (\d+)\s+Sample offset = (\d+)"
     )
 
     def __init__(self, ktmp4, file, original):
+        """The media samples are taken from the file before it was hinted."""
         text = run(ktmp4, "hints", file).decode()
-        self.samples = {}  # of the media tracks: number to bytes
+        self.samples = {}  # of the media tracks: and of hint tracks that hold payload: number to bytes
         self.tracks = {}  # hint track to its packets: (time, sequence, marker, payload type, payload, pieces)
         self.media = {}  # hint track to media track
-        self.original = original
         parts = re.split(r"^track (\d+), sample (\d+): time (\d+), from track (\d+)$", text, flags=re.M)
         for at in range(1, len(parts), 5):
             track, _, when, media = map(int, parts[at : at + 4])
             self.media[track] = media
-            self.tracks.setdefault(track, []).extend(self.packets(parts[at + 4], when, self.media_samples(ktmp4, media)))
+            # By the index of a reference; 255 stands for the hint track itself.
+            sources = {0: self.samples_of(ktmp4, original, media)}
+            if "ref index = 255" in parts[at + 4]:
+                sources[255] = self.samples_of(ktmp4, file, track)
+            self.tracks.setdefault(track, []).extend(self.packets(parts[at + 4], when, sources))
 
-    def media_samples(self, ktmp4, track):
+    def samples_of(self, ktmp4, file, track):
         if track not in self.samples:
             with tempfile.TemporaryDirectory() as folder:
                 whole = pathlib.Path(folder) / "bytes"
-                run(ktmp4, "extract", "--track", track, self.original, whole)
+                run(ktmp4, "extract", "--track", track, file, whole)
                 data = whole.read_bytes()
             at, found = 0, {}
-            for row in samples_of(ktmp4, self.original, track):
+            for row in samples_of(ktmp4, file, track):
                 found[row["sample"]] = data[at : at + row["size"]]
                 at += row["size"]
             self.samples[track] = found
         return self.samples[track]
 
-    def packets(self, text, when, samples):
+    def packets(self, text, when, sources):
         for packet in text.split("Relative time: ")[1:]:
             marker = int(re.search(r"M:(\d)", packet)[1])
             payload_type = int(re.search(r"Payload type: (\d+)", packet)[1])
             sequence = int(re.search(r"sequence seed: (\d+)", packet)[1])
             payload, pieces = b"", []
-            for count, data, length, number, offset in self.CONSTRUCTORS.findall(packet):
+            for count, data, source, length, number, offset in self.CONSTRUCTORS.findall(packet):
                 if count:
                     payload += bytes.fromhex(data)[: int(count)]
                 else:
-                    piece = samples[int(number)][int(offset) :][: int(length)]
+                    piece = sources[int(source)][int(number)][int(offset) :][: int(length)]
                     if len(piece) != int(length):
                         raise AssertionError(f"sample {number} has no {length} bytes behind {offset}")
                     payload += piece
@@ -115,6 +120,7 @@ class Session:
         ("o", rf"\S+ {NUMBER} {NUMBER} IN IP4 127\.0\.0\.1", 1, 1),
         ("s", r"[^\0\r\n]+", 1, 1),
         ("c", r"IN IP4 127\.0\.0\.1", 1, 1),
+        ("b", rf"AS:{NUMBER}", 0, 1),
         ("t", r"0 0", 1, 1),
         ("a", r"[!#-'*+\-.0-9A-Z^-~]+(:[^\0\r\n]+)?", 0, 9),
     ]
@@ -315,8 +321,17 @@ def wait_for_ports(ports, process):
     raise AssertionError("the receiver does not listen")
 
 
-def check_ffmpeg(ktmp4, rtp_send, file, hints, folder):
-    """ffmpeg gives every hinted sample back: as packets where its framing is that of the samples, and joined."""
+def check_ffmpeg(*arguments, attempts=3, **options):
+    """ffmpeg gives every hinted sample back. UDP may lose packets where a receiver does not get its turn in time."""
+    for attempt in range(1, attempts + 1):
+        try:
+            return receive_with_ffmpeg(*arguments, **options)
+        except AssertionError:
+            if attempt == attempts:
+                raise
+
+
+def receive_with_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate=5):
     count = len(hints.tracks)
     first = free_ports(count)
     description = folder / "session.sdp"
@@ -329,13 +344,15 @@ def check_ffmpeg(ktmp4, rtp_send, file, hints, folder):
     ffmpeg = subprocess.Popen([str(part) for part in command], stderr=subprocess.PIPE)
     try:
         wait_for_ports(range(first, first + 2 * count), ffmpeg)
-        run_with_deadline(rtp_send, "--port", first, "--rate", 10, file)
+        run_with_deadline(rtp_send, "--port", first, "--rate", rate, file)
         _, complaints = ffmpeg.communicate(timeout=DEADLINE)
     finally:
         if ffmpeg.poll() is None:
             ffmpeg.kill()
             ffmpeg.wait()
     for stream, track in enumerate(sorted(hints.tracks)):
+        if track in hints.samples:
+            continue  # its payload stands in the hints themselves
         wanted = hints.hinted(track)
         if (folder / f"{stream}.data").read_bytes() != b"".join(wanted):
             raise AssertionError(f"hint track {track}: ffmpeg receives other bytes: {complaints.decode()[:300]}")
@@ -380,16 +397,24 @@ def check_case(ktmp4, rtp_send, media, name, options, takers, by_ffmpeg, folder)
     return sum(len(packets) for packets in hints.tracks.values())
 
 
+def check_foreign(ktmp4, rtp_send, file, folder):
+    """A file that another program has hinted."""
+    hints = Hints(ktmp4, file, file)
+    session = Session(run(ktmp4, "sdp", "--full", file).decode())
+    check_sender(rtp_send, file, hints, [None] * len(session.media))
+    check_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate=15)
+    return sum(len(packets) for packets in hints.tracks.values())
+
+
 def main():
     ktmp4, rtp_send, media = sys.argv[1:]
     failures = 0
-    for name, options, takers, by_ffmpeg in CASES:
-        label = " ".join([name, *options])
+    jobs = [(" ".join([case[0], *case[1]]), check_case, (pathlib.Path(media), *case)) for case in CASES]
+    jobs += [(file.name, check_foreign, (file,)) for file in media_files([]) if file.name.startswith("hinted-")]
+    for label, job, arguments in jobs:
         with tempfile.TemporaryDirectory() as folder:
             try:
-                count = check_case(
-                    ktmp4, rtp_send, pathlib.Path(media), name, options, takers, by_ffmpeg, pathlib.Path(folder)
-                )
+                count = job(ktmp4, rtp_send, *arguments, pathlib.Path(folder))
                 print(f"{label}: {count} packets")
             except (AssertionError, RuntimeError, OSError, subprocess.TimeoutExpired) as problem:
                 print(f"{label}: {problem}")

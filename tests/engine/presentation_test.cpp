@@ -1,0 +1,287 @@
+// The object descriptor track, the scene track and the session description of a written file.
+
+#include <gtest/gtest.h>
+
+#include "hint/base64.h"
+#include "hint/mp4_hint_track.h"
+#include "support/movie_builder.h"
+#include "support/written_movie.h"
+
+#ifndef _WIN32
+#include "support/file_size_limit.h"
+#endif
+
+namespace kt {
+namespace {
+
+using namespace test;
+
+// A track of two samples that last two seconds each; a format of 0 stands for none that pictures have.
+u32 AddMediaTrack(WrittenMovie& movie, u32 kind, u32 format = MP4_FORMAT_MP4V, const Bytes& info = {1}) {
+  const u32 infoSize = static_cast<u32>(info.size());
+  CMp4Track* track = movie.AddBareTrack();
+  EXPECT_EQ(track->SetTrackType(kind), MP4_OK);
+  EXPECT_EQ(track->SetTimeScale(8000), MP4_OK);
+  EXPECT_EQ(kind == MP4_KIND_TEXT || format == 0 ? track->SetLine21Format(0, 0, 0)
+            : kind == MP4_KIND_VIDEO
+                ? track->SetVideoFormat(320, 240, info.data(), infoSize, format)
+                : track->SetAudioFormat(0x100, 0, info.data(), infoSize, MP4_FORMAT_MP4A),
+            MP4_OK);
+  EXPECT_EQ(WriteSample(track, 1, 0), MP4_OK);
+  EXPECT_EQ(WriteSample(track, 1, 16000), MP4_OK);
+  u32 id = 0;
+  EXPECT_EQ(track->GetTrackId(&id), MP4_OK);
+  EXPECT_EQ(movie->CloseTrack(track), MP4_OK);
+  return id;
+}
+
+Bytes OnlySample(CMp4Track& track) {
+  u32 count = 0, size = 0;
+  EXPECT_EQ(track.GetSampleCount(&count), MP4_OK);
+  EXPECT_EQ(count, 1u);
+  Bytes bytes(100);
+  EXPECT_EQ(track.ReadSample(1, 100, &size, bytes.data()), MP4_OK);
+  bytes.resize(size);
+  return bytes;
+}
+
+// An object of the file form: id, no URL, and one stream by the number of its reference.
+Bytes ObjectOf(u16 id, u16 reference) {
+  return Descriptor(
+      17, Bytes().U16(static_cast<u64>(id << 6 | 0x1F)).Add(Descriptor(15, Bytes().U16(reference))));
+}
+
+const Bytes kVideoScene = Bytes().U64(0xC010126104885045).U24(0x053F00);
+const Bytes kAudioScene = Bytes().U64(0xC0101281302A057C);
+const Bytes kBothScene = Bytes().U64(0xC0101281302A0572).U64(0x6104885045053F00);
+
+TEST(SceneTracks, ForVideoSoundOrBoth) {
+  const struct {
+    const char* what;
+    bool video, audio;
+    Bytes references, update, scene;
+  } cases[] = {
+      {"video", true, false, Bytes().U32(1), Descriptor(1, ObjectOf(20, 1)), kVideoScene},
+      {"audio", false, true, Bytes().U32(2), Descriptor(1, ObjectOf(10, 1)), kAudioScene},
+      {"both", true, true, Bytes().U32s({1, 2}), Descriptor(1, Bytes(ObjectOf(20, 1)).Add(ObjectOf(10, 2))),
+       kBothScene},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.what);
+    WrittenMovie movie(MP4_TYPE_MP4);
+    const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO);
+    const u32 audio = AddMediaTrack(movie, MP4_KIND_AUDIO);
+    ASSERT_EQ(movie->AddSceneTracks(row.video ? video : 99, row.audio ? audio : 0, audio), MP4_OK);
+    ASSERT_EQ(movie->Close(), MP4_OK);
+
+    const Bytes content = movie.Content();
+    OpenedMovie read(content);
+    ASSERT_EQ(read.result, MP4_OK);
+    EXPECT_EQ(BoxAt(content, "moov/trak/tref", 3), Box("tref", {Box("mpod", row.references)}));
+    EXPECT_EQ(OnlySample(*read.OpenTrack(3)), row.update);
+    EXPECT_EQ(OnlySample(*read.OpenTrack(4)), row.scene);
+    const Bytes iods = BoxAt(content, "moov/iods");
+    EXPECT_EQ(Bytes(iods.end() - 12, iods.end()),
+              Bytes(Descriptor(14, Bytes().U32(4))).Add(Descriptor(14, Bytes().U32(3))))
+        << "the scene comes first";
+    constexpr u32 kKinds[] = {MP4_KIND_OBJECT_DESCRIPTOR, MP4_KIND_SCENE_DESCRIPTION};
+    for (u32 index = 3; index <= 4; ++index) {
+      const auto track = read.OpenTrack(index);
+      u32 kind = 0, timeScale = 0;
+      u64 duration = 0;
+      EXPECT_EQ(track->GetTrackType(&kind), MP4_OK);
+      EXPECT_EQ(kind, kKinds[index - 3]);
+      EXPECT_EQ(track->GetTimeScale(&timeScale), MP4_OK);
+      EXPECT_EQ(timeScale, 8000u);
+      EXPECT_EQ(track->GetDuration(&duration), MP4_OK);
+      EXPECT_EQ(duration, 4000u) << "that of the media, in movie ticks";
+    }
+    u8 info[4] = {};
+    u32 size = 9;
+    EXPECT_EQ(read.OpenTrack(3)->GetDecoderSpecificInfoSize(1, &size), MP4_NOT_FOUND);
+    EXPECT_EQ(read.OpenTrack(4)->GetDecoderSpecificInfo(1, sizeof info, &size, info), MP4_OK);
+    EXPECT_EQ(Bytes(info, info + size), Bytes().U24(0x000040));
+  }
+}
+
+TEST(SceneTracks, AreNotAddedWithoutMediaOrAPlaceForThem) {
+  const struct {
+    const char* what;
+    u32 fileType, video, audio, third;
+  } cases[] = {
+      {"no such tracks", MP4_TYPE_MP4, 0, 3, 7},
+      {"a third track alone", MP4_TYPE_MP4, 0, 0, 1},
+      {"a track that is not closed", MP4_TYPE_MP4, 2, 0, 0},
+      {"no place for a descriptor", MP4_TYPE_3GP, 1, 0, 0},
+  };
+  for (const auto& row : cases) {
+    WrittenMovie movie(row.fileType);
+    AddMediaTrack(movie, MP4_KIND_VIDEO);
+    const std::unique_ptr<CMp4Track> unfinished(movie.AddTextTrack());
+    EXPECT_EQ(movie->AddSceneTracks(row.video, row.audio, row.third), MP4_NOT_FOUND) << row.what;
+    u32 count = 0;
+    EXPECT_EQ(movie->GetTrackCount(&count), MP4_OK);
+    EXPECT_EQ(count, 2u) << row.what;
+  }
+}
+
+// The session description.
+
+Mp4Result HintTrackOf(WrittenMovie& movie, u32 media, u32 hintType) {
+  CMp4HintTrack* added = nullptr;
+  EXPECT_EQ(movie->AddHintTrack(&added, hintType), MP4_OK);
+  std::unique_ptr<CMp4HintTrack> hint(added);
+  EXPECT_EQ(hint->AddReferencedTrack(media), MP4_OK);
+  const Mp4Result result = movie->CloseHintTrack(hint.get());
+  if (result == MP4_OK) static_cast<void>(hint.release());
+  return result;
+}
+
+std::string Base64(const Bytes& bytes) {
+  std::unique_ptr<char[]> text;
+  u32 size = 0;
+  EXPECT_EQ(Base64Encode(bytes.data(), static_cast<u32>(bytes.size()), &text, &size), MP4_OK);
+  return text.get();
+}
+
+// The ES descriptor of a track as it stands in the file.
+Bytes EsDescriptorOf(const Bytes& content, u32 track) {
+  const Bytes entries = SampleTableBoxAt(content, "stsd", track);
+  const Bytes code = Bytes().Text("esds");
+  const auto found = std::search(entries.begin(), entries.end(), code.begin(), code.end());
+  return Bytes(found + 8, entries.end());
+}
+
+// The same with a URL and the packet header of a session in place of that of a file.
+Bytes StreamedEsDescriptor(const Bytes& content, u32 track, const std::string& url) {
+  const Bytes old = EsDescriptorOf(content, track);
+  const std::string kept = url.substr(0, url.size() % 256);
+  Bytes body(old.begin() + 2, old.begin() + 4);  // the id, behind a header of two bytes
+  body.U8(0x40).U8(kept.size()).Text(kept).Add(Bytes(old.begin() + 5, old.end() - 3));
+  return Descriptor(3, body.Add(Descriptor(6, {1})));
+}
+
+TEST(SessionDescription, CarriesThePresentation) {
+  const struct {
+    const char* what;
+    Bytes videoInfo;
+    bool video, audio;
+    Bytes scene;
+  } cases[] = {
+      {"both", {1}, true, true, kBothScene},
+      {"sound", {1}, false, true, kAudioScene},
+      {"a content of which the length of a URL keeps the rest modulo 256", Bytes(200, 7), true, false,
+       kVideoScene},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.what);
+    WrittenMovie movie(MP4_TYPE_MP4);
+    u32 audio = 0, video = 0;
+    if (row.audio) audio = AddMediaTrack(movie, MP4_KIND_AUDIO);
+    if (row.video) video = AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, row.videoInfo);
+    ASSERT_EQ(HintTrackOf(movie, video + (row.video ? 0 : audio), row.video ? MP4_HINT_VIDEO : MP4_HINT_AAC),
+              MP4_OK);
+    u32 count = 0;
+    ASSERT_EQ(movie->GetTrackCount(&count), MP4_OK);
+    ASSERT_EQ(movie->AddSceneTracks(video, audio, 0), MP4_OK);
+    ASSERT_EQ(movie->Close(), MP4_OK);
+
+    const Bytes content = movie.Content();
+    const auto object = [&](u16 id, u32 track) {
+      if (track == 0) return Bytes();
+      return Descriptor(1, Bytes().U16(static_cast<u64>(id << 6 | 0x1F)).Add(EsDescriptorOf(content, track)));
+    };
+    const Bytes update = Descriptor(1, object(20, video).Add(object(10, audio)));
+    Bytes descriptor = Bytes().U16(0x000F).Add({0xFF, 0xFF, 15, 3, 0xFF});
+    descriptor.Add(
+        StreamedEsDescriptor(content, count + 1, "data:application/mpeg4-od-au;base64," + Base64(update)));
+    descriptor.Add(StreamedEsDescriptor(content, count + 2,
+                                        "data:application/mpeg4-bifs-au;base64," + Base64(row.scene)));
+    const std::string text =
+        "a=control:*\r\na=isma-compliance:1,1.0,1\r\na=mpeg4-iod: \"data:application/mpeg4-iod;base64," +
+        Base64(Descriptor(2, descriptor)) + "\"\r\n";
+    EXPECT_EQ(BoxAt(content, "moov/udta/hnti"), Box("hnti", {Box("rtp ", Bytes().Text("sdp " + text))}));
+  }
+}
+
+TEST(SessionDescription, NeedsAPresentationByTheTypeOfTheFile) {
+  const struct {
+    const char* what;
+    u32 fileType, format;
+    bool hinted, scene;
+    Mp4Result result;
+  } cases[] = {
+      {"hinted, without the scene", MP4_TYPE_MP4, MP4_FORMAT_MP4V, true, false, MP4_NO_SCENE_TRACKS},
+      {"not hinted", MP4_TYPE_MP4, MP4_FORMAT_MP4V, false, false, MP4_OK},
+      {"3GP", MP4_TYPE_3GP, MP4_FORMAT_MP4V, true, false, MP4_OK},
+      {"M4A", MP4_TYPE_M4A, MP4_FORMAT_MP4V, true, false, MP4_OK},
+      {"pictures without an ES descriptor", MP4_TYPE_MP4, MP4_FORMAT_S263, true, true, MP4_NOT_FOUND},
+      {"the same in 3GP", MP4_TYPE_3GP, MP4_FORMAT_S263, true, false, MP4_OK},
+  };
+  for (const auto& row : cases) {
+    WrittenMovie movie(row.fileType);
+    const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO, row.format);
+    ASSERT_EQ(row.hinted ? HintTrackOf(movie, video, MP4_HINT_VIDEO) : MP4_OK, MP4_OK);
+    ASSERT_EQ(row.scene ? movie->AddSceneTracks(video, 0, 0) : MP4_OK, MP4_OK);
+    EXPECT_EQ(movie->Close(), row.result) << row.what;
+    EXPECT_EQ(BoxAt(movie.Content(), "moov/udta"), Bytes()) << row.what;
+    if (row.result != MP4_NO_SCENE_TRACKS) continue;
+    ASSERT_EQ(movie->AddSceneTracks(video, 0, 0), MP4_OK) << "the file has stayed open";
+    EXPECT_EQ(movie->Close(), MP4_OK);
+  }
+}
+
+TEST(SessionDescription, OfAKindOfItsOwnForEachHintTrack) {
+  const struct {
+    const char* what;
+    u32 kind, hintType;
+    Mp4Result result;
+  } cases[] = {
+      {"video as AAC", MP4_KIND_VIDEO, MP4_HINT_AAC, MP4_NOT_READY},
+      {"video as LATM", MP4_KIND_VIDEO, MP4_HINT_LATM, MP4_BAD_ARGUMENT},
+      {"sound as video", MP4_KIND_AUDIO, MP4_HINT_VIDEO, MP4_NOT_READY},
+      {"sound as captions", MP4_KIND_AUDIO, MP4_HINT_CAPTION, MP4_NOT_READY},
+      {"captions", MP4_KIND_TEXT, MP4_HINT_CAPTION, MP4_OK},
+  };
+  for (const auto& row : cases) {
+    WrittenMovie movie;
+    EXPECT_EQ(HintTrackOf(movie, AddMediaTrack(movie, row.kind), row.hintType), row.result) << row.what;
+  }
+}
+
+// A track of pictures whose entry tells neither their size nor how to decode them.
+TEST(SessionDescription, HasAnswersForWhatPicturesDoNotTell) {
+  WrittenMovie movie;
+  const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO, 0);
+  ASSERT_EQ(HintTrackOf(movie, video, MP4_HINT_VIDEO), MP4_OK);
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  const Bytes box = BoxAt(movie.Content(), "moov/trak/udta/hnti", 2);
+  EXPECT_EQ(std::string(box.begin() + 16, box.end()),
+            "m=video 0 RTP/AVP 96\r\nb=AS:0\r\na=rtpmap:96 MP4V-ES/90000\r\na=range:npt=0-4.0000\r\n"
+            "a=control:trackID=2\r\na=cliprect:0,0,288,352\r\na=fmtp:96 profile-level-id=1;config=\r\n"
+            "a=mpeg4-esid:1\r\n");
+}
+
+#ifndef _WIN32
+
+TEST(SessionDescription, IsComposedOnceHoweverOftenTheFileIsClosed) {
+  WrittenMovie movie(MP4_TYPE_MP4);
+  const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO);
+  ASSERT_EQ(HintTrackOf(movie, video, MP4_HINT_VIDEO), MP4_OK);
+  ASSERT_EQ(movie->AddSceneTracks(video, 0, 0), MP4_OK);
+  {
+    const FileSizeLimit full(200);
+    EXPECT_EQ(movie->Close(), MP4_FILE_IO);
+    EXPECT_EQ(movie->Close(), MP4_FILE_IO);
+  }
+  char text[2000] = "";
+  ASSERT_EQ(movie->GetMovieSdp(text, sizeof text), MP4_OK);
+  ASSERT_EQ(movie->Close(), MP4_OK);
+  EXPECT_EQ(std::string(text).rfind("a=control:*"), 0u) << text;
+  EXPECT_EQ(BoxAt(movie.Content(), "moov/udta/hnti/rtp "), Box("rtp ", Bytes().Text("sdp ").Text(text)));
+}
+
+#endif
+
+}  // namespace
+}  // namespace kt
