@@ -1,4 +1,5 @@
-// Writes the seeds that no other program makes: files with every box that the reader knows, and descriptors.
+// Writes the seeds that no other program makes: files with every box that the reader knows, descriptors
+// and hint samples.
 // ktmp4_make_seeds FOLDER fills the folder of each target below it.
 
 #include <cstdio>
@@ -6,6 +7,7 @@
 #include <fstream>
 #include <string>
 
+#include "hint/hint_support.h"
 #include "support/movie_builder.h"
 
 namespace {
@@ -152,6 +154,22 @@ void SaveDescriptors(const std::filesystem::path& folder) {
   Save(folder / "update", Bytes().U8(1).Add(Descriptor(1, Bytes(od).Add(EsDescriptor()))));
 }
 
+void SaveHintSamples(const std::filesystem::path& folder) {
+  const Bytes immediate = ImmediateBytes({0, 16, 9, 0x60});
+  const Bytes description = Bytes().U8(3).U8(0).U16(9).U32s({1, 2, 3});
+  const Bytes plain =
+      PacketBytes(96, 1, true, {immediate, SampleBytes(7, 300), description, Bytes().Zeros(16)});
+  const Bytes flags = Bytes().U32(0xFFFFFFFE).U8(0x60).U8(97).U16(2).U8(0);
+  Save(folder / "all-constructors", HintSampleBytes({plain}));
+  Save(folder / "two-packets", HintSampleBytes({PacketBytes(96, 1, false, {SampleBytes(1, 500)}), plain}));
+  Save(folder / "flags", HintSampleBytes({Bytes(flags).U8(3).U16(1).Add(immediate)}));
+  Save(
+      folder / "extra-list",
+      HintSampleBytes({Bytes(flags).U8(4).U16(0).U32(24).Add(Box("rtpo", Bytes().U32(5))).Add(Box("udta"))}));
+  Save(folder / "extra-data", HintSampleBytes({plain}, Bytes().Text("media")));
+  Save(folder / "no-packets", HintSampleBytes({}));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -162,5 +180,6 @@ int main(int argc, char** argv) {
   SaveFiles(std::filesystem::path(argv[1]) / "file");
   SavePlays(std::filesystem::path(argv[1]) / "play");
   SaveDescriptors(std::filesystem::path(argv[1]) / "descriptor");
+  SaveHintSamples(std::filesystem::path(argv[1]) / "hint_sample");
   return 0;
 }
