@@ -8,6 +8,7 @@
 #define DIALOG_TRACKS 102
 #define DIALOG_ABOUT 108
 #define BITMAP_LOGO 109
+#define CONTROL_LOGO 1040
 
 /* The labels of the track page stand in filter/logic/track_page.h as well. */
 #define LABEL_TRACK_COUNT 1027

@@ -1,0 +1,440 @@
+// What the pins of a loaded file build downstream of them, in the platform's own graph manager. The filters
+// that a file needs are stand-ins, each of which can be missing or fail in a way of its own.
+
+#include <d3d9.h>
+#include <objbase.h>
+#include <strmif.h>
+#include <uuids.h>
+#include <vfwmsgs.h>
+#include <vmr9.h>
+
+#include <list>
+#include <map>
+#include <set>
+
+#include "filter/platform/file_reader_filter.h"
+#include "filter/platform/platform_guid.h"
+#include "module/frame_test.h"
+#include "platform/stand_in.h"
+#include "support/movie_builder.h"
+
+namespace kt::test {
+namespace {
+
+/// What the stand-ins hand to each other: nothing of the platform's takes it.
+constexpr GUID kPicture = {0x6f1c7d50, 0x3f0b, 0x4b0e, {0x9d, 0x11, 0x52, 0x0c, 0x77, 0x1e, 0x61, 0x01}};
+constexpr GUID kConverted = {0x6f1c7d50, 0x3f0b, 0x4b0e, {0x9d, 0x11, 0x52, 0x0c, 0x77, 0x1e, 0x61, 0x02}};
+
+enum class Part { Vmr9, Vmr7, Overlay, Decoder, Line21, Line21Two, Video, Sound };
+
+enum class Fault {
+  Missing,        ///< can not be made
+  NoDeinterlace,  ///< lacks an interface that a mixing renderer has to have
+  NoConfig,
+  BrokenQuery,     ///< fails when it is asked for such an interface
+  Refuses,         ///< takes no connection
+  OneInput,        ///< has room for one stream, whatever it is configured for
+  NeedsConverter,  ///< takes pictures by way of a converter, which stands in the graph, only
+  NoOutput,
+  NoPins,
+};
+
+/// The class and the pins of each part; `interfaces` are the two of a mixing renderer.
+struct PartRow {
+  Part part;
+  GUID clsid;
+  std::vector<GUID> takes;
+  bool hasOutput;
+  std::vector<GUID> interfaces;
+};
+
+const std::vector<PartRow>& Parts() {
+  static const std::vector<PartRow> kParts = {
+      {Part::Vmr9,
+       CLSID_VideoMixingRenderer9,
+       {kPicture},
+       false,
+       {__uuidof(IVMRDeinterlaceControl9), __uuidof(IVMRFilterConfig9)}},
+      {Part::Vmr7,
+       CLSID_VideoMixingRenderer,
+       {kPicture, ::MEDIATYPE_AUXLine21Data},
+       false,
+       {IID_IVMRDeinterlaceControl, IID_IVMRFilterConfig}},
+      {Part::Overlay, CLSID_OverlayMixer, {kPicture, ::MEDIATYPE_AUXLine21Data}, true, {}},
+      {Part::Decoder, ToPlatform(CLSID_KtMp4Decoder), {::MEDIATYPE_Video}, true, {}},
+      {Part::Line21, CLSID_Line21Decoder, {::MEDIATYPE_AUXLine21Data}, true, {}},
+      {Part::Line21Two, CLSID_Line21Decoder2, {::MEDIATYPE_AUXLine21Data}, true, {}},
+      {Part::Video, CLSID_VideoRenderer, {kPicture}, false, {}},
+      {Part::Sound, CLSID_DSoundRender, {::MEDIATYPE_Audio}, false, {}},
+  };
+  return kParts;
+}
+
+using Faults = std::multimap<Part, Fault>;
+
+StandInPin PinTaking(PIN_DIRECTION direction, const std::vector<GUID>& majorTypes) {
+  StandInPin pin{direction, {}};
+  for (const GUID& type : majorTypes) pin.types.push_back(PlainType(type, ::GUID_NULL));
+  return pin;
+}
+
+using OnConnect = std::function<void(IPin* peer)>;
+
+std::optional<StandInScript> ScriptOf(const PartRow& row, const Faults& faults, const OnConnect& onConnect) {
+  std::set<Fault> mine;
+  for (auto [at, end] = faults.equal_range(row.part); at != end; ++at) mine.insert(at->second);
+  if (mine.contains(Fault::Missing)) return std::nullopt;
+  StandInScript script;
+  script.onConnect = onConnect;
+  std::vector<GUID> takes = row.takes;
+  if (mine.contains(Fault::Refuses)) takes.assign(1, IID_IUnknown);
+  if (mine.contains(Fault::NeedsConverter)) takes[0] = kConverted;
+  const StandInPin input = PinTaking(PINDIR_INPUT, takes);
+  const StandInPin output = PinTaking(PINDIR_OUTPUT, {kPicture});
+  script.pins = {input};
+  script.mostInputs = mine.contains(Fault::OneInput) ? 1 : 2;
+  // The Overlay Mixer has its two inputs from the beginning.
+  if (row.part == Part::Overlay && script.mostInputs == 2) script.pins.push_back(input);
+  if (row.hasOutput && !mine.contains(Fault::NoOutput)) script.pins.push_back(output);
+  script.interfaces = row.interfaces;
+  if (mine.contains(Fault::NoDeinterlace)) script.interfaces.erase(script.interfaces.begin());
+  if (mine.contains(Fault::NoConfig)) script.interfaces.pop_back();
+  if (mine.contains(Fault::BrokenQuery)) script.interfaceResult = E_UNEXPECTED;
+  if (mine.contains(Fault::NoPins)) script.pinsResult = E_ACCESSDENIED;
+  return script;
+}
+
+/// A file with a track for each letter: v video, a audio, l captions.
+Movie MovieWith(std::string_view tracks) {
+  Movie movie;
+  movie.tracks.clear();
+  for (const char kind : tracks) {
+    Track track;
+    if (kind == 'a') {
+      track.hdlr = Hdlr("soun");
+      track.mediaHeader = Smhd();
+      track.stsd = Stsd({AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, {0x12, 0x10}))});
+    }
+    if (kind == 'l') {
+      track.hdlr = Hdlr("text");
+      track.mediaHeader = Nmhd();
+      track.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
+    }
+    movie.tracks.push_back(track);
+  }
+  return movie;
+}
+
+/// The filters of a graph and how they hang together, in the order of their names: "A>B" for a connection,
+/// "A" for a filter that has none.
+std::string Describe(IGraphBuilder* graph) {
+  const auto nameOf = [](IBaseFilter* filter) {
+    FILTER_INFO info = {};
+    filter->QueryFilterInfo(&info);
+    if (info.pGraph != nullptr) info.pGraph->Release();
+    const std::wstring name = info.achName;
+    return std::string(name.begin(), name.end());
+  };
+  std::multiset<std::string> words;
+  ComPointer<IEnumFilters> filters;
+  graph->EnumFilters(filters.Put());
+  ComPointer<IBaseFilter> filter;
+  while (filters->Next(1, filter.Put(), nullptr) == S_OK) {
+    bool connected = false;
+    ComPointer<IEnumPins> pins;
+    if (FAILED(filter->EnumPins(pins.Put()))) continue;
+    ComPointer<IPin> pin;
+    ComPointer<IPin> peer;
+    while (pins->Next(1, pin.Put(), nullptr) == S_OK) {
+      if (FAILED(pin->ConnectedTo(peer.Put()))) continue;
+      connected = true;
+      PIN_INFO info = {};
+      peer->QueryPinInfo(&info);
+      if (info.dir == PINDIR_INPUT) words.insert(nameOf(filter.Get()) + ">" + nameOf(info.pFilter));
+      info.pFilter->Release();
+    }
+    if (!connected) words.insert(nameOf(filter.Get()));
+  }
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
+}
+
+/// A graph with a reader of a file, among stand-ins.
+class Assembly {
+ public:
+  explicit Assembly(std::string_view tracks, const Faults& faults = {}, const std::string& url = "",
+                    const OnConnect& onConnect = nullptr)
+      : m_file(MovieWith(tracks).Build()) {
+    for (const PartRow& row : Parts()) m_classes.emplace_back(row.clsid, ScriptOf(row, faults, onConnect));
+    m_reader.emplace(nullptr);
+    const std::string name = url.empty() ? m_file.Name() : "ktmp4file://" + m_file.Name() + url;
+    EXPECT_EQ((*m_reader)->Load(std::wstring(name.begin(), name.end()).c_str(), nullptr), S_OK);
+    NewGraph();
+  }
+  ~Assembly() { m_graph.Reset(); }
+
+  void NewGraph() {
+    if (m_graph) m_graph->RemoveFilter(&**m_reader);
+    ASSERT_EQ(CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_INPROC_SERVER, IID_IGraphBuilder,
+                               m_graph.PutVoid()),
+              S_OK);
+    ASSERT_EQ(m_graph->AddFilter(&**m_reader, L"Reader"), S_OK);
+  }
+  /// Puts a filter into the graph that is none of the parts.
+  void Add(const wchar_t* name, const std::vector<StandInPin>& pins) {
+    StandInScript script;
+    script.pins = pins;
+    const ComPointer<IBaseFilter> filter(new CStandIn(script));
+    ASSERT_EQ(m_graph->AddFilter(filter.Get(), name), S_OK);
+  }
+  void AddConverter() {
+    Add(L"Converter", {PinTaking(PINDIR_INPUT, {kPicture}), PinTaking(PINDIR_OUTPUT, {kConverted})});
+  }
+  /// A renderer that the graph finds by itself.
+  void AddSpare(const wchar_t* name) { Add(name, {PinTaking(PINDIR_INPUT, {kPicture})}); }
+
+  HRESULT Render(ULONG pin) {
+    const ComPointer<IPin> object((*m_reader)->GetPin(pin));
+    ComPointer<IStreamBuilder> builder;
+    EXPECT_EQ(object.Query(&builder), S_OK);
+    return builder->Render(object.Get(), m_graph.Get());
+  }
+  /// What became of each pin: "ok", or the result.
+  std::string RenderAll() {
+    std::string results;
+    for (ULONG i = 0; i < (*m_reader)->GetPinCount(); ++i) {
+      const HRESULT result = Render(i);
+      char text[16];
+      std::snprintf(text, sizeof text, "%08lX", static_cast<unsigned long>(result));
+      results += (i == 0 ? "" : " ") + std::string(result == S_OK ? "ok" : text);
+    }
+    return results;
+  }
+  IGraphBuilder* Graph() const { return m_graph.Get(); }
+  std::string Text() const { return Describe(m_graph.Get()); }
+
+ private:
+  const TempFile m_file;
+  std::list<StandInClass> m_classes;
+  std::optional<Held<CMP4FileReaderFilter>> m_reader;
+  ComPointer<IGraphBuilder> m_graph;
+};
+
+class GraphAssemblyTest : public FrameTest {};
+
+struct AssemblyRow {
+  const char* what;
+  std::string_view tracks;
+  Faults faults;
+  const char* results;
+  const char* graph;
+  const char* url = "";
+};
+
+using enum Part;
+using enum Fault;
+
+// The parts of a name that a graph shows differ by the stage: "Video Renderer-7" is the shared renderer,
+// "Video Renderer" what takes its place.
+const AssemblyRow kRows[] = {
+    {"sound", "a", {}, "ok", "Reader>Default DirectSound Device"},
+    {"sound, no device", "a", {{Sound, Missing}}, "80040111", "Reader"},
+    {"two sounds: one device", "aa", {}, "ok 80040218", "Reader>Default DirectSound Device"},
+
+    {"video", "v", {}, "ok", "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Spare"},
+    {"video without the VMR-9",
+     "v",
+     {},
+     "ok",
+     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare",
+     "&vmr9=0"},
+    {"no VMR-9", "v", {{Vmr9, Missing}}, "ok", "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
+    {"VMR-9 without deinterlacing",
+     "v",
+     {{Vmr9, NoDeinterlace}},
+     "ok",
+     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
+    {"VMR-9 without a configuration",
+     "v",
+     {{Vmr9, NoConfig}},
+     "ok",
+     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
+    {"VMR-9 refuses",
+     "v",
+     {{Vmr9, Refuses}},
+     "ok",
+     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
+    {"no VMR",
+     "v",
+     {{Vmr9, Missing}, {Vmr7, NoDeinterlace}},
+     "ok",
+     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder"},
+    {"both refuse",
+     "v",
+     {{Vmr9, Refuses}, {Vmr7, Refuses}},
+     "ok",
+     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder"},
+    {"Overlay Mixer without an output",
+     "v",
+     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, NoOutput}},
+     "ok",
+     "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder"},
+    {"the graph's own choice",
+     "v",
+     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
+     "ok",
+     "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder"},
+    {"no decoder", "v", {{Decoder, Missing}}, "80004003", "Reader, Spare"},
+    {"decoder without an output", "v", {{Decoder, NoOutput}}, "8000FFFF", "Mpeg-4 Decoder, Reader, Spare"},
+    {"decoder without pins", "v", {{Decoder, NoPins}}, "80070005", "Reader, Spare"},
+    {"decoder refuses", "v", {{Decoder, Refuses}}, "80040207", "Mpeg-4 Decoder, Reader, Spare"},
+    {"failing interface", "v", {{Vmr9, BrokenQuery}}, "8000FFFF", "Reader>Mpeg-4 Decoder, Spare"},
+
+    {"captions", "l", {}, "ok", "Line21 Decoder>Default Video Renderer, Reader>Line21 Decoder"},
+    {"captions, no decoder", "l", {{Line21, Missing}}, "80040111", "Reader"},
+    {"captions, decoder refuses", "l", {{Line21, Refuses}}, "80040207", "Line21 Decoder, Reader"},
+    {"captions, no renderer", "l", {{Video, Missing}}, "80040111", "Reader>Line21 Decoder"},
+    {"captions, no picture",
+     "l",
+     {{Line21, NoOutput}},
+     "80004005",
+     "Default Video Renderer, Reader>Line21 Decoder"},
+
+    {"video and captions",
+     "vl",
+     {},
+     "ok ok",
+     "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
+     "Reader>Mpeg-4 Decoder, Spare"},
+    {"captions first",
+     "lv",
+     {},
+     "ok ok",
+     "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
+     "Reader>Mpeg-4 Decoder, Spare"},
+    {"captions switched off",
+     "vl",
+     {},
+     "ok",
+     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare",
+     "&cc=off&vmr9=0"},
+    {"captions as texts",
+     "vl",
+     {},
+     "ok ok",
+     "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
+     "Reader>Mpeg-4 Decoder, Spare",
+     "&cc=on"},
+    {"both without the VMR-9",
+     "vl",
+     {},
+     "ok ok",
+     "Mpeg-4 Decoder>Video Renderer-7, Reader>Mpeg-4 Decoder, Reader>Video Renderer-7, Spare",
+     "&vmr9=0"},
+    {"both on the Overlay Mixer",
+     "vl",
+     {{Vmr9, NoConfig}, {Vmr7, NoConfig}},
+     "ok ok",
+     "Mpeg-4 Decoder>Overlay Mixer, Overlay Mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay Mixer"},
+    {"nothing to share",
+     "vl",
+     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
+     "80040111 80040111",
+     "Reader, Spare"},
+    {"nothing to share does not keep the sound",
+     "val",
+     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
+     "80040111 ok 80040111",
+     "Reader>Default DirectSound Device, Spare"},
+
+    {"no Line 21 decoder: to the VMR-7",
+     "vl",
+     {{Line21Two, Missing}},
+     "ok ok",
+     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare"},
+    {"no room on the VMR-9: to the VMR-7",
+     "vl",
+     {{Vmr9, OneInput}},
+     "ok ok",
+     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare"},
+    {"captions first, moved before there is video",
+     "lv",
+     {{Line21Two, Refuses}},
+     "ok ok",
+     "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare"},
+    {"no room on the VMR-7: to the Overlay Mixer",
+     "vl",
+     {{Vmr9, OneInput}, {Vmr7, OneInput}},
+     "ok ok",
+     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay mixer"},
+    {"VMR-7 by a converter, torn down to the last",
+     "vl",
+     {{Vmr9, OneInput}, {Vmr7, OneInput}, {Vmr7, NeedsConverter}},
+     "ok ok",
+     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay mixer"},
+    {"no room at all: the video alone",
+     "vl",
+     {{Vmr9, OneInput}, {Vmr7, OneInput}, {Overlay, OneInput}},
+     "ok ok",
+     "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder"},
+    {"captions alone find nothing",
+     "lv",
+     {{Line21Two, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
+     "80040111 ok",
+     "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Spare"},
+};
+
+TEST_F(GraphAssemblyTest, TakesTheNextBestAtEachStage) {
+  for (const AssemblyRow& row : kRows) {
+    SCOPED_TRACE(row.what);
+    const Deadline deadline(row.what);
+    Assembly assembly(row.tracks, row.faults, row.url);
+    if (row.tracks.find('v') != std::string_view::npos) assembly.AddSpare(L"Spare");
+    for (const auto& [part, fault] : row.faults) {
+      if (fault == NeedsConverter) assembly.AddConverter();
+      // The spare renderer goes with what was built on top of it.
+      if (part == Overlay && fault == OneInput) assembly.AddSpare(L"Other");
+    }
+    EXPECT_EQ(assembly.RenderAll(), row.results);
+    EXPECT_EQ(assembly.Text(), row.graph);
+  }
+}
+
+// A success that is not S_OK ends the call as well. What was added is not added again.
+TEST_F(GraphAssemblyTest, ANameThatIsTakenEndsTheCall) {
+  Assembly assembly("val");
+  assembly.Add(L"Video Renderer-9", {});
+  assembly.Add(L"Default DirectSound Device", {});
+  EXPECT_EQ(assembly.Render(0), VFW_S_DUPLICATE_NAME);
+  EXPECT_EQ(assembly.Render(1), VFW_S_DUPLICATE_NAME);
+  EXPECT_EQ(assembly.RenderAll(), "ok ok ok");
+}
+
+// Graph managers that know of pins that render themselves ask the pin that they were asked to render. That
+// must not go round and round.
+TEST_F(GraphAssemblyTest, ThePinThatIsBeingRenderedDeclines) {
+  Assembly* graph = nullptr;
+  std::vector<HRESULT> answers;
+  Assembly assembly("a", {}, "", [&](IPin* peer) {
+    const ComPointer<IPin> pin(peer);
+    ComPointer<IStreamBuilder> builder;
+    if (SUCCEEDED(pin.Query(&builder))) answers.push_back(builder->Render(peer, graph->Graph()));
+  });
+  graph = &assembly;
+  EXPECT_EQ(assembly.Render(0), S_OK);
+  EXPECT_EQ(answers, std::vector<HRESULT>({E_NOTIMPL}));
+  EXPECT_NE(assembly.Render(0), E_NOTIMPL) << "the next call is answered again";
+}
+
+// What has been added once is not added again, not to another graph either.
+TEST_F(GraphAssemblyTest, AnotherGraphGetsNoSharedRenderer) {
+  Assembly assembly("vl");
+  EXPECT_EQ(assembly.RenderAll(), "ok ok");
+  assembly.NewGraph();
+  EXPECT_EQ(assembly.Render(0), S_OK);
+  EXPECT_EQ(assembly.Text(), "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder");
+}
+
+}  // namespace
+}  // namespace kt::test

@@ -1,0 +1,247 @@
+// The property pages as hosts show them: in the frame that the platform makes for what the filter names.
+
+#include <windows.h>
+
+#include <commctrl.h>
+#include <objbase.h>
+#include <olectl.h>
+
+#include <cstdlib>
+#include <cwchar>
+#include <list>
+#include <thread>
+
+#include "filter/platform/file_reader_filter.h"
+#include "filter/platform/page_resources.h"
+#include "module/class_factory.h"
+#include "module/frame_test.h"
+
+namespace kt::test {
+namespace {
+
+constexpr wchar_t kCaption[] = L"Ketral pages";
+
+/// The text of a control of a window of this program, whatever its thread.
+std::string TextOf(HWND dialog, int control) {
+  wchar_t text[100] = {};
+  GetDlgItemTextW(dialog, control, text, static_cast<int>(std::size(text)));
+  const std::wstring wide = text;
+  return {wide.begin(), wide.end()};
+}
+
+struct Search {
+  int control;
+  HWND found;
+};
+
+/// The dialog below `window` that has this control; null without one.
+HWND DialogWith(HWND window, int control) {
+  Search search{control, nullptr};
+  EnumChildWindows(
+      window,
+      [](HWND child, LPARAM extra) -> WINBOOL {
+        auto* mine = reinterpret_cast<Search*>(extra);
+        if (GetDlgItem(child, mine->control) != nullptr) mine->found = child;
+        return mine->found == nullptr;
+      },
+      reinterpret_cast<LPARAM>(&search));
+  return search.found;
+}
+
+/// The classes of the module's table, made out of this program.
+class TableClasses {
+ public:
+  TableClasses() {
+    for (int i = 0; i < g_cTemplates; ++i) {
+      ComPointer<IUnknown> factory;
+      EXPECT_EQ(GetClassFactory(*g_Templates[i].m_ClsID, IID_IUnknown, factory.PutVoid()), S_OK);
+      DWORD cookie = 0;
+      EXPECT_EQ(CoRegisterClassObject(*g_Templates[i].m_ClsID, factory.Get(), CLSCTX_INPROC_SERVER,
+                                      REGCLS_MULTIPLEUSE, &cookie),
+                S_OK);
+      m_cookies.push_back(cookie);
+    }
+  }
+  TableClasses(const TableClasses&) = delete;
+  TableClasses& operator=(const TableClasses&) = delete;
+  ~TableClasses() {
+    for (const DWORD cookie : m_cookies) CoRevokeClassObject(cookie);
+  }
+
+ private:
+  std::vector<DWORD> m_cookies;
+};
+
+/// The pages of a filter on the screen.
+class Frame {
+ public:
+  explicit Frame(IUnknown* object) {
+    ComPointer<ISpecifyPropertyPages> specified;
+    EXPECT_EQ(object->QueryInterface(IID_ISpecifyPropertyPages, specified.PutVoid()), S_OK);
+    EXPECT_EQ(specified->GetPages(&m_pages), S_OK);
+    m_thread = std::thread([this, object] {
+      CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+      IUnknown* objects[] = {object};
+      m_result = OleCreatePropertyFrame(nullptr, 0, 0, kCaption, 1, objects, m_pages.cElems, m_pages.pElems,
+                                        0, 0, nullptr);
+      CoUninitialize();
+    });
+    Eventually([&] { return IsWindowVisible(Window()) != FALSE; });
+  }
+  Frame(const Frame&) = delete;
+  Frame& operator=(const Frame&) = delete;
+  ~Frame() {
+    // For whoever wants to see the page.
+    if (const char* seconds = std::getenv("KTMP4_SHOW_SECONDS")) {
+      std::this_thread::sleep_for(std::chrono::seconds(std::atoi(seconds)));
+    }
+    // Posted, because the frame looks whether it is to end between messages of its own queue.
+    PostMessageW(Window(), PSM_PRESSBUTTON, PSBTN_CANCEL, 0);
+    m_thread.join();
+    EXPECT_EQ(m_result, S_OK);
+    CoTaskMemFree(m_pages.pElems);
+  }
+  /// Turns to a page and returns its dialog.
+  HWND Page(int index, int control) {
+    SendMessageW(Window(), PSM_SETCURSEL, static_cast<WPARAM>(index), 0);
+    return DialogWith(Window(), control);
+  }
+  /// The platform puts words of its own around the caption.
+  HWND Window() {
+    HWND window = nullptr;
+    EnumWindows(
+        [](HWND top, LPARAM found) -> WINBOOL {
+          wchar_t title[100] = {};
+          GetWindowTextW(top, title, static_cast<int>(std::size(title)));
+          if (std::wcsstr(title, kCaption) == nullptr) return TRUE;
+          *reinterpret_cast<HWND*>(found) = top;
+          return FALSE;
+        },
+        reinterpret_cast<LPARAM>(&window));
+    return window;
+  }
+  std::string TabTitle(int index) {
+    const HWND tabs = reinterpret_cast<HWND>(SendMessageW(Window(), PSM_GETTABCONTROL, 0, 0));
+    wchar_t text[100] = {};
+    TCITEMW item = {};
+    item.mask = TCIF_TEXT;
+    item.pszText = text;
+    item.cchTextMax = static_cast<int>(std::size(text));
+    SendMessageW(tabs, TCM_GETITEMW, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&item));
+    const std::wstring wide = text;
+    return {wide.begin(), wide.end()};
+  }
+
+ private:
+  CAUUID m_pages = {};
+  HRESULT m_result = E_FAIL;
+  std::thread m_thread;
+};
+
+class PagesTest : public FrameTest {
+ protected:
+  void SetUp() override {
+    const HWND window =
+        CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+    if (window == nullptr) GTEST_SKIP() << "no windows without a display";
+    DestroyWindow(window);
+  }
+};
+
+struct PageRow {
+  const wchar_t* file;
+  /// What is typed for the track, and what is shown then.
+  std::vector<std::pair<const wchar_t*, const char*>> typed;
+};
+
+// The tracks and the movie's ticks per second; number and type of a track, its samples, ticks per second and
+// milliseconds. Beyond the last track there is nothing to tell, which is no failure; text that is no number
+// leaves what was shown.
+const PageRow kRows[] = {
+    {L"bframes-aac.mp4",
+     {{nullptr, "2 1000 | 1 Video 100 12800 4000"},
+      {L"2", "2 1000 | 2 Audio 174 44100 4000"},
+      {L"", "2 1000 | 2 Audio 174 44100 4000"},
+      {L"3", "2 1000 | 0  0 0 0"},
+      {L"1", "2 1000 | 1 Video 100 12800 4000"}}},
+    {L"aac.m4a", {{nullptr, "1 1000 | 1 Audio 66 22050 3000"}}},
+    {L"h263.3gp", {{nullptr, "1 1000 | 1 Video 45 61440 3000"}}},
+    {nullptr, {{nullptr, "0 1000 | 0  0 0 0"}, {L"2", "0 1000 | 0  0 0 0"}}},
+};
+
+/// What the labels of the track page say.
+std::string LabelsOf(HWND page) {
+  std::string text = TextOf(page, LABEL_TRACK_COUNT) + " " + TextOf(page, LABEL_MOVIE_TIME_SCALE) + " |";
+  for (const int label :
+       {LABEL_TRACK_ID, LABEL_MEDIA_TYPE, LABEL_SAMPLE_COUNT, LABEL_TIME_SCALE, LABEL_DURATION}) {
+    text += " " + TextOf(page, label);
+  }
+  return text;
+}
+
+TEST_F(PagesTest, ShowWhatTheFileHas) {
+  const Deadline deadline("the property pages", std::chrono::seconds(100));
+  const TableClasses classes;
+  for (const PageRow& row : kRows) {
+    Held<CMP4FileReaderFilter> reader(nullptr);
+    if (row.file != nullptr) {
+      ASSERT_EQ(reader->Load((std::wstring(KTMP4_TEST_MEDIA L"/") + row.file).c_str(), nullptr), S_OK);
+    }
+    Frame frame(static_cast<IBaseFilter*>(&*reader));
+    EXPECT_EQ(frame.TabTitle(1), "Basic");
+    const HWND page = frame.Page(1, LABEL_TRACK_COUNT);
+    ASSERT_NE(page, nullptr);
+    EXPECT_EQ(TextOf(page, EDIT_TRACK), "1");
+    for (const auto& [typed, shown] : row.typed) {
+      if (typed != nullptr) SetDlgItemTextW(page, EDIT_TRACK, typed);
+      EXPECT_EQ(LabelsOf(page), shown);
+    }
+    int last = 0;
+    SendDlgItemMessageW(page, SPIN_TRACK, UDM_GETRANGE32, 0, reinterpret_cast<LPARAM>(&last));
+    EXPECT_EQ(std::to_string(last), TextOf(page, LABEL_TRACK_COUNT));
+  }
+}
+
+// The buttons beside the number change the track as well.
+TEST_F(PagesTest, TheButtonsGoFromTrackToTrack) {
+  const Deadline deadline("the buttons of a property page", std::chrono::seconds(100));
+  const TableClasses classes;
+  Held<CMP4FileReaderFilter> reader(nullptr);
+  ASSERT_EQ(reader->Load(KTMP4_TEST_MEDIA L"/bframes-aac.mp4", nullptr), S_OK);
+  Frame frame(static_cast<IBaseFilter*>(&*reader));
+  const HWND page = frame.Page(1, LABEL_TRACK_COUNT);
+  const HWND spin = GetDlgItem(page, SPIN_TRACK);
+  ASSERT_NE(spin, nullptr);
+  RECT place = {};
+  GetClientRect(spin, &place);
+  SendMessageW(spin, WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(place.right / 2, place.top + 2));
+  SendMessageW(spin, WM_LBUTTONUP, 0, MAKELPARAM(place.right / 2, place.top + 2));
+  EXPECT_EQ(TextOf(page, EDIT_TRACK), "2");
+  EXPECT_EQ(TextOf(page, LABEL_MEDIA_TYPE), "Audio");
+}
+
+TEST_F(PagesTest, TellWhatTheFilterIs) {
+  const Deadline deadline("the about page", std::chrono::seconds(100));
+  const TableClasses classes;
+  Held<CMP4FileReaderFilter> reader(nullptr);
+  Frame frame(static_cast<IBaseFilter*>(&*reader));
+  EXPECT_EQ(frame.TabTitle(0), "About");
+  const HWND page = frame.Page(0, CONTROL_LOGO);
+  ASSERT_NE(page, nullptr);
+  std::string lines;
+  for (HWND child = GetWindow(page, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
+    char line[100] = {};
+    GetWindowTextA(child, line, sizeof line);
+    lines += std::string(line) + "\n";
+  }
+  EXPECT_NE(lines.find("MPEG-4 File Reader Filter\n"), std::string::npos) << lines;
+  EXPECT_NE(lines.find("ISO/IEC 14496\n"), std::string::npos) << lines;
+  const auto logo =
+      reinterpret_cast<HBITMAP>(SendDlgItemMessageW(page, CONTROL_LOGO, STM_GETIMAGE, IMAGE_BITMAP, 0));
+  BITMAP bitmap = {};
+  EXPECT_NE(GetObjectW(logo, sizeof bitmap, &bitmap), 0);
+  EXPECT_EQ(bitmap.bmWidth, 96);
+}
+
+}  // namespace
+}  // namespace kt::test
