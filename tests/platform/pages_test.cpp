@@ -8,13 +8,10 @@
 
 #include <cstdlib>
 #include <cwchar>
-#include <list>
 #include <thread>
 
-#include "filter/platform/file_reader_filter.h"
 #include "filter/platform/page_resources.h"
-#include "module/class_factory.h"
-#include "module/frame_test.h"
+#include "platform/source_host.h"
 
 namespace kt::test {
 namespace {
@@ -47,30 +44,6 @@ HWND DialogWith(HWND window, int control) {
       reinterpret_cast<LPARAM>(&search));
   return search.found;
 }
-
-/// The classes of the module's table, made out of this program.
-class TableClasses {
- public:
-  TableClasses() {
-    for (int i = 0; i < g_cTemplates; ++i) {
-      ComPointer<IUnknown> factory;
-      EXPECT_EQ(GetClassFactory(*g_Templates[i].m_ClsID, IID_IUnknown, factory.PutVoid()), S_OK);
-      DWORD cookie = 0;
-      EXPECT_EQ(CoRegisterClassObject(*g_Templates[i].m_ClsID, factory.Get(), CLSCTX_INPROC_SERVER,
-                                      REGCLS_MULTIPLEUSE, &cookie),
-                S_OK);
-      m_cookies.push_back(cookie);
-    }
-  }
-  TableClasses(const TableClasses&) = delete;
-  TableClasses& operator=(const TableClasses&) = delete;
-  ~TableClasses() {
-    for (const DWORD cookie : m_cookies) CoRevokeClassObject(cookie);
-  }
-
- private:
-  std::vector<DWORD> m_cookies;
-};
 
 /// The pages of a filter on the screen.
 class Frame {
@@ -138,9 +111,10 @@ class Frame {
   std::thread m_thread;
 };
 
-class PagesTest : public FrameTest {
+class PagesTest : public SourceTest {
  protected:
   void SetUp() override {
+    SourceTest::SetUp();
     const HWND window =
         CreateWindowExW(0, L"STATIC", L"", WS_POPUP, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
     if (window == nullptr) GTEST_SKIP() << "no windows without a display";
@@ -181,13 +155,11 @@ std::string LabelsOf(HWND page) {
 
 TEST_F(PagesTest, ShowWhatTheFileHas) {
   const Deadline deadline("the property pages", std::chrono::seconds(100));
-  const TableClasses classes;
   for (const PageRow& row : kRows) {
-    Held<CMP4FileReaderFilter> reader(nullptr);
-    if (row.file != nullptr) {
-      ASSERT_EQ(reader->Load((std::wstring(KTMP4_TEST_MEDIA L"/") + row.file).c_str(), nullptr), S_OK);
-    }
-    Frame frame(static_cast<IBaseFilter*>(&*reader));
+    PlayedSource source;
+    ASSERT_EQ(source.Make(), S_OK);
+    EXPECT_TRUE(row.file == nullptr || source.Load(MediaFile(row.file)) == S_OK);
+    Frame frame(source.Filter());
     EXPECT_EQ(frame.TabTitle(1), "Basic");
     const HWND page = frame.Page(1, LABEL_TRACK_COUNT);
     ASSERT_NE(page, nullptr);
@@ -205,10 +177,10 @@ TEST_F(PagesTest, ShowWhatTheFileHas) {
 // The buttons beside the number change the track as well.
 TEST_F(PagesTest, TheButtonsGoFromTrackToTrack) {
   const Deadline deadline("the buttons of a property page", std::chrono::seconds(100));
-  const TableClasses classes;
-  Held<CMP4FileReaderFilter> reader(nullptr);
-  ASSERT_EQ(reader->Load(KTMP4_TEST_MEDIA L"/bframes-aac.mp4", nullptr), S_OK);
-  Frame frame(static_cast<IBaseFilter*>(&*reader));
+  PlayedSource source;
+  ASSERT_EQ(source.Make(), S_OK);
+  ASSERT_EQ(source.Load(MediaFile(L"bframes-aac.mp4")), S_OK);
+  Frame frame(source.Filter());
   const HWND page = frame.Page(1, LABEL_TRACK_COUNT);
   const HWND spin = GetDlgItem(page, SPIN_TRACK);
   ASSERT_NE(spin, nullptr);
@@ -222,9 +194,9 @@ TEST_F(PagesTest, TheButtonsGoFromTrackToTrack) {
 
 TEST_F(PagesTest, TellWhatTheFilterIs) {
   const Deadline deadline("the about page", std::chrono::seconds(100));
-  const TableClasses classes;
-  Held<CMP4FileReaderFilter> reader(nullptr);
-  Frame frame(static_cast<IBaseFilter*>(&*reader));
+  PlayedSource source;
+  ASSERT_EQ(source.Make(), S_OK);
+  Frame frame(source.Filter());
   EXPECT_EQ(frame.TabTitle(0), "About");
   const HWND page = frame.Page(0, CONTROL_LOGO);
   ASSERT_NE(page, nullptr);
