@@ -1,0 +1,34 @@
+# What Windows users get: one zip, made by `cpack` in the build folder, with the module, the program, and what an
+# application that talks to the filter needs.
+if(NOT WIN32)
+  return()
+endif()
+
+# The guide, in a form that every editor of Windows shows.
+file(READ ${PROJECT_SOURCE_DIR}/docs/windows.md guide)
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/README.txt CONTENT "${guide}" @ONLY NEWLINE_STYLE DOS)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS docs/windows.md)
+install(FILES ${PROJECT_BINARY_DIR}/README.txt DESTINATION . COMPONENT guide)
+
+install(TARGETS ktmp4source LIBRARY DESTINATION bin COMPONENT module)
+# Not built everywhere.
+if(TARGET ktmp4captionps)
+  install(TARGETS ktmp4captionps LIBRARY DESTINATION bin COMPONENT module)
+endif()
+install(FILES filter/platform/ktmp4source.h filter/platform/ktmp4source.idl DESTINATION include COMPONENT headers)
+
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(processor x64)
+else()
+  set(processor x86)
+endif()
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_NAME ktmp4)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_FILE_NAME ktmp4-${PROJECT_VERSION}-windows-${processor})
+set(CPACK_STRIP_FILES ON)
+# The library and its headers are for builds, which take them from the source.
+set(CPACK_COMPONENTS_ALL guide module program headers example)
+set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+include(CPack)

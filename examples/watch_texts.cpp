@@ -1,0 +1,134 @@
+// Loads a file into the source filter and prints its captions and metadata texts as they come. The filter has
+// to be registered. Nothing is shown: each pin ends in a null renderer, so that no decoder is needed.
+#include <windows.h>
+
+#include <control.h>
+#include <dshow.h>
+#include <evcode.h>
+#include <ktmp4source.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+// The null renderer of the platform; not every SDK names it.
+constexpr GUID kNullRenderer = {0xc1f400a4, 0x3f08, 0x11d3, {0x9f, 0x0b, 0x00, 0x60, 0x08, 0x03, 0x9e, 0x37}};
+
+/// Holds one reference on an object.
+template <class Interface>
+class Reference {
+ public:
+  Reference() = default;
+  Reference(const Reference&) = delete;
+  Reference& operator=(const Reference&) = delete;
+  ~Reference() {
+    if (m_object != nullptr) m_object->Release();
+  }
+  Interface* operator->() const { return m_object; }
+  Interface* Get() const { return m_object; }
+  Interface** Put() { return &m_object; }
+  HRESULT Create(REFCLSID clsid, REFIID iid) {
+    return CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, iid, reinterpret_cast<void**>(&m_object));
+  }
+  HRESULT From(IUnknown* other, REFIID iid) {
+    return other->QueryInterface(iid, reinterpret_cast<void**>(&m_object));
+  }
+
+ private:
+  Interface* m_object = nullptr;
+};
+
+HRESULT ConnectToNothing(IGraphBuilder* graph, IPin* output) {
+  Reference<IBaseFilter> renderer;
+  HRESULT result = renderer.Create(kNullRenderer, IID_IBaseFilter);
+  if (SUCCEEDED(result)) result = graph->AddFilter(renderer.Get(), nullptr);
+  Reference<IEnumPins> pins;
+  if (SUCCEEDED(result)) result = renderer->EnumPins(pins.Put());
+  Reference<IPin> input;
+  if (SUCCEEDED(result)) result = pins->Next(1, input.Put(), nullptr) == S_OK ? S_OK : E_UNEXPECTED;
+  return SUCCEEDED(result) ? graph->ConnectDirect(output, input.Get(), nullptr) : result;
+}
+
+HRESULT ConnectAllPins(IGraphBuilder* graph, IBaseFilter* source) {
+  Reference<IEnumPins> pins;
+  HRESULT result = source->EnumPins(pins.Put());
+  while (SUCCEEDED(result)) {
+    Reference<IPin> pin;
+    if (pins->Next(1, pin.Put(), nullptr) != S_OK) break;
+    result = ConnectToNothing(graph, pin.Get());
+  }
+  return result;
+}
+
+void PrintTexts(IMetadataStorage* storage, KtMp4TextType type, const char* what) {
+  UINT64 time = 0;
+  char* text = nullptr;
+  while (storage->GetItem(type, &time, &text) == S_OK) {
+    std::printf("%s %.3f s: %s\n", what, static_cast<double>(time) / 1e7, text);
+    CoTaskMemFree(text);
+  }
+}
+
+HRESULT WatchUntilTheEnd(IMediaEvent* events, IMetadataStorage* storage) {
+  for (;;) {
+    long code = 0;
+    LONG_PTR first = 0, second = 0;
+    if (events->GetEvent(&code, &first, &second, 100) != S_OK) {
+      Sleep(10);
+      continue;
+    }
+    if (code == EC_KTMP4_CAPTION) PrintTexts(storage, KTMP4_TEXT_CAPTIONS, "caption");
+    if (code == EC_KTMP4_METADATA) PrintTexts(storage, KTMP4_TEXT_METADATA, "metadata");
+    if (code == EC_OLE_EVENT) std::printf("screen: %ls\n", reinterpret_cast<BSTR>(second));
+    events->FreeEventParams(code, first, second);
+    if (code == EC_COMPLETE) return S_OK;
+    if (code == EC_ERRORABORT) return E_FAIL;
+  }
+}
+
+HRESULT Watch(const wchar_t* name) {
+  Reference<IGraphBuilder> graph;
+  HRESULT result = graph.Create(CLSID_FilterGraph, IID_IGraphBuilder);
+  if (FAILED(result)) return result;
+  Reference<IBaseFilter> source;
+  result = source.Create(CLSID_KtMp4FileReader, IID_IBaseFilter);
+  if (FAILED(result)) return result;
+  Reference<IFileSourceFilter> loader;
+  Reference<IMetadataStorage> storage;
+  Reference<IMediaControl> control;
+  Reference<IMediaEvent> events;
+  result = graph->AddFilter(source.Get(), L"Source");
+  if (SUCCEEDED(result)) result = loader.From(source.Get(), IID_IFileSourceFilter);
+  if (SUCCEEDED(result)) result = loader->Load(name, nullptr);
+  if (SUCCEEDED(result)) result = storage.From(source.Get(), IID_IMetadataStorage);
+  if (SUCCEEDED(result)) result = storage->Enable(KTMP4_TEXT_CAPTIONS, 1);
+  if (SUCCEEDED(result)) result = storage->Enable(KTMP4_TEXT_METADATA, 1);
+  if (SUCCEEDED(result)) result = ConnectAllPins(graph.Get(), source.Get());
+  if (SUCCEEDED(result)) result = control.From(graph.Get(), IID_IMediaControl);
+  if (SUCCEEDED(result)) result = events.From(graph.Get(), IID_IMediaEvent);
+  if (SUCCEEDED(result)) result = control->Run();
+  if (SUCCEEDED(result)) result = WatchUntilTheEnd(events.Get(), storage.Get());
+  if (control.Get() != nullptr) control->Stop();
+  return result;
+}
+
+}  // namespace
+
+int main() {
+  int count = 0;
+  LPWSTR* const words = CommandLineToArgvW(GetCommandLineW(), &count);
+  if (words == nullptr || count != 2) {
+    std::fprintf(stderr, "watch_texts FILE|ktmp4file://FILE&cc=on\n");
+    return 2;
+  }
+  HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  if (SUCCEEDED(result)) {
+    result = Watch(words[1]);
+    CoUninitialize();
+  }
+  LocalFree(words);
+  if (SUCCEEDED(result)) return 0;
+  std::fprintf(stderr, "watch_texts: 0x%08lx\n", static_cast<unsigned long>(result));
+  return 1;
+}
