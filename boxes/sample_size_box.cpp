@@ -55,6 +55,11 @@ Mp4Result CSampleSizeBox::SumSampleSizes(u32 first, u32 end, u32* sum) {
     return MP4_OK;
   }
   if (end - 1 > m_List.GetCount()) return MP4_NOT_FOUND;
+  if (end - first <= CDataList<CSampleSizeTableEntry>::kBlockSize) {
+    // Most chunks are short: fewer numbers to add than the sums of whole blocks leave over.
+    for (u32 sample = first; sample < end; ++sample) *sum += m_List.At(sample).sampleSize;
+    return MP4_OK;
+  }
   KT_TRY(m_Sums.Update(m_List));
   *sum = SumUpTo(end - 1) - SumUpTo(first - 1);
   return MP4_OK;

@@ -132,18 +132,24 @@ u32 CSampleTimeTable::LastSampleOf(u32 run) const {
   return run < m_List.GetCount() ? m_List.At(run + 1).firstSample - 1 : m_ui32SampleCount;
 }
 
-// The run of a sample of the table: mostly the one of the sample asked for before, or the next.
+// The run of a sample of the table: mostly the one of the sample asked for before, or one not far from it. So
+// strides that double lead from there to where it has to be.
 u32 CSampleTimeTable::RunOfSample(u32 sample) {
   const u32 runs = m_List.GetCount();
-  const auto holds = [&](u32 run) {
-    return run <= runs && m_List.At(run).firstSample <= sample && sample <= LastSampleOf(run);
-  };
-  if (holds(m_ui32CursorRun)) return m_ui32CursorRun;
-  if (holds(m_ui32CursorRun + 1)) return ++m_ui32CursorRun;
-  u32 run = 1;
-  for (u32 last = runs; run < last;) {
+  const auto isReachedBy = [&](u32 run) { return m_List.At(run).firstSample <= sample; };
+  u32 run = m_ui32CursorRun;
+  u32 last = run;
+  for (u32 stride = 1; last < runs && isReachedBy(last + 1); stride *= 2) {
+    run = last + 1;
+    last += std::min(stride, runs - last);
+  }
+  for (u32 stride = 1; !isReachedBy(run); stride *= 2) {
+    last = run - 1;
+    run -= std::min(stride, last);
+  }
+  while (run < last) {
     const u32 middle = last - (last - run) / 2;
-    if (m_List.At(middle).firstSample <= sample) {
+    if (isReachedBy(middle)) {
       run = middle;
     } else {
       last = middle - 1;
@@ -215,8 +221,9 @@ u32 CSampleTimeTable::FirstRunReaching(u64 decodingTime, u32 firstRun, u32 endRu
 }
 
 Mp4Result CSampleTimeTable::FindByCompositionTime(u64 time, u32* sample) {
-  u64 first = 0;
-  KT_TRY(GetSampleTimes(1, nullptr, &first));
+  if (m_ui32Writing != 0) return MP4_NOT_READY;
+  if (m_ui32SampleCount == 0) return MP4_NOT_FOUND;
+  const u64 first = CompositionTimeOf(m_List.At(1), 1);
   // A time before sample 1 answers sample 1, unlike in the search by decoding time: readers rely on it.
   *sample = first > time ? 1 : LatestNotAfter(time);
   m_ui32LastFoundSample = *sample;
