@@ -13,34 +13,31 @@ static_assert(kCaptionTextEvent == EC_KTMP4_CAPTION && kMetadataTextEvent == EC_
 
 namespace {
 
-// Not in the oldest systems.
-template <class Function>
-Function* FindComFunction(const char* name) {
+// Keeps the multi-threaded apartment, in which the callback lives, when its last worker ends; a host may have
+// no thread of its own there. It is kept for good, like the callback: the end of the apartment calls the
+// owners of all that lives in it, and the thread that drops the filter may be one that such a call has to
+// wait for.
+void KeepApartment() {
+  // Not in the oldest systems.
   const HMODULE module = GetModuleHandleW(L"combase.dll");
-  if (module == nullptr) return nullptr;
-  return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+  if (module == nullptr) return;
+  const auto increment = reinterpret_cast<HRESULT(WINAPI*)(HANDLE*)>(
+      reinterpret_cast<void*>(GetProcAddress(module, "CoIncrementMTAUsage")));
+  HANDLE cookie = nullptr;
+  if (increment != nullptr) increment(&cookie);
 }
 
 }  // namespace
-
-CTextRoads::~CTextRoads() {
-  if (m_apartmentUse == nullptr) return;
-  if (const auto leave = FindComFunction<HRESULT WINAPI(HANDLE)>("CoDecrementMTAUsage")) {
-    leave(m_apartmentUse);
-  }
-}
 
 bool CTextRoads::FindCallback(const std::string& mappingName) {
   bool ok = false;
   CMarshallObject mapping(mappingName.c_str(), false, &ok);
   if (!ok) return false;
   void* found = nullptr;
-  if (FAILED(CoUnmarshalInterface(&mapping, ::IID_ICaptionCallback, &found)) || found == nullptr) return false;
+  if (FAILED(CoUnmarshalInterface(&mapping, ::IID_ICaptionCallback, &found)) || found == nullptr)
+    return false;
   m_captionCallback = static_cast<ICaptionCallback*>(found);
-  // The apartment, in which the callback now lives, would otherwise end with its last worker.
-  if (const auto enter = FindComFunction<HRESULT WINAPI(HANDLE*)>("CoIncrementMTAUsage")) {
-    enter(&m_apartmentUse);
-  }
+  KeepApartment();
   return true;
 }
 

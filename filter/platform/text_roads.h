@@ -14,7 +14,6 @@ class CTextRoads final : public TextRoads {
   explicit CTextRoads(CBaseFilter& filter) : m_filter(filter) {}
   CTextRoads(const CTextRoads&) = delete;
   CTextRoads& operator=(const CTextRoads&) = delete;
-  ~CTextRoads();
 
   bool FindCallback(const std::string& mappingName) override;
   void CallBack(TextKind kind, const std::string& time, const std::string& text) override;
@@ -25,8 +24,6 @@ class CTextRoads final : public TextRoads {
   CBaseFilter& m_filter;
   /// Never released: it is kept for the filter's whole life, and at its end there may be nobody left to tell.
   ICaptionCallback* m_captionCallback = nullptr;
-  /// Keeps the multi-threaded apartment, should the host have no thread of its own in it.
-  HANDLE m_apartmentUse = nullptr;
 };
 
 }  // namespace kt
