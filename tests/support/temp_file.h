@@ -35,6 +35,9 @@ class TempFile {
 #endif
     m_path = std::filesystem::temp_directory_path() /
              ("ktmp4-test-" + std::to_string(process) + "-" + std::to_string(counter++));
+    // An earlier process of the same number may have died with it; Wine gives the same ones again and again.
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
   }
   explicit TempFile(const std::vector<u8>& content) : TempFile() {
     std::ofstream stream(m_path, std::ios::binary);
