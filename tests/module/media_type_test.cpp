@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <uuids.h>
 
+#include <tuple>
+
 #include "module/counting_source.h"
 
 namespace kt::test {
@@ -52,12 +54,7 @@ TEST(MediaType, HoldsTheObjectThatComesAlong) {
 TEST(MediaType, GuidNullInAPartialTypeStandsForAnything) {
   const CMediaType full = WithFormat(7);
   EXPECT_FALSE(full.IsPartiallySpecified());
-  const struct {
-    const char* what;
-    GUID major, sub, format;
-    BYTE byte;
-    bool matches;
-  } cases[] = {
+  const std::tuple<const char*, GUID, GUID, GUID, BYTE, bool> cases[] = {
       {"nothing named", GUID_NULL, GUID_NULL, GUID_NULL, 0, true},
       {"the major type", MEDIATYPE_Stream, GUID_NULL, GUID_NULL, 0, true},
       {"another major type", MEDIATYPE_Video, GUID_NULL, GUID_NULL, 0, false},
@@ -66,13 +63,13 @@ TEST(MediaType, GuidNullInAPartialTypeStandsForAnything) {
       {"another format block", GUID_NULL, GUID_NULL, FORMAT_None, 8, false},
       {"another format type", GUID_NULL, GUID_NULL, FORMAT_VideoInfo, 7, false},
   };
-  for (const auto& one : cases) {
+  for (const auto& [what, major, sub, format, byte, matches] : cases) {
     CMediaType partial;
-    partial.majortype = one.major;
-    partial.subtype = one.sub;
-    partial.formattype = one.format;
-    ASSERT_EQ(partial.SetFormat(&one.byte, 1), S_OK);
-    EXPECT_EQ(full.MatchesPartial(partial), one.matches) << one.what;
+    partial.majortype = major;
+    partial.subtype = sub;
+    partial.formattype = format;
+    ASSERT_EQ(partial.SetFormat(&byte, 1), S_OK);
+    EXPECT_EQ(full.MatchesPartial(partial), matches) << what;
   }
   CMediaType open = full;
   open.formattype = GUID_NULL;

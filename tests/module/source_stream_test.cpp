@@ -37,10 +37,7 @@ TEST_F(SourceStreamTest, DeliversEverySampleThenTheEndOnce) {
 // A fault while filling ends the stream and then aborts the play; nothing of it leaves the worker.
 TEST_F(SourceStreamTest, AFailureEndsTheStreamAndTellsTheGraph) {
   const Deadline deadline("failing to fill");
-  const struct {
-    std::function<HRESULT(ULONG)> fill;
-    HRESULT told;
-  } cases[] = {
+  const std::pair<std::function<HRESULT(ULONG)>, HRESULT> cases[] = {
       {[](ULONG) { return E_ACCESSDENIED; }, E_ACCESSDENIED},
       {[](ULONG) -> HRESULT { throw std::bad_alloc(); }, E_OUTOFMEMORY},
       {[](ULONG) -> HRESULT { throw 3; }, E_UNEXPECTED},
@@ -67,9 +64,9 @@ TEST_F(SourceStreamTest, AFailureEndsTheStreamAndTellsTheGraph) {
     LONG m_code = 0;
     HRESULT m_first = S_OK;
   };
-  for (const auto& one : cases) {
+  for (const auto& [fill, told] : cases) {
     Held<Graph> graph;
-    Connected pair(CountingScript{.m_fill = one.fill});
+    Connected pair(CountingScript{.m_fill = fill});
     graph->m_sink = &*pair.m_sink;
     // The frame asks nothing of a graph but its event sink.
     pair.m_source->JoinFilterGraph(reinterpret_cast<IFilterGraph*>(static_cast<IMediaEventSink*>(&*graph)),
@@ -82,7 +79,7 @@ TEST_F(SourceStreamTest, AFailureEndsTheStreamAndTellsTheGraph) {
     pair.Stop();
     pair.m_source->JoinFilterGraph(nullptr, nullptr);
     EXPECT_EQ(graph->m_code, EC_ERRORABORT);
-    EXPECT_EQ(graph->m_first, one.told);
+    EXPECT_EQ(graph->m_first, told);
     EXPECT_EQ(graph->m_endsAtEvent, 1u);
     EXPECT_EQ(pair.Pin().Count(Kind::Sample), 0u);
   }

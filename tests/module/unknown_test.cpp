@@ -2,6 +2,7 @@
 
 #include <new>
 #include <stdexcept>
+#include <tuple>
 
 #include "module/class_factory.h"
 #include "module/com_edge.h"
@@ -131,21 +132,17 @@ TEST_F(UnknownTest, FactoriesAndLocksHoldTheModule) {
 
 // Whatever goes wrong while an object is made comes out as a result, and nothing of the object stays.
 TEST_F(UnknownTest, WhatCanNotBeMadeLeavesNothing) {
-  const struct {
-    const CLSID* clsid;
-    const IID* iid;
-    HRESULT expected;
-  } cases[] = {
+  const std::tuple<const CLSID*, const IID*, HRESULT> cases[] = {
       {&CLSID_CountingSource, &IID_IPropertyBag, E_NOINTERFACE},
       {&CLSID_Refused, &IID_IUnknown, E_ACCESSDENIED},
       {&CLSID_NoMemory, &IID_IUnknown, E_OUTOFMEMORY},
       {&CLSID_Throwing, &IID_IUnknown, E_UNEXPECTED},
   };
-  for (const auto& one : cases) {
+  for (const auto& [clsid, iid, expected] : cases) {
     ComPointer<IClassFactory> factory;
-    ASSERT_EQ(GetClassFactory(*one.clsid, IID_IClassFactory, factory.PutVoid()), S_OK);
+    ASSERT_EQ(GetClassFactory(*clsid, IID_IClassFactory, factory.PutVoid()), S_OK);
     ComPointer<IUnknown> object;
-    EXPECT_EQ(factory->CreateInstance(nullptr, *one.iid, object.PutVoid()), one.expected);
+    EXPECT_EQ(factory->CreateInstance(nullptr, *iid, object.PutVoid()), expected);
     EXPECT_EQ(object.Get(), nullptr);
     factory.Reset();
     EXPECT_FALSE(IsModuleHeld());

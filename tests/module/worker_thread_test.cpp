@@ -11,12 +11,7 @@
 namespace kt::test {
 namespace {
 
-constexpr DWORD kEcho = 1;
-constexpr DWORD kVanish = 2;
-constexpr DWORD kThrow = 3;
-constexpr DWORD kCallSelf = 4;
-constexpr DWORD kCallOut = 5;
-constexpr DWORD kEnd = 6;
+constexpr DWORD kEcho = 1, kVanish = 2, kThrow = 3, kCallSelf = 4, kCallOut = 5, kEnd = 6;
 
 // Answers with the number of the request, or does something else instead.
 class Worker final : public CAMThread {
