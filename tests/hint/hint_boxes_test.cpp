@@ -32,35 +32,21 @@ TEST(RtpHintSampleEntry, NeedsEachOfItsChildrenOnceAndWithinTheEntry) {
 
 TEST(RtpHintSampleEntry, MakesItsChildrenWhenTheyAreSet) {
   CRtpHintSampleEntry entry;
-  u32 scale = 0;
-  i32 offset = 0;
-  EXPECT_EQ(entry.GetTimeScale(&scale), MP4_NOT_FOUND);
-  EXPECT_EQ(entry.GetTimeOffset(&offset), MP4_NOT_FOUND);
-  EXPECT_EQ(entry.GetSequenceOffset(&offset), MP4_NOT_FOUND);
+  EXPECT_EQ(Ask(entry, &CRtpHintSampleEntry::GetTimeScale).result, MP4_NOT_FOUND);
+  EXPECT_EQ(Ask(entry, &CRtpHintSampleEntry::GetTimeOffset).result, MP4_NOT_FOUND);
+  EXPECT_EQ(Ask(entry, &CRtpHintSampleEntry::GetSequenceOffset).result, MP4_NOT_FOUND);
   ASSERT_EQ(entry.SetTimeOffset(-5), MP4_OK);
   ASSERT_EQ(entry.SetMaxPacketSize(500), MP4_OK);
   ASSERT_EQ(entry.CalculateSize(), MP4_OK);
-  Bytes block(100);
-  CMemoryStorage storage;
-  ASSERT_EQ(storage.Open(block.data(), 100, MP4_MODE_WRITE), MP4_OK);
-  EXPECT_EQ(entry.Serialize(&storage), MP4_BAD_BOX) << "no time scale";
+  EXPECT_EQ(entry.Serialize(MemoryBlock(std::size_t{100})), MP4_BAD_BOX) << "no time scale";
   ASSERT_EQ(entry.SetTimeScale(8000), MP4_OK);
   ASSERT_EQ(entry.SetSequenceOffset(6), MP4_OK);
-  EXPECT_EQ(WrittenBytes(&entry), Box("rtp ", Bytes()
-                                                  .Zeros(6)
-                                                  .U16(1)
-                                                  .U16(1)
-                                                  .U16(1)
-                                                  .U32(500)
-                                                  .Add(Box("tims", Bytes().U32(8000)))
-                                                  .Add(Box("tsro", Bytes().U32(0xFFFFFFFB)))
-                                                  .Add(Box("snro", Bytes().U32(6)))));
-  EXPECT_EQ(entry.GetTimeScale(&scale), MP4_OK);
-  EXPECT_EQ(scale, 8000u);
-  EXPECT_EQ(entry.GetTimeOffset(&offset), MP4_OK);
-  EXPECT_EQ(offset, -5);
-  EXPECT_EQ(entry.GetSequenceOffset(&offset), MP4_OK);
-  EXPECT_EQ(offset, 6);
+  Bytes written = Bytes().Zeros(6).U16(1).U16(1).U16(1).U32(500).Add(Box("tims", Bytes().U32(8000)));
+  written.Add(Box("tsro", Bytes().U32(0xFFFFFFFB))).Add(Box("snro", Bytes().U32(6)));
+  EXPECT_EQ(WrittenBytes(&entry), Box("rtp ", written));
+  EXPECT_EQ(Got(entry, &CRtpHintSampleEntry::GetTimeScale), 8000u);
+  EXPECT_EQ(Got(entry, &CRtpHintSampleEntry::GetTimeOffset), -5);
+  EXPECT_EQ(Got(entry, &CRtpHintSampleEntry::GetSequenceOffset), 6);
 }
 
 TEST(HintMediaHeader, AnswersTheAverageWhereTheMaximumIsExpected) {
@@ -118,10 +104,7 @@ TEST(HintInformation, ReadsBoxesThatDisappoint) {
   EXPECT_EQ(ReadBox(large).result, MP4_CORRUPT);
   EXPECT_EQ(ReadBox(WithDeclaredSize(Box("sdp "), 0xFFFFFFFF)).result, MP4_OUT_OF_RANGE);
   // The file refuses to read a container twice.
-  Bytes bytes = {0};
-  CMemoryStorage storage;
-  ASSERT_EQ(storage.Open(bytes.data(), 1, MP4_MODE_READ), MP4_OK);
-  EXPECT_EQ(full->Deserialize(&storage), MP4_NOT_READY);
+  EXPECT_EQ(full->Deserialize(MemoryBlock(Bytes{0})), MP4_NOT_READY);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "hint/hint_sample.h"
 
+#include <tuple>
+
 #include "hint/hint_support.h"
 
 namespace kt::test {
@@ -90,10 +92,9 @@ TEST(HintSample, ReadsAnExtraListAndCannotWriteIt) {
                       "  ExtraInformationLength 12  {\n\n    Box type = free  Size = 8\n  }\n"),
             std::string::npos);
   EXPECT_EQ(Written(&hintSample, 100, MP4_NOT_READY).size(), 16u) << "header and packet header";
-  u32 size = 0;
   EXPECT_EQ(hintSample.CalculateSize(), MP4_OK);
-  EXPECT_EQ(hintSample.GetSize(&size), MP4_OK);
-  EXPECT_EQ(size, 2 * bytes.size()) << "the size counts on from what was read";
+  EXPECT_EQ(Got(hintSample, &CHintSample::GetSize), 2 * bytes.size())
+      << "the size counts on from what was read";
 }
 
 TEST(HintSample, RefusesWhatRunsBeyondIt) {
@@ -101,11 +102,7 @@ TEST(HintSample, RefusesWhatRunsBeyondIt) {
   const auto withList = [](u32 length, const Bytes& list) {
     return HintSampleBytes({HeaderBytes(0, 4, 0).U32(length).Add(list)});
   };
-  const struct {
-    const char* name;
-    Bytes bytes;
-    Mp4Result result;
-  } cases[] = {
+  const std::tuple<const char*, Bytes, Mp4Result> cases[] = {
       {"cut in its header", {0, 0, 0}, MP4_OUT_OF_RANGE},
       {"a packet too few", Bytes().U16(2).U16(0).Add(HeaderBytes(0, 0, 0)), MP4_OUT_OF_RANGE},
       {"cut in the header of a packet", Bytes().U16(1).U16(0).Zeros(11), MP4_OUT_OF_RANGE},
@@ -117,38 +114,27 @@ TEST(HintSample, RefusesWhatRunsBeyondIt) {
       {"a box beyond its extra list", withList(11, Box("free")), MP4_CORRUPT},
       {"a box in the extra list that is refused", withList(12, Box("rtp ")), MP4_BAD_BOX},
   };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
+  for (const auto& [name, bytes, result] : cases) {
     CHintSample hintSample(nullptr);
-    EXPECT_EQ(Read(&hintSample, test.bytes), test.result);
+    EXPECT_EQ(Read(&hintSample, bytes), result) << name;
   }
-  // A size that says less than the storage has.
-  Bytes bytes = HintSampleBytes({HeaderBytes(0, 0, 0)});
-  for (const u32 size : {3u, 15u}) {
-    CMemoryStorage storage;
-    ASSERT_EQ(storage.Open(bytes.data(), 16, MP4_MODE_READ), MP4_OK);
+  // A size that says less than the storage has, or more, by far: no memory is taken for it.
+  const Bytes bytes = HintSampleBytes({HeaderBytes(0, 0, 0)});
+  for (const u32 size : {3u, 15u, 0xFFFFFFFFu}) {
     CHintSample hintSample(nullptr);
-    EXPECT_EQ(hintSample.Deserialize(&storage, size), MP4_CORRUPT) << size;
+    EXPECT_EQ(hintSample.Deserialize(MemoryBlock(bytes), size), size < 16 ? MP4_CORRUPT : MP4_OUT_OF_RANGE)
+        << size;
   }
-  // And one that says more, by far: no memory is taken for it.
-  CMemoryStorage storage;
-  ASSERT_EQ(storage.Open(bytes.data(), 16, MP4_MODE_READ), MP4_OK);
-  CHintSample hintSample(nullptr);
-  EXPECT_EQ(hintSample.Deserialize(&storage, 0xFFFFFFFF), MP4_OUT_OF_RANGE);
 }
 
 TEST(HintSample, PassesOverAnUnknownConstructor) {
-  Bytes bytes(17, 4);
-  CMemoryStorage storage;
-  ASSERT_EQ(storage.Open(bytes.data(), 17, MP4_MODE_READ), MP4_OK);
+  MemoryBlock storage(Bytes(17, 4));
   std::unique_ptr<CRTPBaseConstructor> constructor;
   u8 type = 0;
-  u64 position = 0;
-  EXPECT_EQ(CreateConstructor(&storage, &constructor, &type), MP4_BAD_VALUE);
-  ASSERT_EQ(storage.GetPosition(&position), MP4_OK);
-  EXPECT_EQ(position, 16u);
+  EXPECT_EQ(CreateConstructor(storage, &constructor, &type), MP4_BAD_VALUE);
+  EXPECT_EQ(storage.Position(), 16u);
   EXPECT_EQ(constructor, nullptr);
-  EXPECT_EQ(CreateConstructor(&storage, &constructor, &type), MP4_OUT_OF_RANGE) << "the skip fails";
+  EXPECT_EQ(CreateConstructor(storage, &constructor, &type), MP4_OUT_OF_RANGE) << "the skip fails";
 }
 
 TEST(HintPacket, TakesOneToFourteenImmediateBytesAndForgetsItsEntriesWithTheHeader) {
@@ -164,16 +150,9 @@ TEST(HintPacket, TakesOneToFourteenImmediateBytesAndForgetsItsEntriesWithTheHead
   EXPECT_EQ(packet->SetMarker(1), MP4_OK);
   EXPECT_EQ(packet->SetHeader(128, 3, 1, -1), MP4_OK) << "of the type 7 bits are written";
   const Bytes fourteen(data.begin(), data.end() - 1);
-  EXPECT_EQ(Written(&hintSample), HintSampleBytes({Bytes()
-                                                       .U32(0xFFFFFFFF)
-                                                       .U8(0)
-                                                       .U8(0x80)
-                                                       .U16(3)
-                                                       .U8(0)
-                                                       .U8(2)
-                                                       .U16(0)
-                                                       .Add(ImmediateBytes(fourteen))
-                                                       .Add(SampleBytes(5, 300, 6))}));
+  Bytes written = Bytes().U32(0xFFFFFFFF).U8(0).U8(0x80).U16(3).U8(0).U8(2).U16(0);
+  written.Add(ImmediateBytes(fourteen)).Add(SampleBytes(5, 300, 6));
+  EXPECT_EQ(Written(&hintSample), HintSampleBytes({written}));
 }
 
 TEST(HintSample, CountsWith16Bits) {

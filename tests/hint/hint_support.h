@@ -4,9 +4,8 @@
 
 #include <string>
 
-#include "engine/memory_storage.h"
 #include "hint/hint_sample.h"
-#include "support/box_writer.h"
+#include "support/open_storage.h"
 
 namespace kt::test {
 
@@ -34,29 +33,21 @@ inline Bytes SampleBytes(u32 sample, u16 length, u32 offset = 0) {
   return Bytes().U8(2).U8(0).U16(length).U32(sample).U32(offset).U16(1).U16(1);
 }
 
-inline Mp4Result Read(CHintSample* hintSample, Bytes bytes) {
-  CMemoryStorage storage;
-  EXPECT_EQ(storage.Open(bytes.data(), static_cast<u32>(bytes.size()), MP4_MODE_READ), MP4_OK);
-  return hintSample->Deserialize(&storage, static_cast<u32>(bytes.size()));
+inline Mp4Result Read(CHintSample* hintSample, const Bytes& bytes) {
+  return hintSample->Deserialize(MemoryBlock(bytes), static_cast<u32>(bytes.size()));
 }
 
 /// What is written, with room for `room` bytes.
 inline Bytes Written(CHintSample* hintSample, std::size_t room, Mp4Result expected = MP4_OK) {
-  Bytes bytes(room);
-  CMemoryStorage storage;
-  EXPECT_EQ(storage.Open(bytes.data(), static_cast<u32>(room), MP4_MODE_WRITE), MP4_OK);
-  EXPECT_EQ(hintSample->Serialize(&storage), expected);
-  u64 end = 0;
-  EXPECT_EQ(storage.GetPosition(&end), MP4_OK);
-  bytes.resize(static_cast<std::size_t>(end));
-  return bytes;
+  MemoryBlock storage(room);
+  EXPECT_EQ(hintSample->Serialize(storage), expected);
+  return storage.Written();
 }
 
 /// A sample that was built is written in exactly the size that it says.
 inline Bytes Written(CHintSample* hintSample) {
-  u32 size = 0;
   EXPECT_EQ(hintSample->CalculateSize(), MP4_OK);
-  EXPECT_EQ(hintSample->GetSize(&size), MP4_OK);
+  const u32 size = Got(*hintSample, &CHintSample::GetSize);
   const Bytes bytes = Written(hintSample, size);
   EXPECT_EQ(bytes.size(), size);
   return bytes;

@@ -120,8 +120,7 @@ TEST(PacketBuilding, CutsASample) {
   const struct {
     const char* name;
     const PayloadFormat& format;
-    u32 maxPacketSize;
-    u32 size;
+    u32 maxPacketSize, size;
     Bytes expected;
     Mp4Result result = MP4_OK;
   } cases[] = {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace kt {
@@ -54,10 +55,7 @@ TEST(SessionText, WholeBlocks) {
 }
 
 TEST(SessionText, AacChannels) {
-  const struct {
-    std::vector<u8> config;
-    const char* channels;
-  } cases[] = {
+  const std::pair<std::vector<u8>, const char*> cases[] = {
       {{0x12, 0x10}, "2"},
       {{0x11, 0x88}, "1"},                    // 48 kHz: looks escaped, and has no byte 4
       {{0x0F, 0x88, 0x00, 0x00, 0x10}, "2"},  // escaped
@@ -68,52 +66,39 @@ TEST(SessionText, AacChannels) {
       {{0x12}, "2"},
       {{}, "2"},
   };
-  for (const auto& row : cases) {
+  for (const auto& [config, channels] : cases) {
     SessionText text;
-    ASSERT_EQ(FormatAacBlock(kFacts, Info(row.config), &text), MP4_OK);
-    EXPECT_EQ(Between(text, "mpeg4-generic/44100/", "\r"), row.channels) << &row - cases;
+    ASSERT_EQ(FormatAacBlock(kFacts, Info(config), &text), MP4_OK);
+    EXPECT_EQ(Between(text, "mpeg4-generic/44100/", "\r"), channels) << testing::PrintToString(config);
   }
 }
 
 TEST(SessionText, VisualProfileLevel) {
-  const struct {
-    std::vector<u8> config;
-    const char* level;
-  } cases[] = {
-      {{0, 0, 1, 0xB0, 1, 2}, "1"},
-      {{0, 0, 1, 0xB0, 0xF5}, "245"},
-      {{0, 0, 1, 0xB0}, "1"},
-      {{0, 0, 1, 0xB5, 0xF5}, "1"},
-      {{}, "1"},
-  };
-  for (const auto& row : cases) {
+  const std::pair<std::vector<u8>, const char*> cases[] = {{{0, 0, 1, 0xB0, 1, 2}, "1"},
+                                                           {{0, 0, 1, 0xB0, 0xF5}, "245"},
+                                                           {{0, 0, 1, 0xB0}, "1"},
+                                                           {{0, 0, 1, 0xB5, 0xF5}, "1"},
+                                                           {{}, "1"}};
+  for (const auto& [config, level] : cases) {
     SessionText text;
-    ASSERT_EQ(FormatVideoBlock(kFacts, 1, 1, Info(row.config), &text), MP4_OK);
-    EXPECT_EQ(Between(text, "profile-level-id=", ";"), row.level) << &row - cases;
+    ASSERT_EQ(FormatVideoBlock(kFacts, 1, 1, Info(config), &text), MP4_OK);
+    EXPECT_EQ(Between(text, "profile-level-id=", ";"), level) << testing::PrintToString(config);
   }
 }
 
 TEST(SessionText, StreamMuxConfig) {
   const std::string fours(28, '4');
-  const struct {
-    const char* what;
-    u32 samples;
-    std::vector<u8> info;
-    std::string config;
-  } cases[] = {
+  const std::tuple<const char*, u32, std::vector<u8>, std::string> cases[] = {
       {"no info of the decoder, but an empty one", 3, {}, "42003FC0"},
       {"one sample", 1, {0x12, 0x10}, "400024203FC0"},
       {"64 samples fill the field, and one more wraps", 65, {0x12, 0x10}, "400024203FC0"},
       // 15 bits, fourteen bytes and the one bit that still fits of what follows.
-      {"cut", 3, std::vector<u8>(20, 0x22),
-       "42"
-       "00" +
-           fours},
+      {"cut", 3, std::vector<u8>(20, 0x22), std::string("4200") + fours},
   };
-  for (const auto& row : cases) {
+  for (const auto& [what, samples, info, config] : cases) {
     SessionText text;
-    ASSERT_EQ(FormatLatmBlock(kFacts, row.samples, Info(row.info), &text), MP4_OK);
-    EXPECT_EQ(Between(text, "config=", "\r"), row.config) << row.what;
+    ASSERT_EQ(FormatLatmBlock(kFacts, samples, Info(info), &text), MP4_OK);
+    EXPECT_EQ(Between(text, "config=", "\r"), config) << what;
   }
 }
 

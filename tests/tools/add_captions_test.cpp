@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <tuple>
 
 #include "tools/caption_movie.h"
 #include "tools/program.h"
@@ -101,22 +102,16 @@ TEST(CaptionsCommand, SaysWhenThereAreNone) {
   titles.mediaHeader = Nmhd();
   titles.stsz = ConstantStsz(20, 4);
   const TempFile file(MovieOf(titles).Build());
-  const struct {
-    std::vector<std::string> arguments;
-    int exitCode;
-    const char* message;
-  } rows[] = {
+  const std::tuple<std::vector<std::string>, int, const char*> rows[] = {
       {{file.Name()}, 1, "there is no caption track in"},
       {{"--track", "1", file.Name()}, 1, "sample 1 of track 1 of"},
       {{"--track", "1", Media("aac.m4a")}, 1, "is no caption track"},
       {{"--track", "9", Media("aac.m4a")}, 1, "the file has 1 track"},
       {{"--format", "vtt", Media("aac.m4a")}, 2, "vtt"},
   };
-  for (auto row : rows) {
-    row.arguments.insert(row.arguments.begin(), "captions");
-    const Outcome outcome = RunProgram(row.arguments);
-    EXPECT_EQ(outcome.exitCode, row.exitCode);
-    EXPECT_NE(outcome.err.find(row.message), std::string::npos) << outcome.err;
+  for (auto [arguments, exitCode, message] : rows) {
+    arguments.insert(arguments.begin(), "captions");
+    ExpectRun(arguments, exitCode, {message});
   }
 }
 

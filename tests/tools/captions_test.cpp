@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tools/caption_movie.h"
 #include "tools/program.h"
 
@@ -21,11 +23,11 @@ Log LinesWith(const std::string& out, std::initializer_list<std::string_view> wo
   return found;
 }
 
-Outcome Play(const Movie& movie, std::vector<std::string> options) {
+std::string Play(const Movie& movie, std::vector<std::string> options) {
   const TempFile file(movie.Build());
   options.insert(options.begin(), "play");
   options.push_back(file.Name());
-  return RunProgram(options);
+  return ExpectRun(options);
 }
 
 Movie PopOnMovie() {
@@ -34,25 +36,22 @@ Movie PopOnMovie() {
 }
 
 TEST(Captions, AreDecodedToRowsAndScreens) {
-  const Outcome outcome = Play(PopOnMovie(), {});
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  EXPECT_EQ(LinesWith(outcome.out, {"row", "screen"}),
+  const std::string out = Play(PopOnMovie(), {});
+  EXPECT_EQ(LinesWith(out, {"row", "screen"}),
             (Log{"screen at 1.0333333: \"<br>\"", "screen at 1.1333333: \"<br><br><br>Hi\"",
                  "row at 1.1333333: \"Hi\"", "screen at 2.2666666: \"<br><br>One<br>Two\"",
                  "row at 2.2666666: \"One\"", "row at 2.2666666: \"Two\"", "screen at 4.0333333: \"<br>\""}));
   // Every sample is there, also the last, each empty and without stamps.
-  EXPECT_EQ(LinesWith(outcome.out, {"pin 1: 15 of 15 samples delivered, 0 bytes"}).size(), 1u) << outcome.out;
-  EXPECT_EQ(LinesWith(outcome.out, {"  1       15                -                -         0     0"}).size(),
-            1u);
+  EXPECT_EQ(LinesWith(out, {"pin 1: 15 of 15 samples delivered, 0 bytes"}).size(), 1u) << out;
+  EXPECT_EQ(LinesWith(out, {"  1       15                -                -         0     0"}).size(), 1u);
 }
 
 TEST(Captions, AsBytesOrNotAtAll) {
-  const Outcome text = Play(PopOnMovie(), {"--cc", "text"});
-  EXPECT_EQ(LinesWith(text.out, {"row", "screen"}), Log());
-  EXPECT_EQ(LinesWith(text.out, {"pin 1: 14 of 15 samples delivered, 28 bytes"}).size(), 1u) << text.out;
-  const Outcome off = Play(PopOnMovie(), {"--cc", "off"});
-  EXPECT_EQ(LinesWith(off.out, {"Pin", "row", "screen"}), Log()) << off.out;
-  EXPECT_EQ(Play(PopOnMovie(), {"--cc", "maybe"}).exitCode, 2);
+  const std::string text = Play(PopOnMovie(), {"--cc", "text"});
+  EXPECT_EQ(LinesWith(text, {"row", "screen"}), Log());
+  EXPECT_EQ(LinesWith(text, {"pin 1: 14 of 15 samples delivered, 28 bytes"}).size(), 1u) << text;
+  EXPECT_EQ(LinesWith(Play(PopOnMovie(), {"--cc", "off"}), {"Pin", "row", "screen"}), Log());
+  ExpectRun({"play", "--cc", "maybe", Media("aac.m4a")}, 2, {"maybe"});
 }
 
 #ifndef _WIN32
@@ -63,9 +62,8 @@ TEST(Captions, AUrlSaysItself) {
   std::filesystem::copy_file(TempFile(PopOnMovie().Build()).Path(), folder / "c:/clip.mp4");
   const auto rows = [&](const std::string& mode) {
     const std::string url = "ktmp4file://c:/clip.mp4" + mode;
-    const Outcome outcome =
-        RunShell("(cd " + ShellWord(folder.Name()) + " && " + CommandLine({"play", url}) + ")");
-    return LinesWith(outcome.out, {"row"}).size();
+    const std::string go = "cd " + ShellWord(folder.Name()) + " && ";
+    return LinesWith(ExpectShell("(" + go + CommandLine({"play", url}) + ")", 0, {}), {"row"}).size();
   };
   EXPECT_EQ(rows("&cc=on"), 3u);
   EXPECT_EQ(rows("&cc=text"), 0u);
@@ -82,29 +80,22 @@ TEST(Captions, PlayFromAPosition) {
   video.stts = Stts({{4, 1000}});
   video.stss = Stss({1, 3});
   movie.tracks.insert(movie.tracks.begin(), video);
-  const Outcome outcome = Play(movie, {"--from", "2.5"});
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  EXPECT_EQ(LinesWith(outcome.out, {"row", "screen", "  1 "}),
+  EXPECT_EQ(LinesWith(Play(movie, {"--from", "2.5"}), {"row", "screen", "  1 "}),
             (Log{"  1        3        0.0000000        1.0000000         3     1",
                  "screen at 2.2666666: \"<br><br><br>\"", "screen at 2.2666666: \"<br>\""}));
 }
 
 TEST(Play, SeeksToTheSyncSampleBefore) {
-  const Outcome outcome = RunProgram({"play", "--from", "2", Media("bframes-aac.mp4")});
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  const Log video = LinesWith(outcome.out, {"  1 "});
+  const std::string out = ExpectRun({"play", "--from", "2", Media("bframes-aac.mp4")});
+  const Log video = LinesWith(out, {"  1 "});
   ASSERT_FALSE(video.empty());
   EXPECT_TRUE(video[0].starts_with("  1       47       -0.1600000 ")) << video[0];
   EXPECT_TRUE(video[4].starts_with("  1       51        0.0000000 ")) << video[4];
-  EXPECT_TRUE(LinesWith(outcome.out, {"  2 "}).at(0).starts_with("  2       87        0.0000000 "));
+  EXPECT_TRUE(LinesWith(out, {"  2 "}).at(0).starts_with("  2       87        0.0000000 "));
 }
 
 TEST(Play, RefusesPositionsThatAreNone) {
-  const struct {
-    const char* from;
-    int exitCode;
-    const char* message;
-  } rows[] = {
+  const std::tuple<const char*, int, const char*> rows[] = {
       {"4.1", 1, "cannot seek to 4.1000000 s: "},
       {"900000000000", 1, "cannot seek to 900000000000.0000000 s: "},
       {"-1", 2, "\"-1\" is no time in seconds from 0 up"},
@@ -112,10 +103,8 @@ TEST(Play, RefusesPositionsThatAreNone) {
       {"1e12", 2, "\"1e12\" is no time in seconds from 0 up"},
       {"2s", 2, "\"2s\" is no time in seconds from 0 up"},
   };
-  for (const auto& row : rows) {
-    const Outcome outcome = RunProgram({"play", "--quiet", "--from", row.from, Media("bframes-aac.mp4")});
-    EXPECT_EQ(outcome.exitCode, row.exitCode) << row.from;
-    EXPECT_NE(outcome.err.find(row.message), std::string::npos) << outcome.err;
+  for (const auto& [from, exitCode, message] : rows) {
+    ExpectRun({"play", "--quiet", "--from", from, Media("bframes-aac.mp4")}, exitCode, {message});
   }
 }
 
