@@ -15,7 +15,7 @@ int CBitWriter::WriteBits(u8 value, u32 count) {
   if (count < 1 || count > 8) return -1;
   if (u64{m_bitPosition} + count > u64{m_size} * 8) return -2;
   for (u32 bit = count; bit > 0; --bit, ++m_bitPosition) {
-    const u32 isSet = value >> (bit - 1) & 1u;
+    const u32 isSet = u32{value} >> (bit - 1) & 1u;
     m_buffer[m_bitPosition / 8] |= static_cast<u8>(isSet << (7 - m_bitPosition % 8));
   }
   return 0;
