@@ -57,9 +57,11 @@ HRESULT CRecordingPin::BreakConnect() {
 }
 
 HRESULT CRecordingPin::EndOfStream() {
-  Note(SinkEvent::EndOfStream);
   {
     const std::lock_guard lock(m_lock);
+    // One that meets a flush is passed over, as input pins have it.
+    if (m_flushing) return S_FALSE;
+    m_events.push_back({SinkEvent::EndOfStream, 0});
     m_endDue = true;
   }
   AnnounceEnd();
@@ -76,9 +78,9 @@ void CRecordingPin::AnnounceEnd() {
 }
 
 HRESULT CRecordingPin::BeginFlush() {
-  Note(SinkEvent::BeginFlush);
   std::vector<ComPointer<IMediaSample>> kept;
   const std::lock_guard lock(m_lock);
+  m_events.push_back({SinkEvent::BeginFlush, 0});
   m_flushing = true;
   m_endDue = false;
   kept.swap(m_kept);
@@ -87,14 +89,15 @@ HRESULT CRecordingPin::BeginFlush() {
 }
 
 HRESULT CRecordingPin::EndFlush() {
-  Note(SinkEvent::EndFlush);
   const std::lock_guard lock(m_lock);
+  m_events.push_back({SinkEvent::EndFlush, 0});
   m_flushing = false;
   return S_OK;
 }
 
 HRESULT CRecordingPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME, double) {
-  Note(SinkEvent::NewSegment, static_cast<ULONG>(start));
+  const std::lock_guard lock(m_lock);
+  m_events.push_back({SinkEvent::NewSegment, static_cast<ULONG>(start)});
   return S_OK;
 }
 
@@ -158,11 +161,6 @@ HRESULT CRecordingPin::ReceiveMultiple(IMediaSample**, LONG, LONG*) {
 
 HRESULT CRecordingPin::ReceiveCanBlock() {
   return S_OK;
-}
-
-void CRecordingPin::Note(SinkEvent::Kind kind, ULONG value) {
-  const std::lock_guard lock(m_lock);
-  m_events.push_back({kind, value});
 }
 
 std::vector<SinkEvent> CRecordingPin::Events() {

@@ -79,7 +79,6 @@ class CRecordingPin final : public CBasePin, public IMemInputPin {
 
  private:
   static ULONG NumberOf(IMediaSample* sample);
-  void Note(SinkEvent::Kind kind, ULONG value = 0);
 
   const SinkScript m_script;
   int m_refused = 0;

@@ -67,13 +67,42 @@ NamedFile::NamedFile(const std::wstring& name, const std::vector<u8>& content) {
   stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
 }
 
+/// A track of a file that the library has opened.
+class OpenedTrack {
+ public:
+  OpenedTrack(const std::wstring& name, u32 track) {
+    CMp4File* made = nullptr;
+    Must(CreateMp4File(&made));
+    m_file.reset(made);
+    Must(m_file->Open(std::filesystem::path(name).string().c_str(), MP4_MODE_READ, MP4_TYPE_MP4));
+    Must(m_file->OpenTrack(track, &m_track));
+  }
+  OpenedTrack(const OpenedTrack&) = delete;
+  OpenedTrack& operator=(const OpenedTrack&) = delete;
+  ~OpenedTrack() { Must(m_file->CloseTrack(m_track)); }
+  CMp4Track* operator->() { return m_track; }
+
+ private:
+  std::unique_ptr<CMp4File> m_file;
+  CMp4Track* m_track = nullptr;
+};
+
+SampleWish SeekedTo(const std::wstring& file, u32 track, i64 position) {
+  OpenedTrack opened(file, track);
+  u32 timeScale = 0;
+  Must(opened->GetTimeScale(&timeScale));
+  SampleWish wish{.track = track};
+  u64 composition = 0;
+  // Inside of the last sample the search fails, with that sample stored.
+  static_cast<void>(
+      opened->FindSampleByDecodingTime(static_cast<u64>(position) * timeScale / 10'000'000, &wish.zero));
+  Must(opened->GetSampleCompositionTime(wish.zero, &composition));
+  Must(opened->FindSyncSample(composition, &wish.first));
+  return wish;
+}
+
 std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& wish) {
-  CMp4File* made = nullptr;
-  Must(CreateMp4File(&made));
-  const std::unique_ptr<CMp4File> opened(made);
-  Must(opened->Open(std::filesystem::path(file).string().c_str(), MP4_MODE_READ, MP4_TYPE_MP4));
-  CMp4Track* track = nullptr;
-  Must(opened->OpenTrack(wish.track, &track));
+  OpenedTrack track(file, wish.track);
   u32 count = 0, timeScale = 0, kind = 0, format = 0;
   Must(track->GetSampleCount(&count));
   Must(track->GetTimeScale(&timeScale));
@@ -111,7 +140,6 @@ std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& w
     sample.isSyncPoint = sync == number;
     samples.push_back(std::move(sample));
   }
-  Must(opened->CloseTrack(track));
   return samples;
 }
 
@@ -195,11 +223,18 @@ std::vector<TakenSample> PlayedSource::Taken(std::size_t pin) {
   return m_sinks[pin].recorded->samples;
 }
 
-void PlayedSource::ForgetTaken() {
-  for (const End& end : m_sinks) {
-    const std::lock_guard lock(end.recorded->lock);
-    end.recorded->samples.clear();
+std::vector<TakenSample> PlayedSource::TakenOfLastSegment(std::size_t pin) {
+  EXPECT_TRUE(Eventually([&] { return Sink(pin).Events().back().kind == SinkEvent::EndOfStream; }));
+  const std::vector<SinkEvent> events = Sink(pin).Events();
+  std::vector<TakenSample> samples;
+  std::size_t count = 0;
+  for (const SinkEvent& event : events) {
+    if (event.kind == SinkEvent::NewSegment) count = 0;
+    if (event.kind == SinkEvent::Sample) ++count;
   }
+  samples = Taken(pin);
+  samples.erase(samples.begin(), samples.end() - static_cast<std::ptrdiff_t>(count));
+  return samples;
 }
 
 }  // namespace kt::test

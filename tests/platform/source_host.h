@@ -64,6 +64,9 @@ struct SampleWish {
 /// What the library says of them: all from `first` on but the last one.
 std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& wish);
 
+/// What the library says of a seek to `position`: from which sample on, and which one has stream time 0.
+SampleWish SeekedTo(const std::wstring& file, u32 track, i64 position);
+
 /// A real file of the project, "Z:/.../NAME", and the URL of a file.
 std::wstring MediaFile(const std::wstring& name);
 std::wstring UrlOf(const std::wstring& file, const std::wstring& parameters = L"");
@@ -119,9 +122,11 @@ class PlayedSource {
     return face;
   }
   std::vector<ComPointer<IPin>> Pins();
-  CRecordingPin& Sink(std::size_t pin) { return (*m_sinks[pin].sink)->Pin(); }
+  CRecordingPin& Sink(std::size_t pin) { return SinkFilter(pin).Pin(); }
+  CRecordingSink& SinkFilter(std::size_t pin) { return **m_sinks[pin].sink; }
   std::vector<TakenSample> Taken(std::size_t pin);
-  void ForgetTaken();
+  /// Those of the last segment, once it has ended.
+  std::vector<TakenSample> TakenOfLastSegment(std::size_t pin);
 
  private:
   struct Recorded {

@@ -1,0 +1,246 @@
+// Changes of position and state of the module in the platform's filter graph manager.
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <random>
+
+#include "platform/source_host.h"
+
+namespace kt::test {
+namespace {
+
+using SeekingTest = SourceTest;
+
+const std::wstring kFilm = MediaFile(L"bframes-aac.mp4");
+// Its first track has 100 pictures of 40 ms.
+constexpr i64 kLength = 40'000'000;
+
+enum class When { Stopped, Paused, Running };
+
+TEST_F(SeekingTest, LandsOnTheSyncSampleInEveryState) {
+  const Deadline deadline("seeks in every state");
+  for (const When when : {When::Stopped, When::Paused, When::Running}) {
+    PlayedSource played(kFilm);
+    for (const i64 position : {i64{0}, i64{1}, i64{399'999}, i64{400'000}, i64{17'654'321}, kLength - 400'001,
+                               kLength - 400'000, kLength - 1, kLength, i64{-5}}) {
+      SCOPED_TRACE(testing::Message() << "to " << position << " when " << static_cast<int>(when));
+      if (when == When::Paused) {
+        EXPECT_TRUE(SUCCEEDED(played.Pause()));
+      }
+      if (when == When::Running) {
+        EXPECT_TRUE(SUCCEEDED(played.Run()));
+      }
+      EXPECT_EQ(played.Seek(position), S_OK);
+      if (when != When::Running) {
+        EXPECT_TRUE(SUCCEEDED(played.Run()));
+      }
+      for (u32 pin = 0; pin < 2; ++pin) {
+        const SampleWish wish = SeekedTo(kFilm, pin + 1, std::max<i64>(position, 0));
+        EXPECT_EQ(played.TakenOfLastSegment(pin), SamplesOf(kFilm, wish)) << "pin " << pin;
+      }
+      EXPECT_EQ(played.Stop(), S_OK);
+    }
+  }
+}
+
+TEST_F(SeekingTest, BehindTheEndNothingMoves) {
+  const Deadline deadline("a seek behind the end");
+  PlayedSource played(kFilm);
+  played.PlayToEnd();
+  const std::vector<SinkEvent> before = played.Sink(0).Events();
+  EXPECT_EQ(played.Seek(kLength + 1), S_FALSE);
+  EXPECT_EQ(played.Sink(0).Events(), before);
+}
+
+TEST_F(SeekingTest, AStopPositionEndsTheStream) {
+  const Deadline deadline("a stop position");
+  PlayedSource played(kFilm, {.typePosition = 1});
+  const i64 stop = 20'000'000;
+  EXPECT_EQ(played.Seek(10'000'000, &stop), S_OK);
+  EXPECT_TRUE(SUCCEEDED(played.Run()));
+  for (u32 pin = 0; pin < 2; ++pin) {
+    SampleWish wish = SeekedTo(kFilm, pin + 1, 10'000'000);
+    wish.isStamped = true;
+    std::vector<TakenSample> expected = SamplesOf(kFilm, wish);
+    // Ticks of these tracks: the first number of each sample is its composition time.
+    const u64 last = pin == 0 ? 2 * 12800 : 2 * 44100;
+    const auto end = std::ranges::find_if(expected, [last](const TakenSample& sample) {
+      u64 composition = 0;
+      std::memcpy(&composition, sample.bytes.data(), sizeof composition);
+      return composition > last;
+    });
+    ASSERT_NE(end, expected.end());
+    expected.erase(end, expected.end());
+    EXPECT_EQ(played.TakenOfLastSegment(pin), expected) << "pin " << pin;
+  }
+}
+
+/// Checks what a sink was told, and that each segment begins with the sample that its seek leads to: nothing
+/// from before a flush comes behind it, and a stream ends once.
+void ExpectOrder(const std::vector<SinkEvent>& events, u32 track) {
+  enum { Fresh, Flushing, Flushed, Begun, Playing, Ended } state = Fresh;
+  std::map<ULONG, u32> firstSamples;
+  ULONG segment = 0;
+  u32 due = 0;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    std::string around;
+    for (std::size_t j = i < 4 ? 0 : i - 4; j < std::min(events.size(), i + 4); ++j) {
+      around += "SEBFN"[events[j].kind] + std::to_string(events[j].value) + " ";
+    }
+    SCOPED_TRACE(testing::Message() << "event " << i << " of " << around);
+    const SinkEvent& event = events[i];
+    switch (event.kind) {
+      case SinkEvent::BeginFlush:
+        ASSERT_NE(state, Flushing);
+        state = Flushing;
+        break;
+      case SinkEvent::EndFlush:
+        ASSERT_EQ(state, Flushing);
+        state = Flushed;
+        break;
+      case SinkEvent::NewSegment:
+        ASSERT_TRUE(state == Fresh || state == Flushed);
+        state = Begun;
+        segment = event.value;
+        break;
+      case SinkEvent::Sample:
+        ASSERT_TRUE(state == Begun || state == Playing);
+        if (state == Begun) {
+          if (!firstSamples.contains(segment)) {
+            firstSamples[segment] = segment == 0 ? 1 : SeekedTo(kFilm, track, segment).first;
+          }
+          due = firstSamples[segment];
+        }
+        ASSERT_EQ(event.value, due++);
+        state = Playing;
+        break;
+      case SinkEvent::EndOfStream:
+        ASSERT_TRUE(state == Begun || state == Playing);
+        state = Ended;
+        break;
+    }
+  }
+}
+
+// As an application, a renderer and a graph do it, each seek up to three times over.
+TEST_F(SeekingTest, AThousandTimesAtRandomWhilePlaying) {
+  const Deadline deadline("a thousand seeks", std::chrono::seconds(240));
+  PlayedSource played(kFilm);
+  ComPointer<IMediaSeeking> graph;
+  ASSERT_EQ(played.Graph().m_builder->QueryInterface(IID_IMediaSeeking, graph.PutVoid()), S_OK);
+  EXPECT_TRUE(SUCCEEDED(played.Run()));
+  std::mt19937 random(20);
+  // The clock of the run goes on all the while: a few places, so that the library is asked for each once.
+  const auto place = [&] { return static_cast<i64>(random() % 40) * 1'000'000 + 12'345; };
+  for (int i = 0; i < 1000; ++i) {
+    i64 position = place();
+    if (i % 2 == 0) {
+      ASSERT_EQ(played.Seek(position), S_OK);
+    }
+    if (i % 3 != 0) {
+      ASSERT_EQ(
+          played.As<IMediaSeeking>()->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0),
+          S_OK);
+    }
+    if (i % 10 == 0) {
+      ASSERT_TRUE(SUCCEEDED(graph->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0)));
+    }
+    if (i % 7 == 0) Sleep(static_cast<DWORD>(random() % 5));
+  }
+  const i64 last = 22'222'222;
+  EXPECT_EQ(played.Seek(last), S_OK);
+  for (u32 pin = 0; pin < 2; ++pin) {
+    EXPECT_EQ(played.TakenOfLastSegment(pin), SamplesOf(kFilm, SeekedTo(kFilm, pin + 1, last)));
+  }
+  EXPECT_EQ(played.Stop(), S_OK);
+  for (u32 pin = 0; pin < 2; ++pin) {
+    SCOPED_TRACE(pin);
+    ExpectOrder(played.Sink(pin).Events(), pin + 1);
+  }
+}
+
+TEST_F(SeekingTest, StopsAndSeeksWithASinkThatBlocks) {
+  const Deadline deadline("blocked sinks");
+  PlayedSource played(kFilm, {.sink = {.m_blockFrom = 10}});
+  const auto blocked = [&] { return played.Sink(0).IsBlocked() && played.Sink(1).IsBlocked(); };
+  for (int round = 0; round < 40; ++round) {
+    EXPECT_TRUE(SUCCEEDED(played.Run()));
+    ASSERT_TRUE(Eventually(blocked));
+    if (round >= 20) {
+      ASSERT_EQ(played.Seek(0), S_OK);
+      ASSERT_TRUE(Eventually(blocked));
+      EXPECT_EQ(played.Sink(0).Events().back(), (SinkEvent{SinkEvent::Sample, 10}));
+    }
+    ASSERT_EQ(played.Stop(), S_OK);
+  }
+  EXPECT_EQ(played.Sink(0).Count(SinkEvent::EndOfStream), 0u);
+}
+
+// Without the graph, which may seek when it runs again.
+TEST_F(SeekingTest, AStopKeepsThePosition) {
+  const Deadline deadline("stop and run again");
+  PlayedSource played(kFilm, {.sink = {.m_blockFrom = 10}});
+  EXPECT_TRUE(SUCCEEDED(played.Run()));
+  for (ULONG round = 0; round < 5; ++round) {
+    ASSERT_TRUE(Eventually([&] { return played.Sink(0).IsBlocked(); }));
+    EXPECT_EQ(played.Sink(0).Events().back(), (SinkEvent{SinkEvent::Sample, 10 + round}));
+    EXPECT_EQ(played.SinkFilter(0).Stop(), S_OK);
+    EXPECT_EQ(played.SinkFilter(1).Stop(), S_OK);
+    ASSERT_EQ(played.Filter()->Stop(), S_OK);
+    EXPECT_EQ(played.SinkFilter(0).Run(0), S_OK);
+    EXPECT_EQ(played.SinkFilter(1).Run(0), S_OK);
+    ASSERT_EQ(played.Filter()->Run(0), S_OK);
+  }
+}
+
+TEST_F(SeekingTest, ASinkThatHasEnoughIsLeftAlone) {
+  const Deadline deadline("sinks that answer no");
+  PlayedSource played(kFilm,
+                      {.sink = {.m_receive = [](ULONG number) { return number == 5 ? S_FALSE : S_OK; }}});
+  EXPECT_TRUE(SUCCEEDED(played.Run()));
+  const auto hasCome = [&](std::size_t samples) {
+    return Eventually([&] { return played.Sink(0).Count(SinkEvent::Sample) == samples; });
+  };
+  ASSERT_TRUE(hasCome(5));
+  Sleep(50);
+  EXPECT_EQ(played.Taken(0).size(), 5u);
+  EXPECT_EQ(played.Seek(0), S_OK);
+  EXPECT_TRUE(hasCome(10));
+  EXPECT_EQ(played.Stop(), S_OK);
+}
+
+// Renderers do this on their streaming thread, while the application changes states and positions.
+TEST_F(SeekingTest, ASinkMayAskFromInsideOfReceive) {
+  const Deadline deadline("questions from inside of Receive", std::chrono::seconds(120));
+  std::atomic<int> answers{0};
+  std::vector<ComPointer<IPin>> pins;
+  ComPointer<IMediaSeeking> seeking[2];
+  PlayedSource played(kFilm, {.sink = {.m_receive = [&](ULONG) {
+                                AM_MEDIA_TYPE type = {};
+                                i64 time = 0, stop = 0;
+                                for (std::size_t i = 0; i < pins.size(); ++i) {
+                                  if (pins[i]->ConnectionMediaType(&type) == S_OK) ++answers;
+                                  FreeMediaType(type);
+                                  seeking[i]->GetDuration(&time);
+                                  seeking[i]->GetCurrentPosition(&time);
+                                  seeking[i]->GetStopPosition(&time);
+                                  seeking[i]->GetPositions(&time, &stop);
+                                }
+                                return S_OK;
+                              }}});
+  pins = played.Pins();
+  for (std::size_t i = 0; i < 2; ++i) ASSERT_EQ(pins[i].Query(&seeking[i]), S_OK);
+  for (i64 round = 0; round < 50; ++round) {
+    EXPECT_TRUE(SUCCEEDED(played.Run()));
+    for (i64 seek = 0; seek < 4; ++seek) ASSERT_EQ(played.Seek(seek * 9'000'000), S_OK);
+    if (round % 2 == 0) {
+      EXPECT_TRUE(SUCCEEDED(played.Pause()));
+    }
+    ASSERT_EQ(played.Stop(), S_OK);
+  }
+  EXPECT_GT(answers, 0);
+}
+
+}  // namespace
+}  // namespace kt::test
