@@ -54,6 +54,6 @@ std::string WriteScc(const SccFile& file);
 
 /// "01:02:03;04". Up to `kLastFrame` the hours have two digits.
 std::string TimeCode(u64 frame, FrameCount count);
-inline constexpr u64 kLastFrame = u64{100} * 3600 * 30 - 1 - 100 * 108;  // 99:59:59;29
+inline constexpr u64 kLastFrame = u64{100} * (3600 * 30 - 108) - 1;  // 99:59:59;29
 
 }  // namespace kt
