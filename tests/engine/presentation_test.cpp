@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "hint/base64.h"
 #include "hint/mp4_hint_track.h"
 #include "support/movie_builder.h"
@@ -27,18 +29,15 @@ u32 AddMediaTrack(WrittenMovie& movie, u32 kind, u32 format = MP4_FORMAT_MP4V, c
                 ? track->SetVideoFormat(320, 240, info.data(), infoSize, format)
                 : track->SetAudioFormat(0x100, 0, info.data(), infoSize, MP4_FORMAT_MP4A),
             MP4_OK);
-  EXPECT_EQ(WriteSample(track, 1, 0), MP4_OK);
-  EXPECT_EQ(WriteSample(track, 1, 16000), MP4_OK);
-  u32 id = 0;
-  EXPECT_EQ(track->GetTrackId(&id), MP4_OK);
+  WriteSamples(track, 1, {0, 16000});
+  const u32 id = Got(*track, &CMp4Track::GetTrackId);
   EXPECT_EQ(movie->CloseTrack(track), MP4_OK);
   return id;
 }
 
 Bytes OnlySample(CMp4Track& track) {
-  u32 count = 0, size = 0;
-  EXPECT_EQ(track.GetSampleCount(&count), MP4_OK);
-  EXPECT_EQ(count, 1u);
+  EXPECT_EQ(Got(track, &CMp4Track::GetSampleCount), 1u);
+  u32 size = 0;
   Bytes bytes(100);
   EXPECT_EQ(track.ReadSample(1, 100, &size, bytes.data()), MP4_OK);
   bytes.resize(size);
@@ -56,30 +55,24 @@ const Bytes kAudioScene = Bytes().U64(0xC0101281302A057C);
 const Bytes kBothScene = Bytes().U64(0xC0101281302A0572).U64(0x6104885045053F00);
 
 TEST(SceneTracks, ForVideoSoundOrBoth) {
-  const struct {
-    const char* what;
-    bool video, audio;
-    Bytes references, update, scene;
-  } cases[] = {
+  // Of which media; the references, the update and the scene that are written.
+  const std::tuple<const char*, bool, bool, Bytes, Bytes, Bytes> cases[] = {
       {"video", true, false, Bytes().U32(1), Descriptor(1, ObjectOf(20, 1)), kVideoScene},
       {"audio", false, true, Bytes().U32(2), Descriptor(1, ObjectOf(10, 1)), kAudioScene},
       {"both", true, true, Bytes().U32s({1, 2}), Descriptor(1, Bytes(ObjectOf(20, 1)).Add(ObjectOf(10, 2))),
        kBothScene},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, hasVideo, hasAudio, references, update, scene] : cases) {
+    SCOPED_TRACE(what);
     WrittenMovie movie(MP4_TYPE_MP4);
     const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO);
     const u32 audio = AddMediaTrack(movie, MP4_KIND_AUDIO);
-    ASSERT_EQ(movie->AddSceneTracks(row.video ? video : 99, row.audio ? audio : 0, audio), MP4_OK);
-    ASSERT_EQ(movie->Close(), MP4_OK);
-
-    const Bytes content = movie.Content();
+    ASSERT_EQ(movie->AddSceneTracks(hasVideo ? video : 99, hasAudio ? audio : 0, audio), MP4_OK);
+    const Bytes content = movie.Finish({});
     OpenedMovie read(content);
-    ASSERT_EQ(read.result, MP4_OK);
-    EXPECT_EQ(BoxAt(content, "moov/trak/tref", 3), Box("tref", {Box("mpod", row.references)}));
-    EXPECT_EQ(OnlySample(*read.OpenTrack(3)), row.update);
-    EXPECT_EQ(OnlySample(*read.OpenTrack(4)), row.scene);
+    EXPECT_EQ(BoxAt(content, "moov/trak/tref", 3), Box("tref", {Box("mpod", references)}));
+    EXPECT_EQ(OnlySample(*read.OpenTrack(3)), update);
+    EXPECT_EQ(OnlySample(*read.OpenTrack(4)), scene);
     const Bytes iods = BoxAt(content, "moov/iods");
     EXPECT_EQ(Bytes(iods.end() - 12, iods.end()),
               Bytes(Descriptor(14, Bytes().U32(4))).Add(Descriptor(14, Bytes().U32(3))))
@@ -87,14 +80,9 @@ TEST(SceneTracks, ForVideoSoundOrBoth) {
     constexpr u32 kKinds[] = {MP4_KIND_OBJECT_DESCRIPTOR, MP4_KIND_SCENE_DESCRIPTION};
     for (u32 index = 3; index <= 4; ++index) {
       const auto track = read.OpenTrack(index);
-      u32 kind = 0, timeScale = 0;
-      u64 duration = 0;
-      EXPECT_EQ(track->GetTrackType(&kind), MP4_OK);
-      EXPECT_EQ(kind, kKinds[index - 3]);
-      EXPECT_EQ(track->GetTimeScale(&timeScale), MP4_OK);
-      EXPECT_EQ(timeScale, 8000u);
-      EXPECT_EQ(track->GetDuration(&duration), MP4_OK);
-      EXPECT_EQ(duration, 4000u) << "that of the media, in movie ticks";
+      EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), kKinds[index - 3]);
+      EXPECT_EQ(Got(*track, &CMp4Track::GetTimeScale), 8000u);
+      EXPECT_EQ(Got(*track, &CMp4Track::GetDuration), 4000u) << "that of the media, in movie ticks";
     }
     u8 info[4] = {};
     u32 size = 9;
@@ -105,23 +93,18 @@ TEST(SceneTracks, ForVideoSoundOrBoth) {
 }
 
 TEST(SceneTracks, AreNotAddedWithoutMediaOrAPlaceForThem) {
-  const struct {
-    const char* what;
-    u32 fileType, video, audio, third;
-  } cases[] = {
+  const std::tuple<const char*, u32, u32, u32, u32> cases[] = {
       {"no such tracks", MP4_TYPE_MP4, 0, 3, 7},
       {"a third track alone", MP4_TYPE_MP4, 0, 0, 1},
       {"a track that is not closed", MP4_TYPE_MP4, 2, 0, 0},
       {"no place for a descriptor", MP4_TYPE_3GP, 1, 0, 0},
   };
-  for (const auto& row : cases) {
-    WrittenMovie movie(row.fileType);
+  for (const auto& [what, fileType, video, audio, third] : cases) {
+    WrittenMovie movie(fileType);
     AddMediaTrack(movie, MP4_KIND_VIDEO);
     const std::unique_ptr<CMp4Track> unfinished(movie.AddTextTrack());
-    EXPECT_EQ(movie->AddSceneTracks(row.video, row.audio, row.third), MP4_NOT_FOUND) << row.what;
-    u32 count = 0;
-    EXPECT_EQ(movie->GetTrackCount(&count), MP4_OK);
-    EXPECT_EQ(count, 2u) << row.what;
+    EXPECT_EQ(movie->AddSceneTracks(video, audio, third), MP4_NOT_FOUND) << what;
+    EXPECT_EQ(Got(*movie, &CMp4File::GetTrackCount), 2u) << what;
   }
 }
 
@@ -181,12 +164,9 @@ TEST(SessionDescription, CarriesThePresentation) {
     if (row.video) video = AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, row.videoInfo);
     ASSERT_EQ(HintTrackOf(movie, video + (row.video ? 0 : audio), row.video ? MP4_HINT_VIDEO : MP4_HINT_AAC),
               MP4_OK);
-    u32 count = 0;
-    ASSERT_EQ(movie->GetTrackCount(&count), MP4_OK);
+    const u32 count = Got(*movie, &CMp4File::GetTrackCount);
     ASSERT_EQ(movie->AddSceneTracks(video, audio, 0), MP4_OK);
-    ASSERT_EQ(movie->Close(), MP4_OK);
-
-    const Bytes content = movie.Content();
+    const Bytes content = movie.Finish({});
     const auto object = [&](u16 id, u32 track) {
       if (track == 0) return Bytes();
       return Descriptor(1, Bytes().U16(static_cast<u64>(id << 6 | 0x1F)).Add(EsDescriptorOf(content, track)));
@@ -232,20 +212,16 @@ TEST(SessionDescription, NeedsAPresentationByTheTypeOfTheFile) {
 }
 
 TEST(SessionDescription, OfAKindOfItsOwnForEachHintTrack) {
-  const struct {
-    const char* what;
-    u32 kind, hintType;
-    Mp4Result result;
-  } cases[] = {
+  const std::tuple<const char*, u32, u32, Mp4Result> cases[] = {
       {"video as AAC", MP4_KIND_VIDEO, MP4_HINT_AAC, MP4_NOT_READY},
       {"video as LATM", MP4_KIND_VIDEO, MP4_HINT_LATM, MP4_BAD_ARGUMENT},
       {"sound as video", MP4_KIND_AUDIO, MP4_HINT_VIDEO, MP4_NOT_READY},
       {"sound as captions", MP4_KIND_AUDIO, MP4_HINT_CAPTION, MP4_NOT_READY},
       {"captions", MP4_KIND_TEXT, MP4_HINT_CAPTION, MP4_OK},
   };
-  for (const auto& row : cases) {
+  for (const auto& [what, kind, hintType, result] : cases) {
     WrittenMovie movie;
-    EXPECT_EQ(HintTrackOf(movie, AddMediaTrack(movie, row.kind), row.hintType), row.result) << row.what;
+    EXPECT_EQ(HintTrackOf(movie, AddMediaTrack(movie, kind), hintType), result) << what;
   }
 }
 
@@ -254,8 +230,7 @@ TEST(SessionDescription, HasAnswersForWhatPicturesDoNotTell) {
   WrittenMovie movie;
   const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO, 0);
   ASSERT_EQ(HintTrackOf(movie, video, MP4_HINT_VIDEO), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
-  const Bytes box = BoxAt(movie.Content(), "moov/trak/udta/hnti", 2);
+  const Bytes box = BoxAt(movie.Finish({}), "moov/trak/udta/hnti", 2);
   EXPECT_EQ(std::string(box.begin() + 16, box.end()),
             "m=video 0 RTP/AVP 96\r\nb=AS:0\r\na=rtpmap:96 MP4V-ES/90000\r\na=range:npt=0-4.0000\r\n"
             "a=control:trackID=2\r\na=cliprect:0,0,288,352\r\na=fmtp:96 profile-level-id=1;config=\r\n"
@@ -276,9 +251,8 @@ TEST(SessionDescription, IsComposedOnceHoweverOftenTheFileIsClosed) {
   }
   char text[2000] = "";
   ASSERT_EQ(movie->GetMovieSdp(text, sizeof text), MP4_OK);
-  ASSERT_EQ(movie->Close(), MP4_OK);
   EXPECT_EQ(std::string(text).rfind("a=control:*"), 0u) << text;
-  EXPECT_EQ(BoxAt(movie.Content(), "moov/udta/hnti/rtp "), Box("rtp ", Bytes().Text("sdp ").Text(text)));
+  EXPECT_EQ(BoxAt(movie.Finish({}), "moov/udta/hnti/rtp "), Box("rtp ", Bytes().Text("sdp ").Text(text)));
 }
 
 #endif

@@ -18,8 +18,9 @@ import shutil
 import subprocess
 import sys
 import tempfile
+from functools import partial
 
-from compare_with_ffprobe import ffprobe, media_files, packets_of, readable_copy, run, samples_of
+from compare_with_ffprobe import ffprobe, media_files, packets_of, readable_copy, run, run_jobs, samples_of
 
 WRITABLE = ["mpeg4", "aac", "h263", "amr_nb", "amr_wb"]
 TYPES = ["mp4", "3gp", "m4a"]
@@ -180,25 +181,15 @@ def compare_long_file(ktmp4, file, folder):
 
 def main():
     ktmp4, *names = sys.argv[1:]
-    failures = total = 0
     files = list(media_files(names))
-    jobs = [(file.name, compare_file, file) for file in files]
-    jobs += [("long file", compare_long_file, file) for file in files if file.name == "aac.m4a"]
-    jobs += [("captions", compare_captioned_file, file) for file in files if file.name == "bframes-aac.mp4"]
+    jobs = [(file.name, partial(compare_file, ktmp4, file)) for file in files]
+    jobs += [("long file", partial(compare_long_file, ktmp4, file)) for file in files if file.name == "aac.m4a"]
+    jobs += [
+        ("captions", partial(compare_captioned_file, ktmp4, file)) for file in files if file.name == "bframes-aac.mp4"
+    ]
     registry = tempfile.TemporaryDirectory()
     os.environ["GST_REGISTRY"] = registry.name + "/registry"
-    for name, job, file in jobs:
-        with tempfile.TemporaryDirectory() as folder:
-            try:
-                count = job(ktmp4, file, pathlib.Path(folder))
-                print(f"{name}: {count} packets agree")
-                total += count
-            except (AssertionError, RuntimeError, subprocess.TimeoutExpired) as problem:
-                print(f"{name}: {problem}")
-                failures += 1
-    if total == 0:
-        print("nothing was compared")
-    return 1 if failures or total == 0 else 0
+    return run_jobs(jobs, "packets")
 
 
 if __name__ == "__main__":

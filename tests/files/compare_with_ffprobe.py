@@ -17,6 +17,7 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+from functools import partial
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 MEDIA = {".mp4", ".3gp", ".m4a"}
@@ -135,21 +136,26 @@ def media_files(names):
         yield from (file for file in files if not file.name.startswith("refused"))
 
 
-def main():
-    ktmp4, *names = sys.argv[1:]
+def run_jobs(jobs, what):
+    """Runs (name, job) pairs, each with a folder of its own; a job gives how many things agree. The exit code."""
     failures = total = 0
-    for file in media_files(names):
+    for name, job in jobs:
         with tempfile.TemporaryDirectory() as folder:
             try:
-                count = compare_file(ktmp4, file, pathlib.Path(folder))
-                print(f"{file.name}: {count} samples agree")
+                count = job(pathlib.Path(folder))
+                print(f"{name}: {count} {what} agree")
                 total += count
-            except (AssertionError, RuntimeError) as problem:
-                print(f"{file.name}: {problem}")
+            except (AssertionError, RuntimeError, OSError, subprocess.TimeoutExpired) as problem:
+                print(f"{name}: {problem}")
                 failures += 1
     if total == 0:
         print("nothing was compared")
     return 1 if failures or total == 0 else 0
+
+
+def main():
+    ktmp4, *names = sys.argv[1:]
+    return run_jobs([(file.name, partial(compare_file, ktmp4, file)) for file in media_files(names)], "samples")
 
 
 if __name__ == "__main__":

@@ -19,8 +19,9 @@ import subprocess
 import sys
 import tempfile
 import time
+from functools import partial
 
-from compare_with_ffprobe import ffprobe, media_files, run, samples_of
+from compare_with_ffprobe import ffprobe, media_files, run, run_jobs, samples_of
 
 DEADLINE = 30  # seconds
 HINT = 3  # the kind of a hint track
@@ -408,18 +409,11 @@ def check_foreign(ktmp4, rtp_send, file, folder):
 
 def main():
     ktmp4, rtp_send, media = sys.argv[1:]
-    failures = 0
-    jobs = [(" ".join([case[0], *case[1]]), check_case, (pathlib.Path(media), *case)) for case in CASES]
-    jobs += [(file.name, check_foreign, (file,)) for file in media_files([]) if file.name.startswith("hinted-")]
-    for label, job, arguments in jobs:
-        with tempfile.TemporaryDirectory() as folder:
-            try:
-                count = job(ktmp4, rtp_send, *arguments, pathlib.Path(folder))
-                print(f"{label}: {count} packets")
-            except (AssertionError, RuntimeError, OSError, subprocess.TimeoutExpired) as problem:
-                print(f"{label}: {problem}")
-                failures += 1
-    return 1 if failures else 0
+    media = pathlib.Path(media)
+    jobs = [(" ".join([case[0], *case[1]]), partial(check_case, ktmp4, rtp_send, media, *case)) for case in CASES]
+    foreign = [file for file in media_files([]) if file.name.startswith("hinted-")]
+    jobs += [(file.name, partial(check_foreign, ktmp4, rtp_send, file)) for file in foreign]
+    return run_jobs(jobs, "packets")
 
 
 if __name__ == "__main__":

@@ -226,17 +226,9 @@ TEST(HintTrack, LeavesItsBoxesBehind) {
   EXPECT_EQ(hinted.HintBox("mdia/minf/hmhd"),
             FullBox("hmhd", 0, 0, Bytes().U16(301).U16(150).U32s({80 * 8, average, 0})));
   EXPECT_EQ(hinted.HintBox("tref"), Box("tref", {Box("hint", Bytes().U32(1))}));
-  EXPECT_EQ(hinted.HintBox("mdia/minf/stbl/stsd"),
-            FullBox("stsd", 0, 0,
-                    Bytes().U32(1).Add(Box("rtp ", Bytes()
-                                                       .Zeros(6)
-                                                       .U16(1)
-                                                       .U16(1)
-                                                       .U16(1)
-                                                       .U32(301)
-                                                       .Add(Box("tims", Bytes().U32(90000)))
-                                                       .Add(Box("tsro", Bytes().U32(0)))
-                                                       .Add(Box("snro", Bytes().U32(0)))))));
+  Bytes entry = Bytes().Zeros(6).U16(1).U16(1).U16(1).U32(301).Add(Box("tims", Bytes().U32(90000)));
+  entry.Add(Box("tsro", Bytes().U32(0))).Add(Box("snro", Bytes().U32(0)));
+  EXPECT_EQ(hinted.HintBox("mdia/minf/stbl/stsd"), Stsd({Box("rtp ", entry)}));
   EXPECT_EQ(Slice(hinted.HintBox("mdia/hdlr"), 16, 4), Bytes().Text("hint"));
   EXPECT_EQ(hinted.HintBox("mdia/minf/stbl/stss"), FullBox("stss", 0, 0, Bytes().U32(0)))
       << "no hint sample is a sync sample";
@@ -370,13 +362,9 @@ TEST(HintTrack, AnswersByItsState) {
   const std::string dump = testing::internal::GetCapturedStdout();
   EXPECT_EQ(dump.find("    Packet Count 1\n    {\n      Relative time: 0 "), 0u) << dump;
   EXPECT_TRUE(dump.ends_with("    }\n\n ------------------ \n")) << dump;
-  u64 time = 1;
-  u32 id = 0;
-  EXPECT_EQ(hint->GetPacketTime(1, &time), MP4_OK);
-  EXPECT_EQ(time, 0u);
-  EXPECT_EQ(hint->GetHintTrackId(&id), MP4_OK);
-  EXPECT_EQ(id, 2u);
-  EXPECT_EQ(hint->GetPacketTime(99, &time), MP4_NOT_FOUND);
+  EXPECT_EQ(Got(*hint, &CMp4HintTrack::GetPacketTime, 1u), 0u);
+  EXPECT_EQ(Got(*hint, &CMp4HintTrack::GetHintTrackId), 2u);
+  EXPECT_EQ(Ask(*hint, &CMp4HintTrack::GetPacketTime, 99u).result, MP4_NOT_FOUND);
   EXPECT_EQ(hint->DumpHintSample(0), MP4_ZERO_INDEX);
   EXPECT_EQ(file->CloseHintTrack(hint.get()), kReady) << "it is not being written";
   ASSERT_EQ(file->Close(), MP4_OK);
