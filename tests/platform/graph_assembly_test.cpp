@@ -125,41 +125,6 @@ Movie MovieWith(std::string_view tracks) {
   return movie;
 }
 
-/// The filters of a graph and how they hang together, in the order of their names: "A>B" for a connection,
-/// "A" for a filter that has none.
-std::string Describe(IGraphBuilder* graph) {
-  const auto nameOf = [](IBaseFilter* filter) {
-    FILTER_INFO info = {};
-    filter->QueryFilterInfo(&info);
-    if (info.pGraph != nullptr) info.pGraph->Release();
-    const std::wstring name = info.achName;
-    return std::string(name.begin(), name.end());
-  };
-  std::multiset<std::string> words;
-  ComPointer<IEnumFilters> filters;
-  graph->EnumFilters(filters.Put());
-  ComPointer<IBaseFilter> filter;
-  while (filters->Next(1, filter.Put(), nullptr) == S_OK) {
-    bool connected = false;
-    ComPointer<IEnumPins> pins;
-    if (FAILED(filter->EnumPins(pins.Put()))) continue;
-    ComPointer<IPin> pin;
-    ComPointer<IPin> peer;
-    while (pins->Next(1, pin.Put(), nullptr) == S_OK) {
-      if (FAILED(pin->ConnectedTo(peer.Put()))) continue;
-      connected = true;
-      PIN_INFO info = {};
-      peer->QueryPinInfo(&info);
-      if (info.dir == PINDIR_INPUT) words.insert(nameOf(filter.Get()) + ">" + nameOf(info.pFilter));
-      info.pFilter->Release();
-    }
-    if (!connected) words.insert(nameOf(filter.Get()));
-  }
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
-  return text;
-}
-
 /// A graph with a reader of a file, among stand-ins.
 class Assembly {
  public:
@@ -212,7 +177,7 @@ class Assembly {
     return results;
   }
   IGraphBuilder* Graph() const { return m_graph.Get(); }
-  std::string Text() const { return Describe(m_graph.Get()); }
+  std::string Text() const { return DescribeGraph(m_graph.Get()); }
 
  private:
   const TempFile m_file;

@@ -48,21 +48,6 @@ TEST_F(PlayingTest, DeliversWhatTheLibraryReadsButTheLastSample) {
   }
 }
 
-/// Wine's graph manager looks up what filter the ending of a name asks for, and then takes its own reader all
-/// the same. While this lives, asking for that reader leads to the filter.
-class ReaderReplacement {
- public:
-  ReaderReplacement() {
-    wchar_t text[40] = {};
-    StringFromGUID2(::CLSID_KtMp4FileReader, text, 40);
-    EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, kKey, nullptr, REG_SZ, text, 78), ERROR_SUCCESS);
-  }
-  ~ReaderReplacement() { RegDeleteKeyW(HKEY_CLASSES_ROOT, kKey); }
-
- private:
-  static constexpr const wchar_t* kKey = L"CLSID\\{E436EBB5-524F-11CE-9F53-0020AF0BA770}\\TreatAs";
-};
-
 // With the sinks in the graph as other filters would be.
 TEST_F(PlayingTest, RendersFiles) {
   const Deadline deadline("rendering real files");

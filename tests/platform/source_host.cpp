@@ -143,6 +143,19 @@ std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& w
   return samples;
 }
 
+static constexpr const wchar_t* kReaderReplacement =
+    L"CLSID\\{E436EBB5-524F-11CE-9F53-0020AF0BA770}\\TreatAs";
+
+ReaderReplacement::ReaderReplacement() {
+  wchar_t text[40] = {};
+  StringFromGUID2(::CLSID_KtMp4FileReader, text, 40);
+  EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, kReaderReplacement, nullptr, REG_SZ, text, 78), ERROR_SUCCESS);
+}
+
+ReaderReplacement::~ReaderReplacement() {
+  RegDeleteKeyW(HKEY_CLASSES_ROOT, kReaderReplacement);
+}
+
 PlayedSource::PlayedSource(const std::wstring& name, PlayScript script) {
   EXPECT_EQ(Make(), S_OK);
   EXPECT_EQ(Load(name), S_OK);

@@ -143,6 +143,16 @@ class PlayedSource {
   std::vector<End> m_sinks;
 };
 
+/// Wine's graph manager looks up what filter the ending of a name asks for, and then takes its own reader all
+/// the same. While this lives, asking for that reader leads to the filter.
+class ReaderReplacement {
+ public:
+  ReaderReplacement();
+  ReaderReplacement(const ReaderReplacement&) = delete;
+  ReaderReplacement& operator=(const ReaderReplacement&) = delete;
+  ~ReaderReplacement();
+};
+
 /// A test with the module registered, which leaves nothing of it behind.
 class SourceTest : public FrameTest {
  protected:

@@ -9,6 +9,7 @@
 #include <vmr9.h>
 
 #include <algorithm>
+#include <set>
 
 namespace kt::test {
 
@@ -246,6 +247,39 @@ StandInClass::StandInClass(REFCLSID clsid, std::optional<StandInScript> script) 
 
 StandInClass::~StandInClass() {
   CoRevokeClassObject(m_cookie);
+}
+
+std::string DescribeGraph(IGraphBuilder* graph) {
+  const auto nameOf = [](IBaseFilter* filter) {
+    FILTER_INFO info = {};
+    filter->QueryFilterInfo(&info);
+    if (info.pGraph != nullptr) info.pGraph->Release();
+    const std::wstring name = info.achName;
+    return std::string(name.begin(), name.end());
+  };
+  std::multiset<std::string> words;
+  ComPointer<IEnumFilters> filters;
+  graph->EnumFilters(filters.Put());
+  ComPointer<IBaseFilter> filter;
+  while (filters->Next(1, filter.Put(), nullptr) == S_OK) {
+    bool connected = false;
+    ComPointer<IEnumPins> pins;
+    if (FAILED(filter->EnumPins(pins.Put()))) continue;
+    ComPointer<IPin> pin;
+    ComPointer<IPin> peer;
+    while (pins->Next(1, pin.Put(), nullptr) == S_OK) {
+      if (FAILED(pin->ConnectedTo(peer.Put()))) continue;
+      connected = true;
+      PIN_INFO info = {};
+      peer->QueryPinInfo(&info);
+      if (info.dir == PINDIR_INPUT) words.insert(nameOf(filter.Get()) + ">" + nameOf(info.pFilter));
+      info.pFilter->Release();
+    }
+    if (!connected) words.insert(nameOf(filter.Get()));
+  }
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
 }
 
 }  // namespace kt::test

@@ -138,6 +138,10 @@ class StandInClass {
   DWORD m_cookie = 0;
 };
 
+/// The filters of a graph and how they hang together, in the order of their names: "A>B" for a connection,
+/// "A" for a filter that has none.
+std::string DescribeGraph(IGraphBuilder* graph);
+
 /// A type without a format.
 CMediaType PlainType(const GUID& major, const GUID& subtype);
 
