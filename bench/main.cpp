@@ -137,6 +137,17 @@ void RegisterRemux(const Plan& plan, const std::string& name, const std::string&
   });
 }
 
+// Hints of some kind stand in the file for nearly every sample; the two sides put other samples together.
+void RegisterHinting(const Plan& plan, const std::string& name, const std::string& film,
+                     const std::string& path, void (*remux)(const std::string&, const std::string&),
+                     const Tally& expected) {
+  Register(plan, name, [=](benchmark::State& state) {
+    for (auto _ : state) remux(film, path);
+    if (PeerCountSamples(path) < expected.samples * 3 / 2) state.SkipWithError("there are few hints");
+    state.SetItemsProcessed(static_cast<i64>(expected.samples) * state.iterations());
+  });
+}
+
 // The two sides have to write the same.
 void RegisterWriting(const Plan& plan, const std::string& film, const Tally& expected) {
   const std::string ours = plan.WrittenFile("ktmp4"), theirs = plan.WrittenFile("libavformat");
@@ -150,6 +161,9 @@ void RegisterWriting(const Plan& plan, const std::string& film, const Tally& exp
   RegisterWrite<CPeerWriter>(plan, "write/libavformat", theirs);
   RegisterRemux(plan, "remux/ktmp4", film, ours, OurRemux, expected);
   RegisterRemux(plan, "remux/libavformat", film, theirs, PeerRemux, expected);
+  RegisterHinting(plan, "hint/ktmp4", film, plan.WrittenFile("hinted-ktmp4"), OurHintedRemux, expected);
+  RegisterHinting(plan, "hint/libavformat", film, plan.WrittenFile("hinted-libavformat"), PeerHintedRemux,
+                  expected);
 }
 
 // Heap that stands when all samples are written and the file is still open.
@@ -218,6 +232,11 @@ void PrintComparison(const Plan& plan, const CRatioReporter& report, const std::
              kNano / plan.WrittenSound().samples, "ns/sample");
   PrintRatio("copy the film", median("remux/ktmp4"), median("remux/libavformat"), kNano / samples,
              "ns/sample");
+  PrintRatio("copy the film and hint it", median("hint/ktmp4"), median("hint/libavformat"), kNano / samples,
+             "ns/sample");
+  // The one side hints when all samples are written, the other as they come: what it takes beyond the copy.
+  PrintRatio("hint it, beyond the copy", median("hint/ktmp4") - median("remux/ktmp4"),
+             median("hint/libavformat") - median("remux/libavformat"), kNano / samples, "ns/sample");
   PrintRatio("heap while writing", static_cast<double>(HeapWhileWriting<COurWriter>(plan, "ktmp4")),
              static_cast<double>(HeapWhileWriting<CPeerWriter>(plan, "libavformat")), 1e-6, "MB");
 

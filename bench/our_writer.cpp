@@ -1,6 +1,7 @@
 #include "bench/our_writer.h"
 
 #include "bench/check.h"
+#include "hint/mp4_hint_track.h"
 
 namespace kt {
 namespace {
@@ -67,6 +68,33 @@ class CTrackCopy {
   std::vector<u8> m_buffer = std::vector<u8>(1 << 16);
 };
 
+void Hint(CMp4File& file, u32 media, u32 hintType) {
+  CMp4HintTrack* track = nullptr;
+  Check(file.AddHintTrack(&track, hintType), "AddHintTrack");
+  Check(track->AddReferencedTrack(media), "AddReferencedTrack");
+  Check(track->SetMaxPacketSize(1450), "SetMaxPacketSize");
+  Check(file.CloseHintTrack(track), "CloseHintTrack");
+}
+
+void Remux(const std::string& from, const std::string& to, bool hinted) {
+  const auto input = OpenFile(from, MP4_MODE_READ);
+  const auto output = OpenFile(to, MP4_MODE_WRITE);
+  CTrackCopy tracks[] = {{*input, *output, 1}, {*input, *output, 2}};
+  while (!tracks[0].IsComplete() || !tracks[1].IsComplete()) {
+    const bool second =
+        tracks[0].IsComplete() || (!tracks[1].IsComplete() && tracks[1].NextTime() < tracks[0].NextTime());
+    tracks[second ? 1 : 0].CopyNext();
+  }
+  for (CTrackCopy& track : tracks) track.Finish(*input, *output);
+  if (hinted) {
+    Check(output->AddSceneTracks(1, 2, 0), "AddSceneTracks");
+    Hint(*output, 1, MP4_HINT_VIDEO);
+    Hint(*output, 2, MP4_HINT_AAC);
+  }
+  Check(input->Close(), "Close");
+  Check(output->Close(), "Close");
+}
+
 }  // namespace
 
 COurWriter::COurWriter(const std::string& path) : m_file(OpenFile(path, MP4_MODE_WRITE)) {
@@ -91,17 +119,11 @@ void COurWriter::Finish() {
 }
 
 void OurRemux(const std::string& from, const std::string& to) {
-  const auto input = OpenFile(from, MP4_MODE_READ);
-  const auto output = OpenFile(to, MP4_MODE_WRITE);
-  CTrackCopy tracks[] = {{*input, *output, 1}, {*input, *output, 2}};
-  while (!tracks[0].IsComplete() || !tracks[1].IsComplete()) {
-    const bool second =
-        tracks[0].IsComplete() || (!tracks[1].IsComplete() && tracks[1].NextTime() < tracks[0].NextTime());
-    tracks[second ? 1 : 0].CopyNext();
-  }
-  for (CTrackCopy& track : tracks) track.Finish(*input, *output);
-  Check(input->Close(), "Close");
-  Check(output->Close(), "Close");
+  Remux(from, to, false);
+}
+
+void OurHintedRemux(const std::string& from, const std::string& to) {
+  Remux(from, to, true);
 }
 
 }  // namespace kt

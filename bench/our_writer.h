@@ -24,5 +24,7 @@ class COurWriter {
 
 /// Copies both tracks of the film, always the sample that is decoded first, with its sync flag.
 void OurRemux(const std::string& from, const std::string& to);
+/// The same, and then a hint track for each, with packets of 1450 bytes, and the tracks of the scene.
+void OurHintedRemux(const std::string& from, const std::string& to);
 
 }  // namespace kt

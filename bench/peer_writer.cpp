@@ -14,8 +14,9 @@ AVFormatContext* OpenOutput(const std::string& path) {
 }
 
 // Without the boxes and edits that this library does not write either.
-void WriteHeader(AVFormatContext* context) {
+void WriteHeader(AVFormatContext* context, bool hinted = false) {
   AVDictionary* options = nullptr;
+  if (hinted) av_dict_set(&options, "movflags", "rtphint", 0);
   av_dict_set(&options, "write_btrt", "0", 0);
   av_dict_set(&options, "use_editlist", "0", 0);
   CheckPeer(avformat_write_header(context, &options), "avformat_write_header");
@@ -25,6 +26,39 @@ void WriteHeader(AVFormatContext* context) {
 void CloseOutput(AVFormatContext* context) {
   avio_closep(&context->pb);
   avformat_free_context(context);
+}
+
+void Remux(const std::string& from, const std::string& to, bool hinted) {
+  AVFormatContext* input = avformat_alloc_context();
+  input->flags |= AVFMT_FLAG_NOPARSE;
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "ignore_editlist", "1", 0);
+  CheckPeer(avformat_open_input(&input, from.c_str(), nullptr, &options), from.c_str());
+  av_dict_free(&options);
+  AVFormatContext* output = OpenOutput(to);
+  for (unsigned i = 0; i < input->nb_streams; ++i) {
+    AVStream* stream = avformat_new_stream(output, nullptr);
+    CheckPeer(avcodec_parameters_copy(stream->codecpar, input->streams[i]->codecpar), "copying parameters");
+    stream->time_base = input->streams[i]->time_base;
+    if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && stream->codecpar->width == 0) {
+      // The muxer asks for a size that only a probe would find.
+      stream->codecpar->width = 640;
+      stream->codecpar->height = 360;
+    }
+  }
+  WriteHeader(output, hinted);
+  AVPacket* packet = av_packet_alloc();
+  while (av_read_frame(input, packet) >= 0) {
+    const int index = packet->stream_index;
+    av_packet_rescale_ts(packet, input->streams[index]->time_base, output->streams[index]->time_base);
+    packet->pos = -1;
+    CheckPeer(av_write_frame(output, packet), "av_write_frame");
+    av_packet_unref(packet);
+  }
+  av_packet_free(&packet);
+  CheckPeer(av_write_trailer(output), "av_write_trailer");
+  CloseOutput(output);
+  avformat_close_input(&input);
 }
 
 }  // namespace
@@ -69,36 +103,21 @@ void CPeerWriter::Finish() {
 }
 
 void PeerRemux(const std::string& from, const std::string& to) {
-  AVFormatContext* input = avformat_alloc_context();
-  input->flags |= AVFMT_FLAG_NOPARSE;
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "ignore_editlist", "1", 0);
-  CheckPeer(avformat_open_input(&input, from.c_str(), nullptr, &options), from.c_str());
-  av_dict_free(&options);
-  AVFormatContext* output = OpenOutput(to);
-  for (unsigned i = 0; i < input->nb_streams; ++i) {
-    AVStream* stream = avformat_new_stream(output, nullptr);
-    CheckPeer(avcodec_parameters_copy(stream->codecpar, input->streams[i]->codecpar), "copying parameters");
-    stream->time_base = input->streams[i]->time_base;
-    if (stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && stream->codecpar->width == 0) {
-      // The muxer asks for a size that only a probe would find.
-      stream->codecpar->width = 640;
-      stream->codecpar->height = 360;
-    }
-  }
-  WriteHeader(output);
-  AVPacket* packet = av_packet_alloc();
-  while (av_read_frame(input, packet) >= 0) {
-    const int index = packet->stream_index;
-    av_packet_rescale_ts(packet, input->streams[index]->time_base, output->streams[index]->time_base);
-    packet->pos = -1;
-    CheckPeer(av_write_frame(output, packet), "av_write_frame");
-    av_packet_unref(packet);
-  }
-  av_packet_free(&packet);
-  CheckPeer(av_write_trailer(output), "av_write_trailer");
-  CloseOutput(output);
-  avformat_close_input(&input);
+  Remux(from, to, false);
+}
+
+void PeerHintedRemux(const std::string& from, const std::string& to) {
+  Remux(from, to, true);
+}
+
+u64 PeerCountSamples(const std::string& file) {
+  AVFormatContext* context = nullptr;
+  CheckPeer(avformat_open_input(&context, file.c_str(), nullptr, nullptr), file.c_str());
+  u64 samples = 0;
+  for (unsigned i = 0; i < context->nb_streams; ++i)
+    samples += static_cast<u64>(context->streams[i]->nb_frames);
+  avformat_close_input(&context);
+  return samples;
 }
 
 }  // namespace kt

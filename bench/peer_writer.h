@@ -28,5 +28,9 @@ class CPeerWriter {
 
 /// Copies all streams, in the order in which av_read_frame gives the packets.
 void PeerRemux(const std::string& from, const std::string& to);
+/// The same with "-movflags rtphint", which hints each packet as it is written.
+void PeerHintedRemux(const std::string& from, const std::string& to);
+/// Samples of all tracks of a file, those of hints among them.
+u64 PeerCountSamples(const std::string& file);
 
 }  // namespace kt

@@ -135,6 +135,29 @@ void SavePlays(const std::filesystem::path& folder) {
   save("metadata-text", 0);
 }
 
+// The minor version chooses how to hint.
+void SaveHintings(const std::filesystem::path& folder) {
+  Movie movie;
+  movie.tracks = {Track(), Sound(AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, {0x12, 0x10}))),
+                  Other("text", Nmhd(), MpegEntry("ln21", Bytes().U8(0)))};
+  for (Track& track : movie.tracks) {
+    track.stsz = Stsz({3, 12, 70, 2, 600, 9, 9, 9});
+    track.stsc = Stsc({{1, 8}});
+    track.stts = Stts({{8, 33}});
+    track.chunkOffsets = Stco({24});
+  }
+  movie.mdat = Box("mdat", Bytes().Zeros(720));
+  const struct {
+    const char* name;
+    u32 choice;
+  } cases[] = {{"video-aac", 3}, {"latm", 0xB},    {"video-small-packets", 7},
+               {"captions", 0},  {"groups", 0x13}, {"3gp", 0x43}};
+  for (const auto& row : cases) {
+    movie.ftyp = Box("ftyp", Bytes().Text("isom").U32(row.choice));
+    Save(folder / row.name, movie.Build());
+  }
+}
+
 // The first byte tells the target what follows: even a descriptor, odd a command.
 void SaveDescriptors(const std::filesystem::path& folder) {
   const Bytes reference = Descriptor(15, Bytes().U16(1));
@@ -179,6 +202,7 @@ int main(int argc, char** argv) {
   }
   SaveFiles(std::filesystem::path(argv[1]) / "file");
   SavePlays(std::filesystem::path(argv[1]) / "play");
+  SaveHintings(std::filesystem::path(argv[1]) / "hinting");
   SaveDescriptors(std::filesystem::path(argv[1]) / "descriptor");
   SaveHintSamples(std::filesystem::path(argv[1]) / "hint_sample");
   return 0;

@@ -33,4 +33,11 @@ inline std::string NameOfFileWith(const u8* data, std::size_t size) {
   return "/proc/self/fd/" + std::to_string(file);
 }
 
+/// The name of another file in memory, to be written.
+inline std::string NameOfSecondFile() {
+  static const int file = memfd_create("ktmp4-fuzz-written", 0);
+  Require(file >= 0, "memory file");
+  return "/proc/self/fd/" + std::to_string(file);
+}
+
 }  // namespace kt::fuzz

@@ -27,7 +27,7 @@ std::string TextOf(const std::string& what, u64 fileSize,
   // The text is a part of the file, so that it cannot be longer.
   for (std::string text(1024, '\0');; text.resize(text.size() * 2)) {
     const Mp4Result result = get(text.data(), static_cast<u32>(text.size()));
-    if (result == MP4_OK) return text.c_str();
+    if (result == MP4_OK) return text.substr(0, text.find('\0'));
     if (result == MP4_NOT_FOUND) return {};
     if (result != MP4_BUFFER_TOO_SMALL || text.size() > fileSize) throw ResultFailure(what, result);
   }
