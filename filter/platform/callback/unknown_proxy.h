@@ -1,4 +1,4 @@
-/* What the platform's libraries have and generated code uses, but the headers of MinGW declare for C++ alone. */
+/* In the platform's libraries, used by generated code, but declared by the headers of MinGW for C++ alone. */
 #include <objbase.h>
 
 HRESULT STDMETHODCALLTYPE IUnknown_QueryInterface_Proxy(IUnknown* object, REFIID iid, void** face);
