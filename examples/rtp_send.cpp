@@ -4,10 +4,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <random>
@@ -30,16 +31,21 @@ using kt::u64;
 using kt::u8;
 using Bytes = std::vector<u8>;
 
+constexpr u16 kMostPort = 65535;
+constexpr double kMostRate = 1e6;
+constexpr double kLongestWait = 1e9;  // in seconds; more do not fit the clock
+
 struct Arguments {
   std::string file;
   std::string address = "127.0.0.1";
   u16 port = 5004;    // of the first stream; the others follow in steps of two
   double rate = 1.0;  // 0: as fast as it goes
-  bool printsSdp = false;
 };
 
 void Require(Mp4Result result, const std::string& what) {
-  if (result) throw std::runtime_error("cannot " + what + ": " + kt::Mp4ResultText(result));
+  if (!result) return;
+  throw std::runtime_error("cannot " + what + ": " + kt::Mp4ResultName(result) + ": " +
+                           kt::Mp4ResultText(result));
 }
 
 void PutBigEndian(Bytes& bytes, u64 value, unsigned width) {
@@ -130,6 +136,7 @@ class Stream {
     const std::unique_ptr<kt::CMp4HintTrack> owner(track);
     Require(m_hints.Track().GetSampleCount(&m_count), "count the hint samples");
     Require(m_hints.Track().GetTimeScale(&m_clock), "find the RTP clock");
+    if (m_clock == 0) throw std::runtime_error("hint track " + std::to_string(index) + " has no clock");
     u32 id = 0;
     // A hint track for RTP has one media track, or none when its own samples hold all that is sent.
     if (track->GetReferencedTrack(1, &id) == kt::MP4_OK)
@@ -234,33 +241,14 @@ std::vector<u32> HintTracks(kt::CMp4File& file) {
   return found;
 }
 
-// What players need to receive the packets: a session, then the blocks that the file holds, with their ports.
-void PrintSdp(kt::CMp4File& file, const Arguments& arguments) {
-  std::printf("v=0\r\no=- 0 0 IN IP4 %s\r\ns=rtp_send\r\nc=IN IP4 %s\r\nt=0 0\r\n", arguments.address.c_str(),
-              arguments.address.c_str());
-  std::vector<char> text(1 << 16);
-  if (file.GetMovieSdp(text.data(), static_cast<u32>(text.size())) == kt::MP4_OK)
-    std::fputs(text.data(), stdout);
-  unsigned port = arguments.port;
-  for (const u32 index : HintTracks(file)) {
-    kt::CMp4HintTrack* track = nullptr;
-    Require(file.OpenHintTrack(index, &track), "open hint track " + std::to_string(index));
-    const std::unique_ptr<kt::CMp4HintTrack> owner(track);
-    Require(track->GetTrackSdp(text.data(), static_cast<u32>(text.size())), "read the session description");
-    std::string block = text.data();
-    block.replace(block.find(" 0 "), 3, " " + std::to_string(port) + " ");
-    std::fputs(block.c_str(), stdout);
-    port += 2;
-  }
-}
-
 void Send(kt::CMp4File& file, const Arguments& arguments) {
   using Clock = std::chrono::steady_clock;
   std::vector<std::unique_ptr<Stream>> streams;
-  u16 port = arguments.port;
+  u32 port = arguments.port;
   for (const u32 index : HintTracks(file)) {
-    streams.push_back(std::make_unique<Stream>(file, index, arguments.address, port));
-    port = static_cast<u16>(port + 2);
+    if (port >= kMostPort) throw std::runtime_error("there are not enough ports from the first one on");
+    streams.push_back(std::make_unique<Stream>(file, index, arguments.address, static_cast<u16>(port)));
+    port += 2;
   }
   const Clock::time_point begin = Clock::now();
   for (;;) {
@@ -271,7 +259,7 @@ void Send(kt::CMp4File& file, const Arguments& arguments) {
     }
     if (next == nullptr) break;
     if (arguments.rate > 0) {
-      const std::chrono::duration<double> wait(next->NextTime() / arguments.rate);
+      const std::chrono::duration<double> wait(std::min(next->NextTime() / arguments.rate, kLongestWait));
       std::this_thread::sleep_until(begin + std::chrono::duration_cast<Clock::duration>(wait));
     }
     next->SendNext();
@@ -286,16 +274,21 @@ void Send(kt::CMp4File& file, const Arguments& arguments) {
   std::fprintf(stderr, "%llu packets sent\n", static_cast<unsigned long long>(packets));
 }
 
+// The whole word as a number from `least` to `most`.
+template <class Number>
+bool ParseNumber(const std::string& word, Number least, Number most, Number& number) {
+  const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
+  return error == std::errc() && end == word.data() + word.size() && number >= least && number <= most;
+}
+
 bool Parse(int argc, char** argv, Arguments& arguments) {
   for (int at = 1; at < argc; ++at) {
     const std::string word = argv[at];
     const bool hasValue = at + 1 < argc;
-    if (word == "--sdp") {
-      arguments.printsSdp = true;
-    } else if (word == "--rate" && hasValue) {
-      arguments.rate = std::atof(argv[++at]);
+    if (word == "--rate" && hasValue) {
+      if (!ParseNumber(argv[++at], 0.0, kMostRate, arguments.rate)) return false;
     } else if (word == "--port" && hasValue) {
-      arguments.port = static_cast<u16>(std::atoi(argv[++at]));
+      if (!ParseNumber<u16>(argv[++at], 1, kMostPort - 1, arguments.port)) return false;
     } else if (word == "--to" && hasValue) {
       arguments.address = argv[++at];
     } else if (arguments.file.empty() && !word.starts_with("--")) {
@@ -313,8 +306,7 @@ int main(int argc, char** argv) {
   Arguments arguments;
   if (!Parse(argc, argv, arguments)) {
     std::fprintf(stderr,
-                 "rtp_send [--sdp] [--to ADDRESS] [--port N] [--rate R] FILE\n"
-                 "  --sdp   print the session description for the same arguments, and send nothing\n"
+                 "rtp_send [--to ADDRESS] [--port N] [--rate R] FILE\n"
                  "  --to    an IPv4 address [127.0.0.1]\n"
                  "  --port  of the first hint track; the others follow in twos [5004]\n"
                  "  --rate  1 sends by the time stamps, 2 twice as fast, 0 as fast as it goes [1]\n");
@@ -325,7 +317,7 @@ int main(int argc, char** argv) {
     Require(kt::CreateMp4File(&made), "make a file object");
     const std::unique_ptr<kt::CMp4File> file(made);
     Require(file->Open(arguments.file.c_str(), kt::MP4_MODE_READ, kt::MP4_TYPE_MP4), "open the file");
-    arguments.printsSdp ? PrintSdp(*file, arguments) : Send(*file, arguments);
+    Send(*file, arguments);
     return 0;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s: %s\n", arguments.file.c_str(), failure.what());

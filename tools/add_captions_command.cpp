@@ -70,7 +70,7 @@ void AddAddCaptionsCommand(CLI::App& program) {
   const std::map<std::string, FrameRate> rates = {{"29.97", FrameRate::kNtsc}, {"30", FrameRate::kThirty}};
   command->add_option("--rate", arguments->rate, "Frames a second that the time codes count: 29.97 or 30")
       ->type_name("RATE")
-      ->transform(CLI::CheckedTransformer(rates).description(""));
+      ->transform(Words(rates));
   command->add_option("IN", arguments->file, "The file to copy")->required()->type_name("");
   command->add_option("CAPTIONS", arguments->captions, "The Scenarist caption file (.scc)")
       ->required()

@@ -31,7 +31,7 @@ void AddTypeOption(CLI::App& command, std::optional<u32>* type) {
       {"mp4", MP4_TYPE_MP4}, {"3gp", MP4_TYPE_3GP}, {"m4a", MP4_TYPE_M4A}};
   command.add_option("--type", *type, "The type of the new file: mp4, 3gp or m4a")
       ->type_name("TYPE")
-      ->transform(CLI::CheckedTransformer(types).description(""));
+      ->transform(Words(types));
 }
 
 void AddOutputArguments(CLI::App& command, std::string* output, bool* force) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -9,6 +10,18 @@
 namespace kt {
 
 // The arguments that several commands have.
+
+/// For an option that takes one of a few words, each of which stands for a value.
+template <class Value>
+CLI::Validator Words(const std::map<std::string, Value>& values) {
+  const auto replace = [values](std::string& word) {
+    const auto found = values.find(word);
+    if (found == values.end()) return word + " not in " + CLI::detail::generate_map(values, true);
+    word = std::to_string(static_cast<int>(found->second));
+    return std::string();
+  };
+  return CLI::Validator(replace, "");
+}
 
 void AddFileArgument(CLI::App& command, std::string* file);
 void AddTrackOption(CLI::App& command, u32* track);

@@ -199,7 +199,7 @@ void AddCaptionsCommand(CLI::App& program) {
       {"text", CaptionFormat::kText}, {"srt", CaptionFormat::kSrt}, {"scc", CaptionFormat::kScc}};
   command->add_option("--format", arguments->format, "What to print: text, srt or scc; text without it")
       ->type_name("FORMAT")
-      ->transform(CLI::CheckedTransformer(formats).description(""));
+      ->transform(Words(formats));
   AddTrackOption(*command, &arguments->track);
   AddFileArgument(*command, &arguments->file);
   command->footer(

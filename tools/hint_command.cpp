@@ -38,21 +38,23 @@ Scene SceneOf(const MovieCopy& copy) {
   return scene;
 }
 
-void RequireScene(const MovieCopy& copy, const Scene& scene) {
+void RequireScene(const MovieCopy& copy, const Scene& scene, const std::string& operation) {
   const std::string remedy = "; --type 3gp makes a file that does without";
   if (scene.video == 0 && scene.audio == 0) {
-    throw Failure("cannot make a hinted file of type mp4: it needs video or sound for its scene" + remedy);
+    throw Failure(operation + ": a file of type mp4 needs video or sound for its scene" + remedy);
   }
   for (const u32 index : {scene.video, scene.audio}) {
     if (index == 0) continue;
     const TrackCopy& track = *copy.Copies()[index - 1];
     if (track.Format() == MP4_FORMAT_MP4V || track.Format() == MP4_FORMAT_MP4A) continue;
-    throw Failure("cannot make a hinted file of type mp4: " + track.Name() +
-                  " (H.263 or AMR) has no ES descriptor, which its scene needs" + remedy);
+    throw Failure(operation + ": " + track.Name() +
+                  " (H.263 or AMR) has no ES descriptor, which the scene of a file of type mp4 needs" +
+                  remedy);
   }
 }
 
-std::vector<TrackHinting> PlanHints(const MovieCopy& copy, const HintWishes& wishes, const Notes& notes) {
+std::vector<TrackHinting> PlanHints(const MovieCopy& copy, const HintWishes& wishes,
+                                    const std::string& operation, const Notes& notes) {
   constexpr std::size_t kPayloadNumbers = 128 - 96;  // the dynamic ones
   std::vector<TrackHinting> plan;
   u32 index = 0;
@@ -67,7 +69,7 @@ std::vector<TrackHinting> PlanHints(const MovieCopy& copy, const HintWishes& wis
     if (const std::string loss = hinting.Loss(); !loss.empty()) notes(loss);
     plan.push_back(std::move(hinting));
   }
-  if (plan.empty()) throw Failure("there is no track that can be hinted");
+  if (plan.empty()) throw Failure(operation + ": there is no track that can be hinted");
   return plan;
 }
 
@@ -76,14 +78,15 @@ void Hint(const HintArguments& arguments) {
   MovieCopy copy(arguments.file, arguments.target, notes);
   copy.Choose({});
   copy.Examine();
-  const std::vector<TrackHinting> plan = PlanHints(copy, arguments.wishes, notes);
+  const std::string operation = "cannot hint " + Quoted(arguments.file);
+  const std::vector<TrackHinting> plan = PlanHints(copy, arguments.wishes, operation, notes);
   const bool hasScene = copy.Type() == MP4_TYPE_MP4;
   const Scene scene = SceneOf(copy);
-  if (hasScene) RequireScene(copy, scene);
+  if (hasScene) RequireScene(copy, scene, operation);
   copy.Write([&](CMp4File& output) {
     if (hasScene) {
       if (const Mp4Result result = output.AddSceneTracks(scene.video, scene.audio, scene.text)) {
-        throw ResultFailure("cannot add the tracks of the scene", result);
+        throw ResultFailure(operation + ": cannot add the tracks of its scene", result);
       }
     }
     for (const TrackHinting& hinting : plan) hinting.Add(output);
@@ -99,7 +102,7 @@ void AddHintCommand(CLI::App& program) {
   const std::map<std::string, bool> framings = {{"generic", false}, {"latm", true}};
   command->add_option("--aac", arguments->wishes.latm, "How AAC is packed: generic (AAC-hbr) or latm")
       ->type_name("FRAMING")
-      ->transform(CLI::CheckedTransformer(framings).description(""));
+      ->transform(Words(framings));
   command->add_option("--packet-size", arguments->wishes.packetSize, "Bytes of payload in a packet [500]")
       ->type_name("N")
       ->check(CLI::Range(16, 65535).description(""));

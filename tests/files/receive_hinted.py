@@ -5,8 +5,9 @@ usage: receive_hinted.py KTMP4 RTP_SEND MEDIA_FOLDER
 
 Real files are hinted in several ways. From the dump of the hints and the samples of the original the packets are put
 together here once more, and the sender's packets have to equal them, byte for byte and with the numbers of the session
-description. Files that another program has hinted, in the folder that KTMP4_CORPUS names, are sent as well. ffmpeg, given that description, has to hand back the hinted samples; what it cannot receive (captions,
-sound in fragments) is taken apart here. Every wait has a deadline.
+description, of which every line is checked. ffmpeg, given that description, has to hand back the hinted samples; what
+it cannot receive (captions, sound in fragments) is taken apart here. Files that another program has hinted, in the
+folder that KTMP4_CORPUS names, are sent as well. Every wait has a deadline.
 """
 
 import collections

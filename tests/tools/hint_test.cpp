@@ -72,6 +72,7 @@ TEST(Hint, SaysBeforehandWhatCannotBe) {
        "3569 bytes at most"},
       {"no room", {Aac(10)}, {"--packet-size", "3"}, 2, "", "--packet-size"},
       {"too many", {Aac(10)}, {"--samples-per-packet", "65"}, 2, "", "--samples-per-packet"},
+      {"no such framing", {Aac(10)}, {"--aac", "1"}, 2, "", "1 not in {generic,latm}"},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(row.what);
@@ -121,6 +122,8 @@ TEST(Sdp, FillsInPortsAndFindsNothingInAPlainFile) {
   EXPECT_NE(full.find("\r\nm=video 6000 RTP/AVP 96\r\n"), std::string::npos) << full;
   EXPECT_NE(full.find("\r\nm=audio 6002 RTP/AVP 97\r\n"), std::string::npos) << full;
   EXPECT_EQ(RunProgram({"sdp", "--port", "6000", hinted}).exitCode, 2);
+  ExpectRun({"sdp", "--full", "--port", "65533", hinted}, 1, {"no ports for 2"});
+  EXPECT_NE(ExpectRun({"sdp", "--full", "--port", "65532", hinted}).find("65534 RTP"), std::string::npos);
   const Outcome outcome = RunProgram({"sdp", Media("aac.m4a")});
   EXPECT_EQ(outcome.exitCode, 1);
   EXPECT_NE(outcome.err.find("no session description"), std::string::npos) << outcome.err;
