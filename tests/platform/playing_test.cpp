@@ -145,20 +145,5 @@ TEST_F(PlayingTest, PlaysTheFirst32OfManyTracks) {
   for (std::size_t pin = 0; pin < 32; ++pin) EXPECT_EQ(source.Taken(pin).size(), 3u) << pin;
 }
 
-// The host goes on living: each stream ends where its bytes do.
-TEST_F(PlayingTest, EndsWhenTheFileIsCutWhilePlaying) {
-  const Deadline deadline("a file that is cut");
-  NamedFile file(L"cut.mp4", ReadFile(MediaFile(L"ntsc-faststart.mp4")));
-  PlayedSource source(file.Name(), {.sink = {.m_receive = [&](ULONG number) {
-                                      if (number == 20) std::filesystem::resize_file(file.Path(), 30'000);
-                                      return S_OK;
-                                    }}});
-  source.PlayToEnd();
-  const std::size_t taken = source.Taken(0).size();
-  EXPECT_GE(taken, 20u);
-  EXPECT_LT(taken, 89u);
-  EXPECT_EQ(source.Sink(0).Count(SinkEvent::EndOfStream), 1u);
-}
-
 }  // namespace
 }  // namespace kt::test

@@ -1,0 +1,158 @@
+// The module over and over: what is made goes again, and what happens to a file leaves the host alive.
+
+#include <windows.h>
+
+#include <d3d9.h>
+#include <psapi.h>
+#include <strmif.h>
+#include <vmr9.h>
+
+#include "filter/platform/ktmp4source.h"
+#include "platform/reader_movie.h"
+#include "platform/source_host.h"
+
+namespace kt::test {
+namespace {
+
+using EnduranceTest = SourceTest;
+
+struct Use {
+  i64 handles = 0;
+  i64 bytes = 0;
+};
+
+// Wine does not count handles. New ones take the lowest numbers that are free, so the last of many tells how
+// many are in use.
+Use UseOfThisProcess() {
+  Use use;
+  std::vector<HANDLE> probes(1000);
+  for (HANDLE& probe : probes) {
+    probe = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    use.handles = std::max(use.handles, static_cast<i64>(reinterpret_cast<INT_PTR>(probe) / 4));
+  }
+  for (const HANDLE probe : probes) CloseHandle(probe);
+  PROCESS_MEMORY_COUNTERS memory = {};
+  memory.cb = sizeof memory;
+  EXPECT_TRUE(K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory));
+  use.bytes = static_cast<i64>(memory.WorkingSetSize);
+  EXPECT_GT(use.bytes, 0);
+  return use;
+}
+
+/// What two hundred of them add, once platform and heap have what they keep.
+template <class Cycle>
+Use GrowthOver(Cycle cycle) {
+  Use early;
+  for (int i = 0; i < 200; ++i) {
+    if (i == 50) early = UseOfThisProcess();
+    cycle(i);
+  }
+  const Use late = UseOfThisProcess();
+  return {late.handles - early.handles, late.bytes - early.bytes};
+}
+
+TEST_F(EnduranceTest, TwoHundredLivesLeaveNothing) {
+  const Deadline deadline("two hundred cycles", std::chrono::seconds(300));
+  // What the filter makes of the platform's: some of it loses memory and handles by itself.
+  const Use platform = GrowthOver([](int) {
+    HostGraph graph;
+    EXPECT_EQ(graph.Create(), S_OK);
+    for (const CLSID& renderer : {CLSID_VideoMixingRenderer, CLSID_VideoMixingRenderer9}) {
+      ComPointer<IBaseFilter> made;
+      CoCreateInstance(renderer, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter, made.PutVoid());
+    }
+  });
+  const std::wstring film = MediaFile(L"bframes-aac.mp4");
+  const Use ours = GrowthOver([&](int cycle) {
+    {
+      PlayedSource played(cycle % 2 == 0 ? film : UrlOf(film, L"&cc=on"));
+      EXPECT_TRUE(SUCCEEDED(played.Run()));
+      EXPECT_EQ(played.Seek(10'000'000 + cycle), S_OK);
+      if (cycle % 4 == 0) {
+        EXPECT_FALSE(played.TakenOfLastSegment(0).empty());
+      }
+      EXPECT_EQ(played.Stop(), S_OK);
+    }
+    EXPECT_TRUE(Eventually([&] { return m_module.CanUnload() == S_OK; })) << cycle;
+  });
+  EXPECT_LT(ours.handles, platform.handles + 20);
+  // A filter without its file takes 2 kB.
+  EXPECT_LT(ours.bytes, platform.bytes + 150 * 2000);
+}
+
+// Whatever becomes of the file, each stream ends once.
+TEST_F(EnduranceTest, AFileThatIsCutOrRemovedWhilePlayingEndsItsStreams) {
+  const Deadline deadline("files that change");
+  for (const bool isRemoved : {false, true}) {
+    NamedFile file(L"film.mp4", ReadFile(MediaFile(L"ntsc-faststart.mp4")));
+    PlayedSource source(file.Name(), {.sink = {.m_receive = [&](ULONG number) {
+                                        std::error_code refused;
+                                        if (number == 20 && isRemoved)
+                                          std::filesystem::remove(file.Path(), refused);
+                                        if (number == 20 && !isRemoved)
+                                          std::filesystem::resize_file(file.Path(), 30'000);
+                                        return S_OK;
+                                      }}});
+    source.PlayToEnd();
+    const std::size_t taken = source.Taken(0).size();
+    EXPECT_GE(taken, 20u);
+    // Who has a file open keeps what is in it.
+    EXPECT_EQ(taken == 89, isRemoved);
+    EXPECT_EQ(source.Sink(0).Count(SinkEvent::EndOfStream), 1u);
+    EXPECT_EQ(source.Seek(0), S_OK) << "the filter goes on answering";
+  }
+}
+
+struct Mode {
+  const wchar_t* parameters;
+  std::size_t pins;
+  /// Of the caption pin.
+  std::size_t samples, bytes;
+  bool hasCaptions;
+  bool isEmpty;
+};
+
+// What the switches of a URL make of captions, texts and samples.
+TEST_F(EnduranceTest, SwitchesDecideWhereTextsGo) {
+  const Deadline deadline("caption modes");
+  const ReaderMovie movie;
+  const Mode kModes[] = {
+      {L"", 3, kReaderSamples - 1, 2, false, false},
+      {L"&cc=off", 2, 0, 0, false, false},
+      {L"&cc=TEXT", 3, kReaderSamples - 1, 2, false, false},
+      {L"&cc=on_ovl", 3, kReaderSamples - 1, 2, false, false},
+      {L"&cc=other", 3, kReaderSamples - 1, 2, false, false},
+      // Decoded here, the last pair too.
+      {L"&cc=on", 3, kReaderSamples, 0, true, false},
+      {L"&cc=on&forextractoruse=1", 3, kReaderSamples, 0, true, true},
+  };
+  for (const Mode& mode : kModes) {
+    SCOPED_TRACE(mode.parameters);
+    PlayedSource played(movie.Url(mode.parameters));
+    ASSERT_EQ(played.Pins().size(), mode.pins);
+    const ComPointer<IMetadataStorage> storage = played.As<IMetadataStorage>();
+    EXPECT_EQ(storage->Enable(KTMP4_TEXT_CAPTIONS, 1), S_OK);
+    EXPECT_EQ(storage->Enable(KTMP4_TEXT_METADATA, 1), S_OK);
+    played.PlayToEnd();
+    const std::vector<TakenSample> video = played.Taken(0);
+    EXPECT_EQ(video.size(), kReaderSamples - 1);
+    for (const TakenSample& sample : video) EXPECT_EQ(sample.bytes.empty(), mode.isEmpty);
+    if (mode.pins == 3) {
+      EXPECT_EQ(played.Taken(2).size(), mode.samples);
+      for (const TakenSample& sample : played.Taken(2)) EXPECT_EQ(sample.bytes.size(), mode.bytes);
+    }
+    for (const auto type : {KTMP4_TEXT_CAPTIONS, KTMP4_TEXT_METADATA}) {
+      UINT64 time = 0;
+      char* text = nullptr;
+      const bool isDue = type == KTMP4_TEXT_METADATA || mode.hasCaptions;
+      EXPECT_EQ(storage->GetItem(type, &time, &text), isDue ? S_OK : S_FALSE) << type;
+      if (text) {
+        EXPECT_STREQ(text, type == KTMP4_TEXT_METADATA ? "Hello" : "Hi");
+      }
+      CoTaskMemFree(text);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kt::test
