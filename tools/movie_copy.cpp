@@ -119,6 +119,7 @@ void MovieCopy::Write(const std::function<void(CMp4File&)>& finish) {
   }
   OutputPlace place(m_target.name, m_inputNames);
   WriteTo(place, interrupts, finish);
+  RequireFree(m_target);  // what has come meanwhile is not replaced either
   place.Commit();
 }
 

@@ -43,6 +43,7 @@ OutputPlace::OutputPlace(const std::string& name, const std::vector<std::string>
   // Through a link the file itself is replaced, and not the link.
   std::error_code error;
   if (const fs::path real = fs::canonical(m_target, error); !error) m_target = real;
+  if (m_target.empty()) throw Failure(m_operation + ": the name is empty");
   if (!m_target.has_filename()) throw Failure(m_operation + ": it is the name of a directory");
   const fs::path partial = NameBeside(m_target);
   std::FILE* stream = std::fopen(partial.string().c_str(), "wb");

@@ -87,6 +87,23 @@ TEST(AddCaptions, FailuresLeaveNothingBehind) {
   EXPECT_EQ(file.folder.Names(), std::vector<std::string>{"in.scc"});
 }
 
+#ifndef _WIN32
+
+// Somebody else writes OUT while the captions are still awaited.
+TEST(AddCaptions, AFileThatComesMeanwhileStays) {
+  const TempFolder folder;
+  const std::string pipe = ShellWord(folder / "pipe"), out = folder / "out.mp4";
+  ExpectShell("(mkfifo " + pipe + "; " +
+                  CommandLine({"add-captions", Media("aac.m4a"), folder / "pipe", out}) + " & exec 3>" +
+                  pipe + "; echo other >" + ShellWord(out) +
+                  "; printf 'Scenarist_SCC V1.0\n\n00:00:01:00 9420\n' >&3; exec 3>&-; wait $!)",
+              1, {"--force"});
+  EXPECT_EQ(ReadText(out), "other\n");
+  EXPECT_EQ(folder.Names(), (std::vector<std::string>{"out.mp4", "pipe"}));
+}
+
+#endif
+
 TEST(CaptionsCommand, OfATrackThatAnotherProgramMade) {
   const TempFile file(
       CaptionMovie({ScriptLine(1, "{RCL}{RCL}Hi{EOC}{EOC}"), ScriptLine(2, "{EDM}")}).Build());

@@ -46,6 +46,7 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
       {{"samples", "--track", "4294967296", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"samples", "--track", "two", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"extract", "--track", "1", "a.mp4"}, "ktmp4 extract", "OUT"},
+      {{"remux", "--type", "1", "a", "b"}, "ktmp4 remux", "--type: 1 not in"},
       {{"play"}, "ktmp4 play", "FILE"},
   };
   for (const auto& [arguments, speaker, part] : rows) {

@@ -68,7 +68,8 @@ TEST(Remux, TheTypeIsAskedForOrFollowsTheName) {
     EXPECT_EQ(ReadText(folder / name).substr(8, 4), brand);
   }
   const TempFolder folder;
-  EXPECT_EQ(RunProgram({"remux", "--type", "avi", Media("aac.m4a"), folder / "a"}).exitCode, 2);
+  ExpectRun({"remux", "--type", "avi", Media("aac.m4a"), folder / "a"}, 2, {"avi"});
+  ExpectRun({"remux", Media("aac.m4a"), ""}, 1, {"cannot write \"\": the name is empty"});
   EXPECT_EQ(folder.Names(), std::vector<std::string>());
 }
 
