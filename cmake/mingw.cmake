@@ -10,7 +10,7 @@ set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
 
-# Windows 7 is the oldest system in mind.
+# Against the interfaces of Windows 7.
 add_compile_definitions(WINVER=0x0601 _WIN32_WINNT=0x0601)
 
 set(CMAKE_FIND_ROOT_PATH /usr/${KTMP4_MINGW_TRIPLE})

@@ -197,9 +197,4 @@ HRESULT CBaseFilter::NotifyEvent(long code, LONG_PTR first, LONG_PTR second) {
   return sink == nullptr ? E_NOTIMPL : sink->Notify(code, first, second);
 }
 
-IFilterGraph* CBaseFilter::Graph() {
-  const std::lock_guard lock(m_graphLock);
-  return m_graph;
-}
-
 }  // namespace kt

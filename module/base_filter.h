@@ -64,8 +64,6 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
   REFERENCE_TIME StreamTime();
   /// Tells the graph of an event. E_NOTIMPL outside a graph that takes events.
   HRESULT NotifyEvent(long code, LONG_PTR first, LONG_PTR second);
-  /// The graph, not counted: it outlives the filter's stay in it. Null outside.
-  IFilterGraph* Graph();
 
  protected:
   void IncrementPinVersion() { ++m_pinVersion; }

@@ -16,7 +16,8 @@ namespace {
 class CTypeItems {
  public:
   explicit CTypeItems(CBasePin& pin) : m_pin(&pin), m_keep(&pin) {}
-  ULONG Version() const { return m_pin->TypeVersion(); }
+  /// What a pin offers does not change.
+  ULONG Version() const { return 0; }
   HRESULT Probe(ULONG index) const {
     CMediaType type;
     return Ask(index, &type);

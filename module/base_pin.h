@@ -2,7 +2,6 @@
 
 #include <strmif.h>
 
-#include <atomic>
 #include <mutex>
 #include <string>
 
@@ -76,8 +75,6 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
   bool IsConnected() const;
   const std::wstring& Name() const { return m_name; }
   const std::wstring& Id() const { return m_id; }
-  /// Changes with the list of offered types.
-  ULONG TypeVersion() const { return m_typeVersion; }
 
  protected:
   CBaseFilter& Filter() const { return m_filter; }
@@ -86,7 +83,6 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
   IPin* Peer() const { return m_peer.Get(); }
   /// For a pin that accepts connections; null ends one.
   void SetPeer(IPin* peer);
-  void IncrementTypeVersion() { ++m_typeVersion; }
 
  private:
   HRESULT AgreeMediaType(IPin* peer, const AM_MEDIA_TYPE* wanted);
@@ -98,7 +94,6 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
   const PIN_DIRECTION m_direction;
   const std::wstring m_name;
   const std::wstring m_id;
-  std::atomic<ULONG> m_typeVersion{0};
 
   mutable std::mutex m_connectionLock;
   ComPointer<IPin> m_peer;

@@ -50,4 +50,13 @@ class ComPointer {
   Interface* m_object = nullptr;
 };
 
+/// Whether two interfaces lead to one object, which its identity tells.
+inline bool IsSameObject(IUnknown* one, IUnknown* other) {
+  ComPointer<IUnknown> identity;
+  ComPointer<IUnknown> otherIdentity;
+  return SUCCEEDED(one->QueryInterface(IID_IUnknown, identity.PutVoid())) &&
+         SUCCEEDED(other->QueryInterface(IID_IUnknown, otherIdentity.PutVoid())) &&
+         identity.Get() == otherIdentity.Get();
+}
+
 }  // namespace kt

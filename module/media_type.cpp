@@ -95,11 +95,6 @@ HRESULT CMediaType::SetFormat(const void* format, ULONG size) {
   return block != nullptr || size == 0 ? S_OK : E_OUTOFMEMORY;
 }
 
-void CMediaType::SetVariableSize() {
-  bFixedSizeSamples = FALSE;
-  lSampleSize = 0;
-}
-
 void CMediaType::Swap(CMediaType& other) noexcept {
   std::swap(static_cast<AM_MEDIA_TYPE&>(*this), static_cast<AM_MEDIA_TYPE&>(other));
 }

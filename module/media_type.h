@@ -31,8 +31,6 @@ class CMediaType : public AM_MEDIA_TYPE {
 
   /// Replaces the format block. E_OUTOFMEMORY leaves none.
   HRESULT SetFormat(const void* format, ULONG size);
-  /// Samples differ in size.
-  void SetVariableSize();
   void Swap(CMediaType& other) noexcept;
 
   /// The three identifiers and the bytes of the format are the same.

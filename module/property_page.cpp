@@ -66,7 +66,6 @@ HRESULT CBasePropertyPage::Activate(HWND parent, LPCRECT place, WINBOOL) {
 
 HRESULT CBasePropertyPage::Deactivate() {
   if (m_dialog == nullptr) return E_UNEXPECTED;
-  AtEdge([&] { return OnDeactivate(); });
   const HWND dialog = m_dialog;
   m_dialog = nullptr;
   SetWindowLongPtrW(dialog, GWLP_USERDATA, 0);
@@ -130,15 +129,11 @@ HRESULT CBasePropertyPage::Move(LPCRECT place) {
 }
 
 HRESULT CBasePropertyPage::IsPageDirty() {
-  return m_dirty ? S_OK : S_FALSE;
+  return S_FALSE;
 }
 
 HRESULT CBasePropertyPage::Apply() {
-  if (!m_objectSet || !m_site) return E_UNEXPECTED;
-  if (!m_dirty) return S_OK;
-  const HRESULT result = AtEdge([&] { return OnApplyChanges(); });
-  if (SUCCEEDED(result)) m_dirty = false;
-  return result;
+  return m_objectSet && m_site ? S_OK : E_UNEXPECTED;
 }
 
 HRESULT CBasePropertyPage::Help(LPCOLESTR) {
@@ -147,11 +142,6 @@ HRESULT CBasePropertyPage::Help(LPCOLESTR) {
 
 HRESULT CBasePropertyPage::TranslateAccelerator(MSG*) {
   return E_NOTIMPL;
-}
-
-void CBasePropertyPage::SetDirty() {
-  m_dirty = true;
-  if (m_site) m_site->OnStatusChange(PROPPAGESTATUS_DIRTY);
 }
 
 INT_PTR CBasePropertyPage::OnReceiveMessage(HWND, UINT, WPARAM, LPARAM) {

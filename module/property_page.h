@@ -9,7 +9,7 @@
 
 namespace kt {
 
-/// A property page that is a dialog of the module's resources.
+/// A property page that is a dialog of the module's resources and shows things; it changes none.
 ///
 /// Its owner's frame hands it one object, activates it, and takes both back; all on the frame's thread.
 class CBasePropertyPage : public CUnknown, public IPropertyPage {
@@ -39,15 +39,11 @@ class CBasePropertyPage : public CUnknown, public IPropertyPage {
   virtual HRESULT OnDisconnect() { return S_OK; }
   /// The dialog stands, and is about to be shown. A failure takes it away again.
   virtual HRESULT OnActivate() { return S_OK; }
-  virtual HRESULT OnDeactivate() { return S_OK; }
-  virtual HRESULT OnApplyChanges() { return S_OK; }
   /// A message of the dialog; TRUE when it was handled.
   virtual INT_PTR OnReceiveMessage(HWND dialog, UINT message, WPARAM wide, LPARAM extra);
 
   /// The dialog; null while the page is not active.
   HWND Dialog() const { return m_dialog; }
-  /// Tells the site that something is there to apply.
-  void SetDirty();
 
  private:
   static INT_PTR CALLBACK DialogProc(HWND dialog, UINT message, WPARAM wide, LPARAM extra);
@@ -58,7 +54,6 @@ class CBasePropertyPage : public CUnknown, public IPropertyPage {
   HWND m_dialog = nullptr;
   ComPointer<IPropertyPageSite> m_site;
   bool m_objectSet = false;
-  bool m_dirty = false;
 };
 
 }  // namespace kt

@@ -21,19 +21,17 @@ DWORD IndexOf(DWORD answer, DWORD count) {
 
 }  // namespace
 
-DWORD WaitServingCalls(std::span<const HANDLE> handles, DWORD milliseconds) {
+DWORD WaitServingCalls(std::span<const HANDLE> handles) {
   const DWORD count = static_cast<DWORD>(handles.size());
   const DWORD atOnce = WaitForMultipleObjects(count, handles.data(), FALSE, 0);
-  if (atOnce != WAIT_TIMEOUT || milliseconds == 0) return IndexOf(atOnce, count);
+  if (atOnce != WAIT_TIMEOUT) return IndexOf(atOnce, count);
   if (IsSingleThreadedApartment()) {
     DWORD index = 0;
     HANDLE own[MAXIMUM_WAIT_OBJECTS];
     for (DWORD i = 0; i < count; ++i) own[i] = handles[i];
-    const HRESULT waited = CoWaitForMultipleHandles(0, milliseconds, count, own, &index);
-    if (waited == S_OK) return IndexOf(index, count);
-    if (waited == RPC_S_CALLPENDING) return WAIT_TIMEOUT;
+    if (CoWaitForMultipleHandles(0, INFINITE, count, own, &index) == S_OK) return IndexOf(index, count);
   }
-  return IndexOf(WaitForMultipleObjects(count, handles.data(), FALSE, milliseconds), count);
+  return IndexOf(WaitForMultipleObjects(count, handles.data(), FALSE, INFINITE), count);
 }
 
 }  // namespace kt

@@ -49,8 +49,6 @@ class CAMThread {
   bool WaitForRequest(DWORD milliseconds) const;
   /// Answers the request.
   void Reply(HRESULT reply);
-  /// Signalled while a request waits for its reply.
-  HANDLE RequestEvent() const { return m_requestEvent; }
 
  private:
   static DWORD WINAPI Run(void* self);

@@ -19,7 +19,7 @@ using WorkerFinder = std::function<PinWorker*(CReaderPin& pin)>;
 /// in 100 ns units. They are measured on the first pin's track; what that can not tell, or any without a pin,
 /// is answered with False and stored as 0. A null output gives Pointer unless told otherwise.
 ///
-/// `SetPositions` and `GetPositions` are to be called under the filter's state lock, the others need none.
+/// `SetPositions` is to be called under the filter's state lock, the others need none.
 class FilterSeeking {
  public:
   explicit FilterSeeking(const CReaderSource& source) : m_source(source) {}

@@ -28,14 +28,6 @@ bool IsNtPlatform() {
   return GetVersionExA(&version) && version.dwPlatformId == VER_PLATFORM_WIN32_NT;
 }
 
-bool IsSameObject(IUnknown* a, IUnknown* b) {
-  ComPointer<IUnknown> identityOfA;
-  ComPointer<IUnknown> identityOfB;
-  return SUCCEEDED(a->QueryInterface(IID_IUnknown, identityOfA.PutVoid())) &&
-         SUCCEEDED(b->QueryInterface(IID_IUnknown, identityOfB.PutVoid())) &&
-         identityOfA.Get() == identityOfB.Get();
-}
-
 }  // namespace
 
 CUnknown* CMP4FileReaderFilter::CreateInstance(IUnknown* owner, HRESULT* result) {

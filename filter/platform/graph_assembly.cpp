@@ -71,14 +71,6 @@ Filter FindFilter(IGraphBuilder* graph, Matches matches) {
   return {};
 }
 
-bool IsSameObject(IUnknown* one, IUnknown* other) {
-  ComPointer<IUnknown> identity;
-  ComPointer<IUnknown> otherIdentity;
-  one->QueryInterface(IID_IUnknown, identity.PutVoid());
-  other->QueryInterface(IID_IUnknown, otherIdentity.PutVoid());
-  return identity.Get() == otherIdentity.Get();
-}
-
 std::vector<Pin> PinsOf(IBaseFilter* filter) {
   std::vector<Pin> pins;
   ComPointer<IEnumPins> enumerator;

@@ -33,7 +33,6 @@ class CCountingPin final : public CSourceStream {
 
   /// Goes on with this sample, at once when the worker runs.
   void Seek(ULONG number);
-  void OfferTypesAnew() { IncrementTypeVersion(); }
 
   /// Number of the sample that is due.
   std::atomic<ULONG> m_due{1};

@@ -296,6 +296,9 @@ TEST_F(FilterTest, OneGraphTakesOneReader) {
   EXPECT_EQ(second->Load(movie.Name().c_str(), nullptr), static_cast<HRESULT>(VFW_E_WRONG_STATE));
   EXPECT_EQ(second->GetPinCount(), 0u);
   EXPECT_EQ(first.m_builder->RemoveFilter(&*second), S_OK);
+  // A manager that lists the filter before it joins must not make it its own second.
+  EXPECT_EQ(first.Reader().JoinFilterGraph(first.m_builder.Get(), L"Again"), S_OK);
+  EXPECT_EQ(first.Reader().Load(movie.Name().c_str(), nullptr), S_OK);
 }
 
 // A person is told and asked; the other tracks are loaded when the answer has come.
