@@ -157,7 +157,6 @@ TEST_F(PagesTest, ShowWhatTheFileHas) {
   const Deadline deadline("the property pages", std::chrono::seconds(100));
   for (const PageRow& row : kRows) {
     PlayedSource source;
-    ASSERT_EQ(source.Make(), S_OK);
     EXPECT_TRUE(row.file == nullptr || source.Load(MediaFile(row.file)) == S_OK);
     Frame frame(source.Filter());
     EXPECT_EQ(frame.TabTitle(1), "Basic");
@@ -178,7 +177,6 @@ TEST_F(PagesTest, ShowWhatTheFileHas) {
 TEST_F(PagesTest, TheButtonsGoFromTrackToTrack) {
   const Deadline deadline("the buttons of a property page", std::chrono::seconds(100));
   PlayedSource source;
-  ASSERT_EQ(source.Make(), S_OK);
   ASSERT_EQ(source.Load(MediaFile(L"bframes-aac.mp4")), S_OK);
   Frame frame(source.Filter());
   const HWND page = frame.Page(1, LABEL_TRACK_COUNT);
@@ -195,7 +193,6 @@ TEST_F(PagesTest, TheButtonsGoFromTrackToTrack) {
 TEST_F(PagesTest, TellWhatTheFilterIs) {
   const Deadline deadline("the about page", std::chrono::seconds(100));
   PlayedSource source;
-  ASSERT_EQ(source.Make(), S_OK);
   Frame frame(source.Filter());
   EXPECT_EQ(frame.TabTitle(0), "About");
   const HWND page = frame.Page(0, CONTROL_LOGO);

@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-#include "filter/platform/ktmp4source.h"
+#include "platform/reader_movie.h"
 #include "platform/source_host.h"
 #include "support/movie_builder.h"
 
@@ -112,6 +112,8 @@ TEST_F(PlayingTest, LoadsNamesAndUrls) {
   const struct {
     std::wstring name;
     HRESULT result;
+    /// No name at all, which is not kept.
+    bool isNone = false;
   } kNames[] = {
       {film, S_OK},
       // Without the colon of the drive.
@@ -120,17 +122,45 @@ TEST_F(PlayingTest, LoadsNamesAndUrls) {
       {plain.Name(), S_OK},
       {accented.Name(), S_OK},
       {MediaFile(L"refused-btrt.mp4"), E_FAIL},
+      {film + L".missing", E_FAIL},
+      // Parameters belong to URLs, and the scheme in capitals is none.
+      {film + L"&cc=off", E_FAIL},
+      {L"KTMP4FILE://" + film, E_FAIL},
       {L"", E_FAIL},
-      {UrlOf(L""), E_FAIL},
+      {UrlOf(L""), E_FAIL, true},
       {std::wstring(255, L'x'), E_FAIL},
-      {std::wstring(100'000, L'\u00e4'), E_FAIL},
+      {std::wstring(256, L'x'), E_FAIL, true},
+      {std::wstring(100'000, L'\u00e4'), E_FAIL, true},
   };
   for (const auto& row : kNames) {
     SCOPED_TRACE(row.name.substr(0, 300));
     PlayedSource source;
-    ASSERT_EQ(source.Make(), S_OK);
     EXPECT_EQ(source.Load(row.name), row.result);
     EXPECT_EQ(source.Pins().size(), row.result == S_OK ? 2u : 0u);
+    wchar_t* name = nullptr;
+    AM_MEDIA_TYPE type = {};
+    type.lSampleSize = 5;
+    EXPECT_EQ(source.As<IFileSourceFilter>()->GetCurFile(&name, &type), S_OK);
+    EXPECT_EQ(std::wstring(name), row.isNone ? L"" : row.name);
+    EXPECT_EQ(type.lSampleSize, 0u);
+    CoTaskMemFree(name);
+  }
+  const ComPointer<IFileSourceFilter> loader = PlayedSource().As<IFileSourceFilter>();
+  EXPECT_EQ(loader->Load(nullptr, nullptr), E_FAIL);
+  EXPECT_EQ(loader->GetCurFile(nullptr, nullptr), E_POINTER);
+}
+
+TEST_F(PlayingTest, ASecondLoadLeavesTheFirstPinsWithoutATrack) {
+  const Deadline deadline("a second load");
+  const ReaderMovie movie;
+  PlayedSource played(movie.Name());
+  EXPECT_EQ(played.Load(movie.Url(L"&cc=off")), S_OK);
+  played.Connect();
+  ASSERT_EQ(played.Pins().size(), 5u);
+  played.PlayToEnd();
+  for (std::size_t pin = 0; pin < 5; ++pin) {
+    EXPECT_EQ(played.Taken(pin).size(), pin < 3 ? 0 : kReaderSamples - 1) << pin;
+    EXPECT_EQ(played.Sink(pin).Count(SinkEvent::EndOfStream), 1u) << pin;
   }
 }
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "filter/platform/ktmp4source.h"
 #include "platform/source_host.h"
 
 namespace kt::test {

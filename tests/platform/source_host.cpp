@@ -6,7 +6,6 @@
 #include <fstream>
 
 #include "engine/mp4_file.h"
-#include "filter/platform/ktmp4source.h"
 
 namespace kt::test {
 namespace {
@@ -156,65 +155,54 @@ ReaderReplacement::~ReaderReplacement() {
   RegDeleteKeyW(HKEY_CLASSES_ROOT, kReaderReplacement);
 }
 
-PlayedSource::PlayedSource(const std::wstring& name, PlayScript script) {
-  EXPECT_EQ(Make(), S_OK);
+PlayedSource::PlayedSource() {
+  EXPECT_EQ(m_graph.Create(), S_OK);
+  EXPECT_EQ(CoCreateInstance(::CLSID_KtMp4FileReader, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
+                             m_filter.PutVoid()),
+            S_OK);
+  EXPECT_EQ(m_graph.m_builder->AddFilter(m_filter.Get(), L"Source"), S_OK);
+}
+
+PlayedSource::PlayedSource(const std::wstring& name, PlayScript script) : PlayedSource() {
   EXPECT_EQ(Load(name), S_OK);
-  EXPECT_EQ(Connect(std::move(script)), S_OK);
+  Connect(std::move(script));
 }
 
 PlayedSource::~PlayedSource() {
-  if (m_graph.m_control) m_graph.m_control->Stop();
+  Stop();
 }
 
-HRESULT PlayedSource::Make() {
-  HRESULT result = m_graph.Create();
-  if (SUCCEEDED(result)) {
-    result = CoCreateInstance(::CLSID_KtMp4FileReader, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
-                              m_filter.PutVoid());
-  }
-  return FAILED(result) ? result : m_graph.m_builder->AddFilter(m_filter.Get(), L"Source");
-}
-
-HRESULT PlayedSource::Load(const std::wstring& name) {
-  return As<IFileSourceFilter>()->Load(name.c_str(), nullptr);
-}
-
-HRESULT PlayedSource::Connect(PlayScript script) {
+void PlayedSource::Connect(PlayScript script) {
   for (const ComPointer<IPin>& pin : Pins()) {
     ComPointer<IPin> peer;
     if (pin->ConnectedTo(peer.Put()) == S_OK) continue;
-    End end;
-    end.recorded = std::make_shared<Recorded>();
+    End& end = m_sinks.emplace_back();
     SinkScript sink = script.sink;
     sink.m_look = [recorded = end.recorded](IMediaSample* sample) {
       const std::lock_guard lock(recorded->lock);
       recorded->samples.push_back(Look(sample));
     };
     end.sink = std::make_unique<Held<CRecordingSink>>(sink);
-    HRESULT result = m_graph.m_builder->AddFilter(&**end.sink, L"Sink");
-    if (FAILED(result)) return result;
+    EXPECT_EQ(m_graph.m_builder->AddFilter(&**end.sink, nullptr), S_OK);
     ComPointer<IEnumMediaTypes> types;
     AM_MEDIA_TYPE* type = nullptr;
-    result = pin->EnumMediaTypes(types.Put());
-    if (SUCCEEDED(result) && script.typePosition > 0) result = types->Skip(script.typePosition);
-    if (SUCCEEDED(result)) result = types->Next(1, &type, nullptr);
-    if (result == S_OK) result = m_graph.m_builder->ConnectDirect(pin.Get(), &(*end.sink)->Pin(), type);
+    EXPECT_EQ(pin->EnumMediaTypes(types.Put()), S_OK);
+    EXPECT_EQ(types->Skip(script.typePosition), S_OK);
+    EXPECT_EQ(types->Next(1, &type, nullptr), S_OK);
+    EXPECT_EQ(m_graph.m_builder->ConnectDirect(pin.Get(), &(*end.sink)->Pin(), type), S_OK);
     DeleteMediaType(type);
-    m_sinks.push_back(std::move(end));
-    if (result != S_OK) return result;
   }
-  return S_OK;
 }
 
 void PlayedSource::PlayToEnd() {
-  EXPECT_TRUE(SUCCEEDED(Run()));
+  Run();
   EXPECT_TRUE(m_graph.Comes(EC_COMPLETE));
-  EXPECT_EQ(Stop(), S_OK);
+  Stop();
 }
 
-HRESULT PlayedSource::Seek(i64 position, const i64* stop) {
+HRESULT PlayedSource::Seek(i64 position, const i64* stop, std::size_t pin) {
   ComPointer<IMediaSeeking> seeking;
-  const HRESULT result = Pins().at(0).Query(&seeking);
+  const HRESULT result = Pins().at(pin).Query(&seeking);
   if (FAILED(result)) return result;
   i64 end = stop != nullptr ? *stop : 0;
   return seeking->SetPositions(

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/types.h"
+#include "filter/platform/ktmp4source.h"
 #include "module/frame_test.h"
 #include "module/host_graph.h"
 #include "support/temp_file.h"
@@ -90,28 +91,27 @@ struct PlayScript {
   ULONG typePosition = 0;
 };
 
-/// A graph with the filter, made by its class, and a sink at each of its pins.
+/// A graph with the filter, made by its class. What no test expects to fail is a failure of the test.
 class PlayedSource {
  public:
-  PlayedSource() = default;
+  PlayedSource();
+  /// The same with a file loaded and a sink at each pin.
   PlayedSource(const std::wstring& name, PlayScript script = {});
   PlayedSource(const PlayedSource&) = delete;
   PlayedSource& operator=(const PlayedSource&) = delete;
   ~PlayedSource();
 
-  /// Makes the filter and joins it to the graph.
-  HRESULT Make();
-  HRESULT Load(const std::wstring& name);
+  HRESULT Load(const std::wstring& name) { return As<IFileSourceFilter>()->Load(name.c_str(), nullptr); }
   /// Gives each unconnected pin a sink.
-  HRESULT Connect(PlayScript script = {});
+  void Connect(PlayScript script = {});
 
-  HRESULT Run() { return m_graph.m_control->Run(); }
-  HRESULT Pause() { return m_graph.m_control->Pause(); }
-  HRESULT Stop() { return m_graph.m_control->Stop(); }
+  void Run() { EXPECT_TRUE(SUCCEEDED(m_graph.m_control->Run())); }
+  void Pause() { EXPECT_TRUE(SUCCEEDED(m_graph.m_control->Pause())); }
+  void Stop() { EXPECT_EQ(m_graph.m_control->Stop(), S_OK); }
   /// From start to end, and stopped.
   void PlayToEnd();
-  /// Seeks as a renderer does: by the source's first pin.
-  HRESULT Seek(i64 position, const i64* stop = nullptr);
+  /// Seeks as a renderer does: by a pin of the source.
+  HRESULT Seek(i64 position, const i64* stop = nullptr, std::size_t pin = 0);
 
   HostGraph& Graph() { return m_graph; }
   IBaseFilter* Filter() { return m_filter.Get(); }
@@ -134,7 +134,7 @@ class PlayedSource {
     std::vector<TakenSample> samples;
   };
   struct End {
-    std::shared_ptr<Recorded> recorded;
+    std::shared_ptr<Recorded> recorded = std::make_shared<Recorded>();
     std::unique_ptr<Held<CRecordingSink>> sink;
   };
 

@@ -1,6 +1,8 @@
 // How texts come to an application: by its callback behind a file mapping, by queues and by events.
 
 #include <objbase.h>
+#include <process.h>
+#include <vfwmsgs.h>
 
 #include <cstring>
 #include <mutex>
@@ -8,8 +10,8 @@
 
 #include "filter/platform/code_page.h"
 #include "filter/platform/marshall_object.h"
-#include "platform/played_reader.h"
 #include "platform/reader_movie.h"
+#include "platform/source_host.h"
 
 namespace kt::test {
 namespace {
@@ -108,28 +110,36 @@ class CallbackProxies {
   bool m_registered = false;
 };
 
-class TextRoadsTest : public FrameTest {};
+class TextRoadsTest : public SourceTest {
+ protected:
+  void SetUp() override {
+    SourceTest::SetUp();
+    if (!m_proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
+  }
+
+ private:
+  const CallbackProxies m_proxies;
+};
+
+/// What a process of its own does for one of the tests; that one knows how to marshal.
+using TextRoadsAloneTest = SourceTest;
 
 TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
   const Deadline deadline("play with texts");
-  const CallbackProxies proxies;
-  if (!proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
   const ReaderMovie movie;
   Held<Callback> callback;
   const CallbackMapping mapping(&*callback);
   {
-    PlayedReader played(mapping.Url(movie));
-    played.Connect();
-    ComPointer<IMetadataStorage> storage;
-    ASSERT_EQ(played.Reader().QueryInterface(__uuidof(IMetadataStorage), storage.PutVoid()), S_OK);
+    PlayedSource played(mapping.Url(movie));
+    const ComPointer<IMetadataStorage> storage = played.As<IMetadataStorage>();
     EXPECT_EQ(storage->Enable(KTMP4_TEXT_CAPTIONS, 1), S_OK);
     EXPECT_EQ(storage->Enable(KTMP4_TEXT_METADATA, 1), S_OK);
 
-    EXPECT_TRUE(SUCCEEDED(played.m_control->Run()));
+    played.Run();
     int rows = 0;
     int metadata = 0;
     std::vector<std::wstring> screens;
-    EXPECT_TRUE(played.Comes(EC_COMPLETE, [&](long code, LONG_PTR first, LONG_PTR second) {
+    EXPECT_TRUE(played.Graph().Comes(EC_COMPLETE, [&](long code, LONG_PTR first, LONG_PTR second) {
       const auto text = [](LONG_PTR parameter) { return std::wstring(reinterpret_cast<BSTR>(parameter)); };
       if (code == EC_KTMP4_CAPTION) ++rows;
       if (code == EC_KTMP4_METADATA) ++metadata;
@@ -187,32 +197,28 @@ bool ServeUntil(Callback& callback, std::ptrdiff_t times) {
 // meanwhile has to come again later.
 TEST_F(TextRoadsTest, ACallbackThatIsDueDoesNotBlockAStopOrASeek) {
   const Deadline deadline("stop and seek with a callback due");
-  const CallbackProxies proxies;
-  if (!proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
   const ReaderMovie movie;
   OnApartmentThread([&] {
     for (const bool seeks : {false, true}) {
       Held<Callback> callback;
       {
         const CallbackMapping mapping(static_cast<ICaptionCallback*>(&*callback));
-        PlayedReader played(mapping.Url(movie));
-        played.Connect();
-        LONGLONG begin = 0;
-        const auto seek = [&] {
-          return played.Reader().SetPositions(&begin, AM_SEEKING_AbsolutePositioning, nullptr, 0);
-        };
+        PlayedSource played(mapping.Url(movie));
+        const auto seek = [&] { return played.Seek(0); };
         HRESULT inside = S_OK;
         callback->m_onText = [&] { inside = seek(); };
-        EXPECT_TRUE(SUCCEEDED(played.m_control->Run()));
+        played.Run();
         // Nobody serves calls here.
         Sleep(500);
         EXPECT_FALSE(callback->HasCome(kAllTexts[0]));
         EXPECT_EQ(seeks ? seek() : S_OK, S_OK);
-        EXPECT_EQ(played.Reader().Stop(), S_OK);
+        EXPECT_EQ(played.Filter()->Stop(), S_OK);
         EXPECT_TRUE(callback->HasCome(kAllTexts[0]));
         EXPECT_EQ(inside, static_cast<HRESULT>(VFW_E_WRONG_STATE));
-        EXPECT_EQ(played.Reader().State(), State_Stopped);
-        EXPECT_TRUE(SUCCEEDED(played.m_control->Stop()));
+        FILTER_STATE state = State_Running;
+        EXPECT_EQ(played.Filter()->GetState(0, &state), S_OK);
+        EXPECT_EQ(state, State_Stopped);
+        played.Stop();
       }
       CoDisconnectObject(static_cast<ICaptionCallback*>(&*callback), 0);
     }
@@ -220,41 +226,27 @@ TEST_F(TextRoadsTest, ACallbackThatIsDueDoesNotBlockAStopOrASeek) {
 }
 
 /// Runs a test of this program in a process of its own, and gives its exit code.
-DWORD RunAlone(const std::wstring& test) {
-  std::wstring command =
-      L"\"" + ModulePath() + L"\" --gtest_also_run_disabled_tests --gtest_filter=TextRoadsTest." + test;
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process = {};
-  DWORD exitCode = 1;
-  if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                      &process)) {
-    return exitCode;
-  }
-  WaitForSingleObject(process.hProcess, INFINITE);
-  EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &exitCode));
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
-  return exitCode;
+intptr_t RunAlone(const wchar_t* test) {
+  const std::wstring quoted = L"\"" + ModulePath() + L"\"";
+  return _wspawnl(_P_WAIT, ModulePath().c_str(), quoted.c_str(), L"--gtest_also_run_disabled_tests",
+                  (L"--gtest_filter=TextRoadsAloneTest.DISABLED_" + std::wstring(test)).c_str(), nullptr);
 }
 
 // All threads that have seen the callback end with the first play. Alone: once a callback has been found, a
 // process keeps the apartment.
-TEST_F(TextRoadsTest, DISABLED_PlaysTwiceOnAThreadOfAnApartment) {
+TEST_F(TextRoadsAloneTest, DISABLED_PlaysTwiceOnAThreadOfAnApartment) {
   const Deadline deadline("two plays on a thread of an apartment");
   const ReaderMovie movie;
   OnApartmentThread([&] {
     Held<Callback> callback;
     {
       const CallbackMapping mapping(&*callback);
-      PlayedReader played(mapping.Url(movie));
-      played.Connect();
+      PlayedSource played(mapping.Url(movie));
       for (std::ptrdiff_t round = 1; round <= 2; ++round) {
-        EXPECT_TRUE(SUCCEEDED(played.m_control->Run()));
+        played.Run();
         EXPECT_TRUE(ServeUntil(*callback, round));
-        EXPECT_TRUE(SUCCEEDED(played.m_control->Stop()));
-        LONGLONG begin = 0;
-        EXPECT_EQ(played.Reader().SetPositions(&begin, AM_SEEKING_AbsolutePositioning, nullptr, 0), S_OK);
+        played.Stop();
+        EXPECT_EQ(played.Seek(0), S_OK);
       }
     }
     CoDisconnectObject(static_cast<ICaptionCallback*>(&*callback), 0);
@@ -262,37 +254,32 @@ TEST_F(TextRoadsTest, DISABLED_PlaysTwiceOnAThreadOfAnApartment) {
 }
 
 TEST_F(TextRoadsTest, TheCallbackOutlivesTheWorkers) {
-  const CallbackProxies proxies;
-  if (!proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
-  EXPECT_EQ(RunAlone(L"DISABLED_PlaysTwiceOnAThreadOfAnApartment"), 0u);
+  EXPECT_EQ(RunAlone(L"PlaysTwiceOnAThreadOfAnApartment"), 0);
 }
 
 constexpr const wchar_t* kPlayedUrl = L"KTMP4_TEST_URL";
 
 // Started by the test below, as a process of its own.
-TEST_F(TextRoadsTest, DISABLED_PlaysAUrl) {
+TEST_F(TextRoadsAloneTest, DISABLED_PlaysAUrl) {
   wchar_t url[400] = {};
   ASSERT_NE(GetEnvironmentVariableW(kPlayedUrl, url, 400), 0u);
-  PlayedReader played(url);
-  played.Connect();
-  EXPECT_TRUE(SUCCEEDED(played.m_control->Run()));
-  EXPECT_TRUE(played.Comes(EC_COMPLETE));
+  PlayedSource played(url);
+  played.Run();
+  EXPECT_TRUE(played.Graph().Comes(EC_COMPLETE));
 }
 
 TEST_F(TextRoadsTest, TheCallbackIsCalledFromAnotherProcess) {
   const Deadline deadline("play in another process");
-  const CallbackProxies proxies;
-  if (!proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
   const ReaderMovie movie;
   Held<Callback> callback;
   const CallbackMapping mapping(&*callback);
   SetEnvironmentVariableW(kPlayedUrl, mapping.Url(movie).c_str());
-  EXPECT_EQ(RunAlone(L"DISABLED_PlaysAUrl"), 0u);
+  EXPECT_EQ(RunAlone(L"PlaysAUrl"), 0);
   EXPECT_EQ(callback->Texts(), kAllTexts);
   CoDisconnectObject(static_cast<ICaptionCallback*>(&*callback), 0);
 }
 
-TEST_F(TextRoadsTest, TheMappingIsAStreamWithAnEnd) {
+TEST(MarshallObjectTest, TheMappingIsAStreamWithAnEnd) {
   bool ok = true;
   CMarshallObject missing("ktmp4-test-nobody-made-this", false, &ok);
   EXPECT_FALSE(ok);
