@@ -120,7 +120,9 @@ TEST_F(FilterTest, PinsOfferAndTakeTheirTypes) {
       EXPECT_EQ(type->majortype, i == 2 && position == 1 ? ::MEDIATYPE_Text : row.major);
       EXPECT_EQ(type->subtype, row.subtypes[position]);
       EXPECT_EQ(type->formattype, row.format);
-      EXPECT_EQ(type->cbFormat, row.formatSize);
+      ASSERT_EQ(type->cbFormat, row.formatSize);
+      // The set-up of the decoder stands at the end.
+      EXPECT_TRUE(i == 2 || std::memcmp(type->pbFormat + type->cbFormat - 2, kReaderInfo, 2) == 0);
       EXPECT_EQ(type->bFixedSizeSamples, i == 2);
       EXPECT_EQ(type->bTemporalCompression, i == 0);
       EXPECT_EQ(pins[i]->QueryAccept(type), S_OK);

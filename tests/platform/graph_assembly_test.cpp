@@ -49,21 +49,16 @@ struct PartRow {
 };
 
 const std::vector<PartRow>& Parts() {
+  const GUID kCaptions = ::MEDIATYPE_AUXLine21Data, kVideo = ::MEDIATYPE_Video;
+  const std::vector<GUID> kMixer9 = {__uuidof(IVMRDeinterlaceControl9), __uuidof(IVMRFilterConfig9)};
+  const std::vector<GUID> kMixer7 = {IID_IVMRDeinterlaceControl, IID_IVMRFilterConfig};
   static const std::vector<PartRow> kParts = {
-      {Part::Vmr9,
-       CLSID_VideoMixingRenderer9,
-       {kPicture},
-       false,
-       {__uuidof(IVMRDeinterlaceControl9), __uuidof(IVMRFilterConfig9)}},
-      {Part::Vmr7,
-       CLSID_VideoMixingRenderer,
-       {kPicture, ::MEDIATYPE_AUXLine21Data},
-       false,
-       {IID_IVMRDeinterlaceControl, IID_IVMRFilterConfig}},
-      {Part::Overlay, CLSID_OverlayMixer, {kPicture, ::MEDIATYPE_AUXLine21Data}, true, {}},
-      {Part::Decoder, ToPlatform(CLSID_KtMp4Decoder), {::MEDIATYPE_Video}, true, {}},
-      {Part::Line21, CLSID_Line21Decoder, {::MEDIATYPE_AUXLine21Data}, true, {}},
-      {Part::Line21Two, CLSID_Line21Decoder2, {::MEDIATYPE_AUXLine21Data}, true, {}},
+      {Part::Vmr9, CLSID_VideoMixingRenderer9, {kPicture}, false, kMixer9},
+      {Part::Vmr7, CLSID_VideoMixingRenderer, {kPicture, kCaptions}, false, kMixer7},
+      {Part::Overlay, CLSID_OverlayMixer, {kPicture, kCaptions}, true, {}},
+      {Part::Decoder, ToPlatform(CLSID_KtMp4Decoder), {kVideo}, true, {}},
+      {Part::Line21, CLSID_Line21Decoder, {kCaptions}, true, {}},
+      {Part::Line21Two, CLSID_Line21Decoder2, {kCaptions}, true, {}},
       {Part::Video, CLSID_VideoRenderer, {kPicture}, false, {}},
       {Part::Sound, CLSID_DSoundRender, {::MEDIATYPE_Audio}, false, {}},
   };
@@ -186,7 +181,7 @@ class Assembly {
   ComPointer<IGraphBuilder> m_graph;
 };
 
-class GraphAssemblyTest : public FrameTest {};
+using GraphAssemblyTest = FrameTest;
 
 struct AssemblyRow {
   const char* what;
@@ -202,152 +197,78 @@ using enum Fault;
 
 // The parts of a name that a graph shows differ by the stage: "Video Renderer-7" is the shared renderer,
 // "Video Renderer" what takes its place.
-const AssemblyRow kRows[] = {
-    {"sound", "a", {}, "ok", "Reader>Default DirectSound Device"},
-    {"sound, no device", "a", {{Sound, Missing}}, "80040111", "Reader"},
-    {"two sounds: one device", "aa", {}, "ok 80040218", "Reader>Default DirectSound Device"},
+constexpr const char* kOnVmr9 = "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Spare";
+constexpr const char* kOnVmr7 = "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare";
+constexpr const char* kOnOverlay = "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder";
+constexpr const char* kOnSpare = "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder";
+constexpr const char* kBothOnVmr9 =
+    "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
+    "Reader>Mpeg-4 Decoder, Spare";
+constexpr const char* kBothOnShared7 =
+    "Mpeg-4 Decoder>Video Renderer-7, Reader>Mpeg-4 Decoder, Reader>Video Renderer-7, Spare";
+constexpr const char* kBothOnSharedOverlay =
+    "Mpeg-4 Decoder>Overlay Mixer, Overlay Mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay Mixer";
+constexpr const char* kMovedToVmr7 =
+    "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare";
+constexpr const char* kMovedToOverlay =
+    "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay mixer";
+constexpr const char* kApart =
+    "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare";
+constexpr const char* kNoDecoding = "Mpeg-4 Decoder, Reader, Spare";
+constexpr const char* kOneSound = "Reader>Default DirectSound Device";
+constexpr const char* kSoundAlone = "Reader>Default DirectSound Device, Spare";
+constexpr const char* kNoPicture = "Default Video Renderer, Reader>Line21 Decoder";
 
-    {"video", "v", {}, "ok", "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Spare"},
-    {"video without the VMR-9",
-     "v",
-     {},
-     "ok",
-     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare",
-     "&vmr9=0"},
-    {"no VMR-9", "v", {{Vmr9, Missing}}, "ok", "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
-    {"VMR-9 without deinterlacing",
-     "v",
-     {{Vmr9, NoDeinterlace}},
-     "ok",
-     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
-    {"VMR-9 without a configuration",
-     "v",
-     {{Vmr9, NoConfig}},
-     "ok",
-     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
-    {"VMR-9 refuses",
-     "v",
-     {{Vmr9, Refuses}},
-     "ok",
-     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare"},
-    {"no VMR",
-     "v",
-     {{Vmr9, Missing}, {Vmr7, NoDeinterlace}},
-     "ok",
-     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder"},
-    {"both refuse",
-     "v",
-     {{Vmr9, Refuses}, {Vmr7, Refuses}},
-     "ok",
-     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder"},
-    {"Overlay Mixer without an output",
-     "v",
-     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, NoOutput}},
-     "ok",
-     "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder"},
-    {"the graph's own choice",
-     "v",
-     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
-     "ok",
-     "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder"},
+const Faults kNoMixers = {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}};
+const Faults kRoomForOne = {{Vmr9, OneInput}, {Vmr7, OneInput}};
+const Faults kByConverter = {{Vmr9, OneInput}, {Vmr7, OneInput}, {Vmr7, NeedsConverter}};
+const Faults kNoRoom = {{Vmr9, OneInput}, {Vmr7, OneInput}, {Overlay, OneInput}};
+const Faults kNothingForCaptions = {{Line21Two, Missing}, {Vmr7, Missing}, {Overlay, Missing}};
+const Faults kDeadEnd = {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, NoOutput}};
+
+const AssemblyRow kRows[] = {
+    {"sound", "a", {}, "ok", kOneSound},
+    {"sound, no device", "a", {{Sound, Missing}}, "80040111", "Reader"},
+    {"two sounds: one device", "aa", {}, "ok 80040218", kOneSound},
+
+    {"video", "v", {}, "ok", kOnVmr9},
+    {"video without the VMR-9", "v", {}, "ok", kOnVmr7, "&vmr9=0"},
+    {"no VMR-9", "v", {{Vmr9, Missing}}, "ok", kOnVmr7},
+    {"VMR-9 without deinterlacing", "v", {{Vmr9, NoDeinterlace}}, "ok", kOnVmr7},
+    {"VMR-9 without a configuration", "v", {{Vmr9, NoConfig}}, "ok", kOnVmr7},
+    {"VMR-9 refuses", "v", {{Vmr9, Refuses}}, "ok", kOnVmr7},
+    {"no VMR", "v", {{Vmr9, Missing}, {Vmr7, NoDeinterlace}}, "ok", kOnOverlay},
+    {"both refuse", "v", {{Vmr9, Refuses}, {Vmr7, Refuses}}, "ok", kOnOverlay},
+    {"Overlay Mixer without an output", "v", kDeadEnd, "ok", kOnSpare},
+    {"the graph's own choice", "v", kNoMixers, "ok", kOnSpare},
     {"no decoder", "v", {{Decoder, Missing}}, "80004003", "Reader, Spare"},
-    {"decoder without an output", "v", {{Decoder, NoOutput}}, "8000FFFF", "Mpeg-4 Decoder, Reader, Spare"},
+    {"decoder without an output", "v", {{Decoder, NoOutput}}, "8000FFFF", kNoDecoding},
     {"decoder without pins", "v", {{Decoder, NoPins}}, "80070005", "Reader, Spare"},
-    {"decoder refuses", "v", {{Decoder, Refuses}}, "80040207", "Mpeg-4 Decoder, Reader, Spare"},
+    {"decoder refuses", "v", {{Decoder, Refuses}}, "80040207", kNoDecoding},
     {"failing interface", "v", {{Vmr9, BrokenQuery}}, "8000FFFF", "Reader>Mpeg-4 Decoder, Spare"},
 
     {"captions", "l", {}, "ok", "Line21 Decoder>Default Video Renderer, Reader>Line21 Decoder"},
     {"captions, no decoder", "l", {{Line21, Missing}}, "80040111", "Reader"},
     {"captions, decoder refuses", "l", {{Line21, Refuses}}, "80040207", "Line21 Decoder, Reader"},
     {"captions, no renderer", "l", {{Video, Missing}}, "80040111", "Reader>Line21 Decoder"},
-    {"captions, no picture",
-     "l",
-     {{Line21, NoOutput}},
-     "80004005",
-     "Default Video Renderer, Reader>Line21 Decoder"},
+    {"captions, no picture", "l", {{Line21, NoOutput}}, "80004005", kNoPicture},
 
-    {"video and captions",
-     "vl",
-     {},
-     "ok ok",
-     "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
-     "Reader>Mpeg-4 Decoder, Spare"},
-    {"captions first",
-     "lv",
-     {},
-     "ok ok",
-     "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
-     "Reader>Mpeg-4 Decoder, Spare"},
-    {"captions switched off",
-     "vl",
-     {},
-     "ok",
-     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare",
-     "&cc=off&vmr9=0"},
-    {"captions as texts",
-     "vl",
-     {},
-     "ok ok",
-     "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
-     "Reader>Mpeg-4 Decoder, Spare",
-     "&cc=on"},
-    {"both without the VMR-9",
-     "vl",
-     {},
-     "ok ok",
-     "Mpeg-4 Decoder>Video Renderer-7, Reader>Mpeg-4 Decoder, Reader>Video Renderer-7, Spare",
-     "&vmr9=0"},
-    {"both on the Overlay Mixer",
-     "vl",
-     {{Vmr9, NoConfig}, {Vmr7, NoConfig}},
-     "ok ok",
-     "Mpeg-4 Decoder>Overlay Mixer, Overlay Mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay Mixer"},
-    {"nothing to share",
-     "vl",
-     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
-     "80040111 80040111",
-     "Reader, Spare"},
-    {"nothing to share does not keep the sound",
-     "val",
-     {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
-     "80040111 ok 80040111",
-     "Reader>Default DirectSound Device, Spare"},
+    {"video and captions", "vl", {}, "ok ok", kBothOnVmr9},
+    {"captions first", "lv", {}, "ok ok", kBothOnVmr9},
+    {"captions switched off", "vl", {}, "ok", kOnVmr7, "&cc=off&vmr9=0"},
+    {"captions as texts", "vl", {}, "ok ok", kBothOnVmr9, "&cc=on"},
+    {"both without the VMR-9", "vl", {}, "ok ok", kBothOnShared7, "&vmr9=0"},
+    {"both on the Overlay Mixer", "vl", {{Vmr9, NoConfig}, {Vmr7, NoConfig}}, "ok ok", kBothOnSharedOverlay},
+    {"nothing to share", "vl", kNoMixers, "80040111 80040111", "Reader, Spare"},
+    {"nothing to share, and the sound goes on", "val", kNoMixers, "80040111 ok 80040111", kSoundAlone},
 
-    {"no Line 21 decoder: to the VMR-7",
-     "vl",
-     {{Line21Two, Missing}},
-     "ok ok",
-     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare"},
-    {"no room on the VMR-9: to the VMR-7",
-     "vl",
-     {{Vmr9, OneInput}},
-     "ok ok",
-     "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare"},
-    {"captions first, moved before there is video",
-     "lv",
-     {{Line21Two, Refuses}},
-     "ok ok",
-     "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare"},
-    {"no room on the VMR-7: to the Overlay Mixer",
-     "vl",
-     {{Vmr9, OneInput}, {Vmr7, OneInput}},
-     "ok ok",
-     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay mixer"},
-    {"VMR-7 by a converter, torn down to the last",
-     "vl",
-     {{Vmr9, OneInput}, {Vmr7, OneInput}, {Vmr7, NeedsConverter}},
-     "ok ok",
-     "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay mixer"},
-    {"no room at all: the video alone",
-     "vl",
-     {{Vmr9, OneInput}, {Vmr7, OneInput}, {Overlay, OneInput}},
-     "ok ok",
-     "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder"},
-    {"captions alone find nothing",
-     "lv",
-     {{Line21Two, Missing}, {Vmr7, Missing}, {Overlay, Missing}},
-     "80040111 ok",
-     "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Spare"},
+    {"no Line 21 decoder: to the VMR-7", "vl", {{Line21Two, Missing}}, "ok ok", kMovedToVmr7},
+    {"no room on the VMR-9: to the VMR-7", "vl", {{Vmr9, OneInput}}, "ok ok", kMovedToVmr7},
+    {"captions first, moved before there is video", "lv", {{Line21Two, Refuses}}, "ok ok", kApart},
+    {"no room on the VMR-7: to the Overlay Mixer", "vl", kRoomForOne, "ok ok", kMovedToOverlay},
+    {"VMR-7 by a converter, torn down to the last", "vl", kByConverter, "ok ok", kMovedToOverlay},
+    {"no room at all: the video alone", "vl", kNoRoom, "ok ok", kOnSpare},
+    {"captions alone find nothing", "lv", kNothingForCaptions, "80040111 ok", kOnVmr9},
 };
 
 TEST_F(GraphAssemblyTest, TakesTheNextBestAtEachStage) {

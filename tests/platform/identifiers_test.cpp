@@ -12,35 +12,17 @@
 namespace kt::test {
 namespace {
 
-// One that applications read in the public header and one that the filter uses must not drift apart.
+// One that applications read in the public header and one that the filter uses must not drift apart: those
+// that no play of the tests meets on both sides.
 TEST(IdentifiersTest, TheLogicNamesWhatThePlatformAndThePublicHeaderName) {
   const struct {
     const char* name;
     bool same;
   } kRows[] = {
 #define ROW(name) {#name, ToPlatform(kt::name) == ::name}
-      ROW(GUID_NULL),
-      ROW(MEDIATYPE_Video),
-      ROW(MEDIATYPE_Audio),
-      ROW(MEDIATYPE_Text),
-      ROW(MEDIATYPE_AUXLine21Data),
-      ROW(MEDIASUBTYPE_Line21_BytePair),
-      ROW(FORMAT_WaveFormatEx),
-      ROW(TIME_FORMAT_MEDIA_TIME),
-      ROW(MEDIASUBTYPE_KtMp4Video),
-      ROW(MEDIASUBTYPE_KtMp4VideoStamped),
-      ROW(MEDIASUBTYPE_KtMp4Audio),
-      ROW(MEDIASUBTYPE_KtMp4AudioStamped),
-      ROW(MEDIASUBTYPE_KtH263),
       ROW(MEDIASUBTYPE_KtH263Stamped),
       ROW(MEDIASUBTYPE_KtAmr),
       ROW(MEDIASUBTYPE_KtAmrStamped),
-      ROW(FORMAT_KtMp4Video),
-      ROW(MEDIATYPE_KtMp4Stream),
-      ROW(CLSID_KtMp4FileReader),
-      ROW(CLSID_KtMp4FileReaderAboutPage),
-      ROW(CLSID_KtMp4FileReaderPropertyPage),
-      ROW(CLSID_KtMp4Decoder),
       ROW(IID_IMP4FileReader),
       ROW(IID_IMetadataStorage),
       ROW(IID_ICaptionCallback),

@@ -2,12 +2,6 @@
 
 #include <strmif.h>
 
-#include <amvideo.h>
-#include <mmreg.h>
-#include <vfwmsgs.h>
-
-#include <cstring>
-
 #include "platform/reader_movie.h"
 #include "platform/source_host.h"
 #include "support/movie_builder.h"
@@ -16,13 +10,6 @@ namespace kt::test {
 namespace {
 
 using PlayingTest = SourceTest;
-
-template <class T>
-T At(const std::vector<u8>& block, std::size_t offset) {
-  T value = {};
-  if (offset + sizeof value <= block.size()) std::memcpy(&value, block.data() + offset, sizeof value);
-  return value;
-}
 
 TEST_F(PlayingTest, DeliversWhatTheLibraryReadsButTheLastSample) {
   const Deadline deadline("playing real files");
@@ -76,33 +63,6 @@ TEST_F(PlayingTest, RendersFiles) {
       EXPECT_EQ((*sinks[i])->Pin().Count(SinkEvent::Sample), file.samples[i]);
     }
   }
-}
-
-// What a decoder is handed at the connection, of a real file.
-TEST_F(PlayingTest, TypesCarryTheSetUpOfTheDecoder) {
-  PlayedSource source(MediaFile(L"bframes-aac.mp4"));
-  ASSERT_EQ(source.Pins().size(), 2u);
-  std::vector<u8> formats[2];
-  for (std::size_t i = 0; i < 2; ++i) {
-    AM_MEDIA_TYPE type = {};
-    ASSERT_EQ(source.Pins()[i]->ConnectionMediaType(&type), S_OK);
-    EXPECT_EQ(type.formattype, i == 0 ? ::FORMAT_KtMp4Video : FORMAT_WaveFormatEx);
-    formats[i].assign(type.pbFormat, type.pbFormat + type.cbFormat);
-    FreeMediaType(type);
-  }
-  const auto header = At<VIDEOINFOHEADER>(formats[0], 0);
-  EXPECT_EQ(header.rcSource.right, 176);
-  EXPECT_EQ(header.rcTarget.bottom, 144);
-  EXPECT_EQ(header.bmiHeader.biWidth, 176);
-  EXPECT_EQ(header.bmiHeader.biHeight, 144);
-  EXPECT_EQ(header.AvgTimePerFrame, 10'000'000 / At<u32>(formats[0], 88));
-  // MPEG-4 visual starts its set-up with this code (ISO/IEC 14496-2, 6.2.2).
-  EXPECT_EQ(At<u32>(formats[0], 104), 0xB0010000u);
-  const auto wave = At<WAVEFORMATEX>(formats[1], 0);
-  EXPECT_EQ(wave.nChannels, 2);
-  EXPECT_EQ(wave.nSamplesPerSec, 44100u);
-  // AAC low complexity, 44100 Hz, two channels (ISO/IEC 14496-3, 1.6.2.1).
-  EXPECT_EQ(At<u16>(formats[1], 18), 0x1012);
 }
 
 TEST_F(PlayingTest, LoadsNamesAndUrls) {

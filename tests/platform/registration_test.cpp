@@ -35,12 +35,7 @@ Value Stored(HKEY root, const std::wstring& key, const wchar_t* name) {
   BYTE data[1024];
   DWORD size = sizeof data;
   DWORD type = REG_NONE;
-  HKEY opened = nullptr;
-  LSTATUS result = RegOpenKeyExW(root, key.c_str(), 0, KEY_READ, &opened);
-  if (result == ERROR_SUCCESS) {
-    result = RegQueryValueExW(opened, name, nullptr, &type, data, &size);
-    RegCloseKey(opened);
-  }
+  const LSTATUS result = RegGetValueW(root, key.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &type, data, &size);
   return result == ERROR_SUCCESS ? Value{type, {data, data + size}} : Value();
 }
 
@@ -104,7 +99,9 @@ class RegistrationTest : public testing::Test {
     for (const auto& entry : kClasses) {
       const std::wstring key = L"CLSID\\" + InBraces(entry.clsid);
       rows.push_back({HKEY_CLASSES_ROOT, key, nullptr, Text(entry.name), false});
-      rows.push_back({HKEY_CLASSES_ROOT, key + L"\\InprocServer32", L"ThreadingModel", Text(L"Both"), false});
+      const std::wstring server = key + L"\\InprocServer32";
+      rows.push_back({HKEY_CLASSES_ROOT, server, nullptr, Text(m_module.LoadedPath()), false});
+      rows.push_back({HKEY_CLASSES_ROOT, server, L"ThreadingModel", Text(L"Both"), false});
     }
     return rows;
   }

@@ -51,6 +51,12 @@ std::wstring SourceModule::Path() {
   return Wide(KTMP4_MODULE);
 }
 
+std::wstring SourceModule::LoadedPath() const {
+  wchar_t path[500] = {};
+  GetModuleFileNameW(m_module, path, 500);
+  return path;
+}
+
 std::wstring MediaFile(const std::wstring& name) {
   return Wide(KTMP4_MEDIA "/") + name;
 }

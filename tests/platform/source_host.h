@@ -29,6 +29,8 @@ class SourceModule {
   HRESULT Unregister() const { return m_unregister(); }
   HRESULT CanUnload() const { return m_canUnload(); }
   static std::wstring Path();
+  /// The same as the platform writes it.
+  std::wstring LoadedPath() const;
 
  private:
   Function Named(const char* name) const;
