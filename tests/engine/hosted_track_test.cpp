@@ -98,18 +98,6 @@ TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
   }
 }
 
-// The wide table is made while samples come, so the last chunk can be the one that needs it.
-TEST(LargeOffsets, WidenInFinish) {
-  BareHost host;
-  CTrackImpl track(&host, 0);
-  SetUpText(track);
-  WriteChunkAt(host, track, 16, 0);
-  ASSERT_EQ(WriteSample(&track, 7, 1), MP4_OK);
-  ASSERT_EQ(host.storage.SetPosition(kFourGiB), MP4_OK);
-  ASSERT_EQ(track.Finish(), MP4_OK);
-  EXPECT_EQ(SampleTableBoxAt(host.Movie(), "co64"), Co64({16, kFourGiB}));
-}
-
 #ifndef _WIN32
 
 // What a command prints; empty when it fails or is not there.
@@ -158,6 +146,8 @@ TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
   EXPECT_EQ(track.SetDuration(1), MP4_NOT_READY);
   SetUpText(track);
   EXPECT_EQ(track.SetUp(2), MP4_ALREADY_SET_UP);
+  EXPECT_EQ(track.SetAudioFormat(0x80, 0, "", 0, MP4_FORMAT_MP4A), MP4_NOT_FOUND) << "no sound header";
+  EXPECT_EQ(BoxAt(host.Movie(), "moov/trak/tkhd")[45], 0x80) << "the volume is stored before";
   EXPECT_EQ(track.AddSampleEntry(nullptr, 0, FourCc("avc1")), MP4_BAD_ARGUMENT);
   EXPECT_EQ(CTrackImpl(nullptr, 0).SetUp(1), MP4_NOT_READY);
 }
@@ -175,16 +165,20 @@ TEST(TrackSetUp, ADurationThatSomebodySetsStays) {
 
 // The entry of a systems track by the kind of the track; the size of the set-up data stands for a bit rate.
 TEST(TrackSetUp, SystemsEntriesFollowTheKind) {
-  for (const auto& [kind, streamType] :
-       {std::pair(MP4_KIND_OBJECT_DESCRIPTOR, 1), {MP4_KIND_SCENE_DESCRIPTION, 3}}) {
+  const std::tuple<u32, Bytes> cases[] = {
+      {MP4_KIND_OBJECT_DESCRIPTOR, Bytes().U8(2).U8(1 << 2 | 1).U24(0x140000)},
+      {MP4_KIND_SCENE_DESCRIPTION, Bytes().U8(2).U8(3 << 2 | 1).U24(0x140000)},
+      {MP4_KIND_TEXT, Bytes().U8(0).U8(1).U24(0)},  // nothing but the size
+  };
+  for (const auto& [kind, start] : cases) {
     BareHost host;
     CTrackImpl track(&host, 0);
     ASSERT_EQ(track.SetUp(1), MP4_OK);
     ASSERT_EQ(track.SetTrackType(kind), MP4_OK);
     ASSERT_EQ(track.SetMpeg4SystemsFormat("abc", 3), MP4_OK);
     const Bytes stsd = SampleTableBoxAt(host.Movie(), "stsd");
-    Bytes config = Bytes().U8(2).U8(static_cast<u64>(streamType << 2 | 1)).U24(0x140000).U32(3).U32(0);
-    config.U8(5).U8(3).Text("abc");
+    Bytes config = Bytes(start).U32(3).U32(0);
+    if (kind != MP4_KIND_TEXT) config.U8(5).U8(3).Text("abc");
     EXPECT_NE(std::search(stsd.begin(), stsd.end(), config.begin(), config.end()), stsd.end());
   }
 }

@@ -211,20 +211,6 @@ TEST(SessionDescription, NeedsAPresentationByTheTypeOfTheFile) {
   }
 }
 
-TEST(SessionDescription, OfAKindOfItsOwnForEachHintTrack) {
-  const std::tuple<const char*, u32, u32, Mp4Result> cases[] = {
-      {"video as AAC", MP4_KIND_VIDEO, MP4_HINT_AAC, MP4_NOT_READY},
-      {"video as LATM", MP4_KIND_VIDEO, MP4_HINT_LATM, MP4_BAD_ARGUMENT},
-      {"sound as video", MP4_KIND_AUDIO, MP4_HINT_VIDEO, MP4_NOT_READY},
-      {"sound as captions", MP4_KIND_AUDIO, MP4_HINT_CAPTION, MP4_NOT_READY},
-      {"captions", MP4_KIND_TEXT, MP4_HINT_CAPTION, MP4_OK},
-  };
-  for (const auto& [what, kind, hintType, result] : cases) {
-    WrittenMovie movie;
-    EXPECT_EQ(HintTrackOf(movie, AddMediaTrack(movie, kind), hintType), result) << what;
-  }
-}
-
 // A track of pictures whose entry tells neither their size nor how to decode them.
 TEST(SessionDescription, HasAnswersForWhatPicturesDoNotTell) {
   WrittenMovie movie;

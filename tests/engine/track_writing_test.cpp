@@ -45,19 +45,6 @@ TEST(TrackWriting, AChunkEndsWithTheSampleThatReachesALimit) {
   }
 }
 
-TEST(TrackWriting, ChunksOfTwoTracksStandInTheOrderThatTheyFill) {
-  WrittenMovie movie;
-  CMp4Track* first = movie.AddTextTrack();
-  CMp4Track* second = movie.AddTextTrack();
-  for (u64 time = 0; time < 150; ++time) {
-    ASSERT_EQ(WriteSample(first, 1, time), MP4_OK);
-    ASSERT_EQ(WriteSample(second, 2, time), MP4_OK);
-  }
-  const Bytes content = movie.Finish({second, first});
-  EXPECT_EQ(SampleTableBoxAt(content, "stco", 1), Stco({kFirstSample, kFirstSample + 400}));
-  EXPECT_EQ(SampleTableBoxAt(content, "stco", 2), Stco({kFirstSample + 100, kFirstSample + 300}));
-}
-
 TEST(TrackWriting, SyncTableHoldsTheSyncSamplesUnlessAllAre) {
   const std::pair<std::vector<bool>, Bytes> cases[] = {{{true, true, true}, {}},
                                                        {{true, true, true, false, true}, Stss({1, 2, 3, 5})},
@@ -106,6 +93,13 @@ TEST(TrackWriting, TimesBecomeRuns) {
        {},
        2},
       {"a step of 31 bits falls to 2", {{0, 0}, {u64{1} << 31, u64{1} << 31}}, Stts({{2, 2}}), {}, 0},
+      {"a step of 32 bits does so, too", {{0, 0}, {u64{1} << 32, u64{1} << 32}}, Stts({{2, 2}}), {}, 1},
+      {"the longest step", {{0, 0}, {0x7FFFFFFF, 0x7FFFFFFF}}, Stts({{2, 0x7FFFFFFF}}), {}, 0xFFFFFFFE},
+      {"a step across 32 bits",
+       {{0xFFFFFFFF, ~u64{0}}, {0x100000001, ~u64{0}}},
+       Stts({{2, 2}}),
+       Ctts({{1, 0}, {1, 0xFFFFFFFE}}),
+       3},
   };
   for (const auto& [what, samples, stts, ctts, duration] : cases) {
     SCOPED_TRACE(what);
@@ -150,6 +144,8 @@ TEST(TrackWriting, EachStepOfTheSetUpNeedsTheOnesBeforeIt) {
   EXPECT_EQ(formatResult(), MP4_NOT_FOUND) << "what was refused has made no entry";
   EXPECT_EQ(track->SetAudioFormat(0x100, 0, "", 0, MP4_FORMAT_SAWB), MP4_OK);
   EXPECT_EQ(Got(*track, &CMp4Track::GetSampleFormat), MP4_FORMAT_SAWB);
+  EXPECT_EQ(track->SetAudioFormat(0x100, 0, "amr", 3, MP4_FORMAT_SAMR), MP4_OK);
+  EXPECT_EQ(Got(*track, &CMp4Track::GetDecoderSpecificInfoSize, 2u), 3u) << "in an entry of its own";
   EXPECT_EQ(Got(*track, &CMp4Track::GetSampleRate), 8000u) << "the low 16 bits";
   EXPECT_EQ(track->SetDimensions(1, 0x80000000), MP4_BAD_ARGUMENT);
   u32 width = 0;
@@ -173,10 +169,8 @@ TEST(TrackWriting, KindsHaveTheirHandlerAndMediaHeader) {
     const Bytes content = movie.Finish({track});
     EXPECT_EQ(BoxAt(content, "moov/trak/mdia/hdlr"),
               FullBox("hdlr", 0, 0, Bytes().U32(0).Text(handler).Zeros(13)));
-    // The media header comes last, since it is made when the kind is known.
-    const std::string codes = CodesIn(BoxAt(content, "moov/trak/mdia/minf"));
-    EXPECT_EQ(codes.substr(0, 8), "dinfstbl");
-    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/minf/" + codes.substr(8)), mediaHeader);
+    const std::string code(mediaHeader.begin() + 4, mediaHeader.begin() + 8);
+    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/minf/" + code), mediaHeader);
   }
 }
 
@@ -206,7 +200,8 @@ TEST(TrackWriting, VideoSizesThatTheEntryCannotHoldAreRefusedLate) {
   }
 }
 
-// The first entry takes the size, also when another one has just been added.
+// The first entry takes the size, also when another one has just been added. The bit rates go by the times
+// that were given: the last sample's is raised to 2002, and counts as 1500.
 TEST(TrackWriting, TheFirstEntryGetsTheSizeAndTheBitRates) {
   WrittenMovie movie;
   CMp4Track* track = movie.AddBareTrack();
@@ -217,11 +212,11 @@ TEST(TrackWriting, TheFirstEntryGetsTheSizeAndTheBitRates) {
   u16 width = 0;
   EXPECT_EQ(Got(*track, &CMp4Track::GetVideoSize, &width), 240);
   EXPECT_EQ(width, 320);
-  WriteSamples(track, 100, {0, 1000, 2000, 3000});
+  WriteSamples(track, 100, {0, 1000, 2000, 1500});
   const Bytes stsd = SampleTableBoxAt(movie.Finish({track}), "stsd");
   EXPECT_EQ(CodesIn(stsd, 16), "mp4vs263");
   const Bytes config =
-      Bytes().U8(0x20).U8(4 << 2 | 1).U24(0x140000).U32(1600).U32(800).U8(5).U8(2).Text("ab");
+      Bytes().U8(0x20).U8(4 << 2 | 1).U24(0x140000).U32(2400).U32(1596).U8(5).U8(2).Text("ab");
   EXPECT_NE(std::search(stsd.begin(), stsd.end(), config.begin(), config.end()), stsd.end());
 }
 
@@ -240,6 +235,7 @@ TEST(TrackWriting, DurationsInMovieAndMediaTicks) {
   const Bytes mvhd = BoxAt(content, "moov/mvhd");
   EXPECT_EQ(Bytes(mvhd.begin() + 20, mvhd.begin() + 28), Bytes().U32(1000).U32(1500))
       << "the movie lasts as long as its first track";
+  EXPECT_EQ(Bytes(mvhd.end() - 4, mvhd.end()), Bytes().U32(3)) << "the next track id";
 }
 
 // Closing.
