@@ -4,7 +4,6 @@
 
 #include <tuple>
 
-#include "hint/rtp_hint_sample_entry.h"
 #include "support/box_probe.h"
 
 namespace kt::test {
@@ -44,35 +43,6 @@ TEST(BoxHeader, TakesEveryFormOfTheSize) {
     if (test.result != MP4_OK) continue;
     EXPECT_EQ(test.size, Got(box, &CBox::GetSize));
     EXPECT_EQ(test.remaining, Got(box, &CBox::GetRemaining));
-  }
-}
-
-/// A box that says how large its payload is, without having it.
-class CSizedBox : public CBox {
- public:
-  explicit CSizedBox(u64 payload) : CBox(FourCc("test")), m_payload(payload) {}
-  Mp4Result CalculateSize() override {
-    KT_TRY(CBox::CalculateSize());
-    m_size += m_payload;
-    return MP4_OK;
-  }
-
- private:
-  u64 m_payload;
-};
-
-TEST(BoxHeader, WritesTheLongFormOnlyAbove32Bits) {
-  // A parent counts the largesize that is to come.
-  const std::tuple<u64, u64, Bytes> cases[] = {
-      {0xFFFFFFFF - 8, 0xFFFFFFFF, Bytes().U32(0xFFFFFFFF).Text("test")},
-      {0x100000000, 0x100000010, LargeBox("test", 0x100000010)}};
-  for (const auto& [payload, size, header] : cases) {
-    CSizedBox box(payload);
-    MemoryBlock storage(64);
-    EXPECT_EQ(MP4_OK, box.CalculateSize());
-    EXPECT_EQ(size, Got(box, &CBox::GetSize));
-    EXPECT_EQ(MP4_OK, box.Serialize(storage));
-    EXPECT_EQ(header, storage.Written());
   }
 }
 
@@ -121,16 +91,6 @@ TEST(BoxWalk, EndsAtExactlyTheLastByte) {
     EXPECT_EQ(result, list.DeserializeAll(FileOf(bytes), &remaining)) << name;
     EXPECT_EQ(kept, list.GetCount()) << name;
   }
-}
-
-// What "rtp " is depends on its parent, and a hint track has one where a movie has the other.
-TEST(BoxFactory, TakesRtpByItsParent) {
-  const Bytes rtp = Box("rtp ", Bytes().Zeros(16).Add(Box("tims", Bytes().U32(9))));
-  const auto isEntry = [&](u32 parentType) {
-    return dynamic_cast<CRtpHintSampleEntry*>(ReadBox(rtp, parentType).box.get()) != nullptr;
-  };
-  EXPECT_TRUE(isEntry(FourCc("stsd")));
-  EXPECT_FALSE(isEntry(FourCc("hnti")));
 }
 
 // The child of a sample entry counts as a level, and so do the descriptors in it.

