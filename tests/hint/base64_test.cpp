@@ -13,9 +13,7 @@ TEST(Base64, EncodesEveryRemainder) {
     std::string_view bytes, expected;
   } cases[] = {
       {"", ""},
-      {"f", "Zg=="},
       {"fo", "Zm8="},
-      {"foo", "Zm9v"},
       {"foob", "Zm9vYg=="},
       {"\xfb\xff\xbe", "+/++"},
       {"\xff\xff\xff\xff", "/////w=="},
@@ -28,14 +26,9 @@ TEST(Base64, EncodesEveryRemainder) {
               MP4_OK);
     EXPECT_EQ(std::string_view(text.get()), row.expected);
     EXPECT_EQ(size, row.expected.size()) << "the terminator does not count";
+    EXPECT_EQ(Base64Encode(nullptr, 0, nullptr, &size), MP4_BAD_ARGUMENT);
+    EXPECT_EQ(Base64Encode(nullptr, 0, &text, nullptr), MP4_BAD_ARGUMENT);
   }
-}
-
-TEST(Base64, RefusesToHaveNoPlaceForTheText) {
-  std::unique_ptr<char[]> text;
-  u32 size = 0;
-  EXPECT_EQ(Base64Encode(nullptr, 0, nullptr, &size), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(Base64Encode(nullptr, 0, &text, nullptr), MP4_BAD_ARGUMENT);
 }
 
 }  // namespace

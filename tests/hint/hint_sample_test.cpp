@@ -13,43 +13,41 @@ Bytes HeaderBytes(u8 first, u8 flags, u16 entries) {
 }
 
 const Bytes kNoOp = Bytes().U8(0).Zeros(15);
-const Bytes kSampleEntryPiece = Bytes().U8(3).U8(7).U16(600).U32(2).U32(0xFFFFFFFF).U32(5);
-const char kHeadOfDump[] =
-    "Relative time: -2 RTP header flags P:%c X:%c M:1\n"
-    "Payload type: 97 RTP sequence seed: 513 Extra flag: %c b-frame: %c repeat: %c\n";
 
-std::string PacketDump(const char* flags, const std::string& rest) {
+std::string DumpText(CHintSample* hintSample, int indent = 0) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(hintSample->Dump(indent), MP4_OK);
+  return testing::internal::GetCapturedStdout();
+}
+
+// What is printed of a packet, without indent. The flags are those of the header and then those of the hint.
+std::string PacketDump(const char* flags, const std::string& rest = "Entry count: 0 \n") {
   char text[256];
-  std::snprintf(text, sizeof text, kHeadOfDump, flags[0], flags[1], flags[2], flags[3], flags[4]);
+  std::snprintf(text, sizeof text,
+                "Relative time: -2 RTP header flags P:%c X:%c M:1\n"
+                "Payload type: 97 RTP sequence seed: 513 Extra flag: %c b-frame: %c repeat: %c\n",
+                flags[0], flags[1], flags[2], flags[3], flags[4]);
   return text + rest;
 }
 
 TEST(HintSample, ReadsPrintsAndWritesItself) {
   const Bytes immediate = Bytes().U8(1).U8(2).Add({0xAB, 0x0C}).Zeros(12);
   const Bytes sample = Bytes().U8(2).U8(255).U16(65535).U32(9).U32(10).U16(11).U16(12);
-  const Bytes box = Box("free");
-  const struct {
-    const char* name;
-    Bytes bytes;
-    std::string packets;  // what is printed of them, without indent
-    Bytes written;
-    std::string behind = {};
-  } cases[] = {
+  const Bytes piece = Bytes().U8(3).U8(7).U16(600).U32(2).U32(0xFFFFFFFF).U32(5);
+  const Bytes tooMuch = HintSampleBytes({HeaderBytes(0, 0, 1).U8(1).U8(200).Zeros(14)});
+  const auto all = [&](const Bytes& noOp) {
+    return HintSampleBytes({HeaderBytes(0, 1, 4).Add(noOp).Add(immediate).Add(sample).Add(piece)});
+  };
+  const std::tuple<const char*, Bytes, std::string, Bytes> cases[] = {
       {"no packets", HintSampleBytes({}), "", HintSampleBytes({})},
-      {"reserved fields are dropped", Bytes().U16(1).U16(9).Add(HeaderBytes(0, 3, 0)),
-       PacketDump("00011", "Entry count: 0 \n"), HintSampleBytes({HeaderBytes(0, 3, 0)})},
+      {"reserved fields are dropped", Bytes().U16(1).U16(9).Add(HeaderBytes(0, 3, 0)), PacketDump("00011"),
+       HintSampleBytes({HeaderBytes(0, 3, 0)})},
       // The flags come out one bit lower than they went in.
-      {"padding", HintSampleBytes({HeaderBytes(0x40, 0, 0)}), PacketDump("10000", "Entry count: 0 \n"),
+      {"padding", HintSampleBytes({HeaderBytes(0x40, 0, 0)}), PacketDump("10000"),
        HintSampleBytes({HeaderBytes(0x20, 0, 0)})},
-      {"extension", HintSampleBytes({HeaderBytes(0x20, 2, 0)}), PacketDump("01010", "Entry count: 0 \n"),
+      {"extension", HintSampleBytes({HeaderBytes(0x20, 2, 0)}), PacketDump("01010"),
        HintSampleBytes({HeaderBytes(0x10, 2, 0)})},
-      {"all constructors",
-       HintSampleBytes({HeaderBytes(0, 1, 4)
-                            .Add(Bytes().U8(0).U32(1))
-                            .Zeros(11)
-                            .Add(immediate)
-                            .Add(sample)
-                            .Add(kSampleEntryPiece)}),
+      {"all constructors", all(Bytes().U8(0).U32(1).Zeros(11)),
        PacketDump("00001",
                   "Entry count: 4 \n{\n"
                   "  Constructor type = NoOp (0)\n"
@@ -58,26 +56,26 @@ TEST(HintSample, ReadsPrintsAndWritesItself) {
                   "  Sample offset = 10 Bytes per block = 11 Sample per block 12\n"
                   "  Constructor type = SampleDescription (3)\n  Track ref index = 7 Length = 600\n"
                   "  Sample description index 2 Sample decription offset = -1\n}\n"),
-       HintSampleBytes({HeaderBytes(0, 1, 4).Add(kNoOp).Add(immediate).Add(sample).Add(kSampleEntryPiece)})},
-      {"immediate data beyond its bytes", HintSampleBytes({HeaderBytes(0, 0, 1).U8(1).U8(200).Zeros(14)}),
+       all(kNoOp)},
+      {"immediate data beyond its bytes", tooMuch,
        PacketDump("00000",
                   "Entry count: 1 \n{\n  Constructor type = Immediate (1)\n  Data count = 200 Data:"
                   " 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n}\n"),
-       HintSampleBytes({HeaderBytes(0, 0, 1).U8(1).U8(200).Zeros(14)})},
+       tooMuch},
       // Extra data are passed over, and what stands there is taken for them.
-      {"extra data", HintSampleBytes({HeaderBytes(0, 0, 0)}, {1, 2, 3, 4, 5}),
-       PacketDump("00000", "Entry count: 0 \n"), HintSampleBytes({HeaderBytes(0, 0, 0)}, Bytes().Zeros(5)),
-       "Extra data size 5\n"},
+      {"extra data", HintSampleBytes({HeaderBytes(0, 0, 0)}, {1, 2, 3, 4, 5}), PacketDump("00000"),
+       HintSampleBytes({HeaderBytes(0, 0, 0)}, Bytes().Zeros(5))},
   };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
+  for (const auto& [name, bytes, dump, written] : cases) {
+    SCOPED_TRACE(name);
     CHintSample hintSample(nullptr);
-    ASSERT_EQ(Read(&hintSample, test.bytes), MP4_OK);
-    std::string packets = test.packets;
+    ASSERT_EQ(Read(&hintSample, bytes), MP4_OK);
+    std::string packets = dump;
     for (std::size_t at = 0; at < packets.size(); at = packets.find('\n', at) + 1) packets.insert(at, "  ");
-    const std::string count = std::to_string(test.bytes[1]);
-    EXPECT_EQ(DumpText(&hintSample), "Packet Count " + count + "\n{\n" + packets + "}\n" + test.behind);
-    EXPECT_EQ(Written(&hintSample, test.bytes.size()), test.written);
+    const char* const behind = bytes.size() == 21 ? "Extra data size 5\n" : "";
+    EXPECT_EQ(DumpText(&hintSample),
+              "Packet Count " + std::to_string(bytes[1]) + "\n{\n" + packets + "}\n" + behind);
+    EXPECT_EQ(Written(&hintSample, bytes.size()), written);
     EXPECT_EQ(DumpText(&hintSample, 2).find("    Packet Count"), 0u);
   }
 }
@@ -105,9 +103,7 @@ TEST(HintSample, RefusesWhatRunsBeyondIt) {
   const std::tuple<const char*, Bytes, Mp4Result> cases[] = {
       {"cut in its header", {0, 0, 0}, MP4_OUT_OF_RANGE},
       {"a packet too few", Bytes().U16(2).U16(0).Add(HeaderBytes(0, 0, 0)), MP4_OUT_OF_RANGE},
-      {"cut in the header of a packet", Bytes().U16(1).U16(0).Zeros(11), MP4_OUT_OF_RANGE},
       {"cut in a constructor", HintSampleBytes({header, Bytes().Zeros(15)}), MP4_CORRUPT},
-      {"a constructor too few", HintSampleBytes({HeaderBytes(0, 0, 2).Add(kNoOp)}), MP4_CORRUPT},
       {"an unknown constructor", HintSampleBytes({Bytes(header).U8(4).Zeros(15)}), MP4_BAD_VALUE},
       {"an extra list without room for its length", withList(3, Box("free")), MP4_CORRUPT},
       {"an extra list beyond the sample", withList(13, Box("free")), MP4_CORRUPT},
@@ -125,16 +121,13 @@ TEST(HintSample, RefusesWhatRunsBeyondIt) {
     EXPECT_EQ(hintSample.Deserialize(MemoryBlock(bytes), size), size < 16 ? MP4_CORRUPT : MP4_OUT_OF_RANGE)
         << size;
   }
-}
-
-TEST(HintSample, PassesOverAnUnknownConstructor) {
+  // All of an unknown constructor is passed over, if it is there.
   MemoryBlock storage(Bytes(17, 4));
   std::unique_ptr<CRTPBaseConstructor> constructor;
   u8 type = 0;
   EXPECT_EQ(CreateConstructor(storage, &constructor, &type), MP4_BAD_VALUE);
   EXPECT_EQ(storage.Position(), 16u);
-  EXPECT_EQ(constructor, nullptr);
-  EXPECT_EQ(CreateConstructor(storage, &constructor, &type), MP4_OUT_OF_RANGE) << "the skip fails";
+  EXPECT_EQ(CreateConstructor(storage, &constructor, &type), MP4_OUT_OF_RANGE);
 }
 
 TEST(HintPacket, TakesOneToFourteenImmediateBytesAndForgetsItsEntriesWithTheHeader) {
@@ -149,9 +142,9 @@ TEST(HintPacket, TakesOneToFourteenImmediateBytesAndForgetsItsEntriesWithTheHead
   EXPECT_EQ(packet->AddSample(77, 300, 5, 6), MP4_OK);
   EXPECT_EQ(packet->SetMarker(1), MP4_OK);
   EXPECT_EQ(packet->SetHeader(128, 3, 1, -1), MP4_OK) << "of the type 7 bits are written";
-  const Bytes fourteen(data.begin(), data.end() - 1);
   Bytes written = Bytes().U32(0xFFFFFFFF).U8(0).U8(0x80).U16(3).U8(0).U8(2).U16(0);
-  written.Add(ImmediateBytes(fourteen)).Add(SampleBytes(5, 300, 6));
+  written.U8(1).U8(14).Add(Bytes(data.begin(), data.end() - 1));
+  written.U8(2).U8(0).U16(300).U32(5).U32(6).U16(1).U16(1);
   EXPECT_EQ(Written(&hintSample), HintSampleBytes({written}));
 }
 

@@ -9,28 +9,11 @@
 
 namespace kt::test {
 
-// The parts of a hint sample as they stand in a file.
-
+/// A hint sample as it stands in a file.
 inline Bytes HintSampleBytes(std::initializer_list<Bytes> packets, const Bytes& extra = {}) {
   Bytes bytes = Bytes().U16(packets.size()).U16(0);
   for (const Bytes& packet : packets) bytes.Add(packet);
   return bytes.Add(extra);
-}
-
-/// A packet of time 0 whose constructors all have 16 bytes.
-inline Bytes PacketBytes(u8 payloadType, u16 sequenceNumber, bool marker,
-                         std::initializer_list<Bytes> constructors) {
-  Bytes bytes = Bytes().U32(0).U8(0).U8((marker ? 0x80u : 0u) | payloadType).U16(sequenceNumber).U16(0);
-  bytes.U16(constructors.size());
-  for (const Bytes& constructor : constructors) bytes.Add(constructor);
-  return bytes;
-}
-
-inline Bytes ImmediateBytes(const Bytes& data) {
-  return Bytes().U8(1).U8(data.size()).Add(data).Zeros(14 - data.size());
-}
-inline Bytes SampleBytes(u32 sample, u16 length, u32 offset = 0) {
-  return Bytes().U8(2).U8(0).U16(length).U32(sample).U32(offset).U16(1).U16(1);
 }
 
 inline Mp4Result Read(CHintSample* hintSample, const Bytes& bytes) {
@@ -53,10 +36,27 @@ inline Bytes Written(CHintSample* hintSample) {
   return bytes;
 }
 
-inline std::string DumpText(CHintSample* hintSample, int indent = 0) {
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(hintSample->Dump(indent), MP4_OK);
-  return testing::internal::GetCapturedStdout();
+/// The packets of a hint sample in words: for each " #sequence number", with "*" for the marker, then its
+/// bytes and its samples: a sample of 7 bytes as "1:7", from byte 500 on as "1:7@500".
+inline std::string Describe(const Bytes& bytes) {
+  CHintSample hintSample(nullptr);
+  EXPECT_EQ(Read(&hintSample, bytes), MP4_OK);
+  std::string text;
+  CHintPacket* packet = nullptr;
+  for (u32 i = 1; hintSample.GetPacket(i, &packet) == MP4_OK; ++i) {
+    const RtpHeader header = packet->GetHeader();
+    text += " #" + std::to_string(header.sequenceNumber) + (header.marker != 0 ? "*" : "");
+    CRTPBaseConstructor* constructor = nullptr;
+    for (u32 k = 1; packet->GetConstructor(k, &constructor) == MP4_OK; ++k) {
+      if (const auto* data = dynamic_cast<CRTPImmediateConstructor*>(constructor)) {
+        for (const u8 byte : data->Data()) text += " " + std::to_string(byte);
+      } else if (const auto* piece = dynamic_cast<CRTPSampleConstructor*>(constructor)) {
+        text += " " + std::to_string(piece->SampleNumber()) + ":" + std::to_string(piece->Length());
+        if (piece->SampleOffset() != 0) text += "@" + std::to_string(piece->SampleOffset());
+      }
+    }
+  }
+  return text;
 }
 
 }  // namespace kt::test

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "hint/hint_support.h"
@@ -24,27 +25,14 @@ struct Media {
   u64 lateBy = 0;  // ticks that the last sample comes behind its turn
 };
 
-/// For each packet " #sequence number", with "*" for the marker, then its bytes and its samples: a sample of
-/// 7 bytes as "1:7", from byte 500 on as "1:7@500".
-std::string Describe(const Bytes& bytes) {
-  CHintSample hintSample(nullptr);
-  EXPECT_EQ(Read(&hintSample, bytes), MP4_OK);
-  std::string text;
-  CHintPacket* packet = nullptr;
-  for (u32 i = 1; hintSample.GetPacket(i, &packet) == MP4_OK; ++i) {
-    const RtpHeader header = packet->GetHeader();
-    text += " #" + std::to_string(header.sequenceNumber) + (header.marker != 0 ? "*" : "");
-    CRTPBaseConstructor* constructor = nullptr;
-    for (u32 k = 1; packet->GetConstructor(k, &constructor) == MP4_OK; ++k) {
-      if (const auto* data = dynamic_cast<CRTPImmediateConstructor*>(constructor)) {
-        for (const u8 byte : data->Data()) text += " " + std::to_string(byte);
-      } else if (const auto* piece = dynamic_cast<CRTPSampleConstructor*>(constructor)) {
-        text += " " + std::to_string(piece->SampleNumber()) + ":" + std::to_string(piece->Length());
-        if (piece->SampleOffset() != 0) text += "@" + std::to_string(piece->SampleOffset());
-      }
-    }
-  }
-  return text;
+Media Video(std::vector<u32> sizes) {
+  return {MP4_KIND_VIDEO, 1000, 40, std::move(sizes)};
+}
+Media Sound(std::vector<u32> sizes) {
+  return {MP4_KIND_AUDIO, 48000, 1024, std::move(sizes)};
+}
+Media Captions(std::vector<u32> sizes, u32 step = 40) {
+  return {MP4_KIND_TEXT, 1000, step, std::move(sizes)};
 }
 
 /// A file that is written, hinted and read again.
@@ -77,30 +65,20 @@ class HintedMovie {
     return hint;
   }
   /// Closes what is written, and opens it again to read.
-  CMp4File* Reopen() {
-    EXPECT_EQ(movie->Close(), MP4_OK);
-    CMp4File* made = nullptr;
-    EXPECT_EQ(CreateMp4File(&made), MP4_OK);
-    m_read.reset(made);
-    EXPECT_EQ(m_read->Open(movie.Name().c_str(), MP4_MODE_READ, MP4_TYPE_3GP), MP4_OK);
-    return made;
+  OpenedMovie& Reopen() {
+    m_read = std::make_unique<OpenedMovie>(movie.Finish({}));
+    return *m_read;
   }
   /// The hint samples in words, see `Describe`, each behind its time.
   std::string Samples(u32 index) {
-    CMp4Track* opened = nullptr;
-    u32 count = 0;
-    EXPECT_EQ(m_read->OpenTrack(index, &opened), MP4_OK);
-    const std::unique_ptr<CMp4Track> track(opened);
-    EXPECT_EQ(track->GetSampleCount(&count), MP4_OK);
+    const std::unique_ptr<CMp4Track> track = m_read->OpenTrack(index);
     std::string text;
-    for (u32 sample = 1; sample <= count; ++sample) {
-      u32 size = 0;
-      u64 time = 0;
-      EXPECT_EQ(track->GetSampleSize(sample, &size), MP4_OK);
+    for (u32 sample = 1; sample <= Got(*track, &CMp4Track::GetSampleCount); ++sample) {
+      u32 size = Got(*track, &CMp4Track::GetSampleSize, sample);
       Bytes bytes(size);
       EXPECT_EQ(track->ReadSample(sample, size, &size, bytes.data()), MP4_OK);
-      EXPECT_EQ(track->GetSampleDecodingTime(sample, &time), MP4_OK);
-      text += (text.empty() ? "" : ", ") + std::to_string(time) + Describe(bytes);
+      text += (text.empty() ? "" : ", ") +
+              std::to_string(Got(*track, &CMp4Track::GetSampleDecodingTime, sample)) + Describe(bytes);
     }
     return text;
   }
@@ -110,7 +88,7 @@ class HintedMovie {
   }
   std::unique_ptr<CMp4HintTrack> OpenHint(u32 index) {
     CMp4HintTrack* hint = nullptr;
-    EXPECT_EQ(m_read->OpenHintTrack(index, &hint), MP4_OK);
+    EXPECT_EQ((*m_read)->OpenHintTrack(index, &hint), MP4_OK);
     return std::unique_ptr<CMp4HintTrack>(hint);
   }
 
@@ -118,7 +96,7 @@ class HintedMovie {
 
  private:
   u32 m_tracks = 0;
-  std::unique_ptr<CMp4File> m_read;
+  std::unique_ptr<OpenedMovie> m_read;
 };
 
 Bytes Slice(const Bytes& bytes, std::ptrdiff_t at, std::ptrdiff_t size) {
@@ -127,104 +105,68 @@ Bytes Slice(const Bytes& bytes, std::ptrdiff_t at, std::ptrdiff_t size) {
 }
 
 TEST(HintTrack, PacketisesEachKind) {
-  const Media sound = {MP4_KIND_AUDIO, 48000, 1024, {10, 10, 10}};
-  const struct {
-    const char* name;
-    Media media;
-    u32 hintType;
-    std::string expected;
-    u32 maxSamples = 0;
-    u32 rtpTimeScale = 0;
-  } cases[] = {
+  Media late = Sound({10, 20, 30, 1, 2, 3, 40});
+  late.lateBy = 500;
+  // Media, hint type, samples in a packet, RTP clock; 0 for what is not set. Then the hint samples, see
+  // `HintedMovie::Samples`.
+  const std::tuple<Media, u32, u32, u32, std::string> cases[] = {
       // What gathers at the end is left out, and so is the only sample of a track.
-      {"a lone sample", {MP4_KIND_VIDEO, 1000, 40, {100}}, MP4_HINT_VIDEO, ""},
-      {"video", {MP4_KIND_VIDEO, 1000, 40, {496, 100, 50}}, MP4_HINT_VIDEO, "0 #0* 1:496, 3600 #1* 2:100"},
+      {Video({100}), MP4_HINT_VIDEO, 0, 0, ""},
+      {Video({496, 100, 50}), MP4_HINT_VIDEO, 0, 0, "0 #0* 1:496, 3600 #1* 2:100"},
       // One that is cut is written at once, behind the group before it; sequence numbers go on.
-      {"a lone sample that is cut", {MP4_KIND_VIDEO, 1000, 40, {497}}, MP4_HINT_VIDEO, "0 #0* 1:497"},
-      {"video that is cut",
-       {MP4_KIND_VIDEO, 1000, 40, {100, 600, 100}},
-       MP4_HINT_VIDEO,
-       "0 #0* 1:100, 3600 #1 2:500 #2* 2:100@500"},
+      {Video({497}), MP4_HINT_VIDEO, 0, 0, "0 #0* 1:497"},
+      {Video({100, 600, 100}), MP4_HINT_VIDEO, 0, 0, "0 #0* 1:100, 3600 #1 2:500 #2* 2:100@500"},
       // The clock of video is 90000, whatever is asked for; that of sound can be set.
-      {"the clock of video",
-       {MP4_KIND_VIDEO, 500, 7, {9, 9, 9}},
-       MP4_HINT_VIDEO,
-       "0 #0* 1:9, 1260 #1* 2:9",
-       0,
-       8000},
-      {"the clock of sound", sound, MP4_HINT_AAC, "0 #0* 0 16 0 80 1:10, 1024 #1* 0 16 0 80 2:10"},
-      {"a clock that is set", sound, MP4_HINT_AAC, "0 #0* 0 16 0 80 1:10, 21 #1* 0 16 0 80 2:10", 0, 1000},
+      {Video({9, 9, 9}), MP4_HINT_VIDEO, 0, 8000, "0 #0* 1:9, 3600 #1* 2:9"},
+      {Sound({10, 10, 10}), MP4_HINT_AAC, 0, 0, "0 #0* 0 16 0 80 1:10, 1024 #1* 0 16 0 80 2:10"},
+      {Sound({10, 10, 10}), MP4_HINT_AAC, 0, 1000, "0 #0* 0 16 0 80 1:10, 21 #1* 0 16 0 80 2:10"},
       // Two bytes for the group and two for each sample count in every kind.
-      {"AAC in groups",
-       {MP4_KIND_AUDIO, 48000, 1024, {100, 100, 290, 300, 196, 1, 9}},
-       MP4_HINT_AAC,
-       "0 #0* 0 48 3 32 3 32 9 16 1:100 2:100 3:290, 3072 #1* 0 16 9 96 4:300",
-       3},
-      {"video in groups",
-       {MP4_KIND_VIDEO, 1000, 40, {100, 100, 293, 1, 1}},
-       MP4_HINT_VIDEO,
-       "0 #0* 1:100 2:100",
-       3},
+      {Sound({100, 100, 290, 300, 196, 1, 9}), MP4_HINT_AAC, 3, 0,
+       "0 #0* 0 48 3 32 3 32 9 16 1:100 2:100 3:290, 3072 #1* 0 16 9 96 4:300"},
+      {Video({100, 100, 293, 1, 1}), MP4_HINT_VIDEO, kEndless, 0, "0 #0* 1:100 2:100"},
       // LATM: full groups, at the time of the sample behind them; what is written begins at 0 in any case.
-      {"LATM",
-       {MP4_KIND_AUDIO, 48000, 1024, {10, 20, 30, 1, 2, 3, 40}, 500},
-       MP4_HINT_LATM,
-       "0 #0* 10 1:10 20 2:20 30 3:30, 3572 #1* 1 4:1 2 5:2 3 6:3"},
-      {"LATM of three", sound, MP4_HINT_LATM, ""},
-      {"captions",
-       {MP4_KIND_TEXT, 1000, 40, {2, 2, 2, 2, 2}},
-       MP4_HINT_CAPTION,
-       "0 #0* 0 1:2 2:2, 7200 #1* 0 3:2 4:2"},
+      {late, MP4_HINT_LATM, 0, 0, "0 #0* 10 1:10 20 2:20 30 3:30, 3572 #1* 1 4:1 2 5:2 3 6:3"},
+      {Captions({2, 2, 2, 2, 2}), MP4_HINT_CAPTION, 0, 0, "0 #0* 0 1:2 2:2, 7200 #1* 0 3:2 4:2"},
   };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
+  for (const auto& [media, hintType, maxSamples, rtpTimeScale, expected] : cases) {
     HintedMovie hinted;
-    hinted.AddMedia(test.media);
-    CMp4HintTrack* hint = hinted.AddHint(test.hintType);
-    if (test.maxSamples != 0) {
-      EXPECT_EQ(hint->SetMaxSamplesPerPacket(test.maxSamples), MP4_OK);
-    }
-    EXPECT_EQ(hint->SetRtpTimeScale(test.rtpTimeScale), MP4_OK);
-    ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK);
+    hinted.AddMedia(media);
+    CMp4HintTrack* hint = hinted.AddHint(hintType);
+    EXPECT_EQ(hint->SetMaxSamplesPerPacket(maxSamples), maxSamples != 0 ? MP4_OK : MP4_BAD_ARGUMENT);
+    EXPECT_EQ(hint->SetRtpTimeScale(rtpTimeScale), MP4_OK);
+    ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK) << expected;
     hinted.Reopen();
-    EXPECT_EQ(hinted.Samples(2), test.expected);
+    EXPECT_EQ(hinted.Samples(2), expected);
   }
 }
 
-TEST(HintTrack, GathersWithoutABound) {
-  HintedMovie hinted;
-  hinted.AddMedia({MP4_KIND_VIDEO, 1000, 40, std::vector<u32>(167, 1)});
-  CMp4HintTrack* hint = hinted.AddHint(MP4_HINT_VIDEO);
-  ASSERT_EQ(hint->SetMaxSamplesPerPacket(kEndless), MP4_OK);
-  ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK);
-  hinted.Reopen();
-  const std::string samples = hinted.Samples(2);
-  EXPECT_TRUE(samples.ends_with(" 166:1")) << "500 bytes less 2, at 3 for a sample of 1: " << samples;
-}
-
-// All tracks are asked for their times by way of the one whose turn was last, and a group goes out under the
-// name, the sizes and the clock of the track behind it.
+// All tracks are asked for their times by way of the one whose turn was last, at first the last one that was
+// opened, and a group goes out under the name, the sizes and the clock of the track behind it.
 TEST(HintTrack, MixesUpSeveralReferences) {
-  HintedMovie hinted;
-  hinted.AddMedia({MP4_KIND_TEXT, 1000, 10, {10, 20, 30}});
-  hinted.AddMedia({MP4_KIND_TEXT, 500, 100, {5, 6}});
-  ASSERT_EQ(hinted.movie->CloseHintTrack(hinted.AddHint(MP4_HINT_CAPTION, {1, 2})), MP4_OK);
-  hinted.Reopen();
-  EXPECT_EQ(hinted.Samples(3), "0 #0* 0 1:5, 2 #1* 0 1:10, 18000 #2* 0 2:6");
+  const std::pair<std::vector<u32>, const char*> cases[] = {
+      {{5, 6}, "0 #0* 0 1:5, 2 #1* 0 1:10, 18000 #2* 0 2:6"}, {{}, ""}};
+  for (const auto& [sizes, expected] : cases) {
+    HintedMovie hinted;
+    hinted.AddMedia(Captions({10, 20, 30}, 10));
+    hinted.AddMedia({MP4_KIND_TEXT, 500, 100, sizes});
+    ASSERT_EQ(hinted.movie->CloseHintTrack(hinted.AddHint(MP4_HINT_CAPTION, {1, 2})), MP4_OK);
+    hinted.Reopen();
+    EXPECT_EQ(hinted.Samples(3), expected);
+  }
 }
 
 TEST(HintTrack, LeavesItsBoxesBehind) {
   HintedMovie hinted;
-  // 80 bytes in the busiest second: that the samples at 0 and 1000 ms both lie in it is what makes them 80.
-  hinted.AddMedia({MP4_KIND_TEXT, 1000, 500, {10, 20, 50, 2}});
+  // 280 bytes in the busiest second: that the samples at 0 and 1000 ms both lie in it is what makes them 280.
+  hinted.AddMedia(Captions({110, 20, 150, 2}, 500));
   CMp4HintTrack* hint = hinted.AddHint(MP4_HINT_CAPTION);
   EXPECT_EQ(hint->SetMaxPacketSize(301), MP4_OK);
   EXPECT_EQ(hint->SetTimeOffset(9), MP4_OK);
   ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK);
   hinted.Reopen();
-  const u32 average = 82 * 8000 / 1500;
+  const u32 average = 282 * 8000 / 1500;
   EXPECT_EQ(hinted.HintBox("mdia/minf/hmhd"),
-            FullBox("hmhd", 0, 0, Bytes().U16(301).U16(150).U32s({80 * 8, average, 0})));
+            FullBox("hmhd", 0, 0, Bytes().U16(301).U16(150).U32s({280 * 8, average, 0})));
   EXPECT_EQ(hinted.HintBox("tref"), Box("tref", {Box("hint", Bytes().U32(1))}));
   Bytes entry = Bytes().Zeros(6).U16(1).U16(1).U16(1).U32(301).Add(Box("tims", Bytes().U32(90000)));
   entry.Add(Box("tsro", Bytes().U32(0))).Add(Box("snro", Bytes().U32(0)));
@@ -236,45 +178,47 @@ TEST(HintTrack, LeavesItsBoxesBehind) {
   const std::unique_ptr<CMp4HintTrack> read = hinted.OpenHint(2);
   char text[400];
   ASSERT_EQ(read->GetTrackSdp(text, sizeof text), MP4_OK);
+  EXPECT_EQ(std::string(text).find("m=text 0 RTP/AVP 96\r\nb=AS:2\r\n"), 0u) << text;
   const u32 size = static_cast<u32>(std::strlen(text)) + 1;
   EXPECT_EQ(hinted.HintBox("udta/hnti"), Box("hnti", {Box("sdp ", Bytes().Text(text))}));
   EXPECT_EQ(read->GetTrackSdp(text, size), MP4_OK);
   EXPECT_EQ(read->GetTrackSdp(text, size - 1), MP4_BUFFER_TOO_SMALL);
 }
 
-// Without time there is no rate, and the guesses stand.
-TEST(HintTrack, KeepsItsGuessesOfBitRatesWithoutTime) {
+TEST(HintTrack, TellsOfItsLimitsAndItsGuesses) {
   HintedMovie hinted;
-  hinted.AddMedia({MP4_KIND_TEXT, 1000, 500, {10}});
-  ASSERT_EQ(hinted.movie->CloseHintTrack(hinted.AddHint(MP4_HINT_CAPTION)), MP4_OK);
+  hinted.AddMedia(Sound({10}));
+  CMp4HintTrack* hint = hinted.AddHint(MP4_HINT_LATM);
+  ASSERT_EQ(hint->SetMaxSamplesPerPacket(5), MP4_OK);
+  ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK);
   hinted.Reopen();
+  // Without time there is no rate, and the guesses stand.
   EXPECT_EQ(hinted.HintBox("mdia/minf/hmhd"),
             FullBox("hmhd", 0, 0, Bytes().U16(500).U16(250).U32s({500000, 300000, 0})));
+  char text[400] = "";
+  EXPECT_EQ(hinted.OpenHint(2)->GetTrackSdp(text, sizeof text), MP4_OK);
+  EXPECT_NE(std::string(text).find("config=4400"), std::string::npos) << "of five frames: " << text;
 }
 
 TEST(HintTrack, ClosesWithoutAReferenceAndNumbersTo128) {
   HintedMovie hinted;
-  hinted.AddMedia({MP4_KIND_TEXT, 1000, 40, {2, 2, 2}});
+  hinted.AddMedia(Captions({2, 2, 2}));
+  const auto fail = [&](CMp4HintTrack* added, Mp4Result result) {
+    const std::unique_ptr<CMp4HintTrack> hint(added);
+    EXPECT_EQ(hinted.movie->CloseHintTrack(added), result);
+    EXPECT_EQ(hint->SetTimeScale(1), MP4_OK) << "or the file could not be closed";
+  };
   for (u32 number = 96; number < 128; ++number) {
-    CMp4HintTrack* hint = hinted.AddHint(MP4_HINT_CAPTION, {});
-    if (number == 97) {
-      EXPECT_EQ(hint->SetRtpTimeScale(8000), MP4_OK);
-    }
-    if (number == 98) {
-      // A close that fails uses its number up, too.
-      EXPECT_EQ(hint->AddReferencedTrack(200), MP4_OK);
-      EXPECT_EQ(hinted.movie->CloseHintTrack(hint), MP4_NOT_FOUND);
-      EXPECT_EQ(hint->SetTimeScale(1), MP4_OK) << "or the file could not be closed";
-      delete hint;
+    if (number == 98) {  // a close that fails uses its number up, too
+      fail(hinted.AddHint(MP4_HINT_CAPTION, {200}), MP4_NOT_FOUND);
       continue;
     }
+    CMp4HintTrack* hint = hinted.AddHint(MP4_HINT_CAPTION, {});
+    EXPECT_EQ(hint->SetRtpTimeScale(number == 97 ? 8000 : 0), MP4_OK);
     ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK);
   }
   ASSERT_EQ(hinted.movie->CloseHintTrack(hinted.AddHint(MP4_HINT_CAPTION)), MP4_OK);
-  CMp4HintTrack* last = hinted.AddHint(MP4_HINT_CAPTION);
-  EXPECT_EQ(hinted.movie->CloseHintTrack(last), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(last->SetTimeScale(1), MP4_OK);
-  delete last;
+  fail(hinted.AddHint(MP4_HINT_CAPTION), MP4_BAD_ARGUMENT);
   hinted.Reopen();
   // Of 128 there are 7 bits in the packets.
   testing::internal::CaptureStdout();
@@ -285,76 +229,64 @@ TEST(HintTrack, ClosesWithoutAReferenceAndNumbersTo128) {
 }
 
 TEST(HintTrack, RefusesWhatItCannotPacketise) {
-  const struct {
-    const char* name;
-    Media media;
-    u32 hintType;
-    std::initializer_list<u32> references;
-    Mp4Result result;
-    u16 maxPacketSize = 500;
-  } cases[] = {
-      {"a track that is not there", {}, MP4_HINT_VIDEO, {9}, MP4_NOT_FOUND},
-      {"itself, which is not closed", {}, MP4_HINT_VIDEO, {2}, MP4_NOT_FOUND},
-      {"a second one that is not there", {}, MP4_HINT_VIDEO, {1, 9}, MP4_NOT_FOUND},
-      {"LATM of two", {MP4_KIND_AUDIO}, MP4_HINT_LATM, {1, 1}, MP4_BAD_ARGUMENT},
-      {"LATM of video", {}, MP4_HINT_LATM, {1}, MP4_BAD_ARGUMENT},
-      {"LATM too large", {MP4_KIND_AUDIO, 1000, 40, {499, 1, 1, 1}}, MP4_HINT_LATM, {1}, MP4_NOT_READY},
-      {"LATM with a long length",
-       {MP4_KIND_AUDIO, 1000, 40, {3570, 1, 1, 1}},
-       MP4_HINT_LATM,
-       {1},
-       MP4_BAD_ARGUMENT,
-       60000},
-      {"AAC without room", {MP4_KIND_AUDIO, 1000, 40, {10}}, MP4_HINT_AAC, {1}, MP4_NOT_READY, 3},
-      {"captions of video", {}, MP4_HINT_CAPTION, {1}, MP4_NOT_READY},
+  const std::tuple<const char*, Media, u32, std::initializer_list<u32>, u16, Mp4Result> cases[] = {
+      {"a track that is not there", Video({}), MP4_HINT_VIDEO, {9}, 500, MP4_NOT_FOUND},
+      {"itself, which is not closed", Video({}), MP4_HINT_VIDEO, {2}, 500, MP4_NOT_FOUND},
+      {"a second one that is not there", Video({}), MP4_HINT_VIDEO, {1, 9}, 500, MP4_NOT_FOUND},
+      {"LATM of two", Sound({}), MP4_HINT_LATM, {1, 1}, 500, MP4_BAD_ARGUMENT},
+      {"LATM of video", Video({}), MP4_HINT_LATM, {1}, 500, MP4_BAD_ARGUMENT},
+      {"LATM too large", Sound({499, 1, 1, 1}), MP4_HINT_LATM, {1}, 500, MP4_NOT_READY},
+      {"AAC without room", Sound({10}), MP4_HINT_AAC, {1}, 3, MP4_NOT_READY},
   };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
+  for (const auto& [name, media, hintType, references, maxPacketSize, result] : cases) {
     HintedMovie hinted;
-    hinted.AddMedia(test.media);
-    const std::unique_ptr<CMp4HintTrack> hint(hinted.AddHint(test.hintType, test.references));
-    EXPECT_EQ(hint->SetMaxPacketSize(test.maxPacketSize), MP4_OK);
-    EXPECT_EQ(hinted.movie->CloseHintTrack(hint.get()), test.result);
+    hinted.AddMedia(media);
+    const std::unique_ptr<CMp4HintTrack> hint(hinted.AddHint(hintType, references));
+    EXPECT_EQ(hint->SetMaxPacketSize(maxPacketSize), MP4_OK);
+    EXPECT_EQ(hinted.movie->CloseHintTrack(hint.get()), result) << name;
   }
+  HintedMovie hinted;
+  CMp4HintTrack* hint = nullptr;
+  EXPECT_EQ(hinted.movie->AddHintTrack(&hint, 4), MP4_BAD_ARGUMENT);
 }
 
-// Every operation, in each state that a hint track can be in.
+// Every operation, in each state that a hint track can be in. "." stands for MP4_OK, "F" for MP4_NOT_FOUND,
+// "S" for MP4_BUFFER_TOO_SMALL, "-" for MP4_NOT_READY.
 TEST(HintTrack, AnswersByItsState) {
   const auto answers = [](CMp4HintTrack* hint) {
     u32 number = 0;
     i32 offset = 0;
     u64 time = 0;
     char text[4];
-    return std::vector<Mp4Result>{
-        hint->GetHintTrackId(&number),   hint->ReservedHint1(0),           hint->ReservedHint2(0),
-        hint->AddReferencedTrack(1),     hint->ReservedHint3(0, 0),        hint->ReservedHint4(0, 0, 0, 0),
-        hint->GetPacketTime(1, &time),   hint->DumpHintSample(1),          hint->SetMaxPacketSize(9),
-        hint->SetMaxSamplesPerPacket(2), hint->GetTrackSdp(text, 4),       hint->GetTimeScale(&number),
-        hint->GetTimeOffset(&offset),    hint->GetSequenceOffset(&offset), hint->SetTimeScale(1),
-        hint->SetTimeOffset(1),          hint->SetSequenceOffset(1),       hint->SetRtpTimeScale(1)};
+    std::string told;
+    for (const Mp4Result result :
+         {hint->GetHintTrackId(&number), hint->ReservedHint1(0), hint->ReservedHint2(0),
+          hint->AddReferencedTrack(1), hint->ReservedHint3(0, 0), hint->ReservedHint4(0, 0, 0, 0),
+          hint->GetPacketTime(1, &time), hint->DumpHintSample(1), hint->SetMaxPacketSize(9),
+          hint->SetMaxSamplesPerPacket(2), hint->GetTrackSdp(text, 4), hint->GetTimeScale(&number),
+          hint->GetTimeOffset(&offset), hint->GetSequenceOffset(&offset), hint->SetTimeScale(1),
+          hint->SetTimeOffset(1), hint->SetSequenceOffset(1), hint->SetRtpTimeScale(1)}) {
+      told += result == MP4_OK                 ? '.'
+              : result == MP4_NOT_FOUND        ? 'F'
+              : result == MP4_BUFFER_TOO_SMALL ? 'S'
+              : result == MP4_NOT_READY        ? '-'
+                                               : '?';
+    }
+    return told;
   };
-  constexpr Mp4Result kReady = MP4_NOT_READY;
-  const std::vector<Mp4Result> written = {
-      MP4_OK, MP4_NOT_FOUND, MP4_NOT_FOUND, MP4_OK, MP4_OK, MP4_OK, kReady, MP4_NOT_FOUND, MP4_OK,
-      MP4_OK, MP4_NOT_FOUND, kReady,        kReady, kReady, MP4_OK, MP4_OK, MP4_OK,        MP4_OK};
-  const std::vector<Mp4Result> bound = {
-      MP4_OK, MP4_NOT_FOUND,        MP4_NOT_FOUND, kReady, MP4_OK, MP4_OK, MP4_OK, MP4_OK, MP4_OK,
-      MP4_OK, MP4_BUFFER_TOO_SMALL, kReady,        kReady, kReady, kReady, kReady, kReady, MP4_OK};
-  const std::vector<Mp4Result> detached = {kReady, kReady, MP4_NOT_FOUND, kReady, kReady, kReady,
-                                           kReady, kReady, kReady,        MP4_OK, kReady, kReady,
-                                           kReady, kReady, kReady,        kReady, kReady, MP4_OK};
+  const std::string written = ".FF...-F..F---....", bound = ".FF-......S------.",
+                    detached = "--F------.-------.";
   HintedMovie hinted;
-  hinted.AddMedia({MP4_KIND_TEXT, 1000, 40, {2, 2, 2}});
+  hinted.AddMedia(Captions({2, 2, 2}));
   std::unique_ptr<CMp4HintTrack> hint(hinted.AddHint(MP4_HINT_CAPTION));
   EXPECT_EQ(answers(hint.get()), written);
   EXPECT_EQ(hint->SetMaxPacketSize(0), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(hint->SetMaxSamplesPerPacket(0), MP4_BAD_ARGUMENT);
   std::unique_ptr<CMp4HintTrack> unused(hinted.AddHint(MP4_HINT_VIDEO, {}));
   EXPECT_EQ(unused->SetTimeScale(1), MP4_OK);
   ASSERT_EQ(hinted.movie->CloseHintTrack(hint.release()), MP4_OK);
-  CMp4File* const file = hinted.Reopen();
+  OpenedMovie& file = hinted.Reopen();
   EXPECT_EQ(answers(unused.get()), detached);
-  EXPECT_EQ(hinted.movie->CloseHintTrack(unused.get()), kReady);
+  EXPECT_EQ(hinted.movie->CloseHintTrack(unused.get()), MP4_NOT_READY);
 
   testing::internal::CaptureStdout();
   hint = hinted.OpenHint(2);
@@ -362,59 +294,44 @@ TEST(HintTrack, AnswersByItsState) {
   const std::string dump = testing::internal::GetCapturedStdout();
   EXPECT_EQ(dump.find("    Packet Count 1\n    {\n      Relative time: 0 "), 0u) << dump;
   EXPECT_TRUE(dump.ends_with("    }\n\n ------------------ \n")) << dump;
-  EXPECT_EQ(Got(*hint, &CMp4HintTrack::GetPacketTime, 1u), 0u);
   EXPECT_EQ(Got(*hint, &CMp4HintTrack::GetHintTrackId), 2u);
   EXPECT_EQ(Ask(*hint, &CMp4HintTrack::GetPacketTime, 99u).result, MP4_NOT_FOUND);
   EXPECT_EQ(hint->DumpHintSample(0), MP4_ZERO_INDEX);
-  EXPECT_EQ(file->CloseHintTrack(hint.get()), kReady) << "it is not being written";
+  EXPECT_EQ(file->CloseHintTrack(hint.get()), MP4_NOT_READY) << "it is not being written";
   ASSERT_EQ(file->Close(), MP4_OK);
   EXPECT_EQ(answers(hint.get()), detached);
 }
 
 /// A hint track of another writer.
-Track ForeignHint(const std::vector<u64>& sizes) {
+Track ForeignHint(const std::vector<u64>& sizes, const Bytes& entry) {
   Track track;
   track.mediaHeader = FullBox("hmhd", 0, 0, Bytes().Zeros(16));
   track.hdlr = Hdlr("hint");
-  track.stsd = Stsd({MpegEntry("rtp ", Bytes().U16(1).U16(1).U32(1450).Add(Box("tims", Bytes().U32(9))))});
+  track.stsd = entry.empty() ? Stsd({}) : Stsd({entry});
   track.stsz = Stsz(sizes);
-  track.stts = Stts({{static_cast<u32>(sizes.size()), 1}});
-  track.stsc = Stsc({{1, static_cast<u32>(sizes.size())}});
+  track.stsc = Stsc({{1, 4}});
   track.chunkOffsets = Stco({24});
   return track;
 }
 
 TEST(HintTrack, BindsToHintTracksForRtpAlone) {
-  Track plain;
-  Track other = ForeignHint({4});
-  other.stsd = Stsd({Box("abcd", Bytes().Zeros(8))});
-  Track empty = ForeignHint({4});
-  empty.stsd = Stsd({});
+  const Bytes entry = MpegEntry("rtp ", Bytes().U16(1).U16(1).U32(1450).Add(Box("tims", Bytes().U32(9))));
   Movie movie;
-  movie.tracks = {ForeignHint({4}), plain, other, empty};
+  movie.tracks = {ForeignHint({0xFFFFFFFF, 0, 3}, entry), Track(),
+                  ForeignHint({4}, Box("abcd", Bytes().Zeros(8))), ForeignHint({4}, {})};
   OpenedMovie opened(movie);
   const Mp4Result expected[] = {MP4_BAD_ARGUMENT, MP4_OK,        MP4_BAD_ARGUMENT,
                                 MP4_BAD_BOX,      MP4_NOT_FOUND, MP4_BAD_ARGUMENT};
   for (u32 index = 0; index < std::size(expected); ++index) {
-    CMp4HintTrack* hint = nullptr;
-    EXPECT_EQ(opened->OpenHintTrack(index, &hint), expected[index]) << index;
-    EXPECT_EQ(hint != nullptr, expected[index] == MP4_OK);
-    delete hint;
+    CMp4HintTrack* bound = nullptr;
+    EXPECT_EQ(opened->OpenHintTrack(index, &bound), expected[index]) << index;
+    const std::unique_ptr<CMp4HintTrack> hint(bound);
+    if (!hint) continue;
+    EXPECT_EQ(hint->DumpHintSample(1), MP4_FILE_IO) << "a size from the file is no reason to take memory";
+    EXPECT_EQ(hint->DumpHintSample(2), MP4_BAD_ARGUMENT);
+    char text[4];
+    EXPECT_EQ(hint->GetTrackSdp(text, 4), MP4_NOT_FOUND);
   }
-}
-
-// A size from the file is no reason to take memory.
-TEST(HintTrack, PrintsNoSampleThatTheFileCannotHold) {
-  Movie movie;
-  movie.tracks = {ForeignHint({0xFFFFFFFF, 0, 3})};
-  OpenedMovie opened(movie);
-  CMp4HintTrack* hint = nullptr;
-  ASSERT_EQ(opened->OpenHintTrack(1, &hint), MP4_OK);
-  const std::unique_ptr<CMp4HintTrack> owner(hint);
-  EXPECT_EQ(hint->DumpHintSample(1), MP4_FILE_IO);
-  EXPECT_EQ(hint->DumpHintSample(2), MP4_BAD_ARGUMENT);
-  char text[4];
-  EXPECT_EQ(hint->GetTrackSdp(text, 4), MP4_NOT_FOUND);
 }
 
 }  // namespace
