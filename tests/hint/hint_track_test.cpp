@@ -143,11 +143,11 @@ TEST(HintTrack, PacketisesEachKind) {
 // All tracks are asked for their times by way of the one whose turn was last, at first the last one that was
 // opened, and a group goes out under the name, the sizes and the clock of the track behind it.
 TEST(HintTrack, MixesUpSeveralReferences) {
-  const std::pair<std::vector<u32>, const char*> cases[] = {
-      {{5, 6}, "0 #0* 0 1:5, 2 #1* 0 1:10, 18000 #2* 0 2:6"}, {{}, ""}};
-  for (const auto& [sizes, expected] : cases) {
+  const std::tuple<std::vector<u32>, std::vector<u32>, const char*> cases[] = {
+      {{10, 20, 30}, {5, 6}, "0 #0* 0 1:5, 2 #1* 0 1:10, 18000 #2* 0 2:6"}, {{600}, {}, ""}};
+  for (const auto& [first, sizes, expected] : cases) {
     HintedMovie hinted;
-    hinted.AddMedia(Captions({10, 20, 30}, 10));
+    hinted.AddMedia(Captions(first, 10));
     hinted.AddMedia({MP4_KIND_TEXT, 500, 100, sizes});
     ASSERT_EQ(hinted.movie->CloseHintTrack(hinted.AddHint(MP4_HINT_CAPTION, {1, 2})), MP4_OK);
     hinted.Reopen();

@@ -1,34 +1,21 @@
-// Captions of the three modes, decoded by the program and by ffmpeg, whose decoder is another's work: the
-// rows have to be the same, in the same order.
+// Captions of the three modes, read, written and decoded by the program and by ffmpeg, whose code is
+// another's work: pairs and rows have to be the same, in the same order.
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <optional>
-#include <sstream>
 
-#include "tools/caption_movie.h"
+#include "support/line21_script.h"
 #include "tools/program.h"
 
 namespace kt::test {
 namespace {
 
+using Rows = std::vector<std::string>;
+
 struct Script {
   u32 second;
-  const char* script;
-};
-
-/// What the other decoder shows from some time on.
-struct Event {
-  double start = 0;
-  std::vector<std::string> rows;
-
-  friend bool operator==(const Event&, const Event&) = default;
-};
-
-struct Row {
-  double time = 0;
-  std::string text;
+  std::string script;
 };
 
 // A Scenarist file: a time code and the pairs as hexadecimal words in each line.
@@ -47,23 +34,12 @@ std::string SccText(const std::vector<Script>& scripts) {
   return text;
 }
 
-// What ffmpeg makes of the file, as text or bytes.
-std::string Converted(const std::string& file, const std::string& options,
-                      const std::string& format = "scc") {
-  const Outcome outcome = RunShell(ShellWord(KTMP4_FFMPEG) + " -v error -nostdin -f " + format + " -i " +
-                                   ShellWord(file) + " " + options + " -");
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  return outcome.out;
-}
-
-// The pairs as ffmpeg has read them: three bytes each, of which the first says that a pair follows.
-std::vector<Line21Pair> PairsOf(const std::string& bytes) {
-  std::vector<Line21Pair> pairs;
-  for (std::size_t i = 0; i + 3 <= bytes.size(); i += 3) {
-    EXPECT_EQ(static_cast<u8>(bytes[i]), 0xFC);
-    pairs.push_back({static_cast<u8>(bytes[i + 1]), static_cast<u8>(bytes[i + 2])});
-  }
-  return pairs;
+// What ffmpeg makes of a file.
+std::string Converted(const std::string& text, const std::string& format, const std::string& options) {
+  const TempFile file{Bytes().Text(text)};
+  return ExpectShell(ShellWord(KTMP4_FFMPEG) + " -v error -nostdin -f " + format + " -i " +
+                         ShellWord(file.Name()) + " " + options + " -",
+                     0, {});
 }
 
 // A line of SubRip text without its marks.
@@ -78,161 +54,110 @@ std::string Plain(const std::string& line) {
   return plain;
 }
 
-std::vector<Event> Events(const std::string& subRip) {
-  std::vector<Event> events;
+// The subtitles of a SubRip file, each as its rows.
+std::vector<Rows> Subtitles(const std::string& subRip) {
+  std::vector<Rows> subtitles;
   bool inText = false;
   for (const std::string& line : Lines(subRip)) {
-    unsigned hours = 0, minutes = 0, seconds = 0, thousandths = 0;
-    if (std::sscanf(line.c_str(), "%u:%u:%u,%u --> ", &hours, &minutes, &seconds, &thousandths) == 4) {
-      events.push_back({hours * 3600 + minutes * 60 + seconds + thousandths / 1000.0, {}});
+    if (line.find(" --> ") != std::string::npos) {
+      subtitles.emplace_back();
       inText = true;
     } else if (line.empty()) {
       inText = false;
     } else if (inText) {
-      events.back().rows.push_back(Plain(line));
+      subtitles.back().push_back(Plain(line));
     }
   }
-  return events;
+  return subtitles;
 }
 
-// The rows that each event brings: those that do not stand in the one before, further down.
-std::vector<Row> NewRows(const std::vector<Event>& events) {
-  std::vector<Row> rows;
-  std::vector<std::string> before;
-  for (const Event& event : events) {
-    std::size_t kept = std::min(before.size(), event.rows.size());
+// The rows that each subtitle brings: those that do not stand in the one before, further down.
+Rows NewRows(const std::vector<Rows>& subtitles) {
+  Rows rows, before;
+  for (const Rows& shown : subtitles) {
+    std::size_t kept = std::min(before.size(), shown.size());
     while (kept > 0 &&
-           !std::equal(before.end() - static_cast<std::ptrdiff_t>(kept), before.end(), event.rows.begin()))
+           !std::equal(before.end() - static_cast<std::ptrdiff_t>(kept), before.end(), shown.begin()))
       --kept;
-    for (std::size_t i = kept; i < event.rows.size(); ++i) rows.push_back({event.start, event.rows[i]});
-    before = event.rows;
+    rows.insert(rows.end(), shown.begin() + static_cast<std::ptrdiff_t>(kept), shown.end());
+    before = shown;
   }
   return rows;
 }
 
-// The rows that the program prints.
-std::vector<Row> PrintedRows(const std::string& out) {
-  std::vector<Row> rows;
-  for (const std::string& line : Lines(out)) {
-    double time = 0;
-    if (std::sscanf(line.c_str(), "row at %lf", &time) != 1) continue;
-    const std::size_t begin = line.find('"') + 1;
-    rows.push_back({time, line.substr(begin, line.size() - 1 - begin)});
-  }
+// The rows that the program prints, each behind its time.
+Rows PrintedRows(const std::string& out) {
+  Rows rows;
+  for (const std::string& line : Lines(out)) rows.push_back(line.substr(line.find("  ") + 2));
   return rows;
 }
 
-std::vector<std::string> Texts(const std::vector<Row>& rows) {
-  std::vector<std::string> texts;
-  for (const Row& row : rows) texts.push_back(row.text);
-  return texts;
+// 1350, 1370, 1450 and 1470 address the rows 12 to 15. In the modes without a buffer the next return or
+// address completes a row, so that the last one needs one, too.
+std::vector<Script> RollUp(const std::string& mode) {
+  return {{1, mode + mode + "{CR}{CR}{1470}{1470}>> In other news today"},
+          {3, "{CR}{CR}{1470}{1470}a second line is said"},
+          {5, "{CR}{1470}and a third."},
+          {7, "{CR}{CR}{-}{-}>> Thank you"},
+          {9, "{CR}{CR}{1470}{1470}Back to{-}you."},
+          {11, "{CR}"},
+          {13, "{EDM}{EDM}"}};
 }
+const std::vector<Script> kPopOn = {
+    {1, "{RCL}{RCL}{ENM}{ENM}{1470}{1470}Good morning!{EDM}{EDM}{EOC}{EOC}"},
+    {4,
+     "{RCL}{RCL}{ENM}{ENM}{1450}{1450}- Where have you been?{1470}{1470}- At "
+     "home.{-}{-}{EDM}{EDM}{EOC}{EOC}"},
+    {7,
+     "{RCL}{RCL}{ENM}{ENM}{1350}{1350}Three{1370}{1370}rows, one "
+     "below{1450}{1450}another{EDM}{EDM}{EOC}{EOC}"},
+    {10, "{EDM}{EDM}"},
+    {12, "{RCL}{ENM}{1370}1, 2, 3 & 4{1450}(5 + 6) = 11;{EOC}"},
+    {15, "{RCL}{RCL}{ENM}{ENM}{1470}{1470}[END] $1 @ 50%{EDM}{EDM}{EOC}{EOC}"},
+    {18, "{EDM}{EDM}"}};
+const std::vector<Script> kPaintOn = {
+    {1, "{RDC}{RDC}{1450}{1450}Painted as{1470}{1470}it comes"},
+    {4, "{EDM}{EDM}{RDC}{RDC}{1470}{1470}one row"},
+    {7, "{EDM}{EDM}{RDC}{RDC}{1370}{1370}and{1450}{1450}three{1470}{1470}more"},
+    {10, "{EDM}{EDM}{1470}"}};
+const std::vector<Script> kMixed = {
+    {1, "{RCL}{RCL}{ENM}{ENM}{1450}{1450}Good{1470}{1470}morning{EDM}{EOC}{EOC}"},
+    {4, "{RCL}{ENM}{1470}[sighs]{EDM}{EDM}{EOC}"},
+    {7, "{EDM}{EDM}"},
+    {9, "{RU2}{RU2}{CR}{CR}{1470}{1470}>> Breaking news"},
+    {11, "{CR}"},
+    {13, "{EDM}{EDM}"}};
 
-struct Decoded {
-  std::vector<Row> here;
-  std::vector<Row> there;
-};
-
-// Both decoders get the same bytes: those that ffmpeg has read from the Scenarist file.
-Decoded DecodeTwice(const std::vector<Script>& scripts) {
-  const TempFile scc{Bytes().Text(SccText(scripts))};
-  const std::vector<Line21Pair> pairs = PairsOf(Converted(scc.Name(), "-map 0 -c copy -f data"));
-  std::vector<CaptionLine> lines;
-  auto next = pairs.begin();
-  for (const Script& script : scripts) {
-    const auto count = static_cast<std::ptrdiff_t>(Line21Pairs(script.script).size());
-    if (pairs.end() - next < count) {
-      ADD_FAILURE() << "pairs were lost";
-      return {};
-    }
-    lines.push_back({script.second, {next, next + count}});
-    next += count;
+TEST(CaptionPeer, HasTheSamePairsAndRows) {
+  const struct {
+    const char* mode;
+    std::vector<Script> scripts;
+    std::size_t rows;
+  } cases[] = {{"pop-on", kPopOn, 9},
+               {"roll-up of two", RollUp("{RU2}"), 5},
+               {"roll-up of three", RollUp("{RU3}"), 5},
+               {"roll-up of four", RollUp("{RU4}"), 5},
+               {"paint-on", kPaintOn, 6},
+               {"mixed", kMixed, 4}};
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.mode);
+    const std::string text = SccText(row.scripts);
+    const TempFolder folder;
+    const std::string movie = folder / "movie.mp4";
+    const std::string theirs = Converted(text, "scc", "-map 0 -c copy -f scc");
+    ExpectRun({"add-captions", Media("aac.m4a"), TempFile(Bytes().Text(theirs)).Name(), movie});
+    const std::string packets = "-map 0 -c copy -f framemd5";
+    EXPECT_EQ(Converted(ExpectRun({"captions", "--format", "scc", movie}), "scc", packets),
+              Converted(theirs, "scc", packets));
+    const Rows rows = NewRows(Subtitles(Converted(text, "scc", "-f srt")));
+    EXPECT_EQ(rows.size(), row.rows);
+    EXPECT_EQ(PrintedRows(ExpectRun({"captions", movie})), rows);
+    const std::string srt = ExpectRun({"captions", "--format", "srt", movie});
+    std::string again = Converted(srt, "srt", "-f srt");
+    std::erase(again, '\r');
+    EXPECT_EQ(again, srt + "\n");
+    EXPECT_EQ(NewRows(Subtitles(srt)), rows);
   }
-  EXPECT_EQ(next, pairs.end());
-  const TempFile movie(CaptionMovie(lines).Build());
-  const Outcome outcome = RunProgram({"play", movie.Name()});
-  EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-  return {PrintedRows(outcome.out), NewRows(Events(Converted(scc.Name(), "-f srt")))};
-}
-
-void ExpectSameRows(const Decoded& decoded, std::size_t count) {
-  EXPECT_EQ(decoded.here.size(), count);
-  EXPECT_EQ(Texts(decoded.here), Texts(decoded.there));
-}
-
-// 1350, 1370, 1450 and 1470 address the rows 12 to 15.
-TEST(CaptionPeer, PopOn) {
-  const Decoded decoded = DecodeTwice({
-      {1, "{RCL}{RCL}{ENM}{ENM}{1470}{1470}Good morning!{EDM}{EDM}{EOC}{EOC}"},
-      {4,
-       "{RCL}{RCL}{ENM}{ENM}{1450}{1450}- Where have you been?{1470}{1470}- At "
-       "home.{-}{-}{EDM}{EDM}{EOC}{EOC}"},
-      {7,
-       "{RCL}{RCL}{ENM}{ENM}{1350}{1350}Three{1370}{1370}rows, one below{1450}{1450}another"
-       "{EDM}{EDM}{EOC}{EOC}"},
-      {10, "{EDM}{EDM}"},
-      {12, "{RCL}{ENM}{1370}1, 2, 3 & 4{1450}(5 + 6) = 11;{EOC}"},
-      {15, "{RCL}{RCL}{ENM}{ENM}{1470}{1470}[END] $1 @ 50%{EDM}{EDM}{EOC}{EOC}"},
-      {18, "{EDM}{EDM}"},
-  });
-  ExpectSameRows(decoded, 9);
-  for (std::size_t i = 0; i < std::min(decoded.here.size(), decoded.there.size()); ++i) {
-    // They come with the pair that shows them, which stands some frames behind the line's time code.
-    EXPECT_GE(decoded.here[i].time, decoded.there[i].time);
-    EXPECT_LE(decoded.here[i].time, decoded.there[i].time + 2);
-  }
-}
-
-// The return behind a row completes it; so the last one needs one, too.
-TEST(CaptionPeer, RollUp) {
-  for (const char* const mode : {"{RU2}", "{RU3}", "{RU4}"}) {
-    SCOPED_TRACE(mode);
-    const std::string start = std::string(mode) + mode + "{CR}{CR}{1470}{1470}>> In other news today";
-    ExpectSameRows(DecodeTwice({{1, start.c_str()},
-                                {3, "{CR}{CR}{1470}{1470}a second line is said"},
-                                {5, "{CR}{1470}and a third."},
-                                {7, "{CR}{CR}{-}{-}>> Thank you"},
-                                {9, "{CR}{CR}{1470}{1470}Back to{-}you."},
-                                {11, "{CR}"},
-                                {13, "{EDM}{EDM}"}}),
-                   5);
-  }
-}
-
-// Here the next address completes a row.
-TEST(CaptionPeer, PaintOn) {
-  ExpectSameRows(DecodeTwice({{1, "{RDC}{RDC}{1450}{1450}Painted as{1470}{1470}it comes"},
-                              {4, "{EDM}{EDM}{RDC}{RDC}{1470}{1470}one row"},
-                              {7, "{EDM}{EDM}{RDC}{RDC}{1370}{1370}and{1450}{1450}three{1470}{1470}more"},
-                              {10, "{EDM}{EDM}{1470}"}}),
-                 6);
-}
-
-// Its caption file is added to a movie here, and it reads both sorts of captions that come back.
-TEST(CaptionPeer, ReadsWhatIsWrittenAndWritesWhatIsRead) {
-  const std::string text =
-      SccText({{1, "{RCL}{RCL}{ENM}{ENM}{1450}{1450}Good{1470}{1470}morning{EDM}{EOC}{EOC}"},
-               {4, "{RCL}{ENM}{1470}[sighs]{EDM}{EDM}{EOC}"},
-               {7, "{EDM}{EDM}"},
-               {9, "{RU2}{RU2}{CR}{CR}{1470}{1470}>> Breaking news{CR}today"},
-               {12, "{EDM}{EDM}"}});
-  const TempFile scc{Bytes().Text(text)};
-  const std::string copy = "-map 0 -c copy -f ";
-  const TempFile theirs{Bytes().Text(Converted(scc.Name(), copy + "scc"))};
-  const TempFolder folder;
-  const std::string movie = folder / "movie.mp4";
-  const Outcome outcome = RunProgram({"add-captions", Media("aac.m4a"), theirs.Name(), movie});
-  ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
-  const TempFile back{Bytes().Text(RunProgram({"captions", "--format", "scc", movie}).out)};
-  const TempFile srt{Bytes().Text(RunProgram({"captions", "--format", "srt", movie}).out)};
-
-  const std::string packets = Converted(scc.Name(), copy + "framemd5");
-  EXPECT_GT(Lines(packets).size(), 9u);
-  EXPECT_EQ(Converted(back.Name(), copy + "framemd5"), packets);
-  const std::vector<Event> events = Events(ReadText(srt.Path()));
-  EXPECT_EQ(events.size(), 4u) << ReadText(srt.Path());
-  EXPECT_EQ(Events(Converted(srt.Name(), "-f srt", "srt")), events);
-  EXPECT_EQ(Texts(NewRows(events)), Texts(NewRows(Events(Converted(scc.Name(), "-f srt")))));
 }
 
 }  // namespace

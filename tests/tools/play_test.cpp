@@ -1,18 +1,20 @@
-// What `play` delivers: the filter's pins, merged by time.
+// What `play` delivers: the filter's pins, merged by time, and what it makes of captions.
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <map>
 #include <sstream>
+#include <tuple>
 
-#include "support/movie_builder.h"
+#include "tools/caption_movie.h"
 #include "tools/program.h"
 
 namespace kt::test {
 namespace {
 
 namespace fs = std::filesystem;
+using Log = std::vector<std::string>;
 
 struct Row {
   u32 pin = 0, sample = 0;
@@ -34,59 +36,47 @@ std::vector<Row> SampleRows(const std::string& out) {
   return rows;
 }
 
-// 100 ns units, rounded down, as seconds.
-std::string Seconds(u64 ticks, u32 timeScale) {
-  const u64 hns = ticks * 10'000'000 / timeScale;
-  char text[40];
-  std::snprintf(text, sizeof text, "%llu.%07llu", static_cast<unsigned long long>(hns / 10'000'000),
-                static_cast<unsigned long long>(hns % 10'000'000));
-  return text;
+// The lines of an output that begin with one of these words.
+Log LinesWith(const std::string& out, std::initializer_list<std::string_view> words) {
+  Log found;
+  for (const std::string& line : Lines(out)) {
+    for (const std::string_view word : words) {
+      if (line.starts_with(word)) found.push_back(line);
+    }
+  }
+  return found;
+}
+
+std::string Play(const Movie& movie, std::vector<std::string> options = {}) {
+  const TempFile file(movie.Build());
+  options.insert(options.begin(), "play");
+  options.push_back(file.Name());
+  return ExpectRun(options);
 }
 
 TEST(Play, DeliversEverySampleButTheLastInTheOrderOfTime) {
   // Without a terminal there is no progress line.
   const std::string out = ExpectRun({"play", Media("bframes-aac.mp4")});
-  OpenedMovie movie(ReadFile(Media("bframes-aac.mp4")));
-  const std::unique_ptr<CMp4Track> tracks[] = {movie.OpenTrack(1), movie.OpenTrack(2)};
-  const u32 timeScales[] = {12800, 44100};
   std::map<u32, u32> delivered;
   double last = 0;
   for (const Row& row : SampleRows(out)) {
-    ASSERT_TRUE(row.pin == 1 || row.pin == 2);
-    SCOPED_TRACE("pin " + std::to_string(row.pin) + " sample " + std::to_string(row.sample));
-    ASSERT_EQ(row.sample, ++delivered[row.pin]);
+    ASSERT_EQ(row.sample, ++delivered[row.pin]) << row.pin;
     EXPECT_LE(last, std::stod(row.start));
     last = std::stod(row.start);
-    CMp4Track& track = *tracks[row.pin - 1];
-    const u32 timeScale = timeScales[row.pin - 1];
-    const u64 compositionTime = Got(track, &CMp4Track::GetSampleCompositionTime, row.sample);
-    const auto timeOf = [&](u32 sample) {
-      return Seconds(Got(track, &CMp4Track::GetSampleDecodingTime, sample), timeScale);
-    };
-    EXPECT_EQ(row.start, timeOf(row.sample));
-    EXPECT_EQ(row.stop, timeOf(row.sample + 1));
-    EXPECT_EQ(row.size, Got(track, &CMp4Track::GetSampleSize, row.sample));
-    EXPECT_EQ(row.sync, Got(track, &CMp4Track::FindSyncSample, compositionTime) == row.sample ? 1u : 0u);
   }
   EXPECT_EQ(delivered, (std::map<u32, u32>{{1, 99}, {2, 173}}));
-  ExpectParts(out, {"track 2: id 2, audio, 174 samples, 44100 ticks per second, 4.000 s\n",
-                    "Pin 1: \"MPEG-4 Track Video\"",
-                    "type 1: auds / KtMp4AudioStamped / WaveFormatEx, format block of 23 bytes\n",
-                    "pin 1: end of stream\n", "pin 2: end of stream\n",
-                    "pin 2: 173 of 174 samples delivered, 24022 bytes\n"});
-}
-
-TEST(Play, QuietlyPrintsTheSummaryAlone) {
-  const std::string out = ExpectRun({"play", "--quiet", Media("bframes-aac.mp4")});
-  EXPECT_TRUE(SampleRows(out).empty());
-  EXPECT_EQ(out.find("end of stream"), std::string::npos);
-  ExpectParts(out, {"pin 1: 99 of 100 samples delivered, 140183 bytes\n"});
-}
-
-TEST(Play, ForAnExtractorDeliversEmptySamples) {
-  const std::vector<Row> rows = SampleRows(ExpectRun({"play", "--extract", Media("h263.3gp")}));
-  EXPECT_EQ(rows.size(), 44u);
-  for (const Row& row : rows) EXPECT_EQ(row.size, 0u);
+  ExpectParts(out,
+              {"track 2: id 2, audio, 174 samples, 44100 ticks per second, 4.000 s\n",
+               "Pin 1: \"MPEG-4 Track Video\"",
+               "type 1: auds / KtMp4AudioStamped / WaveFormatEx, format block of 23 bytes\n",
+               "\n  1        2        0.0400000        0.0800000      5482     0\n", "pin 1: end of stream\n",
+               "pin 2: end of stream\n", "pin 2: 173 of 174 samples delivered, 24022 bytes\n"});
+  const std::string quiet = ExpectRun({"play", "--quiet", Media("bframes-aac.mp4")});
+  EXPECT_TRUE(SampleRows(quiet).empty());
+  EXPECT_EQ(quiet.find("end of stream"), std::string::npos);
+  ExpectParts(quiet, {"pin 1: 99 of 100 samples delivered, 140183 bytes\n"});
+  // An extractor gets them empty.
+  ExpectParts(ExpectRun({"play", "--extract", Media("h263.3gp")}), {"44 of 45 samples delivered, 0 bytes\n"});
 }
 
 // A movie with samples of these sizes in one chunk.
@@ -111,18 +101,6 @@ Track AudioTrack(std::string_view code) {
   return track;
 }
 
-Track CaptionTrack(const std::vector<std::pair<u32, u32>>& times) {
-  Track track;
-  track.hdlr = Hdlr("text");
-  track.mediaHeader = Nmhd();
-  track.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
-  track.stsz = ConstantStsz(3, 4);
-  track.stsc = Stsc({{1, 4}});
-  track.chunkOffsets = Stco({24});
-  track.stts = Stts(times);
-  return track;
-}
-
 // The stream of a pin ends where a sample cannot be had; the program says so, and that it is not as it
 // should.
 TEST(Play, TellsWhyAStreamEndsEarly) {
@@ -137,17 +115,12 @@ TEST(Play, TellsWhyAStreamEndsEarly) {
   };
   for (const auto& [movie, summary] : rows) {
     const TempFile file(movie.Build());
-    const Outcome outcome = RunProgram({"play", file.Name()});
-    EXPECT_EQ(outcome.exitCode, 1);
-    ExpectParts(outcome.out, {summary});
-    EXPECT_EQ(outcome.err, "ktmp4 play: a stream of \"" + file.Name() + "\" ended early\n");
+    ExpectParts(ExpectRun({"play", file.Name()}, 1,
+                          {"ktmp4 play: a stream of \"" + file.Name() + "\" ended early\n"}),
+                {summary});
   }
-}
-
-// Its types are none that the pin itself would take.
-TEST(Play, LeavesSoundOfUnknownCodingUnconnected) {
-  const TempFile file(MovieWithSizes(AudioTrack("sowt"), {4, 4, 4}).Build());
-  ExpectParts(ExpectRun({"play", file.Name()}),
+  // Its types are none that the pin itself would take.
+  ExpectParts(Play(MovieWithSizes(AudioTrack("sowt"), {4, 4, 4})),
               {"type 0: auds / none / WaveFormatEx, format block of 18 bytes\n",
                "not connected: E_INVALIDARG\n", "pin 1: 0 of 3 samples delivered, 0 bytes, not connected\n"});
 }
@@ -156,36 +129,40 @@ TEST(Play, ShowsTextsThatRideInSamples) {
   Movie movie = MovieWithSizes(Track(), {22, 22, 22});
   const Bytes sample = Bytes().U32(0x1B3).U24(0).U32(0x1B2).U32(0x11223344).U8(1).U8(5).Text("hello");
   movie.mdat = Box("mdat", Bytes().Add(sample).Zeros(22).Add(sample));
-  const TempFile file(movie.Build());
-  ExpectParts(ExpectRun({"play", file.Name()}), {"text at 0.0000000: \"hello\"\n"});
+  ExpectParts(Play(movie), {"text at 0.0000000: \"hello\"\n"});
 }
 
-// Two seconds and more of captions behind each other: without a clock they come at once.
-TEST(Play, DeliversCaptionsAtOnceUnlessToldOtherwise) {
-  Movie movie = MovieOf(CaptionTrack({{4, 100000}}));
-  movie.mdat = Box("mdat", Bytes().Zeros(12));
-  const TempFile file(movie.Build());
-  const auto begin = std::chrono::steady_clock::now();
-  const std::string out = ExpectRun({"play", "--cc", "text", file.Name()});
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
-  const std::vector<Row> rows = SampleRows(out);
-  ASSERT_EQ(rows.size(), 3u) << out;
-  EXPECT_EQ(rows[2].start, "200.0000000");
-  EXPECT_EQ(rows[2].size, 2u);
-  ExpectParts(out, {"type 0: AUXLine21Data / Line21_BytePair\n"});
+Movie PopOnMovie() {
+  return CaptionMovie({ScriptLine(1, "{RCL}{RCL}Hi{EOC}{EOC}"), ScriptLine(2, "{RCL}{PAC}One{PAC}Two{EOC}"),
+                       ScriptLine(4, "{EDM}")});
 }
 
-TEST(Play, KeepsTheTimeWhenAskedTo) {
+// Four seconds and more of captions: without a clock they come at once.
+TEST(Play, KeepsTheTimeWhenAskedToAlone) {
+  const Movie movie = CaptionMovie({ScriptLine(100, "{RCL}"), ScriptLine(200, "{EDM}")});
+  EXPECT_EQ(SampleRows(Play(movie, {"--cc", "text"})).size(), 2u);
   Track video;
   video.stts = Stts({{4, 100}});
-  Movie movie = MovieOf(CaptionTrack({{4, 150}}));
-  movie.mdat = Box("mdat", Bytes().Zeros(12));
-  movie.tracks.push_back(video);
-  const TempFile file(movie.Build());
   const auto begin = std::chrono::steady_clock::now();
-  const std::string out = ExpectRun({"play", "--realtime", "--cc", "text", file.Name()});
-  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(300));
-  EXPECT_EQ(SampleRows(out).size(), 6u) << out;
+  Play(MovieOf(video), {"--realtime"});
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(200));
+}
+
+TEST(Captions, AreDecodedToRowsAndScreens) {
+  const std::string out = Play(PopOnMovie());
+  EXPECT_EQ(LinesWith(out, {"row", "screen"}),
+            (Log{"screen at 1.0333333: \"<br>\"", "screen at 1.1333333: \"<br><br><br>Hi\"",
+                 "row at 1.1333333: \"Hi\"", "screen at 2.2666666: \"<br><br>One<br>Two\"",
+                 "row at 2.2666666: \"One\"", "row at 2.2666666: \"Two\"", "screen at 4.0333333: \"<br>\""}));
+  // Every sample is there, also the last, each empty and without stamps.
+  ExpectParts(out, {"pin 1: 15 of 15 samples delivered, 0 bytes",
+                    "\n  1       15                -                -         0     0"});
+  const std::string text = Play(PopOnMovie(), {"--cc", "text"});
+  EXPECT_EQ(LinesWith(text, {"row", "screen"}), Log());
+  ExpectParts(text,
+              {"type 0: AUXLine21Data / Line21_BytePair\n", "pin 1: 14 of 15 samples delivered, 28 bytes"});
+  EXPECT_EQ(LinesWith(Play(PopOnMovie(), {"--cc", "off"}), {"Pin", "row", "screen"}), Log());
+  ExpectRun({"play", "--cc", "maybe", Media("aac.m4a")}, 2, {"maybe"});
 }
 
 #ifndef _WIN32
@@ -194,20 +171,54 @@ TEST(Play, KeepsTheTimeWhenAskedTo) {
 TEST(Play, TakesUrls) {
   const TempFolder folder;
   fs::create_directory(folder / "c:");
-  Movie movie = MovieOf(CaptionTrack({{4, 100}}));
-  movie.mdat = Box("mdat", Bytes().Zeros(12));
-  fs::copy_file(TempFile(movie.Build()).Path(), folder / "c:/clip.mp4");
-  const std::string go = "cd " + ShellWord(folder.Name()) + " && ";
-  const auto play = [&](const std::string& url) { return "(" + go + CommandLine({"play", url}) + ")"; };
-  ExpectParts(ExpectShell(play("ktmp4file://c:/clip.mp4"), 0, {}), {"1 track, 1 pin\n"});
-  ExpectParts(ExpectShell(play("ktmp4file://c/clip.mp4&cc=off"), 0, {}), {"1 track, 0 pins\n"});
-  ExpectShell(play("ktmp4file://d:/clip.mp4"), 1, {"MP4_FILE_IO (4): there is no such file"});
+  fs::copy_file(TempFile(PopOnMovie().Build()).Path(), folder / "c:/clip.mp4");
+  const auto play = [&](const std::string& url, int exitCode = 0, std::vector<std::string> complaint = {}) {
+    return ExpectShell(
+        "(cd " + ShellWord(folder.Name()) + " && " + CommandLine({"play", "ktmp4file://" + url}) + ")",
+        exitCode, complaint);
+  };
+  EXPECT_EQ(LinesWith(play("c:/clip.mp4&cc=on"), {"row"}).size(), 3u);
+  EXPECT_EQ(LinesWith(play("c:/clip.mp4"), {"row"}).size(), 0u);
+  ExpectParts(play("c/clip.mp4&cc=off"), {"1 track, 0 pins\n"});
+  play("d:/clip.mp4", 1, {"MP4_FILE_IO (4): there is no such file"});
 }
 
 #endif
 
 TEST(Play, RefusesANameThatIsTooLong) {
   ExpectRun({"play", std::string(300, 'a')}, 1, {"E_FAIL: the name is empty or has more than 255 bytes"});
+}
+
+// Rows and screens keep their time in the file, stamps count from the new position. The captions go on with
+// the pair before it, an end of a caption whose rows were passed over.
+TEST(Captions, PlayFromAPosition) {
+  Movie movie = PopOnMovie();
+  Track video;
+  video.stts = Stts({{4, 1000}});
+  video.stss = Stss({1, 3});
+  movie.tracks.insert(movie.tracks.begin(), video);
+  EXPECT_EQ(LinesWith(Play(movie, {"--from", "2.5"}), {"row", "screen", "  1 "}),
+            (Log{"  1        3        0.0000000        1.0000000         3     1",
+                 "screen at 2.2666666: \"<br><br><br>\"", "screen at 2.2666666: \"<br>\""}));
+}
+
+TEST(Play, SeeksToTheSyncSampleBefore) {
+  const std::string out = ExpectRun({"play", "--from", "2", Media("bframes-aac.mp4")});
+  const Log video = LinesWith(out, {"  1 "});
+  ASSERT_GT(video.size(), 4u);
+  EXPECT_TRUE(video[0].starts_with("  1       47       -0.1600000 ")) << video[0];
+  EXPECT_TRUE(video[4].starts_with("  1       51        0.0000000 ")) << video[4];
+  EXPECT_TRUE(LinesWith(out, {"  2 "}).at(0).starts_with("  2       87        0.0000000 "));
+  const std::tuple<const char*, int, const char*> refused[] = {
+      {"4.1", 1, "cannot seek to 4.1000000 s: "},
+      {"900000000000", 1, "cannot seek to 900000000000.0000000 s: "},
+      {"-1", 2, "\"-1\" is no time in seconds from 0 up"},
+      {"nan", 2, "\"nan\" is no time in seconds from 0 up"},
+      {"2s", 2, "\"2s\" is no time in seconds from 0 up"},
+  };
+  for (const auto& [from, exitCode, message] : refused) {
+    ExpectRun({"play", "--quiet", "--from", from, Media("bframes-aac.mp4")}, exitCode, {message});
+  }
 }
 
 }  // namespace
