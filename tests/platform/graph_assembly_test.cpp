@@ -145,8 +145,7 @@ class Assembly {
   void Add(const wchar_t* name, const std::vector<StandInPin>& pins) {
     StandInScript script;
     script.pins = pins;
-    const ComPointer<IBaseFilter> filter(new CStandIn(script));
-    ASSERT_EQ(m_graph->AddFilter(filter.Get(), name), S_OK);
+    ASSERT_EQ(m_graph->AddFilter(MakeStandIn(script).Get(), name), S_OK);
   }
   void AddConverter() {
     Add(L"Converter", {PinTaking(PINDIR_INPUT, {kPicture}), PinTaking(PINDIR_OUTPUT, {kConverted})});

@@ -7,7 +7,6 @@
 
 #include "platform/decoding_work.h"
 #include "platform/source_host.h"
-#include "support/movie_builder.h"
 
 namespace kt::test {
 namespace {
@@ -32,19 +31,14 @@ std::vector<std::vector<u8>> PicturesOfFfmpeg() {
 /// The picture, counted from 0 in the order of display, with which decoding begins after a seek to
 /// `position`.
 std::size_t FirstPictureAt(i64 position) {
-  OpenedMovie movie(ReadFile(MediaFile(L"bframes-aac.mp4")));
-  const std::unique_ptr<CMp4Track> track = movie.OpenTrack(1);
-  u32 sync = 0;
-  u32 timeScale = 0;
-  u64 shown = 0;
-  u64 first = 0;
-  u64 step = 0;
-  EXPECT_EQ(track->GetTimeScale(&timeScale), MP4_OK);
-  EXPECT_EQ(track->FindSyncSample(static_cast<u64>(position) * timeScale / 10'000'000, &sync), MP4_OK);
-  EXPECT_EQ(track->GetSampleCompositionTime(sync, &shown), MP4_OK);
-  EXPECT_EQ(track->GetSampleCompositionTime(1, &first), MP4_OK);
-  EXPECT_EQ(track->GetSampleDecodingTime(2, &step), MP4_OK);
-  return static_cast<std::size_t>((shown - first) / step);
+  const std::wstring film = MediaFile(L"bframes-aac.mp4");
+  const auto shown = [&](u32 sample) {
+    u64 time = 0;
+    std::memcpy(&time, SamplesOf(film, {.isStamped = true, .first = sample}).at(0).bytes.data(), sizeof time);
+    return time;
+  };
+  // Of 512 ticks each.
+  return static_cast<std::size_t>((shown(SeekedTo(film, 1, position).first) - shown(1)) / 512);
 }
 
 class RealPicturesTest : public SourceTest {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "engine/mp4_file.h"
+#include "support/movie_builder.h"
 
 namespace kt::test {
 namespace {
@@ -72,28 +72,9 @@ NamedFile::NamedFile(const std::wstring& name, const std::vector<u8>& content) {
   stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
 }
 
-/// A track of a file that the library has opened.
-class OpenedTrack {
- public:
-  OpenedTrack(const std::wstring& name, u32 track) {
-    CMp4File* made = nullptr;
-    Must(CreateMp4File(&made));
-    m_file.reset(made);
-    Must(m_file->Open(std::filesystem::path(name).string().c_str(), MP4_MODE_READ, MP4_TYPE_MP4));
-    Must(m_file->OpenTrack(track, &m_track));
-  }
-  OpenedTrack(const OpenedTrack&) = delete;
-  OpenedTrack& operator=(const OpenedTrack&) = delete;
-  ~OpenedTrack() { Must(m_file->CloseTrack(m_track)); }
-  CMp4Track* operator->() { return m_track; }
-
- private:
-  std::unique_ptr<CMp4File> m_file;
-  CMp4Track* m_track = nullptr;
-};
-
 SampleWish SeekedTo(const std::wstring& file, u32 track, i64 position) {
-  OpenedTrack opened(file, track);
+  OpenedMovie movie(ReadFile(file));
+  const std::unique_ptr<CMp4Track> opened = movie.OpenTrack(track);
   u32 timeScale = 0;
   Must(opened->GetTimeScale(&timeScale));
   SampleWish wish{.track = track};
@@ -107,7 +88,8 @@ SampleWish SeekedTo(const std::wstring& file, u32 track, i64 position) {
 }
 
 std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& wish) {
-  OpenedTrack track(file, wish.track);
+  OpenedMovie movie(ReadFile(file));
+  const std::unique_ptr<CMp4Track> track = movie.OpenTrack(wish.track);
   u32 count = 0, timeScale = 0, kind = 0, format = 0;
   Must(track->GetSampleCount(&count));
   Must(track->GetTimeScale(&timeScale));

@@ -11,15 +11,153 @@
 #include <algorithm>
 #include <set>
 
-namespace kt::test {
+#include "module/base_filter.h"
 
+namespace kt::test {
 namespace {
+
+bool IsAmong(const std::vector<CMediaType>& types, const CMediaType& type) {
+  return std::ranges::any_of(types, [&](const CMediaType& wanted) { return type.MatchesPartial(wanted); });
+}
+
+class CStandInOutput final : public CBaseOutputPin {
+ public:
+  CStandInOutput(CBaseFilter& filter, const std::wstring& name, std::vector<CMediaType> types)
+      : CBaseOutputPin(filter, PINDIR_OUTPUT, name, name), m_types(std::move(types)) {}
+  void Offer(const CMediaType& type) { m_types = {type}; }
+
+  /// Positions are those of the first input's peer.
+  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
+    if (iid != IID_IMediaSeeking) return CBaseOutputPin::NonDelegatingQueryInterface(iid, object);
+    if (!m_positions) {
+      ComPointer<ISeekingPassThru> passThru;
+      EXPECT_EQ(CoCreateInstance(CLSID_SeekingPassThru, GetOwner(), CLSCTX_INPROC_SERVER, IID_IUnknown,
+                                 m_positions.PutVoid()),
+                S_OK);
+      EXPECT_EQ(m_positions->QueryInterface(IID_ISeekingPassThru, passThru.PutVoid()), S_OK);
+      passThru->Init(FALSE, Filter().GetPin(0));
+    }
+    return m_positions->QueryInterface(iid, object);
+  }
+  HRESULT CheckMediaType(const CMediaType& type) override {
+    return IsAmong(m_types, type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+  }
+  HRESULT GetMediaType(int position, CMediaType* type) override {
+    const std::size_t index = static_cast<std::size_t>(position);
+    return index < m_types.size() ? type->Set(m_types[index]) : VFW_S_NO_MORE_ITEMS;
+  }
+  HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override {
+    properties->cBuffers = std::max(properties->cBuffers, 4L);
+    properties->cbBuffer = std::max(properties->cbBuffer, static_cast<long>(m_types.at(0).lSampleSize));
+    ALLOCATOR_PROPERTIES actual = {};
+    return allocator->SetProperties(properties, &actual);
+  }
+
+ private:
+  std::vector<CMediaType> m_types;
+  ComPointer<IUnknown> m_positions;
+};
+
+/// What the pins of a stand-in share.
+struct Shared {
+  explicit Shared(const StandInScript& wanted)
+      : script(wanted), work(wanted.work ? wanted.work() : nullptr) {}
+  const StandInScript script;
+  const std::unique_ptr<StandInWork> work;
+  /// The first output; null without one.
+  CStandInOutput* output = nullptr;
+};
+
+class CStandInInput final : public CBasePin, public IMemInputPin {
+ public:
+  CStandInInput(CBaseFilter& filter, Shared& shared, const std::wstring& name, std::vector<CMediaType> types)
+      : CBasePin(filter, PINDIR_INPUT, name, name), m_shared(shared), m_types(std::move(types)) {}
+  DECLARE_IUNKNOWN
+  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
+    if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
+    return CBasePin::NonDelegatingQueryInterface(iid, object);
+  }
+  HRESULT CheckMediaType(const CMediaType& type) override {
+    return IsAmong(m_types, type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
+  }
+  // What it accepts it does not offer: the formats are the other side's.
+  HRESULT GetMediaType(int, CMediaType*) override { return VFW_S_NO_MORE_ITEMS; }
+  HRESULT Active() override {
+    m_refusing = false;
+    return S_OK;
+  }
+  HRESULT Inactive() override {
+    Refuse();
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override {
+    if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
+    const CMediaType copy(*type);
+    if (CheckMediaType(copy) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
+    if (m_shared.script.onConnect) m_shared.script.onConnect(peer);
+    if (m_shared.work) {
+      const std::optional<CMediaType> output = m_shared.work->OutputType(*type);
+      if (!output) return VFW_E_TYPE_NOT_ACCEPTED;
+      m_shared.output->Offer(*output);
+    }
+    SetPeer(peer);
+    return SetMediaType(copy);
+  }
+  HRESULT STDMETHODCALLTYPE EndOfStream() override {
+    const std::lock_guard lock(m_workLock);
+    if (m_shared.output == nullptr) {
+      auto* self = static_cast<IBaseFilter*>(&Filter());
+      return Filter().NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(self));
+    }
+    if (m_shared.work && !m_refusing) m_shared.work->EndOfStream(*m_shared.output);
+    return m_shared.output->DeliverEndOfStream();
+  }
+  // What is downstream comes back from a wait first; only then is the work free.
+  HRESULT STDMETHODCALLTYPE BeginFlush() override {
+    m_refusing = true;
+    if (m_shared.output != nullptr) m_shared.output->DeliverBeginFlush();
+    Refuse();
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE EndFlush() override {
+    m_refusing = false;
+    return m_shared.output != nullptr ? m_shared.output->DeliverEndFlush() : S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
+    return m_shared.output != nullptr ? m_shared.output->DeliverNewSegment(start, stop, rate) : S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator**) override { return VFW_E_NO_ALLOCATOR; }
+  HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator*, WINBOOL) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override {
+    const std::lock_guard lock(m_workLock);
+    if (m_refusing) return S_FALSE;
+    return m_shared.work ? m_shared.work->Receive(sample, *m_shared.output) : S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }
+
+ private:
+  void Refuse() {
+    m_refusing = true;
+    const std::lock_guard lock(m_workLock);
+    if (m_shared.work) m_shared.work->Flush();
+  }
+
+  Shared& m_shared;
+  const std::vector<CMediaType> m_types;
+  std::atomic<bool> m_refusing{true};
+  std::mutex m_workLock;
+};
 
 /// The configuration of a mixing renderer: the two that there are differ in the compositor alone.
 template <class Interface, class Compositor>
 class CMixerConfig final : public Interface {
  public:
-  explicit CMixerConfig(CStandIn& filter) : m_filter(filter) {}
+  CMixerConfig(CBaseFilter& filter, std::function<void(ULONG)> setStreams)
+      : m_filter(filter), m_setStreams(std::move(setStreams)) {}
   virtual ~CMixerConfig() = default;
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
     return m_filter.QueryInterface(iid, object);
@@ -28,7 +166,7 @@ class CMixerConfig final : public Interface {
   ULONG STDMETHODCALLTYPE Release() override { return m_filter.Release(); }
 
   HRESULT STDMETHODCALLTYPE SetNumberOfStreams(DWORD count) override {
-    m_filter.SetStreams(count);
+    m_setStreams(count);
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE SetImageCompositor(Compositor*) override { return E_NOTIMPL; }
@@ -39,16 +177,61 @@ class CMixerConfig final : public Interface {
   HRESULT STDMETHODCALLTYPE GetRenderingMode(DWORD*) override { return E_NOTIMPL; }
 
  private:
-  CStandIn& m_filter;
+  CBaseFilter& m_filter;
+  const std::function<void(ULONG)> m_setStreams;
 };
 
-using Config9 = CMixerConfig<IVMRFilterConfig9, IVMRImageCompositor9>;
-using Config7 = CMixerConfig<IVMRFilterConfig, IVMRImageCompositor>;
+class CStandIn final : public CBaseFilter {
+ public:
+  CStandIn(REFCLSID clsid, const StandInScript& script)
+      : CBaseFilter(nullptr, m_standInLock, clsid), m_shared(script) {
+    for (const StandInPin& pin : m_shared.script.pins) AddPin(pin);
+  }
+  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
+    if (!std::ranges::count(m_shared.script.interfaces, iid)) {
+      return CBaseFilter::NonDelegatingQueryInterface(iid, object);
+    }
+    *object = nullptr;
+    if (FAILED(m_shared.script.interfaceResult)) return m_shared.script.interfaceResult;
+    if (iid == __uuidof(IVMRFilterConfig9)) return GetInterface(&m_config9, object);
+    if (iid == IID_IVMRFilterConfig) return GetInterface(&m_config7, object);
+    return GetInterface(static_cast<IBaseFilter*>(this), object);
+  }
+  ULONG GetPinCount() override { return static_cast<ULONG>(m_pins.size()); }
+  CBasePin* GetPin(ULONG index) override { return index < m_pins.size() ? m_pins[index].get() : nullptr; }
+  HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** enumerator) override {
+    return FAILED(m_shared.script.pinsResult) ? m_shared.script.pinsResult
+                                              : CBaseFilter::EnumPins(enumerator);
+  }
+
+ private:
+  void AddPin(const StandInPin& pin) {
+    const std::wstring name = L"Pin" + std::to_wstring(m_pins.size());
+    if (pin.direction == PINDIR_INPUT) {
+      m_pins.push_back(std::make_unique<CStandInInput>(*this, m_shared, name, pin.types));
+      return;
+    }
+    auto output = std::make_unique<CStandInOutput>(*this, name, pin.types);
+    if (m_shared.output == nullptr) m_shared.output = output.get();
+    m_pins.push_back(std::move(output));
+  }
+  void SetStreams(ULONG count) {
+    while (GetPinCount() < std::min(count, m_shared.script.mostInputs)) AddPin(m_shared.script.pins.at(0));
+    IncrementPinVersion();
+  }
+
+  CCritSec m_standInLock;
+  Shared m_shared;
+  std::vector<std::unique_ptr<CBasePin>> m_pins;
+  const std::function<void(ULONG)> m_setStreams = [this](ULONG count) { SetStreams(count); };
+  CMixerConfig<IVMRFilterConfig9, IVMRImageCompositor9> m_config9{*this, m_setStreams};
+  CMixerConfig<IVMRFilterConfig, IVMRImageCompositor> m_config7{*this, m_setStreams};
+};
 
 class CStandInFactory final : public CUnknown, public IClassFactory {
  public:
-  explicit CStandInFactory(std::optional<StandInScript> script)
-      : CUnknown(nullptr), m_script(std::move(script)) {}
+  CStandInFactory(REFCLSID clsid, std::optional<StandInScript> script)
+      : CUnknown(nullptr), m_clsid(clsid), m_script(std::move(script)) {}
   DECLARE_IUNKNOWN
   HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
     if (iid == IID_IClassFactory) return GetInterface(static_cast<IClassFactory*>(this), object);
@@ -57,22 +240,21 @@ class CStandInFactory final : public CUnknown, public IClassFactory {
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** object) override {
     *object = nullptr;
     if (!m_script) return CLASS_E_CLASSNOTAVAILABLE;
-    const ComPointer<IBaseFilter> made(new CStandIn(*m_script));
-    return made->QueryInterface(iid, object);
+    return ComPointer<IBaseFilter>(new CStandIn(m_clsid, *m_script))->QueryInterface(iid, object);
   }
   HRESULT STDMETHODCALLTYPE LockServer(WINBOOL) override { return S_OK; }
 
  private:
+  const CLSID m_clsid;
   const std::optional<StandInScript> m_script;
 };
 
-bool IsAmong(const std::vector<CMediaType>& types, const CMediaType& type) {
-  return std::ranges::any_of(types, [&](const CMediaType& wanted) { return type.MatchesPartial(wanted); });
-}
-
-HRESULT TypeAt(const std::vector<CMediaType>& types, int position, CMediaType* type) {
-  const std::size_t index = static_cast<std::size_t>(position);
-  return index < types.size() ? type->Set(types[index]) : VFW_S_NO_MORE_ITEMS;
+std::string NameOf(IBaseFilter* filter) {
+  FILTER_INFO info = {};
+  filter->QueryFilterInfo(&info);
+  if (info.pGraph != nullptr) info.pGraph->Release();
+  const std::wstring name = info.achName;
+  return {name.begin(), name.end()};
 }
 
 }  // namespace
@@ -84,179 +266,17 @@ CMediaType PlainType(const GUID& major, const GUID& subtype) {
   return type;
 }
 
-CStandInInput::CStandInInput(CStandIn& filter, std::wstring name, std::vector<CMediaType> types)
-    : CBasePin(filter, PINDIR_INPUT, name, name), m_standIn(filter), m_types(std::move(types)) {}
-
-HRESULT CStandInInput::NonDelegatingQueryInterface(REFIID iid, void** object) {
-  if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
-  return CBasePin::NonDelegatingQueryInterface(iid, object);
-}
-
-HRESULT CStandInInput::CheckMediaType(const CMediaType& type) {
-  return IsAmong(m_types, type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
-}
-
-// What it accepts it does not offer: the formats are the other side's.
-HRESULT CStandInInput::GetMediaType(int, CMediaType*) {
-  return VFW_S_NO_MORE_ITEMS;
-}
-
-HRESULT CStandInInput::Active() {
-  m_refusing = false;
-  return S_OK;
-}
-
-HRESULT CStandInInput::Inactive() {
-  m_refusing = true;
-  const std::lock_guard lock(m_workLock);
-  if (m_standIn.Work() != nullptr) m_standIn.Work()->Flush();
-  return S_OK;
-}
-
-HRESULT CStandInInput::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
-  if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-  const CMediaType copy(*type);
-  if (CheckMediaType(copy) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
-  if (m_standIn.Script().onConnect) m_standIn.Script().onConnect(peer);
-  if (m_standIn.Work() != nullptr) {
-    const std::optional<CMediaType> output = m_standIn.Work()->OutputType(*type);
-    if (!output) return VFW_E_TYPE_NOT_ACCEPTED;
-    if (m_standIn.Output() != nullptr) m_standIn.Output()->Offer(*output);
-  }
-  SetPeer(peer);
-  return SetMediaType(copy);
-}
-
-HRESULT CStandInInput::EndOfStream() {
-  CStandInOutput* output = m_standIn.Output();
-  const std::lock_guard lock(m_workLock);
-  if (output == nullptr) {
-    auto* self = static_cast<IBaseFilter*>(&m_standIn);
-    return m_standIn.NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(self));
-  }
-  if (m_standIn.Work() != nullptr && !m_refusing) m_standIn.Work()->EndOfStream(*output);
-  return output->DeliverEndOfStream();
-}
-
-// What is downstream comes back from a wait first; only then is the work free.
-HRESULT CStandInInput::BeginFlush() {
-  m_refusing = true;
-  if (m_standIn.Output() != nullptr) m_standIn.Output()->DeliverBeginFlush();
-  const std::lock_guard lock(m_workLock);
-  if (m_standIn.Work() != nullptr) m_standIn.Work()->Flush();
-  return S_OK;
-}
-
-HRESULT CStandInInput::EndFlush() {
-  m_refusing = false;
-  return m_standIn.Output() != nullptr ? m_standIn.Output()->DeliverEndFlush() : S_OK;
-}
-
-HRESULT CStandInInput::NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) {
-  return m_standIn.Output() != nullptr ? m_standIn.Output()->DeliverNewSegment(start, stop, rate) : S_OK;
-}
-
-HRESULT CStandInInput::Receive(IMediaSample* sample) {
-  const std::lock_guard lock(m_workLock);
-  if (m_refusing) return S_FALSE;
-  if (m_standIn.Work() == nullptr || m_standIn.Output() == nullptr) return S_OK;
-  return m_standIn.Work()->Receive(sample, *m_standIn.Output());
-}
-
-CStandInOutput::CStandInOutput(CStandIn& filter, std::wstring name, std::vector<CMediaType> types)
-    : CBaseOutputPin(filter, PINDIR_OUTPUT, name, name), m_standIn(filter), m_types(std::move(types)) {}
-
-HRESULT CStandInOutput::NonDelegatingQueryInterface(REFIID iid, void** object) {
-  if (iid != IID_IMediaSeeking) return CBaseOutputPin::NonDelegatingQueryInterface(iid, object);
-  if (!m_positions) {
-    HRESULT result = CoCreateInstance(CLSID_SeekingPassThru, GetOwner(), CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                      m_positions.PutVoid());
-    if (FAILED(result)) return result;
-    ComPointer<ISeekingPassThru> passThru;
-    result = m_positions->QueryInterface(IID_ISeekingPassThru, passThru.PutVoid());
-    if (FAILED(result)) return result;
-    passThru->Init(FALSE, m_standIn.GetPin(0));
-  }
-  return m_positions->QueryInterface(iid, object);
-}
-
-HRESULT CStandInOutput::CheckMediaType(const CMediaType& type) {
-  return IsAmong(m_types, type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
-}
-
-HRESULT CStandInOutput::GetMediaType(int position, CMediaType* type) {
-  return TypeAt(m_types, position, type);
-}
-
-HRESULT CStandInOutput::DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) {
-  properties->cBuffers = std::max(properties->cBuffers, 4L);
-  properties->cbBuffer = std::max(properties->cbBuffer, static_cast<long>(m_types.at(0).lSampleSize));
-  ALLOCATOR_PROPERTIES actual = {};
-  return allocator->SetProperties(properties, &actual);
-}
-
-CStandIn::CStandIn(StandInScript script)
-    : CBaseFilter(nullptr, m_standInLock, script.clsid),
-      m_script(std::move(script)),
-      m_work(m_script.work ? m_script.work() : nullptr) {
-  for (const StandInPin& pin : m_script.pins) AddPin(pin);
-}
-
-void CStandIn::AddPin(const StandInPin& pin) {
-  const std::wstring name = (pin.direction == PINDIR_INPUT ? L"In" : L"Out") + std::to_wstring(m_pins.size());
-  if (pin.direction == PINDIR_INPUT) {
-    m_pins.push_back(std::make_unique<CStandInInput>(*this, name, pin.types));
-    return;
-  }
-  auto output = std::make_unique<CStandInOutput>(*this, name, pin.types);
-  if (m_output == nullptr) m_output = output.get();
-  m_pins.push_back(std::move(output));
-}
-
-void CStandIn::SetStreams(ULONG count) {
-  while (GetPinCount() < std::min(count, m_script.mostInputs)) AddPin(m_script.pins.at(0));
-  IncrementPinVersion();
-}
-
-HRESULT CStandIn::EnumPins(IEnumPins** enumerator) {
-  return FAILED(m_script.pinsResult) ? m_script.pinsResult : CBaseFilter::EnumPins(enumerator);
-}
-
-HRESULT CStandIn::NonDelegatingQueryInterface(REFIID iid, void** object) {
-  if (!std::ranges::count(m_script.interfaces, iid)) {
-    return CBaseFilter::NonDelegatingQueryInterface(iid, object);
-  }
-  *object = nullptr;
-  if (FAILED(m_script.interfaceResult)) return m_script.interfaceResult;
-  const auto hand = [&](auto* config) {
-    using Config = std::remove_pointer_t<decltype(config)>;
-    m_configs.emplace_back(config, [](IUnknown* made) { delete static_cast<Config*>(made); });
-    return GetInterface(config, object);
-  };
-  if (iid == __uuidof(IVMRFilterConfig9)) return hand(new Config9(*this));
-  if (iid == IID_IVMRFilterConfig) return hand(new Config7(*this));
-  return GetInterface(static_cast<IBaseFilter*>(this), object);
+ComPointer<IBaseFilter> MakeStandIn(const StandInScript& script) {
+  return ComPointer<IBaseFilter>(new CStandIn(CLSID{}, script));
 }
 
 StandInClass::StandInClass(REFCLSID clsid, std::optional<StandInScript> script) {
-  if (script) script->clsid = clsid;
-  const ComPointer<IClassFactory> factory(new CStandInFactory(std::move(script)));
+  const ComPointer<IClassFactory> factory(new CStandInFactory(clsid, std::move(script)));
   EXPECT_EQ(CoRegisterClassObject(clsid, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &m_cookie),
             S_OK);
 }
 
-StandInClass::~StandInClass() {
-  CoRevokeClassObject(m_cookie);
-}
-
 std::string DescribeGraph(IGraphBuilder* graph) {
-  const auto nameOf = [](IBaseFilter* filter) {
-    FILTER_INFO info = {};
-    filter->QueryFilterInfo(&info);
-    if (info.pGraph != nullptr) info.pGraph->Release();
-    const std::wstring name = info.achName;
-    return std::string(name.begin(), name.end());
-  };
   std::multiset<std::string> words;
   ComPointer<IEnumFilters> filters;
   graph->EnumFilters(filters.Put());
@@ -272,10 +292,10 @@ std::string DescribeGraph(IGraphBuilder* graph) {
       connected = true;
       PIN_INFO info = {};
       peer->QueryPinInfo(&info);
-      if (info.dir == PINDIR_INPUT) words.insert(nameOf(filter.Get()) + ">" + nameOf(info.pFilter));
+      if (info.dir == PINDIR_INPUT) words.insert(NameOf(filter.Get()) + ">" + NameOf(info.pFilter));
       info.pFilter->Release();
     }
-    if (!connected) words.insert(nameOf(filter.Get()));
+    if (!connected) words.insert(NameOf(filter.Get()));
   }
   std::string text;
   for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;

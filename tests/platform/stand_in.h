@@ -1,7 +1,6 @@
 #pragma once
 
 #include <strmif.h>
-#include <vfwmsgs.h>
 
 #include <functional>
 #include <memory>
@@ -9,13 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "module/base_filter.h"
 #include "module/base_output_pin.h"
 #include "module/media_type.h"
 
 namespace kt::test {
-
-class CStandInOutput;
 
 /// What a stand-in does with what it is sent; all but `OutputType` on the streaming thread.
 class StandInWork {
@@ -23,9 +19,9 @@ class StandInWork {
   virtual ~StandInWork() = default;
   /// The input is connected with this type: what the output offers. No type refuses the connection.
   virtual std::optional<CMediaType> OutputType(const AM_MEDIA_TYPE& input) = 0;
-  virtual HRESULT Receive(IMediaSample* sample, CStandInOutput& output) = 0;
+  virtual HRESULT Receive(IMediaSample* sample, CBaseOutputPin& output) = 0;
   /// The last word before the end is handed on.
-  virtual void EndOfStream(CStandInOutput&) {}
+  virtual void EndOfStream(CBaseOutputPin&) {}
   virtual void Flush() {}
 };
 
@@ -35,9 +31,8 @@ struct StandInPin {
   std::vector<CMediaType> types;
 };
 
-/// A filter in the place of one that the platform does not have.
+/// A filter in the place of one that the platform does not have. Its first pin is an input.
 struct StandInScript {
-  CLSID clsid = {};
   std::vector<StandInPin> pins;
   /// Interfaces that it has besides, as far as it goes without calling them; and those of a mixing renderer.
   std::vector<GUID> interfaces;
@@ -52,78 +47,7 @@ struct StandInScript {
   std::function<std::unique_ptr<StandInWork>()> work;
 };
 
-class CStandIn;
-
-class CStandInInput final : public CBasePin, public IMemInputPin {
- public:
-  CStandInInput(CStandIn& filter, std::wstring name, std::vector<CMediaType> types);
-  DECLARE_IUNKNOWN
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
-  HRESULT CheckMediaType(const CMediaType& type) override;
-  HRESULT GetMediaType(int position, CMediaType* type) override;
-  HRESULT Active() override;
-  HRESULT Inactive() override;
-
-  HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override;
-  HRESULT STDMETHODCALLTYPE EndOfStream() override;
-  HRESULT STDMETHODCALLTYPE BeginFlush() override;
-  HRESULT STDMETHODCALLTYPE EndFlush() override;
-  HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override;
-
-  HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator**) override { return VFW_E_NO_ALLOCATOR; }
-  HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator*, WINBOOL) override { return S_OK; }
-  HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
-  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }
-
- private:
-  CStandIn& m_standIn;
-  const std::vector<CMediaType> m_types;
-  std::atomic<bool> m_refusing{true};
-  std::mutex m_workLock;
-};
-
-class CStandInOutput final : public CBaseOutputPin {
- public:
-  CStandInOutput(CStandIn& filter, std::wstring name, std::vector<CMediaType> types);
-  /// Positions are those of the input's peer.
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
-  HRESULT CheckMediaType(const CMediaType& type) override;
-  HRESULT GetMediaType(int position, CMediaType* type) override;
-  HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override;
-  void Offer(const CMediaType& type) { m_types = {type}; }
-
- private:
-  CStandIn& m_standIn;
-  std::vector<CMediaType> m_types;
-  ComPointer<IUnknown> m_positions;
-};
-
-class CStandIn final : public CBaseFilter {
- public:
-  explicit CStandIn(StandInScript script);
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
-  ULONG GetPinCount() override { return static_cast<ULONG>(m_pins.size()); }
-  CBasePin* GetPin(ULONG index) override { return index < m_pins.size() ? m_pins[index].get() : nullptr; }
-  HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** enumerator) override;
-
-  const StandInScript& Script() const { return m_script; }
-  StandInWork* Work() const { return m_work.get(); }
-  /// The first output; null without one.
-  CStandInOutput* Output() const { return m_output; }
-  void SetStreams(ULONG count);
-
- private:
-  void AddPin(const StandInPin& pin);
-
-  CCritSec m_standInLock;
-  const StandInScript m_script;
-  const std::unique_ptr<StandInWork> m_work;
-  std::vector<std::unique_ptr<CBasePin>> m_pins;
-  CStandInOutput* m_output = nullptr;
-  std::vector<std::unique_ptr<IUnknown, void (*)(IUnknown*)>> m_configs;
-};
+ComPointer<IBaseFilter> MakeStandIn(const StandInScript& script);
 
 /// Has COM make stand-ins under their class for as long as this lives. No script: the class is known and can
 /// not be made, whatever the platform has under it.
@@ -132,7 +56,7 @@ class StandInClass {
   StandInClass(REFCLSID clsid, std::optional<StandInScript> script);
   StandInClass(const StandInClass&) = delete;
   StandInClass& operator=(const StandInClass&) = delete;
-  ~StandInClass();
+  ~StandInClass() { CoRevokeClassObject(m_cookie); }
 
  private:
   DWORD m_cookie = 0;

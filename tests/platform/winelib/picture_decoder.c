@@ -17,7 +17,7 @@ struct decoder {
   int room;
 };
 
-enum kind { KIND_MPEG4 = 1, KIND_AAC = 2, KIND_H263 = 4 };
+enum kind { KIND_MPEG4 = 1, KIND_AAC = 2 };
 
 EXPORTED void KtDecoderClose(struct decoder *decoder) {
   if (decoder == NULL) return;
@@ -30,10 +30,7 @@ EXPORTED void KtDecoderClose(struct decoder *decoder) {
 
 /* NULL when there is no such decoder. */
 EXPORTED struct decoder *KtDecoderOpen(int kind, const uint8_t *info, int size) {
-  const enum AVCodecID id = kind == KIND_MPEG4 ? AV_CODEC_ID_MPEG4
-                            : kind == KIND_AAC ? AV_CODEC_ID_AAC
-                                               : AV_CODEC_ID_H263;
-  const AVCodec *codec = avcodec_find_decoder(id);
+  const AVCodec *codec = avcodec_find_decoder(kind == KIND_AAC ? AV_CODEC_ID_AAC : AV_CODEC_ID_MPEG4);
   struct decoder *decoder = calloc(1, sizeof *decoder);
   if (codec == NULL || decoder == NULL) return NULL;
   decoder->context = avcodec_alloc_context3(codec);
