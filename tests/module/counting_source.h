@@ -1,66 +1,93 @@
 #pragma once
 
-#include <atomic>
-#include <functional>
+#include <uuids.h>
+#include <vfwmsgs.h>
 
+#include <functional>
+#include <memory>
+
+#include "module/frame_test.h"
+#include "module/recording_sink.h"
 #include "module/source.h"
 
 namespace kt::test {
 
-/// {44B2A8D6-8BD0-4C57-9D0A-55C0B6D0B7C1}
-inline constexpr CLSID CLSID_CountingSource = {
-    0x44b2a8d6, 0x8bd0, 0x4c57, {0x9d, 0x0a, 0x55, 0xc0, 0xb6, 0xd0, 0xb7, 0xc1}};
 /// The two subtypes that the pin offers, in this order.
 inline constexpr GUID kFirstSubtype = {0x1, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}};
 inline constexpr GUID kSecondSubtype = {0x2, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}};
 
-/// What a counting source does.
-struct CountingScript {
-  ULONG m_samples = 10;
-  HRESULT m_threadCreate = S_OK;
-  /// Called with the number of the sample that is due; what it answers or throws is what filling does, but
-  /// S_OK fills.
-  std::function<HRESULT(ULONG)> m_fill = nullptr;
-};
-
+/// Delivers samples without an end that have their number as media time, unless `m_fill` has other plans.
 class CCountingPin final : public CSourceStream {
  public:
-  CCountingPin(CSource& source, const CountingScript& script);
+  explicit CCountingPin(CSource& source) : CSourceStream(source, L"Numbers") {}
 
-  HRESULT CheckMediaType(const CMediaType& type) override;
-  HRESULT GetMediaType(int position, CMediaType* type) override;
-  HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override;
+  HRESULT CheckMediaType(const CMediaType& type) override {
+    const bool known = type.subtype == kFirstSubtype || type.subtype == kSecondSubtype;
+    return type.majortype == MEDIATYPE_Stream && known ? S_OK : E_INVALIDARG;
+  }
+  HRESULT GetMediaType(int position, CMediaType* type) override {
+    if (position > 1) return VFW_S_NO_MORE_ITEMS;
+    type->majortype = MEDIATYPE_Stream;
+    type->subtype = position == 0 ? kFirstSubtype : kSecondSubtype;
+    type->formattype = FORMAT_None;
+    return type->SetFormat(&position, sizeof position);
+  }
+  HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override {
+    m_asked = *properties;
+    properties->cBuffers = 1;
+    properties->cbBuffer = 1;
+    ALLOCATOR_PROPERTIES actual = {};
+    return allocator->SetProperties(properties, &actual);
+  }
 
-  /// Goes on with this sample, at once when the worker runs.
-  void Seek(ULONG number);
-
-  /// Number of the sample that is due.
-  std::atomic<ULONG> m_due{1};
-  std::atomic<int> m_threads{0};
-  /// This pin's worker can not start, with E_ABORT.
-  bool m_failStart = false;
+  std::function<HRESULT()> m_fill;
+  /// What the worker's start answers.
+  HRESULT m_start = S_OK;
   /// What the peer asked for when the buffers were decided last.
   ALLOCATOR_PROPERTIES m_asked = {};
 
  protected:
-  HRESULT FillBuffer(IMediaSample* sample) override;
-  HRESULT OnThreadCreate() override;
-  HRESULT OnThreadDestroy() override;
-  HRESULT OnThreadStartPlay() override;
+  HRESULT OnThreadCreate() override { return m_start; }
+  HRESULT FillBuffer(IMediaSample* sample) override {
+    if (m_fill) return m_fill();
+    LONGLONG number = ++m_number, next = number + 1;
+    return sample->SetMediaTime(&number, &next);
+  }
 
  private:
-  const CountingScript& m_script;
+  LONGLONG m_number = 0;
 };
 
-/// A source with one pin, whose samples hold their number. The last one has the number `m_samples`.
 class CCountingSource final : public CSource {
  public:
-  explicit CCountingSource(IUnknown* owner, CountingScript script = {});
+  explicit CCountingSource(IUnknown* owner = nullptr) : CSource(owner, CLSID_NULL) { AddAnotherPin(); }
+  void AddAnotherPin() { AddPin(std::make_unique<CCountingPin>(*this)); }
+  CCountingPin& Pin(ULONG index = 0) { return static_cast<CCountingPin&>(*GetPin(index)); }
+};
 
-  CCountingPin& Pin() { return static_cast<CCountingPin&>(*GetPin(0)); }
-  void AddAnotherPin();
+/// A source and a sink, stopped and apart again at the end.
+struct SourceAndSink {
+  explicit SourceAndSink(SinkScript script = {}) : sink(std::move(script)) {}
+  ~SourceAndSink() {
+    sink->Stop();
+    source->Stop();
+    source->Pin().Disconnect();
+    sink->Pin().Disconnect();
+  }
+  HRESULT Connect(const AM_MEDIA_TYPE* type = nullptr) { return source->Pin().Connect(&sink->Pin(), type); }
+  /// As a graph does it: what is downstream first.
+  HRESULT Run() {
+    const HRESULT result = sink->Run(0);
+    return result == S_OK ? source->Run(0) : result;
+  }
+  /// Whether both pins say that they are connected, or both that they are not.
+  void ExpectConnected(bool connected) {
+    EXPECT_EQ(source->Pin().IsConnected(), connected);
+    EXPECT_EQ(sink->Pin().IsConnected(), connected);
+  }
 
-  CountingScript m_script;
+  Held<CCountingSource> source;
+  Held<CRecordingSink> sink;
 };
 
 }  // namespace kt::test

@@ -6,7 +6,6 @@
 #include <vfwmsgs.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace kt::test {
 
@@ -130,12 +129,7 @@ HRESULT CRecordingPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties
 ULONG CRecordingPin::NumberOf(IMediaSample* sample) {
   LONGLONG start = 0;
   LONGLONG stop = 0;
-  if (sample->GetMediaTime(&start, &stop) == S_OK) return static_cast<ULONG>(start);
-  BYTE* bytes = nullptr;
-  sample->GetPointer(&bytes);
-  ULONG number = 0;
-  std::memcpy(&number, bytes, sizeof number);
-  return number;
+  return sample->GetMediaTime(&start, &stop) == S_OK ? static_cast<ULONG>(start) : 0;
 }
 
 HRESULT CRecordingPin::Receive(IMediaSample* sample) {

@@ -14,7 +14,7 @@ namespace kt::test {
 struct SinkEvent {
   enum Kind { Sample, EndOfStream, BeginFlush, EndFlush, NewSegment };
   Kind kind;
-  /// The sample's number, which is its media time, or stands in its first bytes; for a segment its start.
+  /// The sample's number, which is its media time, 0 without one; for a segment its start.
   ULONG value;
 
   bool operator==(const SinkEvent&) const = default;

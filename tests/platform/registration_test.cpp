@@ -139,9 +139,13 @@ TEST_F(RegistrationTest, Regsvr32WritesEveryKeyAndLeavesSomeBehind) {
   }
 }
 
+// Something of an older version under its key goes with it.
 TEST_F(RegistrationTest, UnregistersFirstAndRegistersTwice) {
   EXPECT_EQ(m_module.Unregister(), S_OK);
+  const std::wstring old = L"CLSID\\" + InBraces(::CLSID_KtMp4FileReader) + L"\\Old";
+  EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, old.c_str(), L"Value", REG_SZ, L"x", 4), ERROR_SUCCESS);
   for (int i = 0; i < 2; ++i) EXPECT_EQ(m_module.Register(), S_OK);
+  EXPECT_EQ(Stored(HKEY_CLASSES_ROOT, old, L"Value"), Value());
   ExpectRegistered();
   EXPECT_EQ(m_module.CanUnload(), S_OK);
 }
