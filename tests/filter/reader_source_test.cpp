@@ -86,7 +86,6 @@ TEST(ReaderSource, GivesTracksBackBeforeTheFileIsClosed) {
       *created = new FakeFile(file);
       return MP4_OK;
     });
-    file.lock = &source.TrackLock();
     ASSERT_EQ(source.Load("a.mp4"), FilterResult::Ok);
     file.log.clear();
   }
@@ -160,30 +159,6 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
     EXPECT_EQ(host.Source().Tables().m_trackId[1], 2u) << failing;
     EXPECT_EQ(host.Source().Pins()[0]->SeekMaster(), 1u) << "the first pin, not the first track";
   }
-}
-
-TEST(ReaderSource, CaptionTracksAreKeptOutByCcOff) {
-  FakeHost host({TrackOf(MP4_KIND_TEXT, 4)});
-  ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&cc=off"), FilterResult::Ok);
-  EXPECT_FALSE(host.Source().HasLine21());
-  EXPECT_TRUE(host.Source().Pins().empty());
-  EXPECT_TRUE(host.file.open.empty());
-  EXPECT_EQ(host.Source().Tables().m_trackCount, 1u);
-  EXPECT_EQ(host.Source().Tables().m_trackId[0], 4u);
-  EXPECT_EQ(host.Source().Tables().m_trackType[0], 0u);
-
-  ASSERT_EQ(host.Source().Load("ktmp4file://c/x.mp4&cc=on"), FilterResult::Ok);
-  EXPECT_TRUE(host.Source().HasLine21());
-  EXPECT_EQ(host.Source().Tables().m_trackType[0], 3u);
-}
-
-TEST(ReaderSource, TracksBeyondTheTablesAreNotOpened) {
-  FakeHost host;
-  for (u32 i = 1; i <= 40; ++i) host.file.tracks.push_back(TrackOf(MP4_KIND_VIDEO, i));
-  ASSERT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
-  EXPECT_EQ(host.Source().Tables().m_trackCount, 32u);
-  EXPECT_EQ(host.Source().Pins().size(), 32u);
-  EXPECT_EQ(host.file.log.back(), "OpenTrack 32");
 }
 
 TEST(ReaderSource, NoMemoryForAPinKeepsWhatWasMade) {

@@ -32,7 +32,6 @@ class Bench : public FakeWorkers {
 };
 
 constexpr i64 kSampleHns = 1'000'000;
-constexpr Guid kFrames = {0x7b785570, 0x8c82, 0x11cf, {0xbc, 0x0c, 0x00, 0xaa, 0x00, 0xac, 0x74, 0xf6}};
 
 TEST(FilterSeeking, Capabilities) {
   Bench bench({});
@@ -43,40 +42,20 @@ TEST(FilterSeeking, Capabilities) {
   for (const auto& [caps, result] : rows) EXPECT_EQ(bench.seeking.CheckCapabilities(caps), result) << caps;
 }
 
+// No format is media time for the pins alone.
 TEST(Seeking, MediaTimeIsTheOnlyFormat) {
   Bench bench({2, 2});
-  const PinSeeking master(bench.seeking, bench.Pin(0));
-  const PinSeeking other(bench.seeking, bench.Pin(1));
-  constexpr FilterResult kOk = FilterResult::Ok, kNo = FilterResult::NotImplemented;
-  // Whether it is supported; what setting it answers on the filter, the first pin and another.
-  const std::tuple<Guid, FilterResult, FilterResult, FilterResult, FilterResult> rows[] = {
-      {TIME_FORMAT_MEDIA_TIME, kOk, kOk, kOk, kNo},
-      {GUID_NULL, FilterResult::False, FilterResult::InvalidArgument, kOk, kOk},
-      {kFrames, FilterResult::False, FilterResult::InvalidArgument, kNo, kNo},
-  };
-  for (const auto& [format, supported, onFilter, onMaster, onOther] : rows) {
-    EXPECT_EQ(bench.seeking.IsFormatSupported(format), supported);
-    EXPECT_EQ(bench.seeking.SetTimeFormat(format), onFilter);
-    EXPECT_EQ(master.SetTimeFormat(format), onMaster);
-    EXPECT_EQ(other.SetTimeFormat(format), onOther);
-  }
-}
-
-TEST(PinSeeking, ConvertsMediaTimeAlone) {
-  Bench bench({2});
-  const PinSeeking pin(bench.seeking, bench.Pin(0));
-  const std::tuple<const Guid*, const Guid*, bool> rows[] = {{nullptr, nullptr, true},
-                                                             {&TIME_FORMAT_MEDIA_TIME, nullptr, true},
-                                                             {nullptr, &TIME_FORMAT_MEDIA_TIME, true},
-                                                             {&kFrames, nullptr, false},
-                                                             {&TIME_FORMAT_MEDIA_TIME, &GUID_NULL, false}};
-  for (const auto& [targetFormat, sourceFormat, converts] : rows) {
+  EXPECT_EQ(bench.seeking.SetTimeFormat(TIME_FORMAT_MEDIA_TIME), FilterResult::Ok);
+  EXPECT_EQ(bench.seeking.SetTimeFormat(GUID_NULL), FilterResult::InvalidArgument);
+  EXPECT_EQ(bench.seeking.IsFormatSupported(GUID_NULL), FilterResult::False);
+  for (const std::size_t i : {0u, 1u}) {
+    const PinSeeking pin(bench.seeking, bench.Pin(i));
+    EXPECT_EQ(pin.SetTimeFormat(GUID_NULL), FilterResult::Ok);
     i64 target = 5;
-    EXPECT_EQ(pin.ConvertTimeFormat(&target, targetFormat, -9, sourceFormat),
-              converts ? FilterResult::Ok : FilterResult::InvalidArgument);
-    EXPECT_EQ(target, converts ? -9 : 5);
+    EXPECT_EQ(pin.ConvertTimeFormat(&target, nullptr, -9, &GUID_NULL), FilterResult::InvalidArgument);
+    EXPECT_EQ(target, 5);
+    EXPECT_EQ(pin.ConvertTimeFormat(nullptr, nullptr, 1, nullptr), FilterResult::Pointer);
   }
-  EXPECT_EQ(pin.ConvertTimeFormat(nullptr, nullptr, 1, nullptr), FilterResult::Pointer);
 }
 
 TEST(FilterSeeking, MeasuresOnTheFirstPin) {
@@ -130,12 +109,15 @@ TEST(FilterSeeking, WhatTheTrackCanNotTellIsZero) {
   EXPECT_EQ(bench.seeking.GetCurrentPosition(nullptr), FilterResult::Pointer);
 }
 
+// No sample from ahead of the flush may come behind it, and the new segment tells both positions.
 TEST(FilterSeeking, MovesAllPinsInOrder) {
   Bench bench({9, 4, 9});
-  EXPECT_EQ(bench.Seek(2 * kSampleHns), FilterResult::Ok);
+  const i64 to = 2 * kSampleHns, end = 3 * kSampleHns;
+  EXPECT_EQ(bench.seeking.SetPositions({&to, 1, &end, 1}, bench.Finder()), FilterResult::Ok);
   Log expected;
   for (const char* pin : {"1", "2", "3"}) {
-    for (const char* effect : {" begin flush", " stop behind 0", " end flush behind 2", " run 2000000 0"}) {
+    for (const char* effect :
+         {" begin flush", " stop behind 0", " end flush behind 2", " run 2000000 3000000"}) {
       expected.push_back(std::string(pin) + effect);
     }
   }
@@ -150,32 +132,6 @@ TEST(FilterSeeking, MovesAllPinsInOrder) {
   EXPECT_EQ(bench.log, Log());
   EXPECT_EQ(bench.Pin(2).Position().m_currentSample, 8u);
   EXPECT_EQ(bench.seeking.SetPositions({nullptr, 1, nullptr, 0}, bench.Finder()), FilterResult::Pointer);
-}
-
-TEST(FilterSeeking, WithoutWorkersOnlyThePositionsChange) {
-  Bench bench({9});
-  bench.running = false;
-  EXPECT_EQ(bench.Seek(2 * kSampleHns), FilterResult::Ok);
-  EXPECT_EQ(bench.log, Log());
-  EXPECT_EQ(bench.Pin(0).Position().m_currentSample, 2u);
-}
-
-// Every renderer passes a seek on; it has to act once.
-TEST(PinSeeking, SeeksActThroughTheFirstPinAlone) {
-  Bench bench({9, 9});
-  const i64 current = 2 * kSampleHns;
-  const PositionChange change = {&current, 1, nullptr, 0};
-  EXPECT_EQ(PinSeeking(bench.seeking, bench.Pin(1)).SetPositions(change, bench.Finder()), FilterResult::Ok);
-  EXPECT_EQ(bench.log, Log());
-  EXPECT_EQ(PinSeeking(bench.seeking, bench.Pin(0)).SetPositions(change, bench.Finder()), FilterResult::Ok);
-  EXPECT_EQ(bench.log.size(), 8u);
-}
-
-TEST(Seeking, TheRateCanNotBeSet) {
-  Bench bench({2});
-  EXPECT_EQ(bench.seeking.SetRate(2.0), FilterResult::Ok);
-  EXPECT_EQ(bench.seeking.GetRate(), 1.0);
-  EXPECT_EQ(Got(PinSeeking(bench.seeking, bench.Pin(0)), &PinSeeking::GetPreroll), 0);
 }
 
 }  // namespace

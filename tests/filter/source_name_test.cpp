@@ -73,36 +73,32 @@ TEST(UrlParameterStore, AnswersByName) {
   EXPECT_EQ(store.GetString("a"), "") << "the parameters of the URL before are gone";
 }
 
-TEST(SourceSwitches, TheWordOfCc) {
-  static constexpr std::tuple<const char*, bool, bool> kRows[] = {
-      {"u&cc=off", false, false},   {"u&cc=OFF", false, false},
-      {"u&cc=On", false, true},     {"u&cc=text", true, false},
-      {"u&cc=on_ovl", true, false}, {"u&cc=maybe", true, false},
-      {"u&cc=", true, false},       {"u", true, false}};
-  for (const auto& [url, overlay, text] : kRows) {
+// Every URL sets the switches of captions; a number that is not named keeps its value.
+TEST(SourceSwitches, AreSetByUrls) {
+  // The caption overlay, the caption text, the extractor's number, the VMR-9 dropped.
+  static constexpr std::tuple<const char*, bool, bool, u32, bool> kRows[] = {
+      {"u", true, false, 5, false},
+      {"u&cc=", true, false, 5, false},
+      {"u&cc=off", false, false, 5, false},
+      {"u&cc=OFF", false, false, 5, false},
+      {"u&cc=On", false, true, 5, false},
+      {"u&cc=text", true, false, 5, false},
+      {"u&cc=on_ovl", true, false, 5, false},
+      {"u&cc=maybe", true, false, 5, false},
+      {"u&vmr9=0", true, false, 5, true},
+      {"u&vmr9=1", true, false, 5, false},
+      {"u&vmr9=", true, false, 5, false},
+      {"u&vmr9=word", true, false, 5, true},
+      {"u&forextractoruse=0", true, false, 0, false},
+      {"u&forextractoruse=", true, false, 5, false},
+      {"u&forextractoruse=-1", true, false, 0xFFFFFFFF, false}};
+  for (const auto& [url, overlay, text, extractor, vmr9Dropped] : kRows) {
     UrlParameterStore store;
     ASSERT_EQ(store.Parse(url), 0u);
-    // Both start out wrong: every URL sets them.
-    SourceSwitches switches{!overlay, !text, 0, false};
+    SourceSwitches switches{!overlay, !text, 5, false};
     ApplyUrlParameters(store, &switches);
     EXPECT_EQ(switches.m_captionOverlay, overlay) << url;
     EXPECT_EQ(switches.m_captionText, text) << url;
-  }
-}
-
-TEST(SourceSwitches, NumbersThatAreNotNamedKeepTheirValue) {
-  static constexpr std::tuple<const char*, u32, bool> kRows[] = {{"u&vmr9=0", 5, true},
-                                                                 {"u&vmr9=1", 5, false},
-                                                                 {"u&vmr9=", 5, false},
-                                                                 {"u&vmr9=word", 5, true},
-                                                                 {"u&forextractoruse=0", 0, false},
-                                                                 {"u&forextractoruse=", 5, false},
-                                                                 {"u&forextractoruse=-1", 0xFFFFFFFF, false}};
-  for (const auto& [url, extractor, vmr9Dropped] : kRows) {
-    UrlParameterStore store;
-    ASSERT_EQ(store.Parse(url), 0u);
-    SourceSwitches switches{true, false, 5, false};
-    ApplyUrlParameters(store, &switches);
     EXPECT_EQ(switches.m_forExtractor, extractor) << url;
     EXPECT_EQ(switches.m_vmr9Dropped, vmr9Dropped) << url;
   }

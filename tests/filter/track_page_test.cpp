@@ -32,35 +32,6 @@ FakeTrackFacts TrackOf(u32 kind, u64 duration) {
   return track;
 }
 
-TEST(LoadedFileFacts, IndexesCountFromZero) {
-  Bench bench({TrackOf(MP4_KIND_VIDEO, 40), TrackOf(MP4_KIND_HINT, u64{1} << 40)});
-  const std::pair<i32, FilterResult> rows[] = {
-      {0, FilterResult::Ok},
-      {1, FilterResult::Ok},
-      {2, FilterResult::NoMoreItems},
-      {32, FilterResult::NoMoreItems},
-      {std::numeric_limits<i32>::max(), FilterResult::NoMoreItems},
-      {-1, FilterResult::InvalidArgument},
-      {std::numeric_limits<i32>::min(), FilterResult::InvalidArgument}};
-  for (const auto& [number, result] : rows) {
-    SCOPED_TRACE(number);
-    // What is not there leaves the output alone.
-    const auto expect = [&, index = number, answer = result](auto operation, u64 first, u64 second) {
-      const u64 value = answer != FilterResult::Ok ? 777 : index == 0 ? first : second;
-      const auto asked = Ask(bench.facts, operation, index);
-      EXPECT_EQ(asked.result, answer);
-      EXPECT_EQ(asked.value, value);
-    };
-    expect(&LoadedFileFacts::GetTrackId, 7, 7);
-    expect(&LoadedFileFacts::GetTrackType, READER_TRACK_VIDEO, READER_TRACK_HINT);
-    expect(&LoadedFileFacts::GetSampleCount, 3, 3);
-    expect(&LoadedFileFacts::GetTimeScale, 1000, 1000);
-    expect(&LoadedFileFacts::GetDuration, 40, u64{1} << 40);
-  }
-  EXPECT_EQ(Got(bench.facts, &LoadedFileFacts::GetTrackCount), 2u) << "tracks without a pin count";
-  EXPECT_EQ(Got(bench.facts, &LoadedFileFacts::GetMovieTimeScale), 600u);
-}
-
 // The page reads the types in its own way.
 TEST(TrackPage, WordsAreNotThoseOfTheTypes) {
   const std::pair<u32, const char*> rows[] = {{MP4_KIND_UNKNOWN, "Unknown"},
@@ -99,15 +70,13 @@ const Labels kNothing = {{PAGE_TRACK_ID, "0"},
                          {PAGE_TIME_SCALE, "0"},
                          {PAGE_DURATION, "0"}};
 
-TEST(TrackPage, ShowsNothingOfATrackThatIsNotThere) {
+TEST(TrackPage, ShowsNothingOfWhatIsNotThere) {
   Bench bench({TrackOf(MP4_KIND_VIDEO, 599)});
   static_cast<void>(bench.page.Activate());
   for (const i32 beyond : {2, 33, std::numeric_limits<i32>::max()}) {
     EXPECT_EQ(bench.page.SelectTrack(beyond), kNothing);
   }
-}
-
-TEST(TrackPage, ShowsThatNoFileIsLoaded) {
+  // No file is loaded.
   FakeHost host;
   const LoadedFileFacts facts(host.Source());
   TrackPage page(facts);
