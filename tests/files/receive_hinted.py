@@ -10,7 +10,6 @@ it cannot receive (captions, sound in fragments) is taken apart here. Files that
 folder that KTMP4_CORPUS names, are sent as well. Every wait has a deadline.
 """
 
-import collections
 import json
 import pathlib
 import re
@@ -22,34 +21,12 @@ import tempfile
 import time
 from functools import partial
 
-from compare_with_ffprobe import ffprobe, media_files, run, run_jobs, samples_of
+from compare_with_ffprobe import media_files, run, run_jobs, samples_of
 
 DEADLINE = 30  # seconds
 HINT = 3  # the kind of a hint track
 
-SCRIPT = """Scenarist_SCC V1.0
-
-00:00:00:00\t9420 9420 94ae 94ae 9470 9470 c845 4c4c 4f80 942f 942f
-
-00:00:02:00\t942c 942c
-"""
-
-
-def free_ports(count):
-    """The first of so many even ports, each with the odd one above it, that nobody holds."""
-    for first in range(21000, 60000, 2 * count):
-        held = []
-        try:
-            for port in range(first, first + 2 * count):
-                held.append(socket.socket(socket.AF_INET, socket.SOCK_DGRAM))
-                held[-1].bind(("127.0.0.1", port))
-            return first
-        except OSError:
-            continue
-        finally:
-            for one in held:
-                one.close()
-    raise AssertionError("there are no free ports")
+SCRIPT = "Scenarist_SCC V1.0\n\n00:00:00:00\t9420 94ae 9470 c845 4c4c 4f80 942f\n\n00:00:02:00\t942c"
 
 
 class Hints:
@@ -161,14 +138,18 @@ class Session:
         return dict(line[2:].split(":", 1) for line in lines if line.startswith("a="))
 
 
-def check_numbers(ktmp4, file, session, hints, sources):
-    """The description against the file, the packets and what ffprobe says of the original."""
-    tracks = {track["index"]: track for track in json.loads(run(ktmp4, "info", "--json", file))["tracks"]}
+def tracks_of(ktmp4, file):
+    return {track["index"]: track for track in json.loads(run(ktmp4, "info", "--json", file))["tracks"]}
+
+
+def check_numbers(ktmp4, file, session, hints):
+    """The description against the file and the packets."""
+    tracks = tracks_of(ktmp4, file)
     if [track for track in tracks if tracks[track]["kind"] == HINT] != sorted(hints.tracks):
         raise AssertionError("not every hint track has hints")
     for (line, attributes), hint in zip(session.media, sorted(hints.tracks), strict=True):
         payload_type, media = line[3], hints.media[hint]
-        encoding, clock = attributes["rtpmap"].split()[1].split("/")[:2]
+        encoding, clock, *channels = attributes["rtpmap"].split()[1].split("/")
         facts = {
             "control": (attributes["control"], f"trackID={hint}"),
             "esid": (attributes.get("mpeg4-esid", str(media)), str(media)),
@@ -179,46 +160,39 @@ def check_numbers(ktmp4, file, session, hints, sources):
             "first": (hints.tracks[hint][0][1], 0),
         }
         config = re.search(r"config=([0-9A-F]*)$", attributes["fmtp"])[1]
+        info = bytes.fromhex(tracks[media].get("decoderInfo", ""))
         if encoding in ("mpeg4-generic", "MP4V-ES"):
-            facts["config"] = (bytes.fromhex(config), sources[media].config)
+            facts["config"] = (bytes.fromhex(config), info)
         elif encoding == "MP4A-LATM":  # the decoder's set-up stands 15 bits behind the start
-            bits = "".join(f"{byte:08b}" for byte in bytes.fromhex(config))
-            inside = "".join(f"{byte:08b}" for byte in sources[media].config)
-            facts["config"] = (bits[15 : 15 + len(inside)], inside)
+            bits = int(config, 16) >> (4 * len(config) - 15 - 8 * len(info))
+            facts["config"] = (bits & ((1 << 8 * len(info)) - 1), int.from_bytes(info, "big"))
         # Other first bytes may be taken for the mark of an escaped sampling frequency.
-        if encoding == "mpeg4-generic" and sources[media].config[0] & 7 == 0:
-            facts["channels"] = (attributes["rtpmap"].split("/")[2], str(sources[media].channels))
+        if encoding == "mpeg4-generic" and info[0] & 7 == 0:
+            facts["channels"] = (channels, [str(tracks[media]["channels"])])
         for name, (found, wanted) in facts.items():
             if found != wanted:
                 raise AssertionError(f"hint track {hint}, {name}: {found}, not {wanted}")
-
-
-Source = collections.namedtuple("Source", "config channels")
-
-
-def sources_of(file):
-    """The decoder set-up of each track and its channels, by index from 1."""
-    streams = ffprobe(file, "-show_data", "-show_entries", "stream=index,channels,extradata")["streams"]
-    found = {}
-    for stream in streams:
-        rows = [row.split(":", 1)[1][1:41] for row in stream.get("extradata", "").splitlines() if ":" in row]
-        config = bytes.fromhex("".join(rows).replace(" ", ""))
-        found[stream["index"] + 1] = Source(config, stream.get("channels"))
-    return found
 
 
 # Packets as they come from the sender.
 
 
 class Receiver:
-    def __init__(self, first, count):
-        self.sockets = []
-        for port in range(first, first + 2 * count):
-            one = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-            one.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 22)
-            one.bind(("127.0.0.1", port))
-            one.settimeout(DEADLINE)
-            self.sockets.append(one)
+    """The first so many pairs of ports that nobody holds: an even one for each stream and the odd one above it."""
+
+    def __init__(self, count):
+        for first in range(21000, 60000, 2 * count):
+            self.first, self.sockets = first, []
+            try:
+                for port in range(first, first + 2 * count):
+                    self.sockets.append(socket.socket(socket.AF_INET, socket.SOCK_DGRAM))
+                    self.sockets[-1].setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 1 << 22)
+                    self.sockets[-1].bind(("127.0.0.1", port))
+                    self.sockets[-1].settimeout(DEADLINE)
+                return
+            except OSError:
+                self.close()
+        raise AssertionError("there are no free ports")
 
     def receive(self, stream, count):
         """So many packets of a stream, as the hints name them, and then its farewell."""
@@ -243,31 +217,22 @@ class Receiver:
 
 def access_units(packets):
     """Sound in AAC-hbr (RFC 3640), with fragments that carry no header behind the first."""
-    units, pending, wanted = [], b"", 0
+    units, pending, wanted = [], b"", []
     for *_, marker, _, payload in packets:
-        if wanted:
-            pending += payload
-        else:
-            bits = int.from_bytes(payload[:2], "big")
-            headers = struct.unpack(f">{bits // 16}H", payload[2 : 2 + bits // 8])
+        if not wanted:
+            end = 2 + int.from_bytes(payload[:2], "big") // 8
+            headers = struct.unpack(f">{end // 2 - 1}H", payload[2:end])
             if any(header & 7 for header in headers):
                 raise AssertionError("units are left out between two of a packet")
-            at = 2 + bits // 8
-            if len(headers) == 1 and headers[0] >> 3 > len(payload) - at:
-                pending, wanted = payload[at:], headers[0] >> 3
-                if marker:
-                    raise AssertionError("a first fragment is marked as the last")
-                continue
-            for header in headers:
-                units.append(payload[at : at + (header >> 3)])
-                at += header >> 3
-            if at != len(payload):
-                raise AssertionError("bytes are left over behind the units")
-        if wanted and len(pending) >= wanted:
-            if len(pending) != wanted or not marker:
-                raise AssertionError("a fragment does not end where its unit ends")
-            units.append(pending)
-            wanted = 0
+            wanted, pending, payload = [header >> 3 for header in headers], b"", payload[end:]
+        pending += payload
+        if marker != (len(pending) == sum(wanted)):
+            raise AssertionError("the mark does not stand where the units end")
+        if marker:
+            for size in wanted:
+                units.append(pending[:size])
+                pending = pending[size:]
+            wanted = []
     return units
 
 
@@ -290,10 +255,9 @@ def pictures(packets):
 
 
 def check_sender(rtp_send, file, hints, takers):
-    first = free_ports(len(hints.tracks))
-    receiver = Receiver(first, len(hints.tracks))
+    receiver = Receiver(len(hints.tracks))
     try:
-        run_with_deadline(rtp_send, "--port", first, "--rate", 0, file)
+        run_with_deadline(rtp_send, "--port", receiver.first, "--rate", 0, file)
         for stream, (track, packets) in enumerate(sorted(hints.tracks.items())):
             received = receiver.receive(stream, len(packets))
             for number, (found, wanted) in enumerate(zip(received, packets), 1):
@@ -323,19 +287,11 @@ def wait_for_ports(ports, process):
     raise AssertionError("the receiver does not listen")
 
 
-def check_ffmpeg(*arguments, attempts=3, **options):
-    """ffmpeg gives every hinted sample back. UDP may lose packets where a receiver does not get its turn in time."""
-    for attempt in range(1, attempts + 1):
-        try:
-            return receive_with_ffmpeg(*arguments, **options)
-        except AssertionError:
-            if attempt == attempts:
-                raise
-
-
-def receive_with_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate=5):
+def receive_with_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate):
     count = len(hints.tracks)
-    first = free_ports(count)
+    free = Receiver(count)
+    free.close()
+    first = free.first
     description = folder / "session.sdp"
     description.write_bytes(run(ktmp4, "sdp", "--full", "--port", first, file))
     command = ["ffmpeg", "-nostdin", "-v", "error", "-y", "-protocol_whitelist", "file,udp,rtp", "-buffer_size", 1 << 20]
@@ -363,13 +319,6 @@ def receive_with_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate=5):
             raise AssertionError(f"hint track {track}: ffmpeg receives other packets")
 
 
-def add_captions(ktmp4, file, folder):
-    script, movie = folder / "captions.scc", folder / "captions.mp4"
-    script.write_text(SCRIPT)
-    run(ktmp4, "add-captions", file, script, movie)
-    return movie
-
-
 AAC, VISUAL, CAPTIONS = access_units, pictures, caption_pairs
 LATM = None  # left to ffmpeg
 
@@ -388,23 +337,34 @@ CASES = [
 
 
 def check_case(ktmp4, rtp_send, media, name, options, takers, by_ffmpeg, folder):
-    file = add_captions(ktmp4, media / "ntsc-faststart.mp4", folder) if name == "captions" else media / name
-    hinted = folder / "hinted.mp4"
+    file, hinted = media / name, folder / "hinted.mp4"
+    if name == "captions":
+        file, script = folder / "captions.mp4", folder / "captions.scc"
+        script.write_text(SCRIPT)
+        run(ktmp4, "add-captions", media / "ntsc-faststart.mp4", script, file)
     run(ktmp4, "hint", *options, file, hinted)
     hints = Hints(ktmp4, hinted, file)
-    check_numbers(ktmp4, hinted, Session(run(ktmp4, "sdp", "--full", hinted).decode()), hints, sources_of(file))
-    check_sender(rtp_send, hinted, hints, takers)
-    if by_ffmpeg:
-        check_ffmpeg(ktmp4, rtp_send, hinted, hints, folder)
-    return sum(len(packets) for packets in hints.tracks.values())
+    check_numbers(ktmp4, hinted, Session(run(ktmp4, "sdp", "--full", hinted).decode()), hints)
+    return check_packets(ktmp4, rtp_send, hinted, hints, takers, by_ffmpeg, 5, folder)
 
 
 def check_foreign(ktmp4, rtp_send, file, folder):
     """A file that another program has hinted."""
     hints = Hints(ktmp4, file, file)
     session = Session(run(ktmp4, "sdp", "--full", file).decode())
-    check_sender(rtp_send, file, hints, [None] * len(session.media))
-    check_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate=15)
+    return check_packets(ktmp4, rtp_send, file, hints, [None] * len(session.media), True, 15, folder)
+
+
+def check_packets(ktmp4, rtp_send, file, hints, takers, by_ffmpeg, rate, folder):
+    check_sender(rtp_send, file, hints, takers)
+    # UDP may lose packets where a receiver does not get its turn in time.
+    for attempts_left in (2, 1, 0) if by_ffmpeg else ():
+        try:
+            receive_with_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate)
+            break
+        except AssertionError:
+            if attempts_left == 0:
+                raise
     return sum(len(packets) for packets in hints.tracks.values())
 
 
