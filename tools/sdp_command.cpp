@@ -94,10 +94,6 @@ void PrintSessionDescription(const SdpArguments& arguments) {
   Print(arguments.full ? WholeSession(arguments.file, movie) : movie);
   u32 port = arguments.port;
   for (const std::string& block : blocks) {
-    if (arguments.port + 2 * u64{blocks.size()} > 65536) {
-      throw Failure("cannot number the streams of " + Quoted(arguments.file) + ": there are no ports for " +
-                    std::to_string(blocks.size()) + " from " + std::to_string(arguments.port) + " on");
-    }
     Print(arguments.full ? WithPort(block, port) : block);
     port += 2;
   }

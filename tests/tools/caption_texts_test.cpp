@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tools/caption_samples.h"
 #include "tools/failure.h"
 #include "tools/srt_text.h"
@@ -11,15 +13,6 @@ namespace {
 
 SccFile Read(const std::string& lines, std::optional<FrameRate> rate = {}) {
   return ReadScc("Scenarist_SCC V1.0\n\n" + lines, rate);
-}
-
-std::string FailureOf(std::string_view text, std::optional<FrameRate> rate = {}) {
-  try {
-    static_cast<void>(ReadScc(text, rate));
-  } catch (const Failure& failure) {
-    return failure.what();
-  }
-  return "none";
 }
 
 // Counted out one by one: the numbers 0 and 1 are missing where a minute begins, but for every tenth.
@@ -37,24 +30,18 @@ TEST(SccFile, DropFrameCodesAreThoseOfPlainCounting) {
 }
 
 TEST(SccFile, CodesOfAllSorts) {
-  const struct {
-    const char* code;
-    std::optional<FrameRate> rate;
-    FrameCount count;
-    u64 frame;
-  } rows[] = {
+  const std::tuple<const char*, std::optional<FrameRate>, FrameCount, u64> rows[] = {
       {"01:02:03:04", {}, FrameCount::kNonDrop, 111694},
-      {"01:02:03:04", FrameRate::kNtsc, FrameCount::kNonDrop, 111694},
       {"01:02:03:04", FrameRate::kThirty, FrameCount::kThirty, 111694},
       {"00:00:01:30", {}, FrameCount::kNonDrop, 60},
       {"00:01:00;00", {}, FrameCount::kDrop, 1800},
       {"99:59:59;29", FrameRate::kNtsc, FrameCount::kDrop, kLastFrame},
   };
-  for (const auto& row : rows) {
-    const SccFile file = Read(std::string(row.code) + "\t9420", row.rate);
-    EXPECT_EQ(file.count, row.count) << row.code;
-    EXPECT_EQ(file.cues.at(0).frame, row.frame) << row.code;
-    EXPECT_EQ(FrameCountOf(ClockOf(row.count).timeScale), row.count);
+  for (const auto& [code, rate, count, frame] : rows) {
+    const SccFile file = Read(std::string(code) + "\t9420", rate);
+    EXPECT_EQ(file.count, count) << code;
+    EXPECT_EQ(file.cues.at(0).frame, frame) << code;
+    EXPECT_EQ(FrameCountOf(ClockOf(count).timeScale), count);
   }
 }
 
@@ -67,27 +54,31 @@ TEST(SccFile, IsReadFromWhateverSystem) {
 }
 
 TEST(SccFile, FailuresNameTheLine) {
-  const std::string head = "Scenarist_SCC V1.0\n\n";
-  const struct {
-    std::string text;
-    std::optional<FrameRate> rate;
-    const char* failure;
-  } rows[] = {
-      {"", {}, "line 1: a caption file begins with"},
-      {"1\n00:00:01,000 --> 00:00:02,000\n", {}, "line 1: a caption file begins with"},
-      {head + "00:00:01.00 9420", {}, "line 3: \"00:00:01.00\" is no time code"},
-      {head + "00:61:01:00 9420", {}, "line 3: \"00:61:01:00\" is no time code"},
-      {head + "00:00:0x:00 9420", {}, "line 3: \"00:00:0x:00\" is no time code"},
-      {head + "00:00:01:31 9420", {}, "line 3: \"00:00:01:31\" is no time code"},
-      {head + "00:00:01:00", {}, "line 3: there is no byte pair"},
-      {head + "00:00:01:00 9420 942", {}, "line 3: \"942\" is no byte pair"},
-      {head + "00:00:01:00 942g", {}, "line 3: \"942g\" is no byte pair"},
-      {head + "00:00:02:00 9420\n\n00:00:01:29 942c", {}, "line 5: its time code lies before that of line 3"},
-      {head + "00:00:02:00 9420\n00:00:03;00 942c", {}, "line 4: its time code is drop frame"},
-      {head + "00:00:02;00 9420", FrameRate::kThirty, "line 3: a drop frame time code"},
+  const std::tuple<std::string, std::optional<FrameRate>, const char*> rows[] = {
+      {"00:00:01.00 9420", {}, "line 3: \"00:00:01.00\" is no time code"},
+      {"00:61:01:00 9420", {}, "line 3: \"00:61:01:00\" is no time code"},
+      {"00:00:0x:00 9420", {}, "line 3: \"00:00:0x:00\" is no time code"},
+      {"00:00:01:31 9420", {}, "line 3: \"00:00:01:31\" is no time code"},
+      {"00:00:01:00", {}, "line 3: there is no byte pair"},
+      {"00:00:01:00 9420 942", {}, "line 3: \"942\" is no byte pair"},
+      {"00:00:01:00 942g", {}, "line 3: \"942g\" is no byte pair"},
+      {"00:00:02:00 9420\n\n00:00:01:29 942c", {}, "line 5: its time code lies before that of line 3"},
+      {"00:00:02:00 9420\n00:00:03;00 942c", {}, "line 4: its time code is drop frame"},
+      {"00:00:02;00 9420", FrameRate::kThirty, "line 3: a drop frame time code"},
   };
-  for (const auto& row : rows) {
-    EXPECT_TRUE(FailureOf(row.text, row.rate).starts_with(row.failure)) << FailureOf(row.text, row.rate);
+  const auto expectFailure = [](const auto& read, const char* message) {
+    try {
+      static_cast<void>(read());
+      ADD_FAILURE() << message;
+    } catch (const Failure& failure) {
+      EXPECT_TRUE(std::string(failure.what()).starts_with(message)) << failure.what();
+    }
+  };
+  for (const auto& [lines, rate, message] : rows) {
+    expectFailure([&text = lines, &wanted = rate] { return Read(text, wanted); }, message);
+  }
+  for (const char* const text : {"", "1\n00:00:01,000 --> 00:00:02,000\n"}) {
+    expectFailure([&] { return ReadScc(text, {}); }, "line 1: a caption file begins with");
   }
 }
 
@@ -106,35 +97,30 @@ std::string Told(const std::vector<CaptionSample>& samples) {
 }
 
 TEST(CaptionSamples, AreLaidOutFrameByFrameAndGatheredAgain) {
-  const struct {
-    const char* lines;
-    const char* samples;
-    const char* note;
-    const char* gathered;  // when not the lines themselves
-  } rows[] = {
+  constexpr const char* kLate =
+      "line 4 begins while the pairs before it still go out; its own follow behind them";
+  // The lines, their samples, what is noted of them, and the lines that are gathered when they are others.
+  const std::tuple<const char*, const char*, std::string, const char*> rows[] = {
       {"00:00:00:00 9401 9402", " >0:1 1:2 2-", "", nullptr},
       {"00:00:00:05 8080\n00:00:00:06 9401", " >0- >5:0 >6:1 7-", "", nullptr},
       {"00:00:00:01 9401 9402 9483\n00:00:00:03 9404\n00:00:00:05 9485", " >0- >1:1 2:2 3:3 >4:4 >5:5 6-",
-       "line 4 begins while the pairs before it still go out; its own follow behind them",
-       "00:00:00:01 9401 9402 9483\n00:00:00:04 9404\n00:00:00:05 9485"},
+       kLate, "00:00:00:01 9401 9402 9483\n00:00:00:04 9404\n00:00:00:05 9485"},
       {"00:00:00:00 9401 9402\n00:00:00:01 9483 9404\n00:00:00:02 9485", " >0:1 1:2 >2:3 3:4 >4:5 5-",
-       "line 4 begins while the pairs before it still go out; its own follow behind them (the first of 2 "
-       "lines)",
+       kLate + std::string(" (the first of 2 lines)"),
        "00:00:00:00 9401 9402\n00:00:00:02 9483 9404\n00:00:00:04 9485"},
-      {"00:00:00:00 9403 9401\n00:00:01:00 0380", " >0:3 1:1 >21- >30:0 31-",
+      {"00:00:00:00 9403\n00:00:01:00 0380", " >0:3 >20- >30:0 31-",
        "line 3 has a byte of even parity, over which decoders stumble; it is kept (the first of 2 lines)",
        nullptr},
       {"00:00:00:02 9401\n00:00:01:15 9402", " >0- >2:1 >22- >42- >45:2 46-", "", nullptr},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.lines);
-    const SccFile file = Read(row.lines);
+  for (const auto& [lines, told, note, gathered] : rows) {
+    SCOPED_TRACE(lines);
     std::string notes;
-    const auto samples = LayOut(file, 20, [&](const std::string& note) { notes += note; });
-    EXPECT_EQ(Told(samples), row.samples);
-    EXPECT_EQ(notes, row.note);
-    const SccFile gathered{FrameCount::kNonDrop, GatherCues(samples)};
-    EXPECT_EQ(WriteScc(gathered), WriteScc(Read(row.gathered == nullptr ? row.lines : row.gathered)));
+    const auto samples = LayOut(Read(lines), 20, [&](const std::string& line) { notes += line; });
+    EXPECT_EQ(Told(samples), told);
+    EXPECT_EQ(notes, note);
+    EXPECT_EQ(WriteScc({FrameCount::kNonDrop, GatherCues(samples)}),
+              WriteScc(Read(gathered ? gathered : lines)));
   }
   // A track of somebody else's, all of whose samples are sync samples.
   const auto cues =
@@ -143,39 +129,28 @@ TEST(CaptionSamples, AreLaidOutFrameByFrameAndGatheredAgain) {
   EXPECT_EQ(cues[0].pairs.size(), 2u);
 }
 
-struct Screen {
-  i64 milliseconds;
-  const char* text;
-};
-
+// Screens each behind the milliseconds of its time, and the subtitles that become of them.
 TEST(SrtText, AScreenLastsUntilItChanges) {
-  const struct {
-    const char* what;
-    std::vector<Screen> screens;
-    const char* text;
-  } rows[] = {
-      {"nothing", {{0, "<br>"}}, ""},
-      {"flips",
-       {{1000, "<br><br>One<br>\tTwo"}, {2500, "<br>"}, {3723004, "<br><br><br>1 --> 2\x7F"}},
+  const std::pair<std::vector<std::pair<i64, const char*>>, const char*> rows[] = {
+      {{{0, "<br>"}}, ""},
+      {{{1000, "<br><br>One<br>\tTwo"}, {2500, "<br>"}, {3723004, "<br><br><br>1 --> 2\x7F"}},
        "1\n00:00:01,000 --> 00:00:02,500\nOne\nTwo\n\n2\n01:02:03,004 --> 02:00:00,000\n1 -> 2\n"},
-      {"the same again",
-       {{1000, "<br><br><br>One"}, {1500, "<br>"}, {1600, "<br><br><br>One"}, {1700, "<br>"}},
+      // The same again, and then letter by letter.
+      {{{1000, "<br><br><br>One"}, {1500, "<br>"}, {1600, "<br><br><br>One"}, {1700, "<br>"}},
        "1\n00:00:01,000 --> 00:00:01,500\nOne\n\n2\n00:00:01,600 --> 00:00:01,700\nOne\n"},
-      {"letter by letter",
-       {{1000, "<br><br>A<br>"},
+      {{{1000, "<br><br>A<br>"},
         {1033, "<br><br>A<br>On"},
         {1066, "<br><br>A<br>On "},
-        {1100, "<br><br>A<br>On t"},
         {1133, "<br><br>A<br>On"},
         {1166, "<br><br>A<br>One"},
         {1200, "<br><br>One<br>"}},
        "1\n00:00:01,000 --> 00:00:01,033\nA\n\n2\n00:00:01,033 --> 00:00:01,200\nA\nOne\n\n"
        "3\n00:00:01,200 --> 02:00:00,000\nOne\n"},
-      {"a later screen that begins alike",
-       {{1000, "<br><br><br>One"}, {3000, "<br><br><br>One."}, {4000, "<br>"}},
+      // A later screen that begins alike is none that grows.
+      {{{1000, "<br><br><br>One"}, {3000, "<br><br><br>One."}, {4000, "<br>"}},
        "1\n00:00:01,000 --> 00:00:03,000\nOne\n\n2\n00:00:03,000 --> 00:00:04,000\nOne.\n"},
-      {"erased, and sent again by a decoder that keeps its rows",
-       {{1000, "<br><br><br>One"},
+      // Erased, and sent again by a decoder that keeps its rows.
+      {{{1000, "<br><br><br>One"},
         {2000, "<br>"},
         {2000, "<br><br><br>One"},
         {2033, "<br><br>One<br>"},
@@ -183,10 +158,10 @@ TEST(SrtText, AScreenLastsUntilItChanges) {
         {3000, "<br>"}},
        "1\n00:00:01,000 --> 00:00:02,000\nOne\n"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [screens, text] : rows) {
     SrtCues cues;
-    for (const Screen& screen : row.screens) cues.Show(screen.milliseconds * 10'000, screen.text);
-    EXPECT_EQ(SrtText(cues.Finish(7200'000 * i64{10'000})), row.text) << row.what;
+    for (const auto& [milliseconds, screen] : screens) cues.Show(milliseconds * 10'000, screen);
+    EXPECT_EQ(SrtText(cues.Finish(7200'000 * i64{10'000})), text);
   }
 }
 
