@@ -7,7 +7,6 @@
 #include <strmif.h>
 #include <vmr9.h>
 
-#include "platform/reader_movie.h"
 #include "platform/source_host.h"
 
 namespace kt::test {
@@ -51,7 +50,6 @@ Use GrowthOver(Cycle cycle) {
 }
 
 TEST_F(EnduranceTest, TwoHundredLivesLeaveNothing) {
-  const Deadline deadline("two hundred cycles", std::chrono::seconds(300));
   // What the filter makes of the platform's: some of it loses memory and handles by itself.
   const Use platform = GrowthOver([](int) {
     HostGraph graph;
@@ -81,17 +79,15 @@ TEST_F(EnduranceTest, TwoHundredLivesLeaveNothing) {
 
 // Whatever becomes of the file, each stream ends once.
 TEST_F(EnduranceTest, AFileThatIsCutOrRemovedWhilePlayingEndsItsStreams) {
-  const Deadline deadline("files that change");
   for (const bool isRemoved : {false, true}) {
     NamedFile file(L"film.mp4", ReadFile(MediaFile(L"ntsc-faststart.mp4")));
-    PlayedSource source(file.Name(), {.sink = {.m_receive = [&](ULONG number) {
-                                        std::error_code refused;
-                                        if (number == 20 && isRemoved)
-                                          std::filesystem::remove(file.Path(), refused);
-                                        if (number == 20 && !isRemoved)
-                                          std::filesystem::resize_file(file.Path(), 30'000);
-                                        return S_OK;
-                                      }}});
+    const auto change = [&](ULONG number) {
+      std::error_code refused;
+      if (number == 20 && isRemoved) std::filesystem::remove(file.Path(), refused);
+      if (number == 20 && !isRemoved) std::filesystem::resize_file(file.Path(), 30'000);
+      return S_OK;
+    };
+    PlayedSource source(file.Name(), {.sink = {.m_receive = change}});
     source.PlayToEnd();
     const std::size_t taken = source.Taken(0).size();
     EXPECT_GE(taken, 20u);
@@ -99,57 +95,6 @@ TEST_F(EnduranceTest, AFileThatIsCutOrRemovedWhilePlayingEndsItsStreams) {
     EXPECT_EQ(taken == 89, isRemoved);
     EXPECT_EQ(source.Sink(0).Count(SinkEvent::EndOfStream), 1u);
     EXPECT_EQ(source.Seek(0), S_OK) << "the filter goes on answering";
-  }
-}
-
-struct Mode {
-  const wchar_t* parameters;
-  std::size_t pins;
-  /// Of the caption pin.
-  std::size_t samples, bytes;
-  bool hasCaptions;
-  bool isEmpty;
-};
-
-// What the switches of a URL make of captions, texts and samples.
-TEST_F(EnduranceTest, SwitchesDecideWhereTextsGo) {
-  const Deadline deadline("caption modes");
-  const ReaderMovie movie;
-  const Mode kModes[] = {
-      {L"", 3, kReaderSamples - 1, 2, false, false},
-      {L"&cc=off", 2, 0, 0, false, false},
-      {L"&cc=TEXT", 3, kReaderSamples - 1, 2, false, false},
-      {L"&cc=on_ovl", 3, kReaderSamples - 1, 2, false, false},
-      {L"&cc=other", 3, kReaderSamples - 1, 2, false, false},
-      // Decoded here, the last pair too.
-      {L"&cc=on", 3, kReaderSamples, 0, true, false},
-      {L"&cc=on&forextractoruse=1", 3, kReaderSamples, 0, true, true},
-  };
-  for (const Mode& mode : kModes) {
-    SCOPED_TRACE(mode.parameters);
-    PlayedSource played(movie.Url(mode.parameters));
-    ASSERT_EQ(played.Pins().size(), mode.pins);
-    const ComPointer<IMetadataStorage> storage = played.As<IMetadataStorage>();
-    EXPECT_EQ(storage->Enable(KTMP4_TEXT_CAPTIONS, 1), S_OK);
-    EXPECT_EQ(storage->Enable(KTMP4_TEXT_METADATA, 1), S_OK);
-    played.PlayToEnd();
-    const std::vector<TakenSample> video = played.Taken(0);
-    EXPECT_EQ(video.size(), kReaderSamples - 1);
-    for (const TakenSample& sample : video) EXPECT_EQ(sample.bytes.empty(), mode.isEmpty);
-    if (mode.pins == 3) {
-      EXPECT_EQ(played.Taken(2).size(), mode.samples);
-      for (const TakenSample& sample : played.Taken(2)) EXPECT_EQ(sample.bytes.size(), mode.bytes);
-    }
-    for (const auto type : {KTMP4_TEXT_CAPTIONS, KTMP4_TEXT_METADATA}) {
-      UINT64 time = 0;
-      char* text = nullptr;
-      const bool isDue = type == KTMP4_TEXT_METADATA || mode.hasCaptions;
-      EXPECT_EQ(storage->GetItem(type, &time, &text), isDue ? S_OK : S_FALSE) << type;
-      if (text) {
-        EXPECT_STREQ(text, type == KTMP4_TEXT_METADATA ? "Hello" : "Hi");
-      }
-      CoTaskMemFree(text);
-    }
   }
 }
 

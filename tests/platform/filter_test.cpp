@@ -200,7 +200,6 @@ TEST_F(FilterTest, OneGraphTakesOneReader) {
 
 // A person is told and asked; the other tracks are loaded when the answer has come.
 TEST_F(FilterTest, ShowsWhatCanNotBeRead) {
-  const Deadline deadline("load of a broken track");
   Movie broken;
   broken.tracks.resize(2);
   broken.tracks[0].stsz = {};

@@ -12,7 +12,6 @@ namespace {
 using PlayingTest = SourceTest;
 
 TEST_F(PlayingTest, DeliversWhatTheLibraryReadsButTheLastSample) {
-  const Deadline deadline("playing real files");
   const struct {
     const wchar_t* name;
     u32 tracks;
@@ -37,7 +36,6 @@ TEST_F(PlayingTest, DeliversWhatTheLibraryReadsButTheLastSample) {
 
 // With the sinks in the graph as other filters would be.
 TEST_F(PlayingTest, RendersFiles) {
-  const Deadline deadline("rendering real files");
   const ReaderReplacement replacement;
   const struct {
     const wchar_t* name;
@@ -111,7 +109,6 @@ TEST_F(PlayingTest, LoadsNamesAndUrls) {
 }
 
 TEST_F(PlayingTest, ASecondLoadLeavesTheFirstPinsWithoutATrack) {
-  const Deadline deadline("a second load");
   const ReaderMovie movie;
   PlayedSource played(movie.Name());
   EXPECT_EQ(played.Load(movie.Url(L"&cc=off")), S_OK);
@@ -125,7 +122,6 @@ TEST_F(PlayingTest, ASecondLoadLeavesTheFirstPinsWithoutATrack) {
 }
 
 TEST_F(PlayingTest, PlaysTheFirst32OfManyTracks) {
-  const Deadline deadline("many tracks");
   Movie movie;
   movie.tracks.resize(40);
   const NamedFile file(L"many.mp4", movie.Build());

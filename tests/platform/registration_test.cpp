@@ -84,10 +84,9 @@ class RegistrationTest : public testing::Test {
     for (const wchar_t* ending : kEndings) {
       const std::wstring key = EXTENSION_KEY + std::wstring(ending);
       const bool isLeftBehind = ending != kEndings[0];
-      rows.push_back(
-          {HKEY_CLASSES_ROOT, key, L"Media Type", Text(InBraces(::MEDIATYPE_KtMp4Stream)), isLeftBehind});
-      rows.push_back({HKEY_CLASSES_ROOT, key, L"SubType", Text(L"{00000000-0000-0000-0000-000000000000}"),
-                      isLeftBehind});
+      const std::wstring type = InBraces(::MEDIATYPE_KtMp4Stream), any = InBraces(GUID{});
+      rows.push_back({HKEY_CLASSES_ROOT, key, L"Media Type", Text(type), isLeftBehind});
+      rows.push_back({HKEY_CLASSES_ROOT, key, L"SubType", Text(any), isLeftBehind});
       rows.push_back({HKEY_CLASSES_ROOT, key, L"Source Filter", Text(filter), isLeftBehind});
     }
     const struct {
@@ -100,7 +99,7 @@ class RegistrationTest : public testing::Test {
       const std::wstring key = L"CLSID\\" + InBraces(entry.clsid);
       rows.push_back({HKEY_CLASSES_ROOT, key, nullptr, Text(entry.name), false});
       const std::wstring server = key + L"\\InprocServer32";
-      rows.push_back({HKEY_CLASSES_ROOT, server, nullptr, Text(m_module.LoadedPath()), false});
+      rows.push_back({HKEY_CLASSES_ROOT, server, nullptr, Text(m_module.Path()), false});
       rows.push_back({HKEY_CLASSES_ROOT, server, L"ThreadingModel", Text(L"Both"), false});
     }
     return rows;
@@ -118,13 +117,13 @@ class RegistrationTest : public testing::Test {
                                                    PLAYER_KEY L"Types"};
   static constexpr const wchar_t* kEndings[] = {L".mp4", L".3gp", L".m4a"};
 
-  SourceModule m_module;
+  const ServerModule m_module{SourcePath()};
 };
 
 /// The exit code. `toUnregister` is "/u" or null.
 intptr_t RunRegsvr32(const wchar_t* toUnregister) {
   const Deadline deadline("regsvr32");
-  const std::wstring path = L"\"" + SourceModule::Path() + L"\"";
+  const std::wstring path = L"\"" + SourcePath() + L"\"";
   const wchar_t* const last = toUnregister != nullptr ? path.c_str() : nullptr;
   return _wspawnlp(_P_WAIT, L"regsvr32", L"regsvr32", L"/s", last ? toUnregister : path.c_str(), last,
                    nullptr);

@@ -14,11 +14,6 @@ std::wstring Wide(const char* ascii) {
   return {ascii, ascii + std::strlen(ascii)};
 }
 
-// A plain function of the library's world: any failure is the test's.
-void Must(Mp4Result result) {
-  EXPECT_EQ(result, MP4_OK);
-}
-
 TakenSample Look(IMediaSample* sample) {
   TakenSample taken;
   BYTE* bytes = nullptr;
@@ -32,29 +27,20 @@ TakenSample Look(IMediaSample* sample) {
 
 }  // namespace
 
-SourceModule::SourceModule()
-    : m_module(LoadLibraryW(Path().c_str())),
-      m_register(Named("DllRegisterServer")),
-      m_unregister(Named("DllUnregisterServer")),
-      m_canUnload(Named("DllCanUnloadNow")) {}
-
-SourceModule::~SourceModule() {
-  FreeLibrary(m_module);
+HRESULT ServerModule::Call(const char* name) const {
+  const auto function =
+      reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+  return function != nullptr ? function() : E_NOINTERFACE;
 }
 
-SourceModule::Function SourceModule::Named(const char* name) const {
-  EXPECT_NE(m_module, nullptr) << "no module";
-  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
-}
-
-std::wstring SourceModule::Path() {
-  return Wide(KTMP4_MODULE);
-}
-
-std::wstring SourceModule::LoadedPath() const {
+std::wstring ServerModule::Path() const {
   wchar_t path[500] = {};
   GetModuleFileNameW(m_module, path, 500);
   return path;
+}
+
+std::wstring SourcePath() {
+  return Wide(KTMP4_MODULE);
 }
 
 std::wstring MediaFile(const std::wstring& name) {
@@ -75,57 +61,43 @@ NamedFile::NamedFile(const std::wstring& name, const std::vector<u8>& content) {
 SampleWish SeekedTo(const std::wstring& file, u32 track, i64 position) {
   OpenedMovie movie(ReadFile(file));
   const std::unique_ptr<CMp4Track> opened = movie.OpenTrack(track);
-  u32 timeScale = 0;
-  Must(opened->GetTimeScale(&timeScale));
-  SampleWish wish{.track = track};
-  u64 composition = 0;
+  const u64 ticks = static_cast<u64>(position) * Got(*opened, &CMp4Track::GetTimeScale) / 10'000'000;
   // Inside of the last sample the search fails, with that sample stored.
-  static_cast<void>(
-      opened->FindSampleByDecodingTime(static_cast<u64>(position) * timeScale / 10'000'000, &wish.zero));
-  Must(opened->GetSampleCompositionTime(wish.zero, &composition));
-  Must(opened->FindSyncSample(composition, &wish.first));
-  return wish;
+  const u32 zero = Ask(*opened, &CMp4Track::FindSampleByDecodingTime, ticks).value;
+  const u64 composition = Got(*opened, &CMp4Track::GetSampleCompositionTime, zero);
+  return {.track = track, .first = Got(*opened, &CMp4Track::FindSyncSample, composition), .zero = zero};
 }
 
 std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& wish) {
   OpenedMovie movie(ReadFile(file));
   const std::unique_ptr<CMp4Track> track = movie.OpenTrack(wish.track);
-  u32 count = 0, timeScale = 0, kind = 0, format = 0;
-  Must(track->GetSampleCount(&count));
-  Must(track->GetTimeScale(&timeScale));
-  Must(track->GetTrackType(&kind));
-  if (kind != MP4_KIND_TEXT) Must(track->GetSampleFormat(&format));
-  u64 zero = 0;
-  if (wish.zero != 0) Must(track->GetSampleDecodingTime(wish.zero, &zero));
+  const u32 timeScale = Got(*track, &CMp4Track::GetTimeScale);
+  const auto decodingTime = [&](u32 sample) {
+    return static_cast<i64>(Got(*track, &CMp4Track::GetSampleDecodingTime, sample));
+  };
+  const i64 zero = wish.zero != 0 ? decodingTime(wish.zero) : 0;
+  const bool isAac = Got(*track, &CMp4Track::GetTrackType) == MP4_KIND_AUDIO;
 
   std::vector<TakenSample> samples;
-  for (u32 number = wish.first; number < count; ++number) {
-    u64 decoding = 0, composition = 0, next = 0;
-    u32 size = 0, sync = 0;
-    Must(track->GetSampleDecodingTime(number, &decoding));
-    Must(track->GetSampleCompositionTime(number, &composition));
-    Must(track->GetSampleDecodingTime(number + 1, &next));
-    Must(track->FindSyncSample(composition, &sync));
-    Must(track->GetSampleSize(number, &size));
-    TakenSample sample;
+  for (u32 number = wish.first; number < Got(*track, &CMp4Track::GetSampleCount); ++number) {
+    const i64 decoding = decodingTime(number);
+    const u64 composition = Got(*track, &CMp4Track::GetSampleCompositionTime, number);
+    u32 size = Got(*track, &CMp4Track::GetSampleSize, number);
+    TakenSample& sample = samples.emplace_back();
     const std::size_t header = wish.isStamped ? 16 : 0;
     sample.bytes.resize(header + size);
     if (wish.isStamped) {
       std::memcpy(sample.bytes.data(), &composition, 8);
       std::memcpy(sample.bytes.data() + 8, &decoding, 8);
     }
-    Must(track->ReadSample(number, size, &size, sample.bytes.data() + header));
-    if (kind == MP4_KIND_TEXT) sample.bytes = {sample.bytes[header + 1], sample.bytes[header + 2]};
-    sample.start = (static_cast<i64>(decoding) - static_cast<i64>(zero)) * 10'000'000 / timeScale;
-    sample.stop = static_cast<i64>((next - zero) * 10'000'000 / timeScale);
+    EXPECT_EQ(track->ReadSample(number, size, &size, sample.bytes.data() + header), MP4_OK);
+    sample.start = (decoding - zero) * 10'000'000 / timeScale;
+    // Divided unsigned, also ahead of the position that was sought: readers rely on it.
+    sample.stop =
+        static_cast<i64>(static_cast<u64>(decodingTime(number + 1) - zero) * 10'000'000 / timeScale);
     sample.mediaStart = number;
-    const i64 step = kind != MP4_KIND_AUDIO      ? 1
-                     : format == MP4_FORMAT_MP4A ? 1024
-                     : format == MP4_FORMAT_SAWB ? 320
-                                                 : 160;
-    sample.mediaStop = number + step;
-    sample.isSyncPoint = sync == number;
-    samples.push_back(std::move(sample));
+    sample.mediaStop = number + (isAac ? 1024 : 1);
+    sample.isSyncPoint = Got(*track, &CMp4Track::FindSyncSample, composition) == number;
   }
   return samples;
 }

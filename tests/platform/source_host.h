@@ -15,31 +15,29 @@
 
 namespace kt::test {
 
-/// The module's file, as a machine has it: in memory while this lives, and registered if so told.
-class SourceModule {
+/// A module's file, in memory while this lives.
+class ServerModule {
  public:
-  using Function = HRESULT(WINAPI*)();
+  explicit ServerModule(const std::wstring& path) : m_module(LoadLibraryW(path.c_str())) {}
+  ServerModule(const ServerModule&) = delete;
+  ServerModule& operator=(const ServerModule&) = delete;
+  ~ServerModule() { FreeLibrary(m_module); }
 
-  SourceModule();
-  SourceModule(const SourceModule&) = delete;
-  SourceModule& operator=(const SourceModule&) = delete;
-  ~SourceModule();
-
-  HRESULT Register() const { return m_register(); }
-  HRESULT Unregister() const { return m_unregister(); }
-  HRESULT CanUnload() const { return m_canUnload(); }
-  static std::wstring Path();
-  /// The same as the platform writes it.
-  std::wstring LoadedPath() const;
+  bool IsThere() const { return m_module != nullptr; }
+  HRESULT Register() const { return Call("DllRegisterServer"); }
+  HRESULT Unregister() const { return Call("DllUnregisterServer"); }
+  HRESULT CanUnload() const { return Call("DllCanUnloadNow"); }
+  /// Its name as the platform writes it.
+  std::wstring Path() const;
 
  private:
-  Function Named(const char* name) const;
+  HRESULT Call(const char* name) const;
 
-  HMODULE m_module;
-  Function m_register;
-  Function m_unregister;
-  Function m_canUnload;
+  const HMODULE m_module;
 };
+
+/// The module with the filter.
+std::wstring SourcePath();
 
 /// A sample as a sink was given it. Times are in 100 ns units.
 struct TakenSample {
@@ -155,7 +153,7 @@ class ReaderReplacement {
   ~ReaderReplacement();
 };
 
-/// A test with the module registered, which leaves nothing of it behind.
+/// A test with the module registered, which leaves nothing of it behind and comes to an end.
 class SourceTest : public FrameTest {
  protected:
   void SetUp() override { ASSERT_EQ(m_module.Register(), S_OK); }
@@ -165,7 +163,9 @@ class SourceTest : public FrameTest {
         << "an object has outlived its test";
   }
 
-  SourceModule m_module;
+  const Deadline m_deadline{testing::UnitTest::GetInstance()->current_test_info()->name(),
+                            std::chrono::seconds(240)};
+  const ServerModule m_module{SourcePath()};
 };
 
 }  // namespace kt::test

@@ -86,46 +86,38 @@ class CallbackMapping {
 };
 
 /// The platform knows how to marshal the callback, from the module beside the filter's.
-class CallbackProxies {
- public:
-  CallbackProxies() {
-    std::wstring path = ModulePath();
-    path.resize(path.rfind(L'\\') + 1);
-    m_module = LoadLibraryW((path + L"..\\..\\filter\\platform\\callback\\ktmp4captionps.dll").c_str());
-    if (m_module != nullptr) m_registered = Call("DllRegisterServer");
-  }
-  CallbackProxies(const CallbackProxies&) = delete;
-  CallbackProxies& operator=(const CallbackProxies&) = delete;
-  ~CallbackProxies() { EXPECT_TRUE(!m_registered || Call("DllUnregisterServer")); }
-  bool IsThere() const { return m_registered; }
-
- private:
-  bool Call(const char* name) const {
-    const auto function =
-        reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
-    return function != nullptr && SUCCEEDED(function());
-  }
-
-  HMODULE m_module = nullptr;
-  bool m_registered = false;
-};
-
 class TextRoadsTest : public SourceTest {
  protected:
   void SetUp() override {
     SourceTest::SetUp();
     if (!m_proxies.IsThere()) GTEST_SKIP() << "built without the marshalling of the callback";
+    ASSERT_EQ(m_proxies.Register(), S_OK);
+  }
+  void TearDown() override {
+    EXPECT_TRUE(!m_proxies.IsThere() || m_proxies.Unregister() == S_OK);
+    SourceTest::TearDown();
   }
 
  private:
-  const CallbackProxies m_proxies;
+  const ServerModule m_proxies{std::filesystem::path(SourcePath()).parent_path() /
+                               L"callback/ktmp4captionps.dll"};
 };
 
 /// What a process of its own does for one of the tests; that one knows how to marshal.
 using TextRoadsAloneTest = SourceTest;
 
+/// Time and text of what a queue has next; empty when it has nothing.
+std::string NextText(IMetadataStorage& storage, UINT32 type) {
+  UINT64 time = 0;
+  char* text = nullptr;
+  const HRESULT result = storage.GetItem(type, &time, &text);
+  EXPECT_EQ(result, text != nullptr ? S_OK : S_FALSE);
+  const std::string next = text != nullptr ? std::to_string(time) + " " + text : "";
+  CoTaskMemFree(text);
+  return next;
+}
+
 TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
-  const Deadline deadline("play with texts");
   const ReaderMovie movie;
   Held<Callback> callback;
   const CallbackMapping mapping(&*callback);
@@ -150,23 +142,56 @@ TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
     EXPECT_TRUE(std::ranges::any_of(screens, [](auto& screen) { return screen.find(L"Hi") != screen.npos; }));
     ASSERT_EQ(callback->Texts(), kAllTexts);
 
-    const struct {
-      UINT32 type;
-      UINT64 time;
-      const char* text;
-    } kItems[] = {{KTMP4_TEXT_CAPTIONS, 400000, "Hi"}, {KTMP4_TEXT_METADATA, 100000, "Hello"}};
-    for (const auto& item : kItems) {
-      UINT64 time = 0;
-      char* text = nullptr;
-      ASSERT_EQ(storage->GetItem(item.type, &time, &text), S_OK);
-      EXPECT_EQ(time, item.time);
-      EXPECT_STREQ(text, item.text);
-      CoTaskMemFree(text);
-      EXPECT_EQ(storage->GetItem(item.type, &time, &text), S_FALSE);
+    for (const auto& [type, text] :
+         {std::pair(KTMP4_TEXT_CAPTIONS, "400000 Hi"), std::pair(KTMP4_TEXT_METADATA, "100000 Hello")}) {
+      EXPECT_EQ(NextText(*storage.Get(), type), text);
+      EXPECT_EQ(NextText(*storage.Get(), type), "");
     }
   }
   // The filter keeps the callback without ever giving it back.
   callback->Release();
+}
+
+struct Mode {
+  const wchar_t* parameters;
+  std::size_t pins;
+  /// Of the caption pin.
+  std::size_t samples, bytes;
+  bool hasCaptions;
+  bool isEmpty;
+};
+
+// What the switches of a URL make of captions, texts and samples.
+TEST_F(TextRoadsTest, SwitchesDecideWhereTextsGo) {
+  const ReaderMovie movie;
+  const Mode kModes[] = {
+      {L"", 3, kReaderSamples - 1, 2, false, false},
+      {L"&cc=off", 2, 0, 0, false, false},
+      {L"&cc=TEXT", 3, kReaderSamples - 1, 2, false, false},
+      {L"&cc=on_ovl", 3, kReaderSamples - 1, 2, false, false},
+      {L"&cc=other", 3, kReaderSamples - 1, 2, false, false},
+      // Decoded here, the last pair too.
+      {L"&cc=on", 3, kReaderSamples, 0, true, false},
+      {L"&cc=on&forextractoruse=1", 3, kReaderSamples, 0, true, true},
+  };
+  for (const Mode& mode : kModes) {
+    SCOPED_TRACE(mode.parameters);
+    PlayedSource played(movie.Url(mode.parameters));
+    ASSERT_EQ(played.Pins().size(), mode.pins);
+    const ComPointer<IMetadataStorage> storage = played.As<IMetadataStorage>();
+    EXPECT_EQ(storage->Enable(KTMP4_TEXT_CAPTIONS, 1), S_OK);
+    EXPECT_EQ(storage->Enable(KTMP4_TEXT_METADATA, 1), S_OK);
+    played.PlayToEnd();
+    const std::vector<TakenSample> video = played.Taken(0);
+    EXPECT_EQ(video.size(), kReaderSamples - 1);
+    for (const TakenSample& sample : video) EXPECT_EQ(sample.bytes.empty(), mode.isEmpty);
+    if (mode.pins == 3) {
+      EXPECT_EQ(played.Taken(2).size(), mode.samples);
+      for (const TakenSample& sample : played.Taken(2)) EXPECT_EQ(sample.bytes.size(), mode.bytes);
+    }
+    EXPECT_EQ(NextText(*storage.Get(), KTMP4_TEXT_CAPTIONS), mode.hasCaptions ? "400000 Hi" : "");
+    EXPECT_EQ(NextText(*storage.Get(), KTMP4_TEXT_METADATA), "100000 Hello");
+  }
 }
 
 /// An application with one thread, which may not be called from others: what it makes lives in an apartment.
@@ -196,7 +221,6 @@ bool ServeUntil(Callback& callback, std::ptrdiff_t times) {
 // The worker waits for the application's thread, which waits for the worker; and what the callback wants done
 // meanwhile has to come again later.
 TEST_F(TextRoadsTest, ACallbackThatIsDueDoesNotBlockAStopOrASeek) {
-  const Deadline deadline("stop and seek with a callback due");
   const ReaderMovie movie;
   OnApartmentThread([&] {
     for (const bool seeks : {false, true}) {
@@ -235,7 +259,6 @@ intptr_t RunAlone(const wchar_t* test) {
 // All threads that have seen the callback end with the first play. Alone: once a callback has been found, a
 // process keeps the apartment.
 TEST_F(TextRoadsAloneTest, DISABLED_PlaysTwiceOnAThreadOfAnApartment) {
-  const Deadline deadline("two plays on a thread of an apartment");
   const ReaderMovie movie;
   OnApartmentThread([&] {
     Held<Callback> callback;
@@ -269,7 +292,6 @@ TEST_F(TextRoadsAloneTest, DISABLED_PlaysAUrl) {
 }
 
 TEST_F(TextRoadsTest, TheCallbackIsCalledFromAnotherProcess) {
-  const Deadline deadline("play in another process");
   const ReaderMovie movie;
   Held<Callback> callback;
   const CallbackMapping mapping(&*callback);
