@@ -25,20 +25,5 @@ TEST(DataList, FindsAndChangesRecordsInAnyOrderAcrossBlocksAndGrowths) {
   }
 }
 
-TEST(DataList, RefusesNumbersThatItDoesNotHold) {
-  CDataList<u32> list;
-  u32 record = 5;
-  // Empty, filled across a block, cleared and filled again.
-  for (const u32 count : {0u, 150u, 0u, 2u}) {
-    list.Clear();
-    Fill(&list, count);
-    EXPECT_EQ(list.GetAt(0, &record), MP4_ZERO_INDEX);
-    EXPECT_EQ(list.GetAt(count + 1, &record), MP4_NOT_FOUND);
-    EXPECT_EQ(list.GetCount(), count);
-  }
-  EXPECT_EQ(record, 5u);
-  EXPECT_EQ(list.At(2), 20u);
-}
-
 }  // namespace
 }  // namespace kt

@@ -1,10 +1,7 @@
 #include <random>
 #include <tuple>
 
-#include "boxes/chunk_large_offset_box.h"
-#include "boxes/chunk_offset_box.h"
 #include "boxes/sample_size_box.h"
-#include "boxes/sample_to_chunk_box.h"
 #include "boxes/sync_sample_box.h"
 #include "support/box_probe.h"
 #include "support/track_boxes.h"
@@ -16,14 +13,6 @@ using Number = Answer<u32>;
 
 Number SizeOf(const CSampleSizeBox& box, u32 sample) {
   return Ask(box, &CSampleSizeBox::GetSampleSize, sample);
-}
-
-Number ChunkOf(CSampleToChunkBox& box, u32 sample) {
-  return Ask(box, &CSampleToChunkBox::GetChunkOfSample, sample);
-}
-
-Number FirstOf(CSampleToChunkBox& box, u32 chunk) {
-  return Ask(box, &CSampleToChunkBox::GetFirstSampleOfChunk, chunk);
 }
 
 Number SyncBefore(CSyncSampleBox& box, u32 sample) {
@@ -39,30 +28,6 @@ TEST(SampleSizeBox, GivesAConstantSizeForSampleZeroToo) {
   EXPECT_EQ(SizeOf(*table, 0), (Number{MP4_ZERO_INDEX, 777}));
   EXPECT_EQ(SizeOf(*table, 2), (Number{MP4_OK, 8}));
   EXPECT_EQ(SizeOf(*table, 3), (Number{MP4_NOT_FOUND, 777}));
-}
-
-TEST(SampleSizeBox, WritesATableOnlyForSizesThatDiffer) {
-  const std::pair<std::vector<u32>, Bytes> rows[] = {{{}, ConstantStsz(0, 0)},
-                                                     {{7, 7, 7}, ConstantStsz(7, 3)},
-                                                     {{7, 7, 9}, Stsz({7, 7, 9})},
-                                                     {{7, 9, 7, 7}, Stsz({7, 9, 7, 7})}};
-  for (const auto& [sizes, written] : rows) {
-    CSampleSizeBox box;
-    u32 sample = 0;
-    for (const u32 size : sizes) ASSERT_EQ(box.AddSampleSize(++sample, size), MP4_OK);
-    EXPECT_EQ(box.AddSampleSize(sample + 2, 7), MP4_BAD_ARGUMENT);
-    EXPECT_EQ(box.AddSampleSize(sample, 7), MP4_BAD_ARGUMENT);
-    EXPECT_EQ(box.AddSampleSize(sample + 1, 0), MP4_BAD_ARGUMENT);
-    EXPECT_EQ(WrittenBytes(&box), written);
-  }
-}
-
-// Falling first chunks wrap in 32 bits and end; the numbers are what the arithmetic gives.
-TEST(SampleToChunkBox, WrapsWhereFirstChunksFall) {
-  const auto box = ReadBoxAs<CSampleToChunkBox>(Table("stsc", {{5, 1, 1}, {1, 1, 1}}));
-  EXPECT_EQ(ChunkOf(*box, 3), (Number{MP4_OK, 7}));
-  EXPECT_EQ(FirstOf(*box, 7), (Number{MP4_OK, 3}));
-  EXPECT_EQ(FirstOf(*box, 0), (Number{MP4_OK, 0xFFFFFFFC}));
 }
 
 Number PlainSyncBefore(const std::vector<u32>& table, u32 sample) {

@@ -40,28 +40,5 @@ TEST(ObjectDescriptorBox, Refuses) {
   for (const auto& [what, bytes, result] : rows) EXPECT_EQ(result, ReadBox(bytes).result) << what;
 }
 
-// An empty box answers sizing and writing with different codes.
-TEST(ObjectDescriptorBox, EmptyBoxHasTwoAnswers) {
-  CObjectDescriptorBox box;
-  EXPECT_EQ(MP4_BAD_BOX, box.CalculateSize());
-  EXPECT_EQ(MP4_BAD_DESCRIPTOR, box.Serialize(MemoryBlock(std::size_t{16})));
-  EXPECT_EQ("\nBox type = iods  Size = 12\nVersion=0, Flags=0x000000\n{\n",
-            DumpText(&box, 0, MP4_BAD_DESCRIPTOR));
-  EXPECT_EQ(MP4_NOT_READY, box.AddEsId(1));
-}
-
-// Without streams a default descriptor has to be writable all the same: a plain file has none.
-TEST(ObjectDescriptorBox, DefaultDescriptorCanBeWritten) {
-  CObjectDescriptorBox box;
-  ASSERT_EQ(MP4_OK, box.SetDefaultDescriptor(3, 15));
-  EXPECT_EQ(FullBox("iods", 0, 0, kIod), WrittenBytes(&box));
-  ASSERT_EQ(MP4_OK, box.AddEsId(0x01020304));
-  ASSERT_EQ(MP4_OK, box.SetDefaultDescriptor(0x104, 0x110));
-  EXPECT_EQ(FullBox("iods", 0, 0,
-                    Descriptor(16, Bytes({0x00, 0x4F, 0xFF, 0xFF, 0x10, 4, 0xFF})
-                                       .Add(Descriptor(14, Bytes().U32(0x01020304))))),
-            WrittenBytes(&box));
-}
-
 }  // namespace
 }  // namespace kt::test

@@ -49,27 +49,6 @@ TEST(EditBox, WritesADelayThatItReadsBack) {
   EXPECT_EQ(WrittenBytes(&box), Edts({{0x100, -1}, {900, 0}, {1, -1}, {2, 0}}));
 }
 
-// The last edit comes with MP4_NOT_FOUND and valid values: readers rely on it.
-TEST(EditListBox, FindsTheEditThatCoversATime) {
-  CEditListBox box;
-  ASSERT_EQ(box.AddEdit(100, 7, 1), MP4_OK);
-  ASSERT_EQ(box.AddEdit(0, 8, 1), MP4_OK);
-  ASSERT_EQ(box.AddEdit(~u64{0} - 200, 9, 0x8001), MP4_OK);
-  using Found = std::array<u64, 4>;  // start, duration, media time, rate
-  const Found first = {0, 100, 7, 0x10000}, last = {100, ~u64{0} - 200, 9, 0x80010000};
-  const std::tuple<u64, Mp4Result, Found> rows[] = {{0, MP4_OK, first},
-                                                    {99, MP4_OK, first},
-                                                    {100, MP4_NOT_FOUND, last},
-                                                    {~u64{0} - 101, MP4_NOT_FOUND, last},
-                                                    {~u64{0} - 100, MP4_OK, {}}};
-  for (const auto& [time, result, edit] : rows) {
-    u64 start = 1, duration = 1, mediaTime = 1;
-    u32 rate = 1;
-    EXPECT_EQ(box.FindEdit(time, &start, &duration, &mediaTime, &rate), result) << time;
-    EXPECT_EQ((Found{start, duration, mediaTime, rate}), edit) << time;
-  }
-}
-
 // Ids read to the end of a large file, or to the end of what a size claims.
 TEST(TrackReferenceTypeBox, RefusesAPayloadThatIsNotIds) {
   for (const Bytes& box : {Box("hint", Bytes().U32(1).U8(2)).Zeros(100), Box("hint", Bytes().U24(1)),
@@ -98,20 +77,6 @@ TEST(TrackReferenceBox, ReadsReferencesByKind) {
   EXPECT_EQ(IdOf(*box, MP4_REFERENCE_HINT, 2), (Answer<u32>{MP4_OK, 9}));
   EXPECT_EQ(IdOf(*box, MP4_REFERENCE_HINT, 0).result, MP4_BAD_ARGUMENT);  // not MP4_ZERO_INDEX
   EXPECT_EQ(IdOf(*box, MP4_REFERENCE_HINT, 3).result, MP4_NOT_FOUND);
-}
-
-TEST(TrackReferenceBox, IsPatientWhenEmpty) {
-  CTrackReferenceBox box;
-  EXPECT_EQ(CountOf(box, MP4_REFERENCE_HINT), (Answer<u32>{MP4_OK, 0}));
-  EXPECT_EQ(IdOf(box, MP4_REFERENCE_HINT, 1).result, MP4_NOT_FOUND);
-  EXPECT_EQ(WrittenBytes(&box), Box("tref"));
-  EXPECT_EQ(DumpText(&box), "\nBox type = tref  Size = 8\n");
-  for (const u32 kind : {1u, 2u, 4u}) {
-    for (const Mp4Result result : {box.AddReferenceType(kind), AddReference(box, kind, 1).result,
-                                   CountOf(box, kind).result, IdOf(box, kind, 1).result}) {
-      EXPECT_EQ(result, MP4_BAD_ARGUMENT);
-    }
-  }
 }
 
 // A kind new to a list that exists is looked for as "hint": required as it stands.

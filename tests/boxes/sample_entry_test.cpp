@@ -61,18 +61,6 @@ TEST(EsDescriptorBox, HoldsOneEsDescriptorThatFits) {
   }
 }
 
-TEST(Mp4SampleEntry, WithoutADescriptorIsNotReady) {
-  CMP4AudioSampleEntry entry;
-  CESDescriptor* descriptor = nullptr;
-  u32 size = 0;
-  for (const Mp4Result result : {entry.GetEsDescriptor(&descriptor), entry.GetDecoderSpecificInfoSize(&size),
-                                 entry.GetDecoderSpecificInfo(0, &size, nullptr)}) {
-    EXPECT_EQ(MP4_NOT_READY, result);
-  }
-  EXPECT_EQ(MP4_BAD_BOX, entry.CalculateSize());
-  DumpText(&entry, 0, MP4_BAD_BOX);
-}
-
 // The entry as the track's writer makes it.
 TEST(Mp4SampleEntry, WritesWhatWasSet) {
   CMP4AudioSampleEntry entry;
@@ -108,17 +96,6 @@ TEST(SampleEntry, PrintsTheCompressorNameWithinItsField) {
   const Bytes entry = Box("s263", Bytes().Zeros(42).Add(name).Text("DEEP").Add(Box("d263")));
   const auto box = ReadBoxAs(entry);
   EXPECT_NE(std::string::npos, DumpText(box.get()).find("Compressor Name=" + std::string(31, 'n') + "\n"));
-}
-
-TEST(SpecificData, MayBeMissing) {
-  CAMRNBSampleEntry entry;
-  u32 size = 0;
-  EXPECT_EQ(MP4_NOT_READY, entry.GetSpecificDataSize(&size));
-  EXPECT_EQ(MP4_NOT_READY, entry.GetSpecificData(0, &size, nullptr));
-  EXPECT_EQ(MP4_OK, entry.CalculateSize());
-  MemoryBlock storage(64);
-  EXPECT_EQ(MP4_BAD_BOX, entry.Serialize(storage));
-  EXPECT_EQ(36u, storage.Position()) << "the entry's own fields are written first";
 }
 
 TEST(SpecificData, NullDataKeepsItsSizeAndCountsNoBytes) {

@@ -30,11 +30,5 @@ TEST(TableBox, ReadsOnBehindItsEndWhenTheCountIsTooLarge) {
   EXPECT_EQ(Got(*box, &CChunkOffsetBox::GetChunkOffset, 3u), 8u);
 }
 
-// The size of a new box before the first CalculateSize: 4 and 8 bytes more in two of the tables.
-TEST(TableBox, CountsPartOfItsPayloadWhenNew) {
-  EXPECT_EQ(Got(CChunkOffsetBox(), &CBox::GetSize), 16u);
-  EXPECT_EQ(Got(CTimeToSampleBox(), &CBox::GetSize), 12u);
-}
-
 }  // namespace
 }  // namespace kt::test

@@ -2,18 +2,11 @@
 
 #include "boxes/copyright_box.h"
 #include "boxes/data_reference_box.h"
-#include "boxes/media_header_box.h"
-#include "boxes/movie_header_box.h"
 #include "boxes/track_header_box.h"
 #include "support/box_probe.h"
 
 namespace kt::test {
 namespace {
-
-TEST(TrackStructure, NextTrackIdLeavesOutTheReservedOnes) {
-  CMovieHeaderBox mvhd;
-  for (const u32 id : {0u, 0xFFFFFFFFu}) EXPECT_EQ(MP4_BAD_ARGUMENT, mvhd.SetNextTrackId(id));
-}
 
 // The upper half is a signed number: from 32768 pixels on the answer is negative.
 TEST(TrackHeader, DimensionsAreWholeSignedPixels) {

@@ -104,28 +104,17 @@ TEST(EsDescriptor, IsBuiltByItsSetters) {
   u32 size = 99;
   EXPECT_EQ(MP4_NOT_FOUND, es.GetDecoderSpecificInfo(0, &size, nullptr));
   EXPECT_EQ(MP4_NOT_FOUND, es.GetDecoderSpecificInfoSize(&size));
-  ASSERT_EQ(MP4_OK, es.SetEsId(0x0102));
   ASSERT_EQ(MP4_OK, es.SetDecoderType(0x40, 5, "\x12\x10", 2));
   EXPECT_EQ(MP4_NOT_READY, es.SetDecoderType(0x20, 4, nullptr, 0));
-  ASSERT_EQ(MP4_OK, es.SetBitrates(0x01020304, 0x05060708));
   for (const u8 predefined : {u8{1}, u8{3}, u8{2}}) {
     EXPECT_EQ(predefined == 3 ? MP4_NOT_READY : MP4_OK, es.SetSlPredefined(predefined));
   }
-  Bytes config = Bytes().U8(0x40).U8(0x15).U24(0x140000).U32(0x01020304).U32(0x05060708);
-  config = Descriptor(4, config.Add(Descriptor(5, {0x12, 0x10})));
-  EXPECT_EQ(Descriptor(3, Bytes().U16(0x0102).U8(0).Add(config).Add(Sl())), Written(es));
+  const Bytes config =
+      Descriptor(4, Bytes().U8(0x40).U8(0x15).U24(0x140000).Zeros(8).Add(Descriptor(5, {0x12, 0x10})));
+  EXPECT_EQ(Descriptor(3, Bytes().Zeros(3).Add(config).Add(Sl())), Written(es));
   // Too small a buffer is told by the size alone.
   EXPECT_EQ(MP4_OK, es.GetDecoderSpecificInfo(1, &size, nullptr));
   EXPECT_EQ(2u, size);
-}
-
-// The bit rates alone make a decoder config, which has no default buffer then.
-TEST(EsDescriptor, BitratesMakeTheDecoderConfig) {
-  CESDescriptor es;
-  ASSERT_EQ(MP4_OK, es.SetBitrates(1, 2));
-  EXPECT_EQ(Descriptor(3, Bytes().U16(0).U8(0).Add(Descriptor(4, Bytes().U8(0).U8(1).U24(0).U32(1).U32(2)))),
-            Written(es));
-  EXPECT_EQ(MP4_NOT_READY, es.SetDecoderType(1, 1, nullptr, 0));
 }
 
 TEST(EsDescriptor, WithoutChildrenHasThreeAnswers) {
@@ -282,16 +271,6 @@ TEST(SlConfig, WritesPredefinedHeadersOnly) {
     EXPECT_EQ(row.buffer, BufferResult(sl, 64)) << row.what;
     EXPECT_EQ(MP4_BUFFER_TOO_SMALL, BufferResult(sl, row.room)) << row.what;
   }
-}
-
-TEST(SlConfig, StartTimeStampsShowWhereNothingReadThem) {
-  ReadDescriptor read(Descriptor(6, CustomSl(0x04, 33)));
-  ASSERT_EQ(MP4_OK, read.result);
-  ASSERT_EQ(MP4_OK, read.As<CSLConfigDescriptor>().SetPredefined(1));
-  EXPECT_NE(std::string::npos, Dumped(*read.descriptor)
-                                   .find("Predefined SL header: 1\n"
-                                         "Start decoding timec stamp: 0\n"
-                                         "Start composition timec stamp: 0\n"));
 }
 
 }  // namespace

@@ -15,27 +15,6 @@ void Append(CBoxList* list, u32 type, u32 count = 1) {
   for (; count > 0; --count) ASSERT_EQ(list->Add(std::make_unique<CBox>(type)), MP4_OK);
 }
 
-TEST(BoxList, NumbersItsItemsFromOne) {
-  CBoxList list(nullptr);
-  CBox* box = nullptr;
-  EXPECT_EQ(list.GetItem(0, &box), MP4_NOT_FOUND);
-  EXPECT_EQ(list.GetByIndex(0, &box), MP4_ZERO_INDEX);
-  EXPECT_EQ(list.Add(nullptr), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(list.GetCount(), 0u);
-  const u32 types[] = {kTrak, kFree, kTrak};
-  for (const u32 type : types) Append(&list, type);
-  EXPECT_EQ(list.GetByIndex(0, &box), MP4_ZERO_INDEX);
-  EXPECT_EQ(list.GetByIndex(4, &box), MP4_NOT_FOUND);
-  for (const u32 index : {1u, 3u, 2u, 2u, 1u}) {  // back and forth over the cursor
-    ASSERT_EQ(list.GetByIndex(index, &box), MP4_OK);
-    EXPECT_EQ(test::Got(*box, &CBox::GetType), types[index - 1]);
-  }
-  CBox* first = nullptr;
-  EXPECT_EQ(list.GetItem(0, &first), MP4_OK);
-  EXPECT_EQ(list.GetByIndex(1, &box), MP4_OK);
-  EXPECT_EQ(first, box);
-}
-
 // The searches resume where the last ones stood; the order in which they are asked must not show.
 TEST(BoxList, FindsOccurrencesInAnyOrder) {
   CBoxList list(nullptr);

@@ -47,16 +47,6 @@ TEST(Dates, BothWaysAtTheEdges) {
   }
 }
 
-// One year more can be stored than read back.
-TEST(Dates, YearLimitsDifferByOne) {
-  u64 seconds = 0;
-  Date date{1, 2, 3, 4, 5, 6};
-  EXPECT_EQ(MP4_OK, ToSeconds({2200, 1, 1, 0, 0, 0}, &seconds));
-  EXPECT_EQ(kEnd, seconds);
-  for (const u64 late : {kEnd, ~u64{0}}) EXPECT_EQ(MP4_BAD_VALUE, ToDate(late, &date));
-  EXPECT_EQ(MP4_BAD_ARGUMENT, ToSeconds({2201, 1, 1, 0, 0, 0}, &seconds));
-}
-
 TEST(Dates, LooseDatesCountAsTold) {
   const std::pair<Date, u64> cases[] = {
       {{1800, 1, 1, 0, 0, 0}, 0},                   // years before the first add nothing
@@ -73,8 +63,9 @@ TEST(Dates, LooseDatesCountAsTold) {
 }
 
 TEST(Dates, PartsOutOfRangeStoreNothing) {
-  for (const Date& date : {Date{1904, 13, 1, 0, 0, 0}, Date{1904, 1, 32, 0, 0, 0}, Date{1904, 1, 1, 24, 0, 0},
-                           Date{1904, 1, 1, 0, 60, 0}, Date{1904, 1, 1, 0, 0, 60}}) {
+  for (const Date& date :
+       {Date{1904, 13, 1, 0, 0, 0}, Date{1904, 1, 32, 0, 0, 0}, Date{1904, 1, 1, 24, 0, 0},
+        Date{1904, 1, 1, 0, 60, 0}, Date{1904, 1, 1, 0, 0, 60}, Date{2201, 1, 1, 0, 0, 0}}) {
     u64 seconds = 42;
     EXPECT_EQ(MP4_BAD_ARGUMENT, ToSeconds(date, &seconds));
     EXPECT_EQ(42u, seconds);

@@ -39,6 +39,10 @@ TEST(TrackWriting, AChunkEndsWithTheSampleThatReachesALimit) {
       offsets.push_back(position);
       position += size;
     }
+    const bool alike = std::ranges::count(sizes, sizes.empty() ? 0 : sizes[0]) == std::ssize(sizes);
+    EXPECT_EQ(SampleTableBoxAt(content, "stsz"),
+              alike ? ConstantStsz(sizes.empty() ? 0 : sizes[0], static_cast<u32>(sizes.size()))
+                    : Stsz({sizes.begin(), sizes.end()}));
     EXPECT_EQ(SampleTableBoxAt(content, "stsc"), Stsc(chunkRuns));
     EXPECT_EQ(SampleTableBoxAt(content, "stco"), Stco(offsets));
     EXPECT_EQ(SampleTableBoxAt(content, "co64"), Bytes());
@@ -60,56 +64,45 @@ TEST(TrackWriting, SyncTableHoldsTheSyncSamplesUnlessAllAre) {
   }
 }
 
-struct TimedSample {
-  u64 decoding;
-  u64 composition;
-  Mp4Result result = MP4_OK;
-};
+constexpr Mp4Result kBad = MP4_BAD_ARGUMENT, kBadTiming = MP4_BAD_TIMING;
 
 TEST(TrackWriting, TimesBecomeRuns) {
-  // The samples, the tables of their times, and the duration in media ticks.
-  const std::tuple<const char*, std::vector<TimedSample>, Bytes, Bytes, u32> cases[] = {
-      {"even", {{0, 0}, {10, 10}, {20, 20}}, Stts({{3, 10}}), {}, 30},
-      {"a single sample", {{7, 7}}, Stts({{1, 1}}), {}, 14},
-      {"reordered", {{0, 20}, {10, 40}, {20, 20}}, Stts({{3, 10}}), Ctts({{1, 20}, {1, 30}, {1, 0}}), 30},
-      {"a time raised above its composition time wraps its offset",
-       {{0, 5}, {10, 15}, {10, 11}},
-       Stts({{1, 10}, {2, 2}}),
-       Ctts({{2, 5}, {1, 0xFFFFFFFF}}),
-       14},
-      {"an offset that begins late is refused, and its table stays",
-       {{0, 0}, {10, 20, MP4_BAD_ARGUMENT}, {10, 10, MP4_BAD_ARGUMENT}},
-       Stts({{2, 10}}),
-       Ctts({}),
-       20},
-      {"decoded after it is shown",
-       {{0, 0}, {10, 9, MP4_BAD_TIMING}, {10, 10, MP4_BAD_ARGUMENT}},
-       Stts({{1, 1}}),
-       {},
-       1},
-      {"a step of 32 bits and more",
-       {{0, 0}, {u64{1} << 32 | 1, u64{1} << 32 | 1, MP4_BAD_TIMING}, {2, 2, MP4_BAD_ARGUMENT}},
-       Stts({{1, 1}}),
-       {},
-       2},
-      {"a step of 31 bits falls to 2", {{0, 0}, {u64{1} << 31, u64{1} << 31}}, Stts({{2, 2}}), {}, 0},
-      {"a step of 32 bits does so, too", {{0, 0}, {u64{1} << 32, u64{1} << 32}}, Stts({{2, 2}}), {}, 1},
-      {"the longest step", {{0, 0}, {0x7FFFFFFF, 0x7FFFFFFF}}, Stts({{2, 0x7FFFFFFF}}), {}, 0xFFFFFFFE},
-      {"a step across 32 bits",
-       {{0xFFFFFFFF, ~u64{0}}, {0x100000001, ~u64{0}}},
-       Stts({{2, 2}}),
-       Ctts({{1, 0}, {1, 0xFFFFFFFE}}),
-       3},
+  struct Sample {
+    u64 decoding, composition;
+    Mp4Result result = MP4_OK;
   };
-  for (const auto& [what, samples, stts, ctts, duration] : cases) {
+  const Bytes kWrapped = Ctts({{2, 5}, {1, 0xFFFFFFFF}});
+  constexpr u64 kHalf = u64{1} << 31, kWhole = u64{1} << 32, kLate = ~u64{0};
+  const struct {
+    const char* what;
+    std::vector<Sample> samples;
+    std::vector<std::pair<u32, u32>> stts;
+    u32 duration;  // in media ticks
+    Bytes ctts = {};
+  } cases[] = {
+      {"even", {{0, 0}, {10, 10}, {20, 20}}, {{3, 10}}, 30},
+      {"no sample", {}, {}, 1},
+      {"a single sample", {{7, 7}}, {{1, 1}}, 14},
+      {"reordered", {{0, 20}, {10, 40}, {20, 20}}, {{3, 10}}, 30, Ctts({{1, 20}, {1, 30}, {1, 0}})},
+      {"raised above its composition time", {{0, 5}, {9, 14}, {9, 10}}, {{1, 9}, {2, 2}}, 13, kWrapped},
+      // The empty table of an offset that begins late stays.
+      {"a late offset", {{0, 0}, {10, 20, kBad}, {10, 10, kBad}}, {{2, 10}}, 20, Ctts({})},
+      {"decoded after it is shown", {{0, 0}, {10, 9, kBadTiming}, {10, 10, kBad}}, {{1, 1}}, 1},
+      {"more than 32 bits", {{0, 0}, {kWhole + 1, kLate, kBadTiming}, {2, 2, kBad}}, {{1, 1}}, 2},
+      {"a step of 32 bits falls to 2", {{0, 0}, {kWhole, kWhole}}, {{2, 2}}, 1},
+      {"a step of 31 bits does so, too", {{0, 0}, {kHalf, kHalf}}, {{2, 2}}, 0},
+      {"the longest step", {{0, 0}, {kHalf - 1, kHalf - 1}}, {{2, 0x7FFFFFFF}}, 0xFFFFFFFE},
+      {"across 32 bits", {{kWhole - 1, kWhole - 1}, {kWhole + 1, kWhole + 1}}, {{2, 2}}, 3},
+  };
+  for (const auto& [what, samples, stts, duration, ctts] : cases) {
     SCOPED_TRACE(what);
     WrittenMovie movie;
     CMp4Track* track = movie.AddTextTrack(1000);
-    for (const TimedSample& sample : samples) {
+    for (const Sample& sample : samples) {
       ASSERT_EQ(track->WriteSample("x", 1, sample.decoding, sample.composition, 1), sample.result);
     }
     const Bytes content = movie.Finish({track});
-    EXPECT_EQ(SampleTableBoxAt(content, "stts"), stts);
+    EXPECT_EQ(SampleTableBoxAt(content, "stts"), Stts(stts));
     EXPECT_EQ(SampleTableBoxAt(content, "ctts"), ctts);
     EXPECT_EQ(BoxAt(content, "moov/trak/mdia/mdhd"), Mdhd(1000, duration));
   }
