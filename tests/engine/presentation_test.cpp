@@ -162,6 +162,7 @@ TEST(SessionDescription, CarriesThePresentation) {
     u32 audio = 0, video = 0;
     if (row.audio) audio = AddMediaTrack(movie, MP4_KIND_AUDIO);
     if (row.video) video = AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, row.videoInfo);
+    if (row.video) AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, {9});  // of which nothing is said
     ASSERT_EQ(HintTrackOf(movie, video + (row.video ? 0 : audio), row.video ? MP4_HINT_VIDEO : MP4_HINT_AAC),
               MP4_OK);
     const u32 count = Got(*movie, &CMp4File::GetTrackCount);
@@ -206,6 +207,7 @@ TEST(SessionDescription, NeedsAPresentationByTheTypeOfTheFile) {
     EXPECT_EQ(movie->Close(), row.result) << row.what;
     EXPECT_EQ(BoxAt(movie.Content(), "moov/udta"), Bytes()) << row.what;
     if (row.result != MP4_NO_SCENE_TRACKS) continue;
+    EXPECT_EQ(movie.Content(), Bytes()) << "a header that is patched drives out what has gathered";
     ASSERT_EQ(movie->AddSceneTracks(video, 0, 0), MP4_OK) << "the file has stayed open";
     EXPECT_EQ(movie->Close(), MP4_OK);
   }

@@ -96,7 +96,6 @@ TEST(Extract, RefusesWhatItMustNotReplace) {
 #ifndef _WIN32
   fs::create_symlink("movie.3gp", folder / "link");
   rows.push_back({folder / "link", "it is the file that is being read"});
-  rows.push_back({"/dev/null", "it is no regular file"});
   ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
   rows.push_back({folder / "fifo", "it is no regular file"});
 #endif
