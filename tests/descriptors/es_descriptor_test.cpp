@@ -159,16 +159,6 @@ TEST(EsDescriptor, BufferFormKeepsToItsRoom) {
   ExpectBufferFormMatches(*read.descriptor, MP4_NOT_READY);
 }
 
-TEST(DecoderConfig, ReplacesItsSpecificInfo) {
-  ReadDescriptor read(Config());
-  ASSERT_EQ(MP4_OK, read.result);
-  auto& config = read.As<CDecoderConfigDescriptor>();
-  EXPECT_EQ(MP4_NOT_FOUND, config.SetDecoderSpecificInfo("x", 0));
-  ASSERT_EQ(MP4_OK, config.SetDecoderSpecificInfo("xyz", 3));
-  EXPECT_EQ(Config(Bytes().Text("xyz")), Written(config));
-  ExpectBufferFormMatches(config);
-}
-
 // A size without data is told by the getters, and neither counted nor written.
 TEST(DecoderSpecificInfo, EmptyAndNullDataCountNoBytes) {
   CDecoderSpecificInfo info;
@@ -249,15 +239,11 @@ TEST(SlConfig, WritesPredefinedHeadersOnly) {
   } rows[] = {
       {"custom", CustomSl(0, 0), 0, 1, MP4_BAD_VALUE, MP4_NOT_READY, 1},
       {"1", {1}, 1, 1, MP4_OK, MP4_NOT_READY, 2},
-      {"2", {2}, 2, 1, MP4_OK, MP4_NOT_READY, 2},
       {"1 after a duration", CustomSl(0x01, 0).Zeros(8), 1, 9, MP4_NOT_READY, MP4_NOT_READY, 2},
       {"2 after a duration", CustomSl(0x01, 0).Zeros(8), 2, 1, MP4_OK, MP4_NOT_READY, 2},
       {"1 after time stamps of 33 bits", CustomSl(0x04, 33), 1, 10, MP4_NOT_READY, MP4_NOT_READY, 11},
-      {"2 after time stamps of 33 bits", CustomSl(0x04, 33), 2, 1, MP4_OK, MP4_NOT_READY, 2},
       // An unknown value is refused and stored, and clears nothing: the one way to a success in memory.
       {"3 after time stamps", CustomSl(0x04, 33), 3, 1, MP4_OK, MP4_OK, 2},
-      {"3 after time stamps and a duration", CustomSl(0x05, 33).Zeros(8), 3, 9, MP4_NOT_READY, MP4_NOT_READY,
-       2},
   };
   for (const auto& row : rows) {
     ReadDescriptor read(Descriptor(6, row.body));

@@ -25,7 +25,6 @@ constexpr u64 kEnd = 74 * kFourYears;  // the start of 2200
 TEST(Dates, BothWaysAtTheEdges) {
   const std::pair<u64, Date> cases[] = {
       {0, {1904, 1, 1, 0, 0, 0}},
-      {59 * kDay, {1904, 2, 29, 0, 0, 0}},
       {60 * kDay - 1, {1904, 2, 29, 23, 59, 59}},
       {366 * kDay - 1, {1904, 12, 31, 23, 59, 59}},
       {(366 + 59) * kDay, {1905, 3, 1, 0, 0, 0}},

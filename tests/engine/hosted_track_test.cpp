@@ -152,17 +152,6 @@ TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
   EXPECT_EQ(CTrackImpl(nullptr, 0).SetUp(1), MP4_NOT_READY);
 }
 
-TEST(TrackSetUp, ADurationThatSomebodySetsStays) {
-  BareHost host;
-  CTrackImpl track(&host, 0);
-  SetUpText(track);
-  ASSERT_EQ(track.SetDuration(77), MP4_OK);
-  ASSERT_EQ(WriteSample(&track, 1, 5000), MP4_OK);
-  ASSERT_EQ(track.Finish(), MP4_OK);
-  EXPECT_EQ(Got(track, &CMp4Track::GetDuration), 77u);
-  EXPECT_EQ(BoxAt(host.Movie(), "moov/trak/mdia/mdhd"), Mdhd(1000, 10000)) << "that of the media does not";
-}
-
 // The entry of a systems track by the kind of the track; the size of the set-up data stands for a bit rate.
 TEST(TrackSetUp, SystemsEntriesFollowTheKind) {
   const std::tuple<u32, Bytes> cases[] = {

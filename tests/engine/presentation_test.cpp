@@ -195,7 +195,6 @@ TEST(SessionDescription, NeedsAPresentationByTheTypeOfTheFile) {
       {"hinted, without the scene", MP4_TYPE_MP4, MP4_FORMAT_MP4V, true, false, MP4_NO_SCENE_TRACKS},
       {"not hinted", MP4_TYPE_MP4, MP4_FORMAT_MP4V, false, false, MP4_OK},
       {"3GP", MP4_TYPE_3GP, MP4_FORMAT_MP4V, true, false, MP4_OK},
-      {"M4A", MP4_TYPE_M4A, MP4_FORMAT_MP4V, true, false, MP4_OK},
       {"pictures without an ES descriptor", MP4_TYPE_MP4, MP4_FORMAT_S263, true, true, MP4_NOT_FOUND},
       {"the same in 3GP", MP4_TYPE_3GP, MP4_FORMAT_S263, true, false, MP4_OK},
   };
