@@ -40,12 +40,8 @@ bool CAMThread::Create() {
 
 void CAMThread::Close() {
   const CAutoLock lock(m_access);
-  if (m_thread == nullptr || m_calling) return;
-  if (GetCurrentThreadId() != m_threadId) {
-    m_calling = true;
-    WaitServingCalls({&m_thread, 1});
-    m_calling = false;
-  }
+  if (m_thread == nullptr) return;
+  if (GetCurrentThreadId() != m_threadId) WaitServingCalls({&m_thread, 1});
   CloseHandle(m_thread);
   m_thread = nullptr;
   m_threadId = 0;
@@ -57,14 +53,11 @@ HRESULT CAMThread::CallWorker(DWORD request) {
   if (GetCurrentThreadId() == m_threadId) return E_UNEXPECTED;
   const CAutoLock lock(m_access);
   if (m_thread == nullptr) return E_FAIL;
-  if (m_calling) return E_UNEXPECTED;
-  m_calling = true;
   m_request = request;
   SetEvent(m_requestEvent);
   const HANDLE ends[] = {m_replyEvent, m_thread};
   const bool replied = WaitServingCalls(ends) == WAIT_OBJECT_0;
   if (!replied) ResetEvent(m_requestEvent);
-  m_calling = false;
   return replied ? m_reply : E_FAIL;
 }
 

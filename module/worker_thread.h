@@ -12,8 +12,7 @@ namespace kt {
 ///
 /// The caller's side may be used from any thread. It waits for the reply or for the thread's end, whichever
 /// comes first, so it always comes back when the worker does. While it waits, a single-threaded apartment
-/// goes on serving calls; should such a call lead back here, it is refused and does not disturb the request
-/// that is under way.
+/// goes on serving calls. None of them may lead back here: the filter refuses them (`ChangeState`).
 class CAMThread {
  public:
   /// Throws `std::bad_alloc` when the system has no events left.
@@ -31,7 +30,7 @@ class CAMThread {
   /// From `Create` to `Close`, whether the thread has returned or not.
   bool ThreadExists() const { return m_exists; }
   /// Hands the thread a request and answers its reply. E_FAIL without a thread and when the thread ends
-  /// instead of replying; E_UNEXPECTED for a call from the thread itself or out of another such call.
+  /// instead of replying; E_UNEXPECTED for a call from the thread itself.
   HRESULT CallWorker(DWORD request);
 
  protected:
@@ -55,7 +54,6 @@ class CAMThread {
 
   // Held by the caller across request and reply.
   CCritSec m_access;
-  bool m_calling = false;
   HANDLE m_thread = nullptr;
   std::atomic<bool> m_exists{false};
   std::atomic<DWORD> m_threadId{0};

@@ -84,11 +84,8 @@ TEST(ReaderPin, AcceptsByKindAlone) {
       // The subtype need not be that of the track.
       {Video(MP4_FORMAT_S263, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video, true},
       {Audio(MP4_FORMAT_SAMR), MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4AudioStamped, true},
-      {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Audio, false},
-      {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4Video, false},
       {Video(MP4_FORMAT_MP4V, 8, 6), MEDIATYPE_Video, GUID_NULL, false},
       {Audio(MP4_FORMAT_MP4A), MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video, false},
-      {CaptionTrack({0}), MEDIATYPE_Text, MEDIASUBTYPE_Line21_BytePair, false},
       {CaptionTrack({0}), MEDIATYPE_AUXLine21Data, GUID_NULL, false},
   };
   for (const auto& [track, majorType, subtype, accepted] : rows) {

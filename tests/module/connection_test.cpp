@@ -157,17 +157,14 @@ TEST_F(ConnectionTest, PinEnumeratorsNoticeAChange) {
 // An enumerator outlives every other reference on what it lists.
 TEST_F(ConnectionTest, TypeEnumeratorsKeepTheirPin) {
   ComPointer<IEnumMediaTypes> types;
-  {
-    Held<CCountingSource> source;
-    ASSERT_EQ(source->Pin().EnumMediaTypes(types.Put()), S_OK);
-  }
-  AM_MEDIA_TYPE* got[3] = {};
+  EXPECT_EQ(Held<CCountingSource>()->Pin().EnumMediaTypes(types.Put()), S_OK);
+  EXPECT_EQ(types->Skip(1), S_OK);
+  AM_MEDIA_TYPE* got[2] = {};
   ULONG count = 0;
-  ASSERT_EQ(types->Next(3, got, &count), S_FALSE);
-  ASSERT_EQ(count, 2u);
-  EXPECT_EQ(got[1]->subtype, kSecondSubtype);
+  EXPECT_EQ(types->Next(2, got, &count), S_FALSE);
+  ASSERT_EQ(count, 1u);
+  EXPECT_EQ(got[0]->subtype, kSecondSubtype);
   DeleteMediaType(got[0]);
-  DeleteMediaType(got[1]);
 }
 
 }  // namespace

@@ -1,23 +1,20 @@
 #include "module/worker_thread.h"
 
 #include <gtest/gtest.h>
-#include <objbase.h>
 
 #include <thread>
 
-#include "module/com_pointer.h"
 #include "module/deadline.h"
 
 namespace kt::test {
 namespace {
 
-constexpr DWORD kEcho = 1, kVanish = 2, kThrow = 3, kCallSelf = 4, kCallOut = 5, kEnd = 6;
+constexpr DWORD kEcho = 1, kVanish = 2, kThrow = 3, kCallSelf = 4, kEnd = 5;
 
 // Answers with the number of the request, or does something else instead.
 class Worker final : public CAMThread {
  public:
   ~Worker() override { Close(); }
-  IStream* m_marshalled = nullptr;
 
  protected:
   HRESULT ThreadProc() override {
@@ -27,19 +24,9 @@ class Worker final : public CAMThread {
       if (request == kThrow) throw 1;
       HRESULT reply = static_cast<HRESULT>(request);
       if (request == kCallSelf) reply = CallWorker(kEcho);
-      if (request == kCallOut) reply = CallOut();
       Reply(reply);
       if (request == kEnd) return S_OK;
     }
-  }
-
- private:
-  HRESULT CallOut() const {
-    ComPointer<IPersist> there;
-    HRESULT result = CoGetInterfaceAndReleaseStream(m_marshalled, IID_IPersist, there.PutVoid());
-    CLSID answer = {};
-    if (SUCCEEDED(result)) result = there->GetClassID(&answer);
-    return result;
   }
 };
 
@@ -75,47 +62,6 @@ TEST(WorkerThread, TheCallerNoticesThatTheThreadHasEnded) {
     worker.Close();
     EXPECT_FALSE(worker.ThreadExists());
   }
-}
-
-// Lives in a single-threaded apartment; when the worker calls it, it calls the worker again.
-class Apartment final : public IPersist {
- public:
-  explicit Apartment(Worker& worker) : m_worker(worker) {}
-  virtual ~Apartment() = default;
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-    *object = iid == IID_IUnknown || iid == IID_IPersist ? this : nullptr;
-    return *object != nullptr ? S_OK : E_NOINTERFACE;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
-  ULONG STDMETHODCALLTYPE Release() override { return 1; }
-  HRESULT STDMETHODCALLTYPE GetClassID(CLSID* clsid) override {
-    *clsid = {};
-    m_nested = m_worker.CallWorker(kEcho);
-    return S_OK;
-  }
-  HRESULT m_nested = S_OK;
-
- private:
-  Worker& m_worker;
-};
-
-// The worker has a call for the apartment of the very thread that waits for it.
-TEST(WorkerThread, AWaitingApartmentServesTheWorkersCall) {
-  const Deadline deadline("a call into the waiting apartment");
-  std::thread([] {
-    ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
-    {
-      Worker worker;
-      Apartment apartment(worker);
-      ASSERT_EQ(CoMarshalInterThreadInterfaceInStream(IID_IPersist, &apartment, &worker.m_marshalled), S_OK);
-      ASSERT_TRUE(worker.Create());
-      EXPECT_EQ(worker.CallWorker(kCallOut), S_OK);
-      EXPECT_EQ(apartment.m_nested, E_UNEXPECTED);
-      EXPECT_EQ(worker.CallWorker(kEcho), 1);
-      worker.CallWorker(kEnd);
-    }
-    CoUninitialize();
-  }).join();
 }
 
 }  // namespace
