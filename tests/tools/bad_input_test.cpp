@@ -7,7 +7,6 @@
 
 #ifndef _WIN32
 #include <sys/stat.h>
-#include <unistd.h>
 #endif
 
 namespace kt::test {
@@ -101,13 +100,6 @@ TEST(BadFile, IsRefusedByEachCommand) {
 }
 
 #ifndef _WIN32
-TEST(BadFile, ThatMayNotBeReadSaysSo) {
-  if (geteuid() == 0) GTEST_SKIP() << "root may read everything";
-  const TempFile file(Bytes().Text("secret"));
-  fs::permissions(file.Path(), fs::perms::none);
-  ExpectRun({"info", file.Name()}, 1, {"Permission denied"});
-}
-
 // A file name can hold anything; the message stays one line.
 TEST(BadFile, WithALineEndInItsName) {
   ExpectOneLine(CommandLine({"info", "no\nsuch\x1b[31m.mp4"}), 1, "ktmp4 info",

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
 #include <map>
-#include <sstream>
 #include <tuple>
 
 #include "tools/caption_movie.h"
@@ -16,26 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 using Log = std::vector<std::string>;
 
-struct Row {
-  u32 pin = 0, sample = 0;
-  std::string start, stop;
-  u32 size = 0, sync = 0;
-};
-
-// The lines of the samples: six words, the first of them a number.
-std::vector<Row> SampleRows(const std::string& out) {
-  std::vector<Row> rows;
-  for (const std::string& line : Lines(out)) {
-    std::istringstream words(line);
-    Row row;
-    std::string more;
-    if (words >> row.pin >> row.sample >> row.start >> row.stop >> row.size >> row.sync && !(words >> more)) {
-      rows.push_back(row);
-    }
-  }
-  return rows;
-}
-
 // The lines of an output that begin with one of these words.
 Log LinesWith(const std::string& out, std::initializer_list<std::string_view> words) {
   Log found;
@@ -45,6 +25,11 @@ Log LinesWith(const std::string& out, std::initializer_list<std::string_view> wo
     }
   }
   return found;
+}
+
+// The lines of the samples of two pins.
+Log SampleLines(const std::string& out) {
+  return LinesWith(out, {"  1 ", "  2 "});
 }
 
 std::string Play(const Movie& movie, std::vector<std::string> options = {}) {
@@ -59,10 +44,13 @@ TEST(Play, DeliversEverySampleButTheLastInTheOrderOfTime) {
   const std::string out = ExpectRun({"play", Media("bframes-aac.mp4")});
   std::map<u32, u32> delivered;
   double last = 0;
-  for (const Row& row : SampleRows(out)) {
-    ASSERT_EQ(row.sample, ++delivered[row.pin]) << row.pin;
-    EXPECT_LE(last, std::stod(row.start));
-    last = std::stod(row.start);
+  for (const std::string& line : SampleLines(out)) {
+    u32 pin = 0, sample = 0;
+    double start = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%u %u %lf", &pin, &sample, &start), 3) << line;
+    ASSERT_EQ(sample, ++delivered[pin]) << line;
+    EXPECT_LE(last, start);
+    last = start;
   }
   EXPECT_EQ(delivered, (std::map<u32, u32>{{1, 99}, {2, 173}}));
   ExpectParts(out,
@@ -72,7 +60,7 @@ TEST(Play, DeliversEverySampleButTheLastInTheOrderOfTime) {
                "\n  1        2        0.0400000        0.0800000      5482     0\n", "pin 1: end of stream\n",
                "pin 2: end of stream\n", "pin 2: 173 of 174 samples delivered, 24022 bytes\n"});
   const std::string quiet = ExpectRun({"play", "--quiet", Media("bframes-aac.mp4")});
-  EXPECT_TRUE(SampleRows(quiet).empty());
+  EXPECT_TRUE(SampleLines(quiet).empty());
   EXPECT_EQ(quiet.find("end of stream"), std::string::npos);
   ExpectParts(quiet, {"pin 1: 99 of 100 samples delivered, 140183 bytes\n"});
   // An extractor gets them empty.
@@ -140,7 +128,7 @@ Movie PopOnMovie() {
 // Four seconds and more of captions: without a clock they come at once.
 TEST(Play, KeepsTheTimeWhenAskedToAlone) {
   const Movie movie = CaptionMovie({ScriptLine(100, "{RCL}"), ScriptLine(200, "{EDM}")});
-  EXPECT_EQ(SampleRows(Play(movie, {"--cc", "text"})).size(), 2u);
+  EXPECT_EQ(SampleLines(Play(movie, {"--cc", "text"})).size(), 2u);
   Track video;
   video.stts = Stts({{4, 100}});
   const auto begin = std::chrono::steady_clock::now();
@@ -204,11 +192,9 @@ TEST(Captions, PlayFromAPosition) {
 
 TEST(Play, SeeksToTheSyncSampleBefore) {
   const std::string out = ExpectRun({"play", "--from", "2", Media("bframes-aac.mp4")});
-  const Log video = LinesWith(out, {"  1 "});
-  ASSERT_GT(video.size(), 4u);
-  EXPECT_TRUE(video[0].starts_with("  1       47       -0.1600000 ")) << video[0];
-  EXPECT_TRUE(video[4].starts_with("  1       51        0.0000000 ")) << video[4];
-  EXPECT_TRUE(LinesWith(out, {"  2 "}).at(0).starts_with("  2       87        0.0000000 "));
+  EXPECT_TRUE(SampleLines(out).at(0).starts_with("  1       47       -0.1600000 ")) << out;
+  ExpectParts(out, {"\n  1       51        0.0000000 ", "\n  2       87        0.0000000 "});
+  EXPECT_EQ(LinesWith(out, {"  2       86 "}), Log());
   const std::tuple<const char*, int, const char*> refused[] = {
       {"4.1", 1, "cannot seek to 4.1000000 s: "},
       {"900000000000", 1, "cannot seek to 900000000000.0000000 s: "},
