@@ -6,7 +6,6 @@
 #include <tuple>
 
 #include "support/movie_builder.h"
-#include "support/written_movie.h"
 #include "tools/program.h"
 
 namespace kt::test {
@@ -55,10 +54,6 @@ TEST(Remux, TakesTheTracksThatAreAskedForInThatOrder) {
   ExpectRun({"remux", "--force", "--track", "2", "--track", "1", in, out});
   EXPECT_EQ(SamplesOf(out, 1), SamplesOf(in, 2));
   EXPECT_EQ(SamplesOf(out, 2), SamplesOf(in, 1));
-  const Bytes sound = SampleTableBoxAt(ReadFile(out), "stco", 1),
-              pictures = SampleTableBoxAt(ReadFile(out), "stco", 2);
-  EXPECT_GT(Bytes(sound.end() - 4, sound.end()), Bytes(pictures.begin() + 16, pictures.begin() + 20))
-      << "the last chunk of the one lies behind the first of the other";
   ExpectRun({"remux", "--force", "--track", "1", "--track", "1", in, out}, 2, {"--track"});
   ExpectRun({"remux", "--force", "--track", "99", in, out}, 1, {"the file has 2 tracks"});
 }
