@@ -7,11 +7,23 @@
 
 #include "filter/platform/about_page.h"
 #include "filter/platform/file_reader_filter.h"
+#include "filter/platform/platform_guid.h"
 #include "filter/platform/track_page_dialog.h"
 #include "module/class_factory.h"
 
 namespace kt {
 namespace {
+
+// Those of the public header and those that the logic delivers under must not drift apart.
+static_assert(FromPlatform(::MEDIASUBTYPE_KtMp4Video) == MEDIASUBTYPE_KtMp4Video &&
+              FromPlatform(::MEDIASUBTYPE_KtMp4VideoStamped) == MEDIASUBTYPE_KtMp4VideoStamped &&
+              FromPlatform(::MEDIASUBTYPE_KtMp4Audio) == MEDIASUBTYPE_KtMp4Audio &&
+              FromPlatform(::MEDIASUBTYPE_KtMp4AudioStamped) == MEDIASUBTYPE_KtMp4AudioStamped &&
+              FromPlatform(::MEDIASUBTYPE_KtH263) == MEDIASUBTYPE_KtH263 &&
+              FromPlatform(::MEDIASUBTYPE_KtH263Stamped) == MEDIASUBTYPE_KtH263Stamped &&
+              FromPlatform(::MEDIASUBTYPE_KtAmr) == MEDIASUBTYPE_KtAmr &&
+              FromPlatform(::MEDIASUBTYPE_KtAmrStamped) == MEDIASUBTYPE_KtAmrStamped &&
+              FromPlatform(::FORMAT_KtMp4Video) == FORMAT_KtMp4Video);
 
 WCHAR g_pinName[] = L"MP4 Output";
 

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "filter/platform/platform_guid.h"
+#include "filter/platform/ktmp4source.h"
 #include "module/com_edge.h"
 
 namespace kt {
@@ -287,7 +287,7 @@ HRESULT CGraphAssembly::AddAudioRenderer(IGraphBuilder* graph) {
 
 HRESULT CGraphAssembly::RenderVideo(IPin* pin, bool hasLine21, IGraphBuilder* graph) {
   Filter decoder;
-  CreateAndAdd(ToPlatform(CLSID_KtMp4Decoder), L"Mpeg-4 Decoder", graph, &decoder);
+  CreateAndAdd(::CLSID_KtMp4Decoder, L"Mpeg-4 Decoder", graph, &decoder);
   if (!decoder) ThrowIfFailed(E_POINTER);
   ComPointer<IEnumPins> pins;
   HRESULT result = decoder->EnumPins(pins.Put());

@@ -12,9 +12,7 @@
 #include <map>
 #include <set>
 
-#include "filter/platform/file_reader_filter.h"
-#include "filter/platform/platform_guid.h"
-#include "module/frame_test.h"
+#include "platform/source_host.h"
 #include "platform/stand_in.h"
 #include "support/movie_builder.h"
 
@@ -56,7 +54,7 @@ const std::vector<PartRow>& Parts() {
       {Part::Vmr9, CLSID_VideoMixingRenderer9, {kPicture}, false, kMixer9},
       {Part::Vmr7, CLSID_VideoMixingRenderer, {kPicture, kCaptions}, false, kMixer7},
       {Part::Overlay, CLSID_OverlayMixer, {kPicture, kCaptions}, true, {}},
-      {Part::Decoder, ToPlatform(CLSID_KtMp4Decoder), {kVideo}, true, {}},
+      {Part::Decoder, ::CLSID_KtMp4Decoder, {kVideo}, true, {}},
       {Part::Line21, CLSID_Line21Decoder, {kCaptions}, true, {}},
       {Part::Line21Two, CLSID_Line21Decoder2, {kCaptions}, true, {}},
       {Part::Video, CLSID_VideoRenderer, {kPicture}, false, {}},
@@ -120,32 +118,21 @@ Movie MovieWith(std::string_view tracks) {
   return movie;
 }
 
-/// A graph with a reader of a file, among stand-ins.
+/// A graph with the source of a file, among stand-ins.
 class Assembly {
  public:
-  explicit Assembly(std::string_view tracks, const Faults& faults = {}, const std::string& url = "",
+  explicit Assembly(std::string_view tracks, const Faults& faults = {}, const std::wstring& url = L"",
                     const OnConnect& onConnect = nullptr)
-      : m_file(MovieWith(tracks).Build()) {
+      : m_file(L"film.mp4", MovieWith(tracks).Build()) {
     for (const PartRow& row : Parts()) m_classes.emplace_back(row.clsid, ScriptOf(row, faults, onConnect));
-    m_reader.emplace(nullptr);
-    const std::string name = url.empty() ? m_file.Name() : "ktmp4file://" + m_file.Name() + url;
-    EXPECT_EQ((*m_reader)->Load(std::wstring(name.begin(), name.end()).c_str(), nullptr), S_OK);
-    NewGraph();
+    EXPECT_EQ(m_source.emplace().Load(url.empty() ? m_file.Name() : UrlOf(m_file.Name(), url)), S_OK);
   }
-  ~Assembly() { m_graph.Reset(); }
 
-  void NewGraph() {
-    if (m_graph) m_graph->RemoveFilter(&**m_reader);
-    ASSERT_EQ(CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_INPROC_SERVER, IID_IGraphBuilder,
-                               m_graph.PutVoid()),
-              S_OK);
-    ASSERT_EQ(m_graph->AddFilter(&**m_reader, L"Reader"), S_OK);
-  }
   /// Puts a filter into the graph that is none of the parts.
   void Add(const wchar_t* name, const std::vector<StandInPin>& pins) {
     StandInScript script;
     script.pins = pins;
-    ASSERT_EQ(m_graph->AddFilter(MakeStandIn(script).Get(), name), S_OK);
+    ASSERT_EQ(Graph()->AddFilter(MakeStandIn(script).Get(), name), S_OK);
   }
   void AddConverter() {
     Add(L"Converter", {PinTaking(PINDIR_INPUT, {kPicture}), PinTaking(PINDIR_OUTPUT, {kConverted})});
@@ -153,16 +140,11 @@ class Assembly {
   /// A renderer that the graph finds by itself.
   void AddSpare(const wchar_t* name) { Add(name, {PinTaking(PINDIR_INPUT, {kPicture})}); }
 
-  HRESULT Render(ULONG pin) {
-    const ComPointer<IPin> object((*m_reader)->GetPin(pin));
-    ComPointer<IStreamBuilder> builder;
-    EXPECT_EQ(object.Query(&builder), S_OK);
-    return builder->Render(object.Get(), m_graph.Get());
-  }
+  HRESULT Render(std::size_t pin) { return m_source->Render(pin, Graph()); }
   /// What became of each pin: "ok", or the result.
   std::string RenderAll() {
     std::string results;
-    for (ULONG i = 0; i < (*m_reader)->GetPinCount(); ++i) {
+    for (std::size_t i = 0; i < m_source->Pins().size(); ++i) {
       const HRESULT result = Render(i);
       char text[16];
       std::snprintf(text, sizeof text, "%08lX", static_cast<unsigned long>(result));
@@ -170,17 +152,17 @@ class Assembly {
     }
     return results;
   }
-  IGraphBuilder* Graph() const { return m_graph.Get(); }
-  std::string Text() const { return DescribeGraph(m_graph.Get()); }
+  PlayedSource& Source() { return *m_source; }
+  IGraphBuilder* Graph() { return m_source->Graph().m_builder.Get(); }
+  std::string Text() { return DescribeGraph(Graph()); }
 
  private:
-  const TempFile m_file;
+  const NamedFile m_file;
   std::list<StandInClass> m_classes;
-  std::optional<Held<CMP4FileReaderFilter>> m_reader;
-  ComPointer<IGraphBuilder> m_graph;
+  std::optional<PlayedSource> m_source;
 };
 
-using GraphAssemblyTest = FrameTest;
+using GraphAssemblyTest = SourceTest;
 
 struct AssemblyRow {
   const char* what;
@@ -188,7 +170,7 @@ struct AssemblyRow {
   Faults faults;
   const char* results;
   const char* graph;
-  const char* url = "";
+  const wchar_t* url = L"";
 };
 
 using enum Part;
@@ -196,27 +178,27 @@ using enum Fault;
 
 // The parts of a name that a graph shows differ by the stage: "Video Renderer-7" is the shared renderer,
 // "Video Renderer" what takes its place.
-constexpr const char* kOnVmr9 = "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Spare";
-constexpr const char* kOnVmr7 = "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Spare";
-constexpr const char* kOnOverlay = "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder";
-constexpr const char* kOnSpare = "Mpeg-4 Decoder>Spare, Reader>Mpeg-4 Decoder";
+constexpr const char* kOnVmr9 = "Mpeg-4 Decoder>Video Renderer-9, Source>Mpeg-4 Decoder, Spare";
+constexpr const char* kOnVmr7 = "Mpeg-4 Decoder>Video Renderer, Source>Mpeg-4 Decoder, Spare";
+constexpr const char* kOnOverlay = "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Source>Mpeg-4 Decoder";
+constexpr const char* kOnSpare = "Mpeg-4 Decoder>Spare, Source>Mpeg-4 Decoder";
 constexpr const char* kBothOnVmr9 =
-    "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Reader>Line21 Decoder 2, "
-    "Reader>Mpeg-4 Decoder, Spare";
+    "Line21 Decoder 2>Video Renderer-9, Mpeg-4 Decoder>Video Renderer-9, Source>Line21 Decoder 2, "
+    "Source>Mpeg-4 Decoder, Spare";
 constexpr const char* kBothOnShared7 =
-    "Mpeg-4 Decoder>Video Renderer-7, Reader>Mpeg-4 Decoder, Reader>Video Renderer-7, Spare";
+    "Mpeg-4 Decoder>Video Renderer-7, Source>Mpeg-4 Decoder, Source>Video Renderer-7, Spare";
 constexpr const char* kBothOnSharedOverlay =
-    "Mpeg-4 Decoder>Overlay Mixer, Overlay Mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay Mixer";
+    "Mpeg-4 Decoder>Overlay Mixer, Overlay Mixer>Spare, Source>Mpeg-4 Decoder, Source>Overlay Mixer";
 constexpr const char* kMovedToVmr7 =
-    "Mpeg-4 Decoder>Video Renderer, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare";
+    "Mpeg-4 Decoder>Video Renderer, Source>Mpeg-4 Decoder, Source>Video Renderer, Spare";
 constexpr const char* kMovedToOverlay =
-    "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Reader>Mpeg-4 Decoder, Reader>Overlay mixer";
+    "Mpeg-4 Decoder>Overlay mixer, Overlay mixer>Spare, Source>Mpeg-4 Decoder, Source>Overlay mixer";
 constexpr const char* kApart =
-    "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder, Reader>Video Renderer, Spare";
-constexpr const char* kNoDecoding = "Mpeg-4 Decoder, Reader, Spare";
-constexpr const char* kOneSound = "Reader>Default DirectSound Device";
-constexpr const char* kSoundAlone = "Reader>Default DirectSound Device, Spare";
-constexpr const char* kNoPicture = "Default Video Renderer, Reader>Line21 Decoder";
+    "Mpeg-4 Decoder>Video Renderer-9, Source>Mpeg-4 Decoder, Source>Video Renderer, Spare";
+constexpr const char* kNoDecoding = "Mpeg-4 Decoder, Source, Spare";
+constexpr const char* kOneSound = "Source>Default DirectSound Device";
+constexpr const char* kSoundAlone = "Source>Default DirectSound Device, Spare";
+constexpr const char* kNoPicture = "Default Video Renderer, Source>Line21 Decoder";
 
 const Faults kNoMixers = {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, Missing}};
 const Faults kRoomForOne = {{Vmr9, OneInput}, {Vmr7, OneInput}};
@@ -227,11 +209,11 @@ const Faults kDeadEnd = {{Vmr9, Missing}, {Vmr7, Missing}, {Overlay, NoOutput}};
 
 const AssemblyRow kRows[] = {
     {"sound", "a", {}, "ok", kOneSound},
-    {"sound, no device", "a", {{Sound, Missing}}, "80040111", "Reader"},
+    {"sound, no device", "a", {{Sound, Missing}}, "80040111", "Source"},
     {"two sounds: one device", "aa", {}, "ok 80040218", kOneSound},
 
     {"video", "v", {}, "ok", kOnVmr9},
-    {"video without the VMR-9", "v", {}, "ok", kOnVmr7, "&vmr9=0"},
+    {"video without the VMR-9", "v", {}, "ok", kOnVmr7, L"&vmr9=0"},
     {"no VMR-9", "v", {{Vmr9, Missing}}, "ok", kOnVmr7},
     {"VMR-9 without deinterlacing", "v", {{Vmr9, NoDeinterlace}}, "ok", kOnVmr7},
     {"VMR-9 without a configuration", "v", {{Vmr9, NoConfig}}, "ok", kOnVmr7},
@@ -240,25 +222,25 @@ const AssemblyRow kRows[] = {
     {"both refuse", "v", {{Vmr9, Refuses}, {Vmr7, Refuses}}, "ok", kOnOverlay},
     {"Overlay Mixer without an output", "v", kDeadEnd, "ok", kOnSpare},
     {"the graph's own choice", "v", kNoMixers, "ok", kOnSpare},
-    {"no decoder", "v", {{Decoder, Missing}}, "80004003", "Reader, Spare"},
+    {"no decoder", "v", {{Decoder, Missing}}, "80004003", "Source, Spare"},
     {"decoder without an output", "v", {{Decoder, NoOutput}}, "8000FFFF", kNoDecoding},
-    {"decoder without pins", "v", {{Decoder, NoPins}}, "80070005", "Reader, Spare"},
+    {"decoder without pins", "v", {{Decoder, NoPins}}, "80070005", "Source, Spare"},
     {"decoder refuses", "v", {{Decoder, Refuses}}, "80040207", kNoDecoding},
-    {"failing interface", "v", {{Vmr9, BrokenQuery}}, "8000FFFF", "Reader>Mpeg-4 Decoder, Spare"},
+    {"failing interface", "v", {{Vmr9, BrokenQuery}}, "8000FFFF", "Source>Mpeg-4 Decoder, Spare"},
 
-    {"captions", "l", {}, "ok", "Line21 Decoder>Default Video Renderer, Reader>Line21 Decoder"},
-    {"captions, no decoder", "l", {{Line21, Missing}}, "80040111", "Reader"},
-    {"captions, decoder refuses", "l", {{Line21, Refuses}}, "80040207", "Line21 Decoder, Reader"},
-    {"captions, no renderer", "l", {{Video, Missing}}, "80040111", "Reader>Line21 Decoder"},
+    {"captions", "l", {}, "ok", "Line21 Decoder>Default Video Renderer, Source>Line21 Decoder"},
+    {"captions, no decoder", "l", {{Line21, Missing}}, "80040111", "Source"},
+    {"captions, decoder refuses", "l", {{Line21, Refuses}}, "80040207", "Line21 Decoder, Source"},
+    {"captions, no renderer", "l", {{Video, Missing}}, "80040111", "Source>Line21 Decoder"},
     {"captions, no picture", "l", {{Line21, NoOutput}}, "80004005", kNoPicture},
 
     {"video and captions", "vl", {}, "ok ok", kBothOnVmr9},
     {"captions first", "lv", {}, "ok ok", kBothOnVmr9},
-    {"captions switched off", "vl", {}, "ok", kOnVmr7, "&cc=off&vmr9=0"},
-    {"captions as texts", "vl", {}, "ok ok", kBothOnVmr9, "&cc=on"},
-    {"both without the VMR-9", "vl", {}, "ok ok", kBothOnShared7, "&vmr9=0"},
+    {"captions switched off", "vl", {}, "ok", kOnVmr7, L"&cc=off&vmr9=0"},
+    {"captions as texts", "vl", {}, "ok ok", kBothOnVmr9, L"&cc=on"},
+    {"both without the VMR-9", "vl", {}, "ok ok", kBothOnShared7, L"&vmr9=0"},
     {"both on the Overlay Mixer", "vl", {{Vmr9, NoConfig}, {Vmr7, NoConfig}}, "ok ok", kBothOnSharedOverlay},
-    {"nothing to share", "vl", kNoMixers, "80040111 80040111", "Reader, Spare"},
+    {"nothing to share", "vl", kNoMixers, "80040111 80040111", "Source, Spare"},
     {"nothing to share, and the sound goes on", "val", kNoMixers, "80040111 ok 80040111", kSoundAlone},
 
     {"no Line 21 decoder: to the VMR-7", "vl", {{Line21Two, Missing}}, "ok ok", kMovedToVmr7},
@@ -273,7 +255,6 @@ const AssemblyRow kRows[] = {
 TEST_F(GraphAssemblyTest, TakesTheNextBestAtEachStage) {
   for (const AssemblyRow& row : kRows) {
     SCOPED_TRACE(row.what);
-    const Deadline deadline(row.what);
     Assembly assembly(row.tracks, row.faults, row.url);
     if (row.tracks.find('v') != std::string_view::npos) assembly.AddSpare(L"Spare");
     for (const auto& [part, fault] : row.faults) {
@@ -301,7 +282,7 @@ TEST_F(GraphAssemblyTest, ANameThatIsTakenEndsTheCall) {
 TEST_F(GraphAssemblyTest, ThePinThatIsBeingRenderedDeclines) {
   Assembly* graph = nullptr;
   std::vector<HRESULT> answers;
-  Assembly assembly("a", {}, "", [&](IPin* peer) {
+  Assembly assembly("a", {}, L"", [&](IPin* peer) {
     const ComPointer<IPin> pin(peer);
     ComPointer<IStreamBuilder> builder;
     if (SUCCEEDED(pin.Query(&builder))) answers.push_back(builder->Render(peer, graph->Graph()));
@@ -316,9 +297,16 @@ TEST_F(GraphAssemblyTest, ThePinThatIsBeingRenderedDeclines) {
 TEST_F(GraphAssemblyTest, AnotherGraphGetsNoSharedRenderer) {
   Assembly assembly("vl");
   EXPECT_EQ(assembly.RenderAll(), "ok ok");
-  assembly.NewGraph();
-  EXPECT_EQ(assembly.Render(0), S_OK);
-  EXPECT_EQ(assembly.Text(), "Mpeg-4 Decoder>Video Renderer-9, Reader>Mpeg-4 Decoder");
+  HostGraph other;
+  ASSERT_EQ(other.Create(), S_OK);
+  ComPointer<IBaseFilter> renderer;
+  ASSERT_EQ(assembly.Graph()->FindFilterByName(L"Video Renderer-9", renderer.Put()), S_OK);
+  for (IBaseFilter* const filter : {renderer.Get(), assembly.Source().Filter()}) {
+    ASSERT_EQ(assembly.Graph()->RemoveFilter(filter), S_OK);
+  }
+  ASSERT_EQ(other.m_builder->AddFilter(assembly.Source().Filter(), L"Source"), S_OK);
+  EXPECT_EQ(assembly.Source().Render(0, other.m_builder.Get()), S_OK);
+  EXPECT_EQ(DescribeGraph(other.m_builder.Get()), "Mpeg-4 Decoder>Video Renderer-9, Source>Mpeg-4 Decoder");
 }
 
 }  // namespace

@@ -155,10 +155,8 @@ TEST_F(RealPicturesTest, APinRendersItselfDownToAWindow) {
   const StandInClass pictureDecoder(::CLSID_KtMp4Decoder, DecoderScript(Coding::Mpeg4, m_pictures));
   PlayedSource source;
   ASSERT_EQ(source.Load(MediaFile(L"bframes-aac.mp4")), S_OK);
-  ComPointer<IStreamBuilder> builder;
-  ASSERT_EQ(source.Pins().at(0).Query(&builder), S_OK);
   m_graph.m_builder = source.Graph().m_builder;
-  ASSERT_EQ(builder->Render(source.Pins()[0].Get(), m_graph.m_builder.Get()), S_OK);
+  ASSERT_EQ(source.Render(0, m_graph.m_builder.Get()), S_OK);
   EXPECT_EQ(DescribeGraph(m_graph.m_builder.Get()), "Mpeg-4 Decoder>Video Renderer, Source>Mpeg-4 Decoder");
   long visible = 0;
   source.Run();

@@ -170,6 +170,13 @@ HRESULT PlayedSource::Seek(i64 position, const i64* stop, std::size_t pin) {
       static_cast<DWORD>(stop != nullptr ? AM_SEEKING_AbsolutePositioning : AM_SEEKING_NoPositioning));
 }
 
+HRESULT PlayedSource::Render(std::size_t pin, IGraphBuilder* graph) {
+  const ComPointer<IPin> rendered = Pins().at(pin);
+  ComPointer<IStreamBuilder> builder;
+  EXPECT_EQ(rendered.Query(&builder), S_OK);
+  return builder->Render(rendered.Get(), graph);
+}
+
 std::vector<ComPointer<IPin>> PlayedSource::Pins() {
   std::vector<ComPointer<IPin>> pins;
   ComPointer<IEnumPins> all;

@@ -113,6 +113,9 @@ class PlayedSource {
   /// Seeks as a renderer does: by a pin of the source.
   HRESULT Seek(i64 position, const i64* stop = nullptr, std::size_t pin = 0);
 
+  /// Has a pin render itself into a graph.
+  HRESULT Render(std::size_t pin, IGraphBuilder* graph);
+
   HostGraph& Graph() { return m_graph; }
   IBaseFilter* Filter() { return m_filter.Get(); }
   template <class Interface>
