@@ -16,29 +16,20 @@ namespace {
 constexpr CLSID kFilter = {1, 0, 0, {}}, kRefused = {2, 0, 0, {}}, kNoMemory = {3, 0, 0, {}},
                 kThrowing = {4, 0, 0, {}};
 
-CUnknown* MakeFilter(IUnknown* owner, HRESULT*) {
-  return new test::CCountingSource(owner);
-}
-
-CUnknown* MakeRefused(IUnknown* owner, HRESULT* result) {
-  *result = E_ACCESSDENIED;
-  return new test::CCountingSource(owner);
-}
-
-CUnknown* ThrowNoMemory(IUnknown*, HRESULT*) {
-  throw std::bad_alloc();
-}
-
-CUnknown* ThrowAnything(IUnknown*, HRESULT*) {
-  throw 5;
-}
-
 }  // namespace
 
-const CFactoryTemplate g_Templates[] = {{L"Filter", &kFilter, MakeFilter, nullptr},
-                                        {L"Refused", &kRefused, MakeRefused, nullptr},
-                                        {L"No Memory", &kNoMemory, ThrowNoMemory, nullptr},
-                                        {L"Throwing", &kThrowing, ThrowAnything, nullptr}};
+const CFactoryTemplate g_Templates[] = {
+    {L"Filter", &kFilter,
+     [](IUnknown* owner, HRESULT*) -> CUnknown* { return new test::CCountingSource(owner); }, nullptr},
+    {L"Refused", &kRefused,
+     [](IUnknown* owner, HRESULT* result) -> CUnknown* {
+       *result = E_ACCESSDENIED;
+       return new test::CCountingSource(owner);
+     },
+     nullptr},
+    {L"No Memory", &kNoMemory, [](IUnknown*, HRESULT*) -> CUnknown* { throw std::bad_alloc(); }, nullptr},
+    {L"Throwing", &kThrowing, [](IUnknown*, HRESULT*) -> CUnknown* { throw 5; }, nullptr},
+};
 const int g_cTemplates = static_cast<int>(std::size(g_Templates));
 
 namespace test {
