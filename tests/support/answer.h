@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
+#include <string>
 #include <tuple>
 #include <type_traits>
 
@@ -49,6 +50,14 @@ auto Got(Object&& object, Operation operation, Arguments... arguments) {
   const auto answer = Ask(object, operation, arguments...);
   EXPECT_EQ(answer.result, decltype(answer.result){}) << "it stored " << answer.value;
   return answer.value;
+}
+
+/// What `Dump` prints.
+template <class Item>
+std::string Dumped(Item& item, int indent = 0, Mp4Result expected = MP4_OK) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(expected, item.Dump(indent));
+  return testing::internal::GetCapturedStdout();
 }
 
 }  // namespace kt::test

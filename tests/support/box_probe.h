@@ -47,13 +47,8 @@ inline Bytes WrittenBytes(CBox* box) {
   return storage.Written();
 }
 
-/// What `Dump` prints.
 inline std::string DumpText(CBox* box, int indent = 0, Mp4Result expected = MP4_OK) {
-  testing::internal::CaptureStdout();
-  const Mp4Result result = box->Dump(indent);
-  std::string text = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(expected, result);
-  return text;
+  return Dumped(*box, indent, expected);
 }
 
 }  // namespace kt::test

@@ -93,12 +93,4 @@ void ExpectBufferFormMatches(Item& item, Mp4Result expectedResult = MP4_OK) {
   }
 }
 
-/// What `Dump` prints.
-template <class Item>
-std::string Dumped(Item& item, int indent = 0, Mp4Result expected = MP4_OK) {
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(expected, item.Dump(indent));
-  return testing::internal::GetCapturedStdout();
-}
-
 }  // namespace kt::test

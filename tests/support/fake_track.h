@@ -157,14 +157,10 @@ class FakeFile : public CMp4File {
   }
   Mp4Result Close() override { return Do("Close", ""); }
   Mp4Result GetTrackCount(u32* count) override {
-    if (m_facts.failing.contains("GetTrackCount")) return MP4_NOT_FOUND;
-    *count = static_cast<u32>(m_facts.tracks.size());
-    return MP4_OK;
+    return Tell("GetTrackCount", count, static_cast<u32>(m_facts.tracks.size()));
   }
-  Mp4Result GetMovieTimeScale(u32* timeScale) override {
-    if (m_facts.failing.contains("GetMovieTimeScale")) return MP4_NOT_FOUND;
-    *timeScale = m_facts.movieTimeScale;
-    return MP4_OK;
+  Mp4Result GetMovieTimeScale(u32* scale) override {
+    return Tell("GetMovieTimeScale", scale, m_facts.movieTimeScale);
   }
   Mp4Result OpenTrack(u32 trackIndex, CMp4Track** track) override {
     m_facts.ExpectLocked("OpenTrack");
@@ -203,6 +199,12 @@ class FakeFile : public CMp4File {
   Mp4Result Do(const std::string& call, const std::string& detail) {
     m_facts.log.push_back(detail.empty() ? call : call + " " + detail);
     return m_facts.failing.contains(call) ? MP4_FILE_IO : MP4_OK;
+  }
+
+  Mp4Result Tell(const char* call, u32* output, u32 value) const {
+    if (m_facts.failing.contains(call)) return MP4_NOT_FOUND;
+    *output = value;
+    return MP4_OK;
   }
 
   FakeFileFacts& m_facts;

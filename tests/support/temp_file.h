@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -8,12 +10,6 @@
 #include <vector>
 
 #include "engine/types.h"
-
-#ifdef _WIN32
-#include <process.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace kt::test {
 
@@ -28,13 +24,8 @@ class TempFile {
  public:
   TempFile() {
     static std::atomic<int> counter{0};
-#ifdef _WIN32
-    const int process = _getpid();
-#else
-    const int process = getpid();
-#endif
     m_path = std::filesystem::temp_directory_path() /
-             ("ktmp4-test-" + std::to_string(process) + "-" + std::to_string(counter++));
+             ("ktmp4-test-" + std::to_string(getpid()) + "-" + std::to_string(counter++));
     // An earlier process of the same number may have died with it; Wine gives the same ones again and again.
     std::error_code ignored;
     std::filesystem::remove_all(m_path, ignored);
@@ -50,13 +41,9 @@ class TempFile {
     std::filesystem::remove_all(m_path, ignored);
   }
 
-  const std::filesystem::path& Path() const {
-    return m_path;
-  }
+  const std::filesystem::path& Path() const { return m_path; }
   /// The name in the form that the library takes.
-  std::string Name() const {
-    return m_path.string();
-  }
+  std::string Name() const { return m_path.string(); }
 
  private:
   std::filesystem::path m_path;

@@ -13,33 +13,35 @@
 
 namespace kt::test {
 
-/// The first child with this code among boxes that stand one behind the other, header included; empty when
-/// there is none. `occurrence` counts from 1.
-inline Bytes ChildBox(const std::vector<u8>& boxes, std::string_view code, u32 occurrence = 1) {
-  for (std::size_t at = 0; at + 8 <= boxes.size();) {
+/// The boxes that stand one behind the other from `at` on, headers included.
+inline std::vector<Bytes> BoxesIn(const std::vector<u8>& bytes, std::size_t at) {
+  std::vector<Bytes> boxes;
+  while (at + 8 <= bytes.size()) {
     std::size_t size = 0;
-    for (std::size_t i = 0; i < 4; ++i) size = size << 8 | boxes[at + i];
-    if (size < 8 || size > boxes.size() - at) break;
-    const auto begin = boxes.begin() + static_cast<std::ptrdiff_t>(at);
-    if (std::equal(code.begin(), code.end(), begin + 4) && --occurrence == 0) {
-      return Bytes(begin, begin + static_cast<std::ptrdiff_t>(size));
-    }
+    for (std::size_t i = 0; i < 4; ++i) size = size << 8 | bytes[at + i];
+    if (size < 8 || size > bytes.size() - at) break;
+    const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+    boxes.emplace_back(begin, begin + static_cast<std::ptrdiff_t>(size));
     at += size;
   }
-  return {};
+  return boxes;
 }
 
-/// The box at the end of a path of plain containers, "moov/trak/mdia"; of several tracks the `track`-th.
+inline std::string CodeOf(const Bytes& box) {
+  return {box.begin() + 4, box.begin() + 8};
+}
+
+/// The box at the end of a path of plain containers, "moov/trak/mdia", the `track`-th of several tracks,
+/// header included; empty when there is none.
 inline Bytes BoxAt(const std::vector<u8>& file, std::string_view path, u32 track = 1) {
-  Bytes box(file.begin(), file.end());
-  for (bool isTop = true; !path.empty(); isTop = false) {
-    const std::size_t end = std::min(path.find('/'), path.size());
-    const std::string_view code = path.substr(0, end);
-    path.remove_prefix(std::min(end + 1, path.size()));
-    if (!isTop) box.erase(box.begin(), box.begin() + std::min<std::ptrdiff_t>(8, std::ssize(box)));
-    box = ChildBox(box, code, code == "trak" ? track : 1);
+  const std::string_view code = path.substr(0, path.find('/'));
+  u32 left = code == "trak" ? track : 1;
+  for (const Bytes& box : BoxesIn(file, 0)) {
+    if (CodeOf(box) != code || --left > 0) continue;
+    if (code == path) return box;
+    return BoxAt({box.begin() + 8, box.end()}, path.substr(code.size() + 1), track);
   }
-  return box;
+  return {};
 }
 
 inline Bytes SampleTableBoxAt(const std::vector<u8>& file, std::string_view code, u32 track = 1) {
@@ -49,12 +51,7 @@ inline Bytes SampleTableBoxAt(const std::vector<u8>& file, std::string_view code
 /// The codes of the children of a box, one behind the other: "mdhdhdlrminf".
 inline std::string CodesIn(const Bytes& box, std::size_t headerSize = 8) {
   std::string codes;
-  for (std::size_t at = headerSize; at + 8 <= box.size();) {
-    codes.append(box.begin() + static_cast<std::ptrdiff_t>(at) + 4,
-                 box.begin() + static_cast<std::ptrdiff_t>(at) + 8);
-    at += std::max<std::size_t>(
-        8, u32{box[at]} << 24 | u32{box[at + 1]} << 16 | u32{box[at + 2]} << 8 | box[at + 3]);
-  }
+  for (const Bytes& child : BoxesIn(box, headerSize)) codes += CodeOf(child);
   return codes;
 }
 
