@@ -162,8 +162,10 @@ TEST_F(FilterTest, AnswersForPositions) {
     EXPECT_EQ(seeking->GetRate(&rate), S_OK);
     EXPECT_EQ(rate, 1.0);
     EXPECT_EQ(seeking->GetTimeFormat(nullptr), E_POINTER);
+    EXPECT_EQ(seeking->GetPreroll(&time), S_OK);
+    EXPECT_EQ(time, 0);
     LONGLONG stop = 0;
-    EXPECT_EQ(seeking->GetStopPosition(&stop), S_OK);
+    EXPECT_EQ(seeking->GetPositions(&time, &stop), S_FALSE) << "nothing has been played";
     EXPECT_EQ(stop, 1000000);
   }
   EXPECT_EQ(filter->SetTimeFormat(&::TIME_FORMAT_FRAME), E_INVALIDARG);
