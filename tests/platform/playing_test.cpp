@@ -131,5 +131,22 @@ TEST_F(PlayingTest, PlaysTheFirst32OfManyTracks) {
   for (std::size_t pin = 0; pin < 32; ++pin) EXPECT_EQ(source.Taken(pin).size(), 3u) << pin;
 }
 
+// Video and sound go as fast as they are taken, captions by the clock of the graph.
+TEST_F(PlayingTest, CaptionsComeWhenTheyAreDue) {
+  Track captions;
+  captions.hdlr = Hdlr("text");
+  captions.mediaHeader = Nmhd();
+  captions.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
+  captions.stts = Stts({{4, 300}});
+  captions.stsz = Stsz({3, 3, 3, 3});
+  const NamedFile file(L"captions.mp4", MovieOf(captions).Build());
+  PlayedSource played(file.Name());
+  const auto begin = std::chrono::steady_clock::now();
+  played.PlayToEnd();
+  EXPECT_EQ(played.Taken(0).size(), 3u);
+  // The third is due at 600 ms, and comes 50 ms ahead.
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(540));
+}
+
 }  // namespace
 }  // namespace kt::test
