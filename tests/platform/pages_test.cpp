@@ -128,7 +128,6 @@ std::string LabelsOf(HWND page) {
 }
 
 TEST_F(PagesTest, ShowWhatTheFileHas) {
-  const Deadline deadline("the property pages", std::chrono::seconds(100));
   for (const PageRow& row : kRows) {
     PlayedSource source;
     EXPECT_TRUE(row.file == nullptr || source.Load(MediaFile(row.file)) == S_OK);
@@ -149,7 +148,6 @@ TEST_F(PagesTest, ShowWhatTheFileHas) {
 }
 
 TEST_F(PagesTest, TellWhatTheFilterIs) {
-  const Deadline deadline("the about page", std::chrono::seconds(100));
   PlayedSource source;
   Frame frame(source.Filter());
   EXPECT_EQ(frame.TabTitle(0), "About");

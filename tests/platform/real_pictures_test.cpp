@@ -111,7 +111,6 @@ class RealPicturesTest : public SourceTest {
 };
 
 TEST_F(RealPicturesTest, AFilePlaysAndSeeksInAWindow) {
-  const Deadline deadline("a play of real pictures", std::chrono::seconds(120));
   const StandInClass pictureDecoder(::CLSID_KtMp4Decoder, DecoderScript(Coding::Mpeg4, m_pictures));
   const StandInClass soundDecoder(CLSID_SoundDecoder, DecoderScript(Coding::Aac, m_sound));
   const ReaderReplacement replacement;
@@ -151,7 +150,6 @@ TEST_F(RealPicturesTest, AFilePlaysAndSeeksInAWindow) {
 // The pin's own way, as graph managers go that ask pins to render themselves: without the platform's mixing
 // renderers it ends in the plain one.
 TEST_F(RealPicturesTest, APinRendersItselfDownToAWindow) {
-  const Deadline deadline("a play by way of the pin", std::chrono::seconds(120));
   const StandInClass pictureDecoder(::CLSID_KtMp4Decoder, DecoderScript(Coding::Mpeg4, m_pictures));
   PlayedSource source;
   ASSERT_EQ(source.Load(MediaFile(L"bframes-aac.mp4")), S_OK);
