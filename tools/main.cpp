@@ -81,6 +81,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
+    kt::KeepOutputAsWritten();
     return Run(argc, argv);
   } catch (...) {
     // Even the telling of what went wrong has failed.

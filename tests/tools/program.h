@@ -29,8 +29,8 @@ inline std::string ReadText(const std::filesystem::path& path) {
   return {bytes.begin(), bytes.end()};
 }
 
-/// What a program printed into a file, with the line ends that it meant.
-inline std::string ReadPrint(const std::filesystem::path& path) {
+/// What a program told a person, with the line ends that it meant.
+inline std::string ReadMessages(const std::filesystem::path& path) {
   std::string text = ReadText(path);
 #ifdef _WIN32
   std::erase(text, '\r');
@@ -65,7 +65,7 @@ inline Outcome RunShell(const std::string& line) {
   const int status = std::system(command.c_str());
   const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 #endif
-  return {exitCode, ReadPrint(out.Path()), ReadPrint(err.Path())};
+  return {exitCode, ReadText(out.Path()), ReadMessages(err.Path())};
 }
 
 inline Outcome RunProgram(const std::vector<std::string>& arguments) {
