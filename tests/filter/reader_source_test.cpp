@@ -154,6 +154,16 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
   }
 }
 
+TEST(ReaderSource, CaptionTracksAreKeptOutByCcOff) {
+  FakeHost host({TrackOf(MP4_KIND_TEXT, 4)}, "ktmp4file://c/x.mp4&cc=off");
+  EXPECT_FALSE(host.Source().HasLine21());
+  EXPECT_TRUE(host.Source().Pins().empty());
+  EXPECT_TRUE(host.file.open.empty());
+  EXPECT_EQ(host.Source().Tables().m_trackCount, 1u);
+  EXPECT_EQ(host.Source().Tables().m_trackId[0], 4u);
+  EXPECT_EQ(host.Source().Tables().m_trackType[0], 0u);
+}
+
 TEST(ReaderSource, NoMemoryForAPinKeepsWhatWasMade) {
   FakeHost host({TrackOf(MP4_KIND_AUDIO, 1), TrackOf(MP4_KIND_VIDEO, 2), TrackOf(MP4_KIND_VIDEO, 3)});
   host.pinRoom = 1;
