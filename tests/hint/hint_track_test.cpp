@@ -57,7 +57,7 @@ class HintedMovie {
     EXPECT_EQ(movie->CloseTrack(track), MP4_OK);
     return ++m_tracks;
   }
-  CMp4HintTrack* AddHint(u32 hintType, std::initializer_list<u32> references = {1}) {
+  CMp4HintTrack* AddHint(u32 hintType, const std::vector<u32>& references = {1}) {
     CMp4HintTrack* hint = nullptr;
     EXPECT_EQ(movie->AddHintTrack(&hint, hintType), MP4_OK);
     for (const u32 track : references) EXPECT_EQ(hint->AddReferencedTrack(track), MP4_OK);
@@ -229,7 +229,7 @@ TEST(HintTrack, ClosesWithoutAReferenceAndNumbersTo128) {
 }
 
 TEST(HintTrack, RefusesWhatItCannotPacketise) {
-  const std::tuple<const char*, Media, u32, std::initializer_list<u32>, u16, Mp4Result> cases[] = {
+  const std::tuple<const char*, Media, u32, std::vector<u32>, u16, Mp4Result> cases[] = {
       {"a track that is not there", Video({}), MP4_HINT_VIDEO, {9}, 500, MP4_NOT_FOUND},
       {"itself, which is not closed", Video({}), MP4_HINT_VIDEO, {2}, 500, MP4_NOT_FOUND},
       {"a second one that is not there", Video({}), MP4_HINT_VIDEO, {1, 9}, 500, MP4_NOT_FOUND},
