@@ -1,6 +1,5 @@
 #include "engine/box_list.h"
 
-#include <set>
 #include <tuple>
 
 #include "support/answer.h"
@@ -47,16 +46,6 @@ TEST(BoxList, FindsOccurrencesInAnyOrder) {
   EXPECT_EQ(indexOf(kTrak, 1), 0u) << "nothing of the old items is remembered";
   Append(&list, kTrak);
   EXPECT_EQ(indexOf(kTrak, 1), 1u);
-}
-
-TEST(Result, EachCodeHasANameAndASentenceOfItsOwn) {
-  std::set<std::string> names, texts;
-  for (u32 code = MP4_OK; code <= MP4_NO_SCENE_TRACKS + 1; ++code) {
-    names.insert(Mp4ResultName(Mp4Result{code}));
-    texts.insert(Mp4ResultText(Mp4Result{code}));
-  }
-  EXPECT_EQ(names.size() + texts.size(), 2 * (MP4_NO_SCENE_TRACKS + 2u));
-  EXPECT_STREQ(Mp4ResultName(Mp4Result{0xFFFFFFFF}), "MP4_UNKNOWN");
 }
 
 }  // namespace

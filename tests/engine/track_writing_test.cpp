@@ -148,25 +148,6 @@ TEST(TrackWriting, EachStepOfTheSetUpNeedsTheOnesBeforeIt) {
   EXPECT_EQ(Ask(*track, &CMp4Track::FindSyncSample, 0u).result, MP4_NOT_READY);
 }
 
-TEST(TrackWriting, KindsHaveTheirHandlerAndMediaHeader) {
-  const std::tuple<u32, const char*, Bytes> cases[] = {
-      {MP4_KIND_VIDEO, "vide", Vmhd()},
-      {MP4_KIND_AUDIO, "soun", Smhd()},
-      {MP4_KIND_OBJECT_DESCRIPTOR, "odsm", Nmhd()},
-      {MP4_KIND_SCENE_DESCRIPTION, "sdsm", Nmhd()},
-      {MP4_KIND_TEXT, "text", Nmhd()},
-  };
-  for (const auto& [kind, handler, mediaHeader] : cases) {
-    WrittenMovie movie;
-    CMp4Track* track = movie.AddTextTrack(1, kind);
-    const Bytes content = movie.Finish({track});
-    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/hdlr"),
-              FullBox("hdlr", 0, 0, Bytes().U32(0).Text(handler).Zeros(13)));
-    const std::string code(mediaHeader.begin() + 4, mediaHeader.begin() + 8);
-    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/minf/" + code), mediaHeader);
-  }
-}
-
 // A second media header is added, and a kind without a handler leaves the handler of the first.
 TEST(TrackWriting, SettingTheKindTwiceAddsASecondMediaHeader) {
   WrittenMovie movie;
@@ -266,18 +247,6 @@ TEST(TrackWriting, AFinishedTrackOpensButItsSamplesAreNotRead) {
   EXPECT_EQ(movie->CloseTrack(opened), MP4_OK);
   ASSERT_EQ(second->WriteSample("second", 6, 0, 0, 1), MP4_OK);
   EXPECT_EQ(BoxAt(movie.Finish({second}), "mdat"), Box("mdat", Bytes().U64(0x100000008).Text("firstsecond")));
-}
-
-TEST(TrackWriting, ATrackThatOutlivesItsFileIsDetached) {
-  WrittenMovie movie;
-  CMp4Track* track = movie.AddTextTrack();
-  ASSERT_EQ(WriteSample(track, 1, 0, false), MP4_OK);
-  movie.DestroyFile();
-  EXPECT_EQ(WriteSample(track, 1, 1), MP4_NOT_READY);
-  EXPECT_EQ(track->SetTrackType(MP4_KIND_TEXT), MP4_NOT_READY);
-  EXPECT_EQ(track->SetTimeScale(1), MP4_NOT_READY);
-  EXPECT_EQ(track->SetLine21Format(0, 0, 0), MP4_NOT_READY);
-  delete track;
 }
 
 }  // namespace

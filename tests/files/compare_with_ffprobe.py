@@ -23,8 +23,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 MEDIA = {".mp4", ".3gp", ".m4a"}
 
 
-def run(*command):
-    done = subprocess.run([str(part) for part in command], capture_output=True)
+def run(*command, timeout=None):
+    done = subprocess.run([str(part) for part in command], capture_output=True, timeout=timeout)
     if done.returncode != 0:
         raise RuntimeError(f"{command[0]}: exit code {done.returncode}: {done.stderr.decode(errors='replace').strip()}")
     return done.stdout

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <tuple>
 
-#include "tools/caption_movie.h"
+#include "support/movie_builder.h"
 #include "tools/program.h"
 
 namespace kt::test {
@@ -69,7 +69,6 @@ TEST(AddCaptions, FailuresLeaveNothingBehind) {
   Captioned file;
   file.Add("00:00:01:00 9420\n00:00:02:00 94\n", {}, 1, {"in.scc\": line 4: \"94\" is no byte pair"});
   file.Add("", {}, 1, {"in.scc"});
-  file.Add("00:00:02;00 942c", {"--rate", "30"}, 1, {"drop frame"});
   file.Add("00:00:02;00 942c", {"--rate", "25"}, 2, {"25 not in {29.97,30}"});
   file.out = file.scc;
   file.Add("00:00:02;00 942c", {}, 1, {"in.scc\": it is the file that is being read"});
@@ -93,15 +92,6 @@ TEST(AddCaptions, AFileThatComesMeanwhileStays) {
 }
 
 #endif
-
-TEST(CaptionsCommand, OfATrackThatAnotherProgramMade) {
-  const TempFile file(
-      CaptionMovie({ScriptLine(1, "{RCL}{RCL}Hi{EOC}{EOC}"), ScriptLine(2, "{EDM}")}).Build());
-  EXPECT_EQ(ExpectRun({"captions", file.Name()}), "00:00:01.133  Hi\n");
-  EXPECT_EQ(ExpectRun({"captions", "--format", "scc", "--track", "1", file.Name()}),
-            "Scenarist_SCC V1.0\n\n00:00:00:00\t8080\n\n00:00:01:01\t9420 9420 c8e9 942f 942f\n\n"
-            "00:00:02:01\t942c\n");
-}
 
 TEST(CaptionsCommand, SaysWhenThereAreNone) {
   Track titles;

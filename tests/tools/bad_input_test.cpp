@@ -31,13 +31,11 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
       {{}, "ktmp4", "subcommand"},
       {{"inform"}, "ktmp4", "inform"},
       {{"info"}, "ktmp4 info", "FILE"},
-      {{"info", "a.mp4", "b.mp4"}, "ktmp4 info", "b.mp4"},
       {{"info", "--jason", "a.mp4"}, "ktmp4 info", "--jason"},
       {{"samples", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"samples", "--track", "0", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"samples", "--track", "4294967296", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"extract", "--track", "1", "a.mp4"}, "ktmp4 extract", "OUT"},
-      {{"remux", "--type", "1", "a", "b"}, "ktmp4 remux", "--type: 1 not in"},
   };
   for (const auto& [arguments, speaker, part] : rows) {
     EXPECT_EQ(ExpectOneLine(CommandLine(arguments), 2, speaker, {part}), "");
@@ -106,12 +104,6 @@ TEST(BadFile, WithALineEndInItsName) {
                 {"\"no\\x0Asuch\\x1B[31m.mp4\""});
 }
 #endif
-
-TEST(MissingTrack, IsAFailureThatTellsTheCount) {
-  EXPECT_EQ(ExpectOneLine(CommandLine({"samples", "--track", "99", Media("bframes-aac.mp4")}), 1,
-                          "ktmp4 samples", {"MP4_NOT_FOUND (3): the file has 2 tracks"}),
-            "");
-}
 
 // Scripts get an object all the same, and the boxes ahead of the fault show where it is.
 TEST(RefusedFile, IsToldAsFarAsItGoes) {

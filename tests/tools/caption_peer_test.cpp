@@ -120,13 +120,6 @@ const std::vector<Script> kPaintOn = {
     {4, "{EDM}{EDM}{RDC}{RDC}{1470}{1470}one row"},
     {7, "{EDM}{EDM}{RDC}{RDC}{1370}{1370}and{1450}{1450}three{1470}{1470}more"},
     {10, "{EDM}{EDM}{1470}"}};
-const std::vector<Script> kMixed = {
-    {1, "{RCL}{RCL}{ENM}{ENM}{1450}{1450}Good{1470}{1470}morning{EDM}{EOC}{EOC}"},
-    {4, "{RCL}{ENM}{1470}[sighs]{EDM}{EDM}{EOC}"},
-    {7, "{EDM}{EDM}"},
-    {9, "{RU2}{RU2}{CR}{CR}{1470}{1470}>> Breaking news"},
-    {11, "{CR}"},
-    {13, "{EDM}{EDM}"}};
 
 TEST(CaptionPeer, HasTheSamePairsAndRows) {
   const struct {
@@ -137,8 +130,7 @@ TEST(CaptionPeer, HasTheSamePairsAndRows) {
                {"roll-up of two", RollUp("{RU2}"), 5},
                {"roll-up of three", RollUp("{RU3}"), 5},
                {"roll-up of four", RollUp("{RU4}"), 5},
-               {"paint-on", kPaintOn, 6},
-               {"mixed", kMixed, 4}};
+               {"paint-on", kPaintOn, 6}};
   for (const auto& row : cases) {
     SCOPED_TRACE(row.mode);
     const std::string text = SccText(row.scripts);

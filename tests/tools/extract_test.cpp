@@ -138,29 +138,23 @@ TEST(Extract, CleansUpWhenTheDiskIsFull) {
   ExpectOldAlone(folder);
 }
 
-// A movie of 1 GiB, most of it a hole, so that there is time to interrupt its extraction.
-void MakeLongMovie(const std::string& name) {
-  constexpr u32 kSampleSize = 4096, kCount = 1u << 18, kMediaSize = kSampleSize * kCount;
+// All samples lie at the same place: 1 GiB to extract, so that there is time to interrupt it.
+Movie LongMovie() {
+  constexpr u32 kSampleSize = 4096, kCount = 1u << 18;
   Track track;
   track.stts = Stts({{kCount, 10}});
   track.stsz = ConstantStsz(kSampleSize, kCount);
-  track.stsc = Stsc({{1, kCount}});
-  track.chunkOffsets = Stco({24});
+  track.stsc = Stsc({{1, 1}});
+  track.chunkOffsets = Stco(std::vector<u64>(kCount, 24));
   Movie movie = MovieOf(track);
-  movie.mdat = WithDeclaredSize(Box("mdat"), 8 + kMediaSize);
-  const Bytes whole = movie.Build();
-  std::ofstream stream(name, std::ios::binary);
-  const char* bytes = reinterpret_cast<const char*>(whole.data());
-  stream.write(bytes, 24);
-  stream.seekp(kMediaSize, std::ios::cur);
-  stream.write(bytes + 24, static_cast<std::streamsize>(whole.size() - 24));
+  movie.mdat = Box("mdat", Bytes().Zeros(kSampleSize));
+  return movie;
 }
 
 // The work so far goes, what was there before stays, and the shell sees which signal it was.
 TEST(Extract, InterruptedLeavesNothingBehind) {
-  const TempFolder input;
-  const std::string file = input / "long.mp4", err = input / "err";
-  MakeLongMovie(file);
+  const TempFile input(LongMovie().Build()), complaints;
+  const std::string file = input.Name(), err = complaints.Name();
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const TempFolder folder;
     const std::string output = folder / "out";

@@ -173,10 +173,6 @@ TEST(Play, TakesUrls) {
 
 #endif
 
-TEST(Play, RefusesANameThatIsTooLong) {
-  ExpectRun({"play", std::string(300, 'a')}, 1, {"E_FAIL: the name is empty or has more than 255 bytes"});
-}
-
 // Rows and screens keep their time in the file, stamps count from the new position. The captions go on with
 // the pair before it, an end of a caption whose rows were passed over.
 TEST(Captions, PlayFromAPosition) {

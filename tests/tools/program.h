@@ -109,16 +109,6 @@ inline std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-/// Where the last box of this code stands in a file: the position of its code.
-inline std::size_t LastCode(const std::vector<u8>& file, std::string_view code) {
-  const auto found = std::find_end(file.begin(), file.end(), code.begin(), code.end());
-  return static_cast<std::size_t>(found - file.begin());
-}
-
-inline void Put(std::vector<u8>& file, std::size_t position, const std::vector<u8>& bytes) {
-  std::ranges::copy(bytes, file.begin() + static_cast<std::ptrdiff_t>(position));
-}
-
 /// A folder of its own that goes with everything in it.
 class TempFolder : public TempFile {
  public:
