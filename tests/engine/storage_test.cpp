@@ -4,7 +4,6 @@
 
 #include <array>
 #include <filesystem>
-#include <functional>
 #include <limits>
 #include <random>
 
@@ -30,17 +29,6 @@ u64 PositionOf(CStorage& storage) {
   return Got(storage, &CStorage::GetPosition);
 }
 
-/// Runs the same calls over both storages, opened to read `content`.
-void OnBoth(const Bytes& content, const std::function<void(CStorage&)>& calls) {
-  {
-    SCOPED_TRACE("file");
-    calls(*FileOf(content));
-  }
-  SCOPED_TRACE("memory");
-  MemoryBlock memory(content);
-  calls(*memory.operator->());
-}
-
 TEST(Storage, IsBigEndianAndDoesNotExtendThe24BitSign) {
   const auto write = [](CStorage& storage) {
     for (const Mp4Result result :
@@ -61,15 +49,17 @@ TEST(Storage, IsBigEndianAndDoesNotExtendThe24BitSign) {
   MemoryBlock memory(content.size());
   write(*memory.operator->());
   EXPECT_EQ(memory.Written(), content);
-  OnBoth(content, [](CStorage& reader) {
-    EXPECT_EQ(Got(reader, &CStorage::ReadInt64), -2);
-    EXPECT_EQ(Got(reader, &CStorage::ReadInt32), -3);
-    EXPECT_EQ(Got(reader, &CStorage::ReadUInt24), 0x345678u);
-    EXPECT_EQ(Got(reader, &CStorage::ReadInt24), 0xFFFFFC);
-    EXPECT_EQ(Got(reader, &CStorage::ReadInt16), -5);
-    EXPECT_EQ(Got(reader, &CStorage::ReadInt8), -6);
-    EXPECT_EQ(PositionOf(reader), 21u);
-  });
+  FileOf onDisk(content);
+  MemoryBlock inMemory(content);
+  for (CStorage* const reader : std::initializer_list<CStorage*>{onDisk, inMemory}) {
+    EXPECT_EQ(Got(*reader, &CStorage::ReadInt64), -2);
+    EXPECT_EQ(Got(*reader, &CStorage::ReadInt32), -3);
+    EXPECT_EQ(Got(*reader, &CStorage::ReadUInt24), 0x345678u);
+    EXPECT_EQ(Got(*reader, &CStorage::ReadInt24), 0xFFFFFC);
+    EXPECT_EQ(Got(*reader, &CStorage::ReadInt16), -5);
+    EXPECT_EQ(Got(*reader, &CStorage::ReadInt8), -6);
+    EXPECT_EQ(PositionOf(*reader), 21u);
+  }
 }
 
 // A cut read keeps what arrived, and only a read that ran into the end raises the indicator.

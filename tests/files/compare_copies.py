@@ -9,7 +9,6 @@ count from the first decoding time, which a copy does not keep. A long file of t
 from one of the files, and captions are added to another. Where GStreamer is installed, it has to play all copies.
 """
 
-import fractions
 import hashlib
 import json
 import os
@@ -20,7 +19,7 @@ import sys
 import tempfile
 from functools import partial
 
-from compare_with_ffprobe import ffprobe, media_files, packets_of, readable_copy, run, run_jobs, samples_of
+from compare_with_ffprobe import ffprobe, media_files, packets_of, readable_copy, run, run_jobs
 
 WRITABLE = ["mpeg4", "aac", "h263", "amr_nb", "amr_wb"]
 TYPES = ["mp4", "3gp", "m4a"]
@@ -73,8 +72,9 @@ def compare_streams(file, copy, indices, added=0):
     return count
 
 
-def complaints(*command):
-    done = subprocess.run([str(part) for part in command], capture_output=True, text=True, errors="replace")
+def complaints(*command, timeout=None):
+    command = [str(part) for part in command]
+    done = subprocess.run(command, capture_output=True, text=True, errors="replace", timeout=timeout)
     return done.stderr.strip() or (f"exit code {done.returncode}" if done.returncode else "")
 
 
@@ -93,34 +93,18 @@ def expect_no_complaints(file, copy):
 
 
 def expect_played(ktmp4, copy, folder):
-    """GStreamer has to hand out the bytes of every sample that is shown before the movie ends; it stops there, and
-    the movie lasts as long as its first track."""
+    """GStreamer has to play each track of sound or pictures without a complaint."""
     if shutil.which("gst-launch-1.0") is None:
         return
-    info = json.loads(run(ktmp4, "info", "--json", copy))
-    end = fractions.Fraction(info["tracks"][0]["duration"], info["movieTimeScale"])
+    kinds = [track["kind"] for track in json.loads(run(ktmp4, "info", "--json", copy))["tracks"]]
+    pads = [f"video_{number}" for number in range(kinds.count(1))] + [f"audio_{number}" for number in range(kinds.count(2))]
     command = ["gst-launch-1.0", "-q", "filesrc", f"location={copy}", "!", "qtdemux", "name=demux"]
-    wanted, pads = {}, {"video": 0, "audio": 0}
-    for track in info["tracks"]:
-        kind = {1: "video", 2: "audio"}.get(track["kind"])
-        if kind is None:
-            continue
-        played, whole = folder / f"played-{track['index']}", folder / "whole"
-        command += [f"demux.{kind}_{pads[kind]}", "!", "queue", "!", "filesink", f"location={played}"]
-        pads[kind] += 1
-        run(ktmp4, "extract", "--track", track["index"], copy, whole)
-        data, position, shown = whole.read_bytes(), 0, b""
-        for sample in samples_of(ktmp4, copy, track["index"]):
-            if fractions.Fraction(sample["cts"], track["timeScale"]) < end:
-                shown += data[position : position + sample["size"]]
-            position += sample["size"]
-        wanted[played] = shown
-    done = subprocess.run(command, capture_output=True, text=True, errors="replace", timeout=60)
-    if done.returncode or done.stderr.strip():
-        raise AssertionError(f"GStreamer: exit code {done.returncode}, {done.stderr.strip()}")
-    for played, shown in wanted.items():
-        if not shown or played.read_bytes() != shown:
-            raise AssertionError(f"GStreamer: {played.name}: {played.stat().st_size} bytes, {len(shown)} are shown")
+    for pad in pads:
+        command += [f"demux.{pad}", "!", "queue", "!", "filesink", f"location={folder / pad}"]
+    problem = complaints(*command, timeout=60)
+    silent = [pad for pad in pads if not (folder / pad).stat().st_size]
+    if problem or silent:
+        raise AssertionError(f"GStreamer: {problem}, nothing from {silent}")
 
 
 def compare_captioned_file(ktmp4, file, folder):

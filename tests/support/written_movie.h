@@ -80,9 +80,9 @@ class WrittenMovie {
     return track;
   }
   /// A new track that takes samples: captions, which no format of bytes concerns.
-  CMp4Track* AddTextTrack(u32 timeScale = 1000, u32 kind = MP4_KIND_TEXT) {
+  CMp4Track* AddTextTrack(u32 timeScale = 1000) {
     CMp4Track* track = AddBareTrack();
-    EXPECT_EQ(track->SetTrackType(kind), MP4_OK);
+    EXPECT_EQ(track->SetTrackType(MP4_KIND_TEXT), MP4_OK);
     EXPECT_EQ(track->SetTimeScale(timeScale), MP4_OK);
     EXPECT_EQ(track->SetLine21Format(0, 0, 0), MP4_OK);
     return track;
@@ -93,7 +93,6 @@ class WrittenMovie {
     EXPECT_EQ(m_file->Close(), MP4_OK);
     return Content();
   }
-  void DestroyFile() { m_file.reset(); }
 
   Mp4Result result = MP4_NOT_READY;
 

@@ -24,7 +24,6 @@ struct Captioned {
     EXPECT_EQ(ExpectRun(options, exitCode, complaint), "");
   }
   std::string Captions(const std::string& format) { return ExpectRun({"captions", "--format", format, out}); }
-  std::string Samples(const std::string& track) { return ExpectRun({"samples", "--track", track, out}); }
 };
 
 // 20 hours between two lines are more ticks than the writer takes in one step.
@@ -49,20 +48,10 @@ TEST(AddCaptions, TimeCodesAndPairsComeBack) {
     EXPECT_EQ(file.Captions("scc"), "Scenarist_SCC V1.0\n\n" + lines);
     const std::string text = file.Captions("text");
     EXPECT_EQ(Lines(text).back(), std::string(row.time) + "  HiHi") << text;
+    const std::string copy = file.folder / "copy.mp4";
+    ExpectRun({"remux", file.out, copy});
+    EXPECT_EQ(ExpectRun({"captions", "--format", "scc", copy}), file.Captions("scc"));
   }
-}
-
-TEST(AddCaptions, LetsDecodingBeginAtEachLine) {
-  Captioned file;
-  file.Add("00:00:01:00\t9420 c8e9 942f\n\n00:00:02:00 942c 942c\n", {"--rate", "30"});
-  const std::string copy = file.folder / "copy.mp4";
-  EXPECT_EQ(file.Samples("3"),
-            "sample,size,dts,cts,sync\n1,3,0,0,1\n2,3,30,30,1\n3,3,31,31,0\n4,3,32,32,0\n5,3,60,60,1\n"
-            "6,3,61,61,0\n7,3,62,62,0\n");
-  EXPECT_EQ(file.Captions("srt"), "1\n00:00:01,066 --> 00:00:02,000\nHi\n");
-  // A copy of the copy is still the same caption file.
-  ExpectRun({"remux", file.out, copy});
-  EXPECT_EQ(ExpectRun({"captions", "--format", "scc", copy}), file.Captions("scc"));
 }
 
 TEST(AddCaptions, FailuresLeaveNothingBehind) {

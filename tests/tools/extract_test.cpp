@@ -54,16 +54,6 @@ TEST(Extract, WritesAllSamplesOneAfterTheOther) {
   }
 }
 
-TEST(Extract, ThatFailsLeavesTheOldFile) {
-  const TempFolder folder;
-  WriteOld(folder / "out");
-  Track track;
-  track.chunkOffsets = Stco({24, 0x7FFFFFFF});
-  const TempFile file(MovieOf(track).Build());
-  ExpectRun(Extract(file.Name(), folder / "out"), 1, {"cannot read sample 3 of track 1"});
-  ExpectOldAlone(folder);
-}
-
 // A sample of 4 GiB in a file of some hundred bytes: no memory is asked for it.
 TEST(Extract, RefusesASampleLargerThanTheFile) {
   const TempFolder folder;
