@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <set>
 #include <span>
 
@@ -21,22 +20,9 @@ namespace kt::test {
 /// Which decoder; the numbers are those of winelib/picture_decoder.c.
 enum class Coding : int { Mpeg4 = 1, Aac = 2 };
 
-/// What a decoder has put out: pictures in I420, pieces of sound in 16 bits.
-class DecodedPieces {
- public:
-  void Add(std::span<const u8> piece) {
-    const std::lock_guard lock(m_lock);
-    m_pieces.emplace_back(piece.begin(), piece.end());
-  }
-  std::vector<std::vector<u8>> Take() {
-    const std::lock_guard lock(m_lock);
-    return std::exchange(m_pieces, {});
-  }
-
- private:
-  std::mutex m_lock;
-  std::vector<std::vector<u8>> m_pieces;
-};
+/// What a decoder has put out: pictures in I420, pieces of sound in 16 bits. To be read once its stream has
+/// ended.
+using DecodedPieces = std::vector<std::vector<u8>>;
 
 /// A picture in I420 as a renderer shows it: 32 bits, the lowest line first.
 inline std::vector<u8> ToRgb32(std::span<const u8> picture, u32 width, u32 height) {
@@ -62,25 +48,19 @@ struct Decoder;
 
 /// The functions of winelib/picture_decoder.c.
 struct DecoderModule {
-  DecoderModule() : m_module(LoadLibraryA(KTMP4_PICTURE_DECODER)) {
-    EXPECT_NE(m_module, nullptr) << KTMP4_PICTURE_DECODER;
-    Find(m_open, "KtDecoderOpen");
-    Find(m_close, "KtDecoderClose");
-    Find(m_send, "KtDecoderSend");
-    Find(m_flush, "KtDecoderFlush");
-    Find(m_receive, "KtDecoderReceive");
-  }
   template <class Function>
-  void Find(Function& function, const char* name) {
-    function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+  Function* Find(const char* name) const {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
   }
 
-  const HMODULE m_module;
-  Decoder* (*m_open)(Coding coding, const u8* info, int size);
-  void (*m_close)(Decoder* decoder);
-  int (*m_send)(Decoder* decoder, const u8* bytes, int size);
-  void (*m_flush)(Decoder* decoder);
-  int (*m_receive)(Decoder* decoder, const u8** bytes);
+  const HMODULE m_module = LoadLibraryA(KTMP4_PICTURE_DECODER);
+  Decoder* (*const m_open)(Coding, const u8* info,
+                           int size) = Find<Decoder*(Coding, const u8*, int)>("KtDecoderOpen");
+  void (*const m_close)(Decoder*) = Find<void(Decoder*)>("KtDecoderClose");
+  int (*const m_send)(Decoder*, const u8* bytes,
+                      int size) = Find<int(Decoder*, const u8*, int)>("KtDecoderSend");
+  void (*const m_flush)(Decoder*) = Find<void(Decoder*)>("KtDecoderFlush");
+  int (*const m_receive)(Decoder*, const u8** bytes) = Find<int(Decoder*, const u8**)>("KtDecoderReceive");
 };
 
 inline const DecoderModule& Module() {
@@ -97,12 +77,17 @@ inline u32 NumberAt(const AM_MEDIA_TYPE& type, std::size_t offset) {
 inline CMediaType PictureType(u32 width, u32 height) {
   VIDEOINFOHEADER format = {};
   format.AvgTimePerFrame = 400'000;
-  format.bmiHeader.biSize = sizeof format.bmiHeader;
-  format.bmiHeader.biWidth = static_cast<LONG>(width);
-  format.bmiHeader.biHeight = static_cast<LONG>(height);
-  format.bmiHeader.biPlanes = 1;
-  format.bmiHeader.biBitCount = 32;
-  format.bmiHeader.biSizeImage = width * height * 4;
+  format.bmiHeader = {sizeof format.bmiHeader,
+                      static_cast<LONG>(width),
+                      static_cast<LONG>(height),
+                      1,
+                      32,
+                      BI_RGB,
+                      width * height * 4,
+                      0,
+                      0,
+                      0,
+                      0};
   CMediaType type = PlainType(::MEDIATYPE_Video, MEDIASUBTYPE_RGB32);
   type.formattype = FORMAT_VideoInfo;
   type.lSampleSize = format.bmiHeader.biSizeImage;
@@ -111,16 +96,12 @@ inline CMediaType PictureType(u32 width, u32 height) {
 }
 
 inline CMediaType SoundType(const WAVEFORMATEX& source) {
-  WAVEFORMATEX format = {};
-  format.wFormatTag = WAVE_FORMAT_PCM;
-  format.nChannels = source.nChannels;
-  format.nSamplesPerSec = source.nSamplesPerSec;
-  format.wBitsPerSample = 16;
-  format.nBlockAlign = static_cast<WORD>(format.nChannels * 2);
-  format.nAvgBytesPerSec = format.nSamplesPerSec * format.nBlockAlign;
+  const WORD align = static_cast<WORD>(source.nChannels * 2);
+  const WAVEFORMATEX format = {
+      WAVE_FORMAT_PCM, source.nChannels, source.nSamplesPerSec, source.nSamplesPerSec * align, align, 16, 0};
   CMediaType type = PlainType(::MEDIATYPE_Audio, MEDIASUBTYPE_PCM);
   type.formattype = ::FORMAT_WaveFormatEx;
-  type.lSampleSize = 2048u * format.nBlockAlign;
+  type.lSampleSize = 2048u * align;
   type.SetFormat(&format, sizeof format);
   return type;
 }
@@ -172,7 +153,7 @@ class DecodingWork final : public StandInWork {
     const u8* bytes = nullptr;
     while (const int size = Module().m_receive(m_decoder, &bytes)) {
       const std::span<const u8> piece(bytes, static_cast<std::size_t>(size));
-      m_pieces->Add(piece);
+      m_pieces->emplace_back(piece.begin(), piece.end());
       ComPointer<IMediaSample> sample;
       HRESULT result = output.GetDeliveryBuffer(sample.Put());
       if (FAILED(result)) return result;
@@ -223,15 +204,13 @@ class MappedDecoder {
     const bool isSound = coding == Coding::Aac;
     const CLSID* major = isSound ? &::MEDIATYPE_Audio : &::MEDIATYPE_Video;
     const REGPINTYPES input = {major, &SubtypeOf(coding)};
-    const REGPINTYPES output = {major, isSound ? &MEDIASUBTYPE_PCM : &MEDIASUBTYPE_RGB32};
-    WCHAR names[][4] = {L"In", L"Out"};
-    const REGFILTERPINS pins[] = {{names[0], FALSE, FALSE, FALSE, FALSE, nullptr, nullptr, 1, &input},
-                                  {names[1], FALSE, TRUE, FALSE, FALSE, nullptr, nullptr, 1, &output}};
+    WCHAR name[] = L"In";
+    const REGFILTERPINS pin = {name, FALSE, FALSE, FALSE, FALSE, nullptr, nullptr, 1, &input};
     REGFILTER2 registered = {};
     registered.dwVersion = 1;
     registered.dwMerit = MERIT_PREFERRED;
-    registered.cPins = 2;
-    registered.rgPins = pins;
+    registered.cPins = 1;
+    registered.rgPins = &pin;
     EXPECT_EQ(CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER, IID_IFilterMapper2,
                                m_mapper.PutVoid()),
               S_OK);

@@ -15,8 +15,7 @@ namespace {
 using EnduranceTest = SourceTest;
 
 struct Use {
-  i64 handles = 0;
-  i64 bytes = 0;
+  i64 handles = 0, bytes = 0;
 };
 
 // Wine does not count handles. New ones take the lowest numbers that are free, so the last of many tells how
@@ -33,7 +32,6 @@ Use UseOfThisProcess() {
   memory.cb = sizeof memory;
   EXPECT_TRUE(K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory));
   use.bytes = static_cast<i64>(memory.WorkingSetSize);
-  EXPECT_GT(use.bytes, 0);
   return use;
 }
 

@@ -6,7 +6,6 @@
 #include <objbase.h>
 #include <olectl.h>
 
-#include <cstdlib>
 #include <cwchar>
 #include <thread>
 
@@ -44,10 +43,6 @@ class Frame {
   Frame(const Frame&) = delete;
   Frame& operator=(const Frame&) = delete;
   ~Frame() {
-    // For whoever wants to see the page.
-    if (const char* seconds = std::getenv("KTMP4_SHOW_SECONDS")) {
-      std::this_thread::sleep_for(std::chrono::seconds(std::atoi(seconds)));
-    }
     // Posted, because the frame looks whether it is to end between messages of its own queue.
     PostMessageW(Window(), PSM_PRESSBUTTON, PSBTN_CANCEL, 0);
     m_thread.join();
@@ -72,16 +67,6 @@ class Frame {
         },
         reinterpret_cast<LPARAM>(&window));
     return window;
-  }
-  std::string TabTitle(int index) {
-    const HWND tabs = reinterpret_cast<HWND>(SendMessageW(Window(), PSM_GETTABCONTROL, 0, 0));
-    char text[100] = {};
-    TCITEMA item = {};
-    item.mask = TCIF_TEXT;
-    item.pszText = text;
-    item.cchTextMax = sizeof text;
-    SendMessageA(tabs, TCM_GETITEMA, static_cast<WPARAM>(index), reinterpret_cast<LPARAM>(&item));
-    return text;
   }
 
  private:
@@ -132,7 +117,6 @@ TEST_F(PagesTest, ShowWhatTheFileHas) {
     PlayedSource source;
     EXPECT_TRUE(row.file == nullptr || source.Load(MediaFile(row.file)) == S_OK);
     Frame frame(source.Filter());
-    EXPECT_EQ(frame.TabTitle(1), "Basic");
     const HWND page = frame.Page(1);
     ASSERT_NE(page, nullptr);
     EXPECT_EQ(TextOf(page, EDIT_TRACK), "1");
@@ -150,7 +134,6 @@ TEST_F(PagesTest, ShowWhatTheFileHas) {
 TEST_F(PagesTest, TellWhatTheFilterIs) {
   PlayedSource source;
   Frame frame(source.Filter());
-  EXPECT_EQ(frame.TabTitle(0), "About");
   const HWND page = frame.Page(0);
   ASSERT_NE(page, nullptr);
   std::string lines;

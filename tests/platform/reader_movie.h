@@ -19,12 +19,12 @@ class ReaderMovie {
  public:
   ReaderMovie() {
     CMp4Track* const video = m_movie.AddBareTrack();
-    EXPECT_EQ(video->SetTrackType(MP4_KIND_VIDEO), MP4_OK);
-    EXPECT_EQ(video->SetTimeScale(1000), MP4_OK);
-    EXPECT_EQ(video->SetVideoFormat(320, 240, kReaderInfo, sizeof kReaderInfo, MP4_FORMAT_MP4V), MP4_OK);
     CMp4Track* const audio = m_movie.AddBareTrack();
-    EXPECT_EQ(audio->SetTrackType(MP4_KIND_AUDIO), MP4_OK);
-    EXPECT_EQ(audio->SetTimeScale(1000), MP4_OK);
+    for (CMp4Track* const track : {video, audio}) {
+      EXPECT_EQ(track->SetTrackType(track == video ? MP4_KIND_VIDEO : MP4_KIND_AUDIO), MP4_OK);
+      EXPECT_EQ(track->SetTimeScale(1000), MP4_OK);
+    }
+    EXPECT_EQ(video->SetVideoFormat(320, 240, kReaderInfo, sizeof kReaderInfo, MP4_FORMAT_MP4V), MP4_OK);
     EXPECT_EQ(audio->SetAudioFormat(0, 0, kReaderInfo, sizeof kReaderInfo, MP4_FORMAT_MP4A), MP4_OK);
     CMp4Track* const captions = m_movie.AddTextTrack();
 
@@ -43,8 +43,7 @@ class ReaderMovie {
       const u8 caption[] = {0xFF, pairs[i][0], pairs[i][1]};
       EXPECT_EQ(captions->WriteSample(caption, sizeof caption, time, time, 1), MP4_OK);
     }
-    for (CMp4Track* const track : {video, audio, captions}) EXPECT_EQ(m_movie->CloseTrack(track), MP4_OK);
-    EXPECT_EQ(m_movie->Close(), MP4_OK);
+    m_movie.Finish({video, audio, captions});
   }
 
   std::wstring Name() const {

@@ -169,8 +169,8 @@ TEST_F(RegistrationTest, TellsTheFilterMapperOfOneUnusedPinWithTwoTypes) {
   std::memcpy(numbers, data.data(), sizeof numbers);
   const auto guid = [&](std::size_t index) {
     GUID value = {};
-    const std::size_t at = numbers[index];
-    if (at + sizeof value <= data.size()) std::memcpy(&value, data.data() + at, sizeof value);
+    if (numbers[index] <= data.size() - sizeof value)
+      std::memcpy(&value, &data[numbers[index]], sizeof value);
     return value;
   };
   EXPECT_EQ(numbers[1], 0x200000u);

@@ -10,10 +10,6 @@
 namespace kt::test {
 namespace {
 
-std::wstring Wide(const char* ascii) {
-  return {ascii, ascii + std::strlen(ascii)};
-}
-
 TakenSample Look(IMediaSample* sample) {
   TakenSample taken;
   BYTE* bytes = nullptr;
@@ -33,18 +29,12 @@ HRESULT ServerModule::Call(const char* name) const {
   return function != nullptr ? function() : E_NOINTERFACE;
 }
 
-std::wstring ServerModule::Path() const {
-  wchar_t path[500] = {};
-  GetModuleFileNameW(m_module, path, 500);
-  return path;
-}
-
 std::wstring SourcePath() {
-  return Wide(KTMP4_MODULE);
+  return std::filesystem::path(KTMP4_MODULE).wstring();
 }
 
 std::wstring MediaFile(const std::wstring& name) {
-  return Wide(KTMP4_MEDIA "/") + name;
+  return std::filesystem::path(KTMP4_MEDIA "/").wstring() + name;
 }
 
 std::wstring UrlOf(const std::wstring& file, const std::wstring& parameters) {
@@ -102,19 +92,6 @@ std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& w
   return samples;
 }
 
-static constexpr const wchar_t* kReaderReplacement =
-    L"CLSID\\{E436EBB5-524F-11CE-9F53-0020AF0BA770}\\TreatAs";
-
-ReaderReplacement::ReaderReplacement() {
-  wchar_t text[40] = {};
-  StringFromGUID2(::CLSID_KtMp4FileReader, text, 40);
-  EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, kReaderReplacement, nullptr, REG_SZ, text, 78), ERROR_SUCCESS);
-}
-
-ReaderReplacement::~ReaderReplacement() {
-  RegDeleteKeyW(HKEY_CLASSES_ROOT, kReaderReplacement);
-}
-
 PlayedSource::PlayedSource() {
   EXPECT_EQ(m_graph.Create(), S_OK);
   EXPECT_EQ(CoCreateInstance(::CLSID_KtMp4FileReader, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
@@ -160,14 +137,11 @@ void PlayedSource::PlayToEnd() {
   Stop();
 }
 
-HRESULT PlayedSource::Seek(i64 position, const i64* stop, std::size_t pin) {
+HRESULT PlayedSource::Seek(i64 position, std::size_t pin) {
   ComPointer<IMediaSeeking> seeking;
   const HRESULT result = Pins().at(pin).Query(&seeking);
   if (FAILED(result)) return result;
-  i64 end = stop != nullptr ? *stop : 0;
-  return seeking->SetPositions(
-      &position, AM_SEEKING_AbsolutePositioning, &end,
-      static_cast<DWORD>(stop != nullptr ? AM_SEEKING_AbsolutePositioning : AM_SEEKING_NoPositioning));
+  return seeking->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0);
 }
 
 HRESULT PlayedSource::Render(std::size_t pin, IGraphBuilder* graph) {
@@ -194,13 +168,12 @@ std::vector<TakenSample> PlayedSource::Taken(std::size_t pin) {
 std::vector<TakenSample> PlayedSource::TakenOfLastSegment(std::size_t pin) {
   EXPECT_TRUE(Eventually([&] { return Sink(pin).Events().back().kind == SinkEvent::EndOfStream; }));
   const std::vector<SinkEvent> events = Sink(pin).Events();
-  std::vector<TakenSample> samples;
   std::size_t count = 0;
   for (const SinkEvent& event : events) {
     if (event.kind == SinkEvent::NewSegment) count = 0;
     if (event.kind == SinkEvent::Sample) ++count;
   }
-  samples = Taken(pin);
+  std::vector<TakenSample> samples = Taken(pin);
   samples.erase(samples.begin(), samples.end() - static_cast<std::ptrdiff_t>(count));
   return samples;
 }

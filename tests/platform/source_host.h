@@ -28,7 +28,11 @@ class ServerModule {
   HRESULT Unregister() const { return Call("DllUnregisterServer"); }
   HRESULT CanUnload() const { return Call("DllCanUnloadNow"); }
   /// Its name as the platform writes it.
-  std::wstring Path() const;
+  std::wstring Path() const {
+    wchar_t path[500] = {};
+    GetModuleFileNameW(m_module, path, 500);
+    return path;
+  }
 
  private:
   HRESULT Call(const char* name) const;
@@ -111,7 +115,7 @@ class PlayedSource {
   /// From start to end, and stopped.
   void PlayToEnd();
   /// Seeks as a renderer does: by a pin of the source.
-  HRESULT Seek(i64 position, const i64* stop = nullptr, std::size_t pin = 0);
+  HRESULT Seek(i64 position, std::size_t pin = 0);
 
   /// Has a pin render itself into a graph.
   HRESULT Render(std::size_t pin, IGraphBuilder* graph);
@@ -150,10 +154,14 @@ class PlayedSource {
 /// the same. While this lives, asking for that reader leads to the filter.
 class ReaderReplacement {
  public:
-  ReaderReplacement();
+  ReaderReplacement() { EXPECT_EQ(CoTreatAsClass(kPlatformReader, ::CLSID_KtMp4FileReader), S_OK); }
   ReaderReplacement(const ReaderReplacement&) = delete;
   ReaderReplacement& operator=(const ReaderReplacement&) = delete;
-  ~ReaderReplacement();
+  ~ReaderReplacement() { CoTreatAsClass(kPlatformReader, kPlatformReader); }
+
+ private:
+  static constexpr CLSID kPlatformReader = {
+      0xe436ebb5, 0x524f, 0x11ce, {0x9f, 0x53, 0x00, 0x20, 0xaf, 0x0b, 0xa7, 0x70}};
 };
 
 /// A test with the module registered, which leaves nothing of it behind and comes to an end.

@@ -199,10 +199,6 @@ class CStandIn final : public CBaseFilter {
   }
   ULONG GetPinCount() override { return static_cast<ULONG>(m_pins.size()); }
   CBasePin* GetPin(ULONG index) override { return index < m_pins.size() ? m_pins[index].get() : nullptr; }
-  HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** enumerator) override {
-    return FAILED(m_shared.script.pinsResult) ? m_shared.script.pinsResult
-                                              : CBaseFilter::EnumPins(enumerator);
-  }
 
  private:
   void AddPin(const StandInPin& pin) {

@@ -40,8 +40,6 @@ struct StandInScript {
   HRESULT interfaceResult = S_OK;
   /// Takes another input for each further stream that it is configured for, up to this many.
   ULONG mostInputs = 1;
-  /// The answer of `EnumPins`, should it fail.
-  HRESULT pinsResult = S_OK;
   /// Called when an input is about to be connected.
   std::function<void(IPin* peer)> onConnect;
   std::function<std::unique_ptr<StandInWork>()> work;
