@@ -54,13 +54,11 @@ struct DecoderModule {
   }
 
   const HMODULE m_module = LoadLibraryA(KTMP4_PICTURE_DECODER);
-  Decoder* (*const m_open)(Coding, const u8* info,
-                           int size) = Find<Decoder*(Coding, const u8*, int)>("KtDecoderOpen");
+  Decoder* (*const m_open)(Coding, const u8*, int) = Find<Decoder*(Coding, const u8*, int)>("KtDecoderOpen");
   void (*const m_close)(Decoder*) = Find<void(Decoder*)>("KtDecoderClose");
-  int (*const m_send)(Decoder*, const u8* bytes,
-                      int size) = Find<int(Decoder*, const u8*, int)>("KtDecoderSend");
+  int (*const m_send)(Decoder*, const u8*, int) = Find<int(Decoder*, const u8*, int)>("KtDecoderSend");
   void (*const m_flush)(Decoder*) = Find<void(Decoder*)>("KtDecoderFlush");
-  int (*const m_receive)(Decoder*, const u8** bytes) = Find<int(Decoder*, const u8**)>("KtDecoderReceive");
+  int (*const m_receive)(Decoder*, const u8**) = Find<int(Decoder*, const u8**)>("KtDecoderReceive");
 };
 
 inline const DecoderModule& Module() {
@@ -77,17 +75,12 @@ inline u32 NumberAt(const AM_MEDIA_TYPE& type, std::size_t offset) {
 inline CMediaType PictureType(u32 width, u32 height) {
   VIDEOINFOHEADER format = {};
   format.AvgTimePerFrame = 400'000;
-  format.bmiHeader = {sizeof format.bmiHeader,
-                      static_cast<LONG>(width),
-                      static_cast<LONG>(height),
-                      1,
-                      32,
-                      BI_RGB,
-                      width * height * 4,
-                      0,
-                      0,
-                      0,
-                      0};
+  format.bmiHeader.biSize = sizeof format.bmiHeader;
+  format.bmiHeader.biWidth = static_cast<LONG>(width);
+  format.bmiHeader.biHeight = static_cast<LONG>(height);
+  format.bmiHeader.biPlanes = 1;
+  format.bmiHeader.biBitCount = 32;
+  format.bmiHeader.biSizeImage = width * height * 4;
   CMediaType type = PlainType(::MEDIATYPE_Video, MEDIASUBTYPE_RGB32);
   type.formattype = FORMAT_VideoInfo;
   type.lSampleSize = format.bmiHeader.biSizeImage;

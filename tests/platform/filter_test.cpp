@@ -140,6 +140,13 @@ TEST_F(FilterTest, AnswersForPositions) {
   EXPECT_EQ(filter->SetPositions(&time, AM_SEEKING_AbsolutePositioning, nullptr, 0), S_FALSE);
   EXPECT_EQ(filter->SetPositions(nullptr, AM_SEEKING_AbsolutePositioning, nullptr, 0), E_POINTER);
   EXPECT_EQ(filter->GetPreroll(&time), E_NOTIMPL);
+  LONGLONG stop = 500000;
+  time = 0;
+  EXPECT_EQ(
+      filter->SetPositions(&time, AM_SEEKING_AbsolutePositioning, &stop, AM_SEEKING_AbsolutePositioning),
+      S_OK);
+  EXPECT_EQ(filter->GetStopPosition(&time), S_OK);
+  EXPECT_EQ(time, 500000);
 }
 
 TEST_F(FilterTest, OneGraphTakesOneReader) {

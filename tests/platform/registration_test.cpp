@@ -21,15 +21,8 @@ std::wstring InBraces(REFGUID guid) {
   return text;
 }
 
-/// A value as it lies in the registry, to the byte.
-struct Value {
-  DWORD type = REG_NONE;
-  std::vector<u8> data;
-  bool operator==(const Value&) const = default;
-  friend std::ostream& operator<<(std::ostream& out, const Value& value) {
-    return out << "type " << value.type << ", " << testing::PrintToString(value.data);
-  }
-};
+/// Type and bytes of a value as they lie in the registry.
+using Value = std::pair<DWORD, std::vector<u8>>;
 
 Value Stored(HKEY root, const std::wstring& key, const wchar_t* name) {
   BYTE data[1024];
@@ -161,7 +154,7 @@ TEST_F(RegistrationTest, DoesWithoutTheKeysOfAMissingPlayer) {
 TEST_F(RegistrationTest, TellsTheFilterMapperOfOneUnusedPinWithTwoTypes) {
   ASSERT_EQ(m_module.Register(), S_OK);
   const std::wstring filter = InBraces(::CLSID_KtMp4FileReader);
-  const std::vector<u8> data = Stored(HKEY_CLASSES_ROOT, MAPPER_KEY + filter, L"FilterData").data;
+  const std::vector<u8> data = Stored(HKEY_CLASSES_ROOT, MAPPER_KEY + filter, L"FilterData").second;
   // The mapper's own form: version, merit, pins, 0; then for each pin a signature, flags, instances, types,
   // mediums, category; then for each type a signature, 0, and where its identifiers lie.
   DWORD numbers[18] = {};
@@ -169,8 +162,8 @@ TEST_F(RegistrationTest, TellsTheFilterMapperOfOneUnusedPinWithTwoTypes) {
   std::memcpy(numbers, data.data(), sizeof numbers);
   const auto guid = [&](std::size_t index) {
     GUID value = {};
-    if (numbers[index] <= data.size() - sizeof value)
-      std::memcpy(&value, &data[numbers[index]], sizeof value);
+    const std::size_t at = std::min<std::size_t>(numbers[index], data.size() - sizeof value);
+    std::memcpy(&value, &data[at], sizeof value);
     return value;
   };
   EXPECT_EQ(numbers[1], 0x200000u);
