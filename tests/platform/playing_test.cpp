@@ -12,19 +12,17 @@ namespace {
 using PlayingTest = SourceTest;
 
 TEST_F(PlayingTest, DeliversWhatTheLibraryReadsButTheLastSample) {
-  const struct {
-    const wchar_t* name;
-    u32 tracks;
-  } kFiles[] = {{L"bframes-aac.mp4", 2}, {L"ntsc-faststart.mp4", 1}, {L"h263.3gp", 1}, {L"aac.m4a", 1}};
-  for (const auto& file : kFiles) {
+  const std::pair<const wchar_t*, u32> kFiles[] = {
+      {L"bframes-aac.mp4", 2}, {L"ntsc-faststart.mp4", 1}, {L"h263.3gp", 1}, {L"aac.m4a", 1}};
+  for (const auto& [name, tracks] : kFiles) {
     for (const bool isStamped : {false, true}) {
-      SCOPED_TRACE(testing::Message() << file.name << (isStamped ? ", stamped" : ""));
-      PlayedSource played(MediaFile(file.name), {.typePosition = isStamped});
-      ASSERT_EQ(played.Pins().size(), file.tracks);
+      SCOPED_TRACE(testing::Message() << name << (isStamped ? ", stamped" : ""));
+      PlayedSource played(MediaFile(name), {.typePosition = isStamped});
+      ASSERT_EQ(played.Pins().size(), tracks);
       played.PlayToEnd();
-      for (u32 pin = 0; pin < file.tracks; ++pin) {
+      for (u32 pin = 0; pin < tracks; ++pin) {
         const std::vector<TakenSample> expected =
-            SamplesOf(MediaFile(file.name), {.track = pin + 1, .isStamped = isStamped});
+            SamplesOf(MediaFile(name), {.track = pin + 1, .isStamped = isStamped});
         EXPECT_GT(expected.size(), 40u);
         EXPECT_EQ(played.Taken(pin), expected) << "pin " << pin;
         EXPECT_EQ(played.Sink(pin).Count(SinkEvent::EndOfStream), 1u);

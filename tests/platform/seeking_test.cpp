@@ -131,11 +131,9 @@ TEST_F(SeekingTest, AStopKeepsThePosition) {
   for (ULONG round = 0; round < 5; ++round) {
     ASSERT_TRUE(Eventually([&] { return played.Sink(0).IsBlocked(); }));
     EXPECT_EQ(played.Sink(0).Events().back(), (SinkEvent{SinkEvent::Sample, 10 + round}));
-    EXPECT_EQ(played.SinkFilter(0).Stop(), S_OK);
-    EXPECT_EQ(played.SinkFilter(1).Stop(), S_OK);
+    for (const std::size_t pin : {0u, 1u}) EXPECT_EQ(played.SinkFilter(pin).Stop(), S_OK);
     ASSERT_EQ(played.Filter()->Stop(), S_OK);
-    EXPECT_EQ(played.SinkFilter(0).Run(0), S_OK);
-    EXPECT_EQ(played.SinkFilter(1).Run(0), S_OK);
+    for (const std::size_t pin : {0u, 1u}) EXPECT_EQ(played.SinkFilter(pin).Run(0), S_OK);
     ASSERT_EQ(played.Filter()->Run(0), S_OK);
   }
 }
