@@ -110,17 +110,6 @@ TEST(FailingWrite, OfLongTablesIsRepeatedFromTheirBegin) {
   EXPECT_TRUE(attempt.content == whole.content);
 }
 
-TEST(FailingWrite, OfAFileWithoutTracksShowsWhenItIsClosed) {
-  WrittenMovie movie;
-  EXPECT_EQ(movie.result, MP4_OK);
-  {
-    const FileSizeLimit disk(0);
-    EXPECT_EQ(movie->Close(), MP4_FILE_IO);
-  }
-  EXPECT_EQ(movie->Close(), MP4_OK);
-  EXPECT_EQ(movie.Content().size(), 44u);
-}
-
 }  // namespace
 }  // namespace kt
 

@@ -121,21 +121,12 @@ TEST(Play, ShowsTextsThatRideInSamples) {
   ExpectParts(Play(movie), {"text at 0.0000000: \"hello\"\n"});
 }
 
-// Byte pairs that go out one to a tick of a 30th of a second, from `second` on.
-struct CaptionLine {
-  u32 second;
-  std::vector<Line21Pair> pairs;
-};
-
 constexpr u32 kPairsPerSecond = 30;
 
-CaptionLine ScriptLine(u32 second, std::string_view script) {
-  return {second, Line21Pairs(script)};
-}
-
 // A caption track that begins at time 0 with a pair without data, and its media data: samples of three
-// bytes, the first of which means nothing. A line has to end before the next one begins.
-Movie CaptionMovie(const std::vector<CaptionLine>& lines) {
+// bytes, the first of which means nothing. A line begins at a second, with a pair to each tick of a 30th of
+// it, and has to end before the next one begins.
+Movie CaptionMovie(const std::vector<std::pair<u32, const char*>>& lines) {
   Bytes bytes;
   std::vector<std::pair<u32, u32>> durations;
   u32 samples = 0;
@@ -147,10 +138,9 @@ Movie CaptionMovie(const std::vector<CaptionLine>& lines) {
     ++samples;
   };
   add(0, {0x80, 0x80});
-  for (const CaptionLine& line : lines) {
-    for (std::size_t i = 0; i < line.pairs.size(); ++i) {
-      add(line.second * kPairsPerSecond + static_cast<u32>(i) + 1, line.pairs[i]);
-    }
+  for (const auto& [second, script] : lines) {
+    u32 time = second * kPairsPerSecond;
+    for (const Line21Pair& pair : Line21Pairs(script)) add(++time, pair);
   }
   durations.push_back({1, 1});
   Track track;
@@ -168,13 +158,12 @@ Movie CaptionMovie(const std::vector<CaptionLine>& lines) {
 }
 
 Movie PopOnMovie() {
-  return CaptionMovie({ScriptLine(1, "{RCL}{RCL}Hi{EOC}{EOC}"), ScriptLine(2, "{RCL}{PAC}One{PAC}Two{EOC}"),
-                       ScriptLine(4, "{EDM}")});
+  return CaptionMovie({{1, "{RCL}{RCL}Hi{EOC}{EOC}"}, {2, "{RCL}{PAC}One{PAC}Two{EOC}"}, {4, "{EDM}"}});
 }
 
 // Four seconds and more of captions: without a clock they come at once.
 TEST(Play, KeepsTheTimeWhenAskedToAlone) {
-  const Movie movie = CaptionMovie({ScriptLine(100, "{RCL}"), ScriptLine(200, "{EDM}")});
+  const Movie movie = CaptionMovie({{100, "{RCL}"}, {200, "{EDM}"}});
   EXPECT_EQ(SampleLines(Play(movie, {"--cc", "text"})).size(), 2u);
   Track video;
   video.stts = Stts({{4, 100}});
