@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <tuple>
 
@@ -253,6 +255,20 @@ TEST(Track, ReadsWhatBrokenTablesStillTell) {
     EXPECT_EQ(TextOf(track.get(), sample, result), text);
     EXPECT_EQ(TextOf(track.get(), sample, result), text) << "the second time alike";
   }
+}
+
+TEST(Track, ReadsBeyondFourGiB) {
+  constexpr u64 kFar = 0x1'8000'0010;
+  Track content;
+  content.chunkOffsets = Co64({kFar, kFar + 3});
+  OpenedMovie movie(content);
+  // The file grows behind the open one: boxes of 4 GiB would be refused, and the hole costs no disk.
+  std::filesystem::resize_file(movie.Name(), kFar);
+  std::ofstream(movie.Name(), std::ios::binary | std::ios::app) << "ABBCCCDDDD";
+  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  EXPECT_EQ(TextOf(track.get(), 1), "A");
+  EXPECT_EQ(TextOf(track.get(), 2), "BB");
+  EXPECT_EQ(TextOf(track.get(), 4), "DDDD");
 }
 
 // Random layouts against the plain walk: chunk after chunk, sample after sample; some of one size alone.

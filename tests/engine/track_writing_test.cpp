@@ -150,15 +150,19 @@ TEST(TrackWriting, EachStepOfTheSetUpNeedsTheOnesBeforeIt) {
 
 // A second media header is added, and a kind without a handler leaves the handler of the first.
 TEST(TrackWriting, SettingTheKindTwiceAddsASecondMediaHeader) {
-  WrittenMovie movie;
-  CMp4Track* track = movie.AddTextTrack();
-  EXPECT_EQ(track->SetTrackType(MP4_KIND_VIDEO), MP4_OK);
-  EXPECT_EQ(track->SetTrackType(77), MP4_OK);
-  EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), 77u);
-  const Bytes content = movie.Finish({track});
-  EXPECT_EQ(CodesIn(BoxAt(content, "moov/trak/mdia/minf")), "dinfstblnmhdvmhdnmhd");
-  EXPECT_EQ(BoxAt(content, "moov/trak/mdia/hdlr"),
-            FullBox("hdlr", 0, 0, Bytes().U32(0).Text("vide").Zeros(13)));
+  const std::tuple<u32, const char*, const char*> cases[] = {
+      {MP4_KIND_VIDEO, "vide", "dinfstblnmhdvmhdnmhd"}, {MP4_KIND_AUDIO, "soun", "dinfstblnmhdsmhdnmhd"}};
+  for (const auto& [kind, handler, children] : cases) {
+    WrittenMovie movie;
+    CMp4Track* track = movie.AddTextTrack();
+    EXPECT_EQ(track->SetTrackType(kind), MP4_OK);
+    EXPECT_EQ(track->SetTrackType(77), MP4_OK);
+    EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), 77u);
+    const Bytes content = movie.Finish({track});
+    EXPECT_EQ(CodesIn(BoxAt(content, "moov/trak/mdia/minf")), children);
+    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/hdlr"),
+              FullBox("hdlr", 0, 0, Bytes().U32(0).Text(handler).Zeros(13)));
+  }
 }
 
 TEST(TrackWriting, VideoSizesThatTheEntryCannotHoldAreRefusedLate) {
