@@ -47,9 +47,10 @@ void RequireScene(const MovieCopy& copy, const Scene& scene, const std::string& 
     if (index == 0) continue;
     const TrackCopy& track = *copy.Copies()[index - 1];
     if (track.Format() == MP4_FORMAT_MP4V || track.Format() == MP4_FORMAT_MP4A) continue;
-    const std::string lack =
-        " (H.263 or AMR) has no ES descriptor, which the scene of a file of type mp4 needs";
-    throw Failure(operation + ": " + track.Name() + lack + remedy);
+    std::string complaint = operation;
+    complaint += ": " + track.Name();
+    complaint += " (H.263 or AMR) has no ES descriptor, which the scene of a file of type mp4 needs";
+    throw Failure(complaint + remedy);
   }
 }
 
