@@ -25,16 +25,6 @@ std::vector<std::string> Extract(const std::string& file, const std::string& out
   return {"extract", "--track", "1", file, output};
 }
 
-void WriteOld(const std::string& name) {
-  std::ofstream(name) << "old";
-}
-
-// What was there before stays, and nothing else does.
-void ExpectOldAlone(const TempFolder& folder) {
-  EXPECT_EQ(ReadText(folder / "out"), "old");
-  EXPECT_EQ(folder.Names(), std::vector<std::string>{"out"});
-}
-
 TEST(Extract, WritesAllSamplesOneAfterTheOther) {
   const TempFolder folder;
   Track empty;
@@ -98,6 +88,16 @@ TEST(Extract, RefusesWhatItMustNotReplace) {
 }
 
 #ifndef _WIN32
+
+void WriteOld(const std::string& name) {
+  std::ofstream(name) << "old";
+}
+
+// What was there before stays, and nothing else does.
+void ExpectOldAlone(const TempFolder& folder) {
+  EXPECT_EQ(ReadText(folder / "out"), "old");
+  EXPECT_EQ(folder.Names(), std::vector<std::string>{"out"});
+}
 
 TEST(Extract, GoesThroughALinkAndKeepsThePermissions) {
   const TempFolder folder;
