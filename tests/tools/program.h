@@ -60,7 +60,11 @@ inline Outcome RunShell(const std::string& line) {
   const TempFile out, err;
   std::string command = line + " >" + ShellWord(out.Name()) + " 2>" + ShellWord(err.Name());
 #ifdef _WIN32
-  const int exitCode = std::system(("\"" + command + "\"").c_str());
+  // Wine fails now and then to start the shell (-1), or the shell the program (9009): nothing has run then.
+  int exitCode = -1;
+  for (int tries = 0; tries < 5 && (exitCode == -1 || exitCode == 9009); ++tries) {
+    exitCode = std::system(("\"" + command + "\"").c_str());
+  }
 #else
   const int status = std::system(command.c_str());
   const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
