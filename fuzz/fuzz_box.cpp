@@ -11,14 +11,13 @@
 namespace {
 
 using namespace kt;
+using kt::fuzz::Ignore;
 using kt::fuzz::Require;
 
 using Buffer = std::vector<u8>;
 
 // Enough for what an input can grow by; sizes that boxes claim are no measure.
 constexpr std::size_t kSpare = 1 << 16;
-
-void Ignore(Mp4Result /*result*/) {}
 
 Mp4Result Read(CBoxList* list, Buffer* bytes) {
   CMemoryStorage storage;

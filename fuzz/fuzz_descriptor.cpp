@@ -12,11 +12,10 @@
 namespace {
 
 using namespace kt;
+using kt::fuzz::Ignore;
 using kt::fuzz::Require;
 
 using Buffer = std::vector<u8>;
-
-void Ignore(Mp4Result /*result*/) {}
 
 // A storage over a block that is exactly as large as its contents.
 class Block {

@@ -13,6 +13,7 @@
 namespace {
 
 using namespace kt;
+using kt::fuzz::Ignore;
 using kt::fuzz::Require;
 
 constexpr u32 kMaxTracks = 40;
@@ -21,8 +22,6 @@ constexpr u32 kLastSamples = 20;
 constexpr u32 kMaxSampleBuffer = 1 << 17;
 
 // What an operation answers is of no interest here; that it comes back is.
-void Ignore(Mp4Result /*result*/) {}
-
 template <class Source>
 void AskCopyrights(Source* source) {
   for (const u32 index : {0u, 1u, 2u}) {

@@ -10,11 +10,10 @@
 namespace {
 
 using namespace kt;
+using kt::fuzz::Ignore;
 using kt::fuzz::Require;
 
 using Buffer = std::vector<u8>;
-
-void Ignore(Mp4Result /*result*/) {}
 
 // The padding flag goes through two places before it is gone.
 constexpr int kRoundsToSettle = 3;

@@ -17,14 +17,13 @@
 namespace {
 
 using namespace kt;
+using kt::fuzz::Ignore;
 using kt::fuzz::Require;
 
 constexpr std::size_t kChoice = 15;
 constexpr u32 kMaxTracks = 5;
 constexpr u32 kMaxSamples = 150;
 constexpr u32 kMaxSampleSize = 1 << 14;
-
-void Ignore(Mp4Result /*result*/) {}
 
 std::unique_ptr<CMp4File> MakeFile() {
   CMp4File* made = nullptr;

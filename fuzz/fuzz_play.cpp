@@ -18,13 +18,12 @@
 namespace {
 
 using namespace kt;
+using kt::fuzz::Ignore;
 using kt::fuzz::Require;
 
 constexpr u32 kSamplesPerRun = 60;
 constexpr std::size_t kChoice = 15;
 constexpr u32 kLargestBuffer = 1 << 20;
-
-void Ignore(FilterResult /*result*/) {}
 
 class Host final : public ReaderHost {
  public:

@@ -18,6 +18,10 @@ inline void Require(bool condition, const char* what) {
   std::abort();
 }
 
+/// For a call that only has to come back, whatever it answers.
+template <class Result>
+void Ignore(Result /*result*/) {}
+
 /// Dumps are made and thrown away.
 inline void SilenceStandardOutput() {
   static const bool done = std::freopen("/dev/null", "w", stdout) != nullptr;
