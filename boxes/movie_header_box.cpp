@@ -9,7 +9,7 @@ Mp4Result CMovieHeaderBox::Dump(int indent) {
   KT_TRY(CFullBox::Dump(indent));
   DumpTimes(indent);
   PrintIndent(indent);
-  std::printf("TimeScale=%u Duration=%" PRIu64 "\n", m_ui32TimeScale, m_ui64Duration);
+  std::printf("TimeScale = %u Duration = %" PRIu64 "\n", m_ui32TimeScale, m_ui64Duration);
   // The duration stands in two lines; readers of dumps rely on both.
   PrintIndent(indent);
   std::printf("Duration=%" PRIu64 ", Rate=%d, Volume=%d, NextTrackId=%d\n", m_ui64Duration, m_i32Rate,

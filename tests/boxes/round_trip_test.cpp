@@ -98,9 +98,9 @@ std::vector<RoundTrip> HeaderCases() {
        "Major Brand=3gp4 Minor Version=0, #Compatible Brands=0:\n"},
       {"mvhd", FullBox("mvhd", 0, 0, Bytes(narrow).U32s({600, 1200}).Add(mvhdTail)),
        std::string(kDates) +
-           "TimeScale=600 Duration=1200\nDuration=1200, Rate=32768, Volume=-256, NextTrackId=77\n"},
+           "TimeScale = 600 Duration = 1200\nDuration=1200, Rate=32768, Volume=-256, NextTrackId=77\n"},
       {"mvhd version 1", FullBox("mvhd", 1, 0, Bytes(wide).U32(600).U64(0x123456789A).Add(mvhdTail)),
-       wideDates + "TimeScale=600 Duration=78187493530\n"
+       wideDates + "TimeScale = 600 Duration = 78187493530\n"
                    "Duration=78187493530, Rate=32768, Volume=-256, NextTrackId=77\n"},
       // A version above 1 has narrow times.
       {"tkhd version 2", FullBox("tkhd", 2, 7, Bytes(narrow).U32s({5, 6, 1000}).Add(tkhdTail)),
