@@ -3,7 +3,7 @@
 namespace kt {
 namespace {
 
-// ISO/IEC 14496-1, 8.3.6: the SL settings reserved for MP4 files.
+// ISO/IEC 14496-1, 7.3.2.3: the SL settings reserved for MP4 files.
 constexpr u8 kSlPredefinedMp4 = 2;
 
 }  // namespace

@@ -21,7 +21,7 @@ class CMP4SampleEntry {
   /// Borrowed.
   virtual Mp4Result GetEsDescriptor(CESDescriptor** descriptor);
   /// Fills the descriptor in, which is made when there is none: object and stream type by ISO/IEC 14496-1,
-  /// tables 5 and 6, and `infoSize` bytes for the decoder. MP4_NO_MEMORY; MP4_NOT_READY the second time.
+  /// 7.2.6.6, and `infoSize` bytes for the decoder. MP4_NO_MEMORY; MP4_NOT_READY the second time.
   virtual Mp4Result SetDecoderConfig(u16 esId, u8 objectType, u8 streamType, const void* info, u32 infoSize);
 
   /// Bits per second; makes the descriptor when there is none. MP4_NO_MEMORY.

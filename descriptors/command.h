@@ -5,7 +5,8 @@
 namespace kt {
 
 /// Base of the object descriptor commands, the access units of an object descriptor stream. On the wire a
-/// command looks like a descriptor, but it has tags and failures of its own. ISO/IEC 14496-1, 8.5.
+/// command looks like a descriptor, but it has tags and failures of its own. ISO/IEC 14496-1, 7.2.2.3 and
+/// 7.2.5.5.
 class CBaseCommand {
  public:
   /// The bare command, all fields zero, into which a header is read.

@@ -8,7 +8,7 @@
 namespace kt {
 
 /// Which decoder an elementary stream needs, its buffer and its bit rates; holds the decoder specific info if
-/// there is any. ISO/IEC 14496-1, 8.3.5.
+/// there is any. ISO/IEC 14496-1, 7.2.6.6.
 class CDecoderConfigDescriptor : public CBaseDescriptor {
  public:
   CDecoderConfigDescriptor() : CBaseDescriptor(kDecoderConfigDescriptorTag) {}

@@ -5,7 +5,7 @@
 
 namespace kt {
 
-/// The set-up data of a decoder as raw bytes. ISO/IEC 14496-1, 8.3.6.
+/// The set-up data of a decoder as raw bytes. ISO/IEC 14496-1, 7.2.6.7.
 class CDecoderSpecificInfo : public CBaseDescriptor {
  public:
   CDecoderSpecificInfo() : CBaseDescriptor(kDecoderSpecificInfoTag) {}

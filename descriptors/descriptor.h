@@ -4,7 +4,7 @@
 
 namespace kt {
 
-/// Tags of ISO/IEC 14496-1, table 1, and of ISO/IEC 14496-14, 3.1.
+/// Tags of ISO/IEC 14496-1, 7.2.2.1, and of ISO/IEC 14496-14, 3.1.
 enum DescriptorTag : u32 {
   kObjectDescriptorTag = 1,
   kInitialObjectDescriptorTag = 2,
@@ -29,7 +29,7 @@ enum DescriptorTag : u32 {
 /// Derived classes follow the pattern of the boxes: the factory reads the header into a bare descriptor and
 /// hands it to the concrete class, whose `Deserialize` then reads the body alone. `Serialize`,
 /// `SerializeToBuffer`, `Dump` and `CalculateSize` call their base first and stop on its failure.
-/// ISO/IEC 14496-1, 8.3.
+/// ISO/IEC 14496-1, 7.2.2.2.
 class CBaseDescriptor {
  public:
   /// The bare descriptor, all fields zero, into which a header is read.

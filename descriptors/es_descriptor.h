@@ -8,7 +8,7 @@
 namespace kt {
 
 /// One elementary stream: its number, what it depends on, how to decode it and how its packets are headed.
-/// The descriptor behind the "esds" box. ISO/IEC 14496-1, 8.3.3.
+/// The descriptor behind the "esds" box. ISO/IEC 14496-1, 7.2.6.5.
 ///
 /// Readers rely on three simplifications: of the priority only bits 0 and 2 survive reading, the OCR flag is
 /// shown but never written, and no OCR_ES_ID is read or written whatever the flag says.

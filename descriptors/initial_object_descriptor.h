@@ -6,7 +6,7 @@ namespace kt {
 
 /// The entry point of an MPEG-4 presentation: the profiles and levels that it needs and its first streams. In
 /// the file form ("MP4 IOD") it points at tracks, in the systems form it embeds ES descriptors.
-/// ISO/IEC 14496-1, 8.3.2.
+/// ISO/IEC 14496-1, 7.2.6.4.
 class CInitialObjectDescriptor : public CObjectDescriptorBase {
  public:
   /// In the file form.

@@ -5,7 +5,7 @@
 namespace kt {
 
 /// Groups the elementary streams of one media object. In the file form ("MP4 OD") it points at tracks, in the
-/// systems form it embeds ES descriptors; the form is told by the tag. ISO/IEC 14496-1, 8.3.1.
+/// systems form it embeds ES descriptors; the form is told by the tag. ISO/IEC 14496-1, 7.2.6.3.
 class CObjectDescriptor : public CObjectDescriptorBase {
  public:
   /// In the file form.

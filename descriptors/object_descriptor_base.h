@@ -7,8 +7,8 @@
 namespace kt {
 
 /// What the object descriptor and the initial object descriptor have in common: an id of 10 bits, and either
-/// a URL or the streams of the object with their object content information. ISO/IEC 14496-1, 8.3.1
-/// and 8.3.2.
+/// a URL or the streams of the object with their object content information. ISO/IEC 14496-1, 7.2.6.3
+/// and 7.2.6.4.
 ///
 /// Readers rely on two losses: descriptors of other tags are dropped when read, and so are extension
 /// descriptors unless the URL flag is set.

@@ -6,7 +6,7 @@
 namespace kt {
 
 /// The command that brings object descriptors into force. There is no factory for commands: whoever expects
-/// one makes it. ISO/IEC 14496-1, 8.5.5.1.
+/// one makes it. ISO/IEC 14496-1, 7.2.5.5.
 class CObjectDescriptorUpdate : public CBaseCommand {
  public:
   CObjectDescriptorUpdate() : CBaseCommand(1) {}

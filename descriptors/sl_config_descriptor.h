@@ -5,7 +5,7 @@
 namespace kt {
 
 /// How the packets of an elementary stream are headed. Custom headers are read as far as their fields matter
-/// to a file and cannot be written. ISO/IEC 14496-1, 10.2.3.
+/// to a file and cannot be written. ISO/IEC 14496-1, 7.3.2.3.
 class CSLConfigDescriptor : public CBaseDescriptor {
  public:
   CSLConfigDescriptor() : CBaseDescriptor(kSlConfigDescriptorTag) {}

@@ -8,7 +8,7 @@ namespace kt {
 
 /// Measures the bit rates of a track while its samples are written or packetised: the highest number of bits
 /// within a window of one second that slides over the samples, and the average over all of them. They end up
-/// in the track's decoder config, ISO/IEC 14496-1, 8.3.4, and in the figures of a hint track.
+/// in the track's decoder config, ISO/IEC 14496-1, 7.2.6.6, and in the figures of a hint track.
 class CBitRateWindow {
  public:
   /// Counts the next sample. `time` is its decoding time in media ticks, of which a second has `timeScale`.

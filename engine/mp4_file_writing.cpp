@@ -17,7 +17,7 @@
 namespace kt {
 namespace {
 
-// ISO/IEC 14496-1, tables 2 and 3, of the streams that a file of MPEG-4 video and sound has by default.
+// ISO/IEC 14496-1, 7.2.6.4, of the streams that a file of MPEG-4 video and sound has by default.
 constexpr u32 kVisualProfileLevel = 3;
 constexpr u32 kAudioProfileLevel = 15;
 

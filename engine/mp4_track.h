@@ -84,7 +84,7 @@ class CMp4Track {
   virtual Mp4Result SetDimensions(u32 width, u32 height) = 0;
   /// Makes the sample entry of a video track and sets its size in pixels, which is that of presentation as
   /// well. `format` is MP4_FORMAT_MP4V or MP4_FORMAT_S263; `info` is the decoder specific info (ISO/IEC
-  /// 14496-1, 8.3.5) or the payload of "d263" (3GPP TS 26.244, 6.8) and is copied. MP4_BAD_ARGUMENT for
+  /// 14496-1, 7.2.6.7) or the payload of "d263" (3GPP TS 26.244, 6.8) and is copied. MP4_BAD_ARGUMENT for
   /// another format, and for a size from 32768 up, when the entry is there all the same; MP4_NO_MEMORY.
   virtual Mp4Result SetVideoFormat(u32 width, u32 height, const void* info, u32 infoSize, u32 format) = 0;
   /// Makes the sample entry of an audio track, at the sample rate of the time scale, of which 16 bits are

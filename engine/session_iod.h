@@ -31,7 +31,7 @@ Mp4Result BuildSessionIod(CMp4File* file, const CInitialObjectDescriptor& ofFile
 /// the ids of their objects and stay as they are for none. With `references` the two are track ids that stand
 /// among its "mpod" references, by which the objects point at them; with null they are indices, and their ES
 /// descriptors are embedded. MP4_NOT_FOUND for none of both, MP4_NOT_READY for an id without a reference,
-/// MP4_NO_MEMORY; what opening a track answers. ISO/IEC 14496-1, 8.5.5.1.
+/// MP4_NO_MEMORY; what opening a track answers. ISO/IEC 14496-1, 7.2.5.5.
 Mp4Result BuildOdUpdate(CMp4File* file, CTrackReferenceBox* references, u32 videoTrack, u32 audioTrack,
                         u32* videoOdId, u32* audioOdId, ByteBlock* block);
 

@@ -27,7 +27,7 @@
 namespace kt {
 namespace {
 
-// ISO/IEC 14496-1, tables 5 and 6.
+// ISO/IEC 14496-1, 7.2.6.6, tables 5 and 6.
 constexpr u8 kObjectTypeSystems = 0x02;
 constexpr u8 kObjectTypeVisual = 0x20;
 constexpr u8 kObjectTypeAudio = 0x40;
