@@ -17,8 +17,8 @@ class CAMRSpecificBox final : public CSpecificBox {
 /// AMR speech. 3GPP TS 26.244, 6.5.
 class CAMRSampleEntry : public CSpecificSampleEntry<CAudioSampleEntry, CAMRSpecificBox> {
  public:
-  /// Always 1, whatever the field says.
-  Mp4Result GetChannelCount(u16* channels) const override {
+  /// Always 1, whatever the field says, which the operation of the same name of `CAudioSampleEntry` tells.
+  virtual Mp4Result GetChannelCount(u16* channels) const {
     *channels = 1;
     return MP4_OK;
   }

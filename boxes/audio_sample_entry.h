@@ -8,7 +8,7 @@ namespace kt {
 class CAudioSampleEntry : public CFieldsBox<CAudioSampleEntry, CSampleEntry> {
  public:
   Mp4Result Dump(int indent) override;
-  virtual Mp4Result GetChannelCount(u16* channels) const;
+  Mp4Result GetChannelCount(u16* channels) const;
   /// Samples per second, without the fraction.
   Mp4Result GetSampleRate(u32* rate) const;
   Mp4Result SetSampleRate(u16 rate);

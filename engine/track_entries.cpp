@@ -79,6 +79,7 @@ Mp4Result CTrackImpl::GetVideoSize(u16* width, u16* height) {
 Mp4Result CTrackImpl::GetChannelCount(u16* channels) {
   Entry entry;
   KT_TRY(GetEntry(1, &entry));
+  if (entry.amr != nullptr) return entry.amr->GetChannelCount(channels);
   return entry.audio != nullptr ? entry.audio->GetChannelCount(channels) : MP4_NOT_FOUND;
 }
 
