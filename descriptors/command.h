@@ -12,8 +12,15 @@ class CBaseCommand {
   /// The bare command, all fields zero, into which a header is read.
   CBaseCommand() = default;
   explicit CBaseCommand(u32 tag) : m_tag(tag) {}
-  CBaseCommand(const CBaseCommand& header) = default;
-  CBaseCommand& operator=(const CBaseCommand& header) = delete;
+  /// Takes over a header that has been read; borrowed for the call.
+  explicit CBaseCommand(const CBaseCommand* header)
+      : m_tag(header->m_tag),
+        m_size(header->m_size),
+        m_headerSize(header->m_headerSize),
+        m_remaining(header->m_remaining) {}
+  // Neither copied nor moved: a copy by way of the base would lose the body.
+  CBaseCommand(const CBaseCommand&) = delete;
+  CBaseCommand& operator=(const CBaseCommand&) = delete;
   virtual ~CBaseCommand() = default;
 
   /// Here: reads tag and size; MP4_BAD_COMMAND for a size code of more than five bytes. In a derived class:
@@ -25,17 +32,16 @@ class CBaseCommand {
   /// The same into memory: `*cursor` moves and `*room` falls by the bytes written. MP4_BUFFER_TOO_SMALL
   /// before anything is written beyond the room.
   virtual Mp4Result SerializeToBuffer(u8** cursor, u32* room);
+  /// Size of the body, and of the header as it is written: other than a descriptor, a command does not
+  /// answer with the header that was read.
+  virtual Mp4Result GetSize(u32* size, u32* headerSize) const;
+  virtual Mp4Result GetTag(u32* tag) const;
+  /// Bytes of the body that `Deserialize` has not consumed.
+  virtual Mp4Result GetRemaining(u32* remaining) const;
   /// Prints the command on standard output, `indent` levels of two blanks deep.
   virtual Mp4Result Dump(int indent);
   /// Works the size of the body out from the contents.
   virtual Mp4Result CalculateSize();
-
-  /// Size of the body, and of the header as it is written: other than a descriptor, a command does not
-  /// answer with the header that was read.
-  Mp4Result GetSize(u32* size, u32* headerSize) const;
-  Mp4Result GetTag(u32* tag) const;
-  /// Bytes of the body that `Deserialize` has not consumed.
-  Mp4Result GetRemaining(u32* remaining) const;
 
  protected:
   u32 m_tag = 0;

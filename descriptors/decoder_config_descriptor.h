@@ -12,7 +12,7 @@ namespace kt {
 class CDecoderConfigDescriptor : public CBaseDescriptor {
  public:
   CDecoderConfigDescriptor() : CBaseDescriptor(kDecoderConfigDescriptorTag) {}
-  explicit CDecoderConfigDescriptor(const CBaseDescriptor& header) : CBaseDescriptor(header) {}
+  explicit CDecoderConfigDescriptor(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
 
   /// MP4_DESCRIPTOR_OVERRUN for a body of less than 13 bytes.
   Mp4Result Deserialize(CStorage* storage) override;

@@ -9,7 +9,7 @@ namespace kt {
 class CDecoderSpecificInfo : public CBaseDescriptor {
  public:
   CDecoderSpecificInfo() : CBaseDescriptor(kDecoderSpecificInfoTag) {}
-  explicit CDecoderSpecificInfo(const CBaseDescriptor& header) : CBaseDescriptor(header) {}
+  explicit CDecoderSpecificInfo(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
 
   Mp4Result Deserialize(CStorage* storage) override;
   Mp4Result Serialize(CStorage* storage) override;

@@ -35,8 +35,15 @@ class CBaseDescriptor {
   /// The bare descriptor, all fields zero, into which a header is read.
   CBaseDescriptor() = default;
   explicit CBaseDescriptor(u32 tag) : m_tag(tag) {}
-  CBaseDescriptor(const CBaseDescriptor& header) = default;
-  CBaseDescriptor& operator=(const CBaseDescriptor& header) = delete;
+  /// Takes over a header that has been read; borrowed for the call.
+  explicit CBaseDescriptor(const CBaseDescriptor* header)
+      : m_tag(header->m_tag),
+        m_size(header->m_size),
+        m_headerSize(header->m_headerSize),
+        m_remaining(header->m_remaining) {}
+  // Neither copied nor moved: a copy by way of the base would lose the body.
+  CBaseDescriptor(const CBaseDescriptor&) = delete;
+  CBaseDescriptor& operator=(const CBaseDescriptor&) = delete;
   virtual ~CBaseDescriptor() = default;
 
   /// Here: reads tag and size; MP4_BAD_DESCRIPTOR for a size code of more than five bytes. In a derived
@@ -48,19 +55,19 @@ class CBaseDescriptor {
   /// The same into memory: `*cursor` moves and `*room` falls by the bytes written. MP4_BUFFER_TOO_SMALL
   /// before anything is written beyond the room.
   virtual Mp4Result SerializeToBuffer(u8** cursor, u32* room);
+  /// Size of the body and of the header in bytes.
+  virtual Mp4Result GetSize(u32* size, u32* headerSize) const;
+  virtual Mp4Result GetTag(u32* tag) const;
+  /// Bytes of the body that `Deserialize` has not consumed.
+  virtual Mp4Result GetRemaining(u32* remaining) const;
   /// Prints the descriptor on standard output, `indent` levels of two blanks deep.
   virtual Mp4Result Dump(int indent);
   /// Works the size of the body out from the fields and the children; a size code that was longer than
   /// need be when read is forgotten. MP4_DESCRIPTOR_OVERRUN when the sum leaves 32 bits.
   virtual Mp4Result CalculateSize();
 
-  /// Size of the body and of the header in bytes.
-  Mp4Result GetSize(u32* size, u32* headerSize) const;
-  /// Header and body together.
+  /// Header and body together, in bytes.
   u64 WholeLength() const;
-  Mp4Result GetTag(u32* tag) const;
-  /// Bytes of the body that `Deserialize` has not consumed.
-  Mp4Result GetRemaining(u32* remaining) const;
 
  protected:
   u32 m_tag = 0;

@@ -8,13 +8,13 @@ namespace kt {
 namespace {
 
 template <class Descriptor>
-CBaseDescriptor* Make(const CBaseDescriptor& header) {
+CBaseDescriptor* Make(const CBaseDescriptor* header) {
   return new (std::nothrow) Descriptor(header);
 }
 
 struct MakerRow {
   u32 tag;
-  CBaseDescriptor* (*make)(const CBaseDescriptor& header);
+  CBaseDescriptor* (*make)(const CBaseDescriptor* header);
 };
 
 constexpr MakerRow kMakers[] = {
@@ -44,7 +44,7 @@ Mp4Result CreateDescriptor(CStorage* storage, u32 /*parentTag*/, std::unique_ptr
   KT_TRY(header->GetTag(&headerTag));
   for (const MakerRow& row : kMakers) {
     if (row.tag != headerTag) continue;
-    std::unique_ptr<CBaseDescriptor> made(row.make(*header));
+    std::unique_ptr<CBaseDescriptor> made(row.make(header.get()));
     if (!made) return MP4_NO_MEMORY;
     KT_TRY(made->Deserialize(storage));
     *descriptor = std::move(made);

@@ -15,7 +15,7 @@ namespace kt {
 class CESDescriptor : public CBaseDescriptor {
  public:
   CESDescriptor() : CBaseDescriptor(kEsDescriptorTag) {}
-  explicit CESDescriptor(const CBaseDescriptor& header) : CBaseDescriptor(header) {}
+  explicit CESDescriptor(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
 
   /// MP4_DESCRIPTOR_OVERRUN for a body shorter than its fields; MP4_NOT_FOUND unless the children hold both
   /// a decoder config and an SL config.

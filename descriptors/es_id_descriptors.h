@@ -15,7 +15,7 @@ class CTrackPointerDescriptor : public CBaseDescriptor {
 
  protected:
   using CBaseDescriptor::CBaseDescriptor;
-  explicit CTrackPointerDescriptor(const CBaseDescriptor& header) : CBaseDescriptor(header) {}
+  explicit CTrackPointerDescriptor(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
   Mp4Result DumpId(int indent, const char* name);
 
   Id m_id = 0;
@@ -25,7 +25,7 @@ class CTrackPointerDescriptor : public CBaseDescriptor {
 class CESIDRef : public CTrackPointerDescriptor<u16> {
  public:
   CESIDRef() : CTrackPointerDescriptor(kEsIdRefTag) {}
-  explicit CESIDRef(const CBaseDescriptor& header) : CTrackPointerDescriptor(header) {}
+  explicit CESIDRef(const CBaseDescriptor* header) : CTrackPointerDescriptor(header) {}
 
   Mp4Result Dump(int indent) override;
   Mp4Result SetRefIndex(u16 refIndex);
@@ -35,7 +35,7 @@ class CESIDRef : public CTrackPointerDescriptor<u16> {
 class CESIDInc : public CTrackPointerDescriptor<u32> {
  public:
   CESIDInc() : CTrackPointerDescriptor(kEsIdIncTag) {}
-  explicit CESIDInc(const CBaseDescriptor& header) : CTrackPointerDescriptor(header) {}
+  explicit CESIDInc(const CBaseDescriptor* header) : CTrackPointerDescriptor(header) {}
 
   Mp4Result Dump(int indent) override;
   Mp4Result SetTrackId(u32 trackId);

@@ -11,7 +11,7 @@ class CInitialObjectDescriptor : public CObjectDescriptorBase {
  public:
   /// In the file form.
   CInitialObjectDescriptor() : CObjectDescriptorBase(kMp4InitialObjectDescriptorTag) {}
-  explicit CInitialObjectDescriptor(const CBaseDescriptor& header) : CObjectDescriptorBase(header) {}
+  explicit CInitialObjectDescriptor(const CBaseDescriptor* header) : CObjectDescriptorBase(header) {}
 
   /// Always MP4_NOT_READY: this descriptor is written to storages alone, and callers rely on it.
   Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;

@@ -10,7 +10,7 @@ class CObjectDescriptor : public CObjectDescriptorBase {
  public:
   /// In the file form.
   CObjectDescriptor() : CObjectDescriptorBase(kMp4ObjectDescriptorTag) {}
-  explicit CObjectDescriptor(const CBaseDescriptor& header) : CObjectDescriptorBase(header) {}
+  explicit CObjectDescriptor(const CBaseDescriptor* header) : CObjectDescriptorBase(header) {}
 
   /// MP4_BAD_DESCRIPTOR with neither a URL nor a list of streams, behind the written fields.
   Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;

@@ -26,7 +26,7 @@ class CObjectDescriptorBase : public CBaseDescriptor {
 
  protected:
   using CBaseDescriptor::CBaseDescriptor;
-  explicit CObjectDescriptorBase(const CBaseDescriptor& header) : CBaseDescriptor(header) {}
+  explicit CObjectDescriptorBase(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
 
   // The five bits behind the URL flag.
   virtual void TakeFlags(u8 flags) = 0;

@@ -10,7 +10,7 @@ namespace kt {
 class CObjectDescriptorUpdate : public CBaseCommand {
  public:
   CObjectDescriptorUpdate() : CBaseCommand(1) {}
-  explicit CObjectDescriptorUpdate(const CBaseCommand& header) : CBaseCommand(header) {}
+  explicit CObjectDescriptorUpdate(const CBaseCommand* header) : CBaseCommand(header) {}
 
   Mp4Result Deserialize(CStorage* storage) override;
   Mp4Result Serialize(CStorage* storage) override;

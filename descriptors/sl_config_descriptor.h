@@ -9,7 +9,7 @@ namespace kt {
 class CSLConfigDescriptor : public CBaseDescriptor {
  public:
   CSLConfigDescriptor() : CBaseDescriptor(kSlConfigDescriptorTag) {}
-  explicit CSLConfigDescriptor(const CBaseDescriptor& header) : CBaseDescriptor(header) {}
+  explicit CSLConfigDescriptor(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
 
   /// MP4_DESCRIPTOR_OVERRUN when the body is shorter than its fields; MP4_NOT_READY for a predefined value
   /// above 2 and for start time stamps, whose length is MP4_BAD_VALUE above 64 bits.

@@ -158,7 +158,7 @@ Mp4Result CloneEsDescriptor(CESDescriptor* source, std::unique_ptr<CESDescriptor
   KT_TRY(storage.Open(block.bytes.get(), headerSize, MP4_MODE_READ));
   KT_TRY(header.Deserialize(&storage));
   KT_TRY(storage.Close());
-  std::unique_ptr<CESDescriptor> made(new (std::nothrow) CESDescriptor(header));
+  std::unique_ptr<CESDescriptor> made(new (std::nothrow) CESDescriptor(&header));
   if (!made) return MP4_NO_MEMORY;
   KT_TRY(storage.Open(block.bytes.get() + headerSize, block.size - headerSize, MP4_MODE_READ));
   KT_TRY(made->Deserialize(&storage));

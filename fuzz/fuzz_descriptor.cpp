@@ -92,7 +92,7 @@ void FuzzUpdate(Buffer bytes) {
   Block block(&bytes, MP4_MODE_READ);
   CBaseCommand header;
   if (header.Deserialize(block.Storage()) != MP4_OK) return;
-  CObjectDescriptorUpdate update(header);
+  CObjectDescriptorUpdate update(&header);
   const Mp4Result result = update.Deserialize(block.Storage());
   const Mp4Result dumped = update.Dump(0);
   Require(result != MP4_OK || dumped == MP4_OK, "what can be read can be printed");

@@ -25,6 +25,10 @@ Bytes Es(const Bytes& fields) {
   return Descriptor(3, Bytes(fields).Add(Config()).Add(Sl()));
 }
 
+// A descriptor that moved would leave its children the wrong owner, one copied by its base would lose its body.
+static_assert(!std::is_move_constructible_v<CESDescriptor> &&
+              !std::is_constructible_v<CBaseDescriptor, const CESDescriptor&>);
+
 TEST(EsDescriptor, RoundTripsAndPrints) {
   const Bytes bytes = Es(Bytes().U16(513).U8(0xC5).U16(7).U8(3).Text("a:b"));
   ReadDescriptor read(bytes);

@@ -184,7 +184,7 @@ TEST(ObjectDescriptorUpdate, RoundTripsAndPrints) {
   MemoryBlock storage(bytes);
   CBaseCommand header;
   ASSERT_EQ(MP4_OK, header.Deserialize(storage));
-  CObjectDescriptorUpdate update(header);
+  CObjectDescriptorUpdate update(&header);
   ASSERT_EQ(MP4_OK, update.Deserialize(storage));
   EXPECT_EQ(
       "\n  Object descriptor update\n  Tag: 0x01  Size: 10\n  {\n"
