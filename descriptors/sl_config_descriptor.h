@@ -29,30 +29,26 @@ class CSLConfigDescriptor : public CBaseDescriptor {
 
  private:
   template <class Fields>
-  Mp4Result VisitCustomHeader(Fields& fields, u8& flags, u16& packedLengths) {
-    return fields(flags, m_timeStampResolution, m_ocrResolution, m_timeStampLength, m_ocrLength, m_auLength,
+  Mp4Result VisitCustomHeader(Fields& fields, u16& packedLengths) {
+    return fields(m_flags, m_timeStampResolution, m_ocrResolution, m_timeStampLength, m_ocrLength, m_auLength,
                   m_instantBitrateLength, packedLengths);
   }
   Mp4Result ReadCustomHeader(CStorage* storage);
   Mp4Result ReadDurations(CStorage* storage);
   Mp4Result CheckStartTimeStamps() const;
-  // Bytes of the two start time stamps, which stand where no packet carries time stamps.
-  u32 StartTimeStampsSize() const {
-    return m_useTimeStampsFlag != 0 ? 0 : (2u * m_timeStampLength + 7u) / 8u;
-  }
+  // The bits of the flags byte. The two named ones decide which fields follow; of the others, and of
+  // resolutions and lengths but that of time stamps, nothing is asked: they are kept as what was read.
+  static constexpr u8 kUseTimeStamps = 0x04;
+  static constexpr u8 kDuration = 0x01;
+  bool HasDuration() const { return (m_flags & kDuration) != 0; }
+  // Whether start time stamps follow, as they do where no packet carries time stamps.
+  bool HasStartTimeStamps() const { return (m_flags & kUseTimeStamps) == 0 && m_timeStampLength != 0; }
+  // Bytes of the two of them.
+  u32 StartTimeStampsSize() const { return HasStartTimeStamps() ? (2u * m_timeStampLength + 7u) / 8u : 0; }
 
+  // A descriptor of three bytes is enough for one of these: bytes and not words.
   u8 m_predefined = 0;
-  // Each holds its bit of the flags byte, not 0 or 1.
-  u32 m_useAccessUnitStartFlag = 0;
-  u32 m_useAccessUnitEndFlag = 0;
-  u32 m_useRandomAccessPointFlag = 0;
-  u32 m_hasRandomAccessUnitsOnlyFlag = 0;
-  u32 m_usePaddingFlag = 0;
-  u32 m_useTimeStampsFlag = 0;
-  u32 m_useIdleFlag = 0;
-  u32 m_durationFlag = 0;
-  u32 m_timeStampResolution = 0;
-  u32 m_ocrResolution = 0;
+  u8 m_flags = 0;
   u8 m_timeStampLength = 0;
   u8 m_ocrLength = 0;
   u8 m_auLength = 0;
@@ -60,12 +56,10 @@ class CSLConfigDescriptor : public CBaseDescriptor {
   u8 m_degradationPriorityLength = 0;
   u8 m_auSeqNumLength = 0;
   u8 m_packetSeqNumLength = 0;
-  u8 m_reserved = 3;
-  u32 m_timeScale = 0;
   u16 m_accessUnitDuration = 0;
-  u16 m_compositionUnitDuration = 0;
-  u64 m_startDecodingTimeStamp = 0;
-  u64 m_startCompositionTimeStamp = 0;
+  u32 m_timeScale = 0;
+  u32 m_timeStampResolution = 0;
+  u32 m_ocrResolution = 0;
 };
 
 }  // namespace kt
