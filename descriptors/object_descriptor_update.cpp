@@ -8,6 +8,7 @@
 namespace kt {
 
 Mp4Result CObjectDescriptorUpdate::Deserialize(CStorage* storage) {
+  const CNesting nesting(storage);  // a command is a level of its own when it is printed
   return m_descriptors.DeserializeDescriptors(storage, &m_remaining);
 }
 

@@ -12,6 +12,7 @@ class CObjectDescriptorUpdate : public CBaseCommand {
   CObjectDescriptorUpdate() : CBaseCommand(1) {}
   explicit CObjectDescriptorUpdate(const CBaseCommand* header) : CBaseCommand(header) {}
 
+  /// Counts as a level of nesting: MP4_BAD_DESCRIPTOR for descriptors more than 63 deep.
   Mp4Result Deserialize(CStorage* storage) override;
   Mp4Result Serialize(CStorage* storage) override;
   Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;

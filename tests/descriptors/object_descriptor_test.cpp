@@ -196,5 +196,19 @@ TEST(ObjectDescriptorUpdate, RoundTripsAndPrints) {
   ExpectBufferFormMatches(update);
 }
 
+// The update is a level of its own when it is printed: what can be read can be printed.
+TEST(ObjectDescriptorUpdate, CountsAsALevelOfNesting) {
+  for (const bool tooDeep : {false, true}) {
+    Bytes nested;
+    for (u32 i = 0; i < 63u + tooDeep; ++i) nested = Descriptor(4, Bytes().Zeros(13).Add(nested));
+    MemoryBlock storage(Descriptor(1, nested));
+    CBaseCommand header;
+    ASSERT_EQ(MP4_OK, header.Deserialize(storage));
+    CObjectDescriptorUpdate update(&header);
+    EXPECT_EQ(tooDeep ? MP4_BAD_DESCRIPTOR : MP4_OK, update.Deserialize(storage));
+    if (!tooDeep) Dumped(update);
+  }
+}
+
 }  // namespace
 }  // namespace kt::test
