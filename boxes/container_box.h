@@ -2,7 +2,7 @@
 
 #include <cstdio>
 #include <memory>
-#include <optional>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -34,8 +34,9 @@ struct ContainerRules {
   bool braces = true;
 };
 
-/// A box that holds boxes behind the payload of `Base`, which is `CBox` for the plain containers. The list is
-/// made by `Deserialize` or by the first child that is added, and owns the children.
+/// A box that holds boxes behind the payload of `Base`, which is `CBox` for the plain containers. The list,
+/// which owns the children, comes to be by `Deserialize` or by the first child that is added. It takes memory
+/// with its first child only: eight bytes of a file are enough for a box without any.
 template <class Base, ContainerRules Rules>
 class CContainerBox : public Base {
  public:
@@ -43,19 +44,23 @@ class CContainerBox : public Base {
   CContainerBox() = default;
   explicit CContainerBox(CBox&& header) : Base(std::move(header)) {}  // not inherited by the line above
 
-  /// Reads children until the box is used up. MP4_NOT_READY the second time, unless the rules allow it.
+  /// Reads children until the box is used up. MP4_NOT_READY the second time, unless the rules allow it;
+  /// MP4_NO_MEMORY; what a child answers, with those before it kept.
   Mp4Result Deserialize(CStorage* storage) override {
     // CBox itself would read a header here, which has been read.
     if constexpr (!std::is_same_v<Base, CBox>) KT_TRY(Base::Deserialize(storage));
-    if (m_children && !Rules.readsAgain) return MP4_NOT_READY;
-    m_children.emplace(this);
+    if (m_hasList && !Rules.readsAgain) return MP4_NOT_READY;
+    m_hasList = true;
+    m_children.reset();
+    if (this->m_remaining == 0) return MP4_OK;
+    KT_TRY(MakeChildren());
     return m_children->DeserializeAll(storage, &this->m_remaining);
   }
 
   Mp4Result Serialize(CStorage* storage) override {
     KT_TRY(Base::Serialize(storage));
-    if (!m_children) return Rules.serializesWithoutList ? MP4_OK : MP4_NOT_READY;
-    return m_children->SerializeAll(storage);
+    if (!m_hasList && !Rules.serializesWithoutList) return MP4_NOT_READY;
+    return m_children ? m_children->SerializeAll(storage) : MP4_OK;
   }
 
   Mp4Result Dump(int indent) override {
@@ -64,11 +69,8 @@ class CContainerBox : public Base {
       PrintIndent(indent);
       std::printf("{");
     }
-    if (m_children) {
-      KT_TRY(m_children->DumpAll(indent + 1));
-    } else if (!Rules.dumpsWithoutList) {
-      return MP4_NOT_READY;
-    }
+    if (!m_hasList && !Rules.dumpsWithoutList) return MP4_NOT_READY;
+    if (m_children) KT_TRY(m_children->DumpAll(indent + 1));
     if (Rules.braces) {
       PrintIndent(indent);
       std::printf("}\n");
@@ -78,9 +80,9 @@ class CContainerBox : public Base {
 
   Mp4Result CalculateSize() override {
     KT_TRY(Base::CalculateSize());
-    if (!m_children) return Rules.sizesWithoutList ? MP4_OK : MP4_NOT_READY;
+    if (!m_hasList && !Rules.sizesWithoutList) return MP4_NOT_READY;
     u64 total = 0;
-    KT_TRY(m_children->CalculateSizeAll(&total));
+    if (m_children) KT_TRY(m_children->CalculateSizeAll(&total));
     this->m_size += total;
     return MP4_OK;
   }
@@ -107,11 +109,12 @@ class CContainerBox : public Base {
     if (m_children) return m_children->FindByType(type, box, occurrence);
     // Spelled out, so that it is plain to static analysis that this is a failure.
     static_assert(Rules.lookupWithoutList == MP4_NOT_FOUND || Rules.lookupWithoutList == MP4_NOT_READY);
-    return Rules.lookupWithoutList == MP4_NOT_FOUND ? MP4_NOT_FOUND : MP4_NOT_READY;
+    return m_hasList || Rules.lookupWithoutList == MP4_NOT_FOUND ? MP4_NOT_FOUND : MP4_NOT_READY;
   }
 
   Mp4Result Append(std::unique_ptr<CBox> box) {
-    if (!m_children) m_children.emplace(this);
+    m_hasList = true;
+    KT_TRY(MakeChildren());
     CBox* added = box.get();
     KT_TRY(m_children->Add(std::move(box)));
     if constexpr (Rules.countsAddedChild) {
@@ -122,7 +125,13 @@ class CContainerBox : public Base {
     return MP4_OK;
   }
 
-  std::optional<CBoxList> m_children;
+  Mp4Result MakeChildren() {
+    if (!m_children) m_children.reset(new (std::nothrow) CBoxList(this));
+    return m_children ? MP4_OK : MP4_NO_MEMORY;
+  }
+
+  std::unique_ptr<CBoxList> m_children;  // null while there is no child
+  bool m_hasList = false;                // whether the box counts as having a list, with children or without
 };
 
 }  // namespace kt

@@ -6,7 +6,7 @@ namespace kt {
 
 Mp4Result CEditBox::GetStartDelay(u64* delay) {
   *delay = 0;
-  if (!m_children) return MP4_OK;
+  if (!m_hasList) return MP4_OK;
   CBox* box = nullptr;
   KT_TRY(FindChild(FourCc("elst"), &box, 1));
   u64 start = 0;

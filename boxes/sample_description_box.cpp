@@ -12,7 +12,8 @@ Mp4Result CSampleEntryCountBox::Dump(int indent) {
 }
 
 Mp4Result CSampleDescriptionBox::GetSampleEntry(u32 index, CBox** entry) {
-  return m_children ? m_children->GetByIndex(index, entry) : MP4_NOT_FOUND;
+  if (m_children) return m_children->GetByIndex(index, entry);
+  return m_hasList && index == 0 ? MP4_ZERO_INDEX : MP4_NOT_FOUND;
 }
 
 Mp4Result CSampleDescriptionBox::AddEntry(std::unique_ptr<CBox> entry) {

@@ -27,7 +27,7 @@ Mp4Result CTrackReferenceBox::FindReferenceType(u32 code, CTrackReferenceTypeBox
 }
 
 Mp4Result CTrackReferenceBox::AddReferenceType(u32 kind) {
-  if (!m_children) m_children.emplace(this);
+  m_hasList = true;
   const u32 code = CodeOf(kind);
   if (code == 0) return MP4_BAD_ARGUMENT;
   std::unique_ptr<CBox> box(new (std::nothrow) CTrackReferenceTypeBox(code));
@@ -38,7 +38,7 @@ Mp4Result CTrackReferenceBox::AddReferenceType(u32 kind) {
 Mp4Result CTrackReferenceBox::AddTrackReference(u32 kind, u32 trackId, u32* index) {
   const u32 code = CodeOf(kind);
   if (code == 0) return MP4_BAD_ARGUMENT;
-  if (!m_children) KT_TRY(AddReferenceType(kind));
+  if (!m_hasList) KT_TRY(AddReferenceType(kind));
   CTrackReferenceTypeBox* box = nullptr;
   Mp4Result result = FindReferenceType(code, &box);
   if (result == MP4_NOT_FOUND) {

@@ -21,6 +21,7 @@ Mp4Result CDecoderConfigDescriptor::Deserialize(CStorage* storage) {
   m_streamType = streamByte >> 2;
   m_upStream = streamByte >> 1 & 1;
   m_children.reset();
+  if (m_remaining == 0) return MP4_OK;  // no children, and no memory for a list of them
   KT_TRY(EnsureList(&m_children, this));
   return m_children->DeserializeDescriptors(storage, &m_remaining);
 }

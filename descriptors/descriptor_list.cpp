@@ -14,6 +14,9 @@ u32 TagOf(const CBaseDescriptor& descriptor) {
 
 }  // namespace
 
+CDescriptorList::CDescriptorList(const CBaseDescriptor* owner)
+    : m_ownerTag(owner != nullptr ? TagOf(*owner) : 0) {}
+
 Mp4Result CDescriptorList::FindByTag(u32 tag, CBaseDescriptor** descriptor, u32 occurrence) {
   *descriptor = nullptr;
   u32 left = std::max<u32>(occurrence, 1);
@@ -44,11 +47,10 @@ Mp4Result CDescriptorList::SerializeDescriptors(u8** cursor, u32* room) {
 Mp4Result CDescriptorList::DeserializeDescriptors(CStorage* storage, u32* remaining) {
   u32 eof = 0;
   KT_TRY(storage->IsEof(&eof));
-  const u32 parentTag = m_owner != nullptr ? TagOf(*m_owner) : 0;
   while (*remaining > 0) {
     std::unique_ptr<CBaseDescriptor> descriptor;
     u32 tag = 0;
-    KT_TRY(CreateDescriptor(storage, parentTag, &descriptor, &tag));
+    KT_TRY(CreateDescriptor(storage, m_ownerTag, &descriptor, &tag));
     CBaseDescriptor* added = descriptor.get();
     KT_TRY(Add(std::move(descriptor)));
     const u64 length = added->WholeLength();
@@ -77,8 +79,9 @@ Mp4Result CDescriptorList::CalculateDescriptorsSize(u32* total) {
 
 Mp4Result CDescriptorList::ExtractByTagRange(std::unique_ptr<CDescriptorList>* extracted, i32 firstTag,
                                              i32 lastTag) {
-  std::unique_ptr<CDescriptorList> list(new (std::nothrow) CDescriptorList(m_owner));
+  std::unique_ptr<CDescriptorList> list(new (std::nothrow) CDescriptorList(nullptr));
   if (!list) return MP4_NO_MEMORY;
+  list->m_ownerTag = m_ownerTag;
   Node* previous = nullptr;
   Node* node = m_head.get();
   while (node != nullptr) {

@@ -17,8 +17,10 @@ Mp4Result CreateDescriptor(CStorage* storage, u32 parentTag, std::unique_ptr<CBa
 /// The descriptors inside a descriptor or command.
 class CDescriptorList : public CItemList<CBaseDescriptor> {
  public:
-  /// `owner` is the descriptor that holds the list, null inside a command; borrowed.
-  explicit CDescriptorList(const CBaseDescriptor* owner) : m_owner(owner) {}
+  /// `owner` is the descriptor that holds the list, null inside a command. Its tag alone is kept.
+  explicit CDescriptorList(const CBaseDescriptor* owner);
+
+  using CItemList::Remove;
 
   /// The `occurrence`-th descriptor with that tag; 0 and 1 both mean the first. MP4_NOT_FOUND, with
   /// `*descriptor` null.
@@ -40,7 +42,7 @@ class CDescriptorList : public CItemList<CBaseDescriptor> {
   Mp4Result ExtractByTagRange(std::unique_ptr<CDescriptorList>* extracted, i32 firstTag, i32 lastTag);
 
  private:
-  const CBaseDescriptor* m_owner;
+  u32 m_ownerTag = 0;
 };
 
 /// Makes `*list` when there is none. MP4_NO_MEMORY.

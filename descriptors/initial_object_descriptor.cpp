@@ -127,7 +127,8 @@ Mp4Result CInitialObjectDescriptor::SetGraphicsProfileLevel(u8 level) {
 }
 
 Mp4Result CInitialObjectDescriptor::MakeStreamList() {
-  return EnsureList(&m_streams, this);
+  m_hasStreamList = true;
+  return MP4_OK;
 }
 
 Mp4Result CInitialObjectDescriptor::AddEsIdInc(u32 trackId) {
@@ -136,13 +137,12 @@ Mp4Result CInitialObjectDescriptor::AddEsIdInc(u32 trackId) {
   std::unique_ptr<CESIDInc> pointer(new (std::nothrow) CESIDInc);
   if (!pointer) return MP4_NO_MEMORY;
   KT_TRY(pointer->SetTrackId(trackId));
-  return m_streams->Add(std::move(pointer));
+  return AddStream(std::move(pointer));
 }
 
 Mp4Result CInitialObjectDescriptor::AddEsDescriptor(std::unique_ptr<CBaseDescriptor> descriptor) {
   if (m_fileForm != 0) return MP4_NOT_READY;
-  KT_TRY(MakeStreamList());
-  return m_streams->Add(std::move(descriptor));
+  return AddStream(std::move(descriptor));
 }
 
 }  // namespace kt

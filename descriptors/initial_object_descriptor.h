@@ -32,7 +32,7 @@ class CInitialObjectDescriptor : public CObjectDescriptorBase {
   Mp4Result SetVisualProfileLevel(u8 level);
   Mp4Result SetGraphicsProfileLevel(u8 level);
 
-  /// Makes an empty list of streams when there is none, without which nothing can be written. MP4_NO_MEMORY.
+  /// Gives the descriptor a list of streams, empty unless it has one, without which nothing can be written.
   Mp4Result MakeStreamList();
   /// Points at a track. MP4_NOT_READY unless in the file form, with the list of streams made; MP4_NO_MEMORY.
   Mp4Result AddEsIdInc(u32 trackId);

@@ -8,7 +8,7 @@ namespace kt {
 Mp4Result CObjectDescriptor::SerializeToBuffer(u8** cursor, u32* room) {
   KT_TRY(CBaseDescriptor::SerializeToBuffer(cursor, room));
   KT_TRY(WriteToBuffer(cursor, room, FieldsSize(), [&](CStorage* block) { return WriteFields(block); }));
-  if (m_urlFlag == 0 && !m_streams) return MP4_BAD_DESCRIPTOR;
+  if (m_urlFlag == 0 && !m_hasStreamList) return MP4_BAD_DESCRIPTOR;
   return ForEachList([&](CDescriptorList& list) { return list.SerializeDescriptors(cursor, room); });
 }
 
@@ -18,16 +18,14 @@ Mp4Result CObjectDescriptor::SetFileForm(u32 fileForm) {
 }
 
 Mp4Result CObjectDescriptor::AddEsIdRef(u32 refIndex) {
-  KT_TRY(EnsureList(&m_streams, this));
   std::unique_ptr<CESIDRef> reference(new (std::nothrow) CESIDRef);
   if (!reference) return MP4_NO_MEMORY;
   KT_TRY(reference->SetRefIndex(static_cast<u16>(refIndex)));
-  return m_streams->Add(std::move(reference));
+  return AddStream(std::move(reference));
 }
 
 Mp4Result CObjectDescriptor::AddEsDescriptor(std::unique_ptr<CBaseDescriptor> descriptor) {
-  KT_TRY(EnsureList(&m_streams, this));
-  return m_streams->Add(std::move(descriptor));
+  return AddStream(std::move(descriptor));
 }
 
 }  // namespace kt

@@ -14,6 +14,13 @@ constexpr u16 kMaxId = 1023;
 constexpr u8 kUrlBit = 0x20;
 constexpr u8 kFlagBits = 0x1F;
 
+// Moves the descriptors of a range of tags; `*list` is null when there are none.
+Mp4Result Extract(CDescriptorList* from, u32 firstTag, u32 lastTag, std::unique_ptr<CDescriptorList>* list) {
+  KT_TRY(from->ExtractByTagRange(list, static_cast<i32>(firstTag), static_cast<i32>(lastTag)));
+  if ((*list)->GetCount() == 0) list->reset();
+  return MP4_OK;
+}
+
 }  // namespace
 
 Mp4Result CObjectDescriptorBase::Deserialize(CStorage* storage) {
@@ -37,14 +44,20 @@ Mp4Result CObjectDescriptorBase::Deserialize(CStorage* storage) {
 
 Mp4Result CObjectDescriptorBase::SortChildren(CDescriptorList* children) {
   if (m_urlFlag == 0) {
-    const i32 streamTag = static_cast<i32>(StreamTag());
-    KT_TRY(children->ExtractByTagRange(&m_streams, streamTag, streamTag));
-    KT_TRY(children->ExtractByTagRange(&m_ociDescriptors, kFirstOciTag, kLastOciTag));
-    KT_TRY(children->ExtractByTagRange(&m_extensionDescriptors, kFirstExtensionTag, kLastExtensionTag));
+    m_hasStreamList = true;
+    KT_TRY(Extract(children, StreamTag(), StreamTag(), &m_streams));
+    KT_TRY(Extract(children, kFirstOciTag, kLastOciTag, &m_ociDescriptors));
+    KT_TRY(Extract(children, kFirstExtensionTag, kLastExtensionTag, &m_extensionDescriptors));
   }
   // Without a URL this second split finds nothing more, and its empty list replaces the one before: extension
   // descriptors are not kept then, and readers rely on it.
-  return children->ExtractByTagRange(&m_extensionDescriptors, kFirstExtensionTag, kLastExtensionTag);
+  return Extract(children, kFirstExtensionTag, kLastExtensionTag, &m_extensionDescriptors);
+}
+
+Mp4Result CObjectDescriptorBase::AddStream(std::unique_ptr<CBaseDescriptor> stream) {
+  m_hasStreamList = true;
+  KT_TRY(EnsureList(&m_streams, this));
+  return m_streams->Add(std::move(stream));
 }
 
 Mp4Result CObjectDescriptorBase::WriteFields(CStorage* storage) {
@@ -61,7 +74,7 @@ u32 CObjectDescriptorBase::FieldsSize() const {
 Mp4Result CObjectDescriptorBase::Serialize(CStorage* storage) {
   KT_TRY(CBaseDescriptor::Serialize(storage));
   KT_TRY(WriteFields(storage));
-  if (m_urlFlag == 0 && !m_streams) return MP4_BAD_DESCRIPTOR;
+  if (m_urlFlag == 0 && !m_hasStreamList) return MP4_BAD_DESCRIPTOR;
   return ForEachList([&](CDescriptorList& list) { return list.SerializeAll(storage); });
 }
 

@@ -28,6 +28,9 @@ class CObjectDescriptorBase : public CBaseDescriptor {
   using CBaseDescriptor::CBaseDescriptor;
   explicit CObjectDescriptorBase(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
 
+  /// Adds and owns a stream. MP4_BAD_ARGUMENT for null, MP4_NO_MEMORY.
+  Mp4Result AddStream(std::unique_ptr<CBaseDescriptor> stream);
+
   // The five bits behind the URL flag.
   virtual void TakeFlags(u8 flags) = 0;
   virtual u8 GiveFlags() const = 0;
@@ -54,10 +57,13 @@ class CObjectDescriptorBase : public CBaseDescriptor {
   }
 
   u16 m_objectDescriptorId = 0;
-  u32 m_urlFlag = 0;
   u8 m_urlLength = 0;
+  // Whether there is a list of streams, without which nothing is written but a URL; it may have no items.
+  bool m_hasStreamList = false;
+  u32 m_urlFlag = 0;
   std::unique_ptr<u8[]> m_url;
-  std::unique_ptr<CDescriptorList> m_streams;  // the streams, embedded or as pointers to tracks
+  // A list without items is null: four bytes of a file are enough for an object descriptor.
+  std::unique_ptr<CDescriptorList> m_streams;  // embedded or as pointers to tracks
   std::unique_ptr<CDescriptorList> m_ociDescriptors;
   std::unique_ptr<CDescriptorList> m_extensionDescriptors;
 

@@ -16,8 +16,8 @@ Mp4Result CreateBox(CStorage* storage, u32 parentType, std::unique_ptr<CBox>* bo
 /// The children of a box, or the top level of a file.
 class CBoxList : public CItemList<CBox> {
  public:
-  /// `owner` is the box that holds the list, null for the top level; borrowed.
-  explicit CBoxList(const CBox* owner) : m_owner(owner) {}
+  /// `owner` is the box that holds the list, null for the top level. Its type alone is kept.
+  explicit CBoxList(const CBox* owner);
 
   /// The `occurrence`-th box of that type; 0 and 1 both mean the first. MP4_NOT_FOUND, with `*box` null.
   Mp4Result FindByType(u32 type, CBox** box, u32 occurrence);
@@ -30,8 +30,7 @@ class CBoxList : public CItemList<CBox> {
   /// Works every item's size out and stores the sum of what `GetSize` says.
   Mp4Result CalculateSizeAll(u64* total);
   void Clear() {
-    m_first = {};
-    m_later = {};
+    m_places.reset();
     CItemList::Clear();
   }
 
@@ -41,12 +40,16 @@ class CBoxList : public CItemList<CBox> {
     Node* node = nullptr;
     u32 occurrence = 0;
   };
-
-  const CBox* m_owner;
   // The last search for a first box and the last one for a later box, kept apart: asking for one occurrence
   // after the other costs one pass, also when a look-up of another box stands between two of them.
-  Found m_first;
-  Found m_later;
+  struct Places {
+    Found first;
+    Found later;
+  };
+  void Remember(const Found& found);
+
+  u32 m_ownerType = 0;
+  std::unique_ptr<Places> m_places;  // null until a search was long: most lists are short, and many are none
 };
 
 }  // namespace kt

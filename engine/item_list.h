@@ -68,9 +68,21 @@ class CItemList {
     return MP4_OK;
   }
 
+  u32 GetCount() const { return m_count; }
+
+  /// Deletes every node and item.
+  void Clear() {
+    m_cursor = nullptr;
+    m_tail = nullptr;
+    m_count = 0;
+    while (m_head) m_head = std::move(m_head->next);
+  }
+
+ protected:
   /// Takes the node with that number out of the list, its own number 0. The nodes behind it keep theirs, so
-  /// that the numbers have a gap; the cursor forgets its place. MP4_NOT_READY for an empty list,
-  /// MP4_BAD_ARGUMENT beyond the count, MP4_NOT_FOUND for a number that no node has.
+  /// that the numbers have a gap; the cursor forgets its place. Not for a list that keeps further places.
+  /// MP4_NOT_READY for an empty list, MP4_BAD_ARGUMENT beyond the count, MP4_NOT_FOUND for a number that no
+  /// node has.
   Mp4Result Remove(u32 index, std::unique_ptr<Node>* node) {
     if (!m_head) return MP4_NOT_READY;
     if (index > m_count) return MP4_BAD_ARGUMENT;
@@ -85,17 +97,6 @@ class CItemList {
     return MP4_OK;
   }
 
-  u32 GetCount() const { return m_count; }
-
-  /// Deletes every node and item.
-  void Clear() {
-    m_cursor = nullptr;
-    m_tail = nullptr;
-    m_count = 0;
-    while (m_head) m_head = std::move(m_head->next);
-  }
-
- protected:
   /// Takes out the node behind `previous`, or the first for null; there has to be one.
   std::unique_ptr<Node> Unlink(Node* previous) {
     std::unique_ptr<Node>& link = previous != nullptr ? previous->next : m_head;

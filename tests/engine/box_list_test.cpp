@@ -9,6 +9,7 @@ namespace {
 
 constexpr u32 kTrak = FourCc("trak");
 constexpr u32 kFree = FourCc("free");
+constexpr u32 kOthers = 20;  // in front of the boxes that are looked for: short walks are not remembered
 
 void Append(CBoxList* list, u32 type, u32 count = 1) {
   for (; count > 0; --count) ASSERT_EQ(list->Add(std::make_unique<CBox>(type)), MP4_OK);
@@ -17,6 +18,7 @@ void Append(CBoxList* list, u32 type, u32 count = 1) {
 // The searches resume where the last ones stood; the order in which they are asked must not show.
 TEST(BoxList, FindsOccurrencesInAnyOrder) {
   CBoxList list(nullptr);
+  Append(&list, FourCc("skip"), kOthers);
   Append(&list, kFree);
   Append(&list, kTrak, 2);
   Append(&list, kFree);
@@ -30,7 +32,7 @@ TEST(BoxList, FindsOccurrencesInAnyOrder) {
     for (u32 index = 1;; ++index) {
       CBox* box = nullptr;
       EXPECT_EQ(list.GetByIndex(index, &box), MP4_OK);
-      if (box == found) return index;
+      if (box == found) return index - kOthers;
     }
   };
   // Code, occurrence and index, 0 for none.
@@ -44,6 +46,7 @@ TEST(BoxList, FindsOccurrencesInAnyOrder) {
   EXPECT_EQ(indexOf(kTrak, 4), 6u);
   list.Clear();
   EXPECT_EQ(indexOf(kTrak, 1), 0u) << "nothing of the old items is remembered";
+  Append(&list, FourCc("skip"), kOthers);
   Append(&list, kTrak);
   EXPECT_EQ(indexOf(kTrak, 1), 1u);
 }
