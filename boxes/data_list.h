@@ -13,7 +13,6 @@ namespace kt {
 /// One block of a `CDataList`.
 template <class T>
 struct CDataListNode {
-  u32 m_ui32FirstIndex = 0;         // number of the block's first record, counted from 1
   std::unique_ptr<T[]> m_pEntries;  // room for a block's records; those not yet appended are unset
 };
 
@@ -84,7 +83,7 @@ class CDataList {
     if (!entries) return MP4_NO_MEMORY;
     if (m_ui32BlockCount == m_ui32BlockCapacity) KT_TRY(GrowDirectory());
     m_pTail = entries.get();
-    m_pBlocks[m_ui32BlockCount++] = {m_ui32Count + 1, std::move(entries)};
+    m_pBlocks[m_ui32BlockCount++] = {std::move(entries)};
     if (m_ui32Count == 0) m_ui32FirstBlockRoom = room;
     return MP4_OK;
   }
