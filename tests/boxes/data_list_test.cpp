@@ -5,16 +5,9 @@
 namespace kt {
 namespace {
 
-void Fill(CDataList<u32>* list, u32 count) {
-  for (u32 i = 1; i <= count; ++i) {
-    const u32 record = 10 * i;
-    ASSERT_EQ(list->Append(&record), MP4_OK);
-  }
-}
-
 TEST(DataList, FindsAndChangesRecordsInAnyOrderAcrossBlocksAndGrowths) {
   CDataList<u32> list;
-  Fill(&list, 12345);
+  for (u32 i = 10; i <= 123450; i += 10) ASSERT_EQ(list.Append(&i), MP4_OK);
   u32* pointer = nullptr;
   ASSERT_EQ(list.GetPointerAt(102, &pointer), MP4_OK);
   *pointer = 7;

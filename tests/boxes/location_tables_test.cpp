@@ -2,6 +2,7 @@
 #include <tuple>
 
 #include "boxes/sample_size_box.h"
+#include "boxes/sample_to_chunk_box.h"
 #include "boxes/sync_sample_box.h"
 #include "support/box_probe.h"
 #include "support/track_boxes.h"
@@ -28,6 +29,35 @@ TEST(SampleSizeBox, GivesAConstantSizeForSampleZeroToo) {
   EXPECT_EQ(SizeOf(*table, 0), (Number{MP4_ZERO_INDEX, 777}));
   EXPECT_EQ(SizeOf(*table, 2), (Number{MP4_OK, 8}));
   EXPECT_EQ(SizeOf(*table, 3), (Number{MP4_NOT_FOUND, 777}));
+}
+
+Number ChunkOf(CSampleToChunkBox& box, u32 sample) {
+  return Ask(box, &CSampleToChunkBox::GetChunkOfSample, sample);
+}
+
+Number FirstSampleOf(CSampleToChunkBox& box, u32 chunk) {
+  return Ask(box, &CSampleToChunkBox::GetFirstSampleOfChunk, chunk);
+}
+
+// Chunks of 2, 2, 3, 3 and 1 samples, of which only the first two are alike. Any sample after any other: the
+// search goes on, steps back or stays.
+TEST(SampleToChunkBox, KeepsLikeChunksAsOneRunAndFindsThem) {
+  CSampleToChunkBox box;
+  EXPECT_EQ(ChunkOf(box, 1), (Number{MP4_NOT_FOUND, 1}));
+  EXPECT_EQ(FirstSampleOf(box, 1), (Number{MP4_NOT_FOUND, 1}));
+  const u32 chunks[][2] = {{2, 1}, {2, 1}, {3, 1}, {3, 2}, {1, 2}};  // samples and description
+  for (u32 i = 0; i < 5; ++i) EXPECT_EQ(box.AddChunk(i + 1, chunks[i][0], chunks[i][1]), MP4_OK);
+  EXPECT_EQ(box.AddChunk(5, 1, 2), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(WrittenBytes(&box), TableBox("stsc", 4, Bytes().U32s({1, 2, 1, 3, 3, 1, 4, 3, 2, 5, 1, 2})));
+  const u32 chunkOf[] = {0, 1, 1, 2, 2, 3, 3, 3, 4, 4, 4, 5, 6};  // there is no end to the last run
+  const u32 firstOf[] = {0, 1, 3, 5, 8, 11, 12};
+  for (u32 i = 0; i < 144; ++i) {
+    for (const u32 sample : {1 + i / 12, 1 + i % 12}) {
+      ASSERT_EQ(ChunkOf(box, sample), (Number{MP4_OK, chunkOf[sample]})) << i;
+      ASSERT_EQ(FirstSampleOf(box, chunkOf[sample]), (Number{MP4_OK, firstOf[chunkOf[sample]]})) << i;
+    }
+  }
+  EXPECT_EQ(ChunkOf(*ReadBoxAs<CSampleToChunkBox>(Stsc({{1, 0}})), 1), (Number{MP4_CORRUPT, 1}));
 }
 
 Number PlainSyncBefore(const std::vector<u32>& table, u32 sample) {

@@ -19,14 +19,28 @@ TEST(EditBox, TakesADelayFromAFirstEmptyEditWithAnotherBehindIt) {
   const std::tuple<const char*, Bytes, u64> rows[] = {
       {"an empty edit and the media", Edts({{1000, -1}, {5000, 0}}), 1000},
       {"a lone empty edit", Edts({{1000, -1}}), 0},
-      {"an edit of no duration first", Edts({{0, 0}, {1000, -1}, {5000, 0}}), 1000},
       {"a cut at the start", Edts({{1000, 500}, {5000, 0}}), 0},
       {"no edits", Edts({}), 0},
-      {"edits of no duration alone", Edts({{0, -1}, {0, 0}}), 0},
       {"media time -2", Edts({{1000, -2}, {5000, 0}}), 0},
   };
   for (const auto& [name, edts, delay] : rows) {
     EXPECT_EQ(DelayOf(*ReadBoxAs<CEditBox>(edts)), (Answer<u64>{MP4_OK, delay})) << name;
+  }
+}
+
+// The end of an edit belongs to the next one; the last one is told by its result.
+TEST(EditListBox, FindsTheEditThatCoversATime) {
+  const auto box = ReadBoxAs<CEditListBox>(
+      Table("elst", {{9, 0xFFFFFFFF, 0x10000}, {0, 7, 1}, {5, 3, 0x20003}, {1, 5, 0xFFFF0000}}));
+  using Edit = std::array<u64, 4>;  // start, duration, media time and rate
+  const Edit edits[] = {{0, 9, ~u64{0}, 0x10000}, {9, 5, 3, 0x20003}, {14, 1, 5, 0xFFFF0000}, {}};
+  for (const auto& [time, edit] : {std::pair{8u, 0u}, {9, 1}, {13, 1}, {14, 2}, {15, 3}}) {
+    Edit found = {77, 77, 77};
+    u32 rate = 77;
+    EXPECT_EQ(edit == 2 ? MP4_NOT_FOUND : MP4_OK, box->FindEdit(time, &found[0], &found[1], &found[2], &rate))
+        << time;
+    found[3] = rate;
+    EXPECT_EQ(edits[edit], found) << time;
   }
 }
 
@@ -36,8 +50,6 @@ TEST(EditBox, MissesItsListUnlessItIsEmptyItself) {
   }
   CEditBox made;
   EXPECT_EQ(DelayOf(made), (Answer<u64>{MP4_OK, 0}));
-  CBox* child = nullptr;
-  EXPECT_EQ(made.GetChild(FourCc("elst"), &child), MP4_NOT_FOUND);
 }
 
 TEST(EditBox, WritesADelayThatItReadsBack) {

@@ -192,7 +192,6 @@ std::vector<RoundTrip> TableCases() {
   const std::string two = "Entry count = 2\n";
   return {
       {"stts", FullBox("stts", 0, 0, Bytes().U32s({2, 3, 40, 5, 60})), two},
-      {"stts without runs", FullBox("stts", 0, 0, Bytes().U32(0)), "Entry count = 0\n"},
       {"ctts", FullBox("ctts", 0, 0, Bytes().U32s({2, 3, 40, 5, 0xFFFFFFFF})), two},
       {"stsz", FullBox("stsz", 0, 0, Bytes().U32s({0, 2, 100, 200})), "Sample Size = 0\nEntry Count = 2\n"},
       {"stsz of one size", FullBox("stsz", 0, 0, Bytes().U32s({7, 3})), "Sample Size = 7\nEntry Count = 3\n"},

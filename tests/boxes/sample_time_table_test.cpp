@@ -76,14 +76,6 @@ Times TimesOf(CSampleTimeTable& table, u32 sample) {
   return times;
 }
 
-std::unique_ptr<CSampleTimeTable> Built(const Runs& stts, const Runs* ctts = nullptr, u64 startOffset = 0) {
-  const auto times = ReadBoxAs<CTimeToSampleBox>(Table("stts", stts));
-  const auto offsets = ctts == nullptr ? nullptr : ReadBoxAs<CCompositionOffsetBox>(Table("ctts", *ctts));
-  auto table = std::make_unique<CSampleTimeTable>();
-  EXPECT_EQ(table->Build(times.get(), offsets.get(), startOffset), MP4_OK);
-  return table;
-}
-
 /// Generated runs and the questions that are asked of them.
 class Generator {
  public:
@@ -177,11 +169,13 @@ TEST(SampleTimeTable, AnswersLongTablesLikeTheExpandedOne) {
 // An empty run adds nothing, but as the last one it makes the number behind the run before a sample: readers
 // rely on it. Both tables above would agree on anything else.
 TEST(SampleTimeTable, EndsWithASampleOfAnEmptyLastRun) {
-  const Runs offsets = {{2, 5}, {0, 9}, {1, 0xFFFFFFFE}};
-  const auto table = Built({{1, 10}, {0, 3}, {2, 20}, {0, 7}}, &offsets, 100);
+  const auto times = ReadBoxAs<CTimeToSampleBox>(Table("stts", {{1, 10}, {0, 3}, {2, 20}, {0, 7}}));
+  const auto offsets = ReadBoxAs<CCompositionOffsetBox>(Table("ctts", {{2, 5}, {0, 9}, {1, 0xFFFFFFFE}}));
+  CSampleTimeTable table;
+  ASSERT_EQ(table.Build(times.get(), offsets.get(), 100), MP4_OK);
   const Times expected[] = {{100, 105}, {110, 115}, {130, 130 + u64{0xFFFFFFFE}}, {150, 150}};
-  ASSERT_EQ(Got(*table, &CSampleTimeTable::GetSampleCount), 4u);
-  for (u32 sample = 1; sample <= 4; ++sample) EXPECT_EQ(TimesOf(*table, sample), expected[sample - 1]);
+  ASSERT_EQ(Got(table, &CSampleTimeTable::GetSampleCount), 4u);
+  for (u32 sample = 1; sample <= 4; ++sample) EXPECT_EQ(TimesOf(table, sample), expected[sample - 1]);
 }
 
 }  // namespace

@@ -8,17 +8,12 @@
 namespace kt::test {
 namespace {
 
-// Memory or time spent on what a count claims: each of these boxes would take gigabytes.
+// Memory and time spent on what a count claims: nothing of a table is kept that the file cannot hold whole.
+// The records that there are would fill more than one pass of the reader.
 TEST(TableBox, RefusesACountThatTheFileCannotHoldBeforeKeepingARecord) {
-  for (const char* code : {"stts", "ctts", "stco", "co64", "stsc", "stss", "elst"}) {
-    const Bytes box = TableBox(code, 0xFFFFFFF0, {});
-    EXPECT_EQ(ReadBox(box).result, MP4_OUT_OF_RANGE) << code;
-    EXPECT_EQ(ReadBoxFrom(FileOf(box)).result, MP4_FILE_IO) << code;
-  }
-  EXPECT_EQ(ReadBox(ConstantStsz(0, 0xFFFFFFF0)).result, MP4_OUT_OF_RANGE);
-  MemoryBlock storage(Bytes().U32(0).U32s({1000, 1, 2}));  // version and flags, count, one record
   CTimeToSampleBox box;
-  EXPECT_EQ(box.Deserialize(storage), MP4_OUT_OF_RANGE);
+  const Bytes payload = Bytes().U32(0).U32(2000).Zeros(8 * 1999);  // version and flags, count, records
+  EXPECT_EQ(box.Deserialize(FileOf(payload)), MP4_FILE_IO);
   CTimeToSampleTableEntry entry{};
   EXPECT_EQ(box.GetEntry(1, &entry), MP4_NOT_FOUND);
 }

@@ -124,6 +124,7 @@ TEST(InitialObjectDescriptor, WithUrlHasNoLevels) {
       "URLString: x:y\n\n  Unknown\n  Tag: 0x82  Size: 0\n",
       Dumped(*iod.descriptor));
   EXPECT_EQ(Descriptor(16, Bytes(start).Add(Descriptor(130))), Written(*iod.descriptor));
+  for (const u32 room : {64u, 0u}) EXPECT_EQ(MP4_NOT_READY, BufferResult(*iod.descriptor, room));
 }
 
 // Embedded ES descriptors are looked for under the tag of pointers to tracks, whatever the descriptor's tag.
@@ -157,12 +158,6 @@ TEST(InitialObjectDescriptor, IsBuiltByItsSetters) {
   ASSERT_EQ(MP4_OK, iod.SetFileForm(1));
   ASSERT_EQ(MP4_OK, iod.AddEsIdInc(3));
   EXPECT_EQ(Descriptor(16, Bytes(start).Add(Descriptor(5)).Add(Inclusion(3))), Written(iod));
-}
-
-TEST(InitialObjectDescriptor, HasNoBufferForm) {
-  ReadDescriptor iod(Descriptor(16, Bytes().U16(0x004F).Add(kLevels)));
-  ASSERT_EQ(MP4_OK, iod.result);
-  for (const u32 room : {64u, 0u}) EXPECT_EQ(MP4_NOT_READY, BufferResult(*iod.descriptor, room));
 }
 
 TEST(TrackPointers, WriteWhatWasSet) {
@@ -203,7 +198,7 @@ TEST(ObjectDescriptorUpdate, CountsAsALevelOfNesting) {
     for (u32 i = 0; i < 63u + tooDeep; ++i) nested = Descriptor(4, Bytes().Zeros(13).Add(nested));
     MemoryBlock storage(Descriptor(1, nested));
     CBaseCommand header;
-    ASSERT_EQ(MP4_OK, header.Deserialize(storage));
+    EXPECT_EQ(MP4_OK, header.Deserialize(storage));
     CObjectDescriptorUpdate update(&header);
     EXPECT_EQ(tooDeep ? MP4_BAD_DESCRIPTOR : MP4_OK, update.Deserialize(storage));
     if (!tooDeep) Dumped(update);
