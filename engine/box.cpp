@@ -80,7 +80,7 @@ Mp4Result CBox::Dump(int indent) {
   std::printf("Box type = %c%c%c%c  Size = %" PRIu64 "\n", code.first, code.second, code.third, code.fourth,
               m_size);
   if (m_type == FourCc("uuid")) {
-    // The line shows the addresses of the four words and not the words: readers of dumps rely on it.
+    // The line shows the addresses of the four words and not the words, and stays so.
     const auto address = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(m_userType.get()));
     PrintIndent(indent);
     std::printf("User type = %x%x%x%x\n", address, address + 4, address + 8, address + 12);
