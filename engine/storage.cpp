@@ -22,7 +22,6 @@ Mp4Result CStorage::ReadBigEndian(Value* value) {
     }
   }
   *value = read;
-  m_position += Width;
   return MP4_OK;
 }
 
@@ -31,7 +30,6 @@ Mp4Result CStorage::WriteBigEndian(u64 value) {
   for (unsigned shift = Width * 8; shift > 0; shift -= 8) {
     if (!m_stream.WriteByte(static_cast<u8>(value >> (shift - 8)))) return MP4_FILE_IO;
   }
-  m_position += Width;
   return MP4_OK;
 }
 
@@ -40,7 +38,8 @@ Mp4Result CStorage::Open(const char* path, u32 mode) {
   if (mode != MP4_MODE_READ && mode != MP4_MODE_WRITE) return MP4_BAD_ARGUMENT;
   if (!m_stream.Open(path, mode == MP4_MODE_WRITE)) return MP4_FILE_IO;
   (mode == MP4_MODE_WRITE ? m_writeOpen : m_readOpen) = 1;
-  return GetSize(&m_fileSize);
+  u64 size = 0;  // for its failure alone
+  return GetSize(&size);
 }
 
 Mp4Result CStorage::Close() {
@@ -48,16 +47,12 @@ Mp4Result CStorage::Close() {
   if (!m_stream.IsOpen() || !m_stream.Flush() || !m_stream.Close()) return MP4_FILE_IO;
   m_readOpen = 0;
   m_writeOpen = 0;
-  m_fileSize = 0;
-  m_position = 0;
   return MP4_OK;
 }
 
 Mp4Result CStorage::SetPosition(u64 position) {
   if (!m_readOpen && !m_writeOpen) return MP4_NOT_FOUND;
-  if (!m_stream.Seek(position)) return MP4_FILE_IO;
-  m_position = position;
-  return MP4_OK;
+  return m_stream.Seek(position) ? MP4_OK : MP4_FILE_IO;
 }
 
 Mp4Result CStorage::IsEof(u32* eof) {
@@ -95,7 +90,6 @@ Mp4Result CStorage::ReadUInt8(u8* value) {
   u8 byte;
   if (!m_stream.ReadByte(&byte)) return MP4_FILE_IO;
   *value = byte;
-  m_position += 1;
   return MP4_OK;
 }
 
@@ -139,7 +133,6 @@ Mp4Result CStorage::ReadBytes(u8* buffer, u64 count) {
   while (count > 0) {
     const std::size_t pass = static_cast<std::size_t>(std::min(count, kPass));
     if (m_stream.Read(buffer, pass) != pass) return MP4_FILE_IO;
-    m_position += pass;
     buffer += pass;
     count -= pass;
   }
@@ -149,7 +142,6 @@ Mp4Result CStorage::ReadBytes(u8* buffer, u64 count) {
 Mp4Result CStorage::ReadBlock(void* buffer, u32 count) {
   if (m_stream.IsEof()) return MP4_END_OF_FILE;
   if (!m_stream.IsOpen() || m_stream.Read(buffer, count) != count) return MP4_FILE_IO;
-  m_position += count;
   return MP4_OK;
 }
 
@@ -161,7 +153,6 @@ Mp4Result CStorage::Skip(u64 count) {
   if (!m_stream.IsOpen()) return MP4_FILE_IO;
   const u64 position = m_stream.Tell();
   if (position + count < position || !m_stream.Seek(position + count)) return MP4_FILE_IO;
-  m_position += count;
   return MP4_OK;
 }
 
@@ -208,7 +199,6 @@ Mp4Result CStorage::WriteInt8(i8 value) {
 Mp4Result CStorage::WriteBytes(const void* buffer, u32 size) {
   // No element is written for a size of 0, and a write of no element counts as failed.
   if (size == 0 || !m_stream.Write(buffer, size)) return MP4_FILE_IO;
-  m_position += size;
   return MP4_OK;
 }
 
@@ -234,9 +224,7 @@ Mp4Result CStorage::ReservedStorage3(u32 /*argument*/) {
 }
 
 Mp4Result CStorage::ResumeAt(u64 position) {
-  if (!m_stream.ResumeAt(position)) return MP4_FILE_IO;
-  m_position = position;
-  return MP4_OK;
+  return m_stream.ResumeAt(position) ? MP4_OK : MP4_FILE_IO;
 }
 
 Mp4Result CStorage::RequireBytes(u64 count) {

@@ -98,8 +98,6 @@ class CStorage {
   CFileStream m_stream;
   u32 m_readOpen = 0;
   u32 m_writeOpen = 0;
-  u64 m_fileSize = 0;
-  u64 m_position = 0;  // running tally; GetPosition asks the stream
   u32 m_nesting = 0;
 };
 

@@ -39,7 +39,6 @@ u32 KindOfHandler(u32 handlerType) {
 
 Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
-  m_trackIndex = trackIndex;
   CBox* track = nullptr;
   KT_TRY(m_file->GetTrackBox(trackIndex, &track));
   m_boxes.track = static_cast<CTrackBox*>(track);

@@ -52,7 +52,6 @@ Mp4Result AddMediaHeader(CMediaInformationBox* mediaInformation) {
 Mp4Result CTrackImpl::SetUp(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
   if (m_writing) return MP4_ALREADY_SET_UP;
-  m_trackIndex = trackIndex;
   CBox* track = nullptr;
   KT_TRY(m_file->AddTrackBox(&track));
   m_boxes.track = static_cast<CTrackBox*>(track);
