@@ -8,15 +8,16 @@ namespace kt {
 
 Mp4Result CBitRateWindow::AddSample(u32 size, u64 time, u32 timeScale) {
   m_totalBytes += size;
-  m_windowBits += size * 8;
+  m_windowBytes += size;
   if (m_count == m_capacity) KT_TRY(Grow());
   At(m_count++) = {time, size};
   while (m_count > 1 && time > At(0).time + timeScale) {
-    m_windowBits -= At(0).size * 8;
+    m_windowBytes -= At(0).size;
     m_first = (m_first + 1) & (m_capacity - 1);
     --m_count;
   }
-  m_peakBitsPerSecond = std::max(m_peakBitsPerSecond, m_windowBits);
+  m_peakBytes = std::max(m_peakBytes, m_windowBytes);
+  m_peakBits = std::max(m_peakBits, static_cast<u32>(m_windowBytes * 8));
   return MP4_OK;
 }
 
@@ -38,7 +39,7 @@ void CBitRateWindow::Clear() {
   m_capacity = 0;
   m_first = 0;
   m_count = 0;
-  m_windowBits = 0;
+  m_windowBytes = 0;
 }
 
 u32 CBitRateWindow::GetAverage(u64 duration, u32 timeScale) const {

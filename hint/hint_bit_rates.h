@@ -19,7 +19,7 @@ class CHintBitRates {
   /// Bits per second, modulo 2^32; both stay as they are while no time has passed.
   void GetBitrates(u32* maximum, u32* average) const {
     if (m_lastTimeMs == 0) return;
-    *maximum = m_window.GetPeak();
+    *maximum = static_cast<u32>(m_window.GetPeakInFull());
     *average = m_window.GetAverageUpTo(m_lastTimeMs);
   }
 
