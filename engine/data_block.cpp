@@ -8,23 +8,31 @@
 
 namespace kt {
 
+void CDataBlock::Clear() {
+  m_data.reset();
+  m_size = 0;
+}
+
 Mp4Result CDataBlock::Allocate(u32 size) {
   m_data.reset(new (std::nothrow) u8[size]);
-  return m_data ? MP4_OK : MP4_NO_MEMORY;
+  if (!m_data) return MP4_NO_MEMORY;
+  m_size = size;
+  return MP4_OK;
 }
 
 Mp4Result CDataBlock::Reserve(CStorage* storage, u32 size) {
-  m_data.reset();
-  m_size = size;
+  Clear();
   if (size == 0) return MP4_OK;
   KT_TRY(storage->RequireBytes(size));
   return Allocate(size);
 }
 
 Mp4Result CDataBlock::Set(const void* data, u32 size) {
-  m_data.reset();
-  m_size = size;
-  if (size == 0 || data == nullptr) return MP4_OK;
+  Clear();
+  if (size == 0 || data == nullptr) {
+    m_size = size;
+    return MP4_OK;
+  }
   KT_TRY(Allocate(size));
   std::memcpy(m_data.get(), data, size);
   return MP4_OK;
@@ -33,7 +41,11 @@ Mp4Result CDataBlock::Set(const void* data, u32 size) {
 Mp4Result CDataBlock::Copy(u32 capacity, u32* size, void* buffer) const {
   *size = m_size;
   if (m_size > capacity) return MP4_BUFFER_TOO_SMALL;
-  if (m_data) std::memcpy(buffer, m_data.get(), m_size);
+  if (m_data) {
+    std::memcpy(buffer, m_data.get(), m_size);
+  } else if (m_size > 0 && buffer != nullptr) {
+    std::memset(buffer, 0, m_size);
+  }
   return MP4_OK;
 }
 
