@@ -28,7 +28,8 @@ class CMp4File {
   ///
   /// MP4_NOT_FOUND when already open or when the file has no "moov"; MP4_BAD_ARGUMENT for a null name or a
   /// bad mode or type; MP4_FILE_IO when the file does not open, is no regular file, or is cut; MP4_CORRUPT,
-  /// MP4_BAD_BOX, MP4_BAD_DESCRIPTOR, MP4_DESCRIPTOR_OVERRUN and others when a box is refused. After a
+  /// MP4_BAD_BOX, MP4_BAD_DESCRIPTOR, MP4_DESCRIPTOR_OVERRUN and others when a box is refused; MP4_NO_MEMORY,
+  /// for which a written file of whose boxes one could not be made also answers MP4_NOT_FOUND. After a
   /// failure what was parsed stays for `Dump`.
   virtual Mp4Result Open(const char* fileName, u32 mode, u32 fileType) = 0;
   /// Closes the file; a written one that has tracks gets its "moov" now, and without tracks it has none and
@@ -66,7 +67,8 @@ class CMp4File {
   /// without a movie time scale, MP4_NO_MEMORY also when a track claims more samples than can be counted.
   virtual Mp4Result OpenTrack(u32 trackIndex, CMp4Track** track) = 0;
   /// Makes a new track for writing, whose id and index are the new number of tracks; the caller gives it back
-  /// with `CloseTrack`. It cannot be taken back. MP4_NOT_FOUND in read mode or without a tree, MP4_NO_MEMORY.
+  /// with `CloseTrack`. It cannot be taken back. MP4_NOT_FOUND unless the file is open to write,
+  /// MP4_NO_MEMORY.
   virtual Mp4Result AddTrack(CMp4Track** track) = 0;
   /// Deletes the track object; a track that is being written is finished before: its last chunk goes to disk,
   /// and its tables, durations and bit rates are completed. One that cannot be finished stays alive, takes no
@@ -80,7 +82,7 @@ class CMp4File {
   /// RTP; MP4_NO_MEMORY; and as `OpenTrack`.
   virtual Mp4Result OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) = 0;
   /// Makes a new hint track for writing, of an `Mp4HintType`; the caller gives it back with `CloseHintTrack`.
-  /// MP4_NOT_FOUND in read mode or without a tree, MP4_BAD_ARGUMENT for another type, MP4_NO_MEMORY. Its
+  /// MP4_NOT_FOUND unless the file is open to write, MP4_BAD_ARGUMENT for another type, MP4_NO_MEMORY. Its
   /// track cannot be taken back, and until it is closed, or has a time scale, `Close` answers MP4_BAD_BOX.
   virtual Mp4Result AddHintTrack(CMp4HintTrack** track, u32 hintType) = 0;
   /// Packetises the media track that a hint track refers to, writes its samples, figures and session

@@ -38,7 +38,7 @@ Mp4Result CMp4FileImpl::OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) {
 
 Mp4Result CMp4FileImpl::AddHintTrack(CMp4HintTrack** track, u32 hintType) {
   *track = nullptr;
-  if (m_mode == MP4_MODE_READ) return MP4_NOT_FOUND;
+  if (!m_isOpen || m_mode == MP4_MODE_READ) return MP4_NOT_FOUND;
   if (hintType >= std::size(kHinters)) return MP4_BAD_ARGUMENT;
   HintTrack added = kHinters[hintType](this, m_traceLevel);
   if (!added) return MP4_NO_MEMORY;

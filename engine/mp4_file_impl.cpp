@@ -55,11 +55,13 @@ Mp4Result CMp4FileImpl::TakeArguments(const char* fileName, u32 mode, u32 fileTy
 }
 
 Mp4Result CMp4FileImpl::OpenStorage() {
-  m_storage.reset(new (std::nothrow) CStorage);
-  if (!m_storage) return MP4_NO_MEMORY;
-  KT_TRY(m_storage->Open(m_fileName.get(), m_mode));
+  // The tree of a failed `Open` borrows its storage, so both stay until there is another.
+  std::unique_ptr<CStorage> storage(new (std::nothrow) CStorage);
+  if (!storage) return MP4_NO_MEMORY;
+  KT_TRY(storage->Open(m_fileName.get(), m_mode));
   if (Tracing()) std::printf("CMp4FileImpl::Open >> Storage opened successfully\n");
   ReleaseTree();
+  m_storage = std::move(storage);
   m_boxes.reset(new (std::nothrow) CBoxList(nullptr));
   if (!m_boxes) return MP4_NO_MEMORY;
   if (Tracing()) std::printf("CMp4FileImpl::Open >> instanciated BoxList\n");
@@ -70,10 +72,18 @@ Mp4Result CMp4FileImpl::ReadTree() {
   u64 left = 0;
   KT_TRY(m_storage->GetSize(&left));
   if (Tracing()) std::printf("CMp4FileImpl::Open >> Filesize is %" PRIu64 " Bytes\n", left);
-  KT_TRY(m_boxes->DeserializeAll(m_storage.get(), &left));
+  const Mp4Result read = m_boxes->DeserializeAll(m_storage.get(), &left);
+  const Mp4Result indexed = IndexMovie();  // also what stands in a tree that is cut short
+  KT_TRY(read);
   if (Tracing()) std::printf("CMp4FileImpl::Open >> All boxes de-serialized\n");
   TakeFileTypeFromBrand();
-  return CountTracks();
+  if (m_movie == nullptr) {
+    if (Tracing()) std::printf("No movie box found in file\n");
+    return MP4_NOT_FOUND;
+  }
+  KT_TRY(indexed);
+  m_trackCount = m_tracks.GetCount();
+  return MP4_OK;
 }
 
 // Nothing else is asked of "ftyp": a file without one, or with any brand at all, is read.
@@ -86,19 +96,18 @@ void CMp4FileImpl::TakeFileTypeFromBrand() {
   if (majorBrand == FourCc("3gp4") || majorBrand == FourCc("3gp5")) m_fileType = MP4_TYPE_3GP;
 }
 
-Mp4Result CMp4FileImpl::CountTracks() {
-  CMovieBox* movie = nullptr;
-  if (const Mp4Result result = FindMovie(&movie); result != MP4_OK) {
-    if (Tracing()) std::printf("No movie box found in file\n");
-    return result;
+Mp4Result CMp4FileImpl::IndexMovie() {
+  CBox* box = nullptr;
+  if (m_boxes->FindByType(FourCc("moov"), &box, 0) != MP4_OK) return MP4_OK;
+  m_movie = static_cast<CMovieBox*>(box);
+  if (m_movie->GetChild(FourCc("mvhd"), &box, 0) == MP4_OK) {
+    m_movieHeader = static_cast<CMovieHeaderBox*>(box);
   }
-  // The list goes on from where the last search ended, so that counting takes one pass.
-  for (m_trackCount = 0;; ++m_trackCount) {
-    CBox* track = nullptr;
-    const Mp4Result result = movie->GetChild(FourCc("trak"), &track, m_trackCount + 1);
-    if (result == MP4_NOT_FOUND) return MP4_OK;
-    KT_TRY(result);
+  // The list goes on from where the last search ended, so that this takes one pass.
+  while (m_movie->GetChild(FourCc("trak"), &box, m_tracks.GetCount() + 1) == MP4_OK) {
+    KT_TRY(m_tracks.Append(&box));
   }
+  return MP4_OK;
 }
 
 Mp4Result CMp4FileImpl::Close() {
@@ -118,33 +127,27 @@ Mp4Result CMp4FileImpl::Close() {
 
 void CMp4FileImpl::ReleaseTree() {
   DetachTracks();
+  m_tracks.Clear();
+  m_movieHeader = nullptr;
+  m_movie = nullptr;
   m_boxes.reset();
 }
 
 // What stands in the tree.
 
-Mp4Result CMp4FileImpl::FindMovie(CMovieBox** movie) {
-  if (!m_boxes) return MP4_NOT_FOUND;
-  CBox* box = nullptr;
-  KT_TRY(m_boxes->FindByType(FourCc("moov"), &box, 0));
-  *movie = static_cast<CMovieBox*>(box);
-  return MP4_OK;
+Mp4Result CMp4FileImpl::FindMovie(CMovieBox** movie) const {
+  *movie = m_movie;
+  return m_movie != nullptr ? MP4_OK : MP4_NOT_FOUND;
 }
 
-Mp4Result CMp4FileImpl::FindMovieHeader(CMovieHeaderBox** header) {
-  CMovieBox* movie = nullptr;
-  CBox* box = nullptr;
-  KT_TRY(FindMovie(&movie));
-  KT_TRY(movie->GetChild(FourCc("mvhd"), &box, 0));
-  *header = static_cast<CMovieHeaderBox*>(box);
-  return MP4_OK;
+Mp4Result CMp4FileImpl::FindMovieHeader(CMovieHeaderBox** header) const {
+  *header = m_movieHeader;
+  return m_movieHeader != nullptr ? MP4_OK : MP4_NOT_FOUND;
 }
 
 Mp4Result CMp4FileImpl::GetTrackBox(u32 trackIndex, CBox** box) {
   *box = nullptr;
-  CMovieBox* movie = nullptr;
-  KT_TRY(FindMovie(&movie));
-  return movie->GetChild(FourCc("trak"), box, trackIndex);
+  return m_tracks.GetAt(trackIndex, box);
 }
 
 Mp4Result CMp4FileImpl::GetMovieTimeScale(u32* timeScale) {

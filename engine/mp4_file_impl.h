@@ -3,6 +3,7 @@
 #include <memory>
 #include <span>
 
+#include "boxes/data_list.h"
 #include "engine/box_list.h"
 #include "engine/mp4_file.h"
 #include "engine/storage.h"
@@ -54,7 +55,8 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   Mp4Result OpenStorage();
   Mp4Result ReadTree();
   void TakeFileTypeFromBrand();
-  Mp4Result CountTracks();
+  // Finds what the tree holds of the movie, once for all that ask later. MP4_NO_MEMORY.
+  Mp4Result IndexMovie();
   // Lays down "ftyp" and the reserved header of "mdat".
   Mp4Result StartFile();
   Mp4Result MakeTree();
@@ -73,8 +75,8 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
                             std::unique_ptr<CTrackImpl>* track);
   // The "tref" of a track, which is made when there is none; borrowed.
   Mp4Result FindTrackReferences(u32 trackIndex, CTrackReferenceBox** references);
-  Mp4Result FindMovie(CMovieBox** movie);
-  Mp4Result FindMovieHeader(CMovieHeaderBox** header);
+  Mp4Result FindMovie(CMovieBox** movie) const;
+  Mp4Result FindMovieHeader(CMovieHeaderBox** header) const;
   // The first of the numbers for payloads without one of their own. RFC 3551, 6.
   static constexpr u32 kFirstPayloadNumber = 96;
 
@@ -86,6 +88,10 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   u32 m_mode = MP4_MODE_READ;
   u32 m_fileType = MP4_TYPE_MP4;
   std::unique_ptr<CBoxList> m_boxes;  // the top level; after a failed `Open` what was parsed
+  // What `IndexMovie` or `MakeTree` has found, borrowed from the tree; null or empty where there is none.
+  CMovieBox* m_movie = nullptr;
+  CMovieHeaderBox* m_movieHeader = nullptr;
+  CDataList<CBox*> m_tracks;
   u32 m_trackCount = 0;
   u64 m_moviePosition = 0;  // where `FinishFile` has begun to write "moov"
   u32 m_traceLevel = 0;

@@ -46,14 +46,16 @@ template <class Made>
 Mp4Result AddToTop(CBoxList* boxes, Made** made) {
   std::unique_ptr<Made> box(new (std::nothrow) Made);
   if (!box) return MP4_NO_MEMORY;
-  *made = box.get();
-  return boxes->Add(std::move(box));
+  Made* const added = box.get();
+  KT_TRY(boxes->Add(std::move(box)));
+  *made = added;
+  return MP4_OK;
 }
 
 }  // namespace
 
 Mp4Result CMp4FileImpl::StartFile() {
-  // What is missing afterwards is not found below, which is what callers are told.
+  // Which of the boxes there was no memory for shows where they are needed.
   static_cast<void>(MakeTree());
   CBox* box = nullptr;
   KT_TRY(m_boxes->FindByType(FourCc("ftyp"), &box, 0));
@@ -64,11 +66,10 @@ Mp4Result CMp4FileImpl::StartFile() {
   CMediaDataBox* mediaData = nullptr;
   KT_TRY(GetMediaData(&mediaData));
   KT_TRY(mediaData->StartWriting(m_storage.get()));
+  if (m_movieHeader == nullptr) return MP4_NO_MEMORY;
   if (m_fileType == MP4_TYPE_MP4) {
-    CMovieBox* movie = nullptr;
     CObjectDescriptorBox* descriptor = nullptr;
-    KT_TRY(FindMovie(&movie));
-    KT_TRY(RequireChild(movie, FourCc("iods"), &descriptor));
+    KT_TRY(RequireChild(m_movie, FourCc("iods"), &descriptor));
     KT_TRY(descriptor->SetDefaultDescriptor(kVisualProfileLevel, kAudioProfileLevel));
   }
   m_trackCount = 0;
@@ -81,19 +82,17 @@ Mp4Result CMp4FileImpl::StartFile() {
 Mp4Result CMp4FileImpl::MakeTree() {
   CFileTypeBox* fileType = nullptr;
   CMediaDataBox* mediaData = nullptr;
-  CMovieBox* movie = nullptr;
-  CMovieHeaderBox* movieHeader = nullptr;
   CObjectDescriptorBox* descriptor = nullptr;
   KT_TRY(AddToTop(m_boxes.get(), &fileType));
   KT_TRY(AddToTop(m_boxes.get(), &mediaData));
-  KT_TRY(AddToTop(m_boxes.get(), &movie));
-  KT_TRY(AddNewChild(movie, &movieHeader));
-  return m_fileType == MP4_TYPE_MP4 ? AddNewChild(movie, &descriptor) : MP4_OK;
+  KT_TRY(AddToTop(m_boxes.get(), &m_movie));
+  KT_TRY(AddNewChild(m_movie, &m_movieHeader));
+  return m_fileType == MP4_TYPE_MP4 ? AddNewChild(m_movie, &descriptor) : MP4_OK;
 }
 
 Mp4Result CMp4FileImpl::AddTrack(CMp4Track** track) {
   *track = nullptr;
-  if (m_mode == MP4_MODE_READ || !m_boxes) return MP4_NOT_FOUND;
+  if (!m_isOpen || m_mode == MP4_MODE_READ) return MP4_NOT_FOUND;
   std::unique_ptr<CTrackImpl> added(new (std::nothrow) CTrackImpl(this, m_traceLevel));
   if (!added) return MP4_NO_MEMORY;
   ++m_trackCount;
@@ -111,7 +110,9 @@ Mp4Result CMp4FileImpl::AddTrackBox(CBox** box) {
   CTrackBox* track = nullptr;
   KT_TRY(FindMovie(&movie));
   KT_TRY(AddNewChild(movie, &track));
-  *box = track;
+  CBox* const added = track;
+  KT_TRY(m_tracks.Append(&added));
+  *box = added;
   return MP4_OK;
 }
 
