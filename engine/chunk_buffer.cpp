@@ -14,6 +14,14 @@ Mp4Result CChunkBuffer::Append(const void* data, u32 size) {
   return MP4_OK;
 }
 
+void CChunkBuffer::Clear() {
+  m_size = 0;
+  m_count = 0;
+  if (m_capacity <= 2 * kByteLimit) return;
+  m_bytes.reset();
+  m_capacity = 0;
+}
+
 Mp4Result CChunkBuffer::Reserve(u64 size) {
   constexpr u64 kFirstCapacity = 16'384;
   if (size <= m_capacity) return MP4_OK;

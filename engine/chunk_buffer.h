@@ -20,11 +20,9 @@ class CChunkBuffer {
   /// All bytes together, and where they lie until the next `Append`.
   u64 GetSize() const { return m_size; }
   const u8* GetBytes() const { return m_bytes.get(); }
-  /// Empties the chunk and keeps its memory for the next one.
-  void Clear() {
-    m_size = 0;
-    m_count = 0;
-  }
+  /// Empties the chunk. Its memory stays for the next one, unless a sample far above the limit has made it
+  /// larger than chunks are.
+  void Clear();
 
  private:
   static constexpr u64 kByteLimit = 1'000'000;

@@ -13,7 +13,8 @@ namespace kt {
 ///
 /// Results that recur: MP4_NOT_READY when the track is not bound to its boxes or has outlived its file,
 /// MP4_NOT_FOUND for a sample beyond the last, MP4_ZERO_INDEX for sample 0. While a track is being written
-/// its times answer MP4_NOT_READY and its samples cannot be read (MP4_FILE_IO).
+/// its times answer MP4_NOT_READY. No sample of a file that is being written can be read: MP4_FILE_IO, and
+/// MP4_NOT_FOUND for one whose chunk has not gone to the file yet.
 class CMp4Track {
  public:
   CMp4Track() = default;
@@ -86,6 +87,8 @@ class CMp4Track {
   /// well. `format` is MP4_FORMAT_MP4V or MP4_FORMAT_S263; `info` is the decoder specific info (ISO/IEC
   /// 14496-1, 7.2.6.7) or the payload of "d263" (3GPP TS 26.244, 6.8) and is copied. MP4_BAD_ARGUMENT for
   /// another format, and for a size from 32768 up, when the entry is there all the same; MP4_NO_MEMORY.
+  /// An `infoSize` without `info`, here and for sound, is told until the file is closed and reads as zeros;
+  /// the file gets no bytes for it.
   virtual Mp4Result SetVideoFormat(u32 width, u32 height, const void* info, u32 infoSize, u32 format) = 0;
   /// Makes the sample entry of an audio track, at the sample rate of the time scale, of which 16 bits are
   /// kept. `format` is MP4_FORMAT_MP4A, MP4_FORMAT_SAWB or MP4_FORMAT_SAMR; `info` is the decoder specific

@@ -131,6 +131,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result AddSystemsEntry(const void* info, u32 infoSize);
   Mp4Result NoteSync(bool isSync);
   Mp4Result WriteChunk();
+  Mp4Result AppendChunk(u64* chunkPosition);
   Mp4Result AddChunkOffset(u64 position);
   Mp4Result WidenChunkOffsets();
   Mp4Result FinishTimes();
@@ -145,10 +146,9 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result GetEntry(u32 entryIndex, Entry* entry);
   Mp4Result GetBoundEntry(u32 entryIndex, Entry* entry);
 
-  u32 m_trackIndex = 0;
   u32 m_trackId = 0;
   u32 m_bound = 0;
-  u32 m_traceLevel;  // kept for the operations that print
+  u32 m_traceLevel;  // what the file hands to each track; no operation of a track prints a trace yet
   u32 m_kind = MP4_KIND_UNKNOWN;
   Boxes m_boxes;
   std::unique_ptr<CSampleTimeTable> m_timeTable;

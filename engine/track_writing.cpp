@@ -22,11 +22,15 @@
 namespace kt {
 namespace {
 
-// Gives a box to the table that owns it from then on. Null is a box that the track does not have, or that the
-// table has got already.
+// Gives a box to the table that owns it from then on, or leaves it where it is. Null is a box that the track
+// does not have, or that the table has got already.
 template <class Given>
-Mp4Result GiveTo(CSampleTableBox* sampleTable, std::unique_ptr<Given> box, Given** borrowed) {
-  return box ? HandOverChild(sampleTable, std::move(box), borrowed) : MP4_OK;
+Mp4Result GiveTo(CSampleTableBox* sampleTable, std::unique_ptr<Given>* box) {
+  if (!*box) return MP4_OK;
+  std::unique_ptr<CBoxList::Node> node(new (std::nothrow) CBoxList::Node);
+  if (!node) return MP4_NO_MEMORY;
+  node->item = std::move(*box);
+  return sampleTable->AddChildNode(std::move(node));
 }
 
 }  // namespace
@@ -70,22 +74,35 @@ Mp4Result CTrackImpl::NoteSync(bool isSync) {
 
 // The chunk stays as it is until all of it is in the file and in the tables, so that `Finish` can try again.
 Mp4Result CTrackImpl::WriteChunk() {
-  constexpr u64 kMostAtOnce = 1U << 30;
   CTrackWriting& writing = *m_writing;
-  CMediaDataBox* mediaData = nullptr;
-  KT_TRY(m_file->GetMediaData(&mediaData));
-  u64 chunkPosition = 0;
-  for (u64 done = 0; done < writing.chunk.GetSize();) {
-    const u32 size = static_cast<u32>(std::min(writing.chunk.GetSize() - done, kMostAtOnce));
-    u64 position = 0;
-    KT_TRY(mediaData->AppendData(writing.chunk.GetBytes() + done, size, &position));
-    if (done == 0) chunkPosition = position;
-    done += size;
+  if (writing.chunkStep == CTrackWriting::kGathered) {
+    KT_TRY(AppendChunk(&writing.chunkPosition));
+    writing.chunkStep = CTrackWriting::kInFile;
   }
-  KT_TRY(AddChunkOffset(chunkPosition));
+  if (writing.chunkStep == CTrackWriting::kInFile) {
+    KT_TRY(AddChunkOffset(writing.chunkPosition));
+    writing.chunkStep = CTrackWriting::kPlaced;
+  }
   KT_TRY(m_boxes.sampleToChunk->AddChunk(writing.currentChunk, writing.chunk.GetCount(), 1));
   writing.chunk.Clear();
+  writing.chunkStep = CTrackWriting::kGathered;
   ++writing.currentChunk;
+  return MP4_OK;
+}
+
+// From its first byte, also when an earlier try has left a part: others may have written since.
+Mp4Result CTrackImpl::AppendChunk(u64* chunkPosition) {
+  constexpr u64 kMostAtOnce = 1U << 30;
+  const CChunkBuffer& chunk = m_writing->chunk;
+  CMediaDataBox* mediaData = nullptr;
+  KT_TRY(m_file->GetMediaData(&mediaData));
+  for (u64 done = 0; done < chunk.GetSize();) {
+    const u32 size = static_cast<u32>(std::min(chunk.GetSize() - done, kMostAtOnce));
+    u64 position = 0;
+    KT_TRY(mediaData->AppendData(chunk.GetBytes() + done, size, &position));
+    if (done == 0) *chunkPosition = position;
+    done += size;
+  }
   return MP4_OK;
 }
 
@@ -134,6 +151,7 @@ Mp4Result CTrackImpl::FinishTimes() {
   if (m_writing->timesFinished) return MP4_OK;
   u64 startOffset = 0;  // stays 0: a track that is written starts with the movie
   KT_TRY(m_timeTable->FinishWriting(&startOffset));
+  m_writing->compositionOffset = m_timeTable->TakeCompositionOffsetBox();
   m_writing->timesFinished = true;
   return MP4_OK;
 }
@@ -142,10 +160,10 @@ Mp4Result CTrackImpl::FinishSampleTable() {
   CTrackWriting& writing = *m_writing;
   CSampleTableBox* table = nullptr;
   KT_TRY(RequireChild(m_boxes.mediaInformation, FourCc("stbl"), &table));
-  KT_TRY(GiveTo(table, m_timeTable->TakeCompositionOffsetBox(), &m_boxes.compositionOffset));
-  KT_TRY(GiveTo(table, std::move(writing.syncSample), &m_boxes.syncSample));
-  KT_TRY(GiveTo(table, std::move(writing.chunkOffset), &m_boxes.chunkOffset));
-  KT_TRY(GiveTo(table, std::move(writing.chunkLargeOffset), &m_boxes.chunkLargeOffset));
+  KT_TRY(GiveTo(table, &writing.compositionOffset));
+  KT_TRY(GiveTo(table, &writing.syncSample));
+  KT_TRY(GiveTo(table, &writing.chunkOffset));
+  KT_TRY(GiveTo(table, &writing.chunkLargeOffset));
   return m_boxes.chunkOffset != nullptr || m_boxes.chunkLargeOffset != nullptr ? MP4_OK : MP4_NOT_READY;
 }
 
@@ -160,7 +178,7 @@ Mp4Result CTrackImpl::FinishDurations(u64* mediaDuration) {
   u64 duration = 0;
   KT_TRY(m_timeTable->GetLastSampleTime(&lastTime, &lastDuration));
   KT_TRY(m_boxes.trackHeader->GetDuration(&duration));
-  *mediaDuration = lastTime + lastDuration;
+  *mediaDuration = lastTime + std::min<u64>(lastDuration, std::numeric_limits<u64>::max() - lastTime);
   if (duration == 0) {  // otherwise somebody has set it, and it stays
     KT_TRY(m_boxes.trackHeader->SetDuration(*mediaDuration * movieScale / mediaScale));
   }

@@ -4,6 +4,7 @@
 
 #include "boxes/chunk_large_offset_box.h"
 #include "boxes/chunk_offset_box.h"
+#include "boxes/composition_offset_box.h"
 #include "boxes/sync_sample_box.h"
 #include "engine/bit_rate_window.h"
 #include "engine/chunk_buffer.h"
@@ -18,7 +19,11 @@ struct CTrackWriting {
   CBitRateWindow bitRates;
   bool finishing = false;      // no further samples, whether or not the track can be finished
   bool timesFinished = false;  // the last sample has its duration
-  // Made here and given to "stbl" at the end, when it is known which of them the track has.
+  // How far the chunk has come: a step that is done is not done again when a later one has failed.
+  enum { kGathered, kInFile, kPlaced } chunkStep = kGathered;
+  u64 chunkPosition = 0;  // where it lies in the file
+  // Made by the track and given to "stbl" at the end, when it is known which of them the track has.
+  std::unique_ptr<CCompositionOffsetBox> compositionOffset;
   std::unique_ptr<CChunkOffsetBox> chunkOffset;
   std::unique_ptr<CChunkLargeOffsetBox> chunkLargeOffset;
   std::unique_ptr<CSyncSampleBox> syncSample;
