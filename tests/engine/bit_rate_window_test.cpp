@@ -42,6 +42,14 @@ TEST(BitRateWindow, CountsLikeAPlainQueue) {
   EXPECT_GT(queue.size(), 64u);
 }
 
+// A decoder config says less than the bits of a very large second, the sum itself is not cut.
+TEST(BitRateWindow, BeyondThirtyTwoBits) {
+  CBitRateWindow window;
+  for (const u32 size : {3u, 0x20000000u}) ASSERT_EQ(window.AddSample(size, 0, 1), MP4_OK);
+  EXPECT_EQ(window.GetPeak(), 24u);
+  EXPECT_EQ(window.GetPeakInFull(), 0x100000018u);
+}
+
 TEST(BitRateWindow, AverageOverTheDuration) {
   const std::tuple<u32, u64, u32, u32> cases[] = {
       {1000, 2000, 1000, 4000},       {1000, 3000, 1000, 2666},        // cut, not rounded

@@ -185,6 +185,23 @@ TEST(SessionDescription, CarriesThePresentation) {
   }
 }
 
+// Of the first file neither the tracks nor the payload numbers count for the second one, nor that it is
+// hinted.
+TEST(SessionDescription, OfASecondFileOfTheSameObjectStartsAnew) {
+  WrittenMovie movie(MP4_TYPE_MP4);
+  Bytes contents[2];
+  for (Bytes& content : contents) {
+    const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO);
+    ASSERT_EQ(HintTrackOf(movie, video, MP4_HINT_VIDEO), MP4_OK);
+    ASSERT_EQ(movie->AddSceneTracks(video, 0, 0), MP4_OK);
+    content = movie.Finish({});
+    ASSERT_EQ(movie->Open(movie.Name().c_str(), MP4_MODE_WRITE, MP4_TYPE_MP4), MP4_OK);
+  }
+  EXPECT_EQ(contents[1], contents[0]);
+  AddMediaTrack(movie, MP4_KIND_VIDEO);
+  EXPECT_EQ(BoxAt(movie.Finish({}), "moov/udta"), Bytes());
+}
+
 TEST(SessionDescription, NeedsAPresentationByTheTypeOfTheFile) {
   const struct {
     const char* what;

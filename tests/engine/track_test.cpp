@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -36,6 +37,11 @@ TEST(Track, BindsWithoutWhatIsNotRequired) {
     OpenedMovie movie(track);
     ASSERT_EQ(movie.result, MP4_OK) << "opening asks nothing of the tracks";
     EXPECT_EQ(movie.BindResult(), result) << what;
+  }
+  for (const char* container : {"mdia", "minf", "stbl"}) {
+    Bytes content = MovieOf(Track()).Build();
+    std::ranges::search(content, Bytes().Text(container)).front() = 'x';  // a box of no known type
+    EXPECT_EQ(OpenedMovie(content).BindResult(), MP4_NOT_FOUND) << container;
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <numeric>
 
 #include "support/movie_builder.h"
 #include "support/written_movie.h"
@@ -50,11 +51,16 @@ TEST(TrackWriting, AChunkEndsWithTheSampleThatReachesALimit) {
 }
 
 TEST(TrackWriting, SyncTableHoldsTheSyncSamplesUnlessAllAre) {
+  std::vector<bool> many(70'000, true);
+  std::vector<u64> numbers(many.size());
+  std::iota(numbers.begin(), numbers.end(), 1);
+  many.push_back(false);
   const std::pair<std::vector<bool>, Bytes> cases[] = {{{true, true, true}, {}},
                                                        {{true, true, true, false, true}, Stss({1, 2, 3, 5})},
                                                        {{false, true}, Stss({2})},
                                                        {{false, false}, Stss({})},
-                                                       {{true, true, false}, Stss({1, 2})}};
+                                                       {{true, true, false}, Stss({1, 2})},
+                                                       {many, Stss(numbers)}};
   for (const auto& [syncs, table] : cases) {
     WrittenMovie movie;
     CMp4Track* track = movie.AddTextTrack();
@@ -93,6 +99,7 @@ TEST(TrackWriting, TimesBecomeRuns) {
       {"a step of 31 bits does so, too", {{0, 0}, {kHalf, kHalf}}, {{2, 2}}, 0},
       {"the longest step", {{0, 0}, {kHalf - 1, kHalf - 1}}, {{2, 0x7FFFFFFF}}, 0xFFFFFFFE},
       {"across 32 bits", {{kWhole - 1, kWhole - 1}, {kWhole + 1, kWhole + 1}}, {{2, 2}}, 3},
+      {"up to the last time that there is", {{kLate, kLate}}, {{1, 1}}, 0xFFFFFFFF},
   };
   for (const auto& [what, samples, stts, duration, ctts] : cases) {
     SCOPED_TRACE(what);
@@ -176,6 +183,39 @@ TEST(TrackWriting, VideoSizesThatTheEntryCannotHoldAreRefusedLate) {
     EXPECT_EQ(track->SetVideoFormat(width, height, "", 0, MP4_FORMAT_S263), result) << width;
     EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleFormat).result, hasEntry ? MP4_OK : MP4_NOT_FOUND) << width;
   }
+}
+
+TEST(TrackWriting, SoundKeepsVolumeBalanceAndDecoderInfo) {
+  const std::pair<u32, const char*> cases[] = {{MP4_FORMAT_SAMR, "samr"}, {MP4_FORMAT_SAWB, "sawb"}};
+  for (const auto& [format, code] : cases) {
+    WrittenMovie movie;
+    CMp4Track* track = movie.AddBareTrack();
+    ASSERT_EQ(track->SetTrackType(MP4_KIND_AUDIO), MP4_OK);
+    ASSERT_EQ(track->SetTimeScale(16000), MP4_OK);
+    ASSERT_EQ(track->SetAudioFormat(0x180, 0x7F01, "info", 4, format), MP4_OK);
+    const Bytes content = movie.Finish({track});
+    const Bytes tkhd = BoxAt(content, "moov/trak/tkhd");
+    EXPECT_EQ(Bytes(tkhd.begin() + 44, tkhd.begin() + 46), Bytes().U16(0x180));
+    EXPECT_EQ(BoxAt(content, "moov/trak/mdia/minf/smhd"), FullBox("smhd", 0, 0, Bytes().U16(0x7F01).U16(0)));
+    EXPECT_EQ(SampleTableBoxAt(content, "stsd"),
+              Stsd({AudioEntry(code, 2, 16000, Box("damr", Bytes().Text("info")))}));
+  }
+}
+
+// The size alone is known: no stale memory stands for the bytes.
+TEST(TrackWriting, DecoderInfoWithoutDataReadsAsZeros) {
+  WrittenMovie movie;
+  CMp4Track* track = movie.AddBareTrack();
+  ASSERT_EQ(track->SetTrackType(MP4_KIND_AUDIO), MP4_OK);
+  ASSERT_EQ(track->SetTimeScale(8000), MP4_OK);
+  ASSERT_EQ(track->SetAudioFormat(0x100, 0, nullptr, 3, MP4_FORMAT_MP4A), MP4_OK);
+  Bytes info = {9, 9, 9, 9};
+  u32 size = 0;
+  EXPECT_EQ(track->GetDecoderSpecificInfo(1, 4, &size, info.data()), MP4_OK);
+  EXPECT_EQ(size, 3u);
+  EXPECT_EQ(info, Bytes({0, 0, 0, 9}));
+  OpenedMovie read(movie.Finish({track}));
+  EXPECT_EQ(Got(*read.OpenTrack(), &CMp4Track::GetDecoderSpecificInfoSize, 1u), 0u);
 }
 
 // The first entry takes the size, also when another one has just been added. The bit rates go by the times

@@ -1,0 +1,232 @@
+// Memory that runs out at every allocation of the library, one after the other: for that one alone, or for as
+// long as the operation is tried. This is a program of its own, since it replaces operator new.
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "hint/mp4_hint_track.h"
+#include "support/movie_builder.h"
+#include "support/written_movie.h"
+
+namespace {
+
+constexpr std::size_t kEndless = ~std::size_t{0};
+
+struct {
+  bool inLibrary = false;  // the test itself always has memory
+  std::size_t left = kEndless;
+  bool lasting = false;
+  bool hasFailed = false;
+  std::size_t blocks = 0, bytes = 0;  // that are in use
+  int fill = 1;                       // what new memory holds; another one for each run
+} memory;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (memory.inLibrary && memory.left-- == 0) {
+    memory.left = memory.lasting ? 0 : kEndless;
+    memory.hasFailed = true;
+    throw std::bad_alloc();
+  }
+  void* const block = std::malloc(size == 0 ? 1 : size);
+  if (block == nullptr) throw std::bad_alloc();
+  ++memory.blocks;
+  memory.bytes += malloc_usable_size(block);
+  return std::memset(block, memory.fill, size);
+}
+
+void operator delete(void* block) noexcept {
+  if (block == nullptr) return;
+  --memory.blocks;
+  memory.bytes -= malloc_usable_size(block);
+  std::memset(block, 0xDD, malloc_usable_size(block));
+  std::free(block);
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+  operator delete(block);
+}
+
+namespace kt {
+namespace {
+
+using namespace test;
+
+// A run of operations, of which one runs out of memory. It is tried again then, and the run goes on, unless
+// the operation cannot be repeated.
+class Attempt {
+ public:
+  Attempt(std::size_t room, bool lasting) {
+    memory.left = room;
+    memory.lasting = lasting;
+    memory.hasFailed = false;
+    memory.fill = memory.fill % 200 + 1;
+  }
+
+  bool Do(const char* name, auto&& operation, bool repeats = true) {
+    const auto call = [&] {
+      memory.inLibrary = true;
+      const Mp4Result result = operation();
+      memory.inLibrary = false;
+      return result;
+    };
+    const Mp4Result result = call();
+    if (result == MP4_OK) return true;
+    EXPECT_TRUE(*failed == 0 && memory.hasFailed) << name << " " << result;
+    EXPECT_TRUE(result == MP4_NO_MEMORY || std::string(name) == "Open") << name << " " << result;
+    failed = name;
+    EXPECT_TRUE(!repeats || memory.left != 0 || call() != MP4_OK) << name << " without memory";
+    memory.left = kEndless;
+    EXPECT_TRUE(!repeats || call() == MP4_OK) << name << " with memory again";
+    return repeats;
+  }
+
+  const char* failed = "";  // the operation that ran out of memory
+};
+
+// A movie with hints of every kind; false when it could not be completed.
+bool WriteMovie(Attempt& attempt, const std::string& name) {
+  CMp4File* made = nullptr;
+  attempt.Do("CreateMp4File", [&] { return CreateMp4File(&made); });
+  const std::unique_ptr<CMp4File> file(made);
+  attempt.Do("Open", [&] { return file->Open(name.c_str(), MP4_MODE_WRITE, MP4_TYPE_MP4); });
+  const auto writeTrack = [&](u32 kind, u32 samples, CMp4Track** track) {
+    if (!attempt.Do(
+            "AddTrack", [&] { return file->AddTrack(track); }, false))
+      return false;
+    attempt.Do("SetTrackType", [&] { return (*track)->SetTrackType(kind); });
+    EXPECT_EQ((*track)->SetTimeScale(1000), MP4_OK);
+    attempt.Do("Set...Format", [&] {
+      if (kind == MP4_KIND_TEXT) return (*track)->SetLine21Format(0, 0, 0);
+      return kind == MP4_KIND_VIDEO ? (*track)->SetVideoFormat(32, 16, "video", 5, MP4_FORMAT_MP4V)
+                                    : (*track)->SetAudioFormat(0x100, 0, nullptr, 2, MP4_FORMAT_MP4A);
+    });
+    const Bytes bytes(1500, static_cast<u8>(kind));
+    for (u32 i = 0; i < samples; ++i) {
+      const u32 size = kind == MP4_KIND_VIDEO && i % 7 == 0 ? 1500 : 1 + i % 3;
+      const u64 time = 100 * i, later = kind == MP4_KIND_VIDEO ? time + 200 + 100 * (i % 2) : time;
+      const auto write = [&] { return (*track)->WriteSample(bytes.data(), size, time, later, i % 2 == 0); };
+      if (!attempt.Do("WriteSample", write, false)) return false;
+    }
+    return attempt.Do("CloseTrack", [&] { return file->CloseTrack(*track); });
+  };
+  const std::pair<u32, u32> tracks[] = {
+      {MP4_KIND_VIDEO, 230}, {MP4_KIND_VIDEO, 9}, {MP4_KIND_AUDIO, 9}, {MP4_KIND_TEXT, 9}};
+  const auto abandon = [&](CMp4Track* track) {
+    // It closes, or it does not.
+    if (track == nullptr || file->CloseTrack(track) != MP4_OK) delete track;
+    static_cast<void>(file->Close());
+    return false;
+  };
+  for (const auto& [kind, samples] : tracks) {
+    CMp4Track* track = nullptr;
+    if (!writeTrack(kind, samples, &track)) return abandon(track);
+  }
+  const std::pair<u32, u32> hints[] = {
+      {MP4_HINT_VIDEO, 2}, {MP4_HINT_AAC, 3}, {MP4_HINT_LATM, 3}, {MP4_HINT_CAPTION, 4}};
+  for (const auto& [type, media] : hints) {
+    CMp4HintTrack* hint = nullptr;
+    if (!attempt.Do(
+            "AddHintTrack", [&] { return file->AddHintTrack(&hint, type); }, false))
+      return abandon(nullptr);
+    attempt.Do("AddReferencedTrack", [&] { return hint->AddReferencedTrack(media); });
+    if (attempt.Do(
+            "CloseHintTrack", [&] { return file->CloseHintTrack(hint); }, false))
+      continue;
+    delete hint;
+    return abandon(nullptr);
+  }
+  if (!attempt.Do(
+          "AddSceneTracks", [&] { return file->AddSceneTracks(2, 3, 0); }, false))
+    return abandon(nullptr);
+  attempt.Do("SetCopyright", [&] { return file->SetCopyright("deu", "niemand", 1); });
+  return attempt.Do("Close", [&] { return file->Close(); });
+}
+
+// All that reading tells, as text.
+std::string ReadMovie(Attempt& attempt, const std::string& name) {
+  std::string told;
+  CMp4File* made = nullptr;
+  testing::internal::CaptureStdout();
+  attempt.Do("CreateMp4File", [&] { return CreateMp4File(&made); });
+  const std::unique_ptr<CMp4File> file(made);
+  attempt.Do("Open", [&] { return file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4); });
+  for (u32 index = 1; index <= Got(*file, &CMp4File::GetTrackCount); ++index) {
+    CMp4Track* track = nullptr;
+    attempt.Do("OpenTrack", [&] { return file->OpenTrack(index, &track); });
+    u32 sync = 0;
+    const auto search = [&] { return track->FindSyncSample(20'000, &sync); };
+    if (index == 1) attempt.Do("FindSyncSample", search);
+    u32 size = 0;
+    u8 bytes[1500] = {};
+    attempt.Do("ReadSample", [&] { return track->ReadSample(sync == 0 ? 1 : sync, 1500, &size, bytes); });
+    told.append(std::to_string(sync)).append(bytes, bytes + size);
+    EXPECT_EQ(file->CloseTrack(track), MP4_OK);
+  }
+  for (u32 index = 5; index <= 8; ++index) {
+    CMp4HintTrack* opened = nullptr;
+    attempt.Do("OpenHintTrack", [&] { return file->OpenHintTrack(index, &opened); });
+    const std::unique_ptr<CMp4HintTrack> hint(opened);
+    attempt.Do("DumpHintSample", [&] { return hint->DumpHintSample(1); });
+    char text[2000] = "";
+    attempt.Do("GetTrackSdp", [&] { return hint->GetTrackSdp(text, sizeof text); });
+    told += text;
+  }
+  attempt.Do("Dump", [&] { return file->Dump(); });
+  attempt.Do("Close", [&] { return file->Close(); });
+  return told + testing::internal::GetCapturedStdout();
+}
+
+class FailingAllocations : public testing::TestWithParam<bool> {
+ protected:
+  // Each time no block is left behind, and a run that could be completed ends as one that nothing disturbs.
+  void ExpectTheSame(auto&& run) {
+    std::size_t room = 0;
+    do {
+      const std::size_t blocks = memory.blocks;
+      Attempt attempt(room, GetParam());
+      const bool same = run(attempt);
+      ASSERT_TRUE(same) << room << " " << attempt.failed;
+      ASSERT_EQ(memory.blocks, blocks) << room << " " << attempt.failed;
+    } while (++room, memory.hasFailed);
+    EXPECT_GT(room, 500u);
+    memory.left = kEndless;
+  }
+};
+
+TEST_P(FailingAllocations, LeaveAWrittenFileAsItWouldBe) {
+  const TempFile whole, file;
+  Attempt undisturbed(kEndless, false);
+  ASSERT_TRUE(WriteMovie(undisturbed, whole.Name()));
+  ExpectTheSame([&](Attempt& attempt) {
+    return !WriteMovie(attempt, file.Name()) || ReadFile(file.Path()) == ReadFile(whole.Path());
+  });
+}
+
+TEST_P(FailingAllocations, LeaveWhatIsReadAsItWouldBe) {
+  const TempFile file;
+  Attempt undisturbed(kEndless, false);
+  ASSERT_TRUE(WriteMovie(undisturbed, file.Name()));
+  const std::string whole = ReadMovie(undisturbed, file.Name());
+  ExpectTheSame([&](Attempt& attempt) { return ReadMovie(attempt, file.Name()) == whole; });
+}
+
+INSTANTIATE_TEST_SUITE_P(OnceOrLasting, FailingAllocations, testing::Bool());
+
+// A sample far above the limit of a chunk goes to the file at once, and its memory with it.
+TEST(ChunkMemory, OfALargeSampleIsGivenBack) {
+  WrittenMovie movie;
+  CMp4Track* track = movie.AddTextTrack();
+  const std::size_t before = memory.bytes;
+  WriteSamples(track, 5'000'000, {0, 1});
+  EXPECT_LT(memory.bytes, before + 1'000'000);
+  movie.Finish({track});
+}
+
+}  // namespace
+}  // namespace kt
