@@ -57,16 +57,6 @@ TEST(FileWriting, AWholeFile) {
   EXPECT_EQ(movie.Finish({track}), Bytes(ftyp).Add(mdat).Add(moov));
 }
 
-TEST(FileWriting, AnMp4FileHasADefaultObjectDescriptor) {
-  WrittenMovie movie(MP4_TYPE_MP4);
-  CMp4Track* track = movie.AddTextTrack();
-  const Bytes content = movie.Finish({track});
-  // Id 1; no profiles but audio and visual.
-  EXPECT_EQ(BoxAt(content, "moov/iods"),
-            FullBox("iods", 0, 0, Descriptor(0x10, {0x00, 0x4F, 0xFF, 0xFF, 15, 3, 0xFF})));
-  EXPECT_EQ(OpenedMovie(content).result, MP4_OK);
-}
-
 TEST(FileWriting, DumpSizesTheBoxesFirstAndClosingIsTraced) {
   WrittenMovie movie;
   CMp4Track* track = movie.AddTextTrack();

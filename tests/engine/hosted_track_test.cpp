@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdio>
-
 #include "boxes/media_data_box.h"
 #include "boxes/movie_box.h"
 #include "boxes/track_box.h"
@@ -98,46 +95,6 @@ TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
   }
 }
 
-#ifndef _WIN32
-
-// What a command prints; empty when it fails or is not there.
-std::string OutputOf(const std::string& command) {
-  std::string output;
-  std::FILE* stream = popen((command + " 2>&1").c_str(), "r");
-  char text[256];
-  while (stream != nullptr && std::fgets(text, sizeof text, stream) != nullptr) output += text;
-  return stream != nullptr && pclose(stream) == 0 ? output : std::string();
-}
-
-// Another reader finds both samples; this one refuses so large a box.
-TEST(LargeOffsets, AreFoundByFfprobe) {
-  if (OutputOf("ffprobe -version").empty()) GTEST_SKIP() << "there is no ffprobe";
-  BareHost host;
-  CTrackImpl track(&host, 0);
-  ASSERT_EQ(track.SetUp(1), MP4_OK);
-  ASSERT_EQ(track.SetTrackType(MP4_KIND_AUDIO), MP4_OK);
-  ASSERT_EQ(track.SetTimeScale(44100), MP4_OK);
-  ASSERT_EQ(track.SetAudioFormat(0x100, 0, "\x12\x10", 2, MP4_FORMAT_MP4A), MP4_OK);
-  WriteChunkAt(host, track, 16, 0);
-  WriteChunkAt(host, track, kFourGiB + 77, 1024);
-  ASSERT_EQ(track.Finish(), MP4_OK);
-  const u64 end = Got(host.storage, &CStorage::GetPosition);
-  const Bytes movie = host.Movie();
-  ASSERT_EQ(host.storage.WriteBytes(movie.data(), static_cast<u32>(movie.size())), MP4_OK);
-  // The media data counts the bytes that it has been given, and the hole is none of them.
-  ASSERT_EQ(host.storage.SetPosition(8), MP4_OK);
-  ASSERT_EQ(host.storage.WriteUInt64(end), MP4_OK);
-  ASSERT_EQ(host.storage.Close(), MP4_OK);
-  EXPECT_EQ(OutputOf("ffprobe -v quiet -of csv -show_entries packet=dts,size,pos " + host.temp.Name()),
-            "packet,0,1000000,16\npacket,1024,1000000,4294967373\n");
-  CMp4File* file = nullptr;
-  ASSERT_EQ(CreateMp4File(&file), MP4_OK);
-  EXPECT_EQ(file->Open(host.temp.Name().c_str(), MP4_MODE_READ, MP4_TYPE_MP4), MP4_CORRUPT);
-  delete file;
-}
-
-#endif
-
 TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
   BareHost host;
   CTrackImpl track(&host, 0);
@@ -150,26 +107,6 @@ TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
   EXPECT_EQ(BoxAt(host.Movie(), "moov/trak/tkhd")[45], 0x80) << "the volume is stored before";
   EXPECT_EQ(track.AddSampleEntry(nullptr, 0, FourCc("avc1")), MP4_BAD_ARGUMENT);
   EXPECT_EQ(CTrackImpl(nullptr, 0).SetUp(1), MP4_NOT_READY);
-}
-
-// The entry of a systems track by the kind of the track; the size of the set-up data stands for a bit rate.
-TEST(TrackSetUp, SystemsEntriesFollowTheKind) {
-  const std::tuple<u32, Bytes> cases[] = {
-      {MP4_KIND_OBJECT_DESCRIPTOR, Bytes().U8(2).U8(1 << 2 | 1).U24(0x140000)},
-      {MP4_KIND_SCENE_DESCRIPTION, Bytes().U8(2).U8(3 << 2 | 1).U24(0x140000)},
-      {MP4_KIND_TEXT, Bytes().U8(0).U8(1).U24(0)},  // nothing but the size
-  };
-  for (const auto& [kind, start] : cases) {
-    BareHost host;
-    CTrackImpl track(&host, 0);
-    ASSERT_EQ(track.SetUp(1), MP4_OK);
-    ASSERT_EQ(track.SetTrackType(kind), MP4_OK);
-    ASSERT_EQ(track.SetMpeg4SystemsFormat("abc", 3), MP4_OK);
-    const Bytes stsd = SampleTableBoxAt(host.Movie(), "stsd");
-    Bytes config = Bytes(start).U32(3).U32(0);
-    if (kind != MP4_KIND_TEXT) config.U8(5).U8(3).Text("abc");
-    EXPECT_NE(std::search(stsd.begin(), stsd.end(), config.begin(), config.end()), stsd.end());
-  }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <tuple>
 
 #include "hint/base64.h"
@@ -73,16 +74,19 @@ TEST(SceneTracks, ForVideoSoundOrBoth) {
     EXPECT_EQ(BoxAt(content, "moov/trak/tref", 3), Box("tref", {Box("mpod", references)}));
     EXPECT_EQ(OnlySample(*read.OpenTrack(3)), update);
     EXPECT_EQ(OnlySample(*read.OpenTrack(4)), scene);
-    const Bytes iods = BoxAt(content, "moov/iods");
-    EXPECT_EQ(Bytes(iods.end() - 12, iods.end()),
-              Bytes(Descriptor(14, Bytes().U32(4))).Add(Descriptor(14, Bytes().U32(3))))
-        << "the scene comes first";
+    // Id 1; no profiles but audio and visual; the scene comes first.
+    Bytes descriptor = {0x00, 0x4F, 0xFF, 0xFF, 15, 3, 0xFF};
+    descriptor.Add(Descriptor(14, Bytes().U32(4))).Add(Descriptor(14, Bytes().U32(3)));
+    EXPECT_EQ(BoxAt(content, "moov/iods"), FullBox("iods", 0, 0, Descriptor(0x10, descriptor)));
     constexpr u32 kKinds[] = {MP4_KIND_OBJECT_DESCRIPTOR, MP4_KIND_SCENE_DESCRIPTION};
     for (u32 index = 3; index <= 4; ++index) {
       const auto track = read.OpenTrack(index);
       EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), kKinds[index - 3]);
       EXPECT_EQ(Got(*track, &CMp4Track::GetTimeScale), 8000u);
       EXPECT_EQ(Got(*track, &CMp4Track::GetDuration), 4000u) << "that of the media, in movie ticks";
+      const Bytes entries = SampleTableBoxAt(content, "stsd", index);
+      const Bytes config = Bytes().U8(2).U8(index == 3 ? 1 << 2 | 1 : 3 << 2 | 1).U24(0x140000);
+      EXPECT_FALSE(std::ranges::search(entries, config).empty());
     }
     u8 info[4] = {};
     u32 size = 9;
