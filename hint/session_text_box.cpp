@@ -6,27 +6,12 @@
 #include <new>
 
 namespace kt {
-namespace {
-
-constexpr u32 kMost = std::numeric_limits<u32>::max();
-
-}  // namespace
 
 Mp4Result CSessionTextBox::Deserialize(CStorage* storage) {
-  if (m_remaining > kMost) return MP4_CORRUPT;
-  const u32 size = static_cast<u32>(m_remaining);
+  if (m_remaining > std::numeric_limits<u32>::max()) return MP4_CORRUPT;
+  const u64 size = m_remaining;
   m_remaining = 0;
-  m_sdpText.reset();
-  m_sdpTextSize = 0;
-  if (size == 0) return MP4_OK;
-  KT_TRY(storage->RequireBytes(size));
-  std::unique_ptr<char[]> text(new (std::nothrow) char[std::size_t{size} + 1]);
-  if (!text) return MP4_NO_MEMORY;
-  KT_TRY(storage->ReadBlock(text.get(), size));
-  text[size] = 0;
-  m_sdpText = std::move(text);
-  m_sdpTextSize = size;
-  return MP4_OK;
+  return size > 0 ? m_sdpText.Read(storage, size) : m_sdpText.Set(nullptr);
 }
 
 Mp4Result CSessionTextBox::Serialize(CStorage* storage) {
@@ -35,7 +20,7 @@ Mp4Result CSessionTextBox::Serialize(CStorage* storage) {
 }
 
 Mp4Result CSessionTextBox::SerializeText(CStorage* storage) {
-  return m_sdpTextSize > 0 ? storage->WriteBlock(m_sdpText.get(), m_sdpTextSize) : MP4_OK;
+  return m_sdpText.Exists() ? storage->WriteBlock(m_sdpText.Get(), m_sdpText.Size()) : MP4_OK;
 }
 
 // Rows of 60 characters; a line of the text that is not the first is a character shorter: readers of dumps
@@ -46,9 +31,10 @@ Mp4Result CSessionTextBox::Dump(int indent) {
   std::printf("SDP text:\n");
   PrintIndent(indent);
   std::printf("{");
+  const char* const text = m_sdpText.Get();
   u32 column = 0;
-  for (u32 i = 0; i < m_sdpTextSize; ++i) {
-    if (i > 0 && m_sdpText[i - 1] == '\n') {
+  for (u32 i = 0; i < m_sdpText.Size(); ++i) {
+    if (i > 0 && text[i - 1] == '\n') {
       PrintIndent(indent + 1);
       column = 1;
     }
@@ -56,7 +42,7 @@ Mp4Result CSessionTextBox::Dump(int indent) {
       std::printf("\n");
       PrintIndent(indent + 1);
     }
-    std::printf("%c", m_sdpText[i]);
+    std::printf("%c", text[i]);
     ++column;
   }
   PrintIndent(indent);
@@ -66,27 +52,18 @@ Mp4Result CSessionTextBox::Dump(int indent) {
 
 Mp4Result CSessionTextBox::CalculateSize() {
   KT_TRY(CBox::CalculateSize());
-  m_size += m_sdpTextSize;
+  m_size += m_sdpText.Size();
   return MP4_OK;
 }
 
 Mp4Result CSessionTextBox::AppendSdp(const char* text) {
   if (text == nullptr) return MP4_BAD_ARGUMENT;
-  const std::size_t added = std::strlen(text);
-  if (added == 0) return MP4_OK;
-  if (added >= kMost - m_sdpTextSize) return MP4_NO_MEMORY;
-  std::unique_ptr<char[]> joined(new (std::nothrow) char[m_sdpTextSize + added + 1]);
-  if (!joined) return MP4_NO_MEMORY;
-  if (m_sdpText) std::memcpy(joined.get(), m_sdpText.get(), m_sdpTextSize);
-  std::memcpy(joined.get() + m_sdpTextSize, text, added + 1);
-  m_sdpText = std::move(joined);
-  m_sdpTextSize += static_cast<u32>(added);
-  return MP4_OK;
+  return *text != '\0' ? m_sdpText.Append(text) : MP4_OK;
 }
 
 Mp4Result CSessionTextBox::BorrowSdp(const char** text) const {
-  *text = m_sdpText.get();
-  return m_sdpText ? MP4_OK : MP4_NOT_FOUND;
+  *text = m_sdpText.Exists() ? m_sdpText.Get() : nullptr;
+  return m_sdpText.Exists() ? MP4_OK : MP4_NOT_FOUND;
 }
 
 Mp4Result CRtpMovieHintInformationBox::Deserialize(CStorage* storage) {

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "boxes/box_text.h"
 #include "engine/box.h"
 
 namespace kt {
@@ -10,7 +11,8 @@ namespace kt {
 /// zero byte stands behind it. ISO/IEC 14496-12, 9.1.4; the text is that of RFC 4566.
 class CSessionTextBox : public CBox {
  public:
-  /// Takes what is left of the box. MP4_CORRUPT for 4 GiB and more, MP4_NO_MEMORY, what the storage reports.
+  /// Takes what is left of the box. MP4_CORRUPT for 4 GiB and more, before anything is asked of the storage;
+  /// else as `CBoxText::Read`.
   Mp4Result Deserialize(CStorage* storage) override;
   Mp4Result Serialize(CStorage* storage) override;
   Mp4Result Dump(int indent) override;
@@ -29,8 +31,7 @@ class CSessionTextBox : public CBox {
   Mp4Result SerializeText(CStorage* storage);
 
  private:
-  std::unique_ptr<char[]> m_sdpText;  // null when empty
-  u32 m_sdpTextSize = 0;              // without the terminator
+  CBoxText m_sdpText;  // none when empty
 };
 
 /// "rtp " below the "hnti" of a movie: its session description. ISO/IEC 14496-12, 9.1.4.1.

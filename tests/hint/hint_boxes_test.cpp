@@ -100,6 +100,14 @@ TEST(HintInformation, ReadsBoxesThatDisappoint) {
   const Bytes large = Bytes().U32(1).Text("sdp ").U64((u64{1} << 32) + 16);
   EXPECT_EQ(ReadBox(large).result, MP4_CORRUPT);
   EXPECT_EQ(ReadBox(WithDeclaredSize(Box("sdp "), 0xFFFFFFFF)).result, MP4_OUT_OF_RANGE);
+  // Sizes that no file here holds: 32 bits do not count the terminator with the second one.
+  struct : CStorage {
+    Mp4Result RequireBytes(u64 /*count*/) override { return MP4_OK; }
+  } endless;
+  EXPECT_EQ(CBoxText().Read(&endless, u64{1} << 32), MP4_CORRUPT);
+  if (sizeof(std::size_t) == 4) {
+    EXPECT_EQ(CBoxText().Read(&endless, 0xFFFFFFFF), MP4_NO_MEMORY);
+  }
   // The file refuses to read a container twice.
   EXPECT_EQ(full->Deserialize(MemoryBlock(Bytes{0})), MP4_NOT_READY);
 }
