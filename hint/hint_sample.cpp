@@ -46,11 +46,11 @@ Mp4Result CHintSample::Deserialize(CStorage* storage, u32 size) {
 Mp4Result CHintSample::ReadExtraData(CStorage* storage) {
   const u32 size = m_remaining;
   m_remaining = 0;
+  m_extraDataSize = size;  // also of a block that cannot be had
   if (size == 0) return MP4_OK;
   KT_TRY(storage->RequireBytes(size));
   m_extraData.reset(new (std::nothrow) u8[size]);
   if (!m_extraData) return MP4_NO_MEMORY;
-  m_extraDataSize = size;
   return storage->ReadBlock(m_extraData.get(), size);
 }
 

@@ -120,6 +120,8 @@ TEST(HintSample, RefusesWhatRunsBeyondIt) {
     CHintSample hintSample(nullptr);
     EXPECT_EQ(hintSample.Deserialize(MemoryBlock(bytes), size), size < 16 ? MP4_CORRUPT : MP4_OUT_OF_RANGE)
         << size;
+    // Their size stays without them.
+    EXPECT_TRUE(size < 16 || Written(&hintSample, 100, MP4_NOT_READY) == bytes);
   }
   // All of an unknown constructor is passed over, if it is there.
   MemoryBlock storage(Bytes(17, 4));
