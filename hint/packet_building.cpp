@@ -149,11 +149,15 @@ Mp4Result BuildLatmGroup(RtpStream* stream, std::span<const MediaSample> group, 
   return layer.Mark();
 }
 
+Mp4Result RefuseFragments(RtpStream* /*stream*/, const MediaSample& /*sample*/, CHintSample* /*hintSample*/) {
+  return MP4_NOT_READY;
+}
+
 }  // namespace
 
 const PayloadFormat kAacPayload{BuildAacGroup, BuildAacFragments};
 const PayloadFormat kVideoPayload{BuildVideoGroup, BuildPlainFragments};
-const PayloadFormat kLatmPayload{BuildLatmGroup, nullptr};
+const PayloadFormat kLatmPayload{BuildLatmGroup, RefuseFragments};
 const PayloadFormat kCaptionPayload{BuildCaptionGroup, BuildPlainFragments};
 
 }  // namespace kt

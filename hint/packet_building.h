@@ -29,13 +29,13 @@ using BuildGroup = Mp4Result (*)(RtpStream* stream, std::span<const MediaSample>
                                  CHintSample* hintSample);
 
 /// Cuts a sample into packets, of which the last one is marked. MP4_NOT_FOUND for a sample of 0 bytes,
-/// MP4_NOT_READY for more packets than a hint sample holds, MP4_NO_MEMORY.
+/// MP4_NOT_READY for more packets than a hint sample holds and where samples are not cut, MP4_NO_MEMORY.
 using BuildFragments = Mp4Result (*)(RtpStream* stream, const MediaSample& sample, CHintSample* hintSample);
 
 /// How samples become packets in a payload format.
 struct PayloadFormat {
   BuildGroup buildGroup;
-  BuildFragments buildFragments;  // null where samples are not cut
+  BuildFragments buildFragments;
 };
 
 /// AAC in the mode AAC-hbr: the AU headers, of 13 bits of size and 3 of index, and then the samples. Of a cut
@@ -48,7 +48,8 @@ extern const PayloadFormat kVideoPayload;
 
 /// LATM: each sample behind its length, 255 to a byte. A group takes as many packets as the limit asks for,
 /// of which the last one is marked. MP4_NOT_READY for a sample that does not fit into a packet of its own,
-/// and MP4_BAD_ARGUMENT for one whose length takes more than 14 bytes. RFC 3016, 4; ISO/IEC 14496-3, 1.7.3.
+/// and MP4_BAD_ARGUMENT for one that would fit and whose length takes more than 14 bytes. RFC 3016, 4;
+/// ISO/IEC 14496-3, 1.7.3.
 extern const PayloadFormat kLatmPayload;
 
 /// Line 21 captions: a zero byte and then the samples; a cut sample goes without that byte.

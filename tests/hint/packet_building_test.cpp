@@ -58,26 +58,27 @@ TEST(PacketBuilding, PutsAGroupIntoPackets) {
 TEST(PacketBuilding, CutsASample) {
   const std::tuple<const PayloadFormat&, u32, u32, Mp4Result, std::string> cases[] = {
       // The first packet has room for 4 bytes less, and the header speaks of the whole.
-      {kAacPayload, 500, 497, MP4_OK, " #65535 0 16 15 136 9:496 #0* 9:1@496"},
-      {kAacPayload, 4, 5, MP4_OK, " #65535 0 16 0 40 9:0 #0 9:4 #1* 9:1@4"},
+      {kAacPayload, 500, 497, MP4_OK, " #65535 0 16 15 136 70000:496 #0* 70000:1@496"},
+      {kAacPayload, 4, 5, MP4_OK, " #65535 0 16 0 40 70000:0 #0 70000:4 #1* 70000:1@4"},
       {kAacPayload, 3, 5, MP4_NOT_READY, ""},
       {kAacPayload, 500, 0, MP4_NOT_FOUND, ""},
       {kAacPayload, 500, 0xFFFFFFFF, MP4_NOT_READY, ""},
-      {kVideoPayload, 500, 1200, MP4_OK, " #65535 9:500 #0 9:500@500 #1* 9:200@1000"},
+      {kVideoPayload, 65535, 140000, MP4_OK,
+       " #65535 70000:65535 #0 70000:65535@65535 #1* 70000:8930@131070"},
       {kVideoPayload, 500, 0, MP4_NOT_FOUND, ""},
       {kVideoPayload, 1, 65536, MP4_NOT_READY, ""},  // more packets than 16 bits count
+      {kLatmPayload, 500, 9, MP4_NOT_READY, ""},
       // Cut captions lose their first byte.
-      {kCaptionPayload, 5, 8, MP4_OK, " #65535 9:5 #0* 9:3@5"},
+      {kCaptionPayload, 5, 8, MP4_OK, " #65535 70000:5 #0* 70000:3@5"},
   };
   for (const auto& [format, maxPacketSize, size, result, expected] : cases) {
     SCOPED_TRACE(size);
     RtpStream stream = Stream(maxPacketSize);
     CHintSample hintSample(nullptr);
-    EXPECT_EQ(format.buildFragments(&stream, {9, size}, &hintSample), result);
+    EXPECT_EQ(format.buildFragments(&stream, {70000, size}, &hintSample), result);
     if (result != MP4_OK) continue;
     EXPECT_EQ(Describe(Written(&hintSample)), expected);
   }
-  EXPECT_EQ(kLatmPayload.buildFragments, nullptr);
 }
 
 }  // namespace
