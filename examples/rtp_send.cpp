@@ -139,7 +139,7 @@ class Stream {
     if (m_clock == 0) throw std::runtime_error("hint track " + std::to_string(index) + " has no clock");
     u32 id = 0;
     // A hint track for RTP has one media track, or none when its own samples hold all that is sent.
-    if (track->GetReferencedTrack(1, &id) == kt::MP4_OK)
+    if (kt::GetReferencedTrack(track, 1, &id) == kt::MP4_OK)
       m_media = std::make_unique<Samples>(file, IndexOf(file, id));
     Advance();
   }

@@ -143,7 +143,7 @@ void AskHints(CMp4File* file, u32 index) {
   u32 id = 0;
   u64 time = 0;
   Ignore(hints->GetTrackSdp(text, sizeof(text)));
-  Ignore(hints->GetReferencedTrack(1, &id));
+  Ignore(GetReferencedTrack(hints.get(), 1, &id));
   for (u32 sample = 0; sample <= kLastSamples; ++sample) {
     Ignore(hints->GetPacketTime(sample, &time));
     Ignore(hints->DumpHintSample(sample));

@@ -78,13 +78,14 @@ class CMp4HintTrack {
   virtual Mp4Result SetRtpTimeScale(u32 scale) = 0;
 
   virtual ~CMp4HintTrack() = default;
-
-  /// The id of the `index`-th media track that the packets take their bytes from, counted from 1.
-  /// MP4_NOT_FOUND beyond the last, MP4_BAD_ARGUMENT for 0.
-  virtual Mp4Result GetReferencedTrack(u32 index, u32* trackId) = 0;
 };
 
 /// A hint track for RTP, which is the only protocol there are hint tracks for.
 class CMp4RtpHintTrack : public CMp4HintTrack {};
+
+/// The id of the `index`-th media track, counted from 1, that the packets of a hint track of this library
+/// take their bytes from. MP4_NOT_FOUND beyond the last, MP4_BAD_ARGUMENT for 0 and for a null hint track;
+/// MP4_NOT_READY as above.
+Mp4Result GetReferencedTrack(CMp4HintTrack* hintTrack, u32 index, u32* trackId);
 
 }  // namespace kt

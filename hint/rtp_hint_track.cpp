@@ -237,6 +237,12 @@ Mp4Result CMp4RtpHintTrackImpl::SetPayloadType(u32 payloadType) {
   return MP4_OK;
 }
 
+// The hint track objects of a file are all of this class.
+Mp4Result GetReferencedTrack(CMp4HintTrack* hintTrack, u32 index, u32* trackId) {
+  if (hintTrack == nullptr) return MP4_BAD_ARGUMENT;
+  return static_cast<CMp4RtpHintTrackImpl*>(hintTrack)->GetReferencedTrack(index, trackId);
+}
+
 // Completing a hint track that is being written.
 
 Mp4Result CMp4RtpHintTrackImpl::Finish() {

@@ -47,8 +47,9 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   Mp4Result SetTimeOffset(i32 offset) override;
   Mp4Result SetSequenceOffset(i32 offset) override;
   Mp4Result SetRtpTimeScale(u32 scale) override;
-  Mp4Result GetReferencedTrack(u32 index, u32* trackId) override;
 
+  /// See the function of this name beside `CMp4HintTrack`.
+  Mp4Result GetReferencedTrack(u32 index, u32* trackId);
   /// MP4_BAD_ARGUMENT for 0 and above 128. Of 128 the packets get the low 7 bits. RFC 3551, 6.
   Mp4Result SetPayloadType(u32 payloadType);
   /// Binds to a hint track of the file. MP4_BAD_ARGUMENT for a track of another kind, MP4_BAD_BOX for one

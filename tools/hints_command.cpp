@@ -27,7 +27,7 @@ void DumpHints(InputFile& input, u32 index) {
     throw ResultFailure("cannot count the samples" + where, result);
   }
   // Without a reference the samples can be shown all the same.
-  if (hints->GetReferencedTrack(1, &media) != MP4_OK) media = 0;
+  if (GetReferencedTrack(hints.get(), 1, &media) != MP4_OK) media = 0;
   for (u32 sample = 1; sample <= count && sample != 0; ++sample) {
     u64 time = 0;
     if (const Mp4Result result = hints->GetPacketTime(sample, &time)) {
