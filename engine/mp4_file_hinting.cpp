@@ -15,12 +15,12 @@ namespace {
 using HintTrack = std::unique_ptr<CMp4RtpHintTrackImpl>;
 
 template <class Hinter>
-HintTrack MakeHinter(CMp4FileImpl* file, u32 traceLevel) {
-  return HintTrack(new (std::nothrow) Hinter(file, file, traceLevel));
+HintTrack MakeHinter(CMp4FileImpl* file) {
+  return HintTrack(new (std::nothrow) Hinter(file, file));
 }
 
 // By `Mp4HintType`.
-constexpr HintTrack (*kHinters[])(CMp4FileImpl* file, u32 traceLevel) = {
+constexpr HintTrack (*kHinters[])(CMp4FileImpl* file) = {
     MakeHinter<CRfc3016VideoHintTrackImpl>, MakeHinter<CRfc3016LatmHintTrackImpl>,
     MakeHinter<CMp4RtpHintTrackImpl>, MakeHinter<CcHintTrackImpl>};
 
@@ -29,7 +29,7 @@ constexpr HintTrack (*kHinters[])(CMp4FileImpl* file, u32 traceLevel) = {
 Mp4Result CMp4FileImpl::OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) {
   *track = nullptr;
   if (!m_boxes || trackIndex == 0 || trackIndex > m_trackCount) return MP4_BAD_ARGUMENT;
-  HintTrack opened = MakeHinter<CMp4RtpHintTrackImpl>(this, m_traceLevel);
+  HintTrack opened = MakeHinter<CMp4RtpHintTrackImpl>(this);
   if (!opened) return MP4_NO_MEMORY;
   KT_TRY(opened->Bind(trackIndex));
   *track = opened.release();
@@ -40,7 +40,7 @@ Mp4Result CMp4FileImpl::AddHintTrack(CMp4HintTrack** track, u32 hintType) {
   *track = nullptr;
   if (!m_isOpen || m_mode == MP4_MODE_READ) return MP4_NOT_FOUND;
   if (hintType >= std::size(kHinters)) return MP4_BAD_ARGUMENT;
-  HintTrack added = kHinters[hintType](this, m_traceLevel);
+  HintTrack added = kHinters[hintType](this);
   if (!added) return MP4_NO_MEMORY;
   KT_TRY(added->SetUp());
   *track = added.release();

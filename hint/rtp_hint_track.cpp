@@ -26,16 +26,12 @@ constexpr u32 kVideoRtpTimeScale = 90000;
 
 }  // namespace
 
-CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, u32 traceLevel)
-    : CMp4RtpHintTrackImpl(file, host, traceLevel, kAacPayload, 1) {}
+CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host)
+    : CMp4RtpHintTrackImpl(file, host, kAacPayload, 1) {}
 
-CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, u32 traceLevel,
-                                           const PayloadFormat& format, u32 maxSamplesPerPacket)
-    : CHostedTrack(host),
-      m_traceLevel(traceLevel),
-      m_mp4File(file),
-      m_format(&format),
-      m_maxSamplesPerPacket(maxSamplesPerPacket) {}
+CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, const PayloadFormat& format,
+                                           u32 maxSamplesPerPacket)
+    : CHostedTrack(host), m_mp4File(file), m_format(&format), m_maxSamplesPerPacket(maxSamplesPerPacket) {}
 
 CMp4RtpHintTrackImpl::~CMp4RtpHintTrackImpl() = default;
 
@@ -50,7 +46,6 @@ void CMp4RtpHintTrackImpl::OnDetached() {
 // Becoming a hint track of the file.
 
 Mp4Result CMp4RtpHintTrackImpl::Bind(u32 trackIndex) {
-  m_hintTrackId = trackIndex;
   if (m_mp4File == nullptr) return MP4_NOT_READY;
   CMp4Track* opened = nullptr;
   KT_TRY(m_mp4File->OpenTrack(trackIndex, &opened));
@@ -78,7 +73,6 @@ Mp4Result CMp4RtpHintTrackImpl::SetUp() {
   CMp4Track* added = nullptr;
   KT_TRY(m_mp4File->AddTrack(&added));
   m_track.reset(static_cast<CTrackImpl*>(added));
-  KT_TRY(m_track->GetTrackId(&m_hintTrackId));
   KT_TRY(MakeBoxes());
   m_stream.sequenceNumber = 0;
   m_rtpTimeScale = 0;

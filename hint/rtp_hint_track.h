@@ -26,7 +26,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
  public:
   /// `file` and `host` are one file object, borrowed, which may go first; both null leave a hint track that
   /// can be neither bound nor written.
-  CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, u32 traceLevel);
+  CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host);
   ~CMp4RtpHintTrackImpl() override;
 
   Mp4Result GetHintTrackId(u32* id) override;
@@ -65,7 +65,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
 
  protected:
   /// For the hinters of the other kinds.
-  CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, u32 traceLevel, const PayloadFormat& format,
+  CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, const PayloadFormat& format,
                        u32 maxSamplesPerPacket);
 
   /// Goes through the samples of the media tracks and writes the hint samples. The group that gathers at the
@@ -80,7 +80,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   /// track of another kind, for LATM MP4_BAD_ARGUMENT.
   virtual Mp4Result AddTrackSdp(u32 trackNumber, CTrackHintInformationBox* hnti);
   /// Writes one hint sample for a sample that has to be cut. MP4_BAD_ARGUMENT for a null track, MP4_NOT_FOUND
-  /// for a size of 0.
+  /// for a size of 0, MP4_NOT_READY for more packets than a hint sample holds and where samples are not cut.
   virtual Mp4Result AddFragmentedSample(u32 trackNumber, CMp4Track* track, u32 sample, u32 size, u64 time);
 
   /// A time in media ticks as one of the RTP clock, modulo 2^64.
@@ -108,10 +108,8 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   Mp4Result Gather(const CMediaTracks::Turn& turn, u32 size, Gathering* gathering);
   Mp4Result WriteHintSample(CHintSample* hintSample, u64 time);
 
-  u32 m_hintTrackId = 0;  // the index, in a track that is bound
   u32 m_bound = 0;
   u32 m_writable = 0;
-  u32 m_traceLevel;  // kept for the operations that print
   std::unique_ptr<CTrackImpl> m_track;
   CMp4File* m_mp4File;                             // null once detached
   CRtpHintSampleEntry* m_sampleEntry = nullptr;    // borrowed from the file's tree
