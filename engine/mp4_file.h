@@ -92,9 +92,9 @@ class CMp4File {
   ///
   /// MP4_BAD_ARGUMENT for null, when there are no payload types left, and for a LATM track without just one
   /// media track of sound; MP4_NOT_FOUND for a media track that is not there or not closed yet; MP4_NOT_READY
-  /// for a hint track that is not being written, a media track of another kind, a sample too large for a LATM
-  /// packet, more packets for a sample than 65535; MP4_BAD_TIMING for a media time scale of 0; MP4_FILE_IO;
-  /// MP4_NO_MEMORY.
+  /// for a hint track that is not being written or whose packets have been begun by a call that failed, a
+  /// media track of another kind, a sample too large for a LATM packet, more packets for a sample than 65535;
+  /// MP4_BAD_TIMING for a media time scale of 0; MP4_FILE_IO; MP4_NO_MEMORY.
   virtual Mp4Result CloseHintTrack(CMp4HintTrack* track) = 0;
   /// Prints the box tree on standard output.
   virtual Mp4Result Dump() = 0;

@@ -240,7 +240,7 @@ Mp4Result GetReferencedTrack(CMp4HintTrack* hintTrack, u32 index, u32* trackId) 
 // Completing a hint track that is being written.
 
 Mp4Result CMp4RtpHintTrackImpl::Finish() {
-  if (m_trackReference == nullptr || !m_track) return MP4_NOT_READY;
+  if (m_trackReference == nullptr || !m_track || m_hasBegunPackets) return MP4_NOT_READY;
   u32 count = 0;
   KT_TRY(m_trackReference->GetReferenceCount(MP4_REFERENCE_HINT, &count));
   if (count == 0) {
@@ -253,6 +253,7 @@ Mp4Result CMp4RtpHintTrackImpl::Finish() {
     KT_TRY(m_trackReference->GetReference(MP4_REFERENCE_HINT, i + 1, &numbers[i]));
   }
   KT_TRY(TakeRtpTimeScale(numbers[0]));
+  m_hasBegunPackets = true;  // samples that are written cannot be taken back
   KT_TRY(BuildPackets(count, numbers.get()));
   KT_TRY(SetTimeScale(m_rtpTimeScale));
   KT_TRY(SetTimeOffset(0));

@@ -60,7 +60,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   Mp4Result SetUp();
   /// Packetises the referenced track and completes and closes the hint track, which can only be deleted then.
   /// Without a reference it is closed as it is, with a time scale. MP4_NOT_READY for one that is not being
-  /// written; any failure leaves it unfinished.
+  /// written, and for one whose packets have been begun before: what a failure leaves unfinished stays so.
   Mp4Result Finish();
 
  protected:
@@ -110,6 +110,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
 
   u32 m_bound = 0;
   u32 m_writable = 0;
+  bool m_hasBegunPackets = false;
   std::unique_ptr<CTrackImpl> m_track;
   CMp4File* m_mp4File;                             // null once detached
   CRtpHintSampleEntry* m_sampleEntry = nullptr;    // borrowed from the file's tree

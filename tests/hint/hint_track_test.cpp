@@ -116,6 +116,12 @@ TEST(HintTrack, PacketisesEachKind) {
       // One that is cut is written at once, behind the group before it; sequence numbers go on.
       {Video({497}), MP4_HINT_VIDEO, 0, 0, "0 #0* 1:497"},
       {Video({100, 600, 100}), MP4_HINT_VIDEO, 0, 0, "0 #0* 1:100, 3600 #1 2:500 #2* 2:100@500"},
+      // Times outgrow 32 bits.
+      {{MP4_KIND_VIDEO, 1000, 23000000, {9, 9, 9, 9, 9}},
+       MP4_HINT_VIDEO,
+       0,
+       0,
+       "0 #0* 1:9, 2070000000 #1* 2:9, 4140000000 #2* 3:9, 6210000000 #3* 4:9"},
       // The clock of video is 90000, whatever is asked for; that of sound can be set.
       {Video({9, 9, 9}), MP4_HINT_VIDEO, 0, 8000, "0 #0* 1:9, 3600 #1* 2:9"},
       {Sound({10, 10, 10}), MP4_HINT_AAC, 0, 0, "0 #0* 0 16 0 80 1:10, 1024 #1* 0 16 0 80 2:10"},
@@ -185,19 +191,26 @@ TEST(HintTrack, LeavesItsBoxesBehind) {
   EXPECT_EQ(read->GetTrackSdp(text, size - 1), MP4_BUFFER_TOO_SMALL);
 }
 
-TEST(HintTrack, TellsOfItsLimitsAndItsGuesses) {
-  HintedMovie hinted;
-  hinted.AddMedia(Sound({10}));
-  CMp4HintTrack* hint = hinted.AddHint(MP4_HINT_LATM);
-  ASSERT_EQ(hint->SetMaxSamplesPerPacket(5), MP4_OK);
-  ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK);
-  hinted.Reopen();
-  // Without time there is no rate, and the guesses stand.
-  EXPECT_EQ(hinted.HintBox("mdia/minf/hmhd"),
-            FullBox("hmhd", 0, 0, Bytes().U16(500).U16(250).U32s({500000, 300000, 0})));
-  char text[400] = "";
-  EXPECT_EQ(hinted.OpenHint(2)->GetTrackSdp(text, sizeof text), MP4_OK);
-  EXPECT_NE(std::string(text).find("config=4400"), std::string::npos) << "of five frames: " << text;
+TEST(HintTrack, DescribesWhatItSends) {
+  const std::tuple<Media, u32, const char*> cases[] = {
+      {Sound({10}), MP4_HINT_LATM, "config=4400"},  // of five frames
+      {Sound({10, 10, 10}), MP4_HINT_LATM, "npt=0-0.0640\r\n"},
+      {Video({20, 10}), MP4_HINT_VIDEO, "npt=0-0.0800\r\na=control:trackID=2\r\na=cliprect:0,0,240,320\r\n"},
+  };
+  for (const auto& [media, hintType, part] : cases) {
+    HintedMovie hinted;
+    hinted.AddMedia(media);
+    CMp4HintTrack* hint = hinted.AddHint(hintType);
+    ASSERT_EQ(hint->SetMaxSamplesPerPacket(5), MP4_OK);
+    ASSERT_EQ(hinted.movie->CloseHintTrack(hint), MP4_OK);
+    hinted.Reopen();
+    // Without time there is no rate, and the guesses stand.
+    const u32 guess = media.sizes.size() == 1 ? 500000 : 30 * 8;
+    EXPECT_EQ(Slice(hinted.HintBox("mdia/minf/hmhd"), 12, 8), Bytes().U16(500).U16(250).U32(guess)) << part;
+    char text[400] = "";
+    EXPECT_EQ(hinted.OpenHint(2)->GetTrackSdp(text, sizeof text), MP4_OK);
+    EXPECT_NE(std::string(text).find(part), std::string::npos) << part << text;
+  }
 }
 
 TEST(HintTrack, ClosesWithoutAReferenceAndNumbersTo128) {
@@ -247,6 +260,9 @@ TEST(HintTrack, RefusesWhatItCannotPacketise) {
     const std::unique_ptr<CMp4HintTrack> hint(hinted.AddHint(hintType, references));
     EXPECT_EQ(hint->SetMaxPacketSize(maxPacketSize), MP4_OK);
     EXPECT_EQ(hinted.movie->CloseHintTrack(hint.get()), result) << name;
+    // Once it has begun it cannot be made good, for what it has written stays.
+    EXPECT_EQ(hint->SetMaxPacketSize(2000), MP4_OK);
+    EXPECT_EQ(hinted.movie->CloseHintTrack(hint.get()), references[0] == 1 ? MP4_NOT_READY : result) << name;
   }
   HintedMovie hinted;
   CMp4HintTrack* hint = nullptr;
@@ -298,11 +314,15 @@ TEST(HintTrack, AnswersByItsState) {
   EXPECT_EQ(dump.find("    Packet Count 1\n    {\n      Relative time: 0 "), 0u) << dump;
   EXPECT_TRUE(dump.ends_with("    }\n\n ------------------ \n")) << dump;
   EXPECT_EQ(Got(*hint, &CMp4HintTrack::GetHintTrackId), 2u);
+  u32 media = 0;
+  EXPECT_EQ(GetReferencedTrack(hint.get(), 3, &media), MP4_NOT_FOUND);
+  EXPECT_EQ(GetReferencedTrack(nullptr, 1, &media), MP4_BAD_ARGUMENT);
   EXPECT_EQ(Ask(*hint, &CMp4HintTrack::GetPacketTime, 99u).result, MP4_NOT_FOUND);
   EXPECT_EQ(hint->DumpHintSample(0), MP4_ZERO_INDEX);
   EXPECT_EQ(file->CloseHintTrack(hint.get()), MP4_NOT_READY) << "it is not being written";
   ASSERT_EQ(file->Close(), MP4_OK);
   EXPECT_EQ(answers(hint.get()), detached);
+  EXPECT_EQ(GetReferencedTrack(hint.get(), 1, &media), MP4_NOT_READY);
 }
 
 /// A hint track of another writer.
