@@ -117,7 +117,8 @@ Mp4Result CHintPacket::ReadConstructor(CStorage* storage, u32* remaining) {
   return m_constructors.Add(std::move(constructor));
 }
 
-// The flags of the first header byte stand one bit lower than where they are read: readers rely on both.
+// The flags of the first header byte stand where they have in RTP, one bit lower than where they are read; no
+// hinter sets one of them.
 Mp4Result CHintPacket::Serialize(CStorage* storage) {
   const u32 flags = (m_paddingFlag * 2 + m_extensionFlag) * 16;
   const u32 marked = (m_markerFlag != 0 ? kMarker : 0u) | (m_payloadType & kPayloadType);

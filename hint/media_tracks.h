@@ -29,8 +29,8 @@ class CMediaTracks {
   /// MP4_BAD_ARGUMENT for no track, MP4_NO_MEMORY; what `CMp4File::OpenTrack` answers.
   Mp4Result Open(u32 trackCount, const u32* trackNumbers);
   /// The next sample by decoding time; of equal times that of the earlier track. The times of all are asked
-  /// of one track, the last one opened and then that of the last turn: readers rely on it, and there is meant
-  /// to be one track. MP4_NOT_FOUND when all are at their end, MP4_BAD_TIMING for a time scale of 0.
+  /// of one track, the last one opened and then that of the last turn: with one track, as is meant, they are
+  /// its own. MP4_NOT_FOUND when all are at their end, MP4_BAD_TIMING for a time scale of 0.
   Mp4Result PickNext(Turn* turn);
   /// Borrowed; there is one once `Open` has succeeded.
   CMp4Track* First() const { return m_tracks[0].track; }

@@ -19,8 +19,10 @@ enum Mp4HintType : u32 {
 /// written and closed, the limits may be set, and `CMp4File::CloseHintTrack` does all the work at once: it
 /// packetises the media track and writes the hint samples, the figures and the session description. Of the
 /// media it asks sizes and times alone. The group of samples that is still gathering at the end of the track
-/// is left out: the last sample of a video, AAC or caption track, up to three of a LATM track, unless it was
-/// long enough to be cut. Time stamps are decoding times.
+/// is left out: the last sample of a video or AAC track, up to two of captions and up to three of LATM, or as
+/// many as `SetMaxSamplesPerPacket` lets gather, unless a sample was long enough to be cut. Time stamps are
+/// decoding times; a group of LATM has that of the sample behind it, less that of the sample behind the first
+/// group.
 ///
 /// For reading: `CMp4File::OpenHintTrack` makes it; the caller deletes it, and so one whose close has failed.
 /// Either may outlive its file.
@@ -40,8 +42,8 @@ class CMp4HintTrack {
   /// MP4_NOT_FOUND.
   virtual Mp4Result ReservedHint2(u32 argument) = 0;
   /// Names a media track, by its index, which has to be its id as well. One is what hint tracks are made for:
-  /// with several, samples are timed by the first ones looked at. MP4_NOT_READY unless the hint track is
-  /// being written, MP4_NO_MEMORY. The number is looked at when the hint track is closed.
+  /// with several, the times and sizes of one are taken for those of another. MP4_NOT_READY unless the hint
+  /// track is being written, MP4_NO_MEMORY. The number is looked at when the hint track is closed.
   virtual Mp4Result AddReferencedTrack(u32 trackNumber) = 0;
   /// MP4_OK when bound.
   virtual Mp4Result ReservedHint3(u32 argument1, u32 argument2) = 0;

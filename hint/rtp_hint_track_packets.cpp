@@ -11,7 +11,7 @@ namespace kt {
 namespace {
 
 // The sizes of the headers that AAC has for a group and for each sample. They count for every kind of
-// payload: readers rely on where the groups end.
+// payload, also where there are none.
 constexpr u32 kGroupHeaderSize = 2;
 constexpr u32 kSampleHeaderSize = 2;
 
@@ -34,7 +34,7 @@ Mp4Result CMp4RtpHintTrackImpl::BuildPackets(u32 trackCount, const u32* trackNum
   CMediaTracks tracks(m_mp4File);
   KT_TRY(tracks.Open(trackCount, trackNumbers));
   CHintBitRates bitRates;
-  Gathering gathering;  // what is left in it at the end is not written: readers rely on it
+  Gathering gathering;  // what is left in it at the end is not written, as `CMp4HintTrack` tells
   for (;;) {
     CMediaTracks::Turn turn;
     const Mp4Result result = tracks.PickNext(&turn);
@@ -57,8 +57,8 @@ Mp4Result CMp4RtpHintTrackImpl::Gather(const CMediaTracks::Turn& turn, u32 size,
   const bool stays =
       fits() && turn.trackNumber == gathering->lastTrack && samples.Count() < m_maxSamplesPerPacket;
   if (!stays && samples.Count() > 0) {
-    // In the name and by the clock of the track whose turn it is, not of that of the group: readers rely on
-    // it.
+    // In the name and by the clock of the track whose turn it is, which is that of the group where there is
+    // one track.
     KT_TRY(AddPacketGroup(turn.trackNumber, turn.track, samples.Count(), samples.All().data(),
                           RtpTimeOf(gathering->startTime, turn.timeScale)));
     gathering->Clear();
@@ -118,7 +118,7 @@ Mp4Result CRfc3016LatmHintTrackImpl::BuildPackets(u32 trackCount, const u32* tra
   KT_TRY(tracks.First()->GetTrackType(&kind));
   if (kind != MP4_KIND_AUDIO) return MP4_BAD_ARGUMENT;
   CHintBitRates bitRates;
-  CGrowingArray<u32> samples;  // what is left in it at the end is not written: readers rely on it
+  CGrowingArray<u32> samples;  // what is left in it at the end is not written
   for (;;) {
     CMediaTracks::Turn turn;
     const Mp4Result result = tracks.PickNext(&turn);
