@@ -10,8 +10,10 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <random>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -32,6 +34,7 @@ using kt::u8;
 using Bytes = std::vector<u8>;
 
 constexpr u16 kMostPort = 65535;
+constexpr std::size_t kMostBytes = 65507;  // of a packet, by UDP over IPv4
 constexpr double kMostRate = 1e6;
 constexpr double kLongestWait = 1e9;  // in seconds; more do not fit the clock
 
@@ -53,29 +56,38 @@ void PutBigEndian(Bytes& bytes, u64 value, unsigned width) {
     bytes.push_back(static_cast<u8>(value >> (shift - 8)));
 }
 
+// The file that is sent.
+struct Movie {
+  kt::CMp4File& file;
+  u64 size;  // in bytes
+};
+
 // A track of the file, with the last sample that was read from it.
 class Samples {
  public:
-  Samples(kt::CMp4File& file, u32 index) : m_file(file) {
-    Require(file.OpenTrack(index, &m_track), "open track " + std::to_string(index));
+  Samples(const Movie& movie, u32 index) : m_movie(movie) {
+    Require(movie.file.OpenTrack(index, &m_track), "open track " + std::to_string(index));
   }
   Samples(const Samples&) = delete;
   Samples& operator=(const Samples&) = delete;
-  ~Samples() { static_cast<void>(m_file.CloseTrack(m_track)); }
+  ~Samples() { static_cast<void>(m_movie.file.CloseTrack(m_track)); }
 
   kt::CMp4Track& Track() { return *m_track; }
   Bytes& Read(u32 number) {
     if (number == m_number) return m_bytes;
+    m_number = 0;
     u32 size = 0;
     Require(m_track->GetSampleSize(number, &size), "find a sample");
+    // A broken file may claim any size: no memory for what the file cannot hold.
+    if (size > m_movie.size) throw std::runtime_error("a sample is larger than the file");
     m_bytes.resize(size);
-    m_number = number;
     if (size > 0) Require(m_track->ReadSample(number, size, &size, m_bytes.data()), "read a sample");
+    m_number = number;
     return m_bytes;
   }
 
  private:
-  kt::CMp4File& m_file;
+  Movie m_movie;
   kt::CMp4Track* m_track = nullptr;
   u32 m_number = 0;
   Bytes m_bytes;
@@ -129,22 +141,25 @@ class Sender {
 // One hint track of the file on its way.
 class Stream {
  public:
-  Stream(kt::CMp4File& file, u32 index, const std::string& address, u16 port)
-      : m_hints(file, index), m_sender(address, port) {
+  Stream(const Movie& movie, u32 index, const std::string& address, u16 port)
+      : m_index(index), m_hints(movie, index), m_sender(address, port) {
     kt::CMp4HintTrack* track = nullptr;
-    Require(file.OpenHintTrack(index, &track), "open hint track " + std::to_string(index));
+    Require(movie.file.OpenHintTrack(index, &track), "open it");
     const std::unique_ptr<kt::CMp4HintTrack> owner(track);
     Require(m_hints.Track().GetSampleCount(&m_count), "count the hint samples");
     Require(m_hints.Track().GetTimeScale(&m_clock), "find the RTP clock");
-    if (m_clock == 0) throw std::runtime_error("hint track " + std::to_string(index) + " has no clock");
+    if (m_clock == 0) throw std::runtime_error("it has no clock");
     u32 id = 0;
     // A hint track for RTP has one media track, or none when its own samples hold all that is sent.
     if (kt::GetReferencedTrack(track, 1, &id) == kt::MP4_OK)
-      m_media = std::make_unique<Samples>(file, IndexOf(file, id));
+      m_media = std::make_unique<Samples>(movie, IndexOf(movie, id));
     Advance();
   }
 
+  u32 Index() const { return m_index; }
   bool IsAtEnd() const { return m_next > m_count; }
+  // Leaves out what has not been sent.
+  void Abandon() { m_count = 0; }
   double NextTime() const { return static_cast<double>(m_time) / m_clock; }
   u64 Packets() const { return m_packets; }
 
@@ -166,14 +181,18 @@ class Stream {
   void End() { m_sender.SayGoodbye(); }
 
  private:
-  static u32 IndexOf(kt::CMp4File& file, u32 id) {
+  static u32 IndexOf(const Movie& movie, u32 id) {
     u32 count = 0;
-    Require(file.GetTrackCount(&count), "count the tracks");
+    Require(movie.file.GetTrackCount(&count), "count the tracks");
     for (u32 index = 1; index <= count; ++index) {
       u32 found = 0;
-      if (Samples(file, index).Track().GetTrackId(&found) == kt::MP4_OK && found == id) return index;
+      kt::CMp4Track* track = nullptr;
+      if (movie.file.OpenTrack(index, &track) != kt::MP4_OK) continue;
+      const bool isIt = track->GetTrackId(&found) == kt::MP4_OK && found == id;
+      static_cast<void>(movie.file.CloseTrack(track));
+      if (isIt) return index;
     }
-    throw std::runtime_error("there is no track " + std::to_string(id));
+    throw std::runtime_error("there is no track with the id " + std::to_string(id) + " that can be opened");
   }
 
   void Advance() {
@@ -200,7 +219,7 @@ class Stream {
     if (type == kt::RTP_CONSTRUCTOR_NO_OP) return;
     if (type == kt::RTP_CONSTRUCTOR_IMMEDIATE) {
       const auto data = static_cast<kt::CRTPImmediateConstructor*>(constructor)->Data();
-      packet.insert(packet.end(), data.begin(), data.end());
+      Append(packet, data);
       return;
     }
     if (type != kt::RTP_CONSTRUCTOR_SAMPLE) throw std::runtime_error("cannot follow a hint");
@@ -214,10 +233,15 @@ class Stream {
     if (piece.SampleOffset() > sample.size() || piece.Length() > sample.size() - piece.SampleOffset()) {
       throw std::runtime_error("a hint reaches beyond its sample");
     }
-    const auto begin = sample.begin() + piece.SampleOffset();
-    packet.insert(packet.end(), begin, begin + piece.Length());
+    Append(packet, std::span(sample).subspan(piece.SampleOffset(), piece.Length()));
+  }
+  static void Append(Bytes& packet, std::span<const u8> bytes) {
+    if (bytes.size() > kMostBytes - packet.size())
+      throw std::runtime_error("a packet exceeds what UDP carries");
+    packet.insert(packet.end(), bytes.begin(), bytes.end());
   }
 
+  u32 m_index;
   Samples m_hints;
   std::unique_ptr<Samples> m_media;
   Sender m_sender;
@@ -228,28 +252,64 @@ class Stream {
   u64 m_packets = 0;
 };
 
-std::vector<u32> HintTracks(kt::CMp4File& file) {
+// What goes wrong with one track is told, and the others go on.
+class Troubles {
+ public:
+  template <class Step>
+  bool Survives(const std::string& what, Step step) {
+    try {
+      step();
+      return true;
+    } catch (const std::runtime_error& failure) {
+      std::fprintf(stderr, "%s: %s\n", what.c_str(), failure.what());
+      m_isNone = false;
+      return false;
+    }
+  }
+  bool IsNone() const { return m_isNone; }
+
+ private:
+  bool m_isNone = true;
+};
+
+std::string HintTrackName(u32 index) {
+  return "hint track " + std::to_string(index);
+}
+
+std::vector<u32> HintTracks(const Movie& movie, Troubles& troubles) {
   u32 count = 0;
-  Require(file.GetTrackCount(&count), "count the tracks");
+  Require(movie.file.GetTrackCount(&count), "count the tracks");
   std::vector<u32> found;
   for (u32 index = 1; index <= count; ++index) {
-    u32 kind = 0;
-    if (Samples(file, index).Track().GetTrackType(&kind) == kt::MP4_OK && kind == kt::MP4_KIND_HINT)
-      found.push_back(index);
+    troubles.Survives("track " + std::to_string(index), [&] {
+      u32 kind = 0;
+      Require(Samples(movie, index).Track().GetTrackType(&kind), "find its kind");
+      if (kind == kt::MP4_KIND_HINT) found.push_back(index);
+    });
   }
   if (found.empty()) throw std::runtime_error("there is no hint track");
   return found;
 }
 
-void Send(kt::CMp4File& file, const Arguments& arguments) {
-  using Clock = std::chrono::steady_clock;
-  std::vector<std::unique_ptr<Stream>> streams;
+using Streams = std::vector<std::unique_ptr<Stream>>;
+
+Streams OpenStreams(const Movie& movie, const Arguments& arguments, Troubles& troubles) {
+  Streams streams;
   u32 port = arguments.port;
-  for (const u32 index : HintTracks(file)) {
+  for (const u32 index : HintTracks(movie, troubles)) {
     if (port >= kMostPort) throw std::runtime_error("there are not enough ports from the first one on");
-    streams.push_back(std::make_unique<Stream>(file, index, arguments.address, static_cast<u16>(port)));
-    port += 2;
+    troubles.Survives(HintTrackName(index), [&] {
+      streams.push_back(std::make_unique<Stream>(movie, index, arguments.address, static_cast<u16>(port)));
+    });
+    port += 2;  // also of one that cannot be sent: the session description gives each hint track its ports
   }
+  return streams;
+}
+
+bool Send(const Movie& movie, const Arguments& arguments) {
+  using Clock = std::chrono::steady_clock;
+  Troubles troubles;
+  const Streams streams = OpenStreams(movie, arguments, troubles);
   const Clock::time_point begin = Clock::now();
   for (;;) {
     Stream* next = nullptr;
@@ -262,16 +322,17 @@ void Send(kt::CMp4File& file, const Arguments& arguments) {
       const std::chrono::duration<double> wait(std::min(next->NextTime() / arguments.rate, kLongestWait));
       std::this_thread::sleep_until(begin + std::chrono::duration_cast<Clock::duration>(wait));
     }
-    next->SendNext();
+    if (!troubles.Survives(HintTrackName(next->Index()), [&] { next->SendNext(); })) next->Abandon();
   }
   // A farewell that a receiver finds beside packets which it has not looked at yet would end them.
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   u64 packets = 0;
   for (const auto& stream : streams) {
-    stream->End();
+    troubles.Survives(HintTrackName(stream->Index()), [&] { stream->End(); });
     packets += stream->Packets();
   }
   std::fprintf(stderr, "%llu packets sent\n", static_cast<unsigned long long>(packets));
+  return troubles.IsNone();
 }
 
 // The whole word as a number from `least` to `most`.
@@ -317,8 +378,7 @@ int main(int argc, char** argv) {
     Require(kt::CreateMp4File(&made), "make a file object");
     const std::unique_ptr<kt::CMp4File> file(made);
     Require(file->Open(arguments.file.c_str(), kt::MP4_MODE_READ, kt::MP4_TYPE_MP4), "open the file");
-    Send(*file, arguments);
-    return 0;
+    return Send({*file, std::filesystem::file_size(arguments.file)}, arguments) ? 0 : 1;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s: %s\n", arguments.file.c_str(), failure.what());
     return 1;
