@@ -1,5 +1,6 @@
 #include "tools/track_copy.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "tools/failure.h"
@@ -197,6 +198,7 @@ bool TrackCopy::LooksLikeMpeg4Visual() {
 void TrackCopy::Examine(const Interrupts& interrupts, const Notes& notes) {
   if (m_sampleCount > 0) m_start = Look(1).decodingTime;
   Timing timing(" of " + m_name);
+  u64 latest = 0;  // of the composition times
   for (u64 number = 1; number <= m_sampleCount; ++number) {
     interrupts.Check();
     const Sample sample = Look(number);
@@ -207,6 +209,8 @@ void TrackCopy::Examine(const Interrupts& interrupts, const Notes& notes) {
       m_largestSample = number;
       m_largestSize = sample.size;
     }
+    if (sample.compositionTime < latest) m_isReordered = true;
+    latest = std::max(latest, sample.compositionTime);
     m_byteCount += sample.size;
     if (m_byteCount > m_fileSize) {
       throw Failure("cannot read " + SampleName(number) + ": up to it the samples take " +

@@ -32,6 +32,8 @@ class TrackCopy final : public TrackSource {
   /// The first of the largest samples, found by `Examine`; 0 when there is none.
   u64 LargestSample() const { return m_largestSample; }
   u32 LargestSize() const { return m_largestSize; }
+  /// Whether a sample is shown ahead of one that is decoded before it, as `Examine` has seen.
+  bool IsReordered() const { return m_isReordered; }
 
   void Begin(CMp4File& output) override;
   void WriteNext() override;
@@ -75,6 +77,7 @@ class TrackCopy final : public TrackSource {
   u64 m_byteCount = 0;
   u64 m_largestSample = 0;
   u32 m_largestSize = 0;
+  bool m_isReordered = false;
   u64 m_start = 0;  // decoding time of the first sample
   u64 m_next = 1;
   u64 m_nextDecodingTime = 0;

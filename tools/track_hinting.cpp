@@ -12,6 +12,7 @@ constexpr u32 kAacOverhead = 4;         // of a packet with one frame: the AU-he
 constexpr u32 kLargestAacFrame = 8191;  // 13 bits
 // LATM tells a length in steps of 255, in at most 14 bytes here.
 constexpr u32 kLargestLatmFrame = 14 * 255 - 1;
+constexpr u32 kMostPackets = 65535;  // of a hint sample, which holds all pieces of a media sample
 
 std::string Bytes(u32 count) {
   return std::to_string(count) + " bytes";
@@ -28,16 +29,18 @@ void TrackHinting::Choose() {
   switch (m_media.Kind()) {
     case MP4_KIND_VIDEO:
       m_hintType = MP4_HINT_VIDEO;
-      if (m_media.Format() != MP4_FORMAT_MP4V) m_obstacle = "there are packets for MPEG-4 visual alone";
+      m_obstacle =
+          m_media.Format() != MP4_FORMAT_MP4V ? "there are packets for MPEG-4 visual alone" : CutObstacle();
       return;
     case MP4_KIND_AUDIO:
       m_hintType = m_wishes.latm ? MP4_HINT_LATM : MP4_HINT_AAC;
       m_obstacle = m_media.Format() != MP4_FORMAT_MP4A ? "there are packets for AAC alone"
                    : m_wishes.latm                     ? LatmObstacle()
-                                                       : "";
+                                                       : CutObstacle();
       return;
     default:
       m_hintType = MP4_HINT_CAPTION;
+      m_obstacle = CutObstacle();
   }
 }
 
@@ -51,9 +54,26 @@ std::string TrackHinting::LatmObstacle() const {
                                     : "it takes " + Bytes(kLargestLatmFrame) + " at most");
 }
 
+std::string TrackHinting::CutObstacle() const {
+  const u64 size = m_media.LargestSize() + u64{m_hintType == MP4_HINT_AAC ? kAacOverhead : 0};
+  const auto packets = [&](u64 packetSize) { return (size + packetSize - 1) / packetSize; };
+  if (packets(m_wishes.packetSize) <= kMostPackets) return {};
+  return "sample " + std::to_string(m_media.LargestSample()) + " takes " +
+         std::to_string(packets(m_wishes.packetSize)) + " packets, and hints count to " +
+         std::to_string(kMostPackets) + "; --packet-size " + std::to_string(packets(kMostPackets)) +
+         " would take it";
+}
+
 std::string TrackHinting::Loss() const {
+  if (m_hintType == MP4_HINT_AAC) return AacLoss();
+  if (m_hintType != MP4_HINT_VIDEO || !m_media.IsReordered()) return {};
+  return "pictures of " + m_media.Name() +
+         " are decoded in another order than they are shown; the packets tell when they are decoded, and "
+         "receivers that go by that show them out of order";
+}
+
+std::string TrackHinting::AacLoss() const {
   const u32 size = m_media.LargestSize();
-  if (m_hintType != MP4_HINT_AAC) return {};
   const std::string sample =
       "sample " + std::to_string(m_media.LargestSample()) + " of " + m_media.Name() + " has " + Bytes(size);
   if (size > kLargestAacFrame) return sample + ", which its packet cannot tell: AAC-hbr counts to 8191";

@@ -33,6 +33,8 @@ class TrackHinting {
  private:
   void Choose();
   std::string LatmObstacle() const;
+  std::string CutObstacle() const;
+  std::string AacLoss() const;
 
   const TrackCopy& m_media;
   u32 m_trackIndex;
