@@ -84,7 +84,7 @@ void PrintSessionDescription(const SdpArguments& arguments) {
     blocks.push_back(TextOf(operation + ", hint track " + std::to_string(index), input.Size(),
                             [&](char* buffer, u32 size) { return track->GetTrackSdp(buffer, size); }));
   }
-  if (movie.empty() && blocks.empty()) {
+  if (movie.empty() && std::ranges::all_of(blocks, &std::string::empty)) {
     throw Failure("there is no session description in " + Quoted(arguments.file));
   }
   if (arguments.port + 2 * u64{blocks.size()} > 65536) {

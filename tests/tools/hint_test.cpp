@@ -107,7 +107,14 @@ TEST(Sdp, FillsInPortsAndFindsNothingInAPlainFile) {
   ExpectRun({"sdp", "--port", "6000", hinted}, 2, {"--full"});
   ExpectRun({"sdp", "--full", "--port", "65533", hinted}, 1, {"no ports for 2"});
   ExpectParts(ExpectRun({"sdp", "--full", "--port", "65532", hinted}), {"65534 RTP"});
-  ExpectRun({"sdp", Media("aac.m4a")}, 1, {"no session description"});
+  // Nothing in a plain file, and nothing where a hint track has no text.
+  Movie movie;
+  const Bytes entry = MpegEntry("rtp ", Bytes().U16(1).U16(1).U32(500).Add(Box("tims", Bytes().U32(9))));
+  movie.tracks = {TrackOf(FullBox("hmhd", 0, 0, Bytes().Zeros(16)), "hint", entry, 4)};
+  const TempFile mute(movie.Build());
+  for (const std::string& file : {Media("aac.m4a"), mute.Name()}) {
+    ExpectRun({"sdp", file}, 1, {"no session description"});
+  }
 }
 
 TEST(Hints, OfOneTrackOrOfAll) {
