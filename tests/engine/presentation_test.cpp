@@ -142,6 +142,7 @@ Bytes EsDescriptorOf(const Bytes& content, u32 track) {
 // The same with a URL and the packet header of a session in place of that of a file.
 Bytes StreamedEsDescriptor(const Bytes& content, u32 track, const std::string& url) {
   const Bytes old = EsDescriptorOf(content, track);
+  EXPECT_EQ(Bytes(old.end() - 3, old.end()), Descriptor(6, {2})) << "that of the file stays";
   const std::string kept = url.substr(0, url.size() % 256);
   Bytes body(old.begin() + 2, old.begin() + 4);  // the id, behind a header of two bytes
   body.U8(0x40).U8(kept.size()).Text(kept).Add(Bytes(old.begin() + 5, old.end() - 3));
@@ -166,7 +167,9 @@ TEST(SessionDescription, CarriesThePresentation) {
     u32 audio = 0, video = 0;
     if (row.audio) audio = AddMediaTrack(movie, MP4_KIND_AUDIO);
     if (row.video) video = AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, row.videoInfo);
-    if (row.video) AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, {9});  // of which nothing is said
+    // Further ones, of which nothing is said.
+    if (row.audio) AddMediaTrack(movie, MP4_KIND_AUDIO, MP4_FORMAT_MP4A, {9});
+    if (row.video) AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, {9});
     ASSERT_EQ(HintTrackOf(movie, video + (row.video ? 0 : audio), row.video ? MP4_HINT_VIDEO : MP4_HINT_AAC),
               MP4_OK);
     const u32 count = Got(*movie, &CMp4File::GetTrackCount);
