@@ -24,7 +24,7 @@ from functools import partial
 from compare_with_ffprobe import media_files, run, run_jobs, samples_of
 
 DEADLINE = 30  # seconds
-HINT = 3  # the kind of a hint track
+VIDEO, SOUND, HINT, TEXT = 1, 2, 3, 6  # kinds of tracks
 
 SCRIPT = "Scenarist_SCC V1.0\n\n00:00:00:00\t9420 94ae 9470 c845 4c4c 4f80 942f\n\n00:00:02:00\t942c"
 
@@ -37,8 +37,11 @@ class Hints:
         r"ref index = (\d+) Length = (\d+) Sample number (\d+)\s+Sample offset = (\d+)"
     )
 
-    def __init__(self, ktmp4, file, original):
-        """The media samples are taken from the file before it was hinted."""
+    def __init__(self, ktmp4, file, original, left_out):
+        """The media samples are taken from the file before it was hinted. `left_out` gives how many samples may still
+        be gathering when a track ends, by the kind of track."""
+        self.left_out = left_out
+        self.kinds = {index: track["kind"] for index, track in tracks_of(ktmp4, original).items()}
         text = run(ktmp4, "hints", file).decode()
         self.samples = {}  # of the media tracks: and of hint tracks that hold payload: number to bytes
         self.tracks = {}  # hint track to its packets: (time, sequence, marker, payload type, payload, pieces)
@@ -84,9 +87,15 @@ class Hints:
             yield when, sequence, marker, payload_type, payload, pieces
 
     def hinted(self, track):
-        """The bytes of the samples that the packets of a track carry, in order."""
+        """The bytes of the samples that the packets of a track have to carry, in order: all but the last ones."""
+        media = self.media[track]
+        samples = self.samples[media]
         numbers = sorted({number for packet in self.tracks[track] for number in packet[5]})
-        return [self.samples[self.media[track]][number] for number in numbers]
+        left_out = [number for number in samples if number not in numbers]
+        most = self.left_out.get(self.kinds[media], 0)
+        if left_out[most:] or left_out != list(samples)[len(numbers) :]:
+            raise AssertionError(f"hint track {track} leaves out the samples {left_out[:10]} of {len(samples)}")
+        return [samples[number] for number in numbers]
 
 
 class Session:
@@ -148,6 +157,7 @@ def check_numbers(ktmp4, file, session, hints):
     if [track for track in tracks if tracks[track]["kind"] == HINT] != sorted(hints.tracks):
         raise AssertionError("not every hint track has hints")
     for (line, attributes), hint in zip(session.media, sorted(hints.tracks), strict=True):
+        hints.hinted(hint)
         payload_type, media = line[3], hints.media[hint]
         encoding, clock, *channels = attributes["rtpmap"].split()[1].split("/")
         facts = {
@@ -281,7 +291,7 @@ def receive_with_ffmpeg(ktmp4, rtp_send, file, hints, folder, rate):
     command += ["-i", description]
     for stream in range(count):
         for muxer in ("data", "framemd5"):
-            command += ["-map", f"0:{stream}", "-c", "copy", "-f", muxer, folder / f"{stream}.{muxer}"]
+            command += ["-map", f"0:{stream}", "-c", "copy", "-copyinkf", "-f", muxer, folder / f"{stream}.{muxer}"]
     ffmpeg = subprocess.Popen([str(part) for part in command], stderr=subprocess.PIPE)
     try:
         wait_for_ports(range(first, first + 2 * count), ffmpeg)
@@ -326,16 +336,51 @@ def check_case(ktmp4, rtp_send, media, name, options, takers, by_ffmpeg, folder)
         script.write_text(SCRIPT)
         run(ktmp4, "add-captions", media / "ntsc-faststart.mp4", script, file)
     run(ktmp4, "hint", *options, file, hinted)
-    hints = Hints(ktmp4, hinted, file)
+    in_packet = 3 if "latm" in options else 1
+    if "--samples-per-packet" in options:
+        in_packet = int(options[options.index("--samples-per-packet") + 1])
+    hints = Hints(ktmp4, hinted, file, {VIDEO: 1, SOUND: in_packet, TEXT: 2})
     check_numbers(ktmp4, hinted, Session(run(ktmp4, "sdp", "--full", hinted).decode()), hints)
     return check_packets(ktmp4, rtp_send, hinted, hints, takers, by_ffmpeg, 5, folder)
 
 
 def check_foreign(ktmp4, rtp_send, file, folder):
     """A file that another program has hinted."""
-    hints = Hints(ktmp4, file, file)
+    hints = Hints(ktmp4, file, file, {})
     session = Session(run(ktmp4, "sdp", "--full", file).decode())
     return check_packets(ktmp4, rtp_send, file, hints, [None] * len(session.media), True, 15, folder)
+
+
+def check_broken(ktmp4, rtp_send, media, folder):
+    """A track whose first sample claims to be larger than the file: the other one is sent and listed all the same."""
+    hinted, broken = folder / "hinted.mp4", folder / "broken.mp4"
+    run(ktmp4, "hint", "--packet-size", 1400, media / "bframes-aac.mp4", hinted)
+    hints = Hints(ktmp4, hinted, media / "bframes-aac.mp4", {})
+    spoiled, sound = sorted(hints.tracks)
+    data = bytearray(hinted.read_bytes())
+    at = data.index(b"stsz", data.rindex(b"moov")) + 16
+    data[at : at + 4] = b"\xff\xff\xff\xf0"
+    broken.write_bytes(data)
+    receiver = Receiver(2)
+    try:
+        tell(1, f"hint track {spoiled}: a sample is larger", rtp_send, "--port", receiver.first, "--rate", 0, broken)
+        received = receiver.receive(1, len(hints.tracks[sound]))
+    finally:
+        receiver.close()
+    if received != [packet[:5] for packet in hints.tracks[sound]]:
+        raise AssertionError(f"hint track {sound} is not sent as it was")
+    listed = tell(1, "track 1: MP4_FILE_IO", pathlib.Path(rtp_send).with_name("list_tracks"), broken)
+    if "track 2: kind 2" not in listed:
+        raise AssertionError(f"list_tracks lists {listed}")
+    return len(received)
+
+
+def tell(exit_code, complaint, *command):
+    """Runs a program that has to complain, and gives what it printed."""
+    done = subprocess.run([str(part) for part in command], capture_output=True, timeout=DEADLINE, text=True)
+    if done.returncode != exit_code or complaint not in done.stderr:
+        raise AssertionError(f"exit code {done.returncode}, {done.stderr}")
+    return done.stdout
 
 
 def check_packets(ktmp4, rtp_send, file, hints, takers, by_ffmpeg, rate, folder):
@@ -355,6 +400,7 @@ def main():
     ktmp4, rtp_send, media = sys.argv[1:]
     media = pathlib.Path(media)
     jobs = [(" ".join([case[0], *case[1]]), partial(check_case, ktmp4, rtp_send, media, *case)) for case in CASES]
+    jobs.append(("a broken file", partial(check_broken, ktmp4, rtp_send, media)))
     foreign = [file for file in media_files([]) if file.name.startswith("hinted-")]
     jobs += [(file.name, partial(check_foreign, ktmp4, rtp_send, file)) for file in foreign]
     return run_jobs(jobs, "packets")
