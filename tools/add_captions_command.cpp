@@ -3,6 +3,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tools/arguments.h"
 #include "tools/caption_track.h"
@@ -40,16 +42,18 @@ std::unique_ptr<CaptionTrack> ReadCaptions(const AddCaptionsArguments& arguments
   const std::string name = Quoted(arguments.captions);
   const std::string text = ReadText(arguments.captions);
   SccFile captions;
+  std::vector<CaptionSample> samples;
   try {
     captions = ReadScc(text, arguments.rate);
+    if (!captions.cues.empty()) {
+      samples = LayOut(captions, (kStepLimit - 1) / ClockOf(captions.count).ticksPerFrame,
+                       [&](const std::string& note) { notes(name + ": " + note); });
+    }
   } catch (const Failure& failure) {
     throw Failure("cannot read " + name + ": " + failure.what());
   }
-  if (captions.cues.empty()) throw Failure("there are no captions in " + name);
-  const FrameClock clock = ClockOf(captions.count);
-  auto samples = LayOut(captions, (kStepLimit - 1) / clock.ticksPerFrame,
-                        [&](const std::string& note) { notes(name + ": " + note); });
-  return std::make_unique<CaptionTrack>(std::move(samples), clock);
+  if (samples.empty()) throw Failure("there are no captions in " + name);
+  return std::make_unique<CaptionTrack>(std::move(samples), ClockOf(captions.count));
 }
 
 void AddCaptions(const AddCaptionsArguments& arguments) {

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdio>
+#include <utility>
+
+#include "tools/failure.h"
 
 namespace kt {
 namespace {
@@ -70,6 +74,11 @@ std::vector<CaptionSample> LayOut(const SccFile& file, u64 longestStep, const No
   Finding late, evenParity;
   for (const SccCue& cue : file.cues) {
     const u64 begin = std::max(cue.frame, layout.NextFrame());
+    const u64 last = LastFrame(file.count);
+    if (begin > last || cue.pairs.size() - 1 > last - begin) {
+      throw Failure("line " + std::to_string(cue.line) + ": its pairs run past the last time code, " +
+                    TimeCode(last, file.count));
+    }
     if (begin != cue.frame) late.Take(cue.line);
     if (!std::ranges::all_of(cue.pairs, HasOddParity)) evenParity.Take(cue.line);
     u64 frame = begin;
@@ -84,19 +93,31 @@ std::vector<CaptionSample> LayOut(const SccFile& file, u64 longestStep, const No
   return layout.m_samples;
 }
 
-std::vector<SccCue> GatherCues(const std::vector<CaptionSample>& samples) {
-  const bool marked = !std::ranges::all_of(samples, &CaptionSample::beginsCue);
-  std::vector<SccCue> cues;
-  u64 next = 0;
-  for (const CaptionSample& sample : samples) {
-    if (sample.isFiller) continue;
-    if (cues.empty() || sample.frame != next || (marked && sample.beginsCue)) {
-      cues.push_back({sample.frame, {}, 0});
-    }
-    cues.back().pairs.push_back(sample.pair);
-    next = sample.frame + 1;
+SccWriter::SccWriter(FrameCount count, bool marked, Print print)
+    : m_count(count), m_marked(marked), m_print(std::move(print)) {
+  m_print(std::string(kSccHead) + "\n");
+}
+
+void SccWriter::Add(const CaptionSample& sample) {
+  if (sample.isFiller) return;
+  if (sample.frame > LastFrame(m_count)) {
+    throw Failure("the captions last longer than time codes, which end behind 99 hours");
   }
-  return cues;
+  char pair[8];
+  std::snprintf(pair, sizeof pair, "%02x%02x", sample.pair[0], sample.pair[1]);
+  if (!m_inLine || sample.frame != m_next || (m_marked && sample.beginsCue)) {
+    Finish();
+    m_print("\n" + TimeCode(sample.frame, m_count) + "\t" + pair);
+    m_inLine = true;
+  } else {
+    m_print(std::string(" ") + pair);
+  }
+  m_next = sample.frame + 1;
+}
+
+void SccWriter::Finish() {
+  if (m_inLine) m_print("\n");
+  m_inLine = false;
 }
 
 }  // namespace kt

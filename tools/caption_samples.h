@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "tools/notes.h"
@@ -30,10 +32,30 @@ void SetSampleBytes(const u8* bytes, CaptionSample* sample);
 ///
 /// A track starts with the movie and its last sample is not delivered by every reader, so a filler stands at
 /// frame 0 unless a cue does, and one behind the last pair. Further ones keep steps to `longestStep` frames.
+///
+/// Throws a `Failure` that begins with the number of the line whose pairs run past the last time code.
 std::vector<CaptionSample> LayOut(const SccFile& file, u64 longestStep, const Notes& note);
 
-/// The cues that the samples make, without fillers. A new one begins behind a gap and, unless each sample
-/// claims it, where a sample begins one.
-std::vector<SccCue> GatherCues(const std::vector<CaptionSample>& samples);
+/// Writes the samples of a track as the text of a caption file, as they come and without the fillers.
+class SccWriter {
+ public:
+  using Print = std::function<void(const std::string& text)>;
+
+  /// A line begins behind a gap and, with `marked`, with each sample that begins a cue. `print` takes the
+  /// text piece by piece.
+  SccWriter(FrameCount count, bool marked, Print print);
+  /// Frames rise. Throws a `Failure` for a pair behind the last time code.
+  void Add(const CaptionSample& sample);
+  /// Ends the last line.
+  void Finish();
+
+ private:
+  const FrameCount m_count;
+  const bool m_marked;
+  const Print m_print;
+  bool m_inLine = false;
+  /// Behind the last pair.
+  u64 m_next = 0;
+};
 
 }  // namespace kt

@@ -15,6 +15,7 @@
 #include "tools/input_file.h"
 #include "tools/interrupts.h"
 #include "tools/line21_track.h"
+#include "tools/sample_claims.h"
 #include "tools/srt_text.h"
 #include "tools/standard_streams.h"
 
@@ -76,6 +77,7 @@ class CaptionReader {
     if (kind != MP4_KIND_TEXT) throw Failure(m_name + " is no caption track");
     Require("count the samples of " + m_name, m_track->GetSampleCount(&m_sampleCount));
     Require("find the time scale of " + m_name, m_track->GetTimeScale(&m_timeScale));
+    RequireSamplesFit(*m_track, input.Size(), m_name);
     if (m_timeScale == 0) throw Failure(m_name + " has no time scale");
   }
 
@@ -100,6 +102,17 @@ class CaptionReader {
   const u8* Bytes() const { return m_bytes; }
   /// In ticks.
   u64 Time() const { return m_time; }
+  // Whether sync samples tell where cues begin. They do not in a track that has nothing else.
+  bool MarksCues() {
+    bool marks = false;
+    for (m_number = 0; m_number < m_sampleCount && !marks;) {
+      m_interrupts.Check();
+      ++m_number;
+      marks = !IsSync();
+    }
+    m_number = 0;
+    return marks;
+  }
   bool IsSync() {
     u64 time = 0;
     u32 sync = 0;
@@ -122,21 +135,25 @@ class CaptionReader {
   u8 m_bytes[kLongestLine21Sample] = {};
 };
 
-/// Prints the rows as they are completed and keeps the screens.
+/// Prints the rows as they are completed, or the screens as subtitles.
 class DecodedCaptions final : public CaptionReceiver {
  public:
-  explicit DecodedCaptions(bool printRows) : m_printRows(printRows) {}
+  explicit DecodedCaptions(CaptionFormat format) : m_printRows(format == CaptionFormat::kText) {}
 
-  void Decode(CaptionReader& reader) {
+  /// A screen that is left over stays until `end`.
+  void Decode(CaptionReader& reader, i64 end) {
     Line21TextDecoder decoder(*this);
     while (reader.Next()) {
       m_time = TicksToHns(reader.Time(), reader.TimeScale());
       decoder.Decode(reader.Bytes() + 1, 2, m_time);
+      m_cues.EndPair();
     }
+    if (!m_printRows) m_cues.Finish(std::max(end, m_time));
   }
-  std::vector<SrtCue> Cues(i64 end) { return m_cues.Finish(std::max(end, m_time)); }
 
-  void SendScreenText(const char* text) override { m_cues.Show(m_time, text); }
+  void SendScreenText(const char* text) override {
+    if (!m_printRows) m_cues.Show(m_time, text);
+  }
   void AddCaptionText(i64 time, const char* text) override {
     const std::string row = PrintableRow(text);
     if (m_printRows && !row.empty()) Print(ClockText(time, '.') + "  " + row + "\n");
@@ -145,34 +162,31 @@ class DecodedCaptions final : public CaptionReceiver {
  private:
   const bool m_printRows;
   i64 m_time = 0;
-  SrtCues m_cues;
+  SrtCues m_cues{Print};
 };
 
-// The frame at a time, and for pairs that share one the next that is free.
-u64 FrameOf(const CaptionReader& reader, FrameCount count, const std::vector<CaptionSample>& samples) {
+// The frame at the reader's time; one behind the last for whatever is later.
+u64 FrameAt(const CaptionReader& reader, FrameCount count) {
   const FrameClock clock = ClockOf(count);
   const double seconds = static_cast<double>(reader.Time()) / reader.TimeScale();
   const double frame = std::round(seconds * clock.timeScale / clock.ticksPerFrame);
-  if (frame > static_cast<double>(kLastFrame)) {
-    throw Failure("the captions last longer than time codes, which end behind 99 hours");
-  }
-  const u64 whole = static_cast<u64>(frame);
-  return samples.empty() ? whole : std::max(whole, samples.back().frame + 1);
+  return static_cast<u64>(std::min(frame, static_cast<double>(LastFrame(count) + 1)));
 }
 
 void PrintPairs(CaptionReader& reader) {
-  SccFile file;
-  file.count = FrameCountOf(reader.TimeScale());
-  std::vector<CaptionSample> samples;
+  const FrameCount count = FrameCountOf(reader.TimeScale());
+  SccWriter writer(count, reader.MarksCues(), Print);
+  // Pairs that share a frame follow each other.
+  u64 free = 0;
   while (reader.Next()) {
     CaptionSample sample;
-    sample.frame = FrameOf(reader, file.count, samples);
+    sample.frame = std::max(FrameAt(reader, count), free);
     sample.beginsCue = reader.IsSync();
     SetSampleBytes(reader.Bytes(), &sample);
-    samples.push_back(sample);
+    writer.Add(sample);
+    free = sample.frame + 1;
   }
-  file.cues = GatherCues(samples);
-  Print(WriteScc(file));
+  writer.Finish();
 }
 
 void Captions(const CaptionsArguments& arguments) {
@@ -184,9 +198,7 @@ void Captions(const CaptionsArguments& arguments) {
     PrintPairs(reader);
     return;
   }
-  DecodedCaptions captions(arguments.format == CaptionFormat::kText);
-  captions.Decode(reader);
-  if (arguments.format == CaptionFormat::kSrt) Print(SrtText(captions.Cues(end)));
+  DecodedCaptions(arguments.format).Decode(reader, end);
 }
 
 }  // namespace

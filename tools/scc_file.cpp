@@ -8,7 +8,6 @@
 namespace kt {
 namespace {
 
-constexpr std::string_view kHead = "Scenarist_SCC V1.0";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r";
 
@@ -140,8 +139,8 @@ SccFile ReadScc(std::string_view text, std::optional<FrameRate> rate) {
     const std::string_view content = Trimmed(text.substr(0, end));
     text.remove_prefix(std::min(end + 1, text.size()));
     if (line == 1) {
-      if (content != kHead)
-        throw LineFailure(line, "a caption file begins with \"" + std::string(kHead) + "\"");
+      if (content != kSccHead)
+        throw LineFailure(line, "a caption file begins with \"" + std::string(kSccHead) + "\"");
     } else if (!content.empty()) {
       AddCue(content, line, rate, &file);
     }
@@ -149,20 +148,10 @@ SccFile ReadScc(std::string_view text, std::optional<FrameRate> rate) {
   return file;
 }
 
-std::string WriteScc(const SccFile& file) {
-  std::string text = std::string(kHead) + "\n";
-  for (const SccCue& cue : file.cues) {
-    text += "\n" + TimeCode(cue.frame, file.count);
-    char separator = '\t';
-    for (const BytePair& pair : cue.pairs) {
-      char word[8];
-      std::snprintf(word, sizeof word, "%c%02x%02x", separator, pair[0], pair[1]);
-      text += word;
-      separator = ' ';
-    }
-    text += "\n";
-  }
-  return text;
+u64 LastFrame(FrameCount count) {
+  constexpr u64 kLongHour = 60 * kFramesPerMinute;
+  constexpr u64 kShortHour = kLongHour - 54 * kDropped;
+  return 100 * (count == FrameCount::kDrop ? kShortHour : kLongHour) - 1;
 }
 
 std::string TimeCode(u64 frame, FrameCount count) {

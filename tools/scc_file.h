@@ -50,10 +50,13 @@ enum class FrameRate { kThirty, kNtsc };
 /// Reads the text of a caption file. Codes with a semicolon are drop frame, others count at `rate` or,
 /// without one, at 29.97. Throws a `Failure` that begins with the number of the line.
 SccFile ReadScc(std::string_view text, std::optional<FrameRate> rate);
-std::string WriteScc(const SccFile& file);
 
-/// "01:02:03;04". Up to `kLastFrame` the hours have two digits.
+/// The first line of a caption file.
+inline constexpr std::string_view kSccHead = "Scenarist_SCC V1.0";
+
+/// "01:02:03;04". Up to the last frame the hours have two digits.
 std::string TimeCode(u64 frame, FrameCount count);
-inline constexpr u64 kLastFrame = u64{100} * (3600 * 30 - 108) - 1;  // 99:59:59;29
+/// The frame with the last code, 99:59:59:29.
+u64 LastFrame(FrameCount count);
 
 }  // namespace kt

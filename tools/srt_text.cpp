@@ -12,7 +12,7 @@ constexpr i64 kLongestPause = 500 * kHnsPerMillisecond;
 constexpr std::size_t kLettersAtOnce = 3;
 
 // The rows that show something.
-std::vector<std::string> Rows(std::string_view screen) {
+std::vector<std::string> RowsOf(std::string_view screen) {
   constexpr std::string_view kBreak = "<br>";
   std::vector<std::string> rows;
   while (!screen.empty()) {
@@ -32,60 +32,45 @@ std::string WithoutArrows(std::string row) {
 
 }  // namespace
 
-bool SrtCues::Grows(i64 time, const std::vector<std::string>& rows) const {
-  if (rows.empty() || rows.size() != m_current.rows.size() || time - m_lastChange > kLongestPause)
-    return false;
-  if (!std::equal(rows.begin(), rows.end() - 1, m_current.rows.begin())) return false;
-  const std::string &before = m_current.rows.back(), &after = rows.back();
+bool SrtCues::Grows(i64 time, const Rows& rows) const {
+  if (rows.empty() || rows.size() != m_rows.size() || time - m_lastChange > kLongestPause) return false;
+  if (!std::equal(rows.begin(), rows.end() - 1, m_rows.begin())) return false;
+  const std::string &before = m_rows.back(), &after = rows.back();
   // Backspaces make it shorter for a moment.
   const auto [shorter, longer] = std::minmax({before.size(), after.size()});
   return longer - shorter <= kLettersAtOnce && before.compare(0, shorter, after, 0, shorter) == 0;
 }
 
 void SrtCues::EndCue(i64 time) {
-  if (m_current.rows.empty()) return;
-  m_current.end = time;
-  for (std::string& row : m_current.rows) row = PrintableRow(row);
-  m_cues.push_back(m_current);
+  if (m_rows.empty() || time / kHnsPerMillisecond <= m_begin / kHnsPerMillisecond) return;
+  std::string text = m_printed > 0 ? "\n" : "";
+  text +=
+      std::to_string(++m_printed) + "\n" + ClockText(m_begin, ',') + " --> " + ClockText(time, ',') + "\n";
+  for (const std::string& row : m_rows) text += WithoutArrows(PrintableRow(row)) + "\n";
+  m_print(text);
 }
 
 void SrtCues::Show(i64 time, std::string_view screen) {
-  std::vector<std::string> rows = Rows(screen);
-  if (rows == m_current.rows) return;
+  Rows rows = RowsOf(screen);
+  if (rows == m_rows) return;
   if (rows.empty()) {
-    m_erased = m_current.rows;
-  } else if (rows == m_erased && (m_stale || time == m_lastChange)) {
-    m_stale = true;
+    m_erasedNow = m_rows;
+  } else if (rows == m_erasedNow || rows == m_kept) {
+    m_kept = std::move(rows);
     return;
-  } else {
-    m_erased.clear();
   }
-  m_stale = false;
+  m_kept.clear();
   if (!Grows(time, rows)) {
     EndCue(time);
-    m_current.begin = time;
+    m_begin = time;
   }
-  m_current.rows = std::move(rows);
+  m_rows = std::move(rows);
   m_lastChange = time;
 }
 
-std::vector<SrtCue> SrtCues::Finish(i64 end) {
+void SrtCues::Finish(i64 end) {
   EndCue(end);
-  m_current = {};
-  return std::move(m_cues);
-}
-
-std::string SrtText(const std::vector<SrtCue>& cues) {
-  std::string text;
-  u32 number = 0;
-  for (const SrtCue& cue : cues) {
-    if (cue.end / kHnsPerMillisecond <= cue.begin / kHnsPerMillisecond) continue;
-    if (number > 0) text += "\n";
-    text += std::to_string(++number) + "\n" + ClockText(cue.begin, ',') + " --> " + ClockText(cue.end, ',') +
-            "\n";
-    for (const std::string& row : cue.rows) text += WithoutArrows(row) + "\n";
-  }
-  return text;
+  m_rows.clear();
 }
 
 std::string PrintableRow(std::string_view row) {

@@ -88,9 +88,13 @@ TEST(CaptionsCommand, SaysWhenThereAreNone) {
   titles.mediaHeader = Nmhd();
   titles.stsz = ConstantStsz(20, 4);
   const TempFile file(MovieOf(titles).Build());
+  titles.stsz = ConstantStsz(3, 1'000'000);
+  titles.stts = Stts({{1'000'000, 10}});
+  const TempFile claims(MovieOf(titles).Build());
   const std::tuple<std::vector<std::string>, int, const char*> rows[] = {
       {{file.Name()}, 1, "there is no caption track in"},
       {{"--track", "1", file.Name()}, 1, "sample 1 of track 1 of"},
+      {{"--track", "1", claims.Name()}, 1, "bytes, and the file has"},
       {{"--track", "1", Media("aac.m4a")}, 1, "is no caption track"},
       {{"--track", "9", Media("aac.m4a")}, 1, "the file has 1 track"},
       {{"--format", "vtt", Media("aac.m4a")}, 2, "vtt"},

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <tuple>
+#include <utility>
 
 #include "tools/caption_samples.h"
 #include "tools/failure.h"
@@ -10,6 +12,17 @@
 
 namespace kt::test {
 namespace {
+
+// Expects that the call fails with a message that begins so.
+template <class Call>
+void ExpectFailure(Call call, const std::string& message) {
+  try {
+    call();
+    ADD_FAILURE() << message;
+  } catch (const Failure& failure) {
+    EXPECT_TRUE(std::string(failure.what()).starts_with(message)) << failure.what();
+  }
+}
 
 SccFile Read(const std::string& lines, std::optional<FrameRate> rate = {}) {
   return ReadScc("Scenarist_SCC V1.0\n\n" + lines, rate);
@@ -35,7 +48,8 @@ TEST(SccFile, CodesOfAllSorts) {
       {"01:02:03:04", FrameRate::kThirty, FrameCount::kThirty, 111694},
       {"00:00:01:30", {}, FrameCount::kNonDrop, 60},
       {"00:01:00;00", {}, FrameCount::kDrop, 1800},
-      {"99:59:59;29", FrameRate::kNtsc, FrameCount::kDrop, kLastFrame},
+      {"99:59:59:29", {}, FrameCount::kNonDrop, 10'799'999},
+      {"99:59:59;29", FrameRate::kNtsc, FrameCount::kDrop, 10'789'199},
   };
   for (const auto& [code, rate, count, frame] : rows) {
     const SccFile file = Read(std::string(code) + "\t9420", rate);
@@ -48,8 +62,9 @@ TEST(SccFile, CodesOfAllSorts) {
 TEST(SccFile, IsReadFromWhateverSystem) {
   const SccFile file =
       ReadScc("\xEF\xBB\xBFScenarist_SCC V1.0\r\n\r\n00:00:01:00\t94AE  c8e9 \r\n\r\n00:00:02:00 942c", {});
-  EXPECT_EQ(WriteScc(file), "Scenarist_SCC V1.0\n\n00:00:01:00\t94ae c8e9\n\n00:00:02:00\t942c\n");
-  EXPECT_EQ(file.cues.at(1).line, 5u);
+  ASSERT_EQ(file.cues.size(), 2u);
+  EXPECT_EQ(file.cues[0].pairs, (std::vector<BytePair>{{0x94, 0xAE}, {0xC8, 0xE9}}));
+  EXPECT_EQ(file.cues[1].line, 5u);
   EXPECT_TRUE(ReadScc("Scenarist_SCC V1.0", {}).cues.empty());
 }
 
@@ -66,19 +81,11 @@ TEST(SccFile, FailuresNameTheLine) {
       {"00:00:02:00 9420\n00:00:03;00 942c", {}, "line 4: its time code is drop frame"},
       {"00:00:02;00 9420", FrameRate::kThirty, "line 3: a drop frame time code"},
   };
-  const auto expectFailure = [](const auto& read, const char* message) {
-    try {
-      static_cast<void>(read());
-      ADD_FAILURE() << message;
-    } catch (const Failure& failure) {
-      EXPECT_TRUE(std::string(failure.what()).starts_with(message)) << failure.what();
-    }
-  };
   for (const auto& [lines, rate, message] : rows) {
-    expectFailure([&text = lines, &wanted = rate] { return Read(text, wanted); }, message);
+    ExpectFailure([&text = lines, &wanted = rate] { static_cast<void>(Read(text, wanted)); }, message);
   }
   for (const char* const text : {"", "1\n00:00:01,000 --> 00:00:02,000\n"}) {
-    expectFailure([&] { return ReadScc(text, {}); }, "line 1: a caption file begins with");
+    ExpectFailure([&] { static_cast<void>(ReadScc(text, {})); }, "line 1: a caption file begins with");
   }
 }
 
@@ -96,37 +103,64 @@ std::string Told(const std::vector<CaptionSample>& samples) {
   return text;
 }
 
+// The lines of the caption file that is made of them.
+std::string Written(const std::vector<CaptionSample>& samples, FrameCount count = FrameCount::kNonDrop) {
+  std::string text;
+  const bool marked = !std::ranges::all_of(samples, &CaptionSample::beginsCue);
+  SccWriter writer(count, marked, [&](const std::string& piece) { text += piece; });
+  for (const CaptionSample& sample : samples) writer.Add(sample);
+  writer.Finish();
+  const std::string head = "Scenarist_SCC V1.0\n\n";
+  EXPECT_TRUE(text.starts_with(head));
+  return text.substr(head.size());
+}
+
 TEST(CaptionSamples, AreLaidOutFrameByFrameAndGatheredAgain) {
   constexpr const char* kLate =
-      "line 4 begins while the pairs before it still go out; its own follow behind them";
-  // The lines, their samples, what is noted of them, and the lines that are gathered when they are others.
+      "line 5 begins while the pairs before it still go out; its own follow behind them";
+  // The lines, their samples, what is noted of them, and the lines that are written when they are others.
   const std::tuple<const char*, const char*, std::string, const char*> rows[] = {
-      {"00:00:00:00 9401 9402", " >0:1 1:2 2-", "", nullptr},
-      {"00:00:00:05 8080\n00:00:00:06 9401", " >0- >5:0 >6:1 7-", "", nullptr},
-      {"00:00:00:01 9401 9402 9483\n00:00:00:03 9404\n00:00:00:05 9485", " >0- >1:1 2:2 3:3 >4:4 >5:5 6-",
-       kLate, "00:00:00:01 9401 9402 9483\n00:00:00:04 9404\n00:00:00:05 9485"},
-      {"00:00:00:00 9401 9402\n00:00:00:01 9483 9404\n00:00:00:02 9485", " >0:1 1:2 >2:3 3:4 >4:5 5-",
-       kLate + std::string(" (the first of 2 lines)"),
-       "00:00:00:00 9401 9402\n00:00:00:02 9483 9404\n00:00:00:04 9485"},
-      {"00:00:00:00 9403\n00:00:01:00 0380", " >0:3 >20- >30:0 31-",
+      {"00:00:00:00\t9401 9402\n", " >0:1 1:2 2-", "", nullptr},
+      {"00:00:00:05\t8080\n\n00:00:00:06\t9401\n", " >0- >5:0 >6:1 7-", "", nullptr},
+      {"00:00:00:01\t9401 9402 9483\n\n00:00:00:03\t9404\n\n00:00:00:05\t9485\n",
+       " >0- >1:1 2:2 3:3 >4:4 >5:5 6-", kLate,
+       "00:00:00:01\t9401 9402 9483\n\n00:00:00:04\t9404\n\n00:00:00:05\t9485\n"},
+      {"00:00:00:00\t9401 9402\n\n00:00:00:01\t9483 9404\n\n00:00:00:02\t9485\n",
+       " >0:1 1:2 >2:3 3:4 >4:5 5-", kLate + std::string(" (the first of 2 lines)"),
+       "00:00:00:00\t9401 9402\n\n00:00:00:02\t9483 9404\n\n00:00:00:04\t9485\n"},
+      {"00:00:00:00\t9403\n\n00:00:01:00\t0380\n", " >0:3 >20- >30:0 31-",
        "line 3 has a byte of even parity, over which decoders stumble; it is kept (the first of 2 lines)",
        nullptr},
-      {"00:00:00:02 9401\n00:00:01:15 9402", " >0- >2:1 >22- >42- >45:2 46-", "", nullptr},
+      {"00:00:00:02\t9401\n\n00:00:01:15\t9402\n", " >0- >2:1 >22- >42- >45:2 46-", "", nullptr},
   };
-  for (const auto& [lines, told, note, gathered] : rows) {
+  for (const auto& [lines, told, note, written] : rows) {
     SCOPED_TRACE(lines);
     std::string notes;
     const auto samples = LayOut(Read(lines), 20, [&](const std::string& line) { notes += line; });
     EXPECT_EQ(Told(samples), told);
     EXPECT_EQ(notes, note);
-    EXPECT_EQ(WriteScc({FrameCount::kNonDrop, GatherCues(samples)}),
-              WriteScc(Read(gathered ? gathered : lines)));
+    EXPECT_EQ(Written(samples), written ? written : lines);
   }
   // A track of somebody else's, all of whose samples are sync samples.
-  const auto cues =
-      GatherCues({{3, {1, 1}, true, false}, {4, {2, 2}, true, false}, {6, {3, 3}, true, false}});
-  ASSERT_EQ(cues.size(), 2u);
-  EXPECT_EQ(cues[0].pairs.size(), 2u);
+  EXPECT_EQ(Written({{3, {1, 1}, true, false}, {4, {2, 2}, true, false}, {6, {3, 3}, true, false}}),
+            "00:00:00:03\t0101 0202\n\n00:00:00:06\t0303\n");
+}
+
+// A later one would have a code of 100 hours.
+TEST(CaptionSamples, EndWithTheLastTimeCode) {
+  for (const char* const code : {"99:59:59:29", "99:59:59;29"}) {
+    const auto layOut = [&](const std::string& line) { return LayOut(Read(line), u64{1} << 30, {}); };
+    const std::string whole = std::string(code) + "\t9401\n";
+    const FrameCount count = Read(whole).count;
+    std::vector<CaptionSample> samples = layOut(whole);
+    EXPECT_EQ(Written(samples, count), whole);
+    ++samples[1].frame;
+    ExpectFailure([&] { Written(samples, count); }, "the captions last longer than time codes");
+    for (const std::string& line : {std::string(code) + " 9401 9402", std::string(code, 9) + "30 9401"}) {
+      ExpectFailure([&] { layOut(line); },
+                    "line 3: its pairs run past the last time code, " + std::string(code));
+    }
+  }
 }
 
 // Screens each behind the milliseconds of its time, and the subtitles that become of them.
@@ -159,9 +193,16 @@ TEST(SrtText, AScreenLastsUntilItChanges) {
        "1\n00:00:01,000 --> 00:00:02,000\nOne\n"},
   };
   for (const auto& [screens, text] : rows) {
-    SrtCues cues;
-    for (const auto& [milliseconds, screen] : screens) cues.Show(milliseconds * 10'000, screen);
-    EXPECT_EQ(SrtText(cues.Finish(7200'000 * i64{10'000})), text);
+    std::string printed;
+    SrtCues cues([&](const std::string& cue) { printed += cue; });
+    i64 last = 0;
+    for (const auto& [milliseconds, screen] : screens) {
+      // A pair may show two.
+      if (milliseconds != std::exchange(last, milliseconds)) cues.EndPair();
+      cues.Show(milliseconds * 10'000, screen);
+    }
+    cues.Finish(7200'000 * i64{10'000});
+    EXPECT_EQ(printed, text);
   }
 }
 
