@@ -148,7 +148,7 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
   const FilterResult loaded = source.Load(name.c_str());
   if (asUrl) GoTo(StartFolder());
   if (IsFailure(loaded)) return 0;
-  if (choice & 4) source.SetForExtractor(1);
+  if (choice & 4) source.SetForExtractor(true);
   TextDelivery texts(source, storage, roads);
   Line21TextDecoder captions(texts);
   FilterSeeking seeking(source);

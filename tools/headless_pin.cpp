@@ -1,7 +1,5 @@
 #include "tools/headless_pin.h"
 
-#include <mutex>
-
 #include "filter/logic/time_conversion.h"
 #include "tools/failure.h"
 
@@ -21,43 +19,42 @@ FilterResult HeadlessPin::Connect() {
 }
 
 i64 HeadlessPin::NextStart() const {
-  const std::lock_guard guard(m_pin.TrackLock());
-  CMp4Track* track = m_pin.Track();
-  u64 ticks = 0;
-  if (track == nullptr || track->GetSampleDecodingTime(m_pin.Position().m_currentSample + 1, &ticks))
-    return 0;
-  return TicksToHns(ticks, m_pin.TimeScale());
+  return m_pin.WithPosition([&](CMp4Track* track, const PinPosition& position) -> i64 {
+    u64 ticks = 0;
+    if (track == nullptr || track->GetSampleDecodingTime(position.m_currentSample + 1, &ticks)) return 0;
+    return TicksToHns(ticks, m_pin.TimeScale());
+  });
 }
 
 std::optional<DeliveredSample> HeadlessPin::Deliver() {
   m_sample.Reset();
   if (m_delivery.FillBuffer(m_sample) != FilterResult::Ok) return std::nullopt;
   DeliveredSample sample = m_sample.Said();
-  {
-    const std::lock_guard guard(m_pin.TrackLock());
-    sample.number = m_pin.Position().m_currentSample;
-  }
+  sample.number = m_pin.Position().m_currentSample;
   ++m_delivered;
   m_deliveredBytes += sample.size;
   return sample;
 }
 
 std::string HeadlessPin::EarlyEnd() const {
-  const std::lock_guard guard(m_pin.TrackLock());
-  CMp4Track* track = m_pin.Track();
-  const u32 sample = m_pin.Position().m_currentSample;
-  if (track == nullptr || sample >= m_pin.SampleCount()) return {};
+  return m_pin.WithPosition([&](CMp4Track* track, const PinPosition& position) {
+    return track == nullptr ? std::string() : ReadFailure(*track, position.m_currentSample);
+  });
+}
+
+std::string HeadlessPin::ReadFailure(CMp4Track& track, u32 sample) const {
+  if (sample >= m_pin.SampleCount()) return {};
   const auto because = [&](Mp4Result result) -> std::string {
     return ResultFailure("cannot read sample " + std::to_string(sample), result).what();
   };
   u32 size = 0;
-  if (const Mp4Result result = track->GetSampleSize(sample, &size)) return because(result);
+  if (const Mp4Result result = track.GetSampleSize(sample, &size)) return because(result);
   if (size > m_buffers.size) {
     return "sample " + std::to_string(sample) + " has " + std::to_string(size) + " bytes, the buffer only " +
            std::to_string(m_buffers.size);
   }
   std::vector<u8> bytes(size + 1);
-  if (const Mp4Result result = track->ReadSample(sample, size, &size, bytes.data())) return because(result);
+  if (const Mp4Result result = track.ReadSample(sample, size, &size, bytes.data())) return because(result);
   return {};
 }
 

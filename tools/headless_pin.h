@@ -67,6 +67,7 @@ class HeadlessPin {
 
  private:
   FilterResult Connect();
+  std::string ReadFailure(CMp4Track& track, u32 sample) const;
 
   const u32 m_number;
   CReaderPin& m_pin;

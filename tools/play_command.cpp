@@ -246,7 +246,7 @@ void Play(const PlayArguments& arguments) {
   CReaderSource source(host);
   source.SetCaptionMode(arguments.captions);
   Load(source, arguments.name);
-  if (arguments.extract) source.SetForExtractor(1);
+  if (arguments.extract) source.SetForExtractor(true);
   PlayOutput output(arguments.quiet);
   HostClock clock(arguments.realtime, from);
   HostWait wait;

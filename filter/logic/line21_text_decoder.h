@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-#include "filter/logic/sample_delivery.h"
+#include "filter/logic/caption_decoder.h"
 
 namespace kt {
 

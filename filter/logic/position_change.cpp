@@ -1,7 +1,6 @@
 #include "filter/logic/position_change.h"
 
 #include <algorithm>
-#include <mutex>
 
 #include "filter/logic/time_conversion.h"
 
@@ -27,10 +26,9 @@ void GoToSyncSample(CMp4Track* track, u32* sample) {
   if (track->FindSyncSample(compositionTime, &syncSample) == MP4_OK) *sample = syncSample;
 }
 
-void MoveTo(CReaderPin& pin, i64 current) {
-  PinPosition* const position = &pin.Position();
-  if (CMp4Track* const track = pin.Track()) {
-    FindTarget(track, static_cast<u64>(HnsToTicks(current, pin.TimeScale())), position);
+void MoveTo(CMp4Track* track, u32 timeScale, i64 current, PinPosition* position) {
+  if (track) {
+    FindTarget(track, static_cast<u64>(HnsToTicks(current, timeScale)), position);
     GoToSyncSample(track, &position->m_currentSample);
   }
   // The worker counts up before it takes a sample.
@@ -52,12 +50,11 @@ FilterResult ChangePosition(CReaderPin& pin, const PositionChange& change, i64 l
     restarted->BeginFlush();
     restarted->StopWorker();
   }
-  {
-    // Both positions stand before the worker announces its new segment.
-    const std::lock_guard lock(pin.TrackLock());
-    if (change.HasCurrent()) MoveTo(pin, current);
-    if (change.HasStop()) pin.Position().m_stopPosition = *change.stop;
-  }
+  // Both positions stand before the worker announces its new segment.
+  pin.WithPosition([&](CMp4Track* track, PinPosition& position) {
+    if (change.HasCurrent()) MoveTo(track, pin.TimeScale(), current, &position);
+    if (change.HasStop()) position.m_stopPosition = *change.stop;
+  });
   if (restarted) {
     restarted->EndFlush();
     restarted->RunWorker();

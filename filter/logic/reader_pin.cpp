@@ -96,8 +96,9 @@ void CReaderPin::LearnDecoderInfo() {
   m_decoderInfo.resize(std::min(size, read));
 }
 
-void CReaderPin::LoseTrack() {
-  m_track = nullptr;
+CMp4Track* CReaderPin::LoseTrack() {
+  const std::lock_guard lock(m_trackLock);
+  return std::exchange(m_track, nullptr);
 }
 
 Guid CReaderPin::OfferedSubtype(bool stamped) const {

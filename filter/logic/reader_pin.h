@@ -1,5 +1,6 @@
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,8 +31,7 @@ enum PinFormat : u32 {
   PIN_FORMAT_AMR_NARROW = 6,
 };
 
-/// Where a pin's worker stands. Read and written under the track lock. Times are in 100 ns units, but for
-/// `m_baseTime`.
+/// Where a pin's worker stands. Times are in 100 ns units, but for `m_baseTime`.
 struct PinPosition {
   /// Number of the sample last taken; 0 before the first.
   u32 m_currentSample = 0;
@@ -40,6 +40,8 @@ struct PinPosition {
   i64 m_startPosition = 0;
   /// 0 for none.
   i64 m_stopPosition = 0;
+
+  bool operator==(const PinPosition&) const = default;
 };
 
 /// What a new segment is announced with, when a pin's worker starts to play.
@@ -63,13 +65,15 @@ class CReaderPin {
   /// Learns from `track`, which the file goes on owning. 0, or 1 when the track does not tell what is needed;
   /// the pin is then usable with what was learned until then.
   u32 SetTrack(CMp4Track* track);
-  /// Forgets the track, whose file is about to go; whatever needs it fails from now on.
-  void LoseTrack();
+  /// Forgets the track, whose file is about to go, and hands it out to be closed; null when there is none.
+  /// Whatever needs it fails from now on.
+  CMp4Track* LoseTrack();
   /// The first pin of a source answers for positions.
-  void SetSeekMaster(u32 seekMaster) { m_seekMaster = seekMaster; }
+  void SetSeekMaster(bool seekMaster) { m_seekMaster = seekMaster; }
 
   /// The type at `position`: 0 the plain one, 1 the stamped one. InvalidArgument for a negative position,
-  /// NoMoreItems from 2 on. A pin that could not read its track's kind offers empty types.
+  /// NoMoreItems from 2 on. A pin that could not read its track's kind offers empty types. OutOfMemory when
+  /// there was or is no memory for the format block, which may take 256 MiB.
   FilterResult GetMediaType(i32 position, MediaType* type) const;
   /// Ok, or InvalidArgument. Looks at the two type identifiers alone, not at the format.
   FilterResult CheckMediaType(const MediaType& type) const;
@@ -85,13 +89,24 @@ class CReaderPin {
   /// and when the track can not tell.
   FilterResult GetCurrentPosition(i64* current) const;
   PinSegment Segment() const;
-  /// To be read and written under `TrackLock`.
-  PinPosition& Position() { return m_position; }
+  /// Calls `use(CMp4Track* track, PinPosition& position)` under the track lock, and answers what it does. The
+  /// track is null when there is none. Neither may be kept beyond the call, which must not wait.
+  template <class Use>
+  auto WithPosition(Use use) {
+    const std::lock_guard lock(m_trackLock);
+    return use(m_track, m_position);
+  }
+  template <class Use>
+  auto WithPosition(Use use) const {
+    const std::lock_guard lock(m_trackLock);
+    return use(m_track, m_position);
+  }
+  /// A copy.
+  PinPosition Position() const {
+    return WithPosition([](CMp4Track*, const PinPosition& position) { return position; });
+  }
 
   const std::string& Name() const { return m_name; }
-  /// Null when there is none. To be called under `TrackLock`.
-  CMp4Track* Track() const { return m_track; }
-  CTrackLock& TrackLock() const { return m_trackLock; }
   PinKind Kind() const { return m_kind; }
   PinFormat Format() const { return m_format; }
   u32 SampleCount() const { return m_sampleCount; }
@@ -102,7 +117,7 @@ class CReaderPin {
   u32 SampleRate() const { return m_sampleRate; }
   u32 Channels() const { return m_channels; }
   const std::vector<u8>& DecoderInfo() const { return m_decoderInfo; }
-  u32 SeekMaster() const { return m_seekMaster; }
+  bool SeekMaster() const { return m_seekMaster; }
   /// Bytes ahead of each sample in the media buffer: 16 when the connected type is a stamped one, otherwise
   /// 0.
   u32 HeaderSize() const;
@@ -130,7 +145,7 @@ class CReaderPin {
   /// Never learned; the audio format block says 0.
   u32 m_avgBytesPerSecond = 0;
   std::vector<u8> m_decoderInfo;
-  u32 m_seekMaster = 0;
+  bool m_seekMaster = false;
   bool m_textConnection = false;
   Guid m_connectedSubtype;
 };

@@ -42,12 +42,13 @@ FilterResult CReaderSource::Load(const char* name, std::wstring givenName) {
   if (m_secondInstance) return FilterResult::WrongState;
   SourceName source;
   if (IsFailure(ParseSourceName(name, &source))) return FilterResult::Fail;
-  m_callbackName = source.callbackName;
-  m_fileName = std::move(givenName);
-  if (source.isUrl) {
-    UrlParameterStore parameters;
-    if (parameters.Parse(name) == 0) ApplyUrlParameters(parameters, &m_switches);
-  }
+  UrlParameterStore parameters;
+  const bool hasParameters = source.isUrl && parameters.Parse(name) == 0;
+  m_settings.With([&](Settings& settings) {
+    settings.callbackName = source.callbackName;
+    settings.givenName = std::move(givenName);
+    if (hasParameters) ApplyUrlParameters(parameters, &settings.switches);
+  });
 
   CloseFile();
   if (const FilterResult result = OpenFile(source.path); IsFailure(result)) return result;
@@ -78,12 +79,10 @@ FilterResult CReaderSource::OpenFile(const std::string& path) {
 
 void CReaderSource::CloseFile() {
   if (!m_file) return;
-  const std::lock_guard lock(m_trackLock);
   for (const auto& pin : m_pins) {
-    if (pin->Track()) static_cast<void>(m_file->CloseTrack(pin->Track()));
-    pin->LoseTrack();
+    if (CMp4Track* const track = pin->LoseTrack()) GiveBack(track);
   }
-  static_cast<void>(m_file->Close());
+  static_cast<void>(Locked([&] { return m_file->Close(); }));
   m_file.reset();
 }
 
@@ -97,8 +96,8 @@ FilterResult CReaderSource::LoadTrack(u32 trackNumber) {
   const u32 index = trackNumber - 1;
   const std::optional<u32> kind = ReadFacts(track, index);
   // A caption track that is not wanted leaves its entry alone, too.
-  const bool wanted =
-      kind && (*kind != MP4_KIND_TEXT || m_switches.m_captionOverlay || m_switches.m_captionText);
+  const SourceSwitches switches = Switches();
+  const bool wanted = kind && (*kind != MP4_KIND_TEXT || switches.m_captionOverlay || switches.m_captionText);
   const TrackSort sort = SortOf(kind.value_or(MP4_KIND_UNKNOWN));
   if (wanted) m_tables.m_trackType[index] = sort.type;
   if (wanted && sort.pinName) return MakePin(track, sort.type, sort.pinName);
@@ -142,8 +141,8 @@ FilterResult CReaderSource::MakePin(CMp4Track* track, ReaderTrackType type, cons
   // A pin whose track tells too little stays, and readers rely on it; it then delivers nothing.
   static_cast<void>(pin->SetTrack(track));
   if (m_pins.empty()) {
-    m_seekPinIndex = 0;
-    pin->SetSeekMaster(1);
+    pin->SetSeekMaster(true);
+    m_settings.With([&](Settings& settings) { settings.seekPin = pin.get(); });
   }
   m_pins.push_back(std::move(pin));
   return FilterResult::Ok;
@@ -151,10 +150,6 @@ FilterResult CReaderSource::MakePin(CMp4Track* track, ReaderTrackType type, cons
 
 void CReaderSource::GiveBack(CMp4Track* track) {
   static_cast<void>(Locked([&] { return m_file->CloseTrack(track); }));
-}
-
-CReaderPin* CReaderSource::SeekPin() const {
-  return m_seekPinIndex < m_pins.size() ? m_pins[m_seekPinIndex].get() : nullptr;
 }
 
 FilterResult CReaderSource::GetDuration(i64* duration) const {

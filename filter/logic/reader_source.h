@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/mp4_file.h"
+#include "filter/logic/guarded.h"
 #include "filter/logic/reader_pin.h"
 #include "filter/logic/source_name.h"
 
@@ -48,7 +49,7 @@ class ReaderHost {
   /// Tells a person that something could not be read; loading goes on.
   virtual void ShowError(const char* text) = 0;
   /// Makes the host's own pin around `pin`, which the source owns and which has no track yet. False when
-  /// there is no memory for it.
+  /// there is no memory for it; otherwise `pin` lives as long as the source.
   virtual bool AddPin(CReaderPin& pin) = 0;
 
  protected:
@@ -56,6 +57,10 @@ class ReaderHost {
 };
 
 /// The source filter without the platform: from the name of a file to its track tables and pins.
+///
+/// What workers and other threads ask for while they play is told under a lock, as a copy, and so can be
+/// asked for at any time: the switches, the names, the pin that answers for positions, its length. `Tables`,
+/// `Pins` and the rest change while a `Load` is under way, and must not be looked at meanwhile.
 class CReaderSource {
  public:
   /// Makes a file object; replaced in tests.
@@ -71,10 +76,14 @@ class CReaderSource {
   void SetSecondInstance(bool secondInstance) { m_secondInstance = secondInstance; }
 
   /// What the URL parameter `forextractoruse` sets, for a host with a switch of its own.
-  void SetForExtractor(u32 forExtractor) { m_switches.m_forExtractor = forExtractor; }
+  void SetForExtractor(bool forExtractor) {
+    m_settings.With([&](Settings& settings) { settings.switches.m_forExtractor = forExtractor; });
+  }
 
   /// What the URL parameter `cc` sets, likewise; to be told before `Load`, where a URL sets it anew.
-  void SetCaptionMode(std::string_view word) { ApplyCaptionMode(word, &m_switches); }
+  void SetCaptionMode(std::string_view word) {
+    m_settings.With([&](Settings& settings) { ApplyCaptionMode(word, &settings.switches); });
+  }
 
   /// Opens a file or a ktmp4file:// URL (see `ParseSourceName`), fills the tables and makes a pin for each
   /// video, audio and, when captions are wanted, Line 21 track. What can not be read of a track is told to
@@ -88,22 +97,34 @@ class CReaderSource {
   FilterResult Load(const char* name, std::wstring givenName = {});
 
   const TrackTables& Tables() const { return m_tables; }
-  const SourceSwitches& Switches() const { return m_switches; }
-  const std::string& CallbackName() const { return m_callbackName; }
-  const std::wstring& GivenName() const { return m_fileName; }
+  SourceSwitches Switches() const { return Tell(&Settings::switches); }
+  std::string CallbackName() const { return Tell(&Settings::callbackName); }
+  std::wstring GivenName() const { return Tell(&Settings::givenName); }
   bool IsLoaded() const { return m_file != nullptr; }
   bool HasLine21() const { return m_hasLine21; }
   bool HasVideo() const { return m_hasVideo; }
   bool HasAudio() const { return m_hasAudio; }
-  CTrackLock& TrackLock() { return m_trackLock; }
+  /// To look who holds it; the pins alone take it, and the source around what it asks of its file.
+  const CTrackLock& TrackLock() const { return m_trackLock; }
   const std::vector<std::unique_ptr<CReaderPin>>& Pins() const { return m_pins; }
   /// The pin that answers for positions; null without pins.
-  CReaderPin* SeekPin() const;
+  CReaderPin* SeekPin() const { return Tell(&Settings::seekPin); }
   /// The length of the seek pin's track in 100 ns units; False, with 0 stored, when there is none or it can
   /// not tell.
   FilterResult GetDuration(i64* duration) const;
 
  private:
+  struct Settings {
+    SourceSwitches switches;
+    std::string callbackName;
+    std::wstring givenName;
+    CReaderPin* seekPin = nullptr;
+  };
+  template <class T>
+  T Tell(T Settings::*setting) const {
+    return m_settings.With([&](const Settings& settings) { return settings.*setting; });
+  }
+
   FilterResult OpenFile(const std::string& path);
   void CloseFile();
   FilterResult LoadTrack(u32 trackNumber);
@@ -121,16 +142,13 @@ class CReaderSource {
   ReaderHost& m_host;
   const FileFactory m_createFile;
   CTrackLock m_trackLock;
-  SourceSwitches m_switches;
-  std::wstring m_fileName;
+  Guarded<Settings> m_settings;
   std::unique_ptr<CMp4File> m_file;
   TrackTables m_tables;
   std::vector<std::unique_ptr<CReaderPin>> m_pins;
-  u32 m_seekPinIndex = 0;
   bool m_hasLine21 = false;
   bool m_hasVideo = false;
   bool m_hasAudio = false;
-  std::string m_callbackName;
   bool m_secondInstance = false;
 };
 

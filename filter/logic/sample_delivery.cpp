@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <mutex>
 #include <string>
 
 #include "filter/logic/time_conversion.h"
@@ -53,7 +52,7 @@ FilterResult CSampleDelivery::FillBuffer(MediaSample& sample) {
   if (TakeSample(sample, &taken) != FilterResult::Ok) return FilterResult::False;
   if (m_pin.TimeScale() == 0) return FilterResult::False;
 
-  const SourceSwitches& switches = m_source.Switches();
+  const SourceSwitches switches = m_source.Switches();
   if (m_pin.Kind() == PIN_LINE21) {
     const i64 due = TicksToHns(taken.decodingTime, m_pin.TimeScale());
     bool interrupted = false;
@@ -84,31 +83,30 @@ FilterResult CSampleDelivery::TakeSample(MediaSample& sample, Taken* taken) {
   taken->buffer = sample.GetPointer();
   const u64 room = taken->buffer ? std::min<u64>(sample.GetSize(), std::numeric_limits<u32>::max()) : 0;
 
-  const std::lock_guard lock(m_pin.TrackLock());
-  taken->number = ++m_pin.Position().m_currentSample;
-  taken->position = m_pin.Position();
-  CMp4Track* const track = m_pin.Track();
-  u32 size = 0;
-  if (!track || track->GetSampleSize(taken->number, &size)) return FilterResult::False;
-  const u64 delivered = m_pin.Kind() == PIN_LINE21 ? std::max(size, kPairSize) : size;
-  if (delivered + taken->header > room) return FilterResult::False;
-  if (!ReadBytes(size, taken)) return FilterResult::False;
+  return m_pin.WithPosition([&](CMp4Track* track, PinPosition& position) {
+    taken->number = ++position.m_currentSample;
+    taken->position = position;
+    u32 size = 0;
+    if (!track || track->GetSampleSize(taken->number, &size)) return FilterResult::False;
+    const u64 delivered = m_pin.Kind() == PIN_LINE21 ? std::max(size, kPairSize) : size;
+    if (delivered + taken->header > room) return FilterResult::False;
+    if (!ReadBytes(*track, size, taken)) return FilterResult::False;
 
-  // Times that can not be told stay as they are, only a missing next sample counts.
-  static_cast<void>(track->GetSampleDecodingTime(taken->number, &taken->decodingTime));
-  static_cast<void>(track->GetSampleCompositionTime(taken->number, &taken->compositionTime));
-  taken->hasNext = track->GetSampleDecodingTime(taken->number + 1, &taken->nextTime) == MP4_OK;
-  static_cast<void>(track->FindSyncSample(taken->compositionTime, &taken->syncSample));
-  return IsBeyondStop(*taken) ? FilterResult::False : FilterResult::Ok;
+    // Times that can not be told stay as they are, only a missing next sample counts.
+    static_cast<void>(track->GetSampleDecodingTime(taken->number, &taken->decodingTime));
+    static_cast<void>(track->GetSampleCompositionTime(taken->number, &taken->compositionTime));
+    taken->hasNext = track->GetSampleDecodingTime(taken->number + 1, &taken->nextTime) == MP4_OK;
+    static_cast<void>(track->FindSyncSample(taken->compositionTime, &taken->syncSample));
+    return IsBeyondStop(*taken) ? FilterResult::False : FilterResult::Ok;
+  });
 }
 
-bool CSampleDelivery::ReadBytes(u32 size, Taken* taken) const {
-  CMp4Track* const track = m_pin.Track();
+bool CSampleDelivery::ReadBytes(CMp4Track& track, u32 size, Taken* taken) const {
   u8* const target = taken->buffer + taken->header;
-  if (m_pin.Kind() != PIN_LINE21) return !track->ReadSample(taken->number, size, &taken->size, target);
+  if (m_pin.Kind() != PIN_LINE21) return !track.ReadSample(taken->number, size, &taken->size, target);
 
   std::vector<u8> sideBuffer(std::max(size, kSmallestSideBuffer));
-  if (track->ReadSample(taken->number, size, &taken->size, sideBuffer.data())) return false;
+  if (track.ReadSample(taken->number, size, &taken->size, sideBuffer.data())) return false;
   std::memcpy(target, sideBuffer.data() + kPairOffset, kPairSize);
   taken->size = kPairSize;
   return true;

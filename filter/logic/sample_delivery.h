@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filter/logic/caption_decoder.h"
 #include "filter/logic/reader_source.h"
 
 namespace kt {
@@ -44,21 +45,12 @@ class RequestWait {
 /// Takes the texts that ride in video samples.
 class TextReceiver {
  public:
-  /// `time` is the start stamp of the sample, so it counts from the last seek.
+  /// `time` is the start stamp of the sample, so it counts from the last seek: below 0 for a sample between
+  /// the sync sample and the position that was sought.
   virtual void AddMetadataText(i64 time, const char* text) = 0;
 
  protected:
   ~TextReceiver() = default;
-};
-
-/// Takes the byte pairs of a caption track (CEA-608) that are to become text.
-class CaptionDecoder {
- public:
-  /// `time` is the position of the pair in the file, in 100 ns units.
-  virtual void Decode(const u8* bytes, i32 count, i64 time) = 0;
-
- protected:
-  ~CaptionDecoder() = default;
 };
 
 /// What a delivery works with besides the pin. The clock, the receiver and the decoder belong to the whole
@@ -80,8 +72,8 @@ class CSampleDelivery {
   /// also the answer to whatever can not be read.
   ///
   /// A sample goes out only when the one behind it has a time, so the last one of a track never does. Line 21
-  /// pins wait here until 50 ms before the sample is due; a request ends the wait and gives the sample back
-  /// as it is, with Ok.
+  /// pins wait here until 50 ms before the sample is due. A request ends the wait; one that cuts a wait of
+  /// more than half a second short also gives the sample back as it is, with Ok.
   FilterResult FillBuffer(MediaSample& sample);
 
  private:
@@ -103,9 +95,10 @@ class CSampleDelivery {
 
   FilterResult TakeSample(MediaSample& sample, Taken* taken);
   /// Reads the sample's bytes behind the header; false when that fails.
-  bool ReadBytes(u32 size, Taken* taken) const;
+  bool ReadBytes(CMp4Track& track, u32 size, Taken* taken) const;
   bool IsBeyondStop(const Taken& taken) const;
-  /// Waits until the caption is due. Ok also sets `*interrupted`; False when the file is over.
+  /// Waits until the caption is due. Ok also sets `*interrupted` when the sample is to go out as it is; False
+  /// when the file is over.
   FilterResult WaitUntilDue(const Taken& taken, i64 due, bool* interrupted);
   FilterResult Stamp(const Taken& taken, MediaSample& sample);
   void FindMetadataText(const Taken& taken, i64 start);

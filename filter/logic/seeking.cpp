@@ -72,10 +72,6 @@ FilterResult PinSeeking::ConvertTimeFormat(i64* target, const Guid* targetFormat
   return FilterResult::Ok;
 }
 
-FilterResult PinSeeking::SetPositions(const PositionChange& change, const WorkerFinder& workerOf) const {
-  return IsMaster() ? m_filter.SetPositions(change, workerOf) : FilterResult::Ok;
-}
-
 FilterResult PinSeeking::GetAvailable(i64* earliest, i64* latest) const {
   if (earliest) *earliest = 0;
   return latest ? m_filter.GetDuration(latest) : FilterResult::Ok;

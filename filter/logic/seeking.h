@@ -53,12 +53,14 @@ class FilterSeeking {
 };
 
 /// Positions as one pin answers for them: as the filter does but for what stands here. Only the seek master,
-/// the first pin, changes positions.
+/// the first pin, changes positions, and does it as the filter does; on any other pin `SetPositions` is Ok
+/// without a change and without a lock: renderers all pass the same seek on.
 class PinSeeking {
  public:
   /// All is borrowed.
   PinSeeking(const FilterSeeking& filter, const CReaderPin& pin) : m_filter(filter), m_pin(pin) {}
 
+  bool IsMaster() const { return m_pin.SeekMaster(); }
   /// Ok for media time on the master and for no format (GUID_NULL) on every pin, NotImplemented otherwise.
   FilterResult SetTimeFormat(const Guid& format) const;
   /// The duration, whatever stop was set; readers rely on it.
@@ -68,15 +70,11 @@ class PinSeeking {
   /// Copies `source`; a null format is media time. InvalidArgument for any other format.
   FilterResult ConvertTimeFormat(i64* target, const Guid* targetFormat, i64 source,
                                  const Guid* sourceFormat) const;
-  /// On any pin but the master Ok, without a change: renderers all pass the same seek on.
-  FilterResult SetPositions(const PositionChange& change, const WorkerFinder& workerOf) const;
   /// From 0 to the duration. Either may be null.
   FilterResult GetAvailable(i64* earliest, i64* latest) const;
   FilterResult GetPreroll(i64* preroll) const;
 
  private:
-  bool IsMaster() const { return m_pin.SeekMaster() != 0; }
-
   const FilterSeeking& m_filter;
   const CReaderPin& m_pin;
 };

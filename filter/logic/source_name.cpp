@@ -59,7 +59,7 @@ void ApplyUrlParameters(const UrlParameterStore& parameters, SourceSwitches* swi
   if (parameters.GetInt("vmr9", &number) && number == 0) switches->m_vmr9Dropped = true;
 
   ApplyCaptionMode(parameters.GetString("cc"), switches);
-  if (parameters.GetInt("forextractoruse", &number)) switches->m_forExtractor = static_cast<u32>(number);
+  if (parameters.GetInt("forextractoruse", &number)) switches->m_forExtractor = number != 0;
 }
 
 }  // namespace kt

@@ -39,10 +39,12 @@ struct SourceSwitches {
   bool m_captionOverlay = true;
   /// Caption bytes are decoded to text inside the filter.
   bool m_captionText = false;
-  /// Any value but 0: samples go downstream empty, nothing is paced.
-  u32 m_forExtractor = 0;
+  /// Samples go downstream empty, nothing is paced.
+  bool m_forExtractor = false;
   /// The newer of the two mixing renderers must not be used. Once set it stays.
   bool m_vmr9Dropped = false;
+
+  bool operator==(const SourceSwitches&) const = default;
 };
 
 /// Sets the two caption switches by a word of `cc`, capitals or not: "on" is text, "off" neither, anything

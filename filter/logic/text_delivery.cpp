@@ -39,10 +39,12 @@ void TextDelivery::Deliver(TextKind kind, i64 time, const char* text, i32 event)
 }
 
 bool TextDelivery::HasCallback() {
-  const std::lock_guard lock(m_callbackLock);
-  const std::string& mapping = m_source.CallbackName();
-  if (!m_hasCallback && !mapping.empty()) m_hasCallback = m_roads.FindCallback(mapping);
-  return m_hasCallback;
+  return m_hasCallback.With([this](bool& hasCallback) {
+    if (hasCallback) return true;
+    const std::string mapping = m_source.CallbackName();
+    if (!mapping.empty()) hasCallback = m_roads.FindCallback(mapping);
+    return hasCallback;
+  });
 }
 
 }  // namespace kt

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <mutex>
-
+#include "filter/logic/guarded.h"
 #include "filter/logic/line21_text_decoder.h"
 #include "filter/logic/sample_delivery.h"
 #include "filter/logic/timed_text_queue.h"
@@ -28,7 +27,8 @@ class TextStorage {
   /// applications expect. Always Ok.
   FilterResult Enable(i32 type, i32 enabled);
   /// Hands the oldest text to `copy` as `TimedTextQueue::Get` does: of the captions for type 1, of the
-  /// metadata texts for type 2; InvalidArgument for any other type.
+  /// metadata texts for type 2; InvalidArgument for any other type. The time of a metadata text is to be read
+  /// as a signed number; see `TextReceiver`.
   template <class Copy>
   FilterResult GetItem(u32 type, Copy copy) {
     if (type == kCaptions) return m_captionQueue.Get(copy);
@@ -83,9 +83,8 @@ class TextDelivery final : public CaptionReceiver, public TextReceiver {
   const CReaderSource& m_source;
   TextStorage& m_storage;
   TextRoads& m_roads;
-  /// Around the search for the callback alone, which two workers may begin at once.
-  std::mutex m_callbackLock;
-  bool m_hasCallback = false;
+  /// Held around the search for the callback, which two workers may begin at once.
+  Guarded<bool> m_hasCallback;
 };
 
 }  // namespace kt

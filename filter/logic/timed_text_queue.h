@@ -1,10 +1,10 @@
 #pragma once
 
 #include <deque>
-#include <mutex>
 #include <string>
 
 #include "filter/logic/filter_result.h"
+#include "filter/logic/guarded.h"
 
 namespace kt {
 
@@ -14,15 +14,18 @@ class TimedTextQueue {
  public:
   /// Disabling drops what is stored.
   void Enable(bool enabled) {
-    const std::lock_guard lock(m_lock);
-    m_enabled = enabled;
-    if (!enabled) m_items.clear();
+    m_state.With([&](State& state) {
+      state.enabled = enabled;
+      if (!enabled) state.items.clear();
+    });
   }
 
-  /// Dropped while the queue is disabled. `time` is in 100 ns units.
+  /// Dropped while the queue is disabled. `time` is in 100 ns units; one below 0 is kept in its 64 bits, and
+  /// whoever fetches it has to read it as a signed number.
   void Add(u64 time, const char* text) {
-    const std::lock_guard lock(m_lock);
-    if (m_enabled) m_items.push_back({time, text});
+    m_state.With([&](State& state) {
+      if (state.enabled) state.items.push_back({time, text});
+    });
   }
 
   /// Hands the oldest item to `copy(u64 time, const std::string& text)`, under the queue's lock; `copy` must
@@ -30,11 +33,12 @@ class TimedTextQueue {
   /// that is a failure, or an exception.
   template <class Copy>
   FilterResult Get(Copy copy) {
-    const std::lock_guard lock(m_lock);
-    if (m_items.empty()) return FilterResult::False;
-    const FilterResult result = copy(m_items.front().time, m_items.front().text);
-    if (!IsFailure(result)) m_items.pop_front();
-    return result;
+    return m_state.With([&](State& state) {
+      if (state.items.empty()) return FilterResult::False;
+      const FilterResult result = copy(state.items.front().time, state.items.front().text);
+      if (!IsFailure(result)) state.items.pop_front();
+      return result;
+    });
   }
 
  private:
@@ -43,9 +47,12 @@ class TimedTextQueue {
     std::string text;
   };
 
-  std::mutex m_lock;
-  bool m_enabled = false;
-  std::deque<Item> m_items;
+  struct State {
+    bool enabled = false;
+    std::deque<Item> items;
+  };
+
+  Guarded<State> m_state;
 };
 
 }  // namespace kt

@@ -84,12 +84,14 @@ HRESULT CMP4FileReaderFilter::Load(LPCOLESTR name, const AM_MEDIA_TYPE*) {
 
 HRESULT CMP4FileReaderFilter::GetCurFile(LPOLESTR* name, AM_MEDIA_TYPE* type) {
   if (name == nullptr) return E_POINTER;
-  const std::wstring& given = m_source.GivenName();
-  *name = TaskMemory<wchar_t>(given.size() + 1);
-  // Without memory the name is missing, and that is no failure.
-  if (*name != nullptr) std::memcpy(*name, given.c_str(), (given.size() + 1) * sizeof(wchar_t));
-  if (type != nullptr) *type = {};
-  return S_OK;
+  return AtEdge([&] {
+    const std::wstring given = m_source.GivenName();
+    *name = TaskMemory<wchar_t>(given.size() + 1);
+    // Without memory the name is missing, and that is no failure.
+    if (*name != nullptr) std::memcpy(*name, given.c_str(), (given.size() + 1) * sizeof(wchar_t));
+    if (type != nullptr) *type = {};
+    return S_OK;
+  });
 }
 
 void CMP4FileReaderFilter::CHost::ShowError(const char* text) {

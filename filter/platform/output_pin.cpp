@@ -173,8 +173,7 @@ HRESULT CMp4FileReaderOutputPin::ConvertTimeFormat(LONGLONG* target, const GUID*
 HRESULT CMp4FileReaderOutputPin::SetPositions(LONGLONG* current, DWORD currentFlags, LONGLONG* stop,
                                               DWORD stopFlags) {
   // Only the master needs the state lock, which a renderer that passes a seek on from elsewhere may not get.
-  if (m_pin.SeekMaster() != 0) return m_filter.SetPositions(current, currentFlags, stop, stopFlags);
-  return ToPlatform(m_seeking.SetPositions({current, currentFlags, stop, stopFlags}, nullptr));
+  return m_seeking.IsMaster() ? m_filter.SetPositions(current, currentFlags, stop, stopFlags) : S_OK;
 }
 
 HRESULT CMp4FileReaderOutputPin::GetPositions(LONGLONG* current, LONGLONG* stop) {

@@ -43,24 +43,21 @@ TEST(PositionChange, GoesOnAfterAFailure) {
     SCOPED_TRACE(failing);
     FakeHost host({Samples(0, "IPPIP")});
     CReaderPin& pin = host.LoadOnePin();
-    pin.Position() = {5, 77, 0, 0};
+    SetPosition(pin, {5, 77, 0, 0});
     host.file.tracks[0].failing = {failing};
     EXPECT_EQ(MovePin(pin, 250 * kMillisecond), FilterResult::Ok);
-    EXPECT_EQ(pin.Position().m_currentSample, currentSample);
-    EXPECT_EQ(pin.Position().m_baseTime, base);
-    EXPECT_EQ(pin.Position().m_startPosition, 250 * kMillisecond);
+    EXPECT_EQ(pin.Position(), (PinPosition{currentSample, base, 250 * kMillisecond, 0}));
   }
 }
 
 TEST(PositionChange, NothingCountsBelowZero) {
   FakeHost host({Samples(0, "")});
   CReaderPin& pin = host.LoadOnePin();
-  const std::unique_ptr<CMp4Track> track(pin.Track());
   EXPECT_EQ(MovePin(pin, 0), FilterResult::Ok);
-  pin.LoseTrack();
+  const std::unique_ptr<CMp4Track> track(pin.LoseTrack());
+  host.file.open.clear();
   EXPECT_EQ(MovePin(pin, -7), FilterResult::Ok);
-  EXPECT_EQ(pin.Position().m_currentSample, 0u);
-  EXPECT_EQ(pin.Position().m_startPosition, 0);
+  EXPECT_EQ(pin.Position(), PinPosition());
 }
 
 // With the library's own search, which answers sample 0 and then refuses: it must not stick to that.
@@ -68,25 +65,21 @@ TEST(PositionChange, FindsTheFirstSampleOfADelayedTrackEachTime) {
   Track track;
   track.edts = Edts({{500, -1}, {40, 0}});
   const TempFile file(MovieOf(track).Build());
-  class Host final : public ReaderHost {
-    void ShowError(const char* text) override { ADD_FAILURE() << text; }
-    bool AddPin(CReaderPin&) override { return true; }
-  } host;
+  FakeHost host;
   CReaderSource source(host);
   ASSERT_EQ(source.Load(file.Name().c_str()), FilterResult::Ok);
   CReaderPin& pin = *source.Pins().at(0);
   for (const i64 milliseconds : {0, 100, 0, 520, 3, 510}) {
     SCOPED_TRACE(milliseconds);
-    pin.Position() = {4, 77, 0, 0};
+    SetPosition(pin, {4, 77, 0, 0});
     ASSERT_EQ(MovePin(pin, milliseconds * kMillisecond), FilterResult::Ok);
-    const u64 expected = std::max<u64>(static_cast<u64>(milliseconds), 500);
-    EXPECT_EQ(pin.Position().m_baseTime, expected);
-    EXPECT_EQ(pin.Position().m_currentSample, (expected - 500) / 10);
+    const u32 expected = std::max(static_cast<u32>(milliseconds), 500u);
+    EXPECT_EQ(pin.Position(), (PinPosition{(expected - 500) / 10, expected, milliseconds * kMillisecond, 0}));
   }
   // Another's search may have left the library there.
-  pin.Position().m_currentSample = 4;
+  SetPosition(pin, {.m_currentSample = 4});
   u32 none = 5;
-  ASSERT_EQ(pin.Track()->FindSampleByDecodingTime(0, &none), MP4_OK);
+  ASSERT_EQ(TrackBehind(pin)->FindSampleByDecodingTime(0, &none), MP4_OK);
   ASSERT_EQ(none, 0u);
   EXPECT_EQ(MovePin(pin, 0), FilterResult::Ok);
   EXPECT_EQ(pin.Position().m_baseTime, 500u);
@@ -112,7 +105,7 @@ TEST(PositionChange, OnlyAbsolutePositionsCount) {
     SCOPED_TRACE(what);
     FakeWorkers bench({Samples(0, "IIIII")});
     CReaderPin& pin = bench.LoadOnePin();
-    pin.Position() = {5, 0, 7, 8};
+    SetPosition(pin, {5, 0, 7, 8});
     EXPECT_EQ(ChangePosition(pin, change, kLength, bench.WorkerOf(pin)), result);
     EXPECT_EQ(pin.Position().m_startPosition, newStart);
     EXPECT_EQ(pin.Position().m_stopPosition, newStop);

@@ -97,12 +97,12 @@ TEST(ReaderPin, AcceptsByKindAlone) {
 
 TEST(ReaderPin, VideoFormatBlockByteForByte) {
   FakeHost host({Video(MP4_FORMAT_MP4V, 0x0140, 0x00F0)});
-  host.file.tracks[0].timeScale = 12800;
+  host.file.tracks[0].timeScale = 78125;
   host.file.tracks[0].info = {0xAA, 0xBB, 0xCC};
-  // The size thrice; 10000000 / 12800 = 781, one tick and not a frame; the decoder info behind all.
-  const std::pair<std::size_t, u8> set[] = {{8, 0x40},  {9, 0x01},  {12, 0xF0},  {24, 0x40},  {25, 0x01},
-                                            {28, 0xF0}, {52, 0x40}, {53, 0x01},  {56, 0xF0},  {40, 0x0D},
-                                            {41, 0x03}, {89, 0x32}, {104, 0xAA}, {105, 0xBB}, {106, 0xCC}};
+  // The size thrice; 10000000 / 78125 = 128, one tick and not a frame; the decoder info behind all.
+  const std::pair<std::size_t, u8> set[] = {
+      {8, 0x40},  {9, 0x01},  {12, 0xF0}, {24, 0x40}, {25, 0x01}, {28, 0xF0},  {52, 0x40},  {53, 0x01},
+      {56, 0xF0}, {40, 0x80}, {88, 0x2D}, {89, 0x31}, {90, 0x01}, {104, 0xAA}, {105, 0xBB}, {106, 0xCC}};
   std::vector<u8> expected(107);
   for (const auto& [at, byte] : set) expected[at] = byte;
   const CReaderPin& pin = host.LoadOnePin();
@@ -123,9 +123,8 @@ TEST(ReaderPin, AudioFormatBlockByteForByte) {
 
 // A tick of no length would divide by zero.
 TEST(ReaderPin, TimeScaleZeroGivesNoFrameTimeAndNoDuration) {
-  FakeHost host({Video(MP4_FORMAT_MP4V, 0, 0)});
+  FakeHost host({TrackAt({0, 0})});
   host.file.tracks[0].timeScale = 0;
-  host.file.tracks[0].samples.resize(2);
   const CReaderPin& pin = host.LoadOnePin();
   EXPECT_EQ(TypeAt(pin, 0).format, std::vector<u8>(104));
   EXPECT_EQ(Ask(pin, &CReaderPin::GetDuration).result, FilterResult::False);

@@ -75,32 +75,26 @@ TEST(UrlParameterStore, AnswersByName) {
 
 // Every URL sets the switches of captions; a number that is not named keeps its value.
 TEST(SourceSwitches, AreSetByUrls) {
-  // The caption overlay, the caption text, the extractor's number, the VMR-9 dropped.
-  static constexpr std::tuple<const char*, bool, bool, u32, bool> kRows[] = {
-      {"u", true, false, 5, false},
-      {"u&cc=", true, false, 5, false},
-      {"u&cc=off", false, false, 5, false},
-      {"u&cc=OFF", false, false, 5, false},
-      {"u&cc=On", false, true, 5, false},
-      {"u&cc=text", true, false, 5, false},
-      {"u&cc=on_ovl", true, false, 5, false},
-      {"u&cc=maybe", true, false, 5, false},
-      {"u&vmr9=0", true, false, 5, true},
-      {"u&vmr9=1", true, false, 5, false},
-      {"u&vmr9=", true, false, 5, false},
-      {"u&vmr9=word", true, false, 5, true},
-      {"u&forextractoruse=0", true, false, 0, false},
-      {"u&forextractoruse=", true, false, 5, false},
-      {"u&forextractoruse=-1", true, false, 0xFFFFFFFF, false}};
+  // The caption overlay, the caption text, use by an extractor, the VMR-9 dropped.
+  static constexpr std::tuple<const char*, bool, bool, bool, bool> kRows[] = {
+      {"u", true, false, true, false},
+      {"u&cc=", true, false, true, false},
+      {"u&cc=OFF", false, false, true, false},
+      {"u&cc=On", false, true, true, false},
+      {"u&cc=on_ovl", true, false, true, false},
+      {"u&vmr9=0", true, false, true, true},
+      {"u&vmr9=1", true, false, true, false},
+      {"u&vmr9=", true, false, true, false},
+      {"u&vmr9=word", true, false, true, true},
+      {"u&forextractoruse=0", true, false, false, false},
+      {"u&forextractoruse=", true, false, true, false},
+      {"u&forextractoruse=-1", true, false, true, false}};
   for (const auto& [url, overlay, text, extractor, vmr9Dropped] : kRows) {
     UrlParameterStore store;
     ASSERT_EQ(store.Parse(url), 0u);
-    SourceSwitches switches{!overlay, !text, 5, false};
+    SourceSwitches switches{!overlay, !text, std::string_view(url) != "u&forextractoruse=-1", false};
     ApplyUrlParameters(store, &switches);
-    EXPECT_EQ(switches.m_captionOverlay, overlay) << url;
-    EXPECT_EQ(switches.m_captionText, text) << url;
-    EXPECT_EQ(switches.m_forExtractor, extractor) << url;
-    EXPECT_EQ(switches.m_vmr9Dropped, vmr9Dropped) << url;
+    EXPECT_EQ(switches, (SourceSwitches{overlay, text, extractor, vmr9Dropped})) << url;
   }
 }
 

@@ -88,37 +88,6 @@ TEST(TextDelivery, ScreenTextsAreForTheTextModeAlone) {
   }
 }
 
-// Two pins may have their first text at the same time.
-TEST(TextDelivery, OneWorkerAtATimeLooksForTheCallback) {
-  class Roads final : public TextRoads {
-   public:
-    bool FindCallback(const std::string&) override {
-      EXPECT_EQ(m_inside++, 0);
-      std::this_thread::yield();
-      --m_inside;
-      return ++searches == 1000;
-    }
-    void CallBack(TextKind, const std::string&, const std::string&) override { ++calls; }
-    void NotifyEvent(i32) override {}
-    void NotifyTextEvent(i32, const char*, const char*) override {}
-    int searches = 0;
-    std::atomic<int> calls = 0;
-
-   private:
-    std::atomic<int> m_inside = 0;
-  } roads;
-  Bench bench(kWithCallback);
-  TextDelivery delivery(bench.Source(), bench.storage, roads);
-  const auto work = [&] {
-    for (int i = 0; i < 1000; ++i) delivery.AddMetadataText(0, "m");
-  };
-  std::thread other(work);
-  work();
-  other.join();
-  EXPECT_EQ(roads.searches, 1000);
-  EXPECT_EQ(roads.calls, 1001);
-}
-
 TEST(TimeText, DoesNotPadTheHours) {
   const std::pair<i64, const char*> rows[] = {{0, "0:00:00"},
                                               {9'999'999, "0:00:00"},

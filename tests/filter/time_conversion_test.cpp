@@ -9,13 +9,11 @@ namespace {
 
 constexpr i64 kMost = std::numeric_limits<i64>::max();
 
-TEST(TimeConversion, NegativeTimesTruncateTowardsZero) {
+TEST(TimeConversion, TruncatesTowardsZeroAndSaturates) {
   EXPECT_EQ(SignedTicksToHns(-1, 3), -3333333);
   EXPECT_EQ(SignedTicksToHns(1, 3), 3333333);
   EXPECT_EQ(HnsToTicks(-19999999, 1), -1);
-}
 
-TEST(TimeConversion, WhatDoesNotFitSaturatesAndAZeroScaleIsNoFault) {
   EXPECT_EQ(TicksToHns(std::numeric_limits<u64>::max(), 1), kMost);
   EXPECT_EQ(SignedTicksToHns(std::numeric_limits<i64>::min(), 1), -kMost);
   EXPECT_EQ(HnsToTicks(kMost, std::numeric_limits<u32>::max()), kMost);

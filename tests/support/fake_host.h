@@ -52,6 +52,14 @@ class FakeHost : public ReaderHost {
   CReaderSource m_source;
 };
 
+/// Where a pin stands and its track, for a test to write down and to ask.
+inline void SetPosition(CReaderPin& pin, const PinPosition& wanted) {
+  pin.WithPosition([&](CMp4Track*, PinPosition& position) { position = wanted; });
+}
+inline CMp4Track* TrackBehind(const CReaderPin& pin) {
+  return pin.WithPosition([](CMp4Track* track, const PinPosition&) { return track; });
+}
+
 /// A track with one of these samples at each time, a sync sample.
 inline FakeTrackFacts TrackAt(const std::vector<u64>& times, const std::vector<u8>& bytes = {1, 2, 3, 4}) {
   FakeTrackFacts track;

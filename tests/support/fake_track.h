@@ -36,7 +36,7 @@ struct FakeFileFacts {
   u32 movieTimeScale = 600;
   std::set<std::string> failing;
   /// When set, every call into a track has to hold it.
-  CTrackLock* lock = nullptr;
+  const CTrackLock* lock = nullptr;
   /// Calls that change something, in order.
   std::vector<std::string> log;
   std::set<CMp4Track*> open;
@@ -150,7 +150,10 @@ class FakeTrack : public CMp4Track {
 class FakeFile : public CMp4File {
  public:
   explicit FakeFile(FakeFileFacts& facts) : m_facts(facts) {}
-  ~FakeFile() override { m_facts.log.push_back("delete"); }
+  ~FakeFile() override {
+    EXPECT_TRUE(m_facts.open.empty()) << "a track outlives its file";
+    m_facts.log.push_back("delete");
+  }
 
   Mp4Result Open(const char* fileName, u32 mode, u32 fileType) override {
     return Do("Open", std::string(fileName) + " " + std::to_string(mode) + std::to_string(fileType));

@@ -7,8 +7,8 @@
 
 namespace kt::test {
 
-/// A source whose pins have workers, which write down what they are told: "1 run 0 50" for the first pin's
-/// that begins with a segment from 0 to 50.
+/// A source whose pins have workers, which write down what they are told: "1 run 0 50 at rate 0.000000" for
+/// the first pin's that begins with a segment from 0 to 50.
 class FakeWorkers : public FakeHost {
  public:
   using FakeHost::FakeHost;
@@ -34,13 +34,14 @@ class FakeWorkers : public FakeHost {
     void EndFlush() override { Log(" end flush behind " + CurrentSample()); }
     void RunWorker() override {
       const PinSegment segment = m_pin.Segment();
-      Log(" run " + std::to_string(segment.start) + " " + std::to_string(segment.stop));
+      Log(" run " + std::to_string(segment.start) + " " + std::to_string(segment.stop) + " at rate " +
+          std::to_string(segment.rate));
     }
 
    private:
     std::string CurrentSample() { return std::to_string(m_pin.Position().m_currentSample); }
     void Log(const std::string& what) {
-      EXPECT_FALSE(m_pin.TrackLock().IsHeldByCaller()) << what << " under the track lock";
+      EXPECT_FALSE(m_owner.Source().TrackLock().IsHeldByCaller()) << what << " under the track lock";
       m_owner.log.push_back(m_name + what);
     }
 
