@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "filter/logic/time_conversion.h"
@@ -15,7 +16,8 @@ constexpr std::size_t kVideoInfoOffset = 104;
 constexpr std::size_t kAudioInfoOffset = 18;
 /// The header of the stamped types, for which every buffer has room.
 constexpr u32 kStampSize = 16;
-constexpr u64 kLargestBuffer = u64{256} * 1024 * 1024;
+/// Of a format block or a buffer.
+constexpr u64 kLargestBlock = u64{256} * 1024 * 1024;
 
 /// Writes the `width` low bytes of `value` in the machine's order, which is little-endian wherever the
 /// platform of the format blocks runs.
@@ -56,7 +58,7 @@ u32 CReaderPin::SetTrack(CMp4Track* track) {
   m_kind = KindOf(trackKind);
   if (m_kind == PIN_VIDEO && LearnVideo()) return 1;
   if (m_kind == PIN_AUDIO && LearnAudio()) return 1;
-  LearnDecoderInfo();
+  m_lacksDecoderInfo = !LearnDecoderInfo();
   m_position.m_baseTime = 0;
   return 0;
 }
@@ -87,13 +89,20 @@ u32 CReaderPin::LearnAudio() {
   return 0;
 }
 
-void CReaderPin::LearnDecoderInfo() {
+bool CReaderPin::LearnDecoderInfo() {
   u32 size = 0;
-  if (m_track->GetDecoderSpecificInfoSize(1, &size)) return;
-  m_decoderInfo.resize(size);
+  if (m_track->GetDecoderSpecificInfoSize(1, &size)) return true;
+  if (size > kLargestBlock - kVideoInfoOffset) return false;
+  try {
+    m_decoderInfo.resize(size);
+  } catch (const std::bad_alloc&) {
+    // The host has its own pin around this one by now, so this one has to stay.
+    return false;
+  }
   u32 read = size;
   static_cast<void>(m_track->GetDecoderSpecificInfo(1, size, &read, m_decoderInfo.data()));
   m_decoderInfo.resize(std::min(size, read));
+  return true;
 }
 
 CMp4Track* CReaderPin::LoseTrack() {
@@ -120,8 +129,17 @@ Guid CReaderPin::OfferedSubtype(bool stamped) const {
 FilterResult CReaderPin::GetMediaType(i32 position, MediaType* type) const {
   if (position < 0) return FilterResult::InvalidArgument;
   if (position >= 2) return FilterResult::NoMoreItems;
-  const bool second = position == 1;
   *type = MediaType();
+  if (m_lacksDecoderInfo && m_kind != PIN_LINE21) return FilterResult::OutOfMemory;
+  try {
+    FillMediaType(position == 1, type);
+  } catch (const std::bad_alloc&) {
+    return FilterResult::OutOfMemory;
+  }
+  return FilterResult::Ok;
+}
+
+void CReaderPin::FillMediaType(bool second, MediaType* type) const {
   if (m_kind == PIN_LINE21) {
     type->majorType = second ? MEDIATYPE_Text : MEDIATYPE_AUXLine21Data;
     type->subtype = second ? GUID_NULL : MEDIASUBTYPE_Line21_BytePair;
@@ -135,7 +153,6 @@ FilterResult CReaderPin::GetMediaType(i32 position, MediaType* type) const {
     type->temporalCompression = video;
     type->format = video ? VideoFormatBlock() : AudioFormatBlock();
   }
-  return FilterResult::Ok;
 }
 
 std::vector<u8> CReaderPin::VideoFormatBlock() const {
@@ -220,7 +237,7 @@ FilterResult CReaderPin::DecideBufferSize(BufferRequest* request) const {
   }
   // The room for the stamp is there in every case, also for types without one.
   size += kStampSize;
-  if (size > kLargestBuffer) return FilterResult::OutOfMemory;
+  if (size > kLargestBlock) return FilterResult::OutOfMemory;
   *request = {count, static_cast<u32>(size)};
   return FilterResult::Ok;
 }

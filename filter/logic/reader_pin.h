@@ -81,6 +81,11 @@ class CReaderPin {
   FilterResult SetMediaType(const MediaType& type);
   /// The buffers for the connected type. OutOfMemory when one would exceed 256 MiB.
   FilterResult DecideBufferSize(BufferRequest* request) const;
+  /// What `DecideBufferSize` ends with once the allocator has said how many bytes its buffers have: Fail when
+  /// they are fewer than asked for.
+  static FilterResult CheckBufferSize(const BufferRequest& request, i64 actualSize) {
+    return actualSize < i64{request.size} ? FilterResult::Fail : FilterResult::Ok;
+  }
 
   /// Length of the track in 100 ns units: the decoding time of its last sample and one mean step more. False
   /// when the track can not tell, with 0 stored.
@@ -125,7 +130,9 @@ class CReaderPin {
  private:
   u32 LearnVideo();
   u32 LearnAudio();
-  void LearnDecoderInfo();
+  /// False when the info is too large or there is no memory for it.
+  bool LearnDecoderInfo();
+  void FillMediaType(bool second, MediaType* type) const;
   Guid OfferedSubtype(bool stamped) const;
   std::vector<u8> VideoFormatBlock() const;
   std::vector<u8> AudioFormatBlock() const;
@@ -145,6 +152,7 @@ class CReaderPin {
   /// Never learned; the audio format block says 0.
   u32 m_avgBytesPerSecond = 0;
   std::vector<u8> m_decoderInfo;
+  bool m_lacksDecoderInfo = false;
   bool m_seekMaster = false;
   bool m_textConnection = false;
   Guid m_connectedSubtype;

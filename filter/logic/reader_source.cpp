@@ -1,6 +1,7 @@
 #include "filter/logic/reader_source.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace kt {
@@ -128,24 +129,32 @@ std::optional<u32> CReaderSource::ReadFacts(CMp4Track* track, u32 index) {
 }
 
 FilterResult CReaderSource::MakePin(CMp4Track* track, ReaderTrackType type, const char* name) {
-  auto pin = std::make_unique<CReaderPin>(m_trackLock, name);
-  // Once the host has its pin around this one, nothing may fail any more.
-  m_pins.reserve(m_pins.size() + 1);
   m_hasVideo |= type == READER_TRACK_VIDEO;
   m_hasAudio |= type == READER_TRACK_AUDIO;
   m_hasLine21 |= type == READER_TRACK_LINE21;
-  if (!m_host.AddPin(*pin)) {
+  if (!OfferPin(name)) {
     GiveBack(track);
     return FilterResult::OutOfMemory;
   }
+  CReaderPin& pin = *m_pins.back();
   // A pin whose track tells too little stays, and readers rely on it; it then delivers nothing.
-  static_cast<void>(pin->SetTrack(track));
-  if (m_pins.empty()) {
-    pin->SetSeekMaster(true);
-    m_settings.With([&](Settings& settings) { settings.seekPin = pin.get(); });
+  static_cast<void>(pin.SetTrack(track));
+  if (m_pins.size() == 1) {
+    pin.SetSeekMaster(true);
+    m_settings.With([&](Settings& settings) { settings.seekPin = &pin; });
   }
-  m_pins.push_back(std::move(pin));
   return FilterResult::Ok;
+}
+
+bool CReaderSource::OfferPin(const char* name) {
+  try {
+    m_pins.push_back(std::make_unique<CReaderPin>(m_trackLock, name));
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  if (m_host.AddPin(*m_pins.back())) return true;
+  m_pins.pop_back();
+  return false;
 }
 
 void CReaderSource::GiveBack(CMp4Track* track) {

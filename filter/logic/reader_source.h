@@ -131,6 +131,8 @@ class CReaderSource {
   /// Fills the tables but for the track's type; returns its `Mp4TrackKind`, none when it can not be read.
   std::optional<u32> ReadFacts(CMp4Track* track, u32 index);
   FilterResult MakePin(CMp4Track* track, ReaderTrackType type, const char* name);
+  /// Makes a pin and has the host make its own around it; false, with neither, when there is no memory.
+  bool OfferPin(const char* name);
   void GiveBack(CMp4Track* track);
   /// Calls into the file under the track lock, which is not held while the host talks to a person.
   template <class Call>

@@ -97,7 +97,7 @@ HRESULT CMp4FileReaderOutputPin::DecideBufferSize(IMemAllocator* allocator,
   ALLOCATOR_PROPERTIES actual = {};
   const HRESULT result = allocator->SetProperties(properties, &actual);
   if (FAILED(result)) return result;
-  return actual.cbBuffer < properties->cbBuffer ? E_FAIL : S_OK;
+  return ToPlatform(CReaderPin::CheckBufferSize(request, actual.cbBuffer));
 }
 
 HRESULT CMp4FileReaderOutputPin::FillBuffer(IMediaSample* sample) {

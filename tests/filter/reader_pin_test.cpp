@@ -121,6 +121,16 @@ TEST(ReaderPin, AudioFormatBlockByteForByte) {
   EXPECT_EQ(TypeAt(bare.LoadOnePin(), 0).format, std::vector<u8>(expected.begin(), expected.begin() + 18));
 }
 
+// What learning has to refuse must not cost the host the logic of the pin that it has made.
+TEST(ReaderPin, AFormatBlockHasABound) {
+  for (const u32 claim : {(256u << 20) - 103, 0xFFFFFFFFu}) {
+    FakeHost host({Video(MP4_FORMAT_MP4V, 8, 6)});
+    host.file.tracks[0].infoClaim = claim;
+    MediaType type;
+    EXPECT_EQ(host.LoadOnePin().GetMediaType(0, &type), FilterResult::OutOfMemory);
+  }
+}
+
 // A tick of no length would divide by zero.
 TEST(ReaderPin, TimeScaleZeroGivesNoFrameTimeAndNoDuration) {
   FakeHost host({TrackAt({0, 0})});
@@ -200,6 +210,8 @@ TEST(ReaderPin, BufferSizes) {
     const bool refused = expected == BufferRequest();
     EXPECT_EQ(pin.DecideBufferSize(&request), refused ? FilterResult::OutOfMemory : FilterResult::Ok) << what;
     EXPECT_EQ(request, expected) << what;
+    EXPECT_EQ(CReaderPin::CheckBufferSize(request, request.size), FilterResult::Ok) << what;
+    EXPECT_EQ(CReaderPin::CheckBufferSize(request, i64{request.size} - 1), FilterResult::Fail) << what;
   }
 }
 

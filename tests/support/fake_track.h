@@ -26,6 +26,8 @@ struct FakeTrackFacts {
   u32 sampleRate = 0;
   u16 channels = 0;
   std::vector<u8> info;
+  /// The size of the info that is told, when it is not that of `info`.
+  u32 infoClaim = 0;
   std::vector<FakeSample> samples;
   std::set<std::string> failing;
 };
@@ -67,6 +69,7 @@ class FakeTrack : public CMp4Track {
   }
   Mp4Result GetSampleRate(u32* rate) override { return Tell("GetSampleRate", rate, m_facts.sampleRate); }
   Mp4Result GetDecoderSpecificInfoSize(u32 entryIndex, u32* size) override {
+    if (m_facts.infoClaim > 0) return Tell("GetDecoderSpecificInfoSize", size, m_facts.infoClaim);
     if (entryIndex != 1) return MP4_BAD_ARGUMENT;
     return Tell("GetDecoderSpecificInfoSize", size, static_cast<u32>(m_facts.info.size()));
   }
