@@ -132,9 +132,13 @@ FilterResult CSampleDelivery::WaitUntilDue(const Taken& taken, i64 due, bool* in
   };
   if (ahead(entered) <= 0) return FilterResult::Ok;
   const i64 milliseconds = ahead(entered) / kHnsPerMillisecond;
-  const i64 steps = milliseconds <= kLongestSingleWait ? 1 : kWaitSteps;
-  const i64 step = std::min<i64>(milliseconds / steps, std::numeric_limits<i32>::max());
-  for (i64 i = 0; i < steps && !*interrupted; ++i) {
+  if (milliseconds <= kLongestSingleWait) {
+    // Whatever has ended it, the caption is all but due.
+    static_cast<void>(m_surroundings.wait.WaitForRequest(static_cast<u32>(milliseconds)));
+    return FilterResult::Ok;
+  }
+  const i64 step = std::min<i64>(milliseconds / kWaitSteps, std::numeric_limits<i32>::max());
+  for (i64 i = 0; i < kWaitSteps && !*interrupted; ++i) {
     *interrupted = m_surroundings.wait.WaitForRequest(static_cast<u32>(step));
     // The graph may have begun to run meanwhile.
     if (ahead(now()) <= 0) break;

@@ -306,6 +306,13 @@ TEST(CaptionDelivery, ARequestEndsTheWaitAndGivesTheSampleBackAsItIs) {
     EXPECT_FALSE(bench.media.length.has_value());
     EXPECT_FALSE(bench.media.time.has_value());
     EXPECT_TRUE(bench.decoded.empty());
+
+    // One that is all but due goes out as ever.
+    Bench near(CaptionAt(550), name);
+    near.Connect(0);
+    near.requestAtWait = 1;
+    EXPECT_EQ(near.Fill(), FilterResult::Ok);
+    EXPECT_EQ(near.media.length, near.decoded.empty() ? 2u : 0u);
   }
 }
 
