@@ -5,6 +5,7 @@
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/input_file.h"
+#include "tools/standard_streams.h"
 
 namespace kt {
 namespace {
@@ -12,7 +13,10 @@ namespace {
 void Dump(const std::string& name) {
   InputFile input(name);
   // Of a refused file the boxes up to the bad one are there; they show where it went wrong.
-  const Mp4Result result = input.File().Dump();
+  const Mp4Result result = [&] {
+    const ShownLibraryOutput shown;
+    return input.File().Dump();
+  }();
   input.RequireOpen();
   if (result) throw ResultFailure("cannot dump " + Quoted(name), result);
 }

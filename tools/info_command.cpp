@@ -18,7 +18,7 @@
 namespace kt {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using Json = nlohmann::json;
 using Date = std::array<u32, 6>;
 
 constexpr const char* kFileTypes[] = {"MP4", "3GP", "M4A"};
@@ -118,47 +118,58 @@ std::string Hex(const std::vector<u8>& bytes) {
   return text;
 }
 
-template <class Value>
-Json OrNull(const std::optional<Value>& value) {
-  return value ? Json(*value) : Json(nullptr);
+std::string JsonText(const std::string& text) {
+  // A name need not be UTF-8, JSON has to be.
+  return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-Json TrackJson(const TrackFacts& facts) {
-  Json json = {{"index", facts.index}, {"result", facts.result}};
+// An object on one line. The text is made at once: a tree of JSON values cannot be given back without
+// memory.
+class JsonObject {
+ public:
+  JsonObject& Add(const char* name, const std::string& json) {
+    m_text += std::string(m_text.empty() ? "{" : ",") + "\"" + name + "\":" + json;
+    return *this;
+  }
+  JsonObject& Add(const char* name, u32 number) { return Add(name, std::to_string(number)); }
+  template <class Value>
+  JsonObject& Add(const char* name, const std::optional<Value>& number) {
+    return Add(name, number ? std::to_string(*number) : "null");
+  }
+  std::string Finish() const { return m_text + "}"; }
+
+ private:
+  std::string m_text;
+};
+
+std::string TrackJson(const TrackFacts& facts) {
+  JsonObject json;
+  json.Add("index", facts.index).Add("result", facts.result);
   if (facts.result) {
-    json["resultName"] = Mp4ResultName(facts.result);
-    json["resultText"] = Mp4ResultText(facts.result);
-    return json;
+    json.Add("resultName", JsonText(Mp4ResultName(facts.result)));
+    return json.Add("resultText", JsonText(Mp4ResultText(facts.result))).Finish();
   }
-  json["id"] = OrNull(facts.id);
-  json["kind"] = OrNull(facts.kind);
-  json["format"] = facts.format;
-  json["samples"] = OrNull(facts.samples);
-  json["timeScale"] = OrNull(facts.timeScale);
-  json["duration"] = OrNull(facts.duration);
-  if (facts.picture) {
-    json["width"] = facts.picture->first;
-    json["height"] = facts.picture->second;
-  }
-  if (facts.rate) json["sampleRate"] = *facts.rate;
-  if (facts.channels) json["channels"] = *facts.channels;
-  json["decoderInfo"] = Hex(facts.decoderInfo);
-  return json;
+  json.Add("id", facts.id).Add("kind", facts.kind).Add("format", facts.format).Add("samples", facts.samples);
+  json.Add("timeScale", facts.timeScale).Add("duration", facts.duration);
+  if (facts.picture) json.Add("width", facts.picture->first).Add("height", facts.picture->second);
+  if (facts.rate) json.Add("sampleRate", facts.rate);
+  if (facts.channels) json.Add("channels", facts.channels);
+  return json.Add("decoderInfo", JsonText(Hex(facts.decoderInfo))).Finish();
 }
 
-Json FileJson(const InputFile& input, const FileFacts& facts) {
-  Json json = {{"file", input.Name()}, {"result", input.Result()}};
+std::string FileJson(const InputFile& input, const FileFacts& facts) {
+  JsonObject json;
+  json.Add("file", JsonText(input.Name())).Add("result", input.Result());
   if (input.Result()) {
-    json["resultName"] = Mp4ResultName(input.Result());
-    json["resultText"] = input.Reason();
-    return json;
+    json.Add("resultName", JsonText(Mp4ResultName(input.Result())));
+    return json.Add("resultText", JsonText(input.Reason())).Finish();
   }
-  json["fileType"] = facts.fileType;
-  json["created"] = facts.created ? Json(DateText(*facts.created, 'T')) : Json(nullptr);
-  json["movieTimeScale"] = OrNull(facts.timeScale);
-  json["tracks"] = Json::array();
-  for (const TrackFacts& track : facts.tracks) json["tracks"].push_back(TrackJson(track));
-  return json;
+  json.Add("fileType", facts.fileType);
+  json.Add("created", facts.created ? JsonText(DateText(*facts.created, 'T')) : "null");
+  json.Add("movieTimeScale", facts.timeScale);
+  std::string tracks;
+  for (const TrackFacts& track : facts.tracks) tracks += (tracks.empty() ? "" : ",") + TrackJson(track);
+  return json.Add("tracks", "[" + tracks + "]").Finish();
 }
 
 // "1 video"; a number beyond the table stands alone.
@@ -210,7 +221,7 @@ void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
 }
 
 void PrintText(const InputFile& input, const FileFacts& facts) {
-  PrintRow("File", input.Name());
+  PrintRow("File", IsTerminal(stdout) ? OneLine(input.Name()) : input.Name());
   PrintRow("Type", Named(facts.fileType, kFileTypes));
   std::string created = "?";
   if (facts.created) {
@@ -233,8 +244,7 @@ void Info(const InfoArguments& arguments) {
   FileFacts facts;
   if (!input.Result()) facts = Gather(input.File());
   if (arguments.json) {
-    // A name need not be UTF-8, JSON has to be.
-    Print(FileJson(input, facts).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+    Print(FileJson(input, facts) + "\n");
   } else if (!input.Result()) {
     PrintText(input, facts);
   }

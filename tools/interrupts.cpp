@@ -46,6 +46,12 @@ void Interrupts::Check() const {
   if (g_signal != 0) throw Interrupted{g_signal};
 }
 
+void TakeSizeLimitAsFailure() {
+#ifdef SIGXFSZ
+  std::signal(SIGXFSZ, SIG_IGN);
+#endif
+}
+
 void EndBySignal(int signalNumber) {
   std::signal(signalNumber, SIG_DFL);
   std::raise(signalNumber);

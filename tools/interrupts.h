@@ -20,6 +20,10 @@ class Interrupts {
   void Check() const;
 };
 
+/// A file that grows beyond what the system allows it (ulimit -f) is a failure to write, as on a full disk,
+/// and does not end the program.
+void TakeSizeLimitAsFailure();
+
 /// Ends the program by the signal, as if it had never been held up, so that a calling shell sees it.
 [[noreturn]] void EndBySignal(int signalNumber);
 

@@ -6,6 +6,7 @@
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/interrupts.h"
+#include "tools/memory_lack.h"
 #include "tools/standard_streams.h"
 
 namespace {
@@ -22,14 +23,14 @@ std::string CommandName(const CLI::App& program) {
 // missing.
 std::string WrongUse(const CLI::App& program, const std::string& message, const char* first) {
   const bool isCommand = program.get_subcommands().empty() && first != nullptr && first[0] != '-';
-  const std::string text = isCommand ? "there is no command " + kt::Quoted(first) : message;
+  const std::string text = isCommand ? "there is no command " + kt::Quoted(first) : kt::OneLine(message);
   return text + " (see " + CommandName(program) + " --help)";
 }
 
 int Report(const CLI::App& program, const std::string& text, ExitCode code) {
   // What went to standard output belongs before the line that ends it.
   std::fflush(stdout);
-  std::fprintf(stderr, "%s: %s\n", CommandName(program).c_str(), text.c_str());
+  kt::PrintMessage(CommandName(program), text);
   return code;
 }
 
@@ -81,6 +82,8 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
+    kt::WatchMemory();
+    kt::TakeSizeLimitAsFailure();
     kt::KeepOutputAsWritten();
     return Run(argc, argv);
   } catch (...) {

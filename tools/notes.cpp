@@ -1,13 +1,11 @@
 #include "tools/notes.h"
 
-#include <cstdio>
+#include "tools/standard_streams.h"
 
 namespace kt {
 
 Notes NotesOf(const std::string& command) {
-  return [command](const std::string& text) {
-    std::fprintf(stderr, "ktmp4 %s: %s\n", command.c_str(), text.c_str());
-  };
+  return [command](const std::string& text) { PrintMessage("ktmp4 " + command, text); };
 }
 
 }  // namespace kt

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "tools/failure.h"
+#include "tools/memory_lack.h"
 
 namespace kt {
 namespace {
@@ -45,11 +46,10 @@ OutputPlace::OutputPlace(const std::string& name, const std::vector<std::string>
   if (const fs::path real = fs::canonical(m_target, error); !error) m_target = real;
   if (m_target.empty()) throw Failure(m_operation + ": the name is empty");
   if (!m_target.has_filename()) throw Failure(m_operation + ": it is the name of a directory");
-  const fs::path partial = NameBeside(m_target);
-  std::FILE* stream = std::fopen(partial.string().c_str(), "wb");
+  m_partial = NameBeside(m_target);
+  std::FILE* stream = std::fopen(m_partial.string().c_str(), "wb");
   if (stream == nullptr) throw SystemFailure(m_operation);
-  std::fclose(stream);
-  m_partial = partial;
+  std::fclose(stream);  // nothing fails from here on, so that the destructor will run
 }
 
 OutputPlace::~OutputPlace() {
@@ -58,6 +58,7 @@ OutputPlace::~OutputPlace() {
 }
 
 void OutputPlace::Commit() {
+  RequireEnoughMemory();
   std::error_code error;
   if (const fs::file_status before = fs::status(m_target, error); fs::exists(before)) {
     fs::permissions(m_partial, before.permissions(), error);
