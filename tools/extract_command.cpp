@@ -8,6 +8,7 @@
 #include "tools/input_file.h"
 #include "tools/interrupts.h"
 #include "tools/output_file.h"
+#include "tools/sample_claims.h"
 
 namespace kt {
 namespace {
@@ -22,34 +23,31 @@ struct ExtractArguments {
 class SampleReader {
  public:
   SampleReader(InputFile& input, u32 track)
-      : m_fileSize(input.Size()),
-        m_track(input.OpenTrack(track)),
-        m_where(" of track " + std::to_string(track) + " of " + Quoted(input.Name())) {}
-
-  u32 Count() {
-    u32 count = 0;
-    if (const Mp4Result result = m_track->GetSampleCount(&count)) {
-      throw ResultFailure("cannot count the samples" + m_where, result);
-    }
-    return count;
+      : m_track(input.OpenTrack(track)),
+        m_name("track " + std::to_string(track) + " of " + Quoted(input.Name())) {
+    RequireSamplesFit(*m_track, input.Size(), m_name);
+    Require("count the samples of " + m_name, m_track->GetSampleCount(&m_count));
   }
 
+  u32 Count() const { return m_count; }
+
   void CopyTo(OutputFile& output, u32 sample) {
+    const std::string operation = "read sample " + std::to_string(sample) + " of " + m_name;
     u32 size = 0;
-    Mp4Result result = m_track->GetSampleSize(sample, &size);
-    if (!result && size > m_fileSize) result = MP4_FILE_IO;  // no memory for what the file cannot hold
-    if (!result) {
-      if (size > m_buffer.size()) m_buffer.resize(size);
-      result = m_track->ReadSample(sample, size, &size, m_buffer.data());
-    }
-    if (result) throw ResultFailure("cannot read sample " + std::to_string(sample) + m_where, result);
+    Require(operation, m_track->GetSampleSize(sample, &size));
+    if (size > m_buffer.size()) m_buffer.resize(size);
+    Require(operation, m_track->ReadSample(sample, size, &size, m_buffer.data()));
     output.Write(m_buffer.data(), size);
   }
 
  private:
-  u64 m_fileSize;
+  static void Require(const std::string& operation, Mp4Result result) {
+    if (result) throw ResultFailure("cannot " + operation, result);
+  }
+
   TrackHandle m_track;
-  std::string m_where;
+  std::string m_name;
+  u32 m_count = 0;
   std::vector<u8> m_buffer = std::vector<u8>(1);
 };
 

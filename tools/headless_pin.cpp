@@ -1,20 +1,25 @@
 #include "tools/headless_pin.h"
 
+#include <algorithm>
+
 #include "filter/logic/time_conversion.h"
 #include "tools/failure.h"
 
 namespace kt {
 HeadlessPin::HeadlessPin(u32 number, const CReaderSource& source, CReaderPin& pin,
-                         DeliverySurroundings surroundings)
-    : m_number(number), m_pin(pin), m_delivery(source, pin, surroundings), m_connection(Connect()) {}
+                         DeliverySurroundings surroundings, u64 fileSize)
+    : m_number(number), m_pin(pin), m_delivery(source, pin, surroundings), m_connection(Connect(fileSize)) {}
 
-FilterResult HeadlessPin::Connect() {
+FilterResult HeadlessPin::Connect(u64 fileSize) {
   MediaType type;
   if (const FilterResult result = m_pin.GetMediaType(0, &type); IsFailure(result)) return result;
   if (const FilterResult result = m_pin.CheckMediaType(type); IsFailure(result)) return result;
   if (const FilterResult result = m_pin.SetMediaType(type); IsFailure(result)) return result;
   if (const FilterResult result = m_pin.DecideBufferSize(&m_buffers); IsFailure(result)) return result;
-  m_sample.SetRoom(m_buffers.size);
+  // A few bytes can claim the largest pictures. No sample is larger than the file, but one that is no whole
+  // byte pair is filled up to it.
+  constexpr u64 kBytePair = 2;
+  m_sample.SetRoom(static_cast<std::size_t>(std::min<u64>(m_buffers.size, fileSize + kBytePair)));
   return FilterResult::Ok;
 }
 

@@ -21,7 +21,7 @@ struct DeliveredSample {
 /// The media buffer of a pin; it is used again for each sample.
 class HostSample final : public MediaSample {
  public:
-  void SetRoom(u32 bytes) { m_bytes.resize(bytes); }
+  void SetRoom(std::size_t bytes) { m_bytes.resize(bytes); }
   /// Forgets what was said of the sample before.
   void Reset() { m_said = {}; }
   const DeliveredSample& Said() const { return m_said; }
@@ -45,8 +45,9 @@ class HostSample final : public MediaSample {
 /// one after the other.
 class HeadlessPin {
  public:
-  /// All is borrowed. `number` counts the source's pins from 1.
-  HeadlessPin(u32 number, const CReaderSource& source, CReaderPin& pin, DeliverySurroundings surroundings);
+  /// All is borrowed. `number` counts the source's pins from 1; `fileSize` in bytes.
+  HeadlessPin(u32 number, const CReaderSource& source, CReaderPin& pin, DeliverySurroundings surroundings,
+              u64 fileSize);
 
   u32 Number() const { return m_number; }
   CReaderPin& Pin() const { return m_pin; }
@@ -66,7 +67,7 @@ class HeadlessPin {
   std::string EarlyEnd() const;
 
  private:
-  FilterResult Connect();
+  FilterResult Connect(u64 fileSize);
   std::string ReadFailure(CMp4Track& track, u32 sample) const;
 
   const u32 m_number;

@@ -73,6 +73,12 @@ std::string OpenReason(const std::string& name, Mp4Result result) {
 
 }  // namespace
 
+u64 FileSize(const std::string& name) {
+  std::error_code error;
+  const std::uintmax_t size = fs::file_size(name, error);
+  return error ? 0 : size;
+}
+
 void TrackCloser::operator()(CMp4Track* track) const {
   // A track that is read is given back without a failure.
   static_cast<void>(file->CloseTrack(track));
@@ -92,12 +98,6 @@ std::string InputFile::Reason() const {
 
 void InputFile::RequireOpen() const {
   if (m_result) throw ResultFailure("cannot open " + Quoted(m_name), m_result, Reason());
-}
-
-u64 InputFile::Size() const {
-  std::error_code error;
-  const std::uintmax_t size = fs::file_size(m_name, error);
-  return error ? 0 : size;
 }
 
 TrackHandle InputFile::OpenTrack(u32 index) {

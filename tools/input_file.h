@@ -10,6 +10,9 @@
 
 namespace kt {
 
+/// Size in bytes; 0 when it cannot be told.
+u64 FileSize(const std::string& name);
+
 /// Gives a track back to the file that handed it out.
 struct TrackCloser {
   CMp4File* file = nullptr;
@@ -31,8 +34,7 @@ class InputFile {
   void RequireOpen() const;
 
   CMp4File& File() { return *m_file; }
-  /// Size in bytes.
-  u64 Size() const;
+  u64 Size() const { return FileSize(m_name); }
   /// Opens a track by its index, or throws a `Failure`.
   TrackHandle OpenTrack(u32 index);
   /// The same for a hint track.

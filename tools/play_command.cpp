@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -18,6 +19,7 @@
 #include "tools/media_type_text.h"
 #include "tools/printed_texts.h"
 #include "tools/progress_line.h"
+#include "tools/sample_claims.h"
 #include "tools/standard_streams.h"
 
 namespace kt {
@@ -116,18 +118,31 @@ std::string Counted(u64 count, const char* one, const char* many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
-void Load(CReaderSource& source, const std::string& name) {
+// Loads a file and gives its size in bytes.
+u64 Load(CReaderSource& source, const std::string& name) {
   const FilterResult result = source.Load(name.c_str());
-  if (!IsFailure(result)) return;
-  const std::string operation = "cannot load " + Quoted(name) + ": " + FilterResultName(result);
   SourceName parsed;
+  const std::string operation = "cannot load " + Quoted(name) + ": " + FilterResultName(result);
   if (IsFailure(ParseSourceName(name.c_str(), &parsed))) {
     throw Failure(operation + ": the name is empty or has more than " + std::to_string(kSourceNameRoom - 1) +
                   " bytes");
   }
+  if (!IsFailure(result)) return FileSize(parsed.path);
   // The source keeps the result of the library to itself.
   InputFile(parsed.path).RequireOpen();
   throw Failure(operation);
+}
+
+// Pins deliver what their tracks claim, so the claims are held against the file first.
+void RequireClaims(const CReaderSource& source, u64 fileSize, const std::string& name) {
+  u32 number = 0;
+  for (const auto& pin : source.Pins()) {
+    ++number;
+    const std::string what = "pin " + std::to_string(number) + " of " + Quoted(name);
+    pin->WithPosition([&](CMp4Track* track, const PinPosition&) {
+      if (track != nullptr) RequireSamplesFit(*track, fileSize, what);
+    });
+  }
 }
 
 void PrintTracks(const CReaderSource& source, const std::string& name) {
@@ -245,7 +260,8 @@ void Play(const PlayArguments& arguments) {
   LoadHost host;
   CReaderSource source(host);
   source.SetCaptionMode(arguments.captions);
-  Load(source, arguments.name);
+  const u64 fileSize = Load(source, arguments.name);
+  RequireClaims(source, fileSize, arguments.name);
   if (arguments.extract) source.SetForExtractor(true);
   PlayOutput output(arguments.quiet);
   HostClock clock(arguments.realtime, from);
@@ -258,7 +274,8 @@ void Play(const PlayArguments& arguments) {
   std::vector<HeadlessPin*> connected;
   for (const auto& pin : source.Pins()) {
     pins.push_back(std::make_unique<HeadlessPin>(static_cast<u32>(pins.size()) + 1, source, *pin,
-                                                 DeliverySurroundings{clock, wait, delivery, captions}));
+                                                 DeliverySurroundings{clock, wait, delivery, captions},
+                                                 fileSize));
     if (!IsFailure(pins.back()->Connection())) connected.push_back(pins.back().get());
   }
   PrintTracks(source, arguments.name);

@@ -7,6 +7,7 @@
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/input_file.h"
+#include "tools/sample_claims.h"
 #include "tools/standard_streams.h"
 
 namespace kt {
@@ -62,6 +63,8 @@ void Samples(const SamplesArguments& arguments) {
   if (const Mp4Result result = track->GetSampleCount(&count)) {
     throw ResultFailure("cannot count the samples of " + Quoted(arguments.file), result);
   }
+  RequireSamplesFit(*track, input.Size(),
+                    "track " + std::to_string(arguments.track) + " of " + Quoted(arguments.file));
   Print("sample,size,dts,cts,sync\n");
   for (u32 sample = 1; sample <= count && sample != 0; ++sample) PrintSample(*track, sample, arguments.file);
 }

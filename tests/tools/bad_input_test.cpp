@@ -3,6 +3,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "support/movie_builder.h"
 #include "tools/program.h"
 
 #ifndef _WIN32
@@ -44,6 +45,15 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
   EXPECT_TRUE(ExpectRun({"--version"}).starts_with("ktmp4 "));
 }
 
+// The same command line with 1 GB of memory, where that can be had: the sanitizer itself reserves far more.
+std::string InLittleMemory(const std::string& line) {
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
+  return "(ulimit -v 1000000; " + line + ")";
+#else
+  return line;
+#endif
+}
+
 void Write(const fs::path& path, const std::vector<u8>& bytes) {
   std::ofstream stream(path, std::ios::binary);
   stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
@@ -81,13 +91,13 @@ TEST(BadFile, IsRefusedByEachCommand) {
     const std::string file = folder / "bad file.mp4", output = folder / "out";
     make(file);
     const std::vector<std::string> before = folder.Names();
-    const std::vector<std::string> commandLines[] = {{"dump", file},
-                                                     {"info", file},
-                                                     {"samples", "--track", "1", file},
-                                                     {"extract", "--track", "1", file, output},
-                                                     {"play", file},
-                                                     {"hint", file, output},
-                                                     {"sdp", file}};
+    std::vector<std::vector<std::string>> commandLines = {{"samples", "--track", "1", file},
+                                                          {"extract", "--track", "1", file, output},
+                                                          {"add-captions", file, file, output}};
+    for (const char* command : {"dump", "info", "play", "captions", "hints", "sdp"}) {
+      commandLines.push_back({command, file});
+    }
+    for (const char* command : {"remux", "hint"}) commandLines.push_back({command, file, output});
     for (const auto& arguments : commandLines) {
       const std::string out =
           ExpectOneLine(CommandLine(arguments), 1, "ktmp4 " + arguments[0], {"\"" + file + "\"", fragment});
@@ -97,11 +107,59 @@ TEST(BadFile, IsRefusedByEachCommand) {
   }
 }
 
+// Some hundred bytes that claim samples of 4 GiB, or 4,294,967,280 of them, or the same bytes over and over:
+// no memory is asked for them, and neither list nor file grows without end.
+TEST(BadFile, ThatClaimsMoreThanItHoldsIsRefusedByEachCommand) {
+  const TempFolder folder;
+  Track large, many, overlapping;
+  large.stsz = ConstantStsz(0xFFFFFFF0, 4);
+  many.stsz = ConstantStsz(1, 0xFFFFFFF0);
+  many.stts = Stts({{0xFFFFFFF0, 1}});
+  overlapping.stsz = ConstantStsz(500, 4);
+  for (const Track& track : {large, many, overlapping}) {
+    const TempFile file(MovieOf(track).Build());
+    const std::string one = "--track 1 " + ShellWord(file.Name()), out = " " + ShellWord(folder / "out");
+    for (const std::string& line :
+         {"samples " + one, "extract " + one + out, "remux " + one + out, "play" + one.substr(9)}) {
+      EXPECT_EQ(ExpectOneLine(InLittleMemory(CommandLine({}) + " " + line), 1,
+                              "ktmp4 " + line.substr(0, line.find(' ')),
+                              {"cannot read sample ", "bytes, and the file has "}),
+                "");
+    }
+  }
+  EXPECT_TRUE(folder.Names().empty());
+  // Pictures of 256 MiB on eight pins, in a file without any.
+  Track vast;
+  vast.stsd = Stsd({VisualEntry("mp4v", 16384, 8191, Esds(0x20, 4, {}))});
+  Movie movie;
+  movie.tracks.assign(8, vast);
+  const TempFile file(movie.Build());
+  ExpectShell(InLittleMemory(CommandLine({"play", file.Name()})), 0, {});
+}
+
 #ifndef _WIN32
 // A file name can hold anything; the message stays one line.
 TEST(BadFile, WithALineEndInItsName) {
   ExpectOneLine(CommandLine({"info", "no\nsuch\x1b[31m.mp4"}), 1, "ktmp4 info",
                 {"\"no\\x0Asuch\\x1B[31m.mp4\""});
+}
+
+// A terminal does what control bytes tell it, and anybody may have written the file.
+TEST(Terminal, GetsNoControlBytes) {
+  if (std::system("script --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "there is no terminal to be had";
+  const TempFolder folder;
+  const std::string file = folder / "a\x1B[31m\nb.mp4";
+  Track track;
+  track.hdlr = Hdlr("\x1B\xC2\x9BH");
+  Write(file, MovieOf(track).Build());
+  for (const auto& [command, raw, shown] : {std::tuple("dump", "type=\x1B\xC2\x9BH", "type=\\x1B\\xC2\\x9BH"),
+                                            {"info", "a\x1B[31m\nb", "a\\x1B[31m\\x0Ab"}}) {
+    const std::string line = CommandLine({command, file});
+    ExpectParts(ExpectShell(line, 0, {}), {raw});
+    const std::string seen = RunShell("script -qec " + ShellWord(line) + " /dev/null </dev/null").out;
+    ExpectParts(seen, {shown});
+    EXPECT_EQ(seen.find('\x1B'), std::string::npos);
+  }
 }
 #endif
 

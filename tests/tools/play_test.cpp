@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 #include <map>
+#include <numeric>
 #include <tuple>
 
 #include "support/line21_script.h"
@@ -70,8 +71,7 @@ TEST(Play, DeliversEverySampleButTheLastInTheOrderOfTime) {
 
 // A movie with samples of these sizes in one chunk.
 Movie MovieWithSizes(Track track, const std::vector<u64>& sizes) {
-  u64 sum = 0;
-  for (const u64 size : sizes) sum += size;
+  const auto sum = static_cast<std::size_t>(std::accumulate(sizes.begin(), sizes.end(), u64{0}));
   const u32 count = static_cast<u32>(sizes.size());
   track.stsz = Stsz(sizes);
   track.stts = Stts({{count, 10}});

@@ -94,7 +94,9 @@ TEST(Samples, OfALongTrackTakeNoTime) {
   Bytes sync;
   for (u32 sample = 1; sample <= kCount; sample += 10) sync.U32(sample);
   track.stss = TableBox("stss", kCount / 10, sync);
-  const TempFile file(MovieOf(track).Build());
+  Movie movie = MovieOf(track);
+  movie.mdat = Box("mdat", Bytes().Zeros(kCount));
+  const TempFile file(movie.Build());
   const std::string out = ExpectRun({"samples", "--track", "1", file.Name()});
   EXPECT_TRUE(out.ends_with("\n1000000,1,9999990,9999990,0\n"));
 }
