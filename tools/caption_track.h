@@ -14,9 +14,10 @@ class CaptionTrack final : public TrackSource {
   /// There is at least one sample.
   CaptionTrack(std::vector<CaptionSample> samples, FrameClock clock);
 
-  void Begin(CMp4File& output) override;
-  void WriteNext() override;
-  void End(CMp4File& output) override;
+  Mp4Result Begin(CMp4File& output) override;
+  Mp4Result WriteNext() override;
+  Mp4Result End(CMp4File& output) override;
+  std::string Name() const override { return "the caption track"; }
   bool IsComplete() const override { return m_next == m_samples.size(); }
   double NextTime() const override;
   u64 SampleCount() const override { return m_samples.size(); }

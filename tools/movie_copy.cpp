@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "tools/copyright_copy.h"
 #include "tools/failure.h"
 #include "tools/output_place.h"
 #include "tools/progress_line.h"
@@ -23,14 +24,18 @@ u32 TypeByName(const std::string& name) {
   return extension == ".m4a" ? MP4_TYPE_M4A : MP4_TYPE_MP4;
 }
 
+// Has the library write. When the system does not take the bytes (a full disk) that is a matter of the whole
+// file, anything else one of the track that was at work.
 template <class Operation>
-void RequireWritten(const OutputPlace& place, Operation&& operation) {
+void RequireWritten(const OutputPlace& place, const TrackSource* source, Operation&& operation) {
   errno = 0;
   const Mp4Result result = operation();
   if (!result) return;
-  const std::string reason =
-      result == MP4_FILE_IO && errno != 0 ? std::generic_category().message(errno) : std::string();
-  throw ResultFailure(place.Operation(), result, reason);
+  const int systemReason = errno;
+  if (result == MP4_FILE_IO && systemReason != 0) {
+    throw ResultFailure(place.Operation(), result, std::generic_category().message(systemReason));
+  }
+  throw ResultFailure(place.Operation() + (source == nullptr ? "" : ", " + source->Name()), result);
 }
 
 void CopyDate(CMp4File& from, CMp4File& to) {
@@ -57,10 +62,10 @@ MovieCopy::MovieCopy(const std::string& input, CopyTarget target, Notes notes)
 }
 
 // A track that can be written; otherwise null with a note, or a failure when somebody has asked for it.
-std::unique_ptr<TrackCopy> MovieCopy::TakeTrack(u32 index, bool wanted) {
+std::unique_ptr<TrackCopy> MovieCopy::TakeTrack(u32 index, const MovieDetails& details, bool wanted) {
   std::string obstacle;
   try {
-    auto track = std::make_unique<TrackCopy>(m_input, index, wanted);
+    auto track = std::make_unique<TrackCopy>(m_input, index, details.Track(index), wanted, m_notes);
     obstacle = track->Obstacle();
     if (obstacle.empty()) return track;
   } catch (const Failure& failure) {
@@ -81,8 +86,9 @@ void MovieCopy::Choose(std::vector<u32> indices) {
     }
     for (u32 index = 1; index <= count; ++index) indices.push_back(index);
   }
+  const MovieDetails details(m_input.Name());
   for (const u32 index : indices) {
-    auto track = TakeTrack(index, wanted);
+    auto track = TakeTrack(index, details, wanted);
     if (track == nullptr) continue;
     m_sources.push_back(track.get());
     m_copies.push_back(std::move(track));
@@ -104,7 +110,7 @@ u32 MovieCopy::Type() const {
 
 void MovieCopy::Examine() {
   const Interrupts interrupts;
-  for (const auto& track : m_copies) track->Examine(interrupts, m_notes);
+  for (const auto& track : m_copies) track->Examine(interrupts);
   m_isExamined = true;
 }
 
@@ -128,18 +134,25 @@ void MovieCopy::WriteTo(const OutputPlace& place, const Interrupts& interrupts,
   CMp4File* made = nullptr;
   if (const Mp4Result result = CreateMp4File(&made)) throw ResultFailure(place.Operation(), result);
   const std::unique_ptr<CMp4File> output(made);
-  RequireWritten(place, [&] { return output->Open(place.PartialName().c_str(), MP4_MODE_WRITE, Type()); });
+  RequireWritten(place, nullptr,
+                 [&] { return output->Open(place.PartialName().c_str(), MP4_MODE_WRITE, Type()); });
   CopyDate(m_input.File(), *output);
-  for (TrackSource* source : m_sources) source->Begin(*output);
-  WriteSamples(interrupts);
-  for (TrackSource* source : m_sources) source->End(*output);
+  RequireWritten(place, nullptr,
+                 [&] { return CopyNotices(m_input.File(), *output, m_notes, m_input.Name()); });
+  for (TrackSource* source : m_sources) {
+    RequireWritten(place, source, [&] { return source->Begin(*output); });
+  }
+  WriteSamples(place, interrupts);
+  for (TrackSource* source : m_sources) {
+    RequireWritten(place, source, [&] { return source->End(*output); });
+  }
   if (finish) finish(*output);
   interrupts.Check();
-  RequireWritten(place, [&] { return output->Close(); });
+  RequireWritten(place, nullptr, [&] { return output->Close(); });
 }
 
 // All samples of all tracks, in the order in which they are decoded.
-void MovieCopy::WriteSamples(const Interrupts& interrupts) {
+void MovieCopy::WriteSamples(const OutputPlace& place, const Interrupts& interrupts) {
   u64 allSamples = 0;
   for (const TrackSource* source : m_sources) allSamples += source->SampleCount();
   ProgressLine progress;
@@ -150,7 +163,7 @@ void MovieCopy::WriteSamples(const Interrupts& interrupts) {
       if (source->IsComplete()) continue;
       if (next == nullptr || source->NextTime() < next->NextTime()) next = source;
     }
-    next->WriteNext();
+    RequireWritten(place, next, [&] { return next->WriteNext(); });
     u64 bytes = 0;
     for (const TrackSource* source : m_sources) bytes += source->WrittenBytes();
     progress.UpdateCopy(sample, allSamples, bytes);

@@ -44,10 +44,10 @@ class MovieCopy {
   u32 Type() const;
 
  private:
-  std::unique_ptr<TrackCopy> TakeTrack(u32 index, bool wanted);
+  std::unique_ptr<TrackCopy> TakeTrack(u32 index, const MovieDetails& details, bool wanted);
   void WriteTo(const class OutputPlace& place, const Interrupts& interrupts,
                const std::function<void(CMp4File&)>& finish);
-  void WriteSamples(const Interrupts& interrupts);
+  void WriteSamples(const class OutputPlace& place, const Interrupts& interrupts);
 
   CopyTarget m_target;
   Notes m_notes;

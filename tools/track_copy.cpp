@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "tools/copyright_copy.h"
 #include "tools/failure.h"
 #include "tools/line21_track.h"
+#include "tools/sample_claims.h"
 
 namespace kt {
 namespace {
@@ -13,6 +15,7 @@ constexpr u64 kLargestStep = (u64{1} << 31) - 1;  // the writer counts a larger 
 constexpr u32 kNegativeOffset = u32{1} << 31;     // as the file stores it
 constexpr u32 kWidestPicture = 32767;
 constexpr i16 kFullVolume = 0x100;
+constexpr u8 kMpeg4Audio = 0x40;
 
 // Whether MPEG-4 visual can begin so (ISO/IEC 14496-2, 6.2.1). MPEG-1 and MPEG-2 video, JPEG and PNG, which
 // sample entries of the same code stand for, do not.
@@ -23,9 +26,29 @@ bool BeginsLikeMpeg4Visual(const std::vector<u8>& bytes) {
   return code <= kLastLayer || code == kSequence || code == kUserData || code == kObject || code == kPicture;
 }
 
+// By the object types of AAC in its MPEG-4 and MPEG-2 forms (ISO/IEC 14496-1, 7.2.6.6).
+bool IsAac(std::optional<u8> objectType) {
+  return !objectType || *objectType == kMpeg4Audio || (*objectType >= 0x66 && *objectType <= 0x68);
+}
+
+std::string Hex(u8 number) {
+  char text[8];
+  std::snprintf(text, sizeof text, "0x%02X", static_cast<unsigned>(number));
+  return text;
+}
+
 std::string Seconds(u64 ticks, u32 timeScale) {
   char text[32];
   std::snprintf(text, sizeof text, "%.3f s", static_cast<double>(ticks) / timeScale);
+  return text;
+}
+
+std::string Joined(const std::vector<std::string>& parts) {
+  std::string text;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    text += i == 0 ? "" : i + 1 == parts.size() ? " and " : ", ";
+    text += parts[i];
+  }
   return text;
 }
 
@@ -66,8 +89,7 @@ class TrackCopy::Timing {
   void Report(const Notes& notes) const {
     Report(notes, m_raised, "repeats a decoding time; the copy moves it 2 ticks behind the one before");
     Report(notes, m_wrapped, "is then decoded after it is shown; its composition offset wraps");
-    Report(notes, m_negative,
-           "has a negative composition offset, which counts as a very large one; key frames may be lost");
+    Report(notes, m_negative, "has a negative composition offset, which the copy tells as a very large one");
   }
 
  private:
@@ -92,11 +114,13 @@ class TrackCopy::Timing {
   Finding m_raised, m_wrapped, m_negative;
 };
 
-TrackCopy::TrackCopy(InputFile& input, u32 index, bool wanted)
+TrackCopy::TrackCopy(InputFile& input, u32 index, TrackDetails details, bool wanted, Notes notes)
     : m_input(input.OpenTrack(index)),
       m_name("track " + std::to_string(index) + " of " + Quoted(input.Name())),
       m_fileSize(input.Size()),
-      m_wanted(wanted) {
+      m_details(std::move(details)),
+      m_wanted(wanted),
+      m_notes(std::move(notes)) {
   u32 count = 0;
   Require("cannot count the samples of " + m_name, m_input->GetSampleCount(&count));
   m_sampleCount = count;
@@ -153,10 +177,7 @@ std::string TrackCopy::Obstacle() {
       return "it is neither video nor sound nor captions";
   }
   if (m_timeScale == 0) return "it has no time scale";
-  u32 size = 0;
-  if (m_input->GetDecoderSpecificInfoSize(2, &size) == MP4_OK) {
-    return "it has several sample entries, and a copy has one";
-  }
+  if (m_details.sampleEntries > 1) return "it has several sample entries, and a copy has one";
   return FormatObstacle();
 }
 
@@ -173,6 +194,8 @@ std::string TrackCopy::FormatObstacle() {
       if (width > kWidestPicture || height > kWidestPicture) return "its pictures are too large";
       return m_kind == MP4_KIND_VIDEO ? "" : kUnknown;
     case MP4_FORMAT_MP4A:
+      if (!IsAac(m_details.objectType))
+        return "by its object type, " + Hex(*m_details.objectType) + ", it is not AAC";
       if (DecoderInfo().empty()) return "it has no decoder set-up, so it is not AAC";
       [[fallthrough]];
     case MP4_FORMAT_SAMR:
@@ -195,7 +218,8 @@ bool TrackCopy::LooksLikeMpeg4Visual() {
   return BeginsLikeMpeg4Visual(m_buffer);
 }
 
-void TrackCopy::Examine(const Interrupts& interrupts, const Notes& notes) {
+void TrackCopy::Examine(const Interrupts& interrupts) {
+  RequireSamplesFit(*m_input, m_fileSize, m_name);
   if (m_sampleCount > 0) m_start = Look(1).decodingTime;
   Timing timing(" of " + m_name);
   u64 latest = 0;  // of the composition times
@@ -212,66 +236,67 @@ void TrackCopy::Examine(const Interrupts& interrupts, const Notes& notes) {
     if (sample.compositionTime < latest) m_isReordered = true;
     latest = std::max(latest, sample.compositionTime);
     m_byteCount += sample.size;
-    if (m_byteCount > m_fileSize) {
-      throw Failure("cannot read " + SampleName(number) + ": up to it the samples take " +
-                    std::to_string(m_byteCount) + " bytes, and the file has " + std::to_string(m_fileSize));
-    }
     timing.Take(number, sample, SampleName(number));
   }
-  timing.Report(notes);
-  NoteLosses(notes);
+  timing.Report(m_notes);
+  NoteLosses();
 }
 
-void TrackCopy::NoteLosses(const Notes& notes) {
+void TrackCopy::NoteLosses() {
+  std::vector<std::string> lost;
+  if (!m_details.language.empty()) lost.push_back("its language (" + OneLine(m_details.language) + ")");
+  if (m_details.isTransformed) lost.push_back("its matrix, which moves, turns or scales the picture");
+  if (!m_details.handlerName.empty())
+    lost.push_back("the name of its handler (" + Quoted(m_details.handlerName) + ")");
+  if (!lost.empty()) m_notes(m_name + " loses " + Joined(lost));
+  if (m_details.objectType.value_or(kMpeg4Audio) != kMpeg4Audio) {
+    m_notes(m_name + " is MPEG-2 AAC by its object type; the copy calls it MPEG-4 audio");
+  }
   if (m_start != 0) {
-    notes(m_name + " starts " + Seconds(m_start, m_timeScale) + " late; the copy starts with the movie");
+    m_notes(m_name + " starts " + Seconds(m_start, m_timeScale) + " late; the copy starts with the movie");
   }
   u32 rate = 0;
   if (m_kind == MP4_KIND_AUDIO && m_input->GetSampleRate(&rate) == MP4_OK && rate != m_timeScale) {
-    notes(m_name + " has a time scale other than its sample rate of " + std::to_string(rate) +
-          " Hz; the sample entry of the copy names " + std::to_string(m_timeScale & 0xFFFF) + " Hz");
+    m_notes(m_name + " has a time scale other than its sample rate of " + std::to_string(rate) +
+            " Hz; the sample entry of the copy names " + std::to_string(m_timeScale & 0xFFFF) + " Hz");
   }
 }
 
-void TrackCopy::Begin(CMp4File& output) {
+Mp4Result TrackCopy::Begin(CMp4File& output) {
   CMp4Track* added = nullptr;
-  const Mp4Result result = output.AddTrack(&added);
+  KT_TRY(output.AddTrack(&added));
   m_output.reset(added);
-  Require("cannot add a copy of " + m_name, result);
-  const std::string operation = "cannot set up the copy of " + m_name;
-  Require(operation, m_output->SetTrackType(m_kind));
-  Require(operation, m_output->SetTimeScale(m_timeScale));
-  SetFormat();
-  CopyDescription();
+  KT_TRY(m_output->SetTrackType(m_kind));
+  KT_TRY(m_output->SetTimeScale(m_timeScale));
+  KT_TRY(SetFormat());
+  KT_TRY(CopyDate());
+  return CopyNotices(*m_input, *m_output, m_notes, m_name);
 }
 
-void TrackCopy::SetFormat() {
-  const std::string operation = "cannot set the format of the copy of " + m_name;
+Mp4Result TrackCopy::SetFormat() {
   const std::vector<u8> info = DecoderInfo();
   const u32 infoSize = static_cast<u32>(info.size());
   if (m_kind == MP4_KIND_AUDIO) {
-    Require(operation, m_output->SetAudioFormat(kFullVolume, 0, info.data(), infoSize, m_format));
-    return;
+    return m_output->SetAudioFormat(kFullVolume, 0, info.data(), infoSize, m_format);
   }
   if (m_kind == MP4_KIND_VIDEO) {
     u16 width = 0, height = 0;
-    Require(operation, m_input->GetVideoSize(&width, &height));
-    Require(operation, m_output->SetVideoFormat(width, height, info.data(), infoSize, m_format));
+    Require("cannot find the picture size of " + m_name, m_input->GetVideoSize(&width, &height));
+    KT_TRY(m_output->SetVideoFormat(width, height, info.data(), infoSize, m_format));
   } else {
-    Require(operation, m_output->SetLine21Format(0, 0, 0));
+    KT_TRY(m_output->SetLine21Format(0, 0, 0));
   }
   // Pixels need not be square: the size of presentation can be another one.
   u32 width = 0, height = 0;
-  Require(operation, m_input->GetDimensions(&width, &height));
-  if (width != 0 && height != 0) Require(operation, m_output->SetDimensions(width, height));
+  Require("cannot find the size of presentation of " + m_name, m_input->GetDimensions(&width, &height));
+  return width == 0 || height == 0 ? MP4_OK : m_output->SetDimensions(width, height);
 }
 
-void TrackCopy::CopyDescription() {
+Mp4Result TrackCopy::CopyDate() {
   u32 year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
   // A date that cannot be told is none.
-  if (m_input->GetCreationDate(&year, &month, &day, &hour, &minute, &second) != MP4_OK) return;
-  Require("cannot set the date of the copy of " + m_name,
-          m_output->SetCreationDate(year, month, day, hour, minute, second));
+  if (m_input->GetCreationDate(&year, &month, &day, &hour, &minute, &second) != MP4_OK) return MP4_OK;
+  return m_output->SetCreationDate(year, month, day, hour, minute, second);
 }
 
 void TrackCopy::ReadInput(u64 sample, u32 size) {
@@ -283,24 +308,21 @@ void TrackCopy::ReadInput(u64 sample, u32 size) {
   Require("cannot read " + SampleName(sample), result);
 }
 
-void TrackCopy::WriteNext() {
+Mp4Result TrackCopy::WriteNext() {
   const u64 number = m_next;
-  const u32 sampleNumber = static_cast<u32>(number);
   const Sample sample = Look(number);
   ReadInput(number, sample.size);
-  u32 sync = 0;
-  const bool isSync =
-      m_input->FindSyncSample(sample.compositionTime + m_start, &sync) == MP4_OK && sync == sampleNumber;
-  Require("cannot write the copy of " + SampleName(number),
-          m_output->WriteSample(m_buffer.data(), sample.size, sample.decodingTime, sample.compositionTime,
-                                isSync ? 1 : 0));
+  const bool isSync = m_details.IsSync(static_cast<u32>(number));
   m_copiedBytes += sample.size;
   if (++m_next <= m_sampleCount) m_nextDecodingTime = Look(m_next).decodingTime;
+  return m_output->WriteSample(m_buffer.data(), sample.size, sample.decodingTime, sample.compositionTime,
+                               isSync ? 1 : 0);
 }
 
-void TrackCopy::End(CMp4File& output) {
-  Require("cannot finish the copy of " + m_name, output.CloseTrack(m_output.get()));
+Mp4Result TrackCopy::End(CMp4File& output) {
+  KT_TRY(output.CloseTrack(m_output.get()));
   static_cast<void>(m_output.release());  // deleted
+  return MP4_OK;
 }
 
 }  // namespace kt

@@ -6,6 +6,7 @@
 
 #include "tools/input_file.h"
 #include "tools/interrupts.h"
+#include "tools/movie_details.h"
 #include "tools/notes.h"
 #include "tools/track_source.h"
 
@@ -16,16 +17,15 @@ namespace kt {
 class TrackCopy final : public TrackSource {
  public:
   /// `wanted` tells that somebody has asked for this very track, who is then taken at his word about what the
-  /// file does not say for certain.
-  TrackCopy(InputFile& input, u32 index, bool wanted);
+  /// file does not say for certain. `notes` takes what a copy changes or loses.
+  TrackCopy(InputFile& input, u32 index, TrackDetails details, bool wanted, Notes notes);
 
   /// Why such a track cannot be written at all; empty when it can.
   std::string Obstacle();
   /// Looks at all samples and fails at the first that the writer would refuse.
-  void Examine(const Interrupts& interrupts, const Notes& notes);
+  void Examine(const Interrupts& interrupts);
 
-  /// For messages: "track 1 of "x.mp4"".
-  const std::string& Name() const { return m_name; }
+  std::string Name() const override { return m_name; }
   /// Mp4TrackKind and Mp4SampleFormat.
   u32 Kind() const { return m_kind; }
   u32 Format() const { return m_format; }
@@ -35,9 +35,9 @@ class TrackCopy final : public TrackSource {
   /// Whether a sample is shown ahead of one that is decoded before it, as `Examine` has seen.
   bool IsReordered() const { return m_isReordered; }
 
-  void Begin(CMp4File& output) override;
-  void WriteNext() override;
-  void End(CMp4File& output) override;
+  Mp4Result Begin(CMp4File& output) override;
+  Mp4Result WriteNext() override;
+  Mp4Result End(CMp4File& output) override;
   bool IsComplete() const override { return m_next > m_sampleCount; }
   double NextTime() const override { return static_cast<double>(m_nextDecodingTime) / m_timeScale; }
   u64 SampleCount() const override { return m_sampleCount; }
@@ -61,15 +61,17 @@ class TrackCopy final : public TrackSource {
   bool LooksLikeMpeg4Visual();
   // Reads a sample's bytes to the start of the buffer.
   void ReadInput(u64 sample, u32 size);
-  void NoteLosses(const Notes& notes);
-  void SetFormat();
-  void CopyDescription();
+  void NoteLosses();
+  Mp4Result SetFormat();
+  Mp4Result CopyDate();
 
   TrackHandle m_input;
   std::unique_ptr<CMp4Track> m_output;
   std::string m_name;
   u64 m_fileSize;
+  TrackDetails m_details;
   bool m_wanted;
+  Notes m_notes;
   u32 m_kind = MP4_KIND_UNKNOWN;
   u32 m_format = MP4_FORMAT_UNKNOWN;
   u32 m_timeScale = 0;

@@ -1,20 +1,25 @@
 #pragma once
 
+#include <string>
+
 #include "engine/mp4_file.h"
 
 namespace kt {
 
 /// A track on its way into a file that is written, sample by sample. In this order: `Begin`, `WriteNext`
-/// until `IsComplete`, `End`. All failures are thrown as `Failure`.
+/// until `IsComplete`, `End`. These answer what the writer answers; what keeps the source from giving its
+/// samples is thrown as `Failure`.
 class TrackSource {
  public:
   virtual ~TrackSource() = default;
 
   /// Adds the track to `output`, which has to outlive the source's use of it.
-  virtual void Begin(CMp4File& output) = 0;
-  virtual void WriteNext() = 0;
-  virtual void End(CMp4File& output) = 0;
+  virtual Mp4Result Begin(CMp4File& output) = 0;
+  virtual Mp4Result WriteNext() = 0;
+  virtual Mp4Result End(CMp4File& output) = 0;
 
+  /// For messages: "track 1 of "x.mp4"".
+  virtual std::string Name() const = 0;
   virtual bool IsComplete() const = 0;
   /// When the next sample is decoded, in seconds behind the first one.
   virtual double NextTime() const = 0;

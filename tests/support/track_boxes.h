@@ -88,8 +88,8 @@ inline Bytes Tkhd(u32 id, u32 width, u32 height, u32 duration) {
 inline Bytes Mdhd(u32 timeScale, u32 duration, u32 creationTime = 0) {
   return FullBox("mdhd", 0, 0, Bytes().U32s({creationTime, 0, timeScale, duration, 0}));
 }
-inline Bytes Hdlr(std::string_view handlerType) {
-  return FullBox("hdlr", 0, 0, Bytes().U32(0).Text(handlerType).Zeros(12).Text("name").U8(0));
+inline Bytes Hdlr(std::string_view handlerType, std::string_view name = {}) {
+  return FullBox("hdlr", 0, 0, Bytes().U32(0).Text(handlerType).Zeros(12).Text(name).U8(0));
 }
 inline Bytes Vmhd() {
   return FullBox("vmhd", 0, 1, Bytes().Zeros(8));

@@ -17,7 +17,7 @@ struct Captioned {
 
   // Adds a caption file with these lines, and expects so much of it.
   void Add(const std::string& lines, std::vector<std::string> options = {}, int exitCode = 0,
-           const std::vector<std::string>& complaint = {}) {
+           const std::vector<std::string>& complaint = {"VideoHandler"}) {
     std::ofstream(scc) << "Scenarist_SCC V1.0\n\n" << lines;
     options.insert(options.begin(), {"add-captions", "--force"});
     options.insert(options.end(), {Media("bframes-aac.mp4"), scc, out});

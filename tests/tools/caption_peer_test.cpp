@@ -92,7 +92,8 @@ TEST(CaptionPeer, HasTheSamePairsAndRows) {
     const TempFolder folder;
     const std::string movie = folder / "movie.mp4";
     const std::string theirs = Converted(text, "scc", "-map 0 -c copy -f scc");
-    ExpectRun({"add-captions", Media("aac.m4a"), TempFile(Bytes().Text(theirs)).Name(), movie});
+    ExpectRun({"add-captions", Media("aac.m4a"), TempFile(Bytes().Text(theirs)).Name(), movie}, 0,
+              {"SoundHandler"});
     const std::string packets = "-map 0 -c copy -f framemd5";
     EXPECT_EQ(Converted(ExpectRun({"captions", "--format", "scc", movie}), "scc", packets),
               Converted(theirs, "scc", packets));

@@ -44,20 +44,6 @@ TEST(Extract, WritesAllSamplesOneAfterTheOther) {
   }
 }
 
-// A sample of 4 GiB in a file of some hundred bytes: no memory is asked for it.
-TEST(Extract, RefusesASampleLargerThanTheFile) {
-  const TempFolder folder;
-  Track track;
-  track.stsz = ConstantStsz(0xFFFFFFF0, 4);
-  const TempFile file(MovieOf(track).Build());
-  std::string command = CommandLine(Extract(file.Name(), folder / "out"));
-#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)  // the sanitizer itself reserves far more
-  command = "(ulimit -v 1000000; " + command + ")";
-#endif
-  ExpectShell(command, 1, {"cannot read sample 1 of track 1"});
-  EXPECT_TRUE(folder.Names().empty());
-}
-
 TEST(Extract, RefusesWhatItMustNotReplace) {
   const TempFolder folder;
   const std::string file = folder / "movie.3gp";
@@ -78,6 +64,9 @@ TEST(Extract, RefusesWhatItMustNotReplace) {
   rows.push_back({folder / "link", "it is the file that is being read"});
   ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
   rows.push_back({folder / "fifo", "it is no regular file"});
+  fs::copy_file(file, folder / "kept");
+  fs::permissions(folder / "kept", fs::perms::owner_read);
+  if (geteuid() != 0) rows.push_back({folder / "kept", "Permission denied"});  // root may write everything
 #endif
   const std::vector<std::string> before = folder.Names();
   for (const auto& [output, reason] : rows) {
@@ -110,40 +99,18 @@ TEST(Extract, GoesThroughALinkAndKeepsThePermissions) {
   EXPECT_EQ(fs::file_size(folder / "real"), 63638u);
 }
 
-TEST(Extract, RespectsAFileThatMayNotBeWritten) {
-  if (geteuid() == 0) GTEST_SKIP() << "root may write everything";
-  const TempFolder folder;
-  WriteOld(folder / "out");
-  fs::permissions(folder / "out", fs::perms::owner_read);
-  ExpectRun(Extract(Media("h263.3gp"), folder / "out"), 1, {"Permission denied"});
-  ExpectOldAlone(folder);
-}
-
-// A limit on the size of files stands in for a disk that is full.
-TEST(Extract, CleansUpWhenTheDiskIsFull) {
-  const TempFolder folder;
-  WriteOld(folder / "out");
-  ExpectShell("(trap '' XFSZ; ulimit -f 16; " + CommandLine(Extract(Media("h263.3gp"), folder / "out")) + ")",
-              1, {"cannot write \"" + (folder / "out") + "\": File too large"});
-  ExpectOldAlone(folder);
-}
-
-// All samples lie at the same place: 1 GiB to extract, so that there is time to interrupt it.
-Movie LongMovie() {
-  constexpr u32 kSampleSize = 4096, kCount = 1u << 18;
-  Track track;
-  track.stts = Stts({{kCount, 10}});
-  track.stsz = ConstantStsz(kSampleSize, kCount);
-  track.stsc = Stsc({{1, 1}});
-  track.chunkOffsets = Stco(std::vector<u64>(kCount, 24));
-  Movie movie = MovieOf(track);
-  movie.mdat = Box("mdat", Bytes().Zeros(kSampleSize));
-  return movie;
-}
-
 // The work so far goes, what was there before stays, and the shell sees which signal it was.
 TEST(Extract, InterruptedLeavesNothingBehind) {
-  const TempFile input(LongMovie().Build()), complaints;
+  // 1 GiB of samples, nearly all of it a hole in the file, so that there is time to interrupt the work.
+  Track track;
+  track.stts = Stts({{1u << 18, 10}});
+  track.stsz = ConstantStsz(4096, 1u << 18);
+  track.stsc = Stsc({{1, 1u << 18}});
+  track.chunkOffsets = Stco({4096});
+  Movie movie = MovieOf(track);
+  movie.mdat.clear();
+  const TempFile input(Bytes(movie.Build()).U32(0).Text("mdat")), complaints;
+  fs::resize_file(input.Path(), 4096 + (1u << 30));
   const std::string file = input.Name(), err = complaints.Name();
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const TempFolder folder;

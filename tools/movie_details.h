@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "engine/types.h"
+
+namespace kt {
+
+/// What stands in the boxes of a track and is not asked for through the library: a copy has to know what it
+/// loses. ISO/IEC 14496-12, 8.3.2, 8.4.2, 8.4.3, 8.5.2, 8.6.2.
+struct TrackDetails {
+  /// Three letters as a rule; empty when it is not told.
+  std::string language;
+  /// A matrix of the track or of the movie turns, moves or scales the picture.
+  bool isTransformed = false;
+  std::string handlerName;
+  u32 sampleEntries = 0;
+  /// The object type of a sample entry "mp4a", when there is one (ISO/IEC 14496-1, 7.2.6.6).
+  std::optional<u8> objectType;
+  /// The sync samples in rising order; without a table all samples are such.
+  std::optional<std::vector<u32>> syncSamples;
+
+  bool IsSync(u32 sampleNumber) const;
+};
+
+/// The boxes of a file that the library has opened, read a second time for what it does not tell.
+class MovieDetails {
+ public:
+  /// Throws a `Failure` when the file cannot be read any more.
+  explicit MovieDetails(const std::string& file);
+
+  /// Of a track that is not there, and for boxes that are missing, the details are empty.
+  TrackDetails Track(u32 index) const;
+
+ private:
+  std::vector<u8> m_movie;  // the payload of "moov"
+  std::vector<std::span<const u8>> m_tracks;
+  bool m_isTransformed = false;
+};
+
+}  // namespace kt
