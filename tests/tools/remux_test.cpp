@@ -54,12 +54,13 @@ TEST(Remux, TakesTheTracksThatAreAskedForInThatOrder) {
   ExpectRun({"remux", "--force", "--track", "2", "--track", "1", in, out}, 0, {"SoundHandler"});
   EXPECT_EQ(SamplesOf(out, 1), SamplesOf(in, 2));
   EXPECT_EQ(SamplesOf(out, 2), SamplesOf(in, 1));
-  // The tracks stand in turns: the end of the first behind the begin of the second.
-  const auto placeOf = [&](const std::string& track, std::size_t at) {
+  // The tracks stand in turns: the sound of the first seconds is complete ahead of the pictures.
+  ExpectRun({"remux", "--force", in, out}, 0, {"SoundHandler"});
+  const auto placeOf = [&](const std::string& track) {
     ExpectRun({"extract", "--track", track, in, folder / "samples"});
-    return ReadText(out).find(ReadText(folder / "samples").substr(at, 100));
+    return ReadText(out).find(ReadText(folder / "samples").substr(0, 100));
   };
-  EXPECT_GT(placeOf("2", 23000), placeOf("1", 0));
+  EXPECT_LT(placeOf("2"), placeOf("1"));
   ExpectRun({"remux", "--force", "--track", "1", "--track", "1", in, out}, 2, {"--track"});
   ExpectRun({"remux", "--force", "--track", "99", in, out}, 1, {"the file has 2 tracks"});
 }
