@@ -84,13 +84,14 @@ void Hint(const HintArguments& arguments) {
   const bool hasScene = copy.Type() == MP4_TYPE_MP4;
   const Scene scene = SceneOf(copy);
   if (hasScene) RequireScene(copy, scene, operation);
-  copy.Write([&](CMp4File& output) {
-    if (hasScene) {
-      if (const Mp4Result result = output.AddSceneTracks(scene.video, scene.audio, scene.text)) {
-        throw ResultFailure(operation + ": cannot add the tracks of its scene", result);
-      }
+  copy.Write([&](CMp4File& output, std::string* part) {
+    *part = "the tracks of its scene";
+    if (hasScene) KT_TRY(output.AddSceneTracks(scene.video, scene.audio, scene.text));
+    for (const TrackHinting& hinting : plan) {
+      *part = hinting.Name();
+      KT_TRY(hinting.Add(output));
     }
-    for (const TrackHinting& hinting : plan) hinting.Add(output);
+    return MP4_OK;
   });
 }
 

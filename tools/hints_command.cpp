@@ -9,6 +9,8 @@
 #include "tools/commands.h"
 #include "tools/failure.h"
 #include "tools/input_file.h"
+#include "tools/sample_claims.h"
+#include "tools/standard_streams.h"
 
 namespace kt {
 namespace {
@@ -21,6 +23,7 @@ struct HintsArguments {
 void DumpHints(InputFile& input, u32 index) {
   const std::string where = " of hint track " + std::to_string(index) + " of " + Quoted(input.Name());
   const std::unique_ptr<CMp4HintTrack> hints = input.OpenHintTrack(index);
+  RequireSamplesFit(*input.OpenTrack(index), input.Size(), where.substr(4));
   u32 count = 0;
   u32 media = 0;
   if (const Mp4Result result = input.OpenTrack(index)->GetSampleCount(&count)) {
@@ -50,6 +53,7 @@ void Hints(const HintsArguments& arguments) {
     tracks = input.HintTracks(NotesOf("hints"));
     if (tracks.empty()) throw Failure("there is no hint track in " + Quoted(input.Name()));
   }
+  const ShownLibraryOutput shown;
   for (const u32 track : tracks) DumpHints(input, track);
 }
 

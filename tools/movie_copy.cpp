@@ -25,9 +25,9 @@ u32 TypeByName(const std::string& name) {
 }
 
 // Has the library write. When the system does not take the bytes (a full disk) that is a matter of the whole
-// file, anything else one of the track that was at work.
-template <class Operation>
-void RequireWritten(const OutputPlace& place, const TrackSource* source, Operation&& operation) {
+// file; of anything else `part` tells what was at work.
+template <class Part, class Operation>
+void RequireWritten(const OutputPlace& place, Part&& part, Operation&& operation) {
   errno = 0;
   const Mp4Result result = operation();
   if (!result) return;
@@ -35,7 +35,11 @@ void RequireWritten(const OutputPlace& place, const TrackSource* source, Operati
   if (result == MP4_FILE_IO && systemReason != 0) {
     throw ResultFailure(place.Operation(), result, std::generic_category().message(systemReason));
   }
-  throw ResultFailure(place.Operation() + (source == nullptr ? "" : ", " + source->Name()), result);
+  throw ResultFailure(place.Operation() + ", " + part(), result);
+}
+
+std::string Headers() {
+  return "its headers";
 }
 
 void CopyDate(CMp4File& from, CMp4File& to) {
@@ -114,7 +118,7 @@ void MovieCopy::Examine() {
   m_isExamined = true;
 }
 
-void MovieCopy::Write(const std::function<void(CMp4File&)>& finish) {
+void MovieCopy::Write(const Finish& finish) {
   constexpr u64 kLargestReadable = 0xFFFF0000;  // with room for the headers
   if (!m_isExamined) Examine();
   const Interrupts interrupts;
@@ -129,26 +133,29 @@ void MovieCopy::Write(const std::function<void(CMp4File&)>& finish) {
   place.Commit();
 }
 
-void MovieCopy::WriteTo(const OutputPlace& place, const Interrupts& interrupts,
-                        const std::function<void(CMp4File&)>& finish) {
+void MovieCopy::WriteTo(const OutputPlace& place, const Interrupts& interrupts, const Finish& finish) {
   CMp4File* made = nullptr;
   if (const Mp4Result result = CreateMp4File(&made)) throw ResultFailure(place.Operation(), result);
   const std::unique_ptr<CMp4File> output(made);
-  RequireWritten(place, nullptr,
+  RequireWritten(place, Headers,
                  [&] { return output->Open(place.PartialName().c_str(), MP4_MODE_WRITE, Type()); });
   CopyDate(m_input.File(), *output);
-  RequireWritten(place, nullptr,
+  RequireWritten(place, Headers,
                  [&] { return CopyNotices(m_input.File(), *output, m_notes, m_input.Name()); });
-  for (TrackSource* source : m_sources) {
-    RequireWritten(place, source, [&] { return source->Begin(*output); });
-  }
+  const auto require = [&](TrackSource* source, Mp4Result (TrackSource::*operation)(CMp4File&)) {
+    RequireWritten(
+        place, [&] { return source->Name(); }, [&] { return (source->*operation)(*output); });
+  };
+  for (TrackSource* source : m_sources) require(source, &TrackSource::Begin);
   WriteSamples(place, interrupts);
-  for (TrackSource* source : m_sources) {
-    RequireWritten(place, source, [&] { return source->End(*output); });
+  for (TrackSource* source : m_sources) require(source, &TrackSource::End);
+  std::string part;
+  if (finish) {
+    RequireWritten(
+        place, [&] { return part; }, [&] { return finish(*output, &part); });
   }
-  if (finish) finish(*output);
   interrupts.Check();
-  RequireWritten(place, nullptr, [&] { return output->Close(); });
+  RequireWritten(place, Headers, [&] { return output->Close(); });
 }
 
 // All samples of all tracks, in the order in which they are decoded.
@@ -163,7 +170,8 @@ void MovieCopy::WriteSamples(const OutputPlace& place, const Interrupts& interru
       if (source->IsComplete()) continue;
       if (next == nullptr || source->NextTime() < next->NextTime()) next = source;
     }
-    RequireWritten(place, next, [&] { return next->WriteNext(); });
+    RequireWritten(
+        place, [&] { return next->Name(); }, [&] { return next->WriteNext(); });
     u64 bytes = 0;
     for (const TrackSource* source : m_sources) bytes += source->WrittenBytes();
     progress.UpdateCopy(sample, allSamples, bytes);

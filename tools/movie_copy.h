@@ -34,9 +34,11 @@ class MovieCopy {
   void Add(std::unique_ptr<TrackSource> source, const std::string& origin);
   /// Looks at all samples of the tracks that were taken and fails at the first that the writer would refuse.
   void Examine();
-  /// Writes the new file. `finish` gets it when all tracks are complete and it is about to be closed. A
-  /// signal that asks the program to end is thrown as `Interrupted`.
-  void Write(const std::function<void(CMp4File&)>& finish = {});
+  /// Adds to the new file when all tracks are complete and it is about to be closed. It answers what the
+  /// writer answers, and tells in `part` what it is at: "the hints of track 1 of "x.mp4"".
+  using Finish = std::function<Mp4Result(CMp4File& output, std::string* part)>;
+  /// Writes the new file. A signal that asks the program to end is thrown as `Interrupted`.
+  void Write(const Finish& finish = {});
 
   /// The tracks that were taken, in the order of the new file, in which they come first.
   const std::vector<std::unique_ptr<TrackCopy>>& Copies() const { return m_copies; }
@@ -45,8 +47,7 @@ class MovieCopy {
 
  private:
   std::unique_ptr<TrackCopy> TakeTrack(u32 index, const MovieDetails& details, bool wanted);
-  void WriteTo(const class OutputPlace& place, const Interrupts& interrupts,
-               const std::function<void(CMp4File&)>& finish);
+  void WriteTo(const class OutputPlace& place, const Interrupts& interrupts, const Finish& finish);
   void WriteSamples(const class OutputPlace& place, const Interrupts& interrupts);
 
   CopyTarget m_target;

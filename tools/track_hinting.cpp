@@ -3,7 +3,6 @@
 #include <limits>
 
 #include "hint/mp4_hint_track.h"
-#include "tools/failure.h"
 
 namespace kt {
 namespace {
@@ -82,18 +81,19 @@ std::string TrackHinting::AacLoss() const {
          std::to_string(size + kAacOverhead) + " gives them";
 }
 
-void TrackHinting::Add(CMp4File& output) const {
+Mp4Result TrackHinting::Add(CMp4File& output) const {
   CMp4HintTrack* added = nullptr;
-  Mp4Result result = output.AddHintTrack(&added, m_hintType);
+  const Mp4Result result = output.AddHintTrack(&added, m_hintType);
   std::unique_ptr<CMp4HintTrack> track(added);
-  if (!result) result = track->AddReferencedTrack(m_trackIndex);
-  if (!result) result = track->SetMaxPacketSize(m_wishes.packetSize);
-  if (!result && m_media.Kind() == MP4_KIND_AUDIO && m_wishes.samplesPerPacket) {
-    result = track->SetMaxSamplesPerPacket(*m_wishes.samplesPerPacket);
+  KT_TRY(result);
+  KT_TRY(track->AddReferencedTrack(m_trackIndex));
+  KT_TRY(track->SetMaxPacketSize(m_wishes.packetSize));
+  if (m_media.Kind() == MP4_KIND_AUDIO && m_wishes.samplesPerPacket) {
+    KT_TRY(track->SetMaxSamplesPerPacket(*m_wishes.samplesPerPacket));
   }
-  if (!result) result = output.CloseHintTrack(track.get());
-  if (result) throw ResultFailure("cannot hint " + m_media.Name(), result);
+  KT_TRY(output.CloseHintTrack(track.get()));
   static_cast<void>(track.release());  // deleted
+  return MP4_OK;
 }
 
 }  // namespace kt

@@ -17,7 +17,7 @@ struct HintWishes {
   std::optional<u32> samplesPerPacket;
 };
 
-/// How a track of a new file gets a hint track. All failures are thrown as `Failure`.
+/// How a track of a new file gets a hint track.
 class TrackHinting {
  public:
   /// `media` has been examined; `trackIndex` is its place in the new file.
@@ -27,8 +27,10 @@ class TrackHinting {
   const std::string& Obstacle() const { return m_obstacle; }
   /// What a receiver will not be able to make of the hints; empty when there is nothing.
   std::string Loss() const;
-  /// Adds the hint track. All tracks of `output` are complete.
-  void Add(CMp4File& output) const;
+  /// For messages: "the hints of track 1 of "x.mp4"".
+  std::string Name() const { return "the hints of " + m_media.Name(); }
+  /// Adds the hint track and answers what the writer answers. All tracks of `output` are complete.
+  Mp4Result Add(CMp4File& output) const;
 
  private:
   void Choose();

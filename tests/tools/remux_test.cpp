@@ -209,6 +209,7 @@ TEST(FullDisk, LeavesTheOldFile) {
                                         {"60", remux},
                                         {"160", remux},
                                         {"325", remux},
+                                        {"330", CommandLine({"hint", "--force", in, out})},
                                         {"60", CommandLine({"extract", "--track", "1", in, out})}}) {
     const std::string log =
         RunShell("(ulimit -S -f " + std::string(blocks) + "; " + command + "; echo $?) 2>&1 | cat").out;
