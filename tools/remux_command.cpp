@@ -48,8 +48,9 @@ void AddRemuxCommand(CLI::App& program) {
       "Tracks of MPEG-4 visual, AAC, H.263, AMR and Line 21 can be written. Without --track all of these "
       "are\n"
       "copied, and standard error says which others are left out and why. Without --type the name of OUT\n"
-      "decides. Samples, times and decoder set-up stay as they are; edits and start delays, and the first\n"
-      "decoding time of a track, are not kept.\n"
+      "decides. Samples, times, sync flags, decoder set-up, dates and copyright notices stay as they are;\n"
+      "edits and start delays, and the first decoding time of a track, are not kept. Standard error says\n"
+      "when a track loses its language, its matrix or the name of its handler.\n"
       "OUT gets its name only when it is complete; until then a file that has the name already stays as it\n"
       "is.");
   command->callback([arguments] {
