@@ -129,10 +129,9 @@ TEST(BadFile, ThatClaimsMoreThanItHoldsIsRefusedByEachCommand) {
   }
   EXPECT_TRUE(folder.Names().empty());
   // Pictures of 256 MiB on eight pins, in a file without any.
-  Track vast;
-  vast.stsd = Stsd({VisualEntry("mp4v", 16384, 8191, Esds(0x20, 4, {}))});
   Movie movie;
-  movie.tracks.assign(8, vast);
+  movie.tracks.assign(8, Track());
+  for (Track& vast : movie.tracks) vast.stsd = Stsd({VisualEntry("mp4v", 16384, 8191, Esds(0x20, 4, {}))});
   const TempFile file(movie.Build());
   ExpectShell(InLittleMemory(CommandLine({"play", file.Name()})), 0, {});
 }
