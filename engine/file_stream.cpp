@@ -26,7 +26,7 @@ using FileStatus = struct _stat64;
 
 int OpenHandle(const char* path, bool toWrite) {
   const int flags = toWrite ? _O_WRONLY | _O_CREAT | _O_TRUNC : _O_RDONLY;
-  return _open(path, flags | _O_BINARY, _S_IREAD | _S_IWRITE);
+  return _open(path, flags | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
 }
 
 bool StatusOf(int handle, FileStatus* status) {
@@ -58,18 +58,24 @@ i64 WriteAt(int handle, const void* buffer, std::size_t count, u64 position) {
 
 using FileStatus = struct stat;
 
-// Not to wait is what keeps a FIFO without a peer from holding up the caller.
-int OpenHandle(const char* path, bool toWrite) {
-  const int flags = toWrite ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY;
-  return open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
-}
-
 bool StatusOf(int handle, FileStatus* status) {
   return fstat(handle, status) == 0;
 }
 
 bool IsRegular(const FileStatus& status) {
   return S_ISREG(status.st_mode);
+}
+
+int OpenHandle(const char* path, bool toWrite) {
+  // To open a device or a FIFO can act on it, or on who waits at its other end.
+  FileStatus status;
+  if (stat(path, &status) == 0 && !IsRegular(status)) return -1;
+  // Should one have come there just now, it must not hold up the caller.
+  const int flags = toWrite ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY;
+  const int handle = open(path, flags | O_NONBLOCK | O_CLOEXEC, 0666);
+  // Some file systems know how to be late, and reads are to wait for them.
+  if (handle >= 0) fcntl(handle, F_SETFL, fcntl(handle, F_GETFL) & ~O_NONBLOCK);
+  return handle;
 }
 
 int CloseHandle(int handle) {

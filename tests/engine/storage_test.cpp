@@ -10,7 +10,10 @@
 #include "support/open_storage.h"
 
 #ifndef _WIN32
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace kt {
@@ -178,6 +181,21 @@ TEST(FileStorage, RefusesWhatIsNoRegularFileWithoutWaiting) {
     EXPECT_EQ(storage.Open(name.c_str(), MP4_MODE_WRITE), MP4_FILE_IO) << name;
   }
   EXPECT_EQ(storage.Close(), MP4_NOT_FOUND);
+}
+
+// To open a FIFO lets go of whoever waits for a peer there; and a regular file is not to be read as one.
+TEST(FileStorage, OpeningActsOnRegularFilesAlone) {
+  const TempFile fifo, file;
+  ASSERT_EQ(mkfifo(fifo.Name().c_str(), 0600), 0);
+  const int peer = open(fifo.Name().c_str(), O_RDONLY | O_NONBLOCK);
+  CStorage storage;
+  EXPECT_EQ(storage.Open(fifo.Name().c_str(), MP4_MODE_WRITE), MP4_FILE_IO);
+  // Hung up is a FIFO only once somebody has been at its other end.
+  pollfd look = {peer, POLLIN, 0};
+  EXPECT_EQ(poll(&look, 1, 0), 0);
+  close(peer);
+  ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_WRITE), MP4_OK);
+  EXPECT_EQ(fcntl(peer, F_GETFL) & O_NONBLOCK, 0) << "it has the lowest number that is free";
 }
 
 #endif
