@@ -1,4 +1,9 @@
 # 32-bit Windows with MinGW-w64.
 set(CMAKE_SYSTEM_PROCESSOR x86)
 set(KTMP4_MINGW_TRIPLE i686-w64-mingw32)
+
+# Hosts of this platform need not keep the stack aligned to more than 4 bytes.
+set(CMAKE_C_FLAGS_INIT -mstackrealign)
+set(CMAKE_CXX_FLAGS_INIT -mstackrealign)
+
 include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)
