@@ -246,7 +246,7 @@ HRESULT CGraphAssembly::Render(IPin* pin, PinKind kind, bool hasVideo, bool hasL
     if (result != S_OK) return result;
     if (kind == PIN_VIDEO) return RenderVideo(pin, hasLine21, graph);
     if (kind == PIN_LINE21 && !hasVideo) return RenderLine21Alone(pin, graph);
-    if (kind == PIN_LINE21 && m_videoRendererAdded) return RenderMixedLine21(pin, graph);
+    if (kind == PIN_LINE21 && m_sharedRenderer) return RenderMixedLine21(pin, graph);
     return graph->Render(pin);
   });
 }
@@ -255,7 +255,7 @@ HRESULT CGraphAssembly::Render(IPin* pin, PinKind kind, bool hasVideo, bool hasL
 // counts.
 HRESULT CGraphAssembly::AddRenderers(PinKind kind, bool mixed, IGraphBuilder* graph) {
   HRESULT result = S_OK;
-  if (mixed && !m_videoRendererAdded) result = AddSharedRenderer(graph);
+  if (mixed && !m_sharedRenderer) result = AddSharedRenderer(graph);
   if (kind == PIN_AUDIO && !m_audioRendererAdded) result = AddAudioRenderer(graph);
   return result;
 }
@@ -274,7 +274,6 @@ HRESULT CGraphAssembly::AddShared(const Filter& renderer, const wchar_t* name, I
   const HRESULT result = graph->AddFilter(renderer.Get(), name);
   if (FAILED(result)) return result;
   m_sharedRenderer = renderer;
-  m_videoRendererAdded = true;
   return result;
 }
 

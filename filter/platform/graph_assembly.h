@@ -48,7 +48,6 @@ class CGraphAssembly {
   ComPointer<IBaseFilter> m_vmr9;
   ComPointer<IBaseFilter> m_vmr7;
   bool m_audioRendererAdded = false;
-  bool m_videoRendererAdded = false;
   /// The renderer that video and captions share, once it has been added to a graph. Captions may come first.
   ComPointer<IBaseFilter> m_sharedRenderer;
   bool m_rendering = false;
