@@ -76,14 +76,43 @@ void WriteFilter(IFilterMapper2* mapper, const AMOVIESETUP_FILTER& filter) {
   ThrowIfFailed(mapper->RegisterFilter(*filter.clsID, filter.strName, nullptr, nullptr, nullptr, &told));
 }
 
-void ForEachFilter(void (*act)(IFilterMapper2*, const AMOVIESETUP_FILTER&)) {
-  const CComUse com;
+ComPointer<IFilterMapper2> MakeMapper() {
   ComPointer<IFilterMapper2> mapper;
   ThrowIfFailed(CoCreateInstance(CLSID_FilterMapper2, nullptr, CLSCTX_INPROC_SERVER, IID_IFilterMapper2,
                                  mapper.PutVoid()));
+  return mapper;
+}
+
+void WriteAll() {
+  for (const CFactoryTemplate& entry : Templates()) WriteClass(entry);
+  const CComUse com;
+  const ComPointer<IFilterMapper2> mapper = MakeMapper();
   for (const CFactoryTemplate& entry : Templates()) {
-    if (entry.m_pAMovieSetup_Filter != nullptr) act(mapper.Get(), *entry.m_pAMovieSetup_Filter);
+    if (entry.m_pAMovieSetup_Filter != nullptr) WriteFilter(mapper.Get(), *entry.m_pAMovieSetup_Filter);
   }
+}
+
+// Takes away what can be taken away, whatever fails on the way; the result is the first failure.
+HRESULT RemoveAll() {
+  HRESULT first = S_OK;
+  const auto attempt = [&first](auto remove) {
+    const HRESULT result = AtEdge([&] {
+      remove();
+      return S_OK;
+    });
+    if (SUCCEEDED(first)) first = result;
+  };
+  // The mapper first: it looks the class up.
+  attempt([&] {
+    const CComUse com;
+    const ComPointer<IFilterMapper2> mapper = MakeMapper();
+    for (const CFactoryTemplate& entry : Templates()) {
+      if (entry.m_pAMovieSetup_Filter == nullptr) continue;
+      attempt([&] { RemoveFilter(mapper.Get(), *entry.m_pAMovieSetup_Filter); });
+    }
+  });
+  for (const CFactoryTemplate& entry : Templates()) attempt([&] { RemoveClass(entry); });
+  return first;
 }
 
 }  // namespace
@@ -96,14 +125,8 @@ std::wstring GuidText(REFGUID guid) {
 
 HRESULT AMovieDllRegisterServer2(BOOL registerThem) {
   return AtEdge([&] {
-    if (registerThem) {
-      for (const CFactoryTemplate& entry : Templates()) WriteClass(entry);
-      ForEachFilter(WriteFilter);
-    } else {
-      // The mapper first: it looks the class up.
-      ForEachFilter(RemoveFilter);
-      for (const CFactoryTemplate& entry : Templates()) RemoveClass(entry);
-    }
+    if (!registerThem) return RemoveAll();
+    WriteAll();
     return S_OK;
   });
 }
