@@ -2,6 +2,7 @@
 
 #include <objbase.h>
 
+#include <bit>
 #include <cstring>
 
 #include "module/com_edge.h"
@@ -54,7 +55,11 @@ HRESULT CBasePropertyPage::Activate(HWND parent, LPCRECT place, WINBOOL) {
   if (!m_objectSet || m_dialog != nullptr) return E_UNEXPECTED;
   m_dialog = CreateDialogParamW(ModuleInstance(), MAKEINTRESOURCEW(m_dialogId), parent, DialogProc,
                                 reinterpret_cast<LPARAM>(this));
-  if (m_dialog == nullptr) return HRESULT_FROM_WIN32(GetLastError());
+  if (m_dialog == nullptr) {
+    // Not every failure leaves a word of why.
+    const HRESULT failure = HRESULT_FROM_WIN32(GetLastError());
+    return FAILED(failure) ? failure : E_FAIL;
+  }
   const HRESULT result = AtEdge([&] { return OnActivate(); });
   if (FAILED(result)) {
     Deactivate();
@@ -106,7 +111,7 @@ HRESULT CBasePropertyPage::SetObjects(ULONG count, IUnknown** objects) {
   if (count > 1) return E_UNEXPECTED;
   if (objects == nullptr || *objects == nullptr) return E_POINTER;
   const HRESULT result = AtEdge([&] { return OnConnect(*objects); });
-  if (SUCCEEDED(result)) m_objectSet = true;
+  m_objectSet = SUCCEEDED(result);
   return result;
 }
 
@@ -151,10 +156,10 @@ INT_PTR CBasePropertyPage::OnReceiveMessage(HWND, UINT, WPARAM, LPARAM) {
 INT_PTR CALLBACK CBasePropertyPage::DialogProc(HWND dialog, UINT message, WPARAM wide, LPARAM extra) {
   if (message == WM_INITDIALOG) {
     SetWindowLongPtrW(dialog, GWLP_USERDATA, extra);
-    reinterpret_cast<CBasePropertyPage*>(extra)->m_dialog = dialog;
+    std::bit_cast<CBasePropertyPage*>(extra)->m_dialog = dialog;
   }
   // Fonts and sizes are told before the page is, and some messages come after it has gone.
-  auto* page = reinterpret_cast<CBasePropertyPage*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
+  auto* page = std::bit_cast<CBasePropertyPage*>(GetWindowLongPtrW(dialog, GWLP_USERDATA));
   if (page == nullptr) return FALSE;
   INT_PTR handled = FALSE;
   AtEdge([&] {
