@@ -9,10 +9,10 @@ namespace kt {
 namespace {
 
 // What is mapped from `view` on, in whole pages, but no more than a mapping is to have: another program may
-// have made it larger or smaller.
+// have made it larger or smaller, or left it without memory.
 SIZE_T UsableSize(const void* view) {
   MEMORY_BASIC_INFORMATION region = {};
-  if (VirtualQuery(view, &region, sizeof region) == 0) return 0;
+  if (VirtualQuery(view, &region, sizeof region) == 0 || region.State != MEM_COMMIT) return 0;
   return std::min<SIZE_T>(region.RegionSize, KTMP4_CALLBACK_MAPPING_SIZE);
 }
 
