@@ -8,7 +8,7 @@
 #include <ktmp4source.h>
 
 #include <cstdio>
-#include <string>
+#include <cwchar>
 
 namespace {
 
@@ -50,13 +50,15 @@ HRESULT ConnectToNothing(IGraphBuilder* graph, IPin* output) {
   return SUCCEEDED(result) ? graph->ConnectDirect(output, input.Get(), nullptr) : result;
 }
 
-HRESULT ConnectAllPins(IGraphBuilder* graph, IBaseFilter* source) {
+/// Counts the pins in `*connected`.
+HRESULT ConnectAllPins(IGraphBuilder* graph, IBaseFilter* source, int* connected) {
   Reference<IEnumPins> pins;
   HRESULT result = source->EnumPins(pins.Put());
   while (SUCCEEDED(result)) {
     Reference<IPin> pin;
     if (pins->Next(1, pin.Put(), nullptr) != S_OK) break;
     result = ConnectToNothing(graph, pin.Get());
+    ++*connected;
   }
   return result;
 }
@@ -65,25 +67,36 @@ void PrintTexts(IMetadataStorage* storage, KtMp4TextType type, const char* what)
   UINT64 time = 0;
   char* text = nullptr;
   while (storage->GetItem(type, &time, &text) == S_OK) {
-    std::printf("%s %.3f s: %s\n", what, static_cast<double>(time) / 1e7, text);
+    // Below 0 ahead of a position that was sought.
+    std::printf("%s %.3f s: %s\n", what, static_cast<double>(static_cast<INT64>(time)) / 1e7, text);
     CoTaskMemFree(text);
   }
 }
 
+/// The event is used for other things, too.
+void PrintScreen(LONG_PTR word, LONG_PTR screen) {
+  if (word == 0 || screen == 0 || std::wcscmp(reinterpret_cast<BSTR>(word), L"Text") != 0) return;
+  std::printf("screen: %ls\n", reinterpret_cast<BSTR>(screen));
+}
+
+/// Ends with the stream, with a failure of the play, or when the graph tells nothing any more.
 HRESULT WatchUntilTheEnd(IMediaEvent* events, IMetadataStorage* storage) {
   for (;;) {
     long code = 0;
     LONG_PTR first = 0, second = 0;
-    if (events->GetEvent(&code, &first, &second, 100) != S_OK) {
+    const HRESULT got = events->GetEvent(&code, &first, &second, 100);
+    if (FAILED(got) && got != E_ABORT) return got;
+    if (got != S_OK) {
       Sleep(10);
       continue;
     }
     if (code == EC_KTMP4_CAPTION) PrintTexts(storage, KTMP4_TEXT_CAPTIONS, "caption");
     if (code == EC_KTMP4_METADATA) PrintTexts(storage, KTMP4_TEXT_METADATA, "metadata");
-    if (code == EC_OLE_EVENT) std::printf("screen: %ls\n", reinterpret_cast<BSTR>(second));
+    if (code == EC_OLE_EVENT) PrintScreen(first, second);
+    const HRESULT failure = static_cast<HRESULT>(first);
     events->FreeEventParams(code, first, second);
-    if (code == EC_COMPLETE) return S_OK;
-    if (code == EC_ERRORABORT) return E_FAIL;
+    if (code == EC_COMPLETE || code == EC_USERABORT) return S_OK;
+    if (code == EC_ERRORABORT || code == EC_STREAM_ERROR_STOPPED) return FAILED(failure) ? failure : E_FAIL;
   }
 }
 
@@ -104,7 +117,10 @@ HRESULT Watch(const wchar_t* name) {
   if (SUCCEEDED(result)) result = storage.From(source.Get(), IID_IMetadataStorage);
   if (SUCCEEDED(result)) result = storage->Enable(KTMP4_TEXT_CAPTIONS, 1);
   if (SUCCEEDED(result)) result = storage->Enable(KTMP4_TEXT_METADATA, 1);
-  if (SUCCEEDED(result)) result = ConnectAllPins(graph.Get(), source.Get());
+  int connected = 0;
+  if (SUCCEEDED(result)) result = ConnectAllPins(graph.Get(), source.Get(), &connected);
+  // From a file without a track that can be played nothing comes, not even an end.
+  if (SUCCEEDED(result) && connected == 0) return S_OK;
   if (SUCCEEDED(result)) result = control.From(graph.Get(), IID_IMediaControl);
   if (SUCCEEDED(result)) result = events.From(graph.Get(), IID_IMediaEvent);
   if (SUCCEEDED(result)) result = control->Run();
