@@ -47,6 +47,24 @@ HRESULT CBaseFilter::NonDelegatingQueryInterface(REFIID iid, void** object) {
 
 void CBaseFilter::FinalRelease() noexcept {
   if (m_state != State_Stopped) Stop();
+  CUnknown::FinalRelease();
+}
+
+HRESULT CBaseFilter::BeginChange() {
+  // Not even for the lock may it wait: whoever holds that may be waiting for the worker.
+  if (IsCalledByWorker()) return VFW_E_WRONG_STATE;
+  m_stateLock.lock();
+  if (!m_changing) {
+    m_changing = true;
+    return S_OK;
+  }
+  m_stateLock.unlock();
+  return VFW_E_WRONG_STATE;
+}
+
+void CBaseFilter::EndChange() {
+  m_changing = false;
+  m_stateLock.unlock();
 }
 
 HRESULT CBaseFilter::GetClassID(CLSID* clsid) {
@@ -158,17 +176,23 @@ HRESULT CBaseFilter::QueryFilterInfo(FILTER_INFO* info) {
 }
 
 HRESULT CBaseFilter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
-  return AtEdge([&] {
-    std::wstring copy(name != nullptr ? name : L"");
+  if (graph == nullptr) {
+    SetGraph(nullptr, nullptr, {});
+    return S_OK;
+  }
+  return ChangeState([&] {
     ComPointer<IMediaEventSink> sink;
-    if (graph != nullptr) graph->QueryInterface(IID_IMediaEventSink, sink.PutVoid());
-    const CAutoLock state(m_stateLock);
-    const std::lock_guard lock(m_graphLock);
-    m_graph = graph;
-    m_sink = sink.Get();
-    m_name.swap(copy);
+    graph->QueryInterface(IID_IMediaEventSink, sink.PutVoid());
+    SetGraph(graph, sink.Get(), name != nullptr ? name : L"");
     return S_OK;
   });
+}
+
+void CBaseFilter::SetGraph(IFilterGraph* graph, IMediaEventSink* sink, std::wstring name) {
+  const std::lock_guard lock(m_graphLock);
+  m_graph = graph;
+  m_sink = sink;
+  m_name.swap(name);
 }
 
 HRESULT CBaseFilter::QueryVendorInfo(LPWSTR*) {

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <string>
 
-#include "module/com_edge.h"
 #include "module/com_pointer.h"
+#include "module/pin_host.h"
 #include "module/state_lock.h"
 #include "module/unknown.h"
 
@@ -21,7 +21,7 @@ class CBasePin;
 /// Two locks. The state lock is held for a whole change of state, and so while the change waits for a worker;
 /// what a worker, or whoever it delivers to, may ask for is behind a lock of its own, which is held for
 /// moments only.
-class CBaseFilter : public CUnknown, public IBaseFilter {
+class CBaseFilter : public CUnknown, public IBaseFilter, public CPinHost {
  public:
   /// The filter borrows its state lock from the class that has it.
   CBaseFilter(IUnknown* owner, CCritSec& stateLock, REFCLSID clsid);
@@ -29,7 +29,7 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
   HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
 
   // The pins, counted from 0. To be asked from any thread.
-  virtual ULONG GetPinCount() = 0;
+  ULONG GetPinCount() override = 0;
   /// Null beyond the count.
   virtual CBasePin* GetPin(ULONG index) = 0;
   /// Changes with every change of the pins.
@@ -50,41 +50,48 @@ class CBaseFilter : public CUnknown, public IBaseFilter {
   HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** enumerator) override;
   HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR id, IPin** pin) override;
   HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* info) override;
+  /// VFW_E_WRONG_STATE as for other changes; to leave a graph is always possible, since the graph may go
+  /// then.
   HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
   HRESULT STDMETHODCALLTYPE QueryVendorInfo(LPWSTR* vendor) override;
 
-  CCritSec& StateLock() { return m_stateLock; }
-  /// Stopped, and not on the way to another state. To be asked under the state lock.
-  bool IsStopped() const { return m_state == State_Stopped && !m_changing; }
-  FILTER_STATE State() const { return m_state; }
-
   // For workers and the pins; none of these takes the state lock.
+
+  IBaseFilter& Face() override { return *this; }
+  FILTER_STATE State() const override { return m_state; }
 
   /// Time since the run began, in 100 ns units: 0 unless the filter runs and has a clock.
   REFERENCE_TIME StreamTime();
-  /// Tells the graph of an event. E_NOTIMPL outside a graph that takes events.
-  HRESULT NotifyEvent(long code, LONG_PTR first, LONG_PTR second);
+  HRESULT NotifyEvent(long code, LONG_PTR first, LONG_PTR second) override;
 
  protected:
   void IncrementPinVersion() { ++m_pinVersion; }
   /// A filter that goes while it plays stops first, while it is whole.
   void FinalRelease() noexcept override;
 
-  /// Runs `change`, which answers an HRESULT, under the state lock. It may wait for a worker and serve calls
-  /// meanwhile; a call that wants another change has to come again later: VFW_E_WRONG_STATE.
+  /// Whether the call at hand comes out of a worker of this filter.
+  virtual bool IsCalledByWorker() { return false; }
+  HRESULT BeginChange() override;
+  void EndChange() override;
+
+  /// Like `ChangeState`, for a change of a stopped filter that may have to ask a person: the state lock is
+  /// free meanwhile, and every other change is refused. VFW_E_WRONG_STATE also when the filter is not
+  /// stopped.
   template <class Change>
-  HRESULT ChangeState(Change change) {
-    const CAutoLock lock(m_stateLock);
-    if (m_changing) return VFW_E_WRONG_STATE;
-    m_changing = true;
-    const HRESULT result = AtEdge(change);
-    m_changing = false;
+  HRESULT ChangeWhileStopped(Change change) {
+    const HRESULT begun = BeginChange();
+    if (FAILED(begun)) return begun;
+    m_stateLock.unlock();
+    const HRESULT result = m_state == State_Stopped ? AtEdge(change) : VFW_E_WRONG_STATE;
+    m_stateLock.lock();
+    EndChange();
     return result;
   }
 
  private:
   HRESULT ActivatePins();
   HRESULT InactivatePins(ULONG count);
+  void SetGraph(IFilterGraph* graph, IMediaEventSink* sink, std::wstring name);
 
   CCritSec& m_stateLock;
   const CLSID m_clsid;

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <memory>
 
-#include "module/base_filter.h"
 #include "module/com_edge.h"
 #include "module/enumerator.h"
 
@@ -51,12 +50,8 @@ bool IsPlainRefusal(HRESULT result) {
 
 }  // namespace
 
-CBasePin::CBasePin(CBaseFilter& filter, PIN_DIRECTION direction, std::wstring name, std::wstring id)
-    : CUnknown(nullptr),
-      m_filter(filter),
-      m_direction(direction),
-      m_name(std::move(name)),
-      m_id(std::move(id)) {}
+CBasePin::CBasePin(CPinHost& host, PIN_DIRECTION direction, std::wstring name, std::wstring id)
+    : CUnknown(nullptr), m_host(host), m_direction(direction), m_name(std::move(name)), m_id(std::move(id)) {}
 
 HRESULT CBasePin::NonDelegatingQueryInterface(REFIID iid, void** object) {
   if (iid == IID_IPin) return GetInterface(static_cast<IPin*>(this), object);
@@ -65,11 +60,11 @@ HRESULT CBasePin::NonDelegatingQueryInterface(REFIID iid, void** object) {
 }
 
 ULONG CBasePin::NonDelegatingAddRef() {
-  return m_filter.AddRef();
+  return m_host.Face().AddRef();
 }
 
 ULONG CBasePin::NonDelegatingRelease() {
-  return m_filter.Release();
+  return m_host.Face().Release();
 }
 
 HRESULT CBasePin::SetMediaType(const CMediaType& type) {
@@ -108,10 +103,10 @@ bool CBasePin::IsConnected() const {
 
 HRESULT CBasePin::Connect(IPin* peer, const AM_MEDIA_TYPE* type) {
   if (peer == nullptr) return E_POINTER;
-  const CAutoLock lock(m_filter.StateLock());
-  if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-  if (!m_filter.IsStopped()) return VFW_E_NOT_STOPPED;
-  return AtEdge([&] { return AgreeMediaType(peer, type); });
+  return m_host.ChangeState([&]() -> HRESULT {
+    if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
+    return m_host.State() == State_Stopped ? AgreeMediaType(peer, type) : VFW_E_NOT_STOPPED;
+  });
 }
 
 // A type that names everything is the only one tried. Otherwise it narrows the choice down: what the peer
@@ -178,12 +173,13 @@ HRESULT CBasePin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
 }
 
 HRESULT CBasePin::Disconnect() {
-  const CAutoLock lock(m_filter.StateLock());
-  if (!m_filter.IsStopped()) return VFW_E_NOT_STOPPED;
-  if (!IsConnected()) return S_FALSE;
-  const HRESULT result = AtEdge([&] { return BreakConnect(); });
-  SetPeer(nullptr);
-  return FAILED(result) ? result : S_OK;
+  return m_host.ChangeState([&]() -> HRESULT {
+    if (m_host.State() != State_Stopped) return VFW_E_NOT_STOPPED;
+    if (!IsConnected()) return S_FALSE;
+    const HRESULT result = AtEdge([&] { return BreakConnect(); });
+    SetPeer(nullptr);
+    return FAILED(result) ? result : S_OK;
+  });
 }
 
 HRESULT CBasePin::ConnectedTo(IPin** peer) {
@@ -202,7 +198,7 @@ HRESULT CBasePin::ConnectionMediaType(AM_MEDIA_TYPE* type) {
 
 HRESULT CBasePin::QueryPinInfo(PIN_INFO* info) {
   if (info == nullptr) return E_POINTER;
-  info->pFilter = ComPointer<IBaseFilter>(&m_filter).Detach();
+  info->pFilter = ComPointer<IBaseFilter>(&m_host.Face()).Detach();
   info->dir = m_direction;
   info->achName[m_name.copy(info->achName, std::size(info->achName) - 1)] = L'\0';
   return S_OK;
@@ -225,7 +221,15 @@ HRESULT CBasePin::QueryId(LPWSTR* id) {
 
 HRESULT CBasePin::QueryAccept(const AM_MEDIA_TYPE* type) {
   if (type == nullptr) return E_POINTER;
-  return AtEdge([&] { return CheckMediaType(CMediaType(*type)); }) == S_OK ? S_OK : S_FALSE;
+  return AtEdge([&] { return AcceptsNow(CMediaType(*type)) ? S_OK : S_FALSE; }) == S_OK ? S_OK : S_FALSE;
+}
+
+bool CBasePin::AcceptsNow(const CMediaType& type) {
+  {
+    const std::lock_guard lock(m_connectionLock);
+    if (m_peer) return m_type == type;
+  }
+  return CheckMediaType(type) == S_OK;
 }
 
 HRESULT CBasePin::EnumMediaTypes(IEnumMediaTypes** enumerator) {

@@ -7,22 +7,20 @@
 
 #include "module/com_pointer.h"
 #include "module/media_type.h"
-#include "module/state_lock.h"
+#include "module/pin_host.h"
 #include "module/unknown.h"
 
 namespace kt {
 
-class CBaseFilter;
-
-/// A pin of a filter, which owns it: references on the pin are references on the filter, while the identity
-/// is the pin's own.
+/// A pin of a filter, its host, which owns it: references on the pin are references on the filter, while the
+/// identity is the pin's own.
 ///
 /// The connection changes under the filter's state lock and in the stopped state only; that it stands, to
 /// whom and with what type, can be asked without that lock.
 class CBasePin : public CUnknown, public IPin, public IQualityControl {
  public:
   /// `name` is what graphs show; pins may share it. `id` tells the filter's pins apart.
-  CBasePin(CBaseFilter& filter, PIN_DIRECTION direction, std::wstring name, std::wstring id);
+  CBasePin(CPinHost& host, PIN_DIRECTION direction, std::wstring name, std::wstring id);
   DECLARE_IUNKNOWN
   HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
   ULONG NonDelegatingAddRef() override;
@@ -60,6 +58,7 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
   HRESULT STDMETHODCALLTYPE QueryPinInfo(PIN_INFO* info) override;
   HRESULT STDMETHODCALLTYPE QueryDirection(PIN_DIRECTION* direction) override;
   HRESULT STDMETHODCALLTYPE QueryId(LPWSTR* id) override;
+  /// What a connection carries never changes: while it stands, its own type is the only one accepted.
   HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE* type) override;
   HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** enumerator) override;
   HRESULT STDMETHODCALLTYPE QueryInternalConnections(IPin** pins, ULONG* count) override;
@@ -77,7 +76,7 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
   const std::wstring& Id() const { return m_id; }
 
  protected:
-  CBaseFilter& Filter() const { return m_filter; }
+  CPinHost& Host() const { return m_host; }
   /// The pin at the other end, not counted; null without one. To be used under the state lock and by workers,
   /// during whose run the connection stands.
   IPin* Peer() const { return m_peer.Get(); }
@@ -85,12 +84,13 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
   void SetPeer(IPin* peer);
 
  private:
+  bool AcceptsNow(const CMediaType& type);
   HRESULT AgreeMediaType(IPin* peer, const AM_MEDIA_TYPE* wanted);
   HRESULT TryTypes(IPin* peer, const AM_MEDIA_TYPE* wanted, IPin* source);
   HRESULT AttemptConnection(IPin* peer, const CMediaType& type);
   HRESULT Negotiate(IPin* peer, const CMediaType& type);
 
-  CBaseFilter& m_filter;
+  CPinHost& m_host;
   const PIN_DIRECTION m_direction;
   const std::wstring m_name;
   const std::wstring m_id;

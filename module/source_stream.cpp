@@ -4,18 +4,19 @@
 #include <vfwmsgs.h>
 
 #include "module/com_edge.h"
-#include "module/source.h"
 
 namespace kt {
 namespace {
 
 // How long a worker that gets no buffer waits for a request before it tries again.
 constexpr DWORD kRetryMilliseconds = 10;
+// After so many tries, some five seconds, it gives up. A stop of the whole graph may take that long.
+constexpr int kMostRetries = 500;
 
 }  // namespace
 
-CSourceStream::CSourceStream(CSource& source, std::wstring name)
-    : CBaseOutputPin(source, PINDIR_OUTPUT, std::move(name), std::to_wstring(source.GetPinCount() + 1)) {}
+CSourceStream::CSourceStream(CPinHost& host, std::wstring name)
+    : CBaseOutputPin(host, PINDIR_OUTPUT, std::move(name), std::to_wstring(host.GetPinCount() + 1)) {}
 
 CSourceStream::~CSourceStream() {
   EndWorker();
@@ -85,6 +86,7 @@ void CSourceStream::ServeRequests() {
 
 // Ends with CMD_STOP or CMD_EXIT, left for the caller to answer, or with the stream.
 void CSourceStream::DeliverUntilStopped() {
+  m_missedBuffers = 0;
   AtEdge([&] { return OnThreadStartPlay(); });
   for (;;) {
     DWORD request = 0;
@@ -102,20 +104,25 @@ void CSourceStream::DeliverUntilStopped() {
 
 CSourceStream::Step CSourceStream::DeliverOne() {
   ComPointer<IMediaSample> sample;
-  if (FAILED(GetDeliveryBuffer(sample.Put())) || !sample) {
-    // Usually the stop is under way that has taken the buffers back.
-    WaitForRequest(kRetryMilliseconds);
-    return Step::Continue;
-  }
+  const HRESULT got = GetDeliveryBuffer(sample.Put());
+  if (FAILED(got) || !sample) return WaitForBuffers(FAILED(got) ? got : E_UNEXPECTED);
+  m_missedBuffers = 0;
   const HRESULT filled = AtEdge([&] { return FillBuffer(sample.Get()); });
   if (filled == S_OK) return Deliver(sample.Get()) == S_OK ? Step::Continue : Step::Ended;
   sample.Reset();
   return EndStream(filled);
 }
 
+// Usually the stop or the flush is under way that has taken the buffers back.
+CSourceStream::Step CSourceStream::WaitForBuffers(HRESULT failure) {
+  if (++m_missedBuffers > kMostRetries) return EndStream(failure);
+  WaitForRequest(kRetryMilliseconds);
+  return Step::Continue;
+}
+
 CSourceStream::Step CSourceStream::EndStream(HRESULT failure) {
   DeliverEndOfStream();
-  if (FAILED(failure)) Filter().NotifyEvent(EC_ERRORABORT, failure, 0);
+  if (FAILED(failure)) Host().NotifyEvent(EC_ERRORABORT, failure, 0);
   return Step::Ended;
 }
 

@@ -5,8 +5,6 @@
 
 namespace kt {
 
-class CSource;
-
 /// A source's pin: its worker fills samples and delivers them, from the moment the filter leaves the stopped
 /// state until it returns there.
 ///
@@ -15,7 +13,8 @@ class CSourceStream : public CBaseOutputPin, public CAMThread {
  public:
   enum Command : DWORD { CMD_INIT, CMD_PAUSE, CMD_RUN, CMD_STOP, CMD_EXIT };
 
-  CSourceStream(CSource& source, std::wstring name);
+  /// The pin that comes next in its host, whose identifier is its number from 1 on.
+  CSourceStream(CPinHost& host, std::wstring name);
   ~CSourceStream() override;
 
   HRESULT Active() override;
@@ -41,7 +40,11 @@ class CSourceStream : public CBaseOutputPin, public CAMThread {
   void ServeRequests();
   void DeliverUntilStopped();
   Step DeliverOne();
+  Step WaitForBuffers(HRESULT failure);
   Step EndStream(HRESULT failure);
+
+  /// How often in a row the worker has got no buffer.
+  int m_missedBuffers = 0;
 };
 
 }  // namespace kt

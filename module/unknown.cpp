@@ -29,8 +29,8 @@ ULONG CUnknown::NonDelegatingRelease() {
   if (left == 0) {
     // While it goes the object may hand itself out once more; that must not make it go twice.
     m_references = 1;
+    m_owner = &m_identity;
     FinalRelease();
-    delete this;
   }
   return left;
 }

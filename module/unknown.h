@@ -31,9 +31,10 @@ class CUnknown {
   virtual ULONG NonDelegatingRelease();
 
  protected:
-  /// The count has come to 0: the last moment at which the object is whole. A reference that is taken here
-  /// and given back does no harm.
-  virtual void FinalRelease() noexcept {}
+  /// The count has come to 0: deletes the object. An override has the last moment at which the object is
+  /// whole, and may put the end off; a reference that is taken until then and given back does no harm. The
+  /// owner may go before a part whose end is put off, so the part owns itself from here on.
+  virtual void FinalRelease() noexcept { delete this; }
 
  private:
   class CIdentity final : public IUnknown {
@@ -49,7 +50,7 @@ class CUnknown {
   };
 
   CIdentity m_identity;
-  IUnknown* const m_owner;
+  std::atomic<IUnknown*> m_owner;
   std::atomic<ULONG> m_references{0};
 };
 

@@ -45,7 +45,22 @@ void CAMThread::Close() {
   CloseHandle(m_thread);
   m_thread = nullptr;
   m_threadId = 0;
+  SetLogicalThread({});
   m_exists = false;
+}
+
+void CAMThread::SetLogicalThread(const GUID& thread) {
+  const std::lock_guard lock(m_logicalLock);
+  m_logicalThread = thread;
+}
+
+bool CAMThread::IsCaller() const {
+  if (!m_exists) return false;
+  if (GetCurrentThreadId() == m_threadId) return true;
+  GUID caller = {};
+  if (FAILED(CoGetCurrentLogicalThreadId(&caller)) || caller == GUID{}) return false;
+  const std::lock_guard lock(m_logicalLock);
+  return caller == m_logicalThread;
 }
 
 HRESULT CAMThread::CallWorker(DWORD request) {
@@ -85,7 +100,10 @@ void CAMThread::Reply(HRESULT reply) {
 
 DWORD WINAPI CAMThread::Run(void* self) {
   const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-  AtEdge([&] { return static_cast<CAMThread*>(self)->ThreadProc(); });
+  auto* const thread = static_cast<CAMThread*>(self);
+  GUID logical = {};
+  if (SUCCEEDED(CoGetCurrentLogicalThreadId(&logical))) thread->SetLogicalThread(logical);
+  AtEdge([&] { return thread->ThreadProc(); });
   if (SUCCEEDED(com)) CoUninitialize();
   return 0;
 }

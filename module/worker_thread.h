@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <mutex>
 
 #include "module/state_lock.h"
 
@@ -29,6 +30,9 @@ class CAMThread {
   void Close();
   /// From `Create` to `Close`, whether the thread has returned or not.
   bool ThreadExists() const { return m_exists; }
+  /// Whether the call at hand comes out of this thread: on it, or on another one that serves a COM call of
+  /// its.
+  bool IsCaller() const;
   /// Hands the thread a request and answers its reply. E_FAIL without a thread and when the thread ends
   /// instead of replying; E_UNEXPECTED for a call from the thread itself.
   HRESULT CallWorker(DWORD request);
@@ -51,12 +55,16 @@ class CAMThread {
 
  private:
   static DWORD WINAPI Run(void* self);
+  void SetLogicalThread(const GUID& thread);
 
   // Held by the caller across request and reply.
   CCritSec m_access;
   HANDLE m_thread = nullptr;
   std::atomic<bool> m_exists{false};
   std::atomic<DWORD> m_threadId{0};
+  /// What COM calls the thread and the calls that it makes; none without a thread.
+  mutable std::mutex m_logicalLock;
+  GUID m_logicalThread = {};
   // Written before the event that tells of them is set, read after it.
   DWORD m_request = 0;
   HRESULT m_reply = S_OK;

@@ -53,8 +53,10 @@ HRESULT CMP4FileReaderFilter::NonDelegatingQueryInterface(REFIID iid, void** obj
 
 HRESULT CMP4FileReaderFilter::JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) {
   return AtEdge([&] {
-    if (graph != nullptr && HasCompanion(graph)) m_source.SetSecondInstance(IsNtPlatform());
-    return CSource::JoinFilterGraph(graph, name);
+    const bool hasCompanion = graph != nullptr && HasCompanion(graph);
+    const HRESULT result = CSource::JoinFilterGraph(graph, name);
+    if (SUCCEEDED(result) && hasCompanion) m_source.SetSecondInstance(IsNtPlatform());
+    return result;
   });
 }
 
@@ -72,7 +74,8 @@ bool CMP4FileReaderFilter::HasCompanion(IFilterGraph* graph) {
 }
 
 HRESULT CMP4FileReaderFilter::Load(LPCOLESTR name, const AM_MEDIA_TYPE*) {
-  return AtEdge([&] {
+  // No worker runs: none reads what is loaded here.
+  return ChangeWhileStopped([&] {
     // No name is refused like one that leads nowhere.
     const std::wstring given(name != nullptr ? name : L"");
     const std::string path = ToCodePage(given.c_str());

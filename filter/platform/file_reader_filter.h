@@ -37,6 +37,7 @@ class CMP4FileReaderFilter final : public CSource,
   HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override;
 
   // IFileSourceFilter
+  /// VFW_E_WRONG_STATE on a filter that is not stopped, and while another `Load` shows one of its messages.
   HRESULT STDMETHODCALLTYPE Load(LPCOLESTR name, const AM_MEDIA_TYPE* type) override;
   HRESULT STDMETHODCALLTYPE GetCurFile(LPOLESTR* name, AM_MEDIA_TYPE* type) override;
 

@@ -109,7 +109,9 @@ IMetadataStorage : public IUnknown {
   /// Takes the oldest text: S_OK; S_FALSE when there is none, with the outputs untouched; E_INVALIDARG for
   /// other types than 1 and 2; E_OUTOFMEMORY, with the text left in the queue. `text`, in the system's code
   /// page, is to be freed with CoTaskMemFree. `time` is in 100 ns units: for captions the position in the
-  /// file, for metadata texts the time since the last seek.
+  /// file, for metadata texts the time since the last seek. It is to be read as a signed number (INT64): a
+  /// text between the sync sample, from which a seek goes on, and the position that was sought has a time
+  /// below 0.
   virtual HRESULT STDMETHODCALLTYPE GetItem(UINT32 type, UINT64 * time, char** text) = 0;
 };
 
@@ -128,6 +130,14 @@ constexpr GUID IID_ICaptionCallback = {
 
 /// Called with each text, on a streaming thread: as long as a call takes, its pin does not deliver. The texts
 /// belong to the caller; what a call answers is not looked at.
+///
+/// Out of such a call, and out of whatever else a streaming thread of the filter calls (a renderer's
+/// `Receive`), the filter can be asked anything, but not be changed: `Run`, `Pause`, `Stop`, `SetPositions`,
+/// `Load`, `Connect`, `Disconnect` and joining a graph answer VFW_E_WRONG_STATE, on the streaming thread
+/// itself and on a thread that serves the call for another apartment. Post a message to a thread of your own
+/// and do it there. A third thread may change the filter meanwhile, and its change then waits until the call
+/// returns: a call that in its turn waits for that thread never does. The last reference may be given back in
+/// the call: the filter then stops and goes on another thread as soon as the call has returned.
 MIDL_INTERFACE("0714c3fd-e0d2-4189-8d23-392d9fcafc97")
 ICaptionCallback : public IUnknown {
  public:

@@ -52,24 +52,15 @@ TEST_F(ConnectionTest, TriesTypesInOrder) {
     const HRESULT known = pair.source->Pin().ConnectionMediaType(&taken);
     EXPECT_EQ(known, result == S_OK ? S_OK : VFW_E_NOT_CONNECTED);
     EXPECT_EQ(taken.subtype, expected);
+    // A type that could have been taken is not delivered over a connection with another one.
+    for (const int position : {0, 1}) {
+      CMediaType offered;
+      ASSERT_EQ(pair.source->Pin().GetMediaType(position, &offered), S_OK);
+      EXPECT_EQ(pair.source->Pin().QueryAccept(&offered),
+                result != S_OK || offered == taken ? S_OK : S_FALSE);
+    }
     FreeMediaType(taken);
   }
-}
-
-TEST_F(ConnectionTest, CopiesOfTypesAreDeepAndOntoItselfHarmless) {
-  Held<CCountingSource> source;
-  CMediaType type, copy;
-  ASSERT_EQ(source->Pin().GetMediaType(1, &type), S_OK);
-  // The object that comes along is counted: the test's end finds it gone.
-  type.pUnk = ComPointer<IBaseFilter>(&*source).Detach();
-  ASSERT_EQ(source->Pin().GetMediaType(0, &copy), S_OK);
-  copy = type;
-  const CMediaType& alias = type;
-  type = alias;
-  EXPECT_TRUE(type == copy);
-  type.pbFormat[0] = 8;
-  EXPECT_EQ(copy.pbFormat[0], 1);
-  EXPECT_FALSE(type == copy);
 }
 
 TEST_F(ConnectionTest, AgreesOnAnAllocator) {
@@ -124,7 +115,13 @@ TEST_F(ConnectionTest, ChangesInTheStoppedStateOnly) {
   EXPECT_EQ(pin.EndFlush(), E_UNEXPECTED);
 }
 
-TEST_F(ConnectionTest, PinEnumeratorsNoticeAChange) {
+// And they outlive every other reference on what they list.
+TEST_F(ConnectionTest, EnumeratorsNoticeAChange) {
+  ComPointer<IEnumMediaTypes> types;
+  EXPECT_EQ(Held<CCountingSource>()->Pin().EnumMediaTypes(types.Put()), S_OK);
+  EXPECT_EQ(types->Skip(2), S_OK);
+  EXPECT_EQ(types->Skip(1), S_FALSE);
+
   Held<CCountingSource> source;
   ComPointer<IEnumPins> pins;
   ASSERT_EQ(source->EnumPins(pins.Put()), S_OK);
@@ -138,7 +135,6 @@ TEST_F(ConnectionTest, PinEnumeratorsNoticeAChange) {
   source->AddAnotherPin();
   ComPointer<IEnumPins> clone;
   EXPECT_EQ(pins->Next(1, got, &count), VFW_E_ENUM_OUT_OF_SYNC);
-  EXPECT_EQ(count, 0u);
   EXPECT_EQ(pins->Skip(1), VFW_E_ENUM_OUT_OF_SYNC);
   ASSERT_EQ(pins->Clone(clone.Put()), S_OK);
   EXPECT_EQ(clone->Next(1, got, &count), VFW_E_ENUM_OUT_OF_SYNC);
@@ -152,19 +148,6 @@ TEST_F(ConnectionTest, PinEnumeratorsNoticeAChange) {
   EXPECT_EQ(found.Get(), got[0]);
   EXPECT_EQ(source->FindPin(L"3", found.Put()), VFW_E_NOT_FOUND);
   got[0]->Release();
-}
-
-// An enumerator outlives every other reference on what it lists.
-TEST_F(ConnectionTest, TypeEnumeratorsKeepTheirPin) {
-  ComPointer<IEnumMediaTypes> types;
-  EXPECT_EQ(Held<CCountingSource>()->Pin().EnumMediaTypes(types.Put()), S_OK);
-  EXPECT_EQ(types->Skip(1), S_OK);
-  AM_MEDIA_TYPE* got[2] = {};
-  ULONG count = 0;
-  EXPECT_EQ(types->Next(2, got, &count), S_FALSE);
-  ASSERT_EQ(count, 1u);
-  EXPECT_EQ(got[0]->subtype, kSecondSubtype);
-  DeleteMediaType(got[0]);
 }
 
 }  // namespace

@@ -15,8 +15,11 @@ class PlayingFrameTest : public FrameTest {};
 // A fault while filling ends the stream and then aborts the play; nothing of it leaves the worker.
 TEST_F(PlayingFrameTest, AFailureEndsTheStreamAndAbortsThePlay) {
   const Deadline deadline("failing to fill");
+  CRecordingPin* input = nullptr;
   const std::pair<std::function<HRESULT()>, HRESULT> cases[] = {
       {[] { return E_ACCESSDENIED; }, E_ACCESSDENIED},
+      // No further buffers, without a stop.
+      {[&] { return input->TakenAllocator()->Decommit(); }, VFW_E_NOT_COMMITTED},
       {[]() -> HRESULT { throw std::bad_alloc(); }, E_OUTOFMEMORY},
       {[]() -> HRESULT { throw 3; }, E_UNEXPECTED},
   };
@@ -27,6 +30,7 @@ TEST_F(PlayingFrameTest, AFailureEndsTheStreamAndAbortsThePlay) {
     ASSERT_EQ(graph.m_builder->AddFilter(&*pair.source, L"Source"), S_OK);
     ASSERT_EQ(graph.m_builder->AddFilter(&*pair.sink, L"Sink"), S_OK);
     pair.source->Pin().m_fill = fill;
+    input = &pair.sink->Pin();
     ASSERT_EQ(pair.Connect(), S_OK);
     EXPECT_TRUE(SUCCEEDED(graph.m_control->Run()));
     HRESULT failure = S_OK;
@@ -34,7 +38,8 @@ TEST_F(PlayingFrameTest, AFailureEndsTheStreamAndAbortsThePlay) {
       if (code == EC_ERRORABORT) failure = static_cast<HRESULT>(first);
     }));
     EXPECT_EQ(failure, told);
-    EXPECT_EQ(pair.sink->Pin().Events(), (std::vector<SinkEvent>{{SinkEvent::EndOfStream, 0}}));
+    EXPECT_EQ(input->Count(SinkEvent::EndOfStream), 1u);
+    EXPECT_EQ(input->Count(SinkEvent::Sample), told == VFW_E_NOT_COMMITTED ? 1u : 0u);
     EXPECT_EQ(graph.m_control->Stop(), S_OK);
     // A filter that is taken out must not keep its pointer to the graph.
     EXPECT_EQ(graph.m_builder->RemoveFilter(&*pair.source), S_OK);
@@ -80,40 +85,59 @@ TEST_F(PlayingFrameTest, StopsWhileTheWorkerWaitsForABuffer) {
   }
 }
 
-// Released while it plays, a source ends its worker while it is whole.
+// Released while it plays, a source ends its worker while it is whole; out of the worker that is another
+// thread's work.
 TEST_F(PlayingFrameTest, AReleasedSourceStopsItself) {
   const Deadline deadline("release while playing");
-  for (int i = 0; i < 20; ++i) {
-    Held<CRecordingSink> sink;
-    {
-      Held<CCountingSource> source;
-      ASSERT_EQ(source->Pin().Connect(&sink->Pin(), nullptr), S_OK);
-      sink->Run(0);
-      source->Run(0);
-      // The sink's reference on the source's pin has to go for the source to go.
-      sink->Pin().ForgetPeer();
+  for (const bool byWorker : {false, true}) {
+    for (int i = 0; i < 20; ++i) {
+      CCountingSource* source = nullptr;
+      CRecordingPin* input = nullptr;
+      const auto release = [&] {
+        // The sink's reference on the source's pin has to go for the source to go.
+        input->ForgetPeer();
+        source->NonDelegatingRelease();
+      };
+      {
+        const Held<CRecordingSink> sink(SinkScript{.m_receive = [&](ULONG number) {
+          if (byWorker && number == 3) release();
+          return S_OK;
+        }});
+        input = &sink->Pin();
+        source = new CCountingSource;
+        source->NonDelegatingAddRef();
+        ASSERT_EQ(source->Pin().Connect(input, nullptr), S_OK);
+        EXPECT_EQ(sink->Run(0), S_OK);
+        EXPECT_EQ(source->Run(0), S_OK);
+        if (!byWorker) release();
+      }
+      ASSERT_TRUE(Eventually([] { return !IsModuleHeld(); }));
     }
-    sink->Stop();
   }
 }
 
-TEST_F(PlayingFrameTest, StreamTimeCountsWhileRunningWithAClockOnly) {
-  ComPointer<IReferenceClock> clock;
-  ASSERT_EQ(CoCreateInstance(CLSID_SystemClock, nullptr, CLSCTX_INPROC_SERVER, IID_IReferenceClock,
-                             clock.PutVoid()),
-            S_OK);
-  REFERENCE_TIME now = 0;
-  ASSERT_TRUE(SUCCEEDED(clock->GetTime(&now)));
-  constexpr REFERENCE_TIME kHour = 36'000'000'000;
-  Held<CCountingSource> source;
-  EXPECT_EQ(source->Run(now - kHour), S_OK);
-  EXPECT_EQ(source->StreamTime(), 0);
-  EXPECT_EQ(source->SetSyncSource(clock.Get()), S_OK);
-  EXPECT_GE(source->StreamTime(), kHour);
-  EXPECT_LT(source->StreamTime(), 2 * kHour);
-  source->Pause();
-  EXPECT_EQ(source->StreamTime(), 0);
-  source->Stop();
+// Each would wait for the worker that makes the call. To leave a graph takes no wait.
+TEST_F(PlayingFrameTest, AWorkerChangesNothing) {
+  const Deadline deadline("changes by a worker");
+  CCountingSource* source = nullptr;
+  std::vector<HRESULT> answers;
+  std::atomic<bool> answered{false};
+  SourceAndSink pair(SinkScript{.m_receive = [&](ULONG number) {
+    CCountingPin& pin = source->Pin();
+    if (number == 1) {
+      answers = {source->Stop(), source->Pause(), source->Run(0), pin.Disconnect(),
+                 pin.Connect(&pin, nullptr)};
+      EXPECT_EQ(source->JoinFilterGraph(nullptr, nullptr), S_OK);
+      answered = true;
+    }
+    return S_OK;
+  }});
+  source = &*pair.source;
+  ASSERT_EQ(pair.Connect(), S_OK);
+  EXPECT_EQ(pair.Run(), S_OK);
+  EXPECT_TRUE(Eventually([&] { return answered.load(); }));
+  EXPECT_EQ(answers, std::vector<HRESULT>(5, VFW_E_WRONG_STATE));
+  EXPECT_EQ(source->State(), State_Running);
 }
 
 }  // namespace

@@ -70,10 +70,10 @@ HRESULT CRecordingPin::EndOfStream() {
 void CRecordingPin::AnnounceEnd() {
   {
     const std::lock_guard lock(m_lock);
-    if (!m_endDue || Filter().State() != State_Running) return;
+    if (!m_endDue || Host().State() != State_Running) return;
     m_endDue = false;
   }
-  Filter().NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(static_cast<IBaseFilter*>(&Filter())));
+  Host().NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(&Host().Face()));
 }
 
 HRESULT CRecordingPin::BeginFlush() {
@@ -94,7 +94,8 @@ HRESULT CRecordingPin::EndFlush() {
   return S_OK;
 }
 
-HRESULT CRecordingPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME, double) {
+HRESULT CRecordingPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME, double rate) {
+  m_segmentRate = rate;
   const std::lock_guard lock(m_lock);
   m_events.push_back({SinkEvent::NewSegment, static_cast<ULONG>(start)});
   return S_OK;

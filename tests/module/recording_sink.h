@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -72,6 +73,8 @@ class CRecordingPin final : public CBasePin, public IMemInputPin {
   std::size_t Count(SinkEvent::Kind kind);
   bool IsBlocked();
   void ForgetPeer() { SetPeer(nullptr); }
+  /// That of the last segment.
+  double SegmentRate() const { return m_segmentRate; }
   /// Tells the graph that the stream has ended, once, when it has and the sink is running.
   void AnnounceEnd();
   IMemAllocator* TakenAllocator() const { return m_taken.Get(); }
@@ -93,6 +96,7 @@ class CRecordingPin final : public CBasePin, public IMemInputPin {
   bool m_endDue = false;
   std::vector<ComPointer<IMediaSample>> m_kept;
   std::vector<SinkEvent> m_events;
+  std::atomic<double> m_segmentRate{1.0};
 };
 
 /// A renderer with one pin that records what comes and announces the end to its graph.

@@ -35,7 +35,9 @@ class CStandInOutput final : public CBaseOutputPin {
                                  m_positions.PutVoid()),
                 S_OK);
       EXPECT_EQ(m_positions->QueryInterface(IID_ISeekingPassThru, passThru.PutVoid()), S_OK);
-      passThru->Init(FALSE, Filter().GetPin(0));
+      ComPointer<IPin> first;
+      Host().Face().FindPin(L"Pin0", first.Put());
+      passThru->Init(FALSE, first.Get());
     }
     return m_positions->QueryInterface(iid, object);
   }
@@ -107,8 +109,7 @@ class CStandInInput final : public CBasePin, public IMemInputPin {
   HRESULT STDMETHODCALLTYPE EndOfStream() override {
     const std::lock_guard lock(m_workLock);
     if (m_shared.output == nullptr) {
-      auto* self = static_cast<IBaseFilter*>(&Filter());
-      return Filter().NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(self));
+      return Host().NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(&Host().Face()));
     }
     if (m_shared.work && !m_refusing) m_shared.work->EndOfStream(*m_shared.output);
     return m_shared.output->DeliverEndOfStream();
