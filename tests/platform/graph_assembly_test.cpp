@@ -230,6 +230,7 @@ const AssemblyRow kRows[] = {
     {"captions, no picture", "l", {{Line21, NoOutput}}, "80004005", kNoPicture},
 
     {"video and captions", "vl", {}, "ok ok", kBothOnVmr9},
+    {"captions and video", "lv", {}, "ok ok", kBothOnVmr9},
     {"captions switched off", "vl", {}, "ok", kOnVmr7, L"&cc=off&vmr9=0"},
     {"captions as texts", "vl", {}, "ok ok", kBothOnVmr9, L"&cc=on"},
     {"both without the VMR-9", "vl", {}, "ok ok", kBothOnShared7, L"&vmr9=0"},

@@ -57,50 +57,25 @@ class Frame {
   /// The platform puts words of its own around the caption.
   HWND Window() {
     HWND window = nullptr;
-    EnumWindows(
-        [](HWND top, LPARAM found) -> WINBOOL {
-          wchar_t title[100] = {};
-          GetWindowTextW(top, title, static_cast<int>(std::size(title)));
-          if (std::wcsstr(title, kCaption) == nullptr) return TRUE;
-          *reinterpret_cast<HWND*>(found) = top;
-          return FALSE;
-        },
-        reinterpret_cast<LPARAM>(&window));
+    EnumWindows(IsOther, reinterpret_cast<LPARAM>(&window));
     return window;
   }
 
  private:
+  static WINBOOL CALLBACK IsOther(HWND top, LPARAM found) {
+    wchar_t title[100] = {};
+    GetWindowTextW(top, title, static_cast<int>(std::size(title)));
+    if (std::wcsstr(title, kCaption) == nullptr) return TRUE;
+    *reinterpret_cast<HWND*>(found) = top;
+    return FALSE;
+  }
+
   CAUUID m_pages = {};
   HRESULT m_result = E_FAIL;
   std::thread m_thread;
 };
 
 using PagesTest = SourceTest;
-
-/// In place of what is typed: the upper of the buttons beside the number.
-constexpr const wchar_t* kUp = L"up";
-
-struct PageRow {
-  const wchar_t* file;
-  /// What is typed for the track, and what is shown then.
-  std::vector<std::pair<const wchar_t*, const char*>> typed;
-};
-
-// The tracks and the movie's ticks per second; number and type of a track, its samples, ticks per second and
-// milliseconds. Beyond the last track there is nothing to tell, which is no failure; text that is no number
-// leaves what was shown.
-const PageRow kRows[] = {
-    {L"bframes-aac.mp4",
-     {{nullptr, "2 1000 | 1 Video 100 12800 4000"},
-      {L"2", "2 1000 | 2 Audio 174 44100 4000"},
-      {L"", "2 1000 | 2 Audio 174 44100 4000"},
-      {L"3", "2 1000 | 0  0 0 0"},
-      {L"1", "2 1000 | 1 Video 100 12800 4000"},
-      {kUp, "2 1000 | 2 Audio 174 44100 4000"}}},
-    {L"aac.m4a", {{nullptr, "1 1000 | 1 Audio 66 22050 3000"}}},
-    {L"h263.3gp", {{nullptr, "1 1000 | 1 Video 45 61440 3000"}}},
-    {nullptr, {{nullptr, "0 1000 | 0  0 0 0"}, {L"2", "0 1000 | 0  0 0 0"}}},
-};
 
 /// What the labels of the track page say.
 std::string LabelsOf(HWND page) {
@@ -112,23 +87,66 @@ std::string LabelsOf(HWND page) {
   return text;
 }
 
+// The tracks and the movie's ticks per second; number and type of a track, its samples, ticks per second and
+// milliseconds. Beyond the last track there is nothing to tell, which is no failure; text that is no number
+// leaves what was shown.
 TEST_F(PagesTest, ShowWhatTheFileHas) {
-  for (const PageRow& row : kRows) {
-    PlayedSource source;
-    EXPECT_TRUE(row.file == nullptr || source.Load(MediaFile(row.file)) == S_OK);
+  const std::string first = "2 1000 | 1 Video 100 12800 4000", second = "2 1000 | 2 Audio 174 44100 4000";
+  const std::pair<const wchar_t*, std::string> kTyped[] = {
+      {L"2", second}, {L"", second}, {L"3", "2 1000 | 0  0 0 0"}, {L"1", first}};
+  PlayedSource source;
+  {
     Frame frame(source.Filter());
-    const HWND page = frame.Page(1);
-    ASSERT_NE(page, nullptr);
-    EXPECT_EQ(TextOf(page, EDIT_TRACK), "1");
-    for (const auto& [typed, shown] : row.typed) {
-      if (typed == kUp) SendDlgItemMessageW(page, SPIN_TRACK, UDM_SETPOS32, 0, 2);
-      if (typed != nullptr && typed != kUp) SetDlgItemTextW(page, EDIT_TRACK, typed);
-      EXPECT_EQ(LabelsOf(page), shown);
-    }
-    int last = 0;
-    SendDlgItemMessageW(page, SPIN_TRACK, UDM_GETRANGE32, 0, reinterpret_cast<LPARAM>(&last));
-    EXPECT_EQ(std::to_string(last), TextOf(page, LABEL_TRACK_COUNT));
+    EXPECT_EQ(LabelsOf(frame.Page(1)), "0 1000 | 0  0 0 0");
   }
+  EXPECT_EQ(source.Load(MediaFile(L"bframes-aac.mp4")), S_OK);
+  Frame frame(source.Filter());
+  const HWND page = frame.Page(1);
+  ASSERT_NE(page, nullptr);
+  EXPECT_EQ(TextOf(page, EDIT_TRACK), "1");
+  EXPECT_EQ(LabelsOf(page), first);
+  for (const auto& [typed, shown] : kTyped) {
+    SetDlgItemTextW(page, EDIT_TRACK, typed);
+    EXPECT_EQ(LabelsOf(page), shown);
+  }
+  // As the upper of the buttons beside the number does it.
+  SendDlgItemMessageW(page, SPIN_TRACK, UDM_SETPOS32, 0, 2);
+  EXPECT_EQ(LabelsOf(page), second);
+  int last = 0;
+  SendDlgItemMessageW(page, SPIN_TRACK, UDM_GETRANGE32, 0, reinterpret_cast<LPARAM>(&last));
+  EXPECT_EQ(last, 2);
+}
+
+// Frames differ in what they call twice, and in which order. A page that was refused its object, be it a
+// second one, leaves no window.
+TEST_F(PagesTest, LiveThroughTheOrderOfTheirFrame) {
+  PlayedSource source;
+  const Held<CRecordingSink> sink;
+  IUnknown* object = source.Filter();
+  IUnknown* other = static_cast<IBaseFilter*>(&*sink);
+  ComPointer<IPropertyPage> page;
+  ASSERT_EQ(CoCreateInstance(::CLSID_KtMp4FileReaderPropertyPage, nullptr, CLSCTX_INPROC_SERVER,
+                             IID_IPropertyPage, page.PutVoid()),
+            S_OK);
+  const auto activate = [&] {
+    const RECT place = {10, 20, 210, 140};
+    return page->Activate(GetDesktopWindow(), &place, FALSE);
+  };
+  EXPECT_EQ(activate(), E_UNEXPECTED) << "without an object";
+  EXPECT_EQ(page->SetObjects(1, nullptr), E_POINTER);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(page->SetObjects(1, &other), E_NOINTERFACE);
+    EXPECT_EQ(activate(), E_UNEXPECTED);
+    EXPECT_EQ(page->SetObjects(1, &object), S_OK);
+  }
+  EXPECT_EQ(activate(), S_OK);
+  EXPECT_EQ(activate(), E_UNEXPECTED);
+  EXPECT_EQ(page->Show(SW_MAXIMIZE), E_INVALIDARG);
+  EXPECT_EQ(page->Deactivate(), S_OK);
+  EXPECT_EQ(page->Deactivate(), E_UNEXPECTED);
+  EXPECT_EQ(page->SetObjects(0, nullptr), S_OK);
+  EXPECT_EQ(page->SetObjects(0, nullptr), E_UNEXPECTED);
+  EXPECT_EQ(activate(), E_UNEXPECTED);
 }
 
 TEST_F(PagesTest, TellWhatTheFilterIs) {
@@ -149,6 +167,17 @@ TEST_F(PagesTest, TellWhatTheFilterIs) {
   BITMAP bitmap = {};
   EXPECT_NE(GetObjectW(logo, sizeof bitmap, &bitmap), 0);
   EXPECT_EQ(bitmap.bmWidth, 96);
+  const std::pair<CLSID, const wchar_t*> kTitles[] = {{::CLSID_KtMp4FileReaderAboutPage, L"About"},
+                                                      {::CLSID_KtMp4FileReaderPropertyPage, L"Basic"}};
+  for (const auto& [clsid, title] : kTitles) {
+    ComPointer<IPropertyPage> made;
+    PROPPAGEINFO info = {};
+    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IPropertyPage, made.PutVoid()),
+              S_OK);
+    ASSERT_EQ(made->GetPageInfo(&info), S_OK);
+    EXPECT_STREQ(info.pszTitle, title);
+    CoTaskMemFree(info.pszTitle);
+  }
 }
 
 }  // namespace

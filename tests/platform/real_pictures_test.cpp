@@ -1,161 +1,191 @@
-// Real pictures and real sound: a graph that the platform builds by itself from a file plays to its end,
-// decoded by libavcodec, in a window. What is decoded and shown is what ffmpeg makes of the same file.
+// Real pictures: a pin renders itself down to a window, with libavcodec in the decoder's place. What comes
+// out of that is what ffmpeg makes of the same file.
 
+#include <strmif.h>
+
+#include <amvideo.h>
 #include <control.h>
+#include <uuids.h>
 
-#include "platform/decoding_work.h"
+#include <cstring>
+#include <set>
+
 #include "platform/source_host.h"
+#include "platform/stand_in.h"
+#include "support/movie_builder.h"
 
 namespace kt::test {
 namespace {
 
-constexpr CLSID CLSID_SoundDecoder = {
-    0x0d1b6a52, 0x51c0, 0x4f62, {0x8e, 0x2e, 0x9d, 0xb5, 0x3c, 0x6a, 0x10, 0x77}};
 constexpr u32 kWidth = 176;
 constexpr u32 kHeight = 144;
-constexpr std::ptrdiff_t kPictureSize = kWidth * kHeight * 3 / 2;
+constexpr int kPictureSize = kWidth * kHeight * 3 / 2;
+constexpr i64 kPictureLength = 400'000;
+/// The set-up of the decoder stands behind the header of the format.
+constexpr ULONG kFormatHeader = 104;
+
+/// In I420.
+using Pictures = std::vector<std::vector<u8>>;
 
 /// The pictures of the file as ffmpeg decodes them, in the order of their display.
-DecodedPieces PicturesOfFfmpeg() {
+Pictures PicturesOfFfmpeg() {
   const std::vector<u8> all = ReadFile(KTMP4_DECODED_PICTURES);
-  DecodedPieces pictures;
+  Pictures pictures;
   for (auto at = all.begin(); all.end() - at >= kPictureSize; at += kPictureSize) {
     pictures.emplace_back(at, at + kPictureSize);
   }
   return pictures;
 }
 
-/// The picture, counted from 0 in the order of display, with which decoding begins after a seek to
-/// `position`.
-std::size_t FirstPictureAt(i64 position) {
-  const std::wstring film = MediaFile(L"bframes-aac.mp4");
-  const auto shown = [&](u32 sample) {
-    u64 time = 0;
-    std::memcpy(&time, SamplesOf(film, {.isStamped = true, .first = sample}).at(0).bytes.data(), sizeof time);
-    return time;
-  };
-  // Of 512 ticks each.
-  return static_cast<std::size_t>((shown(SeekedTo(film, 1, position).first) - shown(1)) / 512);
-}
+struct Decoder;
 
-class RealPicturesTest : public SourceTest {
- protected:
-  void SetUp() override {
-    SourceTest::SetUp();
-    ASSERT_EQ(m_graph.Create(), S_OK);
-    ASSERT_NE(Module().m_module, nullptr);
-    ASSERT_EQ(m_expected.size(), 100u) << "nothing to compare with in " << KTMP4_DECODED_PICTURES;
-  }
-  void TearDown() override {
-    m_graph.m_control->Stop();
-    m_graph.Release();
-    SourceTest::TearDown();
+/// The functions of winelib/picture_decoder.c.
+struct DecoderModule {
+  template <class Function>
+  Function* Find(const char* name) const {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
   }
 
-  template <class Interface>
-  ComPointer<Interface> Face(REFIID iid) {
-    ComPointer<Interface> face;
-    EXPECT_EQ(m_graph.m_builder->QueryInterface(iid, face.PutVoid()), S_OK);
-    return face;
-  }
-
-  /// What the window shows. Renderers differ in which line they give first.
-  std::vector<u8> Grab() {
-    const ComPointer<IBasicVideo> video = Face<IBasicVideo>(IID_IBasicVideo);
-    // Not asked for the size first: not every renderer takes that question.
-    LONG size = static_cast<LONG>(sizeof(BITMAPINFOHEADER) + kWidth * kHeight * 4);
-    std::vector<u8> image(static_cast<std::size_t>(size));
-    EXPECT_EQ(video->GetCurrentImage(&size, reinterpret_cast<LONG*>(image.data())), S_OK);
-    image.erase(image.begin(), image.begin() + sizeof(BITMAPINFOHEADER));
-    // The fourth byte means nothing.
-    for (std::size_t i = 3; i < image.size(); i += 4) image[i] = 0;
-    return image;
-  }
-
-  /// Waits in the paused state until a picture is there, and looks at it.
-  void ExpectShown(std::size_t picture) {
-    EXPECT_TRUE(SUCCEEDED(m_graph.m_control->Pause()));
-    OAFilterState state = State_Stopped;
-    EXPECT_EQ(m_graph.m_control->GetState(10'000, &state), S_OK);
-    const std::vector<u8> shown = Grab();
-    const std::vector<u8> upwards = ToRgb32(m_expected.at(picture), kWidth, kHeight);
-    std::vector<u8> downwards;
-    for (std::size_t at = upwards.size(); at > 0; at -= kWidth * 4) {
-      const auto line = upwards.begin() + static_cast<std::ptrdiff_t>(at - kWidth * 4);
-      downwards.insert(downwards.end(), line, line + kWidth * 4);
-    }
-    EXPECT_TRUE(shown == upwards || shown == downwards) << "picture " << picture;
-  }
-
-  void PlayToEnd() {
-    EXPECT_TRUE(SUCCEEDED(m_graph.m_control->Run()));
-    EXPECT_TRUE(m_graph.Comes(EC_COMPLETE));
-  }
-
-  /// All pictures that were decoded, one after the other from this one on.
-  void ExpectDecoded(std::size_t first) {
-    const DecodedPieces decoded = std::exchange(*m_pictures, {});
-    // The file's last sample is not delivered; it may be one that another picture is shown behind.
-    EXPECT_GE(decoded.size() + first, m_expected.size() - 2);
-    for (std::size_t i = 0; i < decoded.size() && first + i < m_expected.size() - 2; ++i) {
-      ASSERT_TRUE(decoded[i] == m_expected[first + i]) << "picture " << first + i;
-    }
-  }
-
-  const DecodedPieces m_expected = PicturesOfFfmpeg();
-  const std::shared_ptr<DecodedPieces> m_pictures = std::make_shared<DecodedPieces>();
-  const std::shared_ptr<DecodedPieces> m_sound = std::make_shared<DecodedPieces>();
-  HostGraph m_graph;
+  const HMODULE m_module = LoadLibraryA(KTMP4_PICTURE_DECODER);
+  Decoder* (*const m_open)(const u8*, int) = Find<Decoder*(const u8*, int)>("KtDecoderOpen");
+  void (*const m_close)(Decoder*) = Find<void(Decoder*)>("KtDecoderClose");
+  int (*const m_send)(Decoder*, const u8*, int) = Find<int(Decoder*, const u8*, int)>("KtDecoderSend");
+  void (*const m_flush)(Decoder*) = Find<void(Decoder*)>("KtDecoderFlush");
+  int (*const m_receive)(Decoder*, const u8**) = Find<int(Decoder*, const u8**)>("KtDecoderReceive");
 };
 
-TEST_F(RealPicturesTest, AFilePlaysAndSeeksInAWindow) {
-  const StandInClass pictureDecoder(::CLSID_KtMp4Decoder, DecoderScript(Coding::Mpeg4, m_pictures));
-  const StandInClass soundDecoder(CLSID_SoundDecoder, DecoderScript(Coding::Aac, m_sound));
-  const ReaderReplacement replacement;
-  const MappedDecoder mappedPictures(::CLSID_KtMp4Decoder, Coding::Mpeg4);
-  const MappedDecoder mappedSound(CLSID_SoundDecoder, Coding::Aac);
-  ASSERT_EQ(m_graph.m_builder->RenderFile(MediaFile(L"bframes-aac.mp4").c_str(), nullptr), S_OK)
-      << DescribeGraph(m_graph.m_builder.Get());
-  EXPECT_EQ(DescribeGraph(m_graph.m_builder.Get()),
-            "Picture Decoder>Video Renderer, Reader>Picture Decoder, Reader>Sound Decoder, "
-            "Sound Decoder>Default DirectSound Device");
-
-  ExpectShown(0);
-  long visible = 0;
-  EXPECT_EQ(Face<IVideoWindow>(IID_IVideoWindow)->get_Visible(&visible), S_OK);
-  EXPECT_EQ(visible, -1L);
-  PlayToEnd();
-  ExpectDecoded(0);
-  EXPECT_EQ(m_sound->size(), 173u);
-
-  EXPECT_EQ(m_graph.m_control->Stop(), S_OK);
-  i64 position = 22'000'000;
-  EXPECT_TRUE(SUCCEEDED(
-      Face<IMediaSeeking>(IID_IMediaSeeking)
-          ->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, AM_SEEKING_NoPositioning)));
-  m_pictures->clear();
-  const std::size_t first = FirstPictureAt(position);
-  EXPECT_GT(first, 30u);
-  ExpectShown(first);
-  PlayToEnd();
-  ExpectDecoded(first);
+const DecoderModule& Module() {
+  static const DecoderModule module;
+  return module;
 }
 
-// The pin's own way, as graph managers go that ask pins to render themselves: without the platform's mixing
-// renderers it ends in the plain one.
-TEST_F(RealPicturesTest, APinRendersItselfDownToAWindow) {
-  const StandInClass pictureDecoder(::CLSID_KtMp4Decoder, DecoderScript(Coding::Mpeg4, m_pictures));
+/// As the platform's renderer takes pictures: 32 bits, the lowest line first. In grey.
+CMediaType ShownType() {
+  VIDEOINFOHEADER format = {};
+  format.AvgTimePerFrame = kPictureLength;
+  format.bmiHeader.biSize = sizeof format.bmiHeader;
+  format.bmiHeader.biWidth = kWidth;
+  format.bmiHeader.biHeight = kHeight;
+  format.bmiHeader.biPlanes = 1;
+  format.bmiHeader.biBitCount = 32;
+  format.bmiHeader.biSizeImage = kWidth * kHeight * 4;
+  CMediaType type = PlainType(::MEDIATYPE_Video, MEDIASUBTYPE_RGB32);
+  type.formattype = FORMAT_VideoInfo;
+  type.lSampleSize = format.bmiHeader.biSizeImage;
+  type.SetFormat(&format, sizeof format);
+  return type;
+}
+
+void Show(const u8* picture, u8* target) {
+  for (u32 line = kHeight; line-- > 0;) {
+    for (u32 column = 0; column < kWidth; ++column, target += 4) {
+      std::memset(target, picture[line * kWidth + column], 3);
+    }
+  }
+}
+
+class DecodingWork final : public StandInWork {
+ public:
+  explicit DecodingWork(std::shared_ptr<Pictures> pictures) : m_pictures(std::move(pictures)) {}
+  ~DecodingWork() override { Module().m_close(m_decoder); }
+
+  std::optional<CMediaType> OutputType(const AM_MEDIA_TYPE& input) override {
+    Module().m_close(std::exchange(m_decoder, nullptr));
+    if (input.cbFormat < kFormatHeader) return std::nullopt;
+    m_decoder =
+        Module().m_open(input.pbFormat + kFormatHeader, static_cast<int>(input.cbFormat - kFormatHeader));
+    return m_decoder != nullptr ? std::optional(ShownType()) : std::nullopt;
+  }
+  HRESULT Receive(IMediaSample* sample, CBaseOutputPin& output) override {
+    BYTE* bytes = nullptr;
+    REFERENCE_TIME start = 0, stop = 0;
+    sample->GetPointer(&bytes);
+    sample->GetTime(&start, &stop);
+    // Samples come in decoding order with their decoding times, pictures in the order of their display.
+    m_times.insert(start);
+    Module().m_send(m_decoder, bytes, static_cast<int>(sample->GetActualDataLength()));
+    return DeliverReady(output);
+  }
+  void EndOfStream(CBaseOutputPin& output) override {
+    Module().m_send(m_decoder, nullptr, 0);
+    DeliverReady(output);
+    Flush();
+  }
+  void Flush() override {
+    if (m_decoder != nullptr) Module().m_flush(m_decoder);
+    m_times.clear();
+  }
+
+ private:
+  HRESULT DeliverReady(CBaseOutputPin& output) {
+    const u8* picture = nullptr;
+    while (const int size = Module().m_receive(m_decoder, &picture)) {
+      EXPECT_EQ(size, kPictureSize);
+      m_pictures->emplace_back(picture, picture + size);
+      ComPointer<IMediaSample> sample;
+      HRESULT result = output.GetDeliveryBuffer(sample.Put());
+      if (FAILED(result)) return result;
+      BYTE* target = nullptr;
+      sample->GetPointer(&target);
+      Show(picture, target);
+      REFERENCE_TIME start = m_times.extract(m_times.begin()).value(), stop = start + kPictureLength;
+      sample->SetTime(&start, &stop);
+      sample->SetSyncPoint(TRUE);
+      result = output.Deliver(sample.Get());
+      if (result != S_OK) return result;
+    }
+    return S_OK;
+  }
+
+  const std::shared_ptr<Pictures> m_pictures;
+  Decoder* m_decoder = nullptr;
+  std::multiset<REFERENCE_TIME> m_times;
+};
+
+using RealPicturesTest = SourceTest;
+
+TEST_F(RealPicturesTest, APinPlaysAndSeeksInAWindow) {
+  const std::wstring film = MediaFile(L"bframes-aac.mp4");
+  const Pictures expected = PicturesOfFfmpeg();
+  ASSERT_EQ(expected.size(), 100u) << "nothing to compare with in " << KTMP4_DECODED_PICTURES;
+  ASSERT_NE(Module().m_module, nullptr);
+  const auto decoded = std::make_shared<Pictures>();
+  StandInScript script;
+  script.pins = {{PINDIR_INPUT, {PlainType(::MEDIATYPE_Video, ::MEDIASUBTYPE_KtMp4Video)}},
+                 {PINDIR_OUTPUT, {PlainType(::MEDIATYPE_Video, ::GUID_NULL)}}};
+  script.work = [&] { return std::make_unique<DecodingWork>(decoded); };
+  const StandInClass decoder(::CLSID_KtMp4Decoder, script);
+
   PlayedSource source;
-  ASSERT_EQ(source.Load(MediaFile(L"bframes-aac.mp4")), S_OK);
-  m_graph.m_builder = source.Graph().m_builder;
-  ASSERT_EQ(source.Render(0, m_graph.m_builder.Get()), S_OK);
-  EXPECT_EQ(DescribeGraph(m_graph.m_builder.Get()), "Mpeg-4 Decoder>Video Renderer, Source>Mpeg-4 Decoder");
-  long visible = 0;
-  source.Run();
-  EXPECT_TRUE(source.Graph().Comes(EC_COMPLETE));
-  EXPECT_EQ(Face<IVideoWindow>(IID_IVideoWindow)->get_Visible(&visible), S_OK);
-  EXPECT_EQ(visible, -1L);
-  ExpectDecoded(0);
+  ASSERT_EQ(source.Load(film), S_OK);
+  IGraphBuilder* const graph = source.Graph().m_builder.Get();
+  ASSERT_EQ(source.Render(0, graph), S_OK);
+  // Without the platform's mixing renderers it ends in the plain one.
+  EXPECT_EQ(DescribeGraph(graph), "Mpeg-4 Decoder>Video Renderer, Source>Mpeg-4 Decoder");
+  ComPointer<IVideoWindow> window;
+  ASSERT_EQ(graph->QueryInterface(IID_IVideoWindow, window.PutVoid()), S_OK);
+
+  OpenedMovie movie(ReadFile(film));
+  const std::unique_ptr<CMp4Track> track = movie.OpenTrack(1);
+  const auto shown = [&](u32 sample) { return Got(*track, &CMp4Track::GetSampleCompositionTime, sample); };
+  for (const i64 position : {0, 22'000'000}) {
+    ASSERT_EQ(source.Seek(position), S_OK);
+    // Of 512 ticks each, in the order of their display.
+    std::size_t picture = (shown(SamplesFrom(film, 1, position).front()) - shown(1)) / 512;
+    EXPECT_EQ(picture > 30, position != 0);
+    decoded->clear();
+    source.Run();
+    EXPECT_TRUE(source.Graph().Comes(EC_COMPLETE));
+    long visible = 0;
+    EXPECT_EQ(window->get_Visible(&visible), S_OK);
+    EXPECT_EQ(visible, -1L);
+    source.Stop();
+    // The file's last sample is not delivered; it may be one that another picture is shown behind.
+    EXPECT_GE(decoded->size() + picture, expected.size() - 2);
+    for (std::size_t i = 0; i < decoded->size() && picture < expected.size() - 2; ++i, ++picture) {
+      ASSERT_TRUE(decoded->at(i) == expected[picture]) << "picture " << picture;
+    }
+  }
 }
 
 }  // namespace

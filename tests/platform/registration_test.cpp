@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/source_host.h"
+#include "platform/stand_in.h"
 
 namespace kt::test {
 namespace {
@@ -21,21 +22,22 @@ std::wstring InBraces(REFGUID guid) {
   return text;
 }
 
-/// Type and bytes of a value as they lie in the registry.
-using Value = std::pair<DWORD, std::vector<u8>>;
-
-Value Stored(HKEY root, const std::wstring& key, const wchar_t* name) {
+/// The bytes of a value as they lie in the registry; none when it is not there.
+std::vector<u8> Bytes(HKEY root, const std::wstring& key, const wchar_t* name, DWORD* type) {
   BYTE data[1024];
   DWORD size = sizeof data;
-  DWORD type = REG_NONE;
-  const LSTATUS result = RegGetValueW(root, key.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, &type, data, &size);
-  return result == ERROR_SUCCESS ? Value{type, {data, data + size}} : Value();
+  const LSTATUS result = RegGetValueW(root, key.c_str(), name, RRF_RT_ANY | RRF_NOEXPAND, type, data, &size);
+  return result == ERROR_SUCCESS ? std::vector<u8>(data, data + size) : std::vector<u8>();
 }
 
-/// With its zero, which the system adds for those who leave it out.
-Value Text(const std::wstring& text) {
-  const auto* const bytes = reinterpret_cast<const u8*>(text.c_str());
-  return {REG_SZ, {bytes, bytes + (text.size() + 1) * sizeof(wchar_t)}};
+/// A text, or a number behind a "#"; nothing when it is not there.
+std::wstring Stored(HKEY root, const std::wstring& key, const wchar_t* name) {
+  DWORD type = REG_NONE;
+  std::vector<u8> bytes = Bytes(root, key, name, &type);
+  if (bytes.empty()) return L"";
+  if (type == REG_DWORD) return L"#" + std::to_wstring(bytes[0]);
+  EXPECT_EQ(type, DWORD{REG_SZ});
+  return reinterpret_cast<const wchar_t*>(bytes.data());
 }
 
 class RegistrationTest : public testing::Test {
@@ -44,7 +46,7 @@ class RegistrationTest : public testing::Test {
     HKEY root;
     std::wstring key;
     const wchar_t* name;
-    Value value;
+    std::wstring value;
     bool isLeftBehind;
   };
 
@@ -61,39 +63,32 @@ class RegistrationTest : public testing::Test {
   void TearDown() override { m_module.Unregister(); }
 
   std::vector<Row> Rows() const {
-    const std::wstring filter = InBraces(::CLSID_KtMp4FileReader);
+    const std::wstring type = InBraces(::MEDIATYPE_KtMp4Stream), any = InBraces(GUID{});
     std::vector<Row> rows = {
-        {HKEY_CLASSES_ROOT, L"ktmp4file", L"Source Filter", Text(filter), true},
-        {HKEY_LOCAL_MACHINE,
-         L"SOFTWARE\\Microsoft\\Multimedia\\WMPlayer\\Schemes\\ktmp4file",
-         L"Runtime",
-         {REG_DWORD, {7, 0, 0, 0}},
-         true},
-        {HKEY_LOCAL_MACHINE, kPlayerKeys[0], L"9", Text(L"MPEG-4/3GP File (*.mp4;*.3gp;*.m4a)"), true},
-        {HKEY_LOCAL_MACHINE, kPlayerKeys[1], L"9", Text(L"MPEG-4/3GP File"), true},
-        {HKEY_LOCAL_MACHINE, kPlayerKeys[2], L"9", Text(L"*.mp4;*.3gp;*.m4a"), true},
-        {HKEY_CLASSES_ROOT, MAPPER_KEY + filter, L"FriendlyName", Text(L"Ketral MPEG-4 File Reader"), false},
+        {HKEY_CLASSES_ROOT, L"ktmp4file", L"Source Filter", m_filter, true},
+        {HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Multimedia\\WMPlayer\\Schemes\\ktmp4file", L"Runtime",
+         L"#7", true},
+        {HKEY_LOCAL_MACHINE, kPlayerKeys[0], L"9", L"MPEG-4/3GP File (*.mp4;*.3gp;*.m4a)", true},
+        {HKEY_LOCAL_MACHINE, kPlayerKeys[1], L"9", L"MPEG-4/3GP File", true},
+        {HKEY_LOCAL_MACHINE, kPlayerKeys[2], L"9", L"*.mp4;*.3gp;*.m4a", true},
+        {HKEY_CLASSES_ROOT, MAPPER_KEY + m_filter, L"FriendlyName", L"Ketral MPEG-4 File Reader", false},
     };
     for (const wchar_t* ending : kEndings) {
       const std::wstring key = EXTENSION_KEY + std::wstring(ending);
       const bool isLeftBehind = ending != kEndings[0];
-      const std::wstring type = InBraces(::MEDIATYPE_KtMp4Stream), any = InBraces(GUID{});
-      rows.push_back({HKEY_CLASSES_ROOT, key, L"Media Type", Text(type), isLeftBehind});
-      rows.push_back({HKEY_CLASSES_ROOT, key, L"SubType", Text(any), isLeftBehind});
-      rows.push_back({HKEY_CLASSES_ROOT, key, L"Source Filter", Text(filter), isLeftBehind});
+      rows.push_back({HKEY_CLASSES_ROOT, key, L"Media Type", type, isLeftBehind});
+      rows.push_back({HKEY_CLASSES_ROOT, key, L"SubType", any, isLeftBehind});
+      rows.push_back({HKEY_CLASSES_ROOT, key, L"Source Filter", m_filter, isLeftBehind});
     }
-    const struct {
-      const GUID& clsid;
-      const wchar_t* name;
-    } kClasses[] = {{::CLSID_KtMp4FileReader, L"Ketral MPEG-4 File Reader"},
-                    {::CLSID_KtMp4FileReaderAboutPage, L"Ketral MPEG-4 File Reader About Page"},
-                    {::CLSID_KtMp4FileReaderPropertyPage, L"Ketral MPEG-4 File Reader Property Page"}};
-    for (const auto& entry : kClasses) {
-      const std::wstring key = L"CLSID\\" + InBraces(entry.clsid);
-      rows.push_back({HKEY_CLASSES_ROOT, key, nullptr, Text(entry.name), false});
-      const std::wstring server = key + L"\\InprocServer32";
-      rows.push_back({HKEY_CLASSES_ROOT, server, nullptr, Text(m_module.Path()), false});
-      rows.push_back({HKEY_CLASSES_ROOT, server, L"ThreadingModel", Text(L"Both"), false});
+    const std::pair<const GUID&, std::wstring> kClasses[] = {
+        {::CLSID_KtMp4FileReader, L""},
+        {::CLSID_KtMp4FileReaderAboutPage, L" About Page"},
+        {::CLSID_KtMp4FileReaderPropertyPage, L" Property Page"}};
+    for (const auto& [clsid, name] : kClasses) {
+      const std::wstring key = L"CLSID\\" + InBraces(clsid);
+      rows.push_back({HKEY_CLASSES_ROOT, key, nullptr, L"Ketral MPEG-4 File Reader" + name, false});
+      rows.push_back({HKEY_CLASSES_ROOT, key + L"\\InprocServer32", nullptr, m_module.Path(), false});
+      rows.push_back({HKEY_CLASSES_ROOT, key + L"\\InprocServer32", L"ThreadingModel", L"Both", false});
     }
     return rows;
   }
@@ -102,17 +97,16 @@ class RegistrationTest : public testing::Test {
   template <class IsThere>
   void ExpectValues(IsThere isThere) const {
     for (const Row& row : Rows()) {
-      EXPECT_EQ(Stored(row.root, row.key, row.name), isThere(row) ? row.value : Value())
-          << Narrow(row.key) << ": " << (row.name ? Narrow(row.name) : "");
+      EXPECT_EQ(Stored(row.root, row.key, row.name), isThere(row) ? row.value : L"")
+          << std::filesystem::path(row.key).string();
     }
   }
-  static bool IsAny(const Row&) { return true; }
-  static std::string Narrow(const std::wstring& text) { return std::filesystem::path(text).string(); }
 
   static constexpr const wchar_t* kPlayerKeys[] = {PLAYER_KEY L"Descriptions", PLAYER_KEY L"MUIDescriptions",
                                                    PLAYER_KEY L"Types"};
   static constexpr const wchar_t* kEndings[] = {L".mp4", L".3gp", L".m4a"};
 
+  const std::wstring m_filter = InBraces(::CLSID_KtMp4FileReader);
   const ServerModule m_module{SourcePath()};
 };
 
@@ -125,22 +119,24 @@ intptr_t RunRegsvr32(const wchar_t* toUnregister) {
                    nullptr);
 }
 
+// Something of an older version under its key goes with it.
 TEST_F(RegistrationTest, Regsvr32WritesEveryKeyAndLeavesSomeBehind) {
-  ASSERT_EQ(RunRegsvr32(nullptr), 0);
-  ExpectValues(IsAny);
+  EXPECT_EQ(m_module.Unregister(), S_OK) << "what is not there";
+  const std::wstring old = L"CLSID\\" + m_filter + L"\\Old";
+  EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, old.c_str(), L"Value", REG_SZ, L"x", 4), ERROR_SUCCESS);
+  for (int i = 0; i < 2; ++i) ASSERT_EQ(RunRegsvr32(nullptr), 0);
+  EXPECT_EQ(Stored(HKEY_CLASSES_ROOT, old, L"Value"), L"");
+  ExpectValues([](const Row&) { return true; });
   ASSERT_EQ(RunRegsvr32(L"/u"), 0);
   ExpectValues([](const Row& row) { return row.isLeftBehind; });
 }
 
-// Something of an older version under its key goes with it.
-TEST_F(RegistrationTest, UnregistersFirstAndRegistersTwice) {
-  EXPECT_EQ(m_module.Unregister(), S_OK);
-  const std::wstring old = L"CLSID\\" + InBraces(::CLSID_KtMp4FileReader) + L"\\Old";
-  EXPECT_EQ(RegSetKeyValueW(HKEY_CLASSES_ROOT, old.c_str(), L"Value", REG_SZ, L"x", 4), ERROR_SUCCESS);
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(m_module.Register(), S_OK);
-  EXPECT_EQ(Stored(HKEY_CLASSES_ROOT, old, L"Value"), Value());
-  ExpectValues(IsAny);
-  EXPECT_EQ(m_module.CanUnload(), S_OK);
+// Without the mapper the classes go all the same, and the failure is told.
+TEST_F(RegistrationTest, UnregistersWhatItCan) {
+  ASSERT_EQ(m_module.Register(), S_OK);
+  const StandInClass noMapper(CLSID_FilterMapper2, std::nullopt);
+  EXPECT_EQ(m_module.Unregister(), CLASS_E_CLASSNOTAVAILABLE);
+  EXPECT_EQ(Stored(HKEY_CLASSES_ROOT, L"CLSID\\" + m_filter, nullptr), L"");
 }
 
 // A machine without the media player: nothing of it is made up, and the filter is registered all the same.
@@ -153,8 +149,8 @@ TEST_F(RegistrationTest, DoesWithoutTheKeysOfAMissingPlayer) {
 // With a higher merit graph managers would put the filter where nobody asked for it.
 TEST_F(RegistrationTest, TellsTheFilterMapperOfOneUnusedPinWithTwoTypes) {
   ASSERT_EQ(m_module.Register(), S_OK);
-  const std::wstring filter = InBraces(::CLSID_KtMp4FileReader);
-  const std::vector<u8> data = Stored(HKEY_CLASSES_ROOT, MAPPER_KEY + filter, L"FilterData").second;
+  DWORD type = REG_NONE;
+  const std::vector<u8> data = Bytes(HKEY_CLASSES_ROOT, MAPPER_KEY + m_filter, L"FilterData", &type);
   // The mapper's own form: version, merit, pins, 0; then for each pin a signature, flags, instances, types,
   // mediums, category; then for each type a signature, 0, and where its identifiers lie.
   DWORD numbers[18] = {};

@@ -28,22 +28,12 @@ TEST_F(SeekingTest, LandsOnTheSyncSampleInEveryState) {
       EXPECT_EQ(played.Seek(position), S_OK);
       if (when != When::Running) played.Run();
       for (u32 pin = 0; pin < 2; ++pin) {
-        const SampleWish wish = SeekedTo(kFilm, pin + 1, std::max<i64>(position, 0));
-        EXPECT_EQ(played.TakenOfLastSegment(pin), SamplesOf(kFilm, wish)) << "pin " << pin;
+        EXPECT_EQ(played.LastSegment(pin), SamplesFrom(kFilm, pin + 1, std::max<i64>(position, 0)));
+        EXPECT_EQ(played.Sink(pin).SegmentRate(), 0.0);
       }
       played.Stop();
     }
   }
-}
-
-TEST_F(SeekingTest, NeitherBehindTheEndNorByAnotherPinAnythingMoves) {
-  PlayedSource played(kFilm);
-  played.PlayToEnd();
-  const std::vector<SinkEvent> before = played.Sink(0).Events();
-  EXPECT_EQ(played.Seek(kLength + 1), S_FALSE);
-  // Which leaves the matter to the first one.
-  EXPECT_EQ(played.Seek(10'000'000, 1), S_OK);
-  EXPECT_EQ(played.Sink(0).Events(), before);
 }
 
 /// Checks what a sink was told, and that each segment begins with the sample that its seek leads to: nothing
@@ -62,7 +52,7 @@ void ExpectOrder(const std::vector<SinkEvent>& events, u32 track) {
     if (kind == 'N' && before == 'B') continue;
     ASSERT_NE(mayFollow.find(before), mayFollow.npos) << kind << " behind " << before << ", event " << i;
     if (kind == 'N') {
-      if (!firstSamples.contains(value)) firstSamples[value] = SeekedTo(kFilm, track, value).first;
+      if (!firstSamples.contains(value)) firstSamples[value] = SamplesFrom(kFilm, track, value).front();
       due = firstSamples[value];
     }
     if (kind == 'S') {
@@ -99,7 +89,7 @@ TEST_F(SeekingTest, AThousandTimesAtRandomWhilePlaying) {
   const i64 last = 22'222'222;
   EXPECT_EQ(played.Seek(last), S_OK);
   for (u32 pin = 0; pin < 2; ++pin) {
-    EXPECT_EQ(played.TakenOfLastSegment(pin), SamplesOf(kFilm, SeekedTo(kFilm, pin + 1, last)));
+    EXPECT_EQ(played.LastSegment(pin), SamplesFrom(kFilm, pin + 1, last));
   }
   played.Stop();
   for (u32 pin = 0; pin < 2; ++pin) {
@@ -122,35 +112,6 @@ TEST_F(SeekingTest, StopsAndSeeksWithASinkThatBlocks) {
     played.Stop();
   }
   EXPECT_EQ(played.Sink(0).Count(SinkEvent::EndOfStream), 0u);
-}
-
-// Without the graph, which may seek when it runs again.
-TEST_F(SeekingTest, AStopKeepsThePosition) {
-  PlayedSource played(kFilm, {.sink = {.m_blockFrom = 10}});
-  played.Run();
-  for (ULONG round = 0; round < 5; ++round) {
-    ASSERT_TRUE(Eventually([&] { return played.Sink(0).IsBlocked(); }));
-    EXPECT_EQ(played.Sink(0).Events().back(), (SinkEvent{SinkEvent::Sample, 10 + round}));
-    for (const std::size_t pin : {0u, 1u}) EXPECT_EQ(played.SinkFilter(pin).Stop(), S_OK);
-    ASSERT_EQ(played.Filter()->Stop(), S_OK);
-    for (const std::size_t pin : {0u, 1u}) EXPECT_EQ(played.SinkFilter(pin).Run(0), S_OK);
-    ASSERT_EQ(played.Filter()->Run(0), S_OK);
-  }
-}
-
-TEST_F(SeekingTest, ASinkThatHasEnoughIsLeftAlone) {
-  PlayedSource played(kFilm,
-                      {.sink = {.m_receive = [](ULONG number) { return number == 5 ? S_FALSE : S_OK; }}});
-  played.Run();
-  const auto hasCome = [&](std::size_t samples) {
-    return Eventually([&] { return played.Sink(0).Count(SinkEvent::Sample) == samples; });
-  };
-  ASSERT_TRUE(hasCome(5));
-  Sleep(50);
-  EXPECT_EQ(played.Taken(0).size(), 5u);
-  EXPECT_EQ(played.Seek(0), S_OK);
-  EXPECT_TRUE(hasCome(10));
-  played.Stop();
 }
 
 // Renderers do this on their streaming thread, while the application changes states and positions.

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -43,34 +42,9 @@ class ServerModule {
 /// The module with the filter.
 std::wstring SourcePath();
 
-/// A sample as a sink was given it. Times are in 100 ns units.
-struct TakenSample {
-  std::vector<u8> bytes;
-  i64 start = 0, stop = 0;
-  i64 mediaStart = 0, mediaStop = 0;
-  bool isSyncPoint = false;
-  bool hasTime = true;
-
-  bool operator==(const TakenSample&) const = default;
-  friend std::ostream& operator<<(std::ostream& out, const TakenSample& sample) {
-    return out << "sample " << sample.mediaStart << " to " << sample.mediaStop << ", " << sample.bytes.size()
-               << " bytes, " << sample.start << " to " << sample.stop << (sample.isSyncPoint ? ", sync" : "");
-  }
-};
-
-/// Where the library finds the samples that a pin has to deliver.
-struct SampleWish {
-  u32 track = 1;
-  bool isStamped = false;
-  u32 first = 1;
-  /// Decoding time of this sample, if any, is stream time 0.
-  u32 zero = 0;
-};
-/// What the library says of them: all from `first` on but the last one.
-std::vector<TakenSample> SamplesOf(const std::wstring& file, const SampleWish& wish);
-
-/// What the library says of a seek to `position`: from which sample on, and which one has stream time 0.
-SampleWish SeekedTo(const std::wstring& file, u32 track, i64 position);
+/// The samples that a pin has to deliver behind a seek to `position`: as the library has it, from the sync
+/// sample on, and all but the last one.
+std::vector<ULONG> SamplesFrom(const std::wstring& file, u32 track, i64 position);
 
 /// A real file of the project, "Z:/.../NAME", and the URL of a file.
 std::wstring MediaFile(const std::wstring& name);
@@ -129,25 +103,14 @@ class PlayedSource {
     return face;
   }
   std::vector<ComPointer<IPin>> Pins();
-  CRecordingPin& Sink(std::size_t pin) { return SinkFilter(pin).Pin(); }
-  CRecordingSink& SinkFilter(std::size_t pin) { return **m_sinks[pin].sink; }
-  std::vector<TakenSample> Taken(std::size_t pin);
-  /// Those of the last segment, once it has ended.
-  std::vector<TakenSample> TakenOfLastSegment(std::size_t pin);
+  CRecordingPin& Sink(std::size_t pin) { return (*m_sinks[pin])->Pin(); }
+  /// The samples of the last segment, once it has ended.
+  std::vector<ULONG> LastSegment(std::size_t pin);
 
  private:
-  struct Recorded {
-    std::mutex lock;
-    std::vector<TakenSample> samples;
-  };
-  struct End {
-    std::shared_ptr<Recorded> recorded = std::make_shared<Recorded>();
-    std::unique_ptr<Held<CRecordingSink>> sink;
-  };
-
   HostGraph m_graph;
   ComPointer<IBaseFilter> m_filter;
-  std::vector<End> m_sinks;
+  std::vector<std::unique_ptr<Held<CRecordingSink>>> m_sinks;
 };
 
 /// Wine's graph manager looks up what filter the ending of a name asks for, and then takes its own reader all

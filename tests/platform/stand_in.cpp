@@ -26,21 +26,6 @@ class CStandInOutput final : public CBaseOutputPin {
       : CBaseOutputPin(filter, PINDIR_OUTPUT, name, name), m_types(std::move(types)) {}
   void Offer(const CMediaType& type) { m_types = {type}; }
 
-  /// Positions are those of the first input's peer.
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
-    if (iid != IID_IMediaSeeking) return CBaseOutputPin::NonDelegatingQueryInterface(iid, object);
-    if (!m_positions) {
-      ComPointer<ISeekingPassThru> passThru;
-      EXPECT_EQ(CoCreateInstance(CLSID_SeekingPassThru, GetOwner(), CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                 m_positions.PutVoid()),
-                S_OK);
-      EXPECT_EQ(m_positions->QueryInterface(IID_ISeekingPassThru, passThru.PutVoid()), S_OK);
-      ComPointer<IPin> first;
-      Host().Face().FindPin(L"Pin0", first.Put());
-      passThru->Init(FALSE, first.Get());
-    }
-    return m_positions->QueryInterface(iid, object);
-  }
   HRESULT CheckMediaType(const CMediaType& type) override {
     return IsAmong(m_types, type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
   }
@@ -57,7 +42,6 @@ class CStandInOutput final : public CBaseOutputPin {
 
  private:
   std::vector<CMediaType> m_types;
-  ComPointer<IUnknown> m_positions;
 };
 
 /// What the pins of a stand-in share.

@@ -1,5 +1,5 @@
 /* A decoder for the tests: libavcodec of the machine that Wine runs on, in a module of Winelib that Windows programs
-   load. It takes the samples of one track in decoding order and gives pictures in I420 or interleaved 16-bit sound. */
+   load. It takes the samples of an MPEG-4 visual track in decoding order and gives pictures in I420. */
 
 #include <libavcodec/avcodec.h>
 #include <libavutil/imgutils.h>
@@ -17,8 +17,6 @@ struct decoder {
   int room;
 };
 
-enum kind { KIND_MPEG4 = 1, KIND_AAC = 2 };
-
 EXPORTED void KtDecoderClose(struct decoder *decoder) {
   if (decoder == NULL) return;
   avcodec_free_context(&decoder->context);
@@ -29,8 +27,8 @@ EXPORTED void KtDecoderClose(struct decoder *decoder) {
 }
 
 /* NULL when there is no such decoder. */
-EXPORTED struct decoder *KtDecoderOpen(int kind, const uint8_t *info, int size) {
-  const AVCodec *codec = avcodec_find_decoder(kind == KIND_AAC ? AV_CODEC_ID_AAC : AV_CODEC_ID_MPEG4);
+EXPORTED struct decoder *KtDecoderOpen(const uint8_t *info, int size) {
+  const AVCodec *codec = avcodec_find_decoder(AV_CODEC_ID_MPEG4);
   struct decoder *decoder = calloc(1, sizeof *decoder);
   if (codec == NULL || decoder == NULL) return NULL;
   decoder->context = avcodec_alloc_context3(codec);
@@ -68,28 +66,14 @@ static int make_room(struct decoder *decoder, int size) {
   return decoder->output != NULL ? size : -1;
 }
 
-static int16_t to_sample(float value) {
-  return (int16_t)(value >= 1 ? 32767 : value <= -1 ? -32768 : value * 32767);
-}
-
-/* The bytes of the next picture or piece of sound, which stand until the next call; 0 when there is none yet. */
+/* The bytes of the next picture, which stand until the next call; 0 when there is none yet. */
 EXPORTED int KtDecoderReceive(struct decoder *decoder, const uint8_t **bytes) {
   AVFrame *frame = decoder->frame;
   if (avcodec_receive_frame(decoder->context, frame) < 0) return 0;
-  int size = 0;
-  if (decoder->context->codec_type == AVMEDIA_TYPE_VIDEO) {
-    size = make_room(decoder, av_image_get_buffer_size(frame->format, frame->width, frame->height, 1));
-    if (size > 0) {
-      av_image_copy_to_buffer(decoder->output, size, (const uint8_t *const *)frame->data, frame->linesize,
-                              frame->format, frame->width, frame->height, 1);
-    }
-  } else {
-    const int channels = frame->ch_layout.nb_channels;
-    size = make_room(decoder, frame->nb_samples * channels * 2);
-    for (int i = 0; size > 0 && i < frame->nb_samples * channels; ++i) {
-      const float value = ((const float *)frame->extended_data[i % channels])[i / channels];
-      ((int16_t *)decoder->output)[i] = to_sample(value);
-    }
+  const int size = make_room(decoder, av_image_get_buffer_size(frame->format, frame->width, frame->height, 1));
+  if (size > 0) {
+    av_image_copy_to_buffer(decoder->output, size, (const uint8_t *const *)frame->data, frame->linesize, frame->format,
+                            frame->width, frame->height, 1);
   }
   av_frame_unref(frame);
   *bytes = decoder->output;
