@@ -87,19 +87,27 @@ class CContainerBox : public Base {
     return MP4_OK;
   }
 
+  // Releases of clang-format differ in where such a clause stands.
+  // clang-format off
+
   /// The first child of a type, borrowed. MP4_NOT_FOUND, with `*box` null; without a list as the rules say.
-  Mp4Result GetChild(u32 type, CBox** box) requires(Rules.lookup == ChildLookup::kFirst) {
+  Mp4Result GetChild(u32 type, CBox** box)
+    requires(Rules.lookup == ChildLookup::kFirst)
+  {
     return FindChild(type, box, 0);
   }
 
   /// The same for the `occurrence`-th child of that type, counted from 1; 0 means the first as well.
-  Mp4Result GetChild(u32 type, CBox** box,
-                     u32 occurrence) requires(Rules.lookup == ChildLookup::kByOccurrence) {
+  Mp4Result GetChild(u32 type, CBox** box, u32 occurrence)
+    requires(Rules.lookup == ChildLookup::kByOccurrence)
+  {
     return FindChild(type, box, occurrence);
   }
 
   /// Appends and owns `box`. MP4_BAD_ARGUMENT for null, MP4_NO_MEMORY.
-  Mp4Result AddChild(std::unique_ptr<CBox> box) requires(Rules.lookup != ChildLookup::kNone) {
+  Mp4Result AddChild(std::unique_ptr<CBox> box)
+    requires(Rules.lookup != ChildLookup::kNone)
+  {
     return Append(std::move(box));
   }
 
@@ -111,6 +119,7 @@ class CContainerBox : public Base {
     KT_TRY(MakeChildren());
     return m_children->AddNode(std::move(node));
   }
+  // clang-format on
 
  protected:
   Mp4Result FindChild(u32 type, CBox** box, u32 occurrence) {

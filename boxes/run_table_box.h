@@ -4,8 +4,8 @@
 
 namespace kt {
 
-/// A table of runs: each record says how many samples share one value.
-template <class Derived, class Run, u32 Run::*Value>
+/// A table of runs: each record says how many samples share one value. `Value` points to that member, a u32.
+template <class Derived, class Run, auto Value>
 class CRunTableBox : public CTableBox<Derived, Run> {
  public:
   using CTableBox<Derived, Run>::CTableBox;

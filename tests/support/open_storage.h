@@ -48,6 +48,5 @@ class FileOf {
   TempFile m_file;
   Storage m_storage;
 };
-FileOf(const std::vector<u8>&)->FileOf<CStorage>;
 
 }  // namespace kt::test
