@@ -4,11 +4,25 @@
 #include <cstdio>
 
 namespace kt {
+namespace {
+
+/// Google Benchmark 1.8 has put `skipped` in the place of `error_occurred`.
+template <typename Run>
+bool HasFailed(const Run& run) {
+  if constexpr (requires { run.skipped; }) {
+    return run.skipped != 0;
+  } else {
+    return run.error_occurred;
+  }
+}
+
+}  // namespace
 
 void CRatioReporter::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
-    m_failed = m_failed || run.error_occurred;
-    if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
+    const bool failed = kt::HasFailed(run);
+    m_failed = m_failed || failed;
+    if (run.run_type != Run::RT_Iteration || failed) continue;
     m_seconds[run.run_name.function_name].push_back(run.cpu_accumulated_time /
                                                     static_cast<double>(run.iterations));
   }
