@@ -7,3 +7,7 @@ set(CMAKE_C_FLAGS_INIT -mstackrealign)
 set(CMAKE_CXX_FLAGS_INIT -mstackrealign)
 
 include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)
+
+# Programs that the build wants to run go through the Wine of a Debian for 32 bits, in a prefix as for 64 bits.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/bare_debian.sh bookworm i386
+    ${CMAKE_CURRENT_LIST_DIR}/wine.sh ${CMAKE_BINARY_DIR}/wine)

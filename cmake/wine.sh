@@ -26,8 +26,8 @@ flock -w 1800 9 || { echo "$0: $prefix is in use" >&2; exit 2; }
 
 # No debugger: a program that crashes ends at once. The language decides on the code page.
 export LC_ALL=C.UTF-8
-export WINEPREFIX="$prefix" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe="
-unset DISPLAY
+export WINEPREFIX="$prefix" WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe="
+unset DISPLAY WINEARCH
 
 display_pid=
 display_file="$prefix.display"

@@ -17,7 +17,7 @@ need_packages() {
     for tool in cmake ninja c++; do command -v "$tool" >/dev/null || absent+=("$tool"); done
     ((${#absent[@]} == 0)) && return
     die "This machine has no apt-get, and ${absent[*]} cannot be found." \
-      "Please install what these packages of Debian hold, then try again:" "  $*"
+      "Please install what these packages of Debian 12 and 13 hold, then try again:" "  $*"
   fi
   for package in "$@"; do
     # shellcheck disable=SC2016  # the format is dpkg-query's
