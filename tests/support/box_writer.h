@@ -24,7 +24,8 @@ class Bytes : public std::vector<u8> {
   }
   /// The characters without a terminator.
   Bytes& Text(std::string_view text) {
-    insert(end(), text.begin(), text.end());
+    // One by one: GCC 12 for 32 bits warns of an overflow where a range is inserted.
+    for (const char character : text) U8(static_cast<u8>(character));
     return *this;
   }
   Bytes& Add(const std::vector<u8>& more) {

@@ -78,7 +78,7 @@ Movie MovieWithSizes(Track track, const std::vector<u64>& sizes) {
   track.stsc = Stsc({{1, count}});
   track.chunkOffsets = Stco({24});
   Movie movie = MovieOf(track);
-  movie.mdat = Box("mdat", Bytes().Zeros(sum));
+  movie.mdat = Box("mdat", Bytes().Zeros(static_cast<std::size_t>(sum)));
   return movie;
 }
 
