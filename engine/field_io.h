@@ -14,7 +14,7 @@ namespace kt {
 ///       ...
 ///     }
 ///
-/// and is read, written and sized by the three visitors below, which share their operations:
+/// and is read, written and sized by the visitors below, which share their operations:
 ///
 /// - `fields(a, b, ...)`: integers of 8, 16, 32 or 64 bits by their type, or arrays of them, in order;
 /// - `fields.Sized(x, wide)`: a u64 or i64 that takes 64 bits in the file when `wide`, else 32, widened by
