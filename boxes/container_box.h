@@ -113,8 +113,9 @@ class CContainerBox : public Base {
 
   /// The same for a box that stands in a node of its own, so that a container with children cannot lose it for
   /// lack of memory.
-  Mp4Result AddChildNode(std::unique_ptr<CBoxList::Node> node) requires(Rules.lookup != ChildLookup::kNone &&
-                                                                        !Rules.countsAddedChild) {
+  Mp4Result AddChildNode(std::unique_ptr<CBoxList::Node> node)
+    requires(Rules.lookup != ChildLookup::kNone && !Rules.countsAddedChild)
+  {
     m_hasList = true;
     KT_TRY(MakeChildren());
     return m_children->AddNode(std::move(node));
