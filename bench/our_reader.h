@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
 
 namespace kt {
 

@@ -1,7 +1,7 @@
 #include "bench/our_writer.h"
 
+#include <ktmp4/mp4_hint_track.h>
 #include "bench/check.h"
-#include "hint/mp4_hint_track.h"
 
 namespace kt {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include <ktmp4/mp4_file.h>
 #include "bench/sound.h"
-#include "engine/mp4_file.h"
 
 namespace kt {
 

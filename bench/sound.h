@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt {
 

@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 

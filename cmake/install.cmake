@@ -2,14 +2,12 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# Headers stand below a folder of the library's own, so that an include reads "engine/mp4_file.h" as in the tree.
+# An include reads <ktmp4/mp4_file.h>, as in the tree.
 set(KTMP4_HEADER_DIR include/ktmp4)
 set(KTMP4_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ktmp4)
 
 install(TARGETS ktmp4 EXPORT ktmp4Targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
-install(FILES engine/mp4_file.h engine/mp4_track.h engine/result.h engine/types.h
-        DESTINATION ${KTMP4_HEADER_DIR}/engine COMPONENT library)
-install(FILES hint/mp4_hint_track.h DESTINATION ${KTMP4_HEADER_DIR}/hint COMPONENT library)
+install(DIRECTORY include/ktmp4 DESTINATION include COMPONENT library)
 # What reads hint samples.
 install(FILES engine/box.h engine/box_list.h engine/field_io.h engine/file_stream.h engine/item_list.h
               engine/memory_storage.h engine/storage.h

@@ -15,7 +15,7 @@ install(TARGETS ktmp4source LIBRARY DESTINATION bin COMPONENT module)
 if(TARGET ktmp4captionps)
   install(TARGETS ktmp4captionps LIBRARY DESTINATION bin COMPONENT module)
 endif()
-install(FILES filter/platform/ktmp4source.h filter/platform/ktmp4source.idl DESTINATION include COMPONENT headers)
+install(FILES include/ktmp4/ktmp4source.h include/ktmp4/ktmp4source.idl DESTINATION include/ktmp4 COMPONENT headers)
 
 if(CMAKE_SIZEOF_VOID_P EQUAL 8)
   set(processor x64)

@@ -3,9 +3,9 @@
 #include <memory>
 #include <span>
 
+#include <ktmp4/mp4_file.h>
 #include "boxes/data_list.h"
 #include "engine/box_list.h"
-#include "engine/mp4_file.h"
 #include "engine/storage.h"
 #include "engine/track_host.h"
 

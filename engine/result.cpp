@@ -1,4 +1,4 @@
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 #include <iterator>
 

@@ -3,13 +3,13 @@
 #include <cstring>
 #include <new>
 
+#include <ktmp4/mp4_file.h>
 #include "boxes/track_reference_box.h"
 #include "descriptors/es_descriptor.h"
 #include "descriptors/initial_object_descriptor.h"
 #include "descriptors/object_descriptor.h"
 #include "descriptors/object_descriptor_update.h"
 #include "engine/memory_storage.h"
-#include "engine/mp4_file.h"
 #include "engine/track_impl.h"
 #include "hint/base64.h"
 #include "hint/session_text.h"

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 

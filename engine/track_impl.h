@@ -2,8 +2,8 @@
 
 #include <memory>
 
+#include <ktmp4/mp4_track.h>
 #include "boxes/sample_time_table.h"
-#include "engine/mp4_track.h"
 #include "engine/track_host.h"
 #include "engine/track_writing.h"
 

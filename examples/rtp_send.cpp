@@ -19,10 +19,10 @@
 #include <thread>
 #include <vector>
 
+#include <ktmp4/mp4_file.h>
+#include <ktmp4/mp4_hint_track.h>
 #include "engine/memory_storage.h"
-#include "engine/mp4_file.h"
 #include "hint/hint_sample.h"
-#include "hint/mp4_hint_track.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <control.h>
 #include <dshow.h>
 #include <evcode.h>
-#include <ktmp4source.h>
+#include <ktmp4/ktmp4source.h>
 
 #include <cstdio>
 #include <cwchar>

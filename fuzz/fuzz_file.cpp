@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
+#include <ktmp4/mp4_hint_track.h>
 #include "fuzz/memory_file.h"
-#include "hint/mp4_hint_track.h"
 
 namespace {
 

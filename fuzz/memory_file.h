@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt::fuzz {
 

@@ -6,7 +6,7 @@
 #include <new>
 #include <span>
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 

@@ -2,11 +2,11 @@
 
 #include <memory>
 
+#include <ktmp4/mp4_hint_track.h>
 #include "engine/track_host.h"
 #include "hint/growing_array.h"
 #include "hint/hint_bit_rates.h"
 #include "hint/media_tracks.h"
-#include "hint/mp4_hint_track.h"
 #include "hint/packet_building.h"
 
 namespace kt {

@@ -4,7 +4,7 @@
 #include <optional>
 #include <span>
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 

@@ -3,7 +3,7 @@
 #include <limits>
 #include <map>
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 namespace {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt {
 

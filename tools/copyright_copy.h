@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
 #include "tools/notes.h"
 
 namespace kt {

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 

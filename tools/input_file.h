@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_file.h"
-#include "hint/mp4_hint_track.h"
+#include <ktmp4/mp4_file.h>
+#include <ktmp4/mp4_hint_track.h>
 #include "tools/notes.h"
 
 namespace kt {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/mp4_track.h"
+#include <ktmp4/mp4_track.h>
 
 namespace kt {
 

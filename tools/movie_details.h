@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt {
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 #include "tools/output_place.h"
 
 namespace kt {

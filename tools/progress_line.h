@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt {
 

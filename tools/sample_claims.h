@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "engine/mp4_track.h"
+#include <ktmp4/mp4_track.h>
 
 namespace kt {
 

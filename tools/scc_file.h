@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt {
 

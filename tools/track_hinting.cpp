@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "hint/mp4_hint_track.h"
+#include <ktmp4/mp4_hint_track.h>
 
 namespace kt {
 namespace {

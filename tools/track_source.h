@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
 
 namespace kt {
 

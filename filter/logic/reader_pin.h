@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_track.h"
+#include <ktmp4/mp4_track.h>
 #include "filter/logic/filter_result.h"
 #include "filter/logic/media_type.h"
 #include "filter/logic/track_lock.h"

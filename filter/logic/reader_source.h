@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
 #include "filter/logic/guarded.h"
 #include "filter/logic/reader_pin.h"
 #include "filter/logic/source_name.h"

@@ -3,13 +3,13 @@
 #include <ocidl.h>
 #include <strmif.h>
 
+#include <ktmp4/ktmp4source.h>
 #include "filter/logic/line21_text_decoder.h"
 #include "filter/logic/reader_source.h"
 #include "filter/logic/seeking.h"
 #include "filter/logic/text_delivery.h"
 #include "filter/logic/track_facts.h"
 #include "filter/platform/graph_assembly.h"
-#include "filter/platform/ktmp4source.h"
 #include "filter/platform/output_pin.h"
 #include "filter/platform/text_roads.h"
 #include "module/source.h"

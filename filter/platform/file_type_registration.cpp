@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "filter/platform/ktmp4source.h"
+#include <ktmp4/ktmp4source.h>
 #include "module/com_edge.h"
 #include "module/registration.h"
 

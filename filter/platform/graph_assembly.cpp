@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "filter/platform/ktmp4source.h"
+#include <ktmp4/ktmp4source.h>
 #include "module/com_edge.h"
 
 namespace kt {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "filter/platform/ktmp4source.h"
+#include <ktmp4/ktmp4source.h>
 
 namespace kt {
 namespace {

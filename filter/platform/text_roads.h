@@ -1,7 +1,7 @@
 #pragma once
 
+#include <ktmp4/ktmp4source.h>
 #include "filter/logic/text_delivery.h"
-#include "filter/platform/ktmp4source.h"
 #include "module/base_filter.h"
 
 namespace kt {

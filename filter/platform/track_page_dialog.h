@@ -1,7 +1,7 @@
 #pragma once
 
+#include <ktmp4/ktmp4source.h>
 #include "filter/logic/track_page.h"
-#include "filter/platform/ktmp4source.h"
 #include "module/property_page.h"
 
 namespace kt {

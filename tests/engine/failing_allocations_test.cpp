@@ -8,7 +8,7 @@
 #include <cstring>
 #include <new>
 
-#include "hint/mp4_hint_track.h"
+#include <ktmp4/mp4_hint_track.h>
 #include "support/movie_builder.h"
 #include "support/written_movie.h"
 

@@ -1,4 +1,4 @@
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include <ktmp4/mp4_hint_track.h>
 #include "hint/base64.h"
-#include "hint/mp4_hint_track.h"
 #include "support/movie_builder.h"
 #include "support/written_movie.h"
 

@@ -1,4 +1,4 @@
-#include "engine/mp4_track.h"
+#include <ktmp4/mp4_track.h>
 
 #include <gtest/gtest.h>
 

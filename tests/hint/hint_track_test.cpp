@@ -1,4 +1,4 @@
-#include "hint/mp4_hint_track.h"
+#include <ktmp4/mp4_hint_track.h>
 
 #include <gtest/gtest.h>
 

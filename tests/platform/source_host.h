@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/types.h"
-#include "filter/platform/ktmp4source.h"
+#include <ktmp4/ktmp4source.h>
+#include <ktmp4/types.h>
 #include "module/frame_test.h"
 #include "module/host_graph.h"
 #include "support/temp_file.h"

@@ -7,7 +7,7 @@
 #include <tuple>
 #include <type_traits>
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt::test {
 

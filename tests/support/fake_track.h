@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
 #include "filter/logic/track_lock.h"
 
 namespace kt::test {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt::test {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/mp4_file.h"
+#include <ktmp4/mp4_file.h>
 #include "support/answer.h"
 #include "support/descriptor_writer.h"
 #include "support/temp_file.h"

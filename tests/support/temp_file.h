@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt::test {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/mp4_track.h"
+#include <ktmp4/mp4_track.h>
 
 namespace kt {
 
@@ -77,9 +77,9 @@ class CMp4File {
   /// MP4_BAD_ARGUMENT for null, MP4_BAD_TIMING for a track without a time scale, MP4_NOT_FOUND or
   /// MP4_NOT_READY for one without a sample entry, MP4_FILE_IO, MP4_NO_MEMORY.
   virtual Mp4Result CloseTrack(CMp4Track* track) = 0;
-  /// Makes a hint track object (hint/mp4_hint_track.h) for reading; the caller deletes it. MP4_BAD_ARGUMENT,
-  /// with `*track` null, for a bad index and for a track of another kind; MP4_BAD_BOX for one that is not for
-  /// RTP; MP4_NO_MEMORY; and as `OpenTrack`.
+  /// Makes a hint track object (include/ktmp4/mp4_hint_track.h) for reading; the caller deletes it.
+  /// MP4_BAD_ARGUMENT, with `*track` null, for a bad index and for a track of another kind; MP4_BAD_BOX for
+  /// one that is not for RTP; MP4_NO_MEMORY; and as `OpenTrack`.
   virtual Mp4Result OpenHintTrack(u32 trackIndex, CMp4HintTrack** track) = 0;
   /// Makes a new hint track for writing, of an `Mp4HintType`; the caller gives it back with `CloseHintTrack`.
   /// MP4_NOT_FOUND unless the file is open to write, MP4_BAD_ARGUMENT for another type, MP4_NO_MEMORY. Its

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/result.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 
