@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "engine/box_list.h"
+#include "engine/box/box_list.h"
 
 namespace kt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "boxes/box_text.h"
-#include "engine/box.h"
+#include "engine/box/box.h"
+#include "engine/box/box_text.h"
 
 namespace kt {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "boxes/box_text.h"
 #include "boxes/container_box.h"
 #include "boxes/entry_count_box.h"
+#include "engine/box/box_text.h"
 
 namespace kt {
 

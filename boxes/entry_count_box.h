@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/field_io.h"
+#include "engine/box/fields_box.h"
 
 namespace kt {
 

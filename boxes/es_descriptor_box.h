@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "descriptors/es_descriptor.h"
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 namespace kt {
 

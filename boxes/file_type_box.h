@@ -3,7 +3,7 @@
 #include <memory>
 #include <span>
 
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 namespace kt {
 

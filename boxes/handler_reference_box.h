@@ -1,7 +1,7 @@
 #pragma once
 
-#include "boxes/box_text.h"
-#include "engine/field_io.h"
+#include "engine/box/box_text.h"
+#include "engine/box/fields_box.h"
 
 namespace kt {
 

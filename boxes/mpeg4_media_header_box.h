@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 namespace kt {
 

@@ -4,7 +4,7 @@
 
 #include "descriptors/initial_object_descriptor.h"
 #include "descriptors/object_descriptor.h"
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 namespace kt {
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 namespace kt {
 

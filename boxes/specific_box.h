@@ -1,7 +1,7 @@
 #pragma once
 
-#include "engine/box.h"
-#include "engine/data_block.h"
+#include "engine/box/box.h"
+#include "engine/storage/data_block.h"
 
 namespace kt {
 

@@ -4,13 +4,14 @@
 #include <cstdio>
 
 #include "boxes/data_list.h"
-#include "engine/field_io.h"
+#include "engine/box/fields_box.h"
 
 namespace kt {
 
 /// A full box that holds a count and as many records of one form.
 ///
-/// The fields of a record are named once, in file order, for reading, writing and sizing (engine/field_io.h):
+/// The fields of a record are named once, in file order, for reading, writing and sizing
+/// (engine/storage/field_io.h):
 ///
 ///     template <class Fields> Mp4Result VisitEntry(Fields& fields, Entry& entry);
 ///

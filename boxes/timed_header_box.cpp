@@ -3,7 +3,7 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "engine/dates.h"
+#include "engine/storage/dates.h"
 
 namespace kt {
 namespace {

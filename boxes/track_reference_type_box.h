@@ -1,7 +1,7 @@
 #pragma once
 
 #include "boxes/data_list.h"
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 namespace kt {
 

@@ -9,8 +9,8 @@ set(KTMP4_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ktmp4)
 install(TARGETS ktmp4 EXPORT ktmp4Targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
 install(DIRECTORY include/ktmp4 DESTINATION include COMPONENT library)
 # What reads hint samples.
-install(FILES engine/box.h engine/box_list.h engine/field_io.h engine/file_stream.h engine/item_list.h
-              engine/memory_storage.h engine/storage.h
+install(FILES engine/box/box.h engine/box/box_list.h engine/storage/field_io.h engine/storage/file_stream.h engine/storage/item_list.h
+              engine/storage/memory_storage.h engine/storage/storage.h
         DESTINATION ${KTMP4_HEADER_DIR}/engine COMPONENT library)
 install(FILES hint/hint_packet.h hint/hint_sample.h hint/packet_constructor.h
         DESTINATION ${KTMP4_HEADER_DIR}/hint COMPONENT library)

@@ -3,7 +3,8 @@
 #include <cstdio>
 
 #include "descriptors/size_code.h"
-#include "engine/field_io.h"
+#include "engine/storage/field_io.h"
+#include "engine/storage/printing.h"
 
 namespace kt {
 namespace {

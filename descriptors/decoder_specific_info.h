@@ -1,7 +1,7 @@
 #pragma once
 
 #include "descriptors/descriptor.h"
-#include "engine/data_block.h"
+#include "engine/storage/data_block.h"
 
 namespace kt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "descriptors/descriptor.h"
-#include "engine/item_list.h"
+#include "engine/storage/item_list.h"
 
 namespace kt {
 

@@ -5,7 +5,8 @@
 
 #include "descriptors/counted_text.h"
 #include "descriptors/size_code.h"
-#include "engine/field_io.h"
+#include "engine/storage/field_io.h"
+#include "engine/storage/printing.h"
 
 namespace kt {
 namespace {

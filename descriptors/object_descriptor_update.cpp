@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "descriptors/size_code.h"
-#include "engine/box.h"
+#include "engine/storage/printing.h"
 
 namespace kt {
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <limits>
 
-#include "engine/box.h"
+#include "engine/storage/printing.h"
 
 namespace kt {
 namespace {

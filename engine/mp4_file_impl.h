@@ -5,8 +5,8 @@
 
 #include <ktmp4/mp4_file.h>
 #include "boxes/data_list.h"
-#include "engine/box_list.h"
-#include "engine/storage.h"
+#include "engine/box/box_list.h"
+#include "engine/storage/storage.h"
 #include "engine/track_host.h"
 
 namespace kt {

@@ -6,7 +6,7 @@
 #include "boxes/movie_box.h"
 #include "boxes/object_descriptor_box.h"
 #include "boxes/user_data_box.h"
-#include "engine/child_boxes.h"
+#include "engine/box/child_boxes.h"
 #include "engine/mp4_file_impl.h"
 #include "engine/session_iod.h"
 #include "hint/base64.h"

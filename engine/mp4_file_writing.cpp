@@ -10,7 +10,7 @@
 #include "boxes/movie_header_box.h"
 #include "boxes/object_descriptor_box.h"
 #include "boxes/track_box.h"
-#include "engine/child_boxes.h"
+#include "engine/box/child_boxes.h"
 #include "engine/mp4_file_impl.h"
 #include "engine/track_impl.h"
 

@@ -9,7 +9,7 @@
 #include "descriptors/initial_object_descriptor.h"
 #include "descriptors/object_descriptor.h"
 #include "descriptors/object_descriptor_update.h"
-#include "engine/memory_storage.h"
+#include "engine/storage/memory_storage.h"
 #include "engine/track_impl.h"
 #include "hint/base64.h"
 #include "hint/session_text.h"

@@ -16,7 +16,7 @@
 #include "boxes/sync_sample_box.h"
 #include "boxes/track_box.h"
 #include "boxes/track_header_box.h"
-#include "engine/child_boxes.h"
+#include "engine/box/child_boxes.h"
 #include "engine/copyright_notices.h"
 
 namespace kt {

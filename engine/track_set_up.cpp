@@ -21,7 +21,7 @@
 #include "boxes/track_box.h"
 #include "boxes/track_header_box.h"
 #include "boxes/video_media_header_box.h"
-#include "engine/child_boxes.h"
+#include "engine/box/child_boxes.h"
 #include "engine/track_impl.h"
 
 namespace kt {

@@ -21,7 +21,7 @@
 
 #include <ktmp4/mp4_file.h>
 #include <ktmp4/mp4_hint_track.h>
-#include "engine/memory_storage.h"
+#include "engine/storage/memory_storage.h"
 #include "hint/hint_sample.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "engine/box_list.h"
-#include "engine/memory_storage.h"
+#include "engine/box/box_list.h"
+#include "engine/storage/memory_storage.h"
 #include "fuzz/memory_file.h"
 
 namespace {

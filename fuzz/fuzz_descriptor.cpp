@@ -6,7 +6,7 @@
 #include "descriptors/descriptor_list.h"
 #include "descriptors/es_descriptor.h"
 #include "descriptors/object_descriptor_update.h"
-#include "engine/memory_storage.h"
+#include "engine/storage/memory_storage.h"
 #include "fuzz/memory_file.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "engine/memory_storage.h"
+#include "engine/storage/memory_storage.h"
 #include "fuzz/memory_file.h"
 #include "hint/hint_sample.h"
 

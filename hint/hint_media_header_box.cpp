@@ -1,4 +1,5 @@
 #include "hint/hint_media_header_box.h"
+#include "engine/storage/printing.h"
 
 #include <cstdio>
 

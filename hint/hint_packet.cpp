@@ -1,4 +1,5 @@
 #include "hint/hint_packet.h"
+#include "engine/storage/printing.h"
 
 #include <cstdio>
 #include <limits>

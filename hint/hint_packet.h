@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "engine/box_list.h"
-#include "engine/item_list.h"
+#include "engine/box/box_list.h"
+#include "engine/storage/item_list.h"
 #include "hint/packet_constructor.h"
 
 namespace kt {

@@ -1,4 +1,5 @@
 #include "hint/hint_sample.h"
+#include "engine/storage/printing.h"
 
 #include <cstdio>
 #include <limits>

@@ -1,4 +1,5 @@
 #include "hint/packet_constructor.h"
+#include "engine/storage/printing.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -4,7 +4,7 @@
 #include <memory>
 #include <span>
 
-#include "engine/field_io.h"
+#include "engine/storage/field_io.h"
 
 namespace kt {
 

@@ -3,7 +3,8 @@
 #include <cstdio>
 #include <new>
 
-#include "engine/box_list.h"
+#include "engine/box/box_list.h"
+#include "engine/storage/printing.h"
 
 namespace kt {
 namespace {

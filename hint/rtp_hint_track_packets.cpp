@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "engine/memory_storage.h"
+#include "engine/storage/memory_storage.h"
 #include "engine/track_impl.h"
 #include "hint/rfc3016_latm_hint_track.h"
 #include "hint/rtp_hint_track.h"

@@ -1,4 +1,5 @@
 #include "hint/session_text_box.h"
+#include "engine/storage/printing.h"
 
 #include <cstdio>
 #include <cstring>

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "boxes/box_text.h"
-#include "engine/box.h"
+#include "engine/box/box.h"
+#include "engine/box/box_text.h"
 
 namespace kt {
 

@@ -6,7 +6,7 @@
 #include "boxes/media_data_box.h"
 #include "boxes/movie_box.h"
 #include "boxes/track_box.h"
-#include "engine/child_boxes.h"
+#include "engine/box/child_boxes.h"
 #include "engine/track_impl.h"
 #include "support/movie_builder.h"
 #include "support/open_storage.h"

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "engine/box_list.h"
+#include "engine/box/box_list.h"
 #include "support/open_storage.h"
 
 namespace kt::test {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/memory_storage.h"
+#include "engine/storage/memory_storage.h"
 #include "support/answer.h"
 #include "support/box_writer.h"
 #include "support/temp_file.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/storage.h"
+#include "engine/storage/storage.h"
 
 namespace kt {
 

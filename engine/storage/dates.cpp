@@ -1,4 +1,4 @@
-#include "engine/dates.h"
+#include "engine/storage/dates.h"
 
 namespace kt {
 namespace {

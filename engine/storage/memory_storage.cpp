@@ -1,4 +1,4 @@
-#include "engine/memory_storage.h"
+#include "engine/storage/memory_storage.h"
 
 #include <cstring>
 

@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 namespace kt {
 

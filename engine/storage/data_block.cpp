@@ -1,10 +1,10 @@
-#include "engine/data_block.h"
+#include "engine/storage/data_block.h"
 
 #include <cstdio>
 #include <cstring>
 #include <new>
 
-#include "engine/box.h"
+#include "engine/storage/printing.h"
 
 namespace kt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "engine/box.h"
-#include "engine/item_list.h"
+#include "engine/box/box.h"
+#include "engine/storage/item_list.h"
 
 namespace kt {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <memory>
 
-#include "engine/storage.h"
+#include "engine/storage/storage.h"
 
 namespace kt {
 

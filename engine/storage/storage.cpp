@@ -1,4 +1,4 @@
-#include "engine/storage.h"
+#include "engine/storage/storage.h"
 
 #include <algorithm>
 #include <limits>

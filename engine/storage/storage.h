@@ -1,7 +1,7 @@
 #pragma once
 
 #include <ktmp4/result.h>
-#include "engine/file_stream.h"
+#include "engine/storage/file_stream.h"
 
 namespace kt {
 

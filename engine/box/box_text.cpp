@@ -1,4 +1,4 @@
-#include "boxes/box_text.h"
+#include "engine/box/box_text.h"
 
 #include <limits>
 #include <new>

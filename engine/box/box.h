@@ -2,7 +2,8 @@
 
 #include <memory>
 
-#include "engine/storage.h"
+#include "engine/storage/printing.h"
+#include "engine/storage/storage.h"
 
 namespace kt {
 
@@ -62,19 +63,6 @@ class CFullBox : public CBox {
  protected:
   u8 m_version = 0;
   u32 m_flags = 0;
-};
-
-/// Prints two blanks per level; nothing for 0 and below.
-void PrintIndent(int indent);
-
-/// The four characters of a code, most significant first, for "%c%c%c%c".
-struct CodeCharacters {
-  explicit CodeCharacters(u32 code)
-      : first(static_cast<char>(code >> 24)),
-        second(static_cast<char>(code >> 16)),
-        third(static_cast<char>(code >> 8)),
-        fourth(static_cast<char>(code)) {}
-  char first, second, third, fourth;
 };
 
 }  // namespace kt

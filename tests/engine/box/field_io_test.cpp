@@ -1,4 +1,4 @@
-#include "engine/field_io.h"
+#include "engine/storage/field_io.h"
 
 #include <gtest/gtest.h>
 

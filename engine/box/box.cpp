@@ -1,4 +1,4 @@
-#include "engine/box.h"
+#include "engine/box/box.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -16,10 +16,6 @@ bool FitsIn32Bits(u64 value) {
 }
 
 }  // namespace
-
-void PrintIndent(int indent) {
-  for (; indent > 0; --indent) std::fputs("  ", stdout);
-}
 
 CBox::CBox(u32 type, const u8* userType) : m_size(8), m_type(type) {
   if (userType == nullptr) return;

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "engine/storage.h"
+#include "engine/storage/storage.h"
 
 namespace kt {
 

@@ -1,4 +1,4 @@
-#include "engine/box_list.h"
+#include "engine/box/box_list.h"
 
 #include <algorithm>
 
