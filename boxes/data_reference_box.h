@@ -1,7 +1,7 @@
 #pragma once
 
-#include "boxes/container_box.h"
-#include "boxes/entry_count_box.h"
+#include "boxes/containers/container_box.h"
+#include "boxes/tables/entry_count_box.h"
 #include "engine/box/box_text.h"
 
 namespace kt {

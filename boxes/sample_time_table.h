@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "boxes/composition_offset_box.h"
-#include "boxes/time_to_sample_box.h"
+#include "boxes/tables/composition_offset_box.h"
+#include "boxes/tables/time_to_sample_box.h"
 
 namespace kt {
 

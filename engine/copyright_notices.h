@@ -3,8 +3,8 @@
 #include <memory>
 #include <new>
 
+#include "boxes/containers/user_data_box.h"
 #include "boxes/copyright_box.h"
-#include "boxes/user_data_box.h"
 
 namespace kt {
 

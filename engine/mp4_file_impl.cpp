@@ -5,9 +5,9 @@
 #include <cstring>
 #include <new>
 
+#include "boxes/containers/movie_box.h"
 #include "boxes/file_type_box.h"
-#include "boxes/movie_box.h"
-#include "boxes/movie_header_box.h"
+#include "boxes/headers/movie_header_box.h"
 #include "engine/copyright_notices.h"
 #include "engine/track_impl.h"
 

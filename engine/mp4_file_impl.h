@@ -4,7 +4,7 @@
 #include <span>
 
 #include <ktmp4/mp4_file.h>
-#include "boxes/data_list.h"
+#include "boxes/tables/data_list.h"
 #include "engine/box/box_list.h"
 #include "engine/storage/storage.h"
 #include "engine/track_host.h"

@@ -3,14 +3,14 @@
 
 #include <cstring>
 
-#include "boxes/movie_box.h"
+#include "boxes/containers/movie_box.h"
+#include "boxes/containers/user_data_box.h"
+#include "boxes/hint/hint_information_box.h"
 #include "boxes/object_descriptor_box.h"
-#include "boxes/user_data_box.h"
 #include "engine/box/child_boxes.h"
 #include "engine/mp4_file_impl.h"
 #include "engine/session_iod.h"
 #include "hint/base64.h"
-#include "hint/hint_information_box.h"
 #include "hint/session_text.h"
 
 namespace kt {

@@ -1,11 +1,11 @@
 // The MPEG-4 systems side of the file object: the tracks of the object descriptors and of the scene.
 // ISO/IEC 14496-1 and -14.
 
-#include "boxes/movie_box.h"
-#include "boxes/movie_header_box.h"
+#include "boxes/containers/movie_box.h"
+#include "boxes/containers/track_box.h"
+#include "boxes/containers/track_reference_box.h"
+#include "boxes/headers/movie_header_box.h"
 #include "boxes/object_descriptor_box.h"
-#include "boxes/track_box.h"
-#include "boxes/track_reference_box.h"
 #include "engine/box/child_boxes.h"
 #include "engine/mp4_file_impl.h"
 #include "engine/session_iod.h"

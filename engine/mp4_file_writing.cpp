@@ -4,12 +4,12 @@
 #include <cstdio>
 #include <new>
 
+#include "boxes/containers/movie_box.h"
+#include "boxes/containers/track_box.h"
 #include "boxes/file_type_box.h"
+#include "boxes/headers/movie_header_box.h"
 #include "boxes/media_data_box.h"
-#include "boxes/movie_box.h"
-#include "boxes/movie_header_box.h"
 #include "boxes/object_descriptor_box.h"
-#include "boxes/track_box.h"
 #include "engine/box/child_boxes.h"
 #include "engine/mp4_file_impl.h"
 #include "engine/track_impl.h"

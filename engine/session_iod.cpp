@@ -4,7 +4,7 @@
 #include <new>
 
 #include <ktmp4/mp4_file.h>
-#include "boxes/track_reference_box.h"
+#include "boxes/containers/track_reference_box.h"
 #include "descriptors/es_descriptor.h"
 #include "descriptors/initial_object_descriptor.h"
 #include "descriptors/object_descriptor.h"

@@ -1,9 +1,9 @@
 // What a track takes from its sample entries, by the code of the entry.
 
-#include "boxes/amr_sample_entry.h"
-#include "boxes/h263_sample_entry.h"
-#include "boxes/mp4_sample_entry.h"
-#include "boxes/sample_description_box.h"
+#include "boxes/entries/amr_sample_entry.h"
+#include "boxes/entries/h263_sample_entry.h"
+#include "boxes/entries/mp4_sample_entry.h"
+#include "boxes/entries/sample_description_box.h"
 #include "engine/track_impl.h"
 
 namespace kt {

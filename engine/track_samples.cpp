@@ -1,10 +1,10 @@
 // Samples by number and by time.
 
-#include "boxes/chunk_large_offset_box.h"
-#include "boxes/chunk_offset_box.h"
-#include "boxes/sample_size_box.h"
-#include "boxes/sample_to_chunk_box.h"
-#include "boxes/sync_sample_box.h"
+#include "boxes/tables/chunk_large_offset_box.h"
+#include "boxes/tables/chunk_offset_box.h"
+#include "boxes/tables/sample_size_box.h"
+#include "boxes/tables/sample_to_chunk_box.h"
+#include "boxes/tables/sync_sample_box.h"
 #include "engine/track_impl.h"
 
 namespace kt {

@@ -7,15 +7,15 @@
 #include <limits>
 #include <new>
 
+#include "boxes/containers/media_information_box.h"
+#include "boxes/containers/sample_table_box.h"
+#include "boxes/containers/track_box.h"
+#include "boxes/entries/mp4_sample_entry.h"
+#include "boxes/headers/media_header_box.h"
+#include "boxes/headers/track_header_box.h"
 #include "boxes/media_data_box.h"
-#include "boxes/media_header_box.h"
-#include "boxes/media_information_box.h"
-#include "boxes/mp4_sample_entry.h"
-#include "boxes/sample_size_box.h"
-#include "boxes/sample_table_box.h"
-#include "boxes/sample_to_chunk_box.h"
-#include "boxes/track_box.h"
-#include "boxes/track_header_box.h"
+#include "boxes/tables/sample_size_box.h"
+#include "boxes/tables/sample_to_chunk_box.h"
 #include "engine/box/child_boxes.h"
 #include "engine/track_impl.h"
 

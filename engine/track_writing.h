@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "boxes/chunk_large_offset_box.h"
-#include "boxes/chunk_offset_box.h"
-#include "boxes/composition_offset_box.h"
-#include "boxes/sync_sample_box.h"
+#include "boxes/tables/chunk_large_offset_box.h"
+#include "boxes/tables/chunk_offset_box.h"
+#include "boxes/tables/composition_offset_box.h"
+#include "boxes/tables/sync_sample_box.h"
 #include "engine/bit_rate_window.h"
 #include "engine/chunk_buffer.h"
 

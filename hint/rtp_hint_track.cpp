@@ -4,19 +4,19 @@
 #include <cstring>
 #include <new>
 
-#include "boxes/handler_reference_box.h"
-#include "boxes/media_box.h"
-#include "boxes/media_information_box.h"
-#include "boxes/sample_description_box.h"
-#include "boxes/track_box.h"
-#include "boxes/track_reference_box.h"
-#include "boxes/user_data_box.h"
+#include "boxes/containers/media_box.h"
+#include "boxes/containers/media_information_box.h"
+#include "boxes/containers/track_box.h"
+#include "boxes/containers/track_reference_box.h"
+#include "boxes/containers/user_data_box.h"
+#include "boxes/entries/sample_description_box.h"
+#include "boxes/headers/handler_reference_box.h"
+#include "boxes/hint/hint_information_box.h"
+#include "boxes/hint/hint_media_header_box.h"
+#include "boxes/hint/rtp_hint_sample_entry.h"
 #include "engine/box/child_boxes.h"
 #include "engine/storage/memory_storage.h"
 #include "engine/track_impl.h"
-#include "hint/hint_information_box.h"
-#include "hint/hint_media_header_box.h"
-#include "hint/rtp_hint_sample_entry.h"
 
 namespace kt {
 namespace {

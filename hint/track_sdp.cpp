@@ -2,8 +2,8 @@
 
 #include <new>
 
+#include "boxes/hint/hint_information_box.h"
 #include "hint/cc_hint_track.h"
-#include "hint/hint_information_box.h"
 #include "hint/rfc3016_latm_hint_track.h"
 #include "hint/rfc3016_video_hint_track.h"
 #include "hint/session_text.h"

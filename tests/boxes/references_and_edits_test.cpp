@@ -1,9 +1,9 @@
 #include <array>
 #include <tuple>
 
-#include "boxes/edit_box.h"
-#include "boxes/edit_list_box.h"
-#include "boxes/track_reference_box.h"
+#include "boxes/containers/edit_box.h"
+#include "boxes/containers/track_reference_box.h"
+#include "boxes/tables/edit_list_box.h"
 #include "support/box_probe.h"
 #include "support/track_boxes.h"
 

@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "boxes/containers/movie_box.h"
+#include "boxes/containers/track_box.h"
 #include "boxes/media_data_box.h"
-#include "boxes/movie_box.h"
-#include "boxes/track_box.h"
 #include "engine/box/child_boxes.h"
 #include "engine/track_impl.h"
 #include "support/movie_builder.h"

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "boxes/movie_header_box.h"
-#include "boxes/track_header_box.h"
+#include "boxes/headers/movie_header_box.h"
+#include "boxes/headers/track_header_box.h"
 #include "support/open_storage.h"
 
 namespace kt {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "boxes/containers/container_box.h"
+
+namespace kt {
+
+/// "minf": header of the kind of media, data information and sample table. ISO/IEC 14496-12, 8.4.4.
+class CMediaInformationBox final : public CContainerBox<CBox, ContainerRules{}> {
+ public:
+  CMediaInformationBox() : CContainerBox(FourCc("minf")) {}
+  explicit CMediaInformationBox(CBox&& header) : CContainerBox(std::move(header)) {}
+};
+
+}  // namespace kt

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "boxes/containers/container_box.h"
+
+namespace kt {
+
+/// "moov": the header, the tracks and the user data of the movie. ISO/IEC 14496-12, 8.2.1.
+class CMovieBox final : public CContainerBox<CBox, ContainerRules{.lookup = ChildLookup::kByOccurrence}> {
+ public:
+  CMovieBox() : CContainerBox(FourCc("moov")) {}
+  explicit CMovieBox(CBox&& header) : CContainerBox(std::move(header)) {}
+};
+
+}  // namespace kt

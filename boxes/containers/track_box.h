@@ -1,0 +1,14 @@
+#pragma once
+
+#include "boxes/containers/container_box.h"
+
+namespace kt {
+
+/// "trak": everything about one track. ISO/IEC 14496-12, 8.3.1.
+class CTrackBox final : public CContainerBox<CBox, ContainerRules{}> {
+ public:
+  CTrackBox() : CContainerBox(FourCc("trak")) {}
+  explicit CTrackBox(CBox&& header) : CContainerBox(std::move(header)) {}
+};
+
+}  // namespace kt

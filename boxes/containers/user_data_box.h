@@ -1,0 +1,18 @@
+#pragma once
+
+#include "boxes/containers/container_box.h"
+
+namespace kt {
+
+/// "udta": copyright notices and other data of the user, of the movie or of a track. ISO/IEC
+/// 14496-12, 8.10.1.
+class CUserDataBox final : public CContainerBox<CBox, ContainerRules{.serializesWithoutList = true,
+                                                                     .dumpsWithoutList = true,
+                                                                     .lookupWithoutList = MP4_NOT_FOUND,
+                                                                     .lookup = ChildLookup::kByOccurrence}> {
+ public:
+  CUserDataBox() : CContainerBox(FourCc("udta")) {}
+  explicit CUserDataBox(CBox&& header) : CContainerBox(std::move(header)) {}
+};
+
+}  // namespace kt

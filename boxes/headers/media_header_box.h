@@ -1,0 +1,26 @@
+#pragma once
+
+#include "boxes/headers/timed_header_box.h"
+
+namespace kt {
+
+/// "mdhd": time scale, duration in media ticks and creation date of a track's media. ISO/IEC 14496-12, 8.4.2.
+class CMediaHeaderBox final : public CFieldsBox<CMediaHeaderBox, CScaledHeaderBox> {
+ public:
+  CMediaHeaderBox() : CFieldsBox(FourCc("mdhd"), u8{0}, 0U) {}
+  explicit CMediaHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
+
+  Mp4Result Dump(int indent) override;
+
+  template <class Fields>
+  Mp4Result VisitFields(Fields& fields) {
+    KT_TRY(VisitTimes(fields, m_ui32TimeScale));
+    return fields(m_ui16Language, m_ui16PreDefined);
+  }
+
+ private:
+  u16 m_ui16Language = 0;  // kept and written back, not interpreted
+  u16 m_ui16PreDefined = 0;
+};
+
+}  // namespace kt

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "boxes/tables/chunk_offset_table.h"
+
+namespace kt {
+
+struct CChunkOffsetTableEntry {
+  u32 chunkOffset;
+};
+
+/// "stco": chunk offsets below 4 GiB.
+class CChunkOffsetBox : public CChunkOffsetTable<CChunkOffsetBox, CChunkOffsetTableEntry> {
+ public:
+  CChunkOffsetBox() : CChunkOffsetTable(FourCc("stco")) { m_size += 4; }
+  explicit CChunkOffsetBox(CBox&& header) : CChunkOffsetTable(std::move(header)) {}
+};
+
+}  // namespace kt

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "boxes/tables/block_totals.h"
+#include "boxes/tables/table_box.h"
+
+namespace kt {
+
+struct CSampleSizeTableEntry {
+  u32 sampleSize;
+};
+
+/// "stsz": the size of each sample in bytes, as one constant or as a table. ISO/IEC 14496-12, 8.7.3.2.
+///
+/// Samples are numbered from 1. A written table begins as a constant and becomes a table at the first size
+/// that differs.
+class CSampleSizeBox : public CTableBox<CSampleSizeBox, CSampleSizeTableEntry> {
+ public:
+  CSampleSizeBox() : CTableBox(FourCc("stsz")) { m_size += 8; }
+  explicit CSampleSizeBox(CBox&& header) : CTableBox(std::move(header)) {}
+
+  Mp4Result Deserialize(CStorage* storage) override;
+  Mp4Result Serialize(CStorage* storage) override;
+  Mp4Result Dump(int indent) override;
+  Mp4Result CalculateSize() override;
+
+  template <class Fields>
+  Mp4Result VisitEntry(Fields& fields, CSampleSizeTableEntry& entry) {
+    return fields(entry.sampleSize);
+  }
+
+  /// MP4_NOT_FOUND beyond the count. A constant size holds for sample 0 as well; in a table that is
+  /// MP4_ZERO_INDEX.
+  Mp4Result GetSampleSize(u32 sample, u32* size) const;
+  /// The sum of the sizes of samples `first` to `end` - 1, modulo 2^32; 0 when there is none. Results as
+  /// `GetSampleSize` of each of them, and MP4_NO_MEMORY. Costs the same wherever the samples lie.
+  Mp4Result SumSampleSizes(u32 first, u32 end, u32* sum);
+
+  /// Records the size of the next sample. MP4_BAD_ARGUMENT for a number out of turn and for size 0,
+  /// MP4_NO_MEMORY.
+  Mp4Result AddSampleSize(u32 sample, u32 size);
+
+ private:
+  struct AddSize {
+    u32 operator()(u32 sum, const CSampleSizeTableEntry& entry) const { return sum + entry.sampleSize; }
+  };
+
+  u32 SumUpTo(u32 sample) const;
+
+  u32 m_ui32SampleSize = 0;  // the constant, 0 when the sizes stand in the list
+  CBlockTotals<CSampleSizeTableEntry, AddSize> m_Sums;
+};
+
+}  // namespace kt

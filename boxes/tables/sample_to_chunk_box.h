@@ -1,0 +1,59 @@
+#pragma once
+
+#include "boxes/tables/table_box.h"
+
+namespace kt {
+
+struct CSampleToChunkTableEntry {
+  u32 firstChunk;
+  u32 samplesPerChunk;
+  u32 sampleDescriptionIndex;
+};
+
+/// "stsc": which chunk holds a sample, as runs of chunks with the same number of samples. All numbers count
+/// from 1. ISO/IEC 14496-12, 8.7.4.
+///
+/// The runs are taken as they stand: where first chunks do not rise, the 32-bit arithmetic wraps and gives
+/// numbers that other tables refuse.
+class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTableEntry> {
+ public:
+  CSampleToChunkBox() : CTableBox(FourCc("stsc")) {}
+  explicit CSampleToChunkBox(CBox&& header) : CTableBox(std::move(header)) {}
+
+  template <class Fields>
+  Mp4Result VisitEntry(Fields& fields, CSampleToChunkTableEntry& entry) {
+    return fields(entry.firstChunk, entry.samplesPerChunk, entry.sampleDescriptionIndex);
+  }
+
+  /// The chunk that holds the sample. The last run has no end: a sample behind the last chunk gets a number
+  /// too. MP4_NOT_FOUND and chunk 1 for an empty table, MP4_CORRUPT and chunk 1 for a run with 0 samples per
+  /// chunk.
+  Mp4Result GetChunkOfSample(u32 sample, u32* chunk);
+  /// The first sample of the chunk; to be asked behind `GetChunkOfSample`, whose place in the table it starts
+  /// from. MP4_NOT_FOUND and sample 1 for an empty table.
+  Mp4Result GetFirstSampleOfChunk(u32 chunk, u32* sample);
+
+  /// Records the next chunk; like chunks share a record. MP4_BAD_ARGUMENT for a number out of turn,
+  /// MP4_NO_MEMORY.
+  Mp4Result AddChunk(u32 chunk, u32 samplesPerChunk, u32 sampleDescriptionIndex);
+
+ private:
+  // Chunks with the same number of samples: those of a record.
+  struct Run {
+    u32 firstChunk;
+    u32 samplesPerChunk;
+    u32 firstSample;
+  };
+  Mp4Result GetCursorRun(Run* run) const;
+  // Moves to the run of the next record.
+  static void StepTo(const CSampleToChunkTableEntry& next, Run* run);
+
+  // Reading: the record that `GetChunkOfSample` found last, the first chunk and the first sample of its run.
+  u32 m_ui32CursorEntry = 1;
+  u32 m_ui32CursorChunk = 1;
+  u32 m_ui32CursorSample = 1;
+  // Writing: the chunk expected next.
+  u32 m_ui32NextChunk = 1;
+};
+
+}  // namespace kt

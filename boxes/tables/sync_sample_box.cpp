@@ -1,0 +1,33 @@
+#include "boxes/tables/sync_sample_box.h"
+
+namespace kt {
+
+Mp4Result CSyncSampleBox::FindPrecedingSyncSample(u32 sample, u32* syncSample) {
+  *syncSample = 1;
+  CSyncSampleTableEntry entry{};
+  KT_TRY(m_List.GetAt(1, &entry));
+  if (entry.sampleNumber > sample) return MP4_NOT_FOUND;
+
+  // The blocks whose entries all stay at or below the sample can be passed over, rising or not. The first
+  // entry counts among them without harm: it is not above the sample.
+  KT_TRY(m_Largest.Update(m_List));
+  u32 passed = 0;
+  for (u32 end = m_Largest.GetCount(); passed < end;) {
+    const u32 middle = passed + (end - passed) / 2;
+    if (m_Largest.UpTo(middle + 1) > sample) {
+      end = middle;
+    } else {
+      passed = middle + 1;
+    }
+  }
+  u32 index = passed * CDataList<CSyncSampleTableEntry>::kBlockSize + 1;
+  while (index <= m_List.GetCount() && m_List.At(index).sampleNumber <= sample) ++index;
+  *syncSample = m_List.At(index - 1).sampleNumber;
+  return MP4_OK;
+}
+
+Mp4Result CSyncSampleBox::AddSyncSample(u32 sample) {
+  return AppendEntry({sample});
+}
+
+}  // namespace kt
