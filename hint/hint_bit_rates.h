@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/bit_rate_window.h"
+#include "engine/track/bit_rate_window.h"
 
 namespace kt {
 

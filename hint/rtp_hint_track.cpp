@@ -16,7 +16,7 @@
 #include "boxes/hint/rtp_hint_sample_entry.h"
 #include "engine/box/child_boxes.h"
 #include "engine/storage/memory_storage.h"
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 
 namespace kt {
 namespace {

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include <ktmp4/mp4_hint_track.h>
-#include "engine/track_host.h"
+#include "engine/track/track_host.h"
 #include "hint/growing_array.h"
 #include "hint/hint_bit_rates.h"
 #include "hint/media_tracks.h"

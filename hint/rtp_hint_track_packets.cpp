@@ -3,7 +3,7 @@
 #include <new>
 
 #include "engine/storage/memory_storage.h"
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 #include "hint/rfc3016_latm_hint_track.h"
 #include "hint/rtp_hint_track.h"
 

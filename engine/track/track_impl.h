@@ -3,9 +3,9 @@
 #include <memory>
 
 #include <ktmp4/mp4_track.h>
-#include "boxes/sample_time_table.h"
-#include "engine/track_host.h"
-#include "engine/track_writing.h"
+#include "engine/track/sample_time_table.h"
+#include "engine/track/track_host.h"
+#include "engine/track/track_writing.h"
 
 namespace kt {
 

@@ -1,4 +1,4 @@
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 
 #include <new>
 
@@ -17,7 +17,7 @@
 #include "boxes/tables/sample_to_chunk_box.h"
 #include "boxes/tables/sync_sample_box.h"
 #include "engine/box/child_boxes.h"
-#include "engine/copyright_notices.h"
+#include "engine/track/copyright_notices.h"
 
 namespace kt {
 namespace {

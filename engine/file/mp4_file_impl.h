@@ -7,7 +7,7 @@
 #include "boxes/tables/data_list.h"
 #include "engine/box/box_list.h"
 #include "engine/storage/storage.h"
-#include "engine/track_host.h"
+#include "engine/track/track_host.h"
 
 namespace kt {
 

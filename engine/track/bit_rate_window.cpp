@@ -1,4 +1,4 @@
-#include "engine/bit_rate_window.h"
+#include "engine/track/bit_rate_window.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "engine/chunk_buffer.h"
+#include "engine/track/chunk_buffer.h"
 
 #include <algorithm>
 #include <cstring>

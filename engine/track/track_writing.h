@@ -6,8 +6,8 @@
 #include "boxes/tables/chunk_offset_box.h"
 #include "boxes/tables/composition_offset_box.h"
 #include "boxes/tables/sync_sample_box.h"
-#include "engine/bit_rate_window.h"
-#include "engine/chunk_buffer.h"
+#include "engine/track/bit_rate_window.h"
+#include "engine/track/chunk_buffer.h"
 
 namespace kt {
 

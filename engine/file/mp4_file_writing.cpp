@@ -11,8 +11,8 @@
 #include "boxes/media_data_box.h"
 #include "boxes/object_descriptor_box.h"
 #include "engine/box/child_boxes.h"
-#include "engine/mp4_file_impl.h"
-#include "engine/track_impl.h"
+#include "engine/file/mp4_file_impl.h"
+#include "engine/track/track_impl.h"
 
 namespace kt {
 namespace {

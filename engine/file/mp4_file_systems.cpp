@@ -7,9 +7,9 @@
 #include "boxes/headers/movie_header_box.h"
 #include "boxes/object_descriptor_box.h"
 #include "engine/box/child_boxes.h"
-#include "engine/mp4_file_impl.h"
-#include "engine/session_iod.h"
-#include "engine/track_impl.h"
+#include "engine/file/mp4_file_impl.h"
+#include "engine/file/session_iod.h"
+#include "engine/track/track_impl.h"
 
 namespace kt {
 namespace {

@@ -22,7 +22,7 @@
 #include "boxes/tables/sample_size_box.h"
 #include "boxes/tables/sample_to_chunk_box.h"
 #include "engine/box/child_boxes.h"
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 
 namespace kt {
 namespace {

@@ -7,7 +7,7 @@
 #include "boxes/containers/track_box.h"
 #include "boxes/media_data_box.h"
 #include "engine/box/child_boxes.h"
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 #include "support/movie_builder.h"
 #include "support/open_storage.h"
 #include "support/written_movie.h"

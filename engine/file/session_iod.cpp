@@ -1,4 +1,4 @@
-#include "engine/session_iod.h"
+#include "engine/file/session_iod.h"
 
 #include <cstring>
 #include <new>
@@ -10,7 +10,7 @@
 #include "descriptors/object_descriptor.h"
 #include "descriptors/object_descriptor_update.h"
 #include "engine/storage/memory_storage.h"
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 #include "hint/base64.h"
 #include "hint/session_text.h"
 

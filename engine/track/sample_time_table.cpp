@@ -1,4 +1,4 @@
-#include "boxes/sample_time_table.h"
+#include "engine/track/sample_time_table.h"
 
 #include <algorithm>
 #include <limits>

@@ -8,8 +8,8 @@
 #include "boxes/hint/hint_information_box.h"
 #include "boxes/object_descriptor_box.h"
 #include "engine/box/child_boxes.h"
-#include "engine/mp4_file_impl.h"
-#include "engine/session_iod.h"
+#include "engine/file/mp4_file_impl.h"
+#include "engine/file/session_iod.h"
 #include "hint/base64.h"
 #include "hint/session_text.h"
 

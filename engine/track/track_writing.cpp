@@ -1,7 +1,7 @@
 // Samples of a track that is being written: into the chunk, from there to the file, and the tables that tell
 // where they are.
 
-#include "engine/track_writing.h"
+#include "engine/track/track_writing.h"
 
 #include <algorithm>
 #include <limits>
@@ -17,7 +17,7 @@
 #include "boxes/tables/sample_size_box.h"
 #include "boxes/tables/sample_to_chunk_box.h"
 #include "engine/box/child_boxes.h"
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 
 namespace kt {
 namespace {

@@ -4,7 +4,7 @@
 #include "boxes/entries/h263_sample_entry.h"
 #include "boxes/entries/mp4_sample_entry.h"
 #include "boxes/entries/sample_description_box.h"
-#include "engine/track_impl.h"
+#include "engine/track/track_impl.h"
 
 namespace kt {
 

@@ -1,4 +1,4 @@
-#include "engine/mp4_file_impl.h"
+#include "engine/file/mp4_file_impl.h"
 
 #include <cinttypes>
 #include <cstdio>
@@ -8,8 +8,8 @@
 #include "boxes/containers/movie_box.h"
 #include "boxes/file_type_box.h"
 #include "boxes/headers/movie_header_box.h"
-#include "engine/copyright_notices.h"
-#include "engine/track_impl.h"
+#include "engine/track/copyright_notices.h"
+#include "engine/track/track_impl.h"
 
 namespace kt {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <new>
 
-#include "engine/mp4_file_impl.h"
+#include "engine/file/mp4_file_impl.h"
 #include "hint/cc_hint_track.h"
 #include "hint/rfc3016_latm_hint_track.h"
 #include "hint/rfc3016_video_hint_track.h"
