@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/property_page.h"
+#include "module/com/property_page.h"
 
 namespace kt {
 

@@ -9,7 +9,7 @@
 #include "filter/platform/file_reader_filter.h"
 #include "filter/platform/platform_guid.h"
 #include "filter/platform/track_page_dialog.h"
-#include "module/class_factory.h"
+#include "module/com/class_factory.h"
 
 namespace kt {
 namespace {

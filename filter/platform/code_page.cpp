@@ -1,6 +1,6 @@
 #include "filter/platform/code_page.h"
 
-#include "module/com_edge.h"
+#include "module/com/com_edge.h"
 
 namespace kt {
 namespace {

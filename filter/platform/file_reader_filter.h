@@ -12,7 +12,7 @@
 #include "filter/platform/graph_assembly.h"
 #include "filter/platform/output_pin.h"
 #include "filter/platform/text_roads.h"
-#include "module/source.h"
+#include "module/graph/source.h"
 
 namespace kt {
 

@@ -5,8 +5,8 @@
 #include <string>
 
 #include <ktmp4/ktmp4source.h>
-#include "module/com_edge.h"
-#include "module/registration.h"
+#include "module/com/com_edge.h"
+#include "module/com/registration.h"
 
 namespace kt {
 namespace {

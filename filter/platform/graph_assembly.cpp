@@ -8,7 +8,7 @@
 #include <vector>
 
 #include <ktmp4/ktmp4source.h>
-#include "module/com_edge.h"
+#include "module/com/com_edge.h"
 
 namespace kt {
 

@@ -3,7 +3,7 @@
 #include <strmif.h>
 
 #include "filter/logic/reader_pin.h"
-#include "module/com_pointer.h"
+#include "module/com/com_pointer.h"
 
 namespace kt {
 

@@ -2,7 +2,7 @@
 
 #include "filter/logic/sample_delivery.h"
 #include "filter/logic/seeking.h"
-#include "module/source_stream.h"
+#include "module/graph/source_stream.h"
 
 namespace kt {
 

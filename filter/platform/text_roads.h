@@ -2,7 +2,7 @@
 
 #include <ktmp4/ktmp4source.h>
 #include "filter/logic/text_delivery.h"
-#include "module/base_filter.h"
+#include "module/graph/base_filter.h"
 
 namespace kt {
 

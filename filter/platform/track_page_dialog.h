@@ -2,7 +2,7 @@
 
 #include <ktmp4/ktmp4source.h>
 #include "filter/logic/track_page.h"
-#include "module/property_page.h"
+#include "module/com/property_page.h"
 
 namespace kt {
 

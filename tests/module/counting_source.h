@@ -7,8 +7,8 @@
 #include <memory>
 
 #include "module/frame_test.h"
+#include "module/graph/source.h"
 #include "module/recording_sink.h"
-#include "module/source.h"
 
 namespace kt::test {
 

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "module/com_pointer.h"
+#include "module/com/com_pointer.h"
+#include "module/com/module_state.h"
 #include "module/deadline.h"
-#include "module/module_state.h"
 #include "module/recording_sink.h"
 
 namespace kt::test {

@@ -6,7 +6,7 @@
 #include <strmif.h>
 #include <uuids.h>
 
-#include "module/com_pointer.h"
+#include "module/com/com_pointer.h"
 #include "module/deadline.h"
 
 namespace kt::test {

@@ -6,8 +6,8 @@
 #include <mutex>
 #include <vector>
 
-#include "module/base_filter.h"
-#include "module/base_pin.h"
+#include "module/graph/base_filter.h"
+#include "module/graph/base_pin.h"
 
 namespace kt::test {
 

@@ -1,9 +1,9 @@
-#include "module/unknown.h"
+#include "module/com/unknown.h"
 
 #include <new>
 #include <tuple>
 
-#include "module/class_factory.h"
+#include "module/com/class_factory.h"
 #include "module/counting_source.h"
 
 namespace kt {

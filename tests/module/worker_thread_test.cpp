@@ -1,4 +1,4 @@
-#include "module/worker_thread.h"
+#include "module/graph/worker_thread.h"
 
 #include <gtest/gtest.h>
 

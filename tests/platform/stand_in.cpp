@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <set>
 
-#include "module/base_filter.h"
+#include "module/graph/base_filter.h"
 
 namespace kt::test {
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "module/base_output_pin.h"
-#include "module/media_type.h"
+#include "module/graph/base_output_pin.h"
+#include "module/graph/media_type.h"
 
 namespace kt::test {
 

@@ -1,4 +1,4 @@
-#include "module/source.h"
+#include "module/graph/source.h"
 
 #include <objbase.h>
 

@@ -1,4 +1,4 @@
-#include "module/com_edge.h"
+#include "module/com/com_edge.h"
 
 #include <exception>
 #include <new>

@@ -1,8 +1,8 @@
-#include "module/module_state.h"
+#include "module/com/module_state.h"
 
 #include <atomic>
 
-#include "module/com_edge.h"
+#include "module/com/com_edge.h"
 
 namespace kt {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <strmif.h>
 
-#include "module/unknown.h"
+#include "module/com/unknown.h"
 
 namespace kt {
 

@@ -1,4 +1,4 @@
-#include "module/base_pin.h"
+#include "module/graph/base_pin.h"
 
 #include <objbase.h>
 #include <vfwmsgs.h>
@@ -6,8 +6,8 @@
 #include <cstring>
 #include <memory>
 
-#include "module/com_edge.h"
-#include "module/enumerator.h"
+#include "module/com/com_edge.h"
+#include "module/com/enumerator.h"
 
 namespace kt {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "module/com_pointer.h"
-#include "module/unknown.h"
+#include "module/com/com_pointer.h"
+#include "module/com/unknown.h"
 
 namespace kt {
 

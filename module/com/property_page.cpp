@@ -1,12 +1,12 @@
-#include "module/property_page.h"
+#include "module/com/property_page.h"
 
 #include <objbase.h>
 
 #include <bit>
 #include <cstring>
 
-#include "module/com_edge.h"
-#include "module/module_state.h"
+#include "module/com/com_edge.h"
+#include "module/com/module_state.h"
 
 namespace kt {
 namespace {

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <mutex>
 
-#include "module/state_lock.h"
+#include "module/graph/state_lock.h"
 
 namespace kt {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/base_pin.h"
+#include "module/graph/base_pin.h"
 
 namespace kt {
 

@@ -1,4 +1,4 @@
-#include "module/base_output_pin.h"
+#include "module/graph/base_output_pin.h"
 
 #include <objbase.h>
 #include <uuids.h>

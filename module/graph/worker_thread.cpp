@@ -1,11 +1,11 @@
-#include "module/worker_thread.h"
+#include "module/graph/worker_thread.h"
 
 #include <objbase.h>
 
 #include <new>
 
-#include "module/com_edge.h"
-#include "module/serving_wait.h"
+#include "module/com/com_edge.h"
+#include "module/graph/serving_wait.h"
 
 namespace kt {
 

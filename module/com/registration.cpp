@@ -1,4 +1,4 @@
-#include "module/registration.h"
+#include "module/com/registration.h"
 
 #include <objbase.h>
 #include <strmif.h>
@@ -6,10 +6,10 @@
 
 #include <span>
 
-#include "module/class_factory.h"
-#include "module/com_edge.h"
-#include "module/com_pointer.h"
-#include "module/module_state.h"
+#include "module/com/class_factory.h"
+#include "module/com/com_edge.h"
+#include "module/com/com_pointer.h"
+#include "module/com/module_state.h"
 
 namespace kt {
 namespace {

@@ -1,7 +1,7 @@
-#include "module/unknown.h"
+#include "module/com/unknown.h"
 
-#include "module/com_edge.h"
-#include "module/module_state.h"
+#include "module/com/com_edge.h"
+#include "module/com/module_state.h"
 
 namespace kt {
 

@@ -1,8 +1,8 @@
-#include "module/state_lock.h"
+#include "module/graph/state_lock.h"
 
 #include <new>
 
-#include "module/serving_wait.h"
+#include "module/graph/serving_wait.h"
 
 namespace kt {
 

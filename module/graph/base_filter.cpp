@@ -1,10 +1,10 @@
-#include "module/base_filter.h"
+#include "module/graph/base_filter.h"
 
 #include <vfwmsgs.h>
 
-#include "module/base_pin.h"
-#include "module/com_edge.h"
-#include "module/enumerator.h"
+#include "module/com/com_edge.h"
+#include "module/com/enumerator.h"
+#include "module/graph/base_pin.h"
 
 namespace kt {
 namespace {

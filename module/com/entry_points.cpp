@@ -2,8 +2,8 @@
 
 #include <objbase.h>
 
-#include "module/class_factory.h"
-#include "module/module_state.h"
+#include "module/com/class_factory.h"
+#include "module/com/module_state.h"
 
 extern "C" {
 

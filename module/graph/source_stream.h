@@ -1,7 +1,7 @@
 #pragma once
 
-#include "module/base_output_pin.h"
-#include "module/worker_thread.h"
+#include "module/graph/base_output_pin.h"
+#include "module/graph/worker_thread.h"
 
 namespace kt {
 

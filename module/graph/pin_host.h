@@ -2,7 +2,7 @@
 
 #include <strmif.h>
 
-#include "module/com_edge.h"
+#include "module/com/com_edge.h"
 
 namespace kt {
 

@@ -1,9 +1,9 @@
-#include "module/class_factory.h"
+#include "module/com/class_factory.h"
 
 #include <span>
 
-#include "module/com_edge.h"
-#include "module/module_state.h"
+#include "module/com/com_edge.h"
+#include "module/com/module_state.h"
 
 namespace kt {
 namespace {

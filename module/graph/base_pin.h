@@ -5,10 +5,10 @@
 #include <mutex>
 #include <string>
 
-#include "module/com_pointer.h"
-#include "module/media_type.h"
-#include "module/pin_host.h"
-#include "module/unknown.h"
+#include "module/com/com_pointer.h"
+#include "module/com/unknown.h"
+#include "module/graph/media_type.h"
+#include "module/graph/pin_host.h"
 
 namespace kt {
 

@@ -1,4 +1,4 @@
-#include "module/media_type.h"
+#include "module/graph/media_type.h"
 
 #include <objbase.h>
 
@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-#include "module/com_edge.h"
+#include "module/com/com_edge.h"
 
 namespace kt {
 namespace {

@@ -1,9 +1,9 @@
-#include "module/source_stream.h"
+#include "module/graph/source_stream.h"
 
 #include <evcode.h>
 #include <vfwmsgs.h>
 
-#include "module/com_edge.h"
+#include "module/com/com_edge.h"
 
 namespace kt {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <mutex>
 
-#include "module/com_edge.h"
-#include "module/unknown.h"
+#include "module/com/com_edge.h"
+#include "module/com/unknown.h"
 
 namespace kt {
 

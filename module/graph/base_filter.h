@@ -7,10 +7,10 @@
 #include <mutex>
 #include <string>
 
-#include "module/com_pointer.h"
-#include "module/pin_host.h"
-#include "module/state_lock.h"
-#include "module/unknown.h"
+#include "module/com/com_pointer.h"
+#include "module/com/unknown.h"
+#include "module/graph/pin_host.h"
+#include "module/graph/state_lock.h"
 
 namespace kt {
 

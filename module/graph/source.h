@@ -4,8 +4,8 @@
 #include <mutex>
 #include <vector>
 
-#include "module/base_filter.h"
-#include "module/source_stream.h"
+#include "module/graph/base_filter.h"
+#include "module/graph/source_stream.h"
 
 namespace kt {
 

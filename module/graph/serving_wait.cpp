@@ -1,4 +1,4 @@
-#include "module/serving_wait.h"
+#include "module/graph/serving_wait.h"
 
 #include <objbase.h>
 
