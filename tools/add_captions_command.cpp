@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "tools/arguments.h"
-#include "tools/caption_track.h"
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/movie_copy.h"
+#include "tools/copy/caption_track.h"
+#include "tools/copy/movie_copy.h"
+#include "tools/terminal/failure.h"
 
 namespace kt {
 namespace {

@@ -9,15 +9,15 @@
 #include "filter/logic/line21_text_decoder.h"
 #include "filter/logic/time_conversion.h"
 #include "tools/arguments.h"
-#include "tools/caption_samples.h"
+#include "tools/captions/caption_samples.h"
+#include "tools/captions/line21_track.h"
+#include "tools/captions/srt_text.h"
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/input_file.h"
-#include "tools/interrupts.h"
-#include "tools/line21_track.h"
-#include "tools/sample_claims.h"
-#include "tools/srt_text.h"
-#include "tools/standard_streams.h"
+#include "tools/files/input_file.h"
+#include "tools/files/sample_claims.h"
+#include "tools/terminal/failure.h"
+#include "tools/terminal/interrupts.h"
+#include "tools/terminal/standard_streams.h"
 
 namespace kt {
 namespace {

@@ -4,11 +4,11 @@
 
 #include "tools/arguments.h"
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/input_file.h"
-#include "tools/interrupts.h"
-#include "tools/output_file.h"
-#include "tools/sample_claims.h"
+#include "tools/files/input_file.h"
+#include "tools/files/output_file.h"
+#include "tools/files/sample_claims.h"
+#include "tools/terminal/failure.h"
+#include "tools/terminal/interrupts.h"
 
 namespace kt {
 namespace {

@@ -5,9 +5,9 @@
 
 #include "tools/arguments.h"
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/movie_copy.h"
-#include "tools/track_hinting.h"
+#include "tools/copy/movie_copy.h"
+#include "tools/copy/track_hinting.h"
+#include "tools/terminal/failure.h"
 
 namespace kt {
 namespace {

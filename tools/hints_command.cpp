@@ -7,10 +7,10 @@
 
 #include "tools/arguments.h"
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/input_file.h"
-#include "tools/sample_claims.h"
-#include "tools/standard_streams.h"
+#include "tools/files/input_file.h"
+#include "tools/files/sample_claims.h"
+#include "tools/terminal/failure.h"
+#include "tools/terminal/standard_streams.h"
 
 namespace kt {
 namespace {

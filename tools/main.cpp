@@ -4,10 +4,10 @@
 #include <string>
 
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/interrupts.h"
-#include "tools/memory_lack.h"
-#include "tools/standard_streams.h"
+#include "tools/terminal/failure.h"
+#include "tools/terminal/interrupts.h"
+#include "tools/terminal/memory_lack.h"
+#include "tools/terminal/standard_streams.h"
 
 namespace {
 

@@ -13,14 +13,14 @@
 
 #include "filter/logic/seeking.h"
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/headless_pin.h"
-#include "tools/input_file.h"
-#include "tools/media_type_text.h"
-#include "tools/printed_texts.h"
-#include "tools/progress_line.h"
-#include "tools/sample_claims.h"
-#include "tools/standard_streams.h"
+#include "tools/files/input_file.h"
+#include "tools/files/sample_claims.h"
+#include "tools/playing/headless_pin.h"
+#include "tools/playing/media_type_text.h"
+#include "tools/playing/printed_texts.h"
+#include "tools/terminal/failure.h"
+#include "tools/terminal/progress_line.h"
+#include "tools/terminal/standard_streams.h"
 
 namespace kt {
 namespace {

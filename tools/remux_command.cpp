@@ -6,7 +6,7 @@
 
 #include "tools/arguments.h"
 #include "tools/commands.h"
-#include "tools/movie_copy.h"
+#include "tools/copy/movie_copy.h"
 
 namespace kt {
 namespace {

@@ -8,9 +8,9 @@
 
 #include "tools/arguments.h"
 #include "tools/commands.h"
-#include "tools/failure.h"
-#include "tools/input_file.h"
-#include "tools/standard_streams.h"
+#include "tools/files/input_file.h"
+#include "tools/terminal/failure.h"
+#include "tools/terminal/standard_streams.h"
 
 namespace kt {
 namespace {

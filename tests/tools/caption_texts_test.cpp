@@ -6,9 +6,9 @@
 #include <tuple>
 #include <utility>
 
-#include "tools/caption_samples.h"
-#include "tools/failure.h"
-#include "tools/srt_text.h"
+#include "tools/captions/caption_samples.h"
+#include "tools/captions/srt_text.h"
+#include "tools/terminal/failure.h"
 
 namespace kt::test {
 namespace {

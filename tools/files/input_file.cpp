@@ -1,0 +1,145 @@
+#include "tools/files/input_file.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+
+#include "tools/terminal/failure.h"
+
+namespace kt {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Whether the first box is one that files of this format begin with (ISO/IEC 14496-12, and QuickTime).
+bool BeginsLikeMp4(const std::string& name) {
+  static constexpr std::string_view kFirstCodes[] = {"ftyp", "moov", "mdat", "free", "skip",
+                                                     "wide", "uuid", "udta", "styp", "pnot"};
+  char head[8] = {};
+  std::ifstream(name, std::ios::binary).read(head, sizeof head);
+  return std::ranges::find(kFirstCodes, std::string_view(head + 4, 4)) != std::end(kFirstCodes);
+}
+
+// What the system has to say about a file that could not be read; empty when it finds nothing wrong with it.
+std::string SystemReason(const std::string& name) {
+  struct TypeRow {
+    fs::file_type type;
+    const char* text;
+  };
+  static constexpr TypeRow kNoFiles[] = {
+      {fs::file_type::not_found, "there is no such file"},
+      {fs::file_type::directory, "it is a directory"},
+      {fs::file_type::fifo, "it is a FIFO and no regular file"},
+      {fs::file_type::socket, "it is a socket and no regular file"},
+      {fs::file_type::block, "it is a device and no regular file"},
+      {fs::file_type::character, "it is a device and no regular file"},
+      {fs::file_type::unknown, "it is no regular file"},
+  };
+  std::error_code error;
+  const fs::file_type type = fs::status(name, error).type();
+  for (const TypeRow& row : kNoFiles) {
+    if (row.type == type) return row.text;
+  }
+  if (error) return error.message();
+  if (fs::file_size(name, error) == 0) return "the file is empty";
+  std::FILE* stream = std::fopen(name.c_str(), "rb");
+  if (stream == nullptr) return std::generic_category().message(errno);
+  std::fclose(stream);
+  return {};
+}
+
+// What is wrong with a file that was refused, for a person; of a file one knows more than the general
+// sentence.
+std::string OpenReason(const std::string& name, Mp4Result result) {
+  struct ReasonRow {
+    Mp4Result result;
+    const char* text;
+  };
+  static constexpr ReasonRow kReasons[] = {
+      {MP4_FILE_IO, "the file ends inside a box: it is cut short"},
+      {MP4_NOT_FOUND, "there is no \"moov\" box in it: it is unfinished"},
+      {MP4_CORRUPT, "the sizes of the boxes contradict each other, or the file is cut short"},
+  };
+  const auto* const row = std::ranges::find(kReasons, result, &ReasonRow::result);
+  if (row == std::end(kReasons)) return Mp4ResultText(result);
+  if (std::string reason = SystemReason(name); !reason.empty()) return reason;
+  return BeginsLikeMp4(name) ? row->text : "it does not begin like an MP4 file";
+}
+
+}  // namespace
+
+u64 FileSize(const std::string& name) {
+  std::error_code error;
+  const std::uintmax_t size = fs::file_size(name, error);
+  return error ? 0 : size;
+}
+
+void TrackCloser::operator()(CMp4Track* track) const {
+  // A track that is read is given back without a failure.
+  static_cast<void>(file->CloseTrack(track));
+}
+
+InputFile::InputFile(const std::string& name) : m_name(name) {
+  CMp4File* file = nullptr;
+  m_result = CreateMp4File(&file);
+  m_file.reset(file);
+  if (m_file == nullptr) throw ResultFailure("cannot open " + Quoted(name), m_result);
+  m_result = m_file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4);
+}
+
+std::string InputFile::Reason() const {
+  return OpenReason(m_name, m_result);
+}
+
+void InputFile::RequireOpen() const {
+  if (m_result) throw ResultFailure("cannot open " + Quoted(m_name), m_result, Reason());
+}
+
+TrackHandle InputFile::OpenTrack(u32 index) {
+  CMp4Track* track = nullptr;
+  if (const Mp4Result result = m_file->OpenTrack(index, &track)) {
+    u32 count = 0;
+    std::string reason;
+    if (m_file->GetTrackCount(&count) == MP4_OK && index > count) {
+      reason = "the file has " + std::to_string(count) + (count == 1 ? " track" : " tracks");
+    }
+    throw ResultFailure("cannot open track " + std::to_string(index) + " of " + Quoted(m_name), result,
+                        reason);
+  }
+  return TrackHandle(track, TrackCloser{m_file.get()});
+}
+
+std::unique_ptr<CMp4HintTrack> InputFile::OpenHintTrack(u32 index) {
+  CMp4HintTrack* track = nullptr;
+  if (const Mp4Result result = m_file->OpenHintTrack(index, &track)) {
+    const std::string operation = "cannot open hint track " + std::to_string(index) + " of " + Quoted(m_name);
+    u32 kind = MP4_KIND_UNKNOWN;
+    const bool isOther = OpenTrack(index)->GetTrackType(&kind) == MP4_OK && kind != MP4_KIND_HINT;
+    throw ResultFailure(operation, result, isOther ? "it is no hint track" : "");
+  }
+  return std::unique_ptr<CMp4HintTrack>(track);
+}
+
+std::vector<u32> InputFile::HintTracks(const Notes& notes) {
+  u32 count = 0;
+  if (const Mp4Result result = m_file->GetTrackCount(&count)) {
+    throw ResultFailure("cannot count the tracks of " + Quoted(m_name), result);
+  }
+  std::vector<u32> found;
+  for (u32 index = 1; index <= count; ++index) {
+    try {
+      u32 kind = MP4_KIND_UNKNOWN;
+      if (OpenTrack(index)->GetTrackType(&kind) == MP4_OK && kind == MP4_KIND_HINT) found.push_back(index);
+    } catch (const Failure& failure) {
+      notes(failure.what());
+    }
+  }
+  return found;
+}
+
+}  // namespace kt

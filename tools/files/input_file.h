@@ -1,0 +1,51 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <ktmp4/mp4_file.h>
+#include <ktmp4/mp4_hint_track.h>
+#include "tools/terminal/notes.h"
+
+namespace kt {
+
+/// Size in bytes; 0 when it cannot be told.
+u64 FileSize(const std::string& name);
+
+/// Gives a track back to the file that handed it out.
+struct TrackCloser {
+  CMp4File* file = nullptr;
+  void operator()(CMp4Track* track) const;
+};
+using TrackHandle = std::unique_ptr<CMp4Track, TrackCloser>;
+
+/// A file that a command reads, with the messages that belong to it. Its tracks are to be closed before it.
+class InputFile {
+ public:
+  /// Opens the file. That it is refused is no failure yet: see `Result` and `RequireOpen`.
+  explicit InputFile(const std::string& name);
+
+  const std::string& Name() const { return m_name; }
+  Mp4Result Result() const { return m_result; }
+  /// What is wrong with a refused file, for a person.
+  std::string Reason() const;
+  /// Throws a `Failure` that tells why the file was refused.
+  void RequireOpen() const;
+
+  CMp4File& File() { return *m_file; }
+  u64 Size() const { return FileSize(m_name); }
+  /// Opens a track by its index, or throws a `Failure`.
+  TrackHandle OpenTrack(u32 index);
+  /// The same for a hint track.
+  std::unique_ptr<CMp4HintTrack> OpenHintTrack(u32 index);
+  /// The indices of the hint tracks. A track that cannot be opened is noted and left out.
+  std::vector<u32> HintTracks(const Notes& notes);
+
+ private:
+  std::string m_name;
+  std::unique_ptr<CMp4File> m_file;
+  Mp4Result m_result = MP4_OK;
+};
+
+}  // namespace kt

@@ -1,0 +1,146 @@
+#include "tools/terminal/standard_streams.h"
+
+#include <exception>
+
+#include "tools/terminal/failure.h"
+#include "tools/terminal/memory_lack.h"
+
+#include <fcntl.h>
+#ifdef _WIN32
+#include <io.h>
+#endif
+#include <unistd.h>
+
+namespace kt {
+namespace {
+
+constexpr const char* kWriteOutput = "cannot write on standard output";
+
+bool IsContinuation(unsigned char byte) {
+  return (byte & 0xC0) == 0x80;
+}
+
+// Bytes of the UTF-8 character that the text begins with; 0 when it begins with none.
+std::size_t CharacterSize(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const std::size_t size = lead < 0x80   ? 1
+                           : lead < 0xC2 ? 0
+                           : lead < 0xE0 ? 2
+                           : lead < 0xF0 ? 3
+                           : lead < 0xF5 ? 4
+                                         : 0;
+  if (size > text.size()) return 0;
+  for (std::size_t i = 1; i < size; ++i) {
+    if (!IsContinuation(static_cast<unsigned char>(text[i]))) return 0;
+  }
+  return size;
+}
+
+// Whether a terminal may take the first byte, or the first character, for a command: the control characters
+// of ASCII and those from 0x80 on, which UTF-8 begins with 0xC2.
+bool BeginsWithControl(std::string_view text, std::size_t characterSize) {
+  const auto first = static_cast<unsigned char>(text[0]);
+  if (characterSize == 0) return first < 0xA0;
+  if (characterSize == 2) return first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0;
+  if (first == '\n' || first == '\t' || text.starts_with("\r\n")) return false;
+  return first < 0x20 || first == 0x7F;
+}
+
+// Hands on what comes through the pipe, line by line, so that no character is cut.
+void Pump(int from, int to) {
+  std::string text;
+  char block[1 << 14];
+  bool works = true;
+  for (;;) {
+    const auto size = read(from, block, sizeof block);
+    // Whoever prints must not be held up by what goes wrong here.
+    try {
+      if (size > 0) text.append(block, static_cast<std::size_t>(size));
+      const std::size_t end = size > 0 ? text.rfind('\n') + 1 : text.size();
+      const std::string shown = Shown(std::string_view(text).substr(0, end));
+      text.erase(0, end);
+      for (std::size_t done = 0; works && done < shown.size();) {
+        const auto written = write(to, shown.data() + done, static_cast<unsigned>(shown.size() - done));
+        works = written > 0;
+        if (works) done += static_cast<std::size_t>(written);
+      }
+    } catch (const std::exception&) {
+      text.clear();
+    }
+    if (size <= 0) break;
+  }
+  close(from);
+}
+
+}  // namespace
+
+bool IsTerminal(std::FILE* stream) {
+  return isatty(fileno(stream)) != 0;
+}
+
+void KeepOutputAsWritten() {
+#ifdef _WIN32
+  std::fflush(stdout);
+  _setmode(_fileno(stdout), _O_BINARY);
+#endif
+}
+
+std::string Shown(std::string_view text) {
+  std::string shown;
+  shown.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t character = CharacterSize(text);
+    const std::size_t size = character == 0 ? 1 : character;
+    if (BeginsWithControl(text, character)) {
+      for (const char byte : text.substr(0, size)) shown += ByteInHex(byte);
+    } else {
+      shown += text.substr(0, size);
+    }
+    text.remove_prefix(size);
+  }
+  return shown;
+}
+
+void Print(std::string_view text) {
+  static const bool isTerminal = IsTerminal(stdout);
+  const std::string shown = isTerminal ? Shown(text) : std::string();
+  if (isTerminal) text = shown;
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) throw SystemFailure(kWriteOutput);
+}
+
+void PrintMessage(const std::string& speaker, const std::string& text) {
+  const std::string line = speaker + ": " + text + "\n";
+  std::fputs(IsTerminal(stderr) ? Shown(line).c_str() : line.c_str(), stderr);
+}
+
+void FlushOutput() {
+  if (std::fflush(stdout) != 0) throw SystemFailure(kWriteOutput);
+  if (std::ferror(stdout) != 0) throw Failure(std::string(kWriteOutput) + ": some of it was lost");
+  RequireEnoughMemory();
+}
+
+ShownLibraryOutput::ShownLibraryOutput() {
+  if (!IsTerminal(stdout)) return;
+  std::fflush(stdout);
+  int ends[2];
+#ifdef _WIN32
+  const int made = _pipe(ends, 1 << 16, _O_BINARY | _O_NOINHERIT);
+#else
+  const int made = pipe(ends);
+#endif
+  if (made != 0) throw SystemFailure(kWriteOutput);
+  m_terminal = dup(fileno(stdout));
+  m_pump = std::thread(Pump, ends[0], m_terminal);
+  dup2(ends[1], fileno(stdout));
+  close(ends[1]);
+}
+
+ShownLibraryOutput::~ShownLibraryOutput() {
+  if (m_terminal < 0) return;
+  std::fflush(stdout);
+  dup2(m_terminal, fileno(stdout));  // closes the pipe's last end, and so ends the thread
+  m_pump.join();
+  close(m_terminal);
+}
+
+}  // namespace kt
