@@ -5,8 +5,8 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/reader_movie.h"
-#include "platform/source_host.h"
+#include "filter/platform/reader_movie.h"
+#include "filter/platform/source_host.h"
 #include "support/movie_builder.h"
 
 namespace kt::test {

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/source_host.h"
-#include "platform/stand_in.h"
+#include "filter/platform/source_host.h"
+#include "filter/platform/stand_in.h"
 
 namespace kt::test {
 namespace {

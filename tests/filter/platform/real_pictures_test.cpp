@@ -10,8 +10,8 @@
 #include <cstring>
 #include <set>
 
-#include "platform/source_host.h"
-#include "platform/stand_in.h"
+#include "filter/platform/source_host.h"
+#include "filter/platform/stand_in.h"
 #include "support/movie_builder.h"
 
 namespace kt::test {

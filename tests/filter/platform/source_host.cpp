@@ -1,4 +1,4 @@
-#include "platform/source_host.h"
+#include "filter/platform/source_host.h"
 
 #include <vfwmsgs.h>
 

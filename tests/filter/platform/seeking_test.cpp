@@ -4,7 +4,7 @@
 #include <map>
 #include <random>
 
-#include "platform/source_host.h"
+#include "filter/platform/source_host.h"
 
 namespace kt::test {
 namespace {

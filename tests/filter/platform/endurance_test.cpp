@@ -7,7 +7,7 @@
 #include <strmif.h>
 #include <vmr9.h>
 
-#include "platform/source_host.h"
+#include "filter/platform/source_host.h"
 
 namespace kt::test {
 namespace {

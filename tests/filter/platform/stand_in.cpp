@@ -1,4 +1,4 @@
-#include "platform/stand_in.h"
+#include "filter/platform/stand_in.h"
 
 #include <d3d9.h>
 #include <evcode.h>

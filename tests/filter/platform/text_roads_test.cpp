@@ -11,8 +11,8 @@
 
 #include "filter/platform/code_page.h"
 #include "filter/platform/marshall_object.h"
-#include "platform/reader_movie.h"
-#include "platform/source_host.h"
+#include "filter/platform/reader_movie.h"
+#include "filter/platform/source_host.h"
 
 namespace kt::test {
 namespace {

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "filter/platform/page_resources.h"
-#include "platform/source_host.h"
+#include "filter/platform/source_host.h"
 
 namespace kt::test {
 namespace {
