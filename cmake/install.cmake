@@ -3,17 +3,10 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 # An include reads <ktmp4/mp4_file.h>, as in the tree.
-set(KTMP4_HEADER_DIR include/ktmp4)
 set(KTMP4_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ktmp4)
 
 install(TARGETS ktmp4 EXPORT ktmp4Targets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library)
 install(DIRECTORY include/ktmp4 DESTINATION include COMPONENT library)
-# What reads hint samples.
-install(FILES engine/box/box.h engine/box/box_list.h engine/storage/field_io.h engine/storage/file_stream.h engine/storage/item_list.h
-              engine/storage/memory_storage.h engine/storage/storage.h
-        DESTINATION ${KTMP4_HEADER_DIR}/engine COMPONENT library)
-install(FILES hint/hint_packet.h hint/hint_sample.h hint/packet_constructor.h
-        DESTINATION ${KTMP4_HEADER_DIR}/hint COMPONENT library)
 
 install(EXPORT ktmp4Targets NAMESPACE ktmp4:: DESTINATION ${KTMP4_PACKAGE_DIR} COMPONENT library)
 file(WRITE ${PROJECT_BINARY_DIR}/ktmp4Config.cmake

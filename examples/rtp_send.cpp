@@ -19,10 +19,9 @@
 #include <thread>
 #include <vector>
 
+#include <ktmp4/hint_packets.h>
 #include <ktmp4/mp4_file.h>
 #include <ktmp4/mp4_hint_track.h>
-#include "engine/storage/memory_storage.h"
-#include "hint/hint_sample.h"
 
 namespace {
 
@@ -165,16 +164,13 @@ class Stream {
 
   // Sends what the next hint sample describes.
   void SendNext() {
-    Bytes& bytes = m_hints.Read(m_next);
-    kt::CMemoryStorage storage;
-    kt::CHintSample hint(nullptr);
-    Require(storage.Open(bytes.data(), static_cast<u32>(bytes.size()), kt::MP4_MODE_READ),
-            "read a hint sample");
-    Require(hint.Deserialize(&storage, static_cast<u32>(bytes.size())), "read a hint sample");
-    kt::CHintPacket* packet = nullptr;
-    for (u32 number = 1; hint.GetPacket(number, &packet) == kt::MP4_OK; ++number, ++m_packets) {
-      m_sender.Send(Build(*packet));
-    }
+    const Bytes sample = m_hints.Read(m_next);  // a copy: packets may take bytes from other hint samples
+    kt::CHintPackets hints(sample.data(), static_cast<u32>(sample.size()));
+    kt::RtpHeader header;
+    Mp4Result result = kt::MP4_OK;
+    for (; (result = hints.NextPacket(&header)) == kt::MP4_OK; ++m_packets)
+      m_sender.Send(Build(header, hints));
+    RequireEnd(result);
     ++m_next;
     Advance();
   }
@@ -199,41 +195,37 @@ class Stream {
     if (!IsAtEnd()) Require(m_hints.Track().GetSampleCompositionTime(m_next, &m_time), "find a time");
   }
 
-  Bytes Build(kt::CHintPacket& packet) {
-    const kt::RtpHeader header = packet.GetHeader();
+  static void RequireEnd(Mp4Result result) {
+    if (result != kt::MP4_NOT_FOUND) Require(result, "read a hint sample");
+  }
+
+  Bytes Build(const kt::RtpHeader& header, kt::CHintPackets& hints) {
     Bytes bytes;
     bytes.push_back(static_cast<u8>(0x80 | header.padding << 5 | header.extension << 4));
     bytes.push_back(static_cast<u8>(header.marker << 7 | header.payloadType));
     PutBigEndian(bytes, header.sequenceNumber, 2);
     PutBigEndian(bytes, m_time, 4);
     PutBigEndian(bytes, m_sender.Source(), 4);
-    kt::CRTPBaseConstructor* constructor = nullptr;
-    for (u32 number = 1; packet.GetConstructor(number, &constructor) == kt::MP4_OK; ++number)
-      Append(bytes, constructor);
+    kt::RtpPiece piece;
+    Mp4Result result = kt::MP4_OK;
+    while ((result = hints.NextPiece(&piece)) == kt::MP4_OK) Append(bytes, piece);
+    RequireEnd(result);
     return bytes;
   }
 
-  void Append(Bytes& packet, kt::CRTPBaseConstructor* constructor) {
-    u8 type = 0;
-    Require(constructor->GetConstructorType(&type), "read a hint");
-    if (type == kt::RTP_CONSTRUCTOR_NO_OP) return;
-    if (type == kt::RTP_CONSTRUCTOR_IMMEDIATE) {
-      const auto data = static_cast<kt::CRTPImmediateConstructor*>(constructor)->Data();
-      Append(packet, data);
-      return;
-    }
-    if (type != kt::RTP_CONSTRUCTOR_SAMPLE) throw std::runtime_error("cannot follow a hint");
-    const auto& piece = *static_cast<kt::CRTPSampleConstructor*>(constructor);
-    constexpr u8 kHintsThemselves = 0xFF;
-    Samples* const source = piece.TrackRefIndex() == kHintsThemselves ? &m_hints
-                            : piece.TrackRefIndex() == 0              ? m_media.get()
-                                                                      : nullptr;
+  void Append(Bytes& packet, const kt::RtpPiece& piece) {
+    if (piece.type == kt::RTP_CONSTRUCTOR_NO_OP) return;
+    if (piece.type == kt::RTP_CONSTRUCTOR_IMMEDIATE) return Append(packet, {piece.bytes, piece.length});
+    if (piece.type != kt::RTP_CONSTRUCTOR_SAMPLE) throw std::runtime_error("cannot follow a hint");
+    Samples* const source = piece.trackReference == kt::RtpPiece::kHintTrack ? &m_hints
+                            : piece.trackReference == 0                      ? m_media.get()
+                                                                             : nullptr;
     if (source == nullptr) throw std::runtime_error("a hint refers to a track that is not there");
-    const Bytes& sample = source->Read(piece.SampleNumber());
-    if (piece.SampleOffset() > sample.size() || piece.Length() > sample.size() - piece.SampleOffset()) {
+    const Bytes& sample = source->Read(piece.number);
+    if (piece.offset > sample.size() || piece.length > sample.size() - piece.offset) {
       throw std::runtime_error("a hint reaches beyond its sample");
     }
-    Append(packet, std::span(sample).subspan(piece.SampleOffset(), piece.Length()));
+    Append(packet, std::span(sample).subspan(piece.offset, piece.length));
   }
   static void Append(Bytes& packet, std::span<const u8> bytes) {
     if (bytes.size() > kMostBytes - packet.size())

@@ -52,14 +52,6 @@ Mp4Result CHintPacket::AddSample(u32 /*ignored*/, u32 length, u32 sampleNumber, 
   return Append(std::move(made));
 }
 
-RtpHeader CHintPacket::GetHeader() const {
-  return {m_paddingFlag, m_extensionFlag, m_markerFlag, m_payloadType, m_sequenceNumber, m_relativeTime};
-}
-
-Mp4Result CHintPacket::GetConstructor(u32 index, CRTPBaseConstructor** constructor) {
-  return m_constructors.GetByIndex(index, constructor);
-}
-
 Mp4Result CHintPacket::Append(std::unique_ptr<CRTPBaseConstructor> constructor) {
   if (m_entryCount == std::numeric_limits<u16>::max()) return MP4_NOT_READY;
   KT_TRY(m_constructors.Add(std::move(constructor)));

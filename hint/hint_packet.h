@@ -8,16 +8,6 @@
 
 namespace kt {
 
-/// What a hint sample says of the header of an RTP packet. RFC 3550, 5.1.
-struct RtpHeader {
-  u32 padding = 0;  // this and the other flags are 0 or 1
-  u32 extension = 0;
-  u32 marker = 0;
-  u8 payloadType = 0;
-  u16 sequenceNumber = 0;
-  i32 relativeTime = 0;  // of sending, in ticks of the RTP clock behind the time of the hint sample
-};
-
 /// One RTP packet of a hint sample: what its header says, and the constructors that make its payload. ISO/IEC
 /// 14496-12, 9.1.3.1; RFC 3550, 5.1.
 class CHintPacket {
@@ -32,10 +22,6 @@ class CHintPacket {
   /// Appends a stretch of a sample of the first referenced track, whatever the first argument says: readers
   /// rely on it. MP4_NOT_READY when 16 bits cannot count the constructors, MP4_NO_MEMORY.
   Mp4Result AddSample(u32 ignored, u32 length, u32 sampleNumber, u32 sampleOffset);
-
-  RtpHeader GetHeader() const;
-  /// A constructor by its number from 1, borrowed. MP4_NOT_FOUND beyond the last, MP4_ZERO_INDEX for 0.
-  Mp4Result GetConstructor(u32 index, CRTPBaseConstructor** constructor);
 
   /// Takes the packet off the `*remaining` bytes of the sample. MP4_CORRUPT when its extra list or a
   /// constructor runs beyond them, MP4_BAD_VALUE for an unknown constructor, MP4_NOT_READY for an extra list

@@ -1,20 +1,12 @@
 #pragma once
 
-#include <algorithm>
+#include <ktmp4/hint_packets.h>
+
 #include <memory>
-#include <span>
 
 #include "engine/storage/field_io.h"
 
 namespace kt {
-
-/// What a constructor does, as its first byte says. ISO/IEC 14496-12, 9.1.3.2.
-enum RtpConstructorType : u8 {
-  RTP_CONSTRUCTOR_NO_OP = 0,
-  RTP_CONSTRUCTOR_IMMEDIATE = 1,
-  RTP_CONSTRUCTOR_SAMPLE = 2,
-  RTP_CONSTRUCTOR_SAMPLE_DESCRIPTION = 3,
-};
 
 /// One instruction for the payload of a packet: 16 bytes, of which the first is the type.
 class CRTPBaseConstructor {
@@ -79,8 +71,6 @@ class CRTPImmediateConstructor final : public CFieldsConstructor<CRTPImmediateCo
   Mp4Result Dump(int indent) override;
   /// Keeps a copy. MP4_BAD_ARGUMENT for null, for no bytes and for more than 14.
   Mp4Result SetData(const u8* data, u32 size);
-  /// The bytes, of which there are never more than 14 whatever was read.
-  std::span<const u8> Data() const { return {m_data, std::min<u32>(m_dataCount, kMostBytes)}; }
 
   template <class Fields>
   Mp4Result VisitFields(Fields& fields) {
@@ -101,10 +91,6 @@ class CRTPSampleConstructor final : public CFieldsConstructor<CRTPSampleConstruc
   /// The track is given by its place among the references of the hint track; `length` and `sampleOffset` are
   /// in bytes. Always MP4_OK.
   Mp4Result SetValues(u8 trackRefIndex, u16 length, u32 sampleNumber, u32 sampleOffset);
-  u8 TrackRefIndex() const { return m_trackRefIndex; }
-  u16 Length() const { return m_length; }
-  u32 SampleNumber() const { return m_sampleNumber; }
-  u32 SampleOffset() const { return m_sampleOffset; }
 
   template <class Fields>
   Mp4Result VisitFields(Fields& fields) {

@@ -36,27 +36,30 @@ inline Bytes Written(CHintSample* hintSample) {
   return bytes;
 }
 
-/// The packets of a hint sample in words: for each " #sequence number", with "*" for the marker, then its
-/// bytes and its samples: a sample of 7 bytes as "1:7", from byte 500 on as "1:7@500".
+/// The packets of a hint sample in words, as a sender reads them: for each " #sequence number", with "*" for
+/// the marker, then its bytes and its samples: a sample of 7 bytes as "1:7", from byte 500 on as "1:7@500";
+/// other pieces with their type and track. What could not be read ends the text as "!result".
 inline std::string Describe(const Bytes& bytes) {
-  CHintSample hintSample(nullptr);
-  EXPECT_EQ(Read(&hintSample, bytes), MP4_OK);
+  CHintPackets hints(bytes.data(), static_cast<u32>(bytes.size()));
   std::string text;
-  CHintPacket* packet = nullptr;
-  for (u32 i = 1; hintSample.GetPacket(i, &packet) == MP4_OK; ++i) {
-    const RtpHeader header = packet->GetHeader();
+  RtpHeader header;
+  Mp4Result result = MP4_OK;
+  while ((result = hints.NextPacket(&header)) == MP4_OK) {
     text += " #" + std::to_string(header.sequenceNumber) + (header.marker != 0 ? "*" : "");
-    CRTPBaseConstructor* constructor = nullptr;
-    for (u32 k = 1; packet->GetConstructor(k, &constructor) == MP4_OK; ++k) {
-      if (const auto* data = dynamic_cast<CRTPImmediateConstructor*>(constructor)) {
-        for (const u8 byte : data->Data()) text += " " + std::to_string(byte);
-      } else if (const auto* piece = dynamic_cast<CRTPSampleConstructor*>(constructor)) {
-        text += " " + std::to_string(piece->SampleNumber()) + ":" + std::to_string(piece->Length());
-        if (piece->SampleOffset() != 0) text += "@" + std::to_string(piece->SampleOffset());
+    RtpPiece piece;
+    while ((result = hints.NextPiece(&piece)) == MP4_OK) {
+      for (u32 i = 0; piece.bytes != nullptr && i < piece.length; ++i) {
+        text += " " + std::to_string(piece.bytes[i]);
       }
+      if (piece.type < RTP_CONSTRUCTOR_SAMPLE) continue;
+      const bool isPlain = piece.type == RTP_CONSTRUCTOR_SAMPLE && piece.trackReference == 0;
+      if (!isPlain) text += " " + std::to_string(piece.type) + "/" + std::to_string(piece.trackReference);
+      text += " " + std::to_string(piece.number) + ":" + std::to_string(piece.length);
+      if (piece.offset != 0) text += "@" + std::to_string(piece.offset);
     }
+    if (result != MP4_NOT_FOUND) break;
   }
-  return text;
+  return result == MP4_NOT_FOUND ? text : text + "!" + std::to_string(result);
 }
 
 }  // namespace kt::test
