@@ -87,7 +87,8 @@ Mp4Result AddSamples(CTrack* track, const Sample& sample, u32 count) {
   // Every sound sample can be decoded by itself; writers leave the flags of pictures on them.
   const bool dependent = (sample.flags & kIsNotSync) != 0 || (sample.flags & kDependence) == kDependsOnOthers;
   if (track->IsSound() || !dependent) KT_TRY(tables.AddSync(tables.Count() + 1, count));
-  KT_TRY(tables.AddTimes(count, sample.duration));
+  // A sample of no duration would hide the one behind it; where a fragment says when it begins, that holds.
+  KT_TRY(tables.AddTimes(count, std::max(sample.duration, 1u)));
   KT_TRY(tables.AddOffsets(count, sample.offset));
   return tables.AddSizes(count, sample.size);
 }
@@ -110,7 +111,7 @@ Mp4Result AddRunSamples(const Run& run, const FragmentDefaults& defaults, CMovie
     u32 alike = 1;
     if (run.recordSize == 0) alike = index == 0 && (run.flags & kFirstFlags) != 0 ? 1 : run.count - index;
     if (track != nullptr) {
-      const u64 length = u64{alike} * sample.duration;
+      const u64 length = u64{alike} * std::max(sample.duration, 1u);
       const bool inTime = length <= static_cast<u64>(CSampleTables::kLatestTime - track->tables.EndTime());
       if (!inTime || !ClaimIsSane(*movie, *track, alike, sample.size)) {
         track->notes |= ADAPT_RUNS_IGNORED;
