@@ -5,12 +5,12 @@
 namespace kt::adapt {
 namespace {
 
-// Calls `visit(count, run)` for the part of each run that lies in the range.
-template <class Runs, class Visit>
-void ForEachRun(const Runs& runs, const SampleRange& range, Visit visit) {
+// Calls `visit(count, run)` for the part of each run that lies in the range; `at` tells a run by its number.
+template <class At, class Visit>
+void ForEachRun(u32 runs, At at, const SampleRange& range, Visit visit) {
   u64 next = 1;
-  for (u32 index = 1; index <= runs.GetCount() && next <= range.last; ++index) {
-    const auto& run = runs.At(index);
+  for (u32 index = 1; index <= runs && next <= range.last; ++index) {
+    const auto run = at(index);
     const u64 from = std::max<u64>(next, range.first);
     const u64 end = std::min<u64>(next + run.count, u64{range.last} + 1);
     next += run.count;
@@ -18,22 +18,27 @@ void ForEachRun(const Runs& runs, const SampleRange& range, Visit visit) {
   }
 }
 
-/// Writes a number of records that is known once they have been written.
+template <class Visit>
+void ForEachTimeRun(const CSampleTables& tables, const SampleRange& range, Visit visit) {
+  ForEachRun(
+      tables.Times().GetCount(), [&](u32 index) { return tables.Times().At(index); }, range, visit);
+}
+
+/// Writes records behind their number, which is known once they have been written.
 template <class Records>
 void WriteCounted(u32 code, CImageWriter* writer, Records records) {
-  u32 count = 0;
-  CImageWriter measure;
-  records(&measure, &count);
   writer->FullBox(code, 0, 0, [&] {
-    writer->U32(count);
-    records(writer, &count);
+    const u64 place = writer->Reserve32();
+    u32 count = 0;
+    records(&count);
+    writer->Fill32(place, count);
   });
 }
 
 void WriteTimes(const CSampleTables& tables, const SampleRange& range, CImageWriter* writer) {
-  WriteCounted(FourCc("stts"), writer, [&](CImageWriter* out, u32* records) {
-    ForEachRun(tables.Times(), range, [&](u32 count, const TimeRun& run) {
-      out->U32(count).U32(run.delta);
+  WriteCounted(FourCc("stts"), writer, [&](u32* records) {
+    ForEachTimeRun(tables, range, [&](u32 count, const TimeRun& run) {
+      writer->U32(count).U32(run.delta);
       ++*records;
     });
   });
@@ -42,9 +47,17 @@ void WriteTimes(const CSampleTables& tables, const SampleRange& range, CImageWri
 void WriteOffsets(const CSampleTables& tables, const SampleRange& range, CImageWriter* writer) {
   if (!tables.HasOffsets()) return;
   const i64 lead = tables.LargestLead();
-  WriteCounted(FourCc("ctts"), writer, [&](CImageWriter* out, u32* records) {
-    ForEachRun(tables.Offsets(), range, [&](u32 count, const OffsetRun& run) {
-      out->U32(count).U32(static_cast<u32>(run.offset + lead));
+  const bool isAsListed = lead == 0 && range.Count() == tables.Count() &&
+                          tables.ListedOffsets().Size() == u64{tables.OffsetRunCount()} * 8;
+  WriteCounted(FourCc("ctts"), writer, [&](u32* records) {
+    if (isAsListed) {
+      *records = tables.OffsetRunCount();
+      writer->Copy(tables.ListedOffsets());
+      return;
+    }
+    const auto at = [&](u32 index) { return tables.OffsetRunAt(index); };
+    ForEachRun(tables.OffsetRunCount(), at, range, [&](u32 count, const OffsetRun& run) {
+      writer->U32(count).U32(static_cast<u32>(run.offset + lead));
       ++*records;
     });
   });
@@ -52,12 +65,12 @@ void WriteOffsets(const CSampleTables& tables, const SampleRange& range, CImageW
 
 void WriteSync(const CSampleTables& tables, const SampleRange& range, CImageWriter* writer) {
   if (!tables.NamesSyncSamples() && tables.AllAreSync()) return;
-  WriteCounted(FourCc("stss"), writer, [&](CImageWriter* out, u32* records) {
+  WriteCounted(FourCc("stss"), writer, [&](u32* records) {
     for (u32 index = 1; index <= tables.Sync().GetCount(); ++index) {
       const SyncRun& run = tables.Sync().At(index);
       const u64 end = std::min<u64>(u64{run.first} + run.count, u64{range.last} + 1);
       for (u64 sample = std::max(run.first, range.first); sample < end; ++sample) {
-        out->U32(sample - range.first + 1);
+        writer->U32(sample - range.first + 1);
         ++*records;
       }
     }
@@ -69,7 +82,11 @@ void WriteSizes(const CSampleTables& tables, const SampleRange& range, CImageWri
     const bool isConstant = tables.SizesAreConstant() && tables.ConstantSize() != 0;
     writer->U32(isConstant ? tables.ConstantSize() : 0).U32(range.Count());
     if (isConstant) return;
-    for (u64 sample = range.first; sample <= range.last; ++sample) {
+    const u64 listed = std::min(range.last, tables.ListedCount());
+    u64 sample = range.first;
+    if (sample <= listed)
+      writer->Copy(tables.ListedSizes().Part((sample - 1) * 4, (listed - sample + 1) * 4));
+    for (sample = std::max(sample, listed + 1); sample <= range.last; ++sample) {
       writer->U32(tables.SizeOf(static_cast<u32>(sample)));
     }
   });
@@ -100,13 +117,13 @@ void ForEachChunk(const CSampleTables& tables, const SampleRange& range, Visit v
 }
 
 void WriteChunks(const CSampleTables& tables, const SampleRange& range, CImageWriter* writer) {
-  WriteCounted(FourCc("stsc"), writer, [&](CImageWriter* out, u32* records) {
+  WriteCounted(FourCc("stsc"), writer, [&](u32* records) {
     SampleChunk before{};
     u32 number = 0;
     ForEachChunk(tables, range, [&](const SampleChunk& chunk) {
       ++number;
       if (chunk.samples == before.samples && chunk.entry == before.entry) return;
-      out->U32(number).U32(chunk.samples).U32(chunk.entry);
+      writer->U32(number).U32(chunk.samples).U32(chunk.entry);
       before = chunk;
       ++*records;
     });
@@ -114,12 +131,12 @@ void WriteChunks(const CSampleTables& tables, const SampleRange& range, CImageWr
   bool isLarge = false;
   ForEachChunk(tables, range,
                [&](const SampleChunk& chunk) { isLarge = isLarge || chunk.position >> 32 != 0; });
-  WriteCounted(isLarge ? FourCc("co64") : FourCc("stco"), writer, [&](CImageWriter* out, u32* records) {
+  WriteCounted(isLarge ? FourCc("co64") : FourCc("stco"), writer, [&](u32* records) {
     ForEachChunk(tables, range, [&](const SampleChunk& chunk) {
       if (isLarge) {
-        out->U64(chunk.position);
+        writer->U64(chunk.position);
       } else {
-        out->U32(chunk.position);
+        writer->U32(chunk.position);
       }
       ++*records;
     });
@@ -138,8 +155,7 @@ void WriteTables(const CSampleTables& tables, const SampleRange& range, CImageWr
 
 u64 DurationOf(const CSampleTables& tables, const SampleRange& range) {
   u64 duration = 0;
-  ForEachRun(tables.Times(), range,
-             [&](u32 count, const TimeRun& run) { duration += u64{count} * run.delta; });
+  ForEachTimeRun(tables, range, [&](u32 count, const TimeRun& run) { duration += u64{count} * run.delta; });
   return duration;
 }
 

@@ -37,16 +37,24 @@ class CImageWriter {
     return Copy(part).Zeros(count - part.Size());
   }
 
+  /// Room for a number that is known later, and that number.
+  u64 Reserve32() {
+    U32(0);
+    return m_size - 4;
+  }
+  void Fill32(u64 position, u32 value) {
+    if (m_out == nullptr) return;
+    CImageWriter place(m_out + position);
+    place.U32(value);
+  }
+
   /// A box of `code` around what `content` writes.
   template <class Content>
   CImageWriter& Box(u32 code, Content content) {
-    const u64 start = m_size;
-    U32(0).U32(code);
+    const u64 start = Reserve32();
+    U32(code);
     content();
-    if (m_out != nullptr) {
-      CImageWriter header(m_out + start);
-      header.U32(m_size - start);
-    }
+    Fill32(start, static_cast<u32>(m_size - start));
     return *this;
   }
   /// The same with version and flags.
@@ -62,8 +70,8 @@ class CImageWriter {
   template <unsigned Width>
   CImageWriter& Integer(u64 value) {
     if (m_out != nullptr) {
-      for (unsigned i = 0; i < Width; ++i)
-        m_out[m_size + i] = static_cast<u8>(value >> (8 * (Width - 1 - i)));
+      u8* const out = m_out + m_size;  // of its own, since a byte that is written could be any member
+      for (unsigned i = 0; i < Width; ++i) out[i] = static_cast<u8>(value >> (8 * (Width - 1 - i)));
     }
     m_size += Width;
     return *this;

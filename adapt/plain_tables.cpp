@@ -43,7 +43,7 @@ Mp4Result ReadSizes(const TableBoxes& boxes, u64 fileSize, u32 frameSize, CSampl
     const CTable sizes(boxes.sizes, 12, 4);
     // Without a list the samples are all empty, and none of them takes a byte.
     if (sizes.Count() < claimed) return MP4_CORRUPT;
-    for (u32 i = 0; i < sizes.Count(); ++i) KT_TRY(tables->AddSizes(1, sizes.Field(i, 0)));
+    tables->ListSizes(boxes.sizes.Part(12, u64{sizes.Count()} * 4));
     return MP4_OK;
   }
   if (boxes.compactSizes.Size() < 12) return MP4_OK;
@@ -76,6 +76,7 @@ Mp4Result ReadTimes(CBytes box, CSampleTables* tables) {
 // Offsets of all versions are taken as signed: writers of both worlds put them below 0 without saying so.
 Mp4Result ReadOffsets(CBytes box, CSampleTables* tables) {
   const CTable runs(box, kCounted, 8);
+  if (tables->ListOffsets(box.Part(kCounted, u64{runs.Count()} * 8))) return MP4_OK;
   u32 left = tables->Count();
   for (u32 i = 0; i < runs.Count() && left > 0; ++i) {
     const u32 count = std::min(runs.Field(i, 0), left);

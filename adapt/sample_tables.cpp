@@ -35,6 +35,23 @@ Mp4Result CSampleTables::AddOffsets(u32 count, i32 offset) {
   return MP4_OK;
 }
 
+bool CSampleTables::ListOffsets(CBytes runs) {
+  u64 samples = 0;
+  i32 lowest = 0;
+  u32 any = 0;
+  for (u64 place = 0; place + 8 <= runs.Size(); place += 8) {
+    const u32 offset = runs.U32(place + 4);
+    samples += runs.U32(place);
+    lowest = std::min(lowest, static_cast<i32>(offset));
+    any |= offset;
+  }
+  if (samples != m_sizeCount) return false;
+  m_listedOffsets = runs;
+  m_lowestOffset = lowest;
+  m_hasOffsets = any != 0;
+  return true;
+}
+
 Mp4Result CSampleTables::AddSizes(u32 count, u32 size) {
   if (count == 0) return MP4_OK;
   if (count > kMostSamples - m_sizeCount) return MP4_OUT_OF_RANGE;
@@ -108,14 +125,14 @@ Mp4Result CSampleTables::EndLastAt(i64 time) {
 }
 
 bool CStretches::Next(Stretch* stretch) {
-  if (m_timeRun.count == 0) {
+  while (m_timeRun.count == 0) {
     if (m_timeIndex == m_tables.Times().GetCount()) return false;
     m_timeRun = m_tables.Times().At(++m_timeIndex);
   }
-  if (m_offsetRun.count == 0) {
+  while (m_offsetRun.count == 0) {
     // Behind the last offset, and without any, the offset is 0.
-    const bool more = m_offsetIndex < m_tables.Offsets().GetCount();
-    m_offsetRun = more ? m_tables.Offsets().At(++m_offsetIndex) : OffsetRun{CSampleTables::kMostSamples, 0};
+    const bool more = m_offsetIndex < m_tables.OffsetRunCount();
+    m_offsetRun = more ? m_tables.OffsetRunAt(++m_offsetIndex) : OffsetRun{CSampleTables::kMostSamples, 0};
   }
   const u32 count = std::min(m_timeRun.count, m_offsetRun.count);
   *stretch = {m_nextSample, count, m_timeRun.delta, m_offsetRun.offset, m_time};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "adapt/bytes.h"
 #include "boxes/data_list.h"
 #include "engine/types.h"
 
@@ -61,14 +62,34 @@ class CSampleTables {
   /// The most that a composition time lies ahead of its decoding time, 0 when none does.
   u32 LargestLead() const { return m_lowestOffset < 0 ? static_cast<u32>(-i64{m_lowestOffset}) : 0; }
   bool HasOffsets() const { return m_hasOffsets; }
+  /// Takes the runs of "ctts" as they stand in the file; the bytes are borrowed. False, with nothing taken,
+  /// when they are not of just the samples that there are.
+  bool ListOffsets(CBytes runs);
+  CBytes ListedOffsets() const { return m_listedOffsets; }
+  u32 OffsetRunCount() const { return ListedOffsetCount() + m_offsets.GetCount(); }
+  OffsetRun OffsetRunAt(u32 index) const {
+    if (index > ListedOffsetCount()) return m_offsets.At(index - ListedOffsetCount());
+    const u64 place = u64{index - 1} * 8;
+    return {m_listedOffsets.U32(place), static_cast<i32>(m_listedOffsets.U32(place + 4))};
+  }
 
+  /// Takes the sizes of the first samples as they are listed in the file, 32 bits each; the bytes are
+  /// borrowed.
+  void ListSizes(CBytes sizes) {
+    m_listed = sizes;
+    m_sizeCount = ListedCount();
+  }
+  CBytes ListedSizes() const { return m_listed; }
+  u32 ListedCount() const { return static_cast<u32>(m_listed.Size() / 4); }
   /// The size of all samples while they are alike (0 also when there is a list of them).
   u32 ConstantSize() const { return m_constantSize; }
-  bool SizesAreConstant() const { return m_sizes.GetCount() == 0; }
-  u32 SizeOf(u32 sample) const { return SizesAreConstant() ? m_constantSize : m_sizes.At(sample); }
+  bool SizesAreConstant() const { return m_sizes.GetCount() == 0 && m_listed.Size() == 0; }
+  u32 SizeOf(u32 sample) const {
+    if (SizesAreConstant()) return m_constantSize;
+    return sample <= ListedCount() ? m_listed.U32(u64{sample - 1} * 4) : m_sizes.At(sample - ListedCount());
+  }
 
   const CDataList<TimeRun>& Times() const { return m_times; }
-  const CDataList<OffsetRun>& Offsets() const { return m_offsets; }
   const CDataList<SyncRun>& Sync() const { return m_sync; }
   const CDataList<SampleChunk>& Chunks() const { return m_chunks; }
 
@@ -78,9 +99,13 @@ class CSampleTables {
   u64 ClaimsListedByWriting() const;
 
  private:
+  u32 ListedOffsetCount() const { return static_cast<u32>(m_listedOffsets.Size() / 8); }
+
   CDataList<TimeRun> m_times;
+  CBytes m_listedOffsets;  // runs as they stand in the file
   CDataList<OffsetRun> m_offsets;
-  CDataList<u32> m_sizes;  // empty while they are constant
+  CBytes m_listed;         // sizes as they stand in the file
+  CDataList<u32> m_sizes;  // those behind them; empty while all are alike
   CDataList<SyncRun> m_sync;
   CDataList<SampleChunk> m_chunks;
   i64 m_startTime = 0;
