@@ -22,3 +22,11 @@ make_file "${picture[@]}" -vf setsar=0 -c:v mpeg4 -b:v 8k -movflags +frag_keyfra
   -write_btrt 0 -f mp4 "$here/file/ffmpeg-fragmented"
 make_file "${tone[@]}" -c:a aac -b:a 8k "${exact[@]}" -write_btrt 0 -f ipod "$here/file/ffmpeg-m4a"
 make_file "${tone[@]}" -c:a aac -b:a 8k "${exact[@]}" -f mov "$here/file/ffmpeg-quicktime"
+
+mkdir -p "$here/adapt"
+both=("${picture[@]}" "${tone[@]}" -vf setsar=0 -c:v mpeg4 -bf 2 -g 5 -b:v 8k -c:a aac -b:a 8k "${exact[@]}")
+make_file "${both[@]}" -f mp4 "$here/adapt/ffmpeg-edits"
+make_file "${both[@]}" -f mov "$here/adapt/ffmpeg-quicktime"
+make_file "${both[@]}" -movflags +frag_keyframe+empty_moov+default_base_moof+negative_cts_offsets \
+  -f mp4 "$here/adapt/ffmpeg-default-base"
+make_file "${both[@]}" -movflags +frag_keyframe+delay_moov -f mp4 "$here/adapt/ffmpeg-fragments-and-edits"
