@@ -239,6 +239,10 @@ TEST(AdaptedFile, AddsFragments) {
   const Bytes fragment = Moof({FullBox("tfhd", 0, 0x20000, Bytes().U32(1)), two(84)});
   const Bytes early = Bytes().Add(fragment).Add(Box("mdat", Bytes().Text("xyy")));
   EXPECT_EQ(fragment.size() + 8, 84u);
+  // Two years in nanoseconds: movie ticks of it do not come back in 64 bits, so the film moves to the front.
+  movie.tracks[0].mdhd = Mdhd(1'000'000'000, 0);
+  const Bytes late = movie.Build().Add(Moof({place, at(u64{63} << 50), two(0)}));
+  EXPECT_EQ(Adapted(late).Samples(), "a0/0* bb5/5");
   EXPECT_EQ(Adapted(Bytes(early).Add(early).Add(movie.Build())).Samples(), "x0/0* yy5/5 x11/11* yy16/16");
 }
 
