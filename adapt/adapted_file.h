@@ -2,9 +2,9 @@
 
 #include <memory>
 
+#include <ktmp4/result.h>
 #include "adapt/notes.h"
-#include "engine/result.h"
-#include "engine/storage.h"
+#include "engine/storage/storage.h"
 
 namespace kt {
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt::adapt {
 

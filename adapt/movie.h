@@ -2,11 +2,11 @@
 
 #include <memory>
 
+#include <ktmp4/result.h>
 #include "adapt/box_walk.h"
 #include "adapt/edits.h"
 #include "adapt/notes.h"
 #include "adapt/sample_tables.h"
-#include "engine/result.h"
 
 namespace kt::adapt {
 

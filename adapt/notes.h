@@ -1,6 +1,6 @@
 #pragma once
 
-#include "engine/types.h"
+#include <ktmp4/types.h>
 
 namespace kt {
 

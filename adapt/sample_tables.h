@@ -1,8 +1,8 @@
 #pragma once
 
+#include <ktmp4/types.h>
 #include "adapt/bytes.h"
 #include "boxes/data_list.h"
-#include "engine/types.h"
 
 namespace kt::adapt {
 

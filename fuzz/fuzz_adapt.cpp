@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
+#include <ktmp4/mp4_file.h>
 #include "adapt/adapted_file.h"
-#include "engine/mp4_file.h"
 #include "fuzz/memory_file.h"
 
 namespace {
