@@ -2,33 +2,10 @@
 
 #include <memory>
 
-#include <ktmp4/result.h>
-#include "adapt/notes.h"
+#include <ktmp4/adapting_file.h>
 #include "engine/storage/storage.h"
 
 namespace kt {
-
-/// What became of a track of an adapted file.
-struct AdaptedTrack {
-  u32 trackId = 0;
-  u32 positionInFile = 0;  // among the tracks of the file, from 1
-  u32 position = 0;        // among those of the image, from 1; 0 for a track that was left out
-  u32 notes = 0;           // of AdaptNote
-  u32 furtherEdits = 0;
-};
-
-/// What a sample entry of an adapted file says, as it stands in the file.
-struct AdaptedEntry {
-  u32 position = 0;  // of its track in the image, from 1
-  u32 index = 0;     // among the entries of the track, from 1
-  u32 code = 0;
-  u32 width = 0;  // of a picture, else 0
-  u32 height = 0;
-  u32 channels = 0;  // of sound, else 0
-  u32 sampleRate = 0;
-  const u8* boxes = nullptr;  // what stands behind the fields, borrowed: boxes, for sound and pictures
-  u32 boxesSize = 0;
-};
 
 /// A file of another writer, put into the words of the strict reader.
 ///
@@ -53,7 +30,7 @@ class CAdaptedFile {
   Mp4Result Read(CStorage* file);
 
   /// The image, borrowed; null without one. It may be let go of when it has been read.
-  const u8* Image() const { return m_image.get(); }
+  u8* Image() const { return m_image.get(); }
   u32 ImageSize() const { return m_imageSize; }
   void ReleaseImage();
 

@@ -2,13 +2,16 @@
 
 #include <memory>
 
-#include <ktmp4/result.h>
+#include <ktmp4/adapting_file.h>
 #include "adapt/box_walk.h"
 #include "adapt/edits.h"
-#include "adapt/notes.h"
 #include "adapt/sample_tables.h"
 
 namespace kt::adapt {
+
+/// The notes of a track that was left out.
+inline constexpr u32 kAdaptLeftOut = ADAPT_NO_TRACK_BOXES | ADAPT_TABLES_CONTRADICT | ADAPT_TOO_MANY_SAMPLES |
+                                     ADAPT_NO_TRACK_ID | ADAPT_TIMES_OUT_OF_RANGE;
 
 /// What "trex" says of the samples of fragments that do not say it themselves. ISO/IEC 14496-12, 8.8.3.
 struct FragmentDefaults {

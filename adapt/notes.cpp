@@ -1,4 +1,4 @@
-#include "adapt/notes.h"
+#include <ktmp4/adapting_file.h>
 
 namespace kt {
 

@@ -4,9 +4,9 @@
 #include <bit>
 #include <iterator>
 
+#include <ktmp4/adapting_file.h>
 #include "adapt/box_walk.h"
 #include "adapt/descriptors.h"
-#include "adapt/notes.h"
 
 namespace kt::adapt {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <ktmp4/types.h>
 #include "adapt/bytes.h"
-#include "boxes/data_list.h"
+#include "engine/storage/data_list.h"
 
 namespace kt::adapt {
 

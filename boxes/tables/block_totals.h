@@ -1,6 +1,6 @@
 #pragma once
 
-#include "boxes/tables/data_list.h"
+#include "engine/storage/data_list.h"
 
 namespace kt {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "boxes/tables/data_list.h"
 #include "engine/box/fields_box.h"
+#include "engine/storage/data_list.h"
 
 namespace kt {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "boxes/tables/data_list.h"
 #include "engine/box/box.h"
+#include "engine/storage/data_list.h"
 
 namespace kt {
 

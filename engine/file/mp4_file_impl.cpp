@@ -69,10 +69,11 @@ Mp4Result CMp4FileImpl::OpenStorage() {
 }
 
 Mp4Result CMp4FileImpl::ReadTree() {
+  CStorage* tree = nullptr;
   u64 left = 0;
-  KT_TRY(m_storage->GetSize(&left));
+  KT_TRY(OpenTree(m_storage.get(), &tree, &left));
   if (Tracing()) std::printf("CMp4FileImpl::Open >> Filesize is %" PRIu64 " Bytes\n", left);
-  const Mp4Result read = m_boxes->DeserializeAll(m_storage.get(), &left);
+  const Mp4Result read = m_boxes->DeserializeAll(tree, &left);
   const Mp4Result indexed = IndexMovie();  // also what stands in a tree that is cut short
   KT_TRY(read);
   if (Tracing()) std::printf("CMp4FileImpl::Open >> All boxes de-serialized\n");
@@ -84,6 +85,11 @@ Mp4Result CMp4FileImpl::ReadTree() {
   KT_TRY(indexed);
   m_trackCount = m_tracks.GetCount();
   return MP4_OK;
+}
+
+Mp4Result CMp4FileImpl::OpenTree(CStorage* file, CStorage** tree, u64* size) {
+  *tree = file;
+  return file->GetSize(size);
 }
 
 // Nothing else is asked of "ftyp": a file without one, or with any brand at all, is read.
@@ -235,13 +241,13 @@ Mp4Result CMp4FileImpl::CloseTrack(CMp4Track* track) {
 
 Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size) {
   // A file that is written is not read: moving would put the next chunk over samples that are there.
-  if (!m_isOpen || m_mode != MP4_MODE_READ) return MP4_FILE_IO;
+  if (!IsOpenToRead()) return MP4_FILE_IO;
   KT_TRY(m_storage->SetPosition(position));
   return m_storage->ReadBlock(buffer, size);
 }
 
 Mp4Result CMp4FileImpl::GetDataSize(u64* size) {
-  if (!m_isOpen || m_mode != MP4_MODE_READ) return MP4_FILE_IO;
+  if (!IsOpenToRead()) return MP4_FILE_IO;
   return m_storage->GetSize(size);
 }
 

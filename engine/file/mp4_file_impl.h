@@ -4,8 +4,8 @@
 #include <span>
 
 #include <ktmp4/mp4_file.h>
-#include "boxes/tables/data_list.h"
 #include "engine/box/box_list.h"
+#include "engine/storage/data_list.h"
 #include "engine/storage/storage.h"
 #include "engine/track/track_host.h"
 
@@ -18,7 +18,7 @@ class CTrackReferenceBox;
 
 /// The file object: owns the stream and the tree of boxes, counts the tracks and hands them out. Track
 /// objects come back to it, as their host, for their boxes and the bytes of their samples.
-class CMp4FileImpl final : public CMp4File, public CTrackHost {
+class CMp4FileImpl : public CMp4File, public CTrackHost {
  public:
   CMp4FileImpl() = default;
   ~CMp4FileImpl() override;
@@ -49,6 +49,12 @@ class CMp4FileImpl final : public CMp4File, public CTrackHost {
   Mp4Result GetMediaData(CMediaDataBox** mediaData) override;
   Mp4Result ReadData(u8* buffer, u64 position, u32 size) override;
   Mp4Result GetDataSize(u64* size) override;
+
+ protected:
+  /// The storage that `Open` reads the tree from, at its first byte, and how many bytes of it: here those of
+  /// the file. Borrowed until the next call.
+  virtual Mp4Result OpenTree(CStorage* file, CStorage** tree, u64* size);
+  bool IsOpenToRead() const { return m_isOpen && m_mode == MP4_MODE_READ; }
 
  private:
   Mp4Result TakeArguments(const char* fileName, u32 mode, u32 fileType);

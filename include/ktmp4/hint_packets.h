@@ -40,8 +40,8 @@ struct RtpPiece {
   u32 offset = 0;
 };
 
-/// Goes once through the packets that a sample of an RTP hint track describes, and through the pieces of each:
-/// what a server needs in order to send it. ISO/IEC 14496-12, 9.1.3.
+/// Goes once through the packets that a sample of an RTP hint track describes, and through the pieces of
+/// each: what a server needs in order to send it. ISO/IEC 14496-12, 9.1.3.
 ///
 ///     CHintPackets hints(sample, size);
 ///     RtpHeader header;
@@ -50,18 +50,18 @@ struct RtpPiece {
 ///       while (!(result = hints.NextPiece(&piece))) ...
 ///     }
 ///
-/// Each operation answers MP4_NOT_FOUND behind the last one. Nothing is copied or kept: the bytes of the sample
-/// are borrowed and have to outlive this object and the pieces that it hands out.
+/// Each operation answers MP4_NOT_FOUND behind the last one. Nothing is copied or kept: the bytes of the
+/// sample are borrowed and have to outlive this object and the pieces that it hands out.
 class CHintPackets {
  public:
   /// `size` is in bytes; `sample` may be null when it is 0.
   CHintPackets(const u8* sample, u32 size) : m_next(sample), m_left(size) {}
 
-  /// Passes over what is left of the packet before. MP4_CORRUPT when the sample ends before the packet's header
-  /// or its list of extra information does.
+  /// Passes over what is left of the packet before. MP4_CORRUPT when the sample ends before the packet's
+  /// header or its list of extra information does.
   Mp4Result NextPacket(RtpHeader* header);
-  /// The next piece of the packet that `NextPacket` told of. MP4_CORRUPT when the sample ends before the piece,
-  /// MP4_BAD_VALUE for an instruction that is not known, behind which the next one can be had.
+  /// The next piece of the packet that `NextPacket` told of. MP4_CORRUPT when the sample ends before the
+  /// piece, MP4_BAD_VALUE for an instruction that is not known, behind which the next one can be had.
   Mp4Result NextPiece(RtpPiece* piece);
 
  private:

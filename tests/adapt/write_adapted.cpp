@@ -1,4 +1,5 @@
 // write_adapted IN OUT: OUT is a file that the strict reader takes, with the samples of IN.
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 

@@ -1,4 +1,4 @@
-#include "boxes/tables/data_list.h"
+#include "engine/storage/data_list.h"
 
 #include <gtest/gtest.h>
 
