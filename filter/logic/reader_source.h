@@ -121,7 +121,9 @@ class CReaderSource {
     CReaderPin* seekPin = nullptr;
   };
   template <class T>
-  T Tell(T Settings::*setting) const {
+  using Setting = T Settings::*;
+  template <class T>
+  T Tell(Setting<T> setting) const {
     return m_settings.With([&](const Settings& settings) { return settings.*setting; });
   }
 

@@ -68,6 +68,7 @@ class Attempt {
     memory.fill = memory.fill % 200 + 1;
   }
 
+  bool DoOnce(const char* name, auto&& operation) { return Do(name, operation, false); }
   bool Do(const char* name, auto&& operation, bool repeats = true) {
     const auto call = [&] {
       memory.inLibrary = true;
@@ -91,9 +92,7 @@ class Attempt {
 
 bool WriteTrack(Attempt& attempt, CMp4File& file, u32 kind, u32 samples) {
   CMp4Track* track = nullptr;
-  if (!attempt.Do(
-          "AddTrack", [&] { return file.AddTrack(&track); }, false))
-    return false;
+  if (!attempt.DoOnce("AddTrack", [&] { return file.AddTrack(&track); })) return false;
   attempt.Do("SetTrackType", [&] { return track->SetTrackType(kind); });
   EXPECT_EQ(track->SetTimeScale(1000), MP4_OK);
   attempt.Do("Set...Format", [&] {
@@ -107,7 +106,7 @@ bool WriteTrack(Attempt& attempt, CMp4File& file, u32 kind, u32 samples) {
     const u32 size = kind == MP4_KIND_VIDEO && i % 7 == 0 ? 1500 : 1 + i % 3;
     const u64 time = 100 * i, shown = kind == MP4_KIND_VIDEO ? time + 200 + 100 * (i % 2) : time;
     const auto write = [&] { return track->WriteSample(bytes.data(), size, time, shown, i % 2 == 0); };
-    whole = attempt.Do("WriteSample", write, false);
+    whole = attempt.DoOnce("WriteSample", write);
   }
   if (whole) return attempt.Do("CloseTrack", [&] { return file.CloseTrack(track); });
   if (file.CloseTrack(track) != MP4_OK) delete track;
@@ -116,13 +115,9 @@ bool WriteTrack(Attempt& attempt, CMp4File& file, u32 kind, u32 samples) {
 
 bool HintTrack(Attempt& attempt, CMp4File& file, u32 type, u32 media) {
   CMp4HintTrack* hint = nullptr;
-  if (!attempt.Do(
-          "AddHintTrack", [&] { return file.AddHintTrack(&hint, type); }, false))
-    return false;
+  if (!attempt.DoOnce("AddHintTrack", [&] { return file.AddHintTrack(&hint, type); })) return false;
   attempt.Do("AddReferencedTrack", [&] { return hint->AddReferencedTrack(media); });
-  if (attempt.Do(
-          "CloseHintTrack", [&] { return file.CloseHintTrack(hint); }, false))
-    return true;
+  if (attempt.DoOnce("CloseHintTrack", [&] { return file.CloseHintTrack(hint); })) return true;
   delete hint;
   return false;
 }
@@ -143,8 +138,7 @@ bool WriteMovie(Attempt& attempt, const TempFile& temp) {
       WriteTrack(attempt, *file, MP4_KIND_AUDIO, 9) && WriteTrack(attempt, *file, MP4_KIND_TEXT, 9) &&
       HintTrack(attempt, *file, MP4_HINT_VIDEO, 2) && HintTrack(attempt, *file, MP4_HINT_AAC, 3) &&
       HintTrack(attempt, *file, MP4_HINT_LATM, 3) && HintTrack(attempt, *file, MP4_HINT_CAPTION, 4) &&
-      attempt.Do(
-          "AddSceneTracks", [&] { return file->AddSceneTracks(2, 3, 0); }, false);
+      attempt.DoOnce("AddSceneTracks", [&] { return file->AddSceneTracks(2, 3, 0); });
   if (whole) attempt.Do("SetCopyright", [&] { return file->SetCopyright("deu", "niemand", 1); });
   if (whole) return attempt.Do("Close", [&] { return file->Close(); });
   static_cast<void>(file->Close());  // it does, or it does not

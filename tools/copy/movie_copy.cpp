@@ -143,16 +143,16 @@ void MovieCopy::WriteTo(const OutputPlace& place, const Interrupts& interrupts, 
   RequireWritten(place, Headers,
                  [&] { return CopyNotices(m_input.File(), *output, m_notes, m_input.Name()); });
   const auto require = [&](TrackSource* source, Mp4Result (TrackSource::*operation)(CMp4File&)) {
-    RequireWritten(
-        place, [&] { return source->Name(); }, [&] { return (source->*operation)(*output); });
+    const auto name = [&] { return source->Name(); };
+    RequireWritten(place, name, [&] { return (source->*operation)(*output); });
   };
   for (TrackSource* source : m_sources) require(source, &TrackSource::Begin);
   WriteSamples(place, interrupts);
   for (TrackSource* source : m_sources) require(source, &TrackSource::End);
   std::string part;
   if (finish) {
-    RequireWritten(
-        place, [&] { return part; }, [&] { return finish(*output, &part); });
+    const auto finished = [&] { return part; };
+    RequireWritten(place, finished, [&] { return finish(*output, &part); });
   }
   interrupts.Check();
   RequireWritten(place, Headers, [&] { return output->Close(); });
@@ -170,8 +170,8 @@ void MovieCopy::WriteSamples(const OutputPlace& place, const Interrupts& interru
       if (source->IsComplete()) continue;
       if (next == nullptr || source->NextTime() < next->NextTime()) next = source;
     }
-    RequireWritten(
-        place, [&] { return next->Name(); }, [&] { return next->WriteNext(); });
+    const auto name = [&] { return next->Name(); };
+    RequireWritten(place, name, [&] { return next->WriteNext(); });
     u64 bytes = 0;
     for (const TrackSource* source : m_sources) bytes += source->WrittenBytes();
     progress.UpdateCopy(sample, allSamples, bytes);
