@@ -7,7 +7,7 @@ namespace kt {
 /// The hinter of Line 21 captions: two samples to a packet of "608B", which is a format of this system's own.
 class CcHintTrackImpl final : public CMp4RtpHintTrackImpl {
  public:
-  CcHintTrackImpl(CMp4File* file, CTrackHost* host) : CMp4RtpHintTrackImpl(file, host, kCaptionPayload, 2) {}
+  CcHintTrackImpl(CHintTrackHost* file) : CMp4RtpHintTrackImpl(file, kCaptionPayload, 2) {}
 
  protected:
   Mp4Result AddTrackSdp(u32 trackNumber, CTrackHintInformationBox* hnti) override;

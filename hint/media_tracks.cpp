@@ -4,20 +4,14 @@
 
 namespace kt {
 
-// Closing a track that was opened to read does not fail.
-CMediaTracks::~CMediaTracks() {
-  for (u32 i = 0; i < m_count; ++i) static_cast<void>(m_file->CloseTrack(m_tracks[i].track));
-}
-
-Mp4Result CMediaTracks::Open(u32 trackCount, const u32* trackNumbers) {
+Mp4Result CMediaTracks::Open(CMp4File* file, u32 trackCount, const u32* trackNumbers) {
   if (trackCount == 0) return MP4_BAD_ARGUMENT;
-  m_tracks.reset(new (std::nothrow) OpenedTrack[trackCount]);
+  m_tracks.reset(new (std::nothrow) Slot[trackCount]);
   if (!m_tracks) return MP4_NO_MEMORY;
   for (; m_count < trackCount; ++m_count) {
-    OpenedTrack& opened = m_tracks[m_count];
-    opened.number = trackNumbers[m_count];
-    KT_TRY(m_file->OpenTrack(opened.number, &opened.track));
-    m_current = opened.track;
+    CMediaTrack& opened = m_tracks[m_count].track;
+    KT_TRY(opened.Open(file, trackNumbers[m_count]));
+    m_current = opened.Track();
   }
   return MP4_OK;
 }
@@ -35,12 +29,12 @@ Mp4Result CMediaTracks::PickNext(Turn* turn) {
     turn->time = time;
   }
   if (!found) return MP4_NOT_FOUND;
-  const OpenedTrack& winner = m_tracks[turn->slot];
-  m_current = winner.track;
-  turn->trackNumber = winner.number;
-  turn->track = winner.track;
+  const Slot& winner = m_tracks[turn->slot];
+  m_current = winner.track.Track();
+  turn->trackNumber = winner.track.Number();
+  turn->track = m_current;
   turn->sample = winner.nextSample;
-  KT_TRY(winner.track->GetTimeScale(&turn->timeScale));
+  KT_TRY(m_current->GetTimeScale(&turn->timeScale));
   return turn->timeScale != 0 ? MP4_OK : MP4_BAD_TIMING;
 }
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include <ktmp4/mp4_file.h>
+#include "hint/media_track.h"
 
 namespace kt {
 
@@ -20,31 +20,24 @@ class CMediaTracks {
     u32 timeScale = 0;  // media ticks per second, not 0
   };
 
-  /// `file` is borrowed.
-  explicit CMediaTracks(CMp4File* file) : m_file(file) {}
-  CMediaTracks(const CMediaTracks&) = delete;
-  CMediaTracks& operator=(const CMediaTracks&) = delete;
-  ~CMediaTracks();
-
-  /// MP4_BAD_ARGUMENT for no track, MP4_NO_MEMORY; what `CMp4File::OpenTrack` answers.
-  Mp4Result Open(u32 trackCount, const u32* trackNumbers);
+  /// Once. `file` is borrowed. MP4_BAD_ARGUMENT for no track, MP4_NO_MEMORY; what `CMp4File::OpenTrack`
+  /// answers.
+  Mp4Result Open(CMp4File* file, u32 trackCount, const u32* trackNumbers);
   /// The next sample by decoding time; of equal times that of the earlier track. The times of all are asked
   /// of one track, the last one opened and then that of the last turn: with one track, as is meant, they are
   /// its own. MP4_NOT_FOUND when all are at their end, MP4_BAD_TIMING for a time scale of 0.
   Mp4Result PickNext(Turn* turn);
-  /// Borrowed; there is one once `Open` has succeeded.
-  CMp4Track* First() const { return m_tracks[0].track; }
+  /// There is one once `Open` has succeeded.
+  const CMediaTrack& First() const { return m_tracks[0].track; }
   void Advance(const Turn& turn) { ++m_tracks[turn.slot].nextSample; }
 
  private:
-  struct OpenedTrack {
-    u32 number = 0;
+  struct Slot {
+    CMediaTrack track;
     u32 nextSample = 1;
-    CMp4Track* track = nullptr;  // given back to the file in the end
   };
 
-  CMp4File* m_file;
-  std::unique_ptr<OpenedTrack[]> m_tracks;
+  std::unique_ptr<Slot[]> m_tracks;
   u32 m_count = 0;
   CMp4Track* m_current = nullptr;
 };

@@ -7,8 +7,7 @@ namespace kt {
 /// The hinter of MPEG-4 audio in LATM framing: three samples to a packet, none cut. RFC 3016, 4.
 class CRfc3016LatmHintTrackImpl final : public CMp4RtpHintTrackImpl {
  public:
-  CRfc3016LatmHintTrackImpl(CMp4File* file, CTrackHost* host)
-      : CMp4RtpHintTrackImpl(file, host, kLatmPayload, 3) {}
+  CRfc3016LatmHintTrackImpl(CHintTrackHost* file) : CMp4RtpHintTrackImpl(file, kLatmPayload, 3) {}
 
  protected:
   /// As the other hinters', but with groups that are full however large they are, and that have the time of

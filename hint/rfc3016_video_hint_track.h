@@ -8,8 +8,7 @@ namespace kt {
 /// the samples. RFC 3016, 3.
 class CRfc3016VideoHintTrackImpl final : public CMp4RtpHintTrackImpl {
  public:
-  CRfc3016VideoHintTrackImpl(CMp4File* file, CTrackHost* host)
-      : CMp4RtpHintTrackImpl(file, host, kVideoPayload, 1) {}
+  CRfc3016VideoHintTrackImpl(CHintTrackHost* file) : CMp4RtpHintTrackImpl(file, kVideoPayload, 1) {}
 
  protected:
   Mp4Result AddTrackSdp(u32 trackNumber, CTrackHintInformationBox* hnti) override;

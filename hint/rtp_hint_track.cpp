@@ -26,19 +26,18 @@ constexpr u32 kVideoRtpTimeScale = 90000;
 
 }  // namespace
 
-CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host)
-    : CMp4RtpHintTrackImpl(file, host, kAacPayload, 1) {}
+CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CHintTrackHost* file)
+    : CMp4RtpHintTrackImpl(file, kAacPayload, 1) {}
 
-CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, const PayloadFormat& format,
+CMp4RtpHintTrackImpl::CMp4RtpHintTrackImpl(CHintTrackHost* file, const PayloadFormat& format,
                                            u32 maxSamplesPerPacket)
-    : CHostedTrack(host), m_mp4File(file), m_format(&format), m_maxSamplesPerPacket(maxSamplesPerPacket) {}
+    : CHostedTrack(file), m_format(&format), m_maxSamplesPerPacket(maxSamplesPerPacket) {}
 
 CMp4RtpHintTrackImpl::~CMp4RtpHintTrackImpl() = default;
 
 void CMp4RtpHintTrackImpl::OnDetached() {
   m_bound = 0;
   m_writable = 0;
-  m_mp4File = nullptr;
   m_sampleEntry = nullptr;
   m_trackReference = nullptr;
 }
@@ -46,9 +45,9 @@ void CMp4RtpHintTrackImpl::OnDetached() {
 // Becoming a hint track of the file.
 
 Mp4Result CMp4RtpHintTrackImpl::Bind(u32 trackIndex) {
-  if (m_mp4File == nullptr) return MP4_NOT_READY;
+  if (m_file == nullptr) return MP4_NOT_READY;
   CMp4Track* opened = nullptr;
-  KT_TRY(m_mp4File->OpenTrack(trackIndex, &opened));
+  KT_TRY(File()->OpenTrack(trackIndex, &opened));
   m_track.reset(static_cast<CTrackImpl*>(opened));
   u32 kind = 0;
   KT_TRY(m_track->GetTrackType(&kind));
@@ -69,9 +68,9 @@ Mp4Result CMp4RtpHintTrackImpl::Bind(u32 trackIndex) {
 }
 
 Mp4Result CMp4RtpHintTrackImpl::SetUp() {
-  if (m_mp4File == nullptr) return MP4_NOT_READY;
+  if (m_file == nullptr) return MP4_NOT_READY;
   CMp4Track* added = nullptr;
-  KT_TRY(m_mp4File->AddTrack(&added));
+  KT_TRY(File()->AddTrack(&added));
   m_track.reset(static_cast<CTrackImpl*>(added));
   KT_TRY(MakeBoxes());
   m_stream.sequenceNumber = 0;
@@ -264,20 +263,20 @@ Mp4Result CMp4RtpHintTrackImpl::Finish() {
 }
 
 Mp4Result CMp4RtpHintTrackImpl::CloseOwnTrack() {
-  KT_TRY(m_mp4File->CloseTrack(m_track.get()));
+  KT_TRY(File()->CloseTrack(m_track.get()));
   static_cast<void>(m_track.release());  // the file has deleted it
   return MP4_OK;
 }
 
 Mp4Result CMp4RtpHintTrackImpl::TakeRtpTimeScale(u32 trackNumber) {
-  CMediaTracks first(m_mp4File);
-  KT_TRY(first.Open(1, &trackNumber));
+  CMediaTrack media;
+  KT_TRY(media.Open(File(), trackNumber));
   u32 kind = 0;
-  KT_TRY(first.First()->GetTrackType(&kind));
+  KT_TRY(media.Track()->GetTrackType(&kind));
   if (kind == MP4_KIND_VIDEO || kind == MP4_KIND_TEXT) {
     m_rtpTimeScale = kVideoRtpTimeScale;  // whatever was set: callers rely on it
   } else if (m_rtpTimeScale == 0) {
-    return first.First()->GetTimeScale(&m_rtpTimeScale);
+    return media.Track()->GetTimeScale(&m_rtpTimeScale);
   }
   return MP4_OK;
 }

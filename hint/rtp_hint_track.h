@@ -3,9 +3,9 @@
 #include <memory>
 
 #include <ktmp4/mp4_hint_track.h>
-#include "engine/track/track_host.h"
 #include "hint/growing_array.h"
 #include "hint/hint_bit_rates.h"
+#include "hint/hint_track_host.h"
 #include "hint/media_tracks.h"
 #include "hint/packet_building.h"
 
@@ -24,9 +24,8 @@ struct StreamFacts;
 /// makes packets of a group, and `WriteHintSample` writes them.
 class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
  public:
-  /// `file` and `host` are one file object, borrowed, which may go first; both null leave a hint track that
-  /// can be neither bound nor written.
-  CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host);
+  /// `file` is borrowed and may go first; null leaves a hint track that can be neither bound nor written.
+  explicit CMp4RtpHintTrackImpl(CHintTrackHost* file);
   ~CMp4RtpHintTrackImpl() override;
 
   Mp4Result GetHintTrackId(u32* id) override;
@@ -65,8 +64,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
 
  protected:
   /// For the hinters of the other kinds.
-  CMp4RtpHintTrackImpl(CMp4File* file, CTrackHost* host, const PayloadFormat& format,
-                       u32 maxSamplesPerPacket);
+  CMp4RtpHintTrackImpl(CHintTrackHost* file, const PayloadFormat& format, u32 maxSamplesPerPacket);
 
   /// Goes through the samples of the media tracks and writes the hint samples. The group that gathers at the
   /// end is not written. A sample whose size cannot be had ends the hinting as if it were behind the last.
@@ -87,7 +85,8 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   u64 RtpTimeOf(u64 time, u32 timeScale) const { return m_rtpTimeScale * time / timeScale; }
   void TakeBitRates(const CHintBitRates& bitRates) { bitRates.GetBitrates(&m_maxBitrate, &m_avgBitrate); }
 
-  CMp4File* File() const { return m_mp4File; }
+  /// Null once detached. The host that the base keeps was a `CHintTrackHost` when it was handed over.
+  CMp4File* File() const { return static_cast<CHintTrackHost*>(m_file); }
   /// What the session description of every kind says. MP4_NOT_READY without a track.
   Mp4Result GetFacts(u32 trackNumber, StreamFacts* facts);
   u8 PayloadType() const { return m_stream.payloadType; }
@@ -112,7 +111,6 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   u32 m_writable = 0;
   bool m_hasBegunPackets = false;
   std::unique_ptr<CTrackImpl> m_track;
-  CMp4File* m_mp4File;                             // null once detached
   CRtpHintSampleEntry* m_sampleEntry = nullptr;    // borrowed from the file's tree
   CTrackReferenceBox* m_trackReference = nullptr;  // likewise; null unless being written
   const PayloadFormat* m_format;

@@ -16,7 +16,7 @@ using HintTrack = std::unique_ptr<CMp4RtpHintTrackImpl>;
 
 template <class Hinter>
 HintTrack MakeHinter(CMp4FileImpl* file) {
-  return HintTrack(new (std::nothrow) Hinter(file, file));
+  return HintTrack(new (std::nothrow) Hinter(file));
 }
 
 // By `Mp4HintType`.

@@ -3,11 +3,10 @@
 #include <memory>
 #include <span>
 
-#include <ktmp4/mp4_file.h>
 #include "engine/box/box_list.h"
 #include "engine/storage/data_list.h"
 #include "engine/storage/storage.h"
-#include "engine/track/track_host.h"
+#include "hint/hint_track_host.h"
 
 namespace kt {
 
@@ -18,7 +17,7 @@ class CTrackReferenceBox;
 
 /// The file object: owns the stream and the tree of boxes, counts the tracks and hands them out. Track
 /// objects come back to it, as their host, for their boxes and the bytes of their samples.
-class CMp4FileImpl : public CMp4File, public CTrackHost {
+class CMp4FileImpl : public CHintTrackHost {
  public:
   CMp4FileImpl() = default;
   ~CMp4FileImpl() override;
