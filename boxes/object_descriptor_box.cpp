@@ -45,7 +45,7 @@ Mp4Result CObjectDescriptorBox::Dump(int indent) {
   std::printf("{\n");
   CBaseDescriptor* descriptor = Descriptor();
   if (descriptor == nullptr) return MP4_BAD_DESCRIPTOR;
-  KT_TRY(descriptor->Dump(indent + 1));
+  KT_TRY(descriptor->DumpAt(indent + 1, m_level + 1));
   PrintIndent(indent);
   std::printf("}\n");
   return MP4_OK;

@@ -16,8 +16,8 @@ class CBaseCommand {
   explicit CBaseCommand(const CBaseCommand* header)
       : m_tag(header->m_tag),
         m_size(header->m_size),
-        m_headerSize(header->m_headerSize),
-        m_remaining(header->m_remaining) {}
+        m_remaining(header->m_remaining),
+        m_headerSize(header->m_headerSize) {}
   // Neither copied nor moved: a copy by way of the base would lose the body.
   CBaseCommand(const CBaseCommand&) = delete;
   CBaseCommand& operator=(const CBaseCommand&) = delete;
@@ -45,9 +45,9 @@ class CBaseCommand {
 
  protected:
   u32 m_tag = 0;
-  u32 m_size = 0;        // of the body
-  u32 m_headerSize = 0;  // as read
+  u32 m_size = 0;  // of the body
   u32 m_remaining = 0;
+  u8 m_headerSize = 0;  // as read
 };
 
 }  // namespace kt

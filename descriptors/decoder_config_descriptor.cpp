@@ -56,7 +56,7 @@ Mp4Result CDecoderConfigDescriptor::Dump(int indent) {
   PrintIndent(indent);
   std::printf("Max. bitrate: %d Avg. bitrate: %d\n", static_cast<int>(m_maxBitrate),
               static_cast<int>(m_avgBitrate));
-  return m_children ? m_children->DumpDescriptors(indent + 1) : MP4_OK;
+  return m_children ? m_children->DumpDescriptors(indent + 1, m_level + 1u) : MP4_OK;
 }
 
 Mp4Result CDecoderConfigDescriptor::CalculateSize() {

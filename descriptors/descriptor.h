@@ -39,8 +39,8 @@ class CBaseDescriptor {
   explicit CBaseDescriptor(const CBaseDescriptor* header)
       : m_tag(header->m_tag),
         m_size(header->m_size),
-        m_headerSize(header->m_headerSize),
-        m_remaining(header->m_remaining) {}
+        m_remaining(header->m_remaining),
+        m_headerSize(header->m_headerSize) {}
   // Neither copied nor moved: a copy by way of the base would lose the body.
   CBaseDescriptor(const CBaseDescriptor&) = delete;
   CBaseDescriptor& operator=(const CBaseDescriptor&) = delete;
@@ -66,14 +66,24 @@ class CBaseDescriptor {
   /// need be when read is forgotten. MP4_DESCRIPTOR_OVERRUN when the sum leaves 32 bits.
   virtual Mp4Result CalculateSize();
 
+  /// Prints the descriptor as one that `level` boxes and descriptors stand around: it is these that a list of
+  /// children counts, and not the indent.
+  Mp4Result DumpAt(int indent, u32 level) {
+    m_level = static_cast<u8>(level);
+    const Mp4Result result = Dump(indent);
+    m_level = 0;
+    return result;
+  }
   /// Header and body together, in bytes.
   u64 WholeLength() const;
 
  protected:
   u32 m_tag = 0;
-  u32 m_size = 0;        // of the body
-  u32 m_headerSize = 0;  // as read; 0 when the size has been worked out
+  u32 m_size = 0;  // of the body
   u32 m_remaining = 0;
+  // Two bytes of a file are enough for a descriptor: bytes and not words.
+  u8 m_headerSize = 0;  // as read; 0 when the size has been worked out
+  u8 m_level = 0;       // while it is printed: the boxes and descriptors around it
 };
 
 }  // namespace kt

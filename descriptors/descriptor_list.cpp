@@ -60,10 +60,10 @@ Mp4Result CDescriptorList::DeserializeDescriptors(CStorage* storage, u32* remain
   return MP4_OK;
 }
 
-Mp4Result CDescriptorList::DumpDescriptors(int indent) {
-  if (m_head && indent >= static_cast<int>(CNesting::kLevels)) return MP4_BAD_DESCRIPTOR;
+Mp4Result CDescriptorList::DumpDescriptors(int indent, u32 level) {
+  if (m_head && level >= CNesting::kLevels) return MP4_BAD_DESCRIPTOR;
   for (Node* node = m_head.get(); node != nullptr; node = node->next.get()) {
-    KT_TRY(node->item->Dump(indent));
+    KT_TRY(node->item->DumpAt(indent, level));
   }
   return MP4_OK;
 }

@@ -32,8 +32,9 @@ class CDescriptorList : public CItemList<CBaseDescriptor> {
   /// Reads descriptors until `*remaining`, which it lowers, is exactly 0. MP4_DESCRIPTOR_OVERRUN when a
   /// descriptor is larger than what is left; it and those before it stay in the list.
   Mp4Result DeserializeDescriptors(CStorage* storage, u32* remaining);
-  /// MP4_BAD_DESCRIPTOR below 64 levels.
-  Mp4Result DumpDescriptors(int indent);
+  /// `level` is the number of boxes and descriptors that stand around the items. MP4_BAD_DESCRIPTOR below 64
+  /// levels.
+  Mp4Result DumpDescriptors(int indent, u32 level = 0);
   /// Works every item's size out and adds up their whole lengths. MP4_DESCRIPTOR_OVERRUN when the sum leaves
   /// 32 bits.
   Mp4Result CalculateDescriptorsSize(u32* total);

@@ -86,7 +86,7 @@ Mp4Result CESDescriptor::Dump(int indent) {
     std::printf("Depends on ES-Id: %d\n", m_dependsOnEsId);
   }
   if (m_urlFlag != 0) DumpUrl(indent);
-  return m_children ? m_children->DumpDescriptors(indent + 1) : MP4_NOT_READY;
+  return m_children ? m_children->DumpDescriptors(indent + 1, m_level + 1u) : MP4_NOT_READY;
 }
 
 void CESDescriptor::DumpUrl(int indent) const {

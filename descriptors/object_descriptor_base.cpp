@@ -102,7 +102,7 @@ Mp4Result CObjectDescriptorBase::Dump(int indent) {
   } else {
     DumpLevels(indent);
   }
-  return ForEachList([&](CDescriptorList& list) { return list.DumpDescriptors(indent + 1); });
+  return ForEachList([&](CDescriptorList& list) { return list.DumpDescriptors(indent + 1, m_level + 1u); });
 }
 
 Mp4Result CObjectDescriptorBase::SetObjectDescriptorId(u16 id) {

@@ -26,7 +26,7 @@ Mp4Result CObjectDescriptorUpdate::Dump(int indent) {
   KT_TRY(CBaseCommand::Dump(indent));
   PrintIndent(indent);
   std::printf("{\n");
-  KT_TRY(m_descriptors.DumpDescriptors(indent + 1));
+  KT_TRY(m_descriptors.DumpDescriptors(indent + 1, 1));
   PrintIndent(indent);
   std::printf("}\n");
   return MP4_OK;

@@ -29,7 +29,7 @@ struct SizeGroups {
 
 }  // namespace
 
-Mp4Result ReadTagAndSize(CStorage* storage, u32* tag, u32* size, u32* headerSize, Mp4Result tooLong) {
+Mp4Result ReadTagAndSize(CStorage* storage, u32* tag, u32* size, u8* headerSize, Mp4Result tooLong) {
   u8 byte = 0;
   KT_TRY(storage->ReadUInt8(&byte));
   *tag = byte;

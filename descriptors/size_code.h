@@ -9,7 +9,7 @@ namespace kt {
 
 /// Reads tag and size. `tooLong` is the answer to a size code of more than five bytes; of the five, bits
 /// beyond 32 are lost. `*headerSize` takes the bytes consumed.
-Mp4Result ReadTagAndSize(CStorage* storage, u32* tag, u32* size, u32* headerSize, Mp4Result tooLong);
+Mp4Result ReadTagAndSize(CStorage* storage, u32* tag, u32* size, u8* headerSize, Mp4Result tooLong);
 
 /// Writes tag and size in the fewest bytes. `tooLarge` is the answer to a size of 2^28 and more, which four
 /// groups cannot hold; the tag has been written then.

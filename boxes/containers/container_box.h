@@ -70,7 +70,7 @@ class CContainerBox : public Base {
       std::printf("{");
     }
     if (!m_hasList && !Rules.dumpsWithoutList) return MP4_NOT_READY;
-    if (m_children) KT_TRY(m_children->DumpAll(indent + 1));
+    if (m_children) KT_TRY(m_children->DumpAll(indent + 1, this->m_level + 1));
     if (Rules.braces) {
       PrintIndent(indent);
       std::printf("}\n");

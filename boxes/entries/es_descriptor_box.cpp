@@ -26,7 +26,7 @@ Mp4Result CESDBox::Serialize(CStorage* storage) {
 
 Mp4Result CESDBox::Dump(int indent) {
   KT_TRY(CFullBox::Dump(indent));
-  return m_pDescriptor ? m_pDescriptor->Dump(indent + 1) : MP4_BAD_BOX;
+  return m_pDescriptor ? m_pDescriptor->DumpAt(indent + 1, m_level + 1) : MP4_BAD_BOX;
 }
 
 Mp4Result CESDBox::CalculateSize() {

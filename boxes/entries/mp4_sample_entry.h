@@ -49,7 +49,7 @@ class CEsdSampleEntry : public Layer, public CMP4SampleEntry {
   }
   Mp4Result Dump(int indent) override {
     KT_TRY(Layer::Dump(indent));
-    return m_EsdBox.Dump(indent + 1);
+    return m_EsdBox.DumpAt(indent + 1, this->m_level + 1);
   }
   Mp4Result CalculateSize() override {
     KT_TRY(Layer::CalculateSize());

@@ -38,6 +38,15 @@ class CBox {
   /// bytes too many.
   virtual Mp4Result GetSize(u64* size);
 
+  /// Prints the box as one that `level` boxes stand around: it is these that a list of children counts, and
+  /// not the indent.
+  Mp4Result DumpAt(int indent, u32 level) {
+    m_level = level;
+    const Mp4Result result = Dump(indent);
+    m_level = 0;
+    return result;
+  }
+
   Mp4Result GetType(u32* type) const;
   /// Payload bytes that `Deserialize` has not consumed yet.
   Mp4Result GetRemaining(u64* remaining) const;
@@ -45,6 +54,7 @@ class CBox {
  protected:
   u64 m_size = 0;
   u32 m_type = 0;
+  u32 m_level = 0;                   // while it is printed: the boxes around it
   std::unique_ptr<u8[]> m_userType;  // 16 bytes, null unless the type is "uuid"
   u64 m_remaining = 0;
 };

@@ -74,10 +74,10 @@ Mp4Result CBoxList::DeserializeAll(CStorage* storage, u64* remaining) {
   return MP4_OK;
 }
 
-Mp4Result CBoxList::DumpAll(int indent) {
-  if (m_head && indent >= static_cast<int>(CNesting::kLevels)) return MP4_CORRUPT;
+Mp4Result CBoxList::DumpAll(int indent, u32 level) {
+  if (m_head && level >= CNesting::kLevels) return MP4_CORRUPT;
   for (Node* node = m_head.get(); node != nullptr; node = node->next.get()) {
-    KT_TRY(node->item->Dump(indent));
+    KT_TRY(node->item->DumpAt(indent, level));
   }
   return MP4_OK;
 }

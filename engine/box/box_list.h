@@ -25,8 +25,8 @@ class CBoxList : public CItemList<CBox> {
   /// Reads boxes until `*remaining`, which it lowers, is exactly 0. MP4_CORRUPT when a box is larger than
   /// what is left; that box and those before it stay in the list.
   Mp4Result DeserializeAll(CStorage* storage, u64* remaining);
-  /// MP4_CORRUPT below 64 levels.
-  Mp4Result DumpAll(int indent);
+  /// `level` is the number of boxes that stand around the items. MP4_CORRUPT below 64 levels.
+  Mp4Result DumpAll(int indent, u32 level = 0);
   /// Works every item's size out and stores the sum of what `GetSize` says.
   Mp4Result CalculateSizeAll(u64* total);
   void Clear() {

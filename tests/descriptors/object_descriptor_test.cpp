@@ -201,7 +201,7 @@ TEST(ObjectDescriptorUpdate, CountsAsALevelOfNesting) {
     EXPECT_EQ(MP4_OK, header.Deserialize(storage));
     CObjectDescriptorUpdate update(&header);
     EXPECT_EQ(tooDeep ? MP4_BAD_DESCRIPTOR : MP4_OK, update.Deserialize(storage));
-    if (!tooDeep) Dumped(update);
+    if (!tooDeep) Dumped(update, 60);
   }
 }
 

@@ -1,38 +1,41 @@
+#include <tuple>
+
+#include "boxes/containers/user_data_box.h"
 #include "support/box_probe.h"
+#include "support/descriptor_writer.h"
 
 namespace kt::test {
 namespace {
 
-Bytes NestedBoxes(u32 levels) {
-  Bytes bytes;
+Bytes NestedBoxes(u32 levels, Bytes bytes = {}) {
   for (u32 i = 0; i < levels; ++i) bytes = Box("udta", bytes);
   return bytes;
 }
 
-// Without the bound a file of some megabytes would exhaust the stack; whatever can be read can be printed.
+// Without the bound a file of some megabytes would exhaust the stack. Boxes and descriptors share the levels.
+// Whatever can be read can be printed, with any indent.
 TEST(Nesting, IsBoundedAt64Levels) {
-  const ReadBoxResult deepest = ReadBox(NestedBoxes(64));
-  ASSERT_EQ(MP4_OK, deepest.result);
-  EXPECT_EQ(NestedBoxes(64), WrittenBytes(deepest.box.get()));
-  EXPECT_NE(std::string::npos, DumpText(deepest.box.get()).find(std::string(63 * 2, ' ') + "}\n"));
-  DumpText(deepest.box.get(), 1, MP4_CORRUPT);
-  for (const u32 levels : {65u, 3000u}) EXPECT_EQ(MP4_CORRUPT, ReadBox(NestedBoxes(levels)).result);
-}
-
-// Boxes and descriptors share the levels: here 4 boxes and "iods" hold a chain of descriptors.
-TEST(Nesting, CountsBoxesAndDescriptorsTogether) {
-  for (const u32 descriptors : {59u, 60u}) {
-    Bytes chain;
-    for (u32 i = 1; i < descriptors; ++i) {
-      Bytes body = Bytes().Zeros(13).Add(chain);
-      chain = Bytes().U8(4).U8(0x80 | body.size() >> 7).U8(body.size() & 0x7F).Add(body);
-    }
-    Bytes body = Bytes().U16(0x004F).Zeros(5).Add(chain);
-    Bytes box =
-        FullBox("iods", 0, 0, Bytes().U8(16).U8(0x80 | body.size() >> 7).U8(body.size() & 0x7F).Add(body));
-    for (u32 i = 0; i < 4; ++i) box = Box("udta", box);
-    EXPECT_EQ(descriptors == 59 ? MP4_OK : MP4_BAD_DESCRIPTOR, ReadBox(box).result);
+  const Bytes iod = Descriptor(16, Bytes().U16(0x004F).Zeros(5).Add(Descriptor(65)));
+  const Bytes config = Descriptor(4, Bytes().Zeros(13));
+  const Bytes esds =
+      FullBox("esds", 0, 0, Descriptor(3, Bytes().Zeros(3).Add(config).Add(Descriptor(6, {2}))));
+  const std::tuple<Bytes, u32, Mp4Result> rows[] = {
+      {Box("udta"), 1, MP4_CORRUPT},
+      {FullBox("iods", 0, 0, iod), 3, MP4_BAD_DESCRIPTOR},
+      {Box("mp4s", Bytes().Zeros(8).Add(esds)), 4, MP4_BAD_DESCRIPTOR},
+  };
+  for (const auto& [innermost, levels, tooDeep] : rows) {
+    const Bytes bytes = NestedBoxes(64 - levels, innermost);
+    ReadBoxResult deepest = ReadBox(bytes);
+    ASSERT_EQ(MP4_OK, deepest.result);
+    EXPECT_EQ(bytes, WrittenBytes(deepest.box.get()));
+    DumpText(deepest.box.get(), 60);
+    CUserDataBox oneMore;
+    EXPECT_EQ(MP4_OK, oneMore.AddChild(std::move(deepest.box)));
+    DumpText(&oneMore, 0, tooDeep);
+    EXPECT_EQ(tooDeep, ReadBox(Box("udta", bytes)).result);
   }
+  EXPECT_EQ(MP4_CORRUPT, ReadBox(NestedBoxes(3000)).result);
 }
 
 }  // namespace
