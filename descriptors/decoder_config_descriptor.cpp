@@ -2,46 +2,33 @@
 
 #include <cstdio>
 
-#include "descriptors/size_code.h"
-#include "engine/storage/field_io.h"
 #include "engine/storage/printing.h"
 
 namespace kt {
 namespace {
 
-constexpr u32 kFixedSize = 13;
 constexpr u32 kDefaultBufferSize = 0x140000;
 
 }  // namespace
 
 Mp4Result CDecoderConfigDescriptor::Deserialize(CStorage* storage) {
-  if (m_remaining < kFixedSize) return MP4_DESCRIPTOR_OVERRUN;
-  CFieldReader<u32> reader(storage, &m_remaining);
-  u8 streamByte = 0;
-  KT_TRY(VisitFields(reader, streamByte));
-  m_streamType = streamByte >> 2;
-  m_upStream = streamByte >> 1 & 1;
+  if (m_remaining < FieldsSize()) return MP4_DESCRIPTOR_OVERRUN;
+  KT_TRY(ReadFields(storage));
+  m_streamType = m_streamByte >> 2;
+  m_streamByte |= kReservedBit;
   m_children.reset();
   if (m_remaining == 0) return MP4_OK;  // no children, and no memory for a list of them
   KT_TRY(EnsureList(&m_children, this));
   return m_children->DeserializeDescriptors(storage, &m_remaining);
 }
 
-Mp4Result CDecoderConfigDescriptor::WriteFields(CStorage* storage) {
-  CFieldWriter writer(storage);
-  u8 streamByte = static_cast<u8>(m_streamType << 2 | (m_upStream != 0 ? 2 : 0) | 1);
-  return VisitFields(writer, streamByte);
-}
-
 Mp4Result CDecoderConfigDescriptor::Serialize(CStorage* storage) {
-  KT_TRY(CBaseDescriptor::Serialize(storage));
-  KT_TRY(WriteFields(storage));
+  KT_TRY(CFieldsDescriptor::Serialize(storage));
   return m_children ? m_children->SerializeAll(storage) : MP4_OK;
 }
 
 Mp4Result CDecoderConfigDescriptor::SerializeToBuffer(u8** cursor, u32* room) {
-  KT_TRY(CBaseDescriptor::SerializeToBuffer(cursor, room));
-  KT_TRY(WriteToBuffer(cursor, room, kFixedSize, [&](CStorage* block) { return WriteFields(block); }));
+  KT_TRY(CFieldsDescriptor::SerializeToBuffer(cursor, room));
   return m_children ? m_children->SerializeDescriptors(cursor, room) : MP4_OK;
 }
 
@@ -50,7 +37,7 @@ Mp4Result CDecoderConfigDescriptor::Dump(int indent) {
   PrintIndent(indent);
   std::printf("Object indication: 0x%02x  Stream type: 0x%02x\n", m_objectTypeIndication, m_streamType);
   PrintIndent(indent);
-  std::printf("UpStream flag: %s\n", m_upStream != 0 ? "TRUE" : "FALSE");
+  std::printf("UpStream flag: %s\n", (m_streamByte & kUpStreamBit) != 0 ? "TRUE" : "FALSE");
   PrintIndent(indent);
   std::printf("Buffer size DB: %d\n", static_cast<int>(m_bufferSizeDB & 0xFFFFFF));
   PrintIndent(indent);
@@ -60,15 +47,16 @@ Mp4Result CDecoderConfigDescriptor::Dump(int indent) {
 }
 
 Mp4Result CDecoderConfigDescriptor::CalculateSize() {
-  KT_TRY(CBaseDescriptor::CalculateSize());
+  KT_TRY(CFieldsDescriptor::CalculateSize());
   u32 children = 0;
   if (m_children) KT_TRY(m_children->CalculateDescriptorsSize(&children));
-  return AddToSize(&m_size, u64{kFixedSize} + children);
+  return AddToSize(&m_size, children);
 }
 
 Mp4Result CDecoderConfigDescriptor::SetTypes(u8 objectType, u8 streamType) {
   m_objectTypeIndication = objectType;
   m_streamType = streamType;
+  m_streamByte = static_cast<u8>(streamType << 2 | (m_streamByte & kUpStreamBit) | kReservedBit);
   m_bufferSizeDB = kDefaultBufferSize;
   return MP4_OK;
 }

@@ -4,15 +4,16 @@
 
 #include "descriptors/decoder_specific_info.h"
 #include "descriptors/descriptor_list.h"
+#include "descriptors/fields_descriptor.h"
 
 namespace kt {
 
 /// Which decoder an elementary stream needs, its buffer and its bit rates; holds the decoder specific info if
 /// there is any. ISO/IEC 14496-1, 7.2.6.6.
-class CDecoderConfigDescriptor : public CBaseDescriptor {
+class CDecoderConfigDescriptor : public CFieldsDescriptor<CDecoderConfigDescriptor> {
  public:
-  CDecoderConfigDescriptor() : CBaseDescriptor(kDecoderConfigDescriptorTag) {}
-  explicit CDecoderConfigDescriptor(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
+  CDecoderConfigDescriptor() : CFieldsDescriptor(kDecoderConfigDescriptorTag) {}
+  explicit CDecoderConfigDescriptor(const CBaseDescriptor* header) : CFieldsDescriptor(header) {}
 
   /// MP4_DESCRIPTOR_OVERRUN for a body of less than 13 bytes.
   Mp4Result Deserialize(CStorage* storage) override;
@@ -32,20 +33,22 @@ class CDecoderConfigDescriptor : public CBaseDescriptor {
   Mp4Result GetDecoderSpecificInfo(u32 capacity, u32* size, void* buffer);
   Mp4Result GetDecoderSpecificInfoSize(u32* size);
 
- private:
-  // The fixed part in file order; upStream and streamType share a byte.
   template <class Fields>
-  Mp4Result VisitFields(Fields& fields, u8& streamByte) {
-    KT_TRY(fields(m_objectTypeIndication, streamByte));
+  Mp4Result VisitFields(Fields& fields) {
+    KT_TRY(fields(m_objectTypeIndication, m_streamByte));
     KT_TRY(fields.UInt24(m_bufferSizeDB));
     return fields(m_maxBitrate, m_avgBitrate);
   }
-  Mp4Result WriteFields(CStorage* storage);
+
+ private:
+  static constexpr u8 kUpStreamBit = 2;
+  static constexpr u8 kReservedBit = 1;
+
   Mp4Result FindInfo(CDecoderSpecificInfo** info);
 
   u8 m_objectTypeIndication = 0;
-  u8 m_streamType = 0;  // 6 bits in the file
-  u32 m_upStream = 0;
+  u8 m_streamByte = kReservedBit;  // the low 6 bits of the stream type, then the two above
+  u8 m_streamType = 0;
   u32 m_bufferSizeDB = 0;  // 24 bits in the file
   u32 m_maxBitrate = 0;
   u32 m_avgBitrate = 0;

@@ -3,36 +3,14 @@
 #include <cstdio>
 #include <cstring>
 
-#include "descriptors/counted_text.h"
-#include "descriptors/size_code.h"
-#include "engine/storage/field_io.h"
 #include "engine/storage/printing.h"
 
 namespace kt {
-namespace {
-
-constexpr u32 kFixedSize = 3;
-constexpr u8 kStreamDependenceBit = 0x80;
-constexpr u8 kUrlBit = 0x40;
-constexpr u8 kOcrStreamBit = 0x20;
-constexpr u8 kPriorityBits = 0x05;
-
-}  // namespace
 
 Mp4Result CESDescriptor::Deserialize(CStorage* storage) {
-  if (m_remaining < kFixedSize) return MP4_DESCRIPTOR_OVERRUN;
-  CFieldReader<u32> reader(storage, &m_remaining);
-  u8 flags = 0;
-  KT_TRY(reader(m_esId, flags));
-  m_streamDependenceFlag = (flags & kStreamDependenceBit) != 0;
-  m_urlFlag = (flags & kUrlBit) != 0;
-  m_ocrStreamFlag = (flags & kOcrStreamBit) != 0;
-  m_streamPriority = flags & kPriorityBits;
-  if (m_streamDependenceFlag != 0) {
-    if (m_remaining < sizeof(m_dependsOnEsId)) return MP4_DESCRIPTOR_OVERRUN;
-    KT_TRY(reader(m_dependsOnEsId));
-  }
-  if (m_urlFlag != 0) KT_TRY(ReadCountedText(storage, &m_remaining, &m_urlLength, &m_url));
+  KT_TRY(ReadFields(storage));
+  m_ocrStreamFlag = (m_flags & kOcrStreamBit) != 0;
+  m_flags &= kStreamDependenceBit | kUrlBit | kPriorityBits;
   m_decoderConfig = nullptr;
   m_slConfig = nullptr;
   m_children.reset();
@@ -46,28 +24,13 @@ Mp4Result CESDescriptor::Deserialize(CStorage* storage) {
   return MP4_OK;
 }
 
-Mp4Result CESDescriptor::WriteFields(CStorage* storage) {
-  KT_TRY(storage->WriteUInt16(m_esId));
-  KT_TRY(storage->WriteUInt8(static_cast<u8>((m_streamDependenceFlag != 0 ? kStreamDependenceBit : 0) |
-                                             (m_urlFlag != 0 ? kUrlBit : 0) | m_streamPriority)));
-  if (m_streamDependenceFlag != 0) KT_TRY(storage->WriteUInt16(m_dependsOnEsId));
-  return m_urlFlag != 0 ? WriteCountedText(storage, m_urlLength, m_url.get()) : MP4_OK;
-}
-
-u32 CESDescriptor::FieldsSize() const {
-  return kFixedSize + (m_streamDependenceFlag != 0 ? u32{sizeof(m_dependsOnEsId)} : 0) +
-         (m_urlFlag != 0 ? 1u + m_urlLength : 0);
-}
-
 Mp4Result CESDescriptor::Serialize(CStorage* storage) {
-  KT_TRY(CBaseDescriptor::Serialize(storage));
-  KT_TRY(WriteFields(storage));
+  KT_TRY(CFieldsDescriptor::Serialize(storage));
   return m_children ? m_children->SerializeAll(storage) : MP4_NOT_READY;
 }
 
 Mp4Result CESDescriptor::SerializeToBuffer(u8** cursor, u32* room) {
-  KT_TRY(CBaseDescriptor::SerializeToBuffer(cursor, room));
-  KT_TRY(WriteToBuffer(cursor, room, FieldsSize(), [&](CStorage* block) { return WriteFields(block); }));
+  KT_TRY(CFieldsDescriptor::SerializeToBuffer(cursor, room));
   if (m_decoderConfig == nullptr || m_slConfig == nullptr) return MP4_BAD_DESCRIPTOR;
   return m_children->SerializeDescriptors(cursor, room);
 }
@@ -77,15 +40,15 @@ Mp4Result CESDescriptor::Dump(int indent) {
   PrintIndent(indent);
   std::printf("ES_ID: %d\n", m_esId);
   PrintIndent(indent);
-  std::printf("Stream dependence flag: %u URL flag %u OCR stream flag %u\n", m_streamDependenceFlag,
-              m_urlFlag, m_ocrStreamFlag);
+  std::printf("Stream dependence flag: %d URL flag %d OCR stream flag %d\n", HasStreamDependence(), HasUrl(),
+              m_ocrStreamFlag);
   PrintIndent(indent);
-  std::printf("Stream priority: %d\n", m_streamPriority);
-  if (m_streamDependenceFlag != 0) {
+  std::printf("Stream priority: %d\n", m_flags & kPriorityBits);
+  if (HasStreamDependence()) {
     PrintIndent(indent);
     std::printf("Depends on ES-Id: %d\n", m_dependsOnEsId);
   }
-  if (m_urlFlag != 0) DumpUrl(indent);
+  if (HasUrl()) DumpUrl(indent);
   return m_children ? m_children->DumpDescriptors(indent + 1, m_level + 1u) : MP4_NOT_READY;
 }
 
@@ -104,8 +67,7 @@ void CESDescriptor::DumpUrl(int indent) const {
 }
 
 Mp4Result CESDescriptor::CalculateSize() {
-  KT_TRY(CBaseDescriptor::CalculateSize());
-  KT_TRY(AddToSize(&m_size, FieldsSize()));
+  KT_TRY(CFieldsDescriptor::CalculateSize());
   if (!m_children) return MP4_BAD_DESCRIPTOR;
   u32 children = 0;
   KT_TRY(m_children->CalculateDescriptorsSize(&children));
@@ -123,7 +85,7 @@ Mp4Result CESDescriptor::SetUrl(const void* text, u32 length) {
   if (!url) return MP4_NO_MEMORY;
   std::memcpy(url.get(), text, length);
   m_url = std::move(url);
-  m_urlFlag = 1;
+  m_flags |= kUrlBit;
   m_urlLength = static_cast<u8>(length);
   return MP4_OK;
 }

@@ -12,10 +12,10 @@ namespace kt {
 ///
 /// Readers rely on three simplifications: of the priority only bits 0 and 2 survive reading, the OCR flag is
 /// shown but never written, and no OCR_ES_ID is read or written whatever the flag says.
-class CESDescriptor : public CBaseDescriptor {
+class CESDescriptor : public CFieldsDescriptor<CESDescriptor> {
  public:
-  CESDescriptor() : CBaseDescriptor(kEsDescriptorTag) {}
-  explicit CESDescriptor(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
+  CESDescriptor() : CFieldsDescriptor(kEsDescriptorTag) {}
+  explicit CESDescriptor(const CBaseDescriptor* header) : CFieldsDescriptor(header) {}
 
   /// MP4_DESCRIPTOR_OVERRUN for a body shorter than its fields; MP4_NOT_FOUND unless the children hold both
   /// a decoder config and an SL config.
@@ -45,18 +45,28 @@ class CESDescriptor : public CBaseDescriptor {
   Mp4Result GetDecoderSpecificInfo(u32 capacity, u32* size, void* buffer);
   Mp4Result GetDecoderSpecificInfoSize(u32* size);
 
- private:
   // The fields in front of the children.
-  Mp4Result WriteFields(CStorage* storage);
-  u32 FieldsSize() const;
+  template <class Fields>
+  Mp4Result VisitFields(Fields& fields) {
+    KT_TRY(fields(m_esId, m_flags));
+    if (HasStreamDependence()) KT_TRY(fields(m_dependsOnEsId));
+    return HasUrl() ? fields.Text(m_urlLength, m_url) : MP4_OK;
+  }
+
+ private:
+  static constexpr u8 kStreamDependenceBit = 0x80;
+  static constexpr u8 kUrlBit = 0x40;
+  static constexpr u8 kOcrStreamBit = 0x20;
+  static constexpr u8 kPriorityBits = 0x05;
+
+  bool HasStreamDependence() const { return (m_flags & kStreamDependenceBit) != 0; }
+  bool HasUrl() const { return (m_flags & kUrlBit) != 0; }
   Mp4Result AddDecoderConfig(std::unique_ptr<CDecoderConfigDescriptor> decoderConfig);
   void DumpUrl(int indent) const;
 
   u16 m_esId = 0;
-  u32 m_streamDependenceFlag = 0;
-  u32 m_urlFlag = 0;
-  u32 m_ocrStreamFlag = 1;
-  u8 m_streamPriority = 0;
+  u8 m_flags = 0;  // as written: dependence, URL and priority
+  bool m_ocrStreamFlag = true;
   u16 m_dependsOnEsId = 0;
   u8 m_urlLength = 0;
   std::unique_ptr<u8[]> m_url;  // at least m_urlLength bytes

@@ -1,21 +1,28 @@
 #pragma once
 
-#include "descriptors/descriptor.h"
+#include "descriptors/fields_descriptor.h"
 
 namespace kt {
 
 /// A descriptor whose whole body is one number that points at a track. ISO/IEC 14496-14, 3.1.
 template <class Id>
-class CTrackPointerDescriptor : public CBaseDescriptor {
+class CTrackPointerDescriptor : public CFieldsDescriptor<CTrackPointerDescriptor<Id>> {
  public:
-  Mp4Result Deserialize(CStorage* storage) override;
-  Mp4Result Serialize(CStorage* storage) override;
-  Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;
-  Mp4Result CalculateSize() override;
+  /// The number is read also where the body is shorter.
+  Mp4Result Deserialize(CStorage* storage) override {
+    CFieldReader<u32> reader(storage, &this->m_remaining);
+    return VisitFields(reader);
+  }
+
+  template <class Fields>
+  Mp4Result VisitFields(Fields& fields) {
+    return fields(m_id);
+  }
 
  protected:
-  using CBaseDescriptor::CBaseDescriptor;
-  explicit CTrackPointerDescriptor(const CBaseDescriptor* header) : CBaseDescriptor(header) {}
+  using CFieldsDescriptor<CTrackPointerDescriptor>::CFieldsDescriptor;
+  explicit CTrackPointerDescriptor(const CBaseDescriptor* header)
+      : CFieldsDescriptor<CTrackPointerDescriptor>(header) {}
   Mp4Result DumpId(int indent, const char* name);
 
   Id m_id = 0;

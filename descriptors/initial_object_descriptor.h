@@ -10,8 +10,8 @@ namespace kt {
 class CInitialObjectDescriptor : public CObjectDescriptorBase {
  public:
   /// In the file form.
-  CInitialObjectDescriptor() : CObjectDescriptorBase(kMp4InitialObjectDescriptorTag) {}
-  explicit CInitialObjectDescriptor(const CBaseDescriptor* header) : CObjectDescriptorBase(header) {}
+  CInitialObjectDescriptor() : CObjectDescriptorBase(kMp4InitialObjectDescriptorTag, kForm) {}
+  explicit CInitialObjectDescriptor(const CBaseDescriptor* header) : CObjectDescriptorBase(header, kForm) {}
 
   /// Always MP4_NOT_READY: this descriptor is written to storages alone, and callers rely on it.
   Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;
@@ -40,27 +40,9 @@ class CInitialObjectDescriptor : public CObjectDescriptorBase {
   Mp4Result AddEsDescriptor(std::unique_ptr<CBaseDescriptor> descriptor);
 
  private:
-  template <class Fields>
-  Mp4Result VisitLevels(Fields&& fields) {
-    return fields(m_odProfileLevelIndication, m_sceneProfileLevelIndication, m_audioProfileLevelIndication,
-                  m_visualProfileLevelIndication, m_graphicsProfileLevelIndication);
-  }
-  void TakeFlags(u8 flags) override;
-  u8 GiveFlags() const override;
-  Mp4Result ReadLevels(CStorage* storage) override;
-  Mp4Result WriteLevels(CStorage* storage) override;
-  u32 LevelsSize() const override;
-  void DumpFlags(int indent) const override;
-  void DumpLevels(int indent) const override;
-  u32 StreamTag() const override;
+  static constexpr Form kForm = {.reservedBits = 0x0F, .hasLevels = true, .streamTag = kEsIdIncTag};
 
-  u32 m_includeInlineProfileLevelFlag = 0;
-  u8 m_odProfileLevelIndication = 0;
-  u8 m_sceneProfileLevelIndication = 0;
-  u8 m_audioProfileLevelIndication = 0;
-  u8 m_visualProfileLevelIndication = 0;
-  u8 m_graphicsProfileLevelIndication = 0;
-  u32 m_fileForm = 1;
+  bool IsFileForm() const { return m_form.streamTag == kEsIdIncTag; }
 };
 
 }  // namespace kt

@@ -9,11 +9,8 @@ namespace kt {
 class CObjectDescriptor : public CObjectDescriptorBase {
  public:
   /// In the file form.
-  CObjectDescriptor() : CObjectDescriptorBase(kMp4ObjectDescriptorTag) {}
-  explicit CObjectDescriptor(const CBaseDescriptor* header) : CObjectDescriptorBase(header) {}
-
-  /// MP4_BAD_DESCRIPTOR with neither a URL nor a list of streams, behind the written fields.
-  Mp4Result SerializeToBuffer(u8** cursor, u32* room) override;
+  CObjectDescriptor() : CObjectDescriptorBase(kMp4ObjectDescriptorTag, kForm) {}
+  explicit CObjectDescriptor(const CBaseDescriptor* header) : CObjectDescriptorBase(header, kForm) {}
 
   /// The file form when not 0, else the systems form.
   Mp4Result SetFileForm(u32 fileForm);
@@ -23,14 +20,7 @@ class CObjectDescriptor : public CObjectDescriptorBase {
   Mp4Result AddEsDescriptor(std::unique_ptr<CBaseDescriptor> descriptor);
 
  private:
-  void TakeFlags(u8 /*flags*/) override {}
-  u8 GiveFlags() const override { return 0x1F; }
-  Mp4Result ReadLevels(CStorage* /*storage*/) override { return MP4_OK; }
-  Mp4Result WriteLevels(CStorage* /*storage*/) override { return MP4_OK; }
-  u32 LevelsSize() const override { return 0; }
-  void DumpFlags(int /*indent*/) const override {}
-  void DumpLevels(int /*indent*/) const override {}
-  u32 StreamTag() const override { return kEsIdRefTag; }
+  static constexpr Form kForm = {.reservedBits = 0x1F, .hasLevels = false, .streamTag = kEsIdRefTag};
 };
 
 }  // namespace kt

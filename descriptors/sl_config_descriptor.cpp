@@ -2,26 +2,24 @@
 
 #include <cstdio>
 
-#include "descriptors/size_code.h"
-#include "engine/storage/field_io.h"
+#include "descriptors/fields_descriptor.h"
 #include "engine/storage/printing.h"
 
 namespace kt {
 namespace {
 
 constexpr u8 kCustom = 0;
-constexpr u32 kCustomHeaderSize = 15;
 constexpr u32 kDurationsSize = 8;
 
 }  // namespace
 
 Mp4Result CSLConfigDescriptor::Deserialize(CStorage* storage) {
-  if (m_remaining == 0) return MP4_DESCRIPTOR_OVERRUN;
-  CFieldReader<u32> reader(storage, &m_remaining);
+  CDescriptorReader reader(storage, &m_remaining);
   KT_TRY(reader(m_predefined));
   KT_TRY(SetPredefined(m_predefined));
-  if (m_predefined == kCustom) KT_TRY(ReadCustomHeader(storage));
-  if (HasDuration()) KT_TRY(ReadDurations(storage));
+  if (m_predefined == kCustom) KT_TRY(ReadCustomHeader(reader));
+  // Both durations land in the first field, the later one prevails, and readers rely on it.
+  if (HasDuration()) KT_TRY(reader(m_timeScale, m_accessUnitDuration, m_accessUnitDuration));
   KT_TRY(CheckStartTimeStamps());
   if (m_remaining > 0) {
     KT_TRY(storage->RequireBytes(m_remaining));
@@ -31,22 +29,14 @@ Mp4Result CSLConfigDescriptor::Deserialize(CStorage* storage) {
   return MP4_OK;
 }
 
-Mp4Result CSLConfigDescriptor::ReadCustomHeader(CStorage* storage) {
-  if (m_remaining < kCustomHeaderSize) return MP4_DESCRIPTOR_OVERRUN;
-  CFieldReader<u32> reader(storage, &m_remaining);
+Mp4Result CSLConfigDescriptor::ReadCustomHeader(CDescriptorReader& fields) {
   u16 packedLengths = 0;
-  KT_TRY(VisitCustomHeader(reader, packedLengths));
+  KT_TRY(fields(m_flags, m_timeStampResolution, m_ocrResolution, m_timeStampLength, m_ocrLength, m_auLength,
+                m_instantBitrateLength, packedLengths));
   m_degradationPriorityLength = static_cast<u8>(packedLengths >> 12);
   m_auSeqNumLength = packedLengths >> 7 & 0x1F;
   m_packetSeqNumLength = packedLengths >> 2 & 0x1E;  // without its lowest bit
   return MP4_OK;
-}
-
-Mp4Result CSLConfigDescriptor::ReadDurations(CStorage* storage) {
-  if (m_remaining < kDurationsSize) return MP4_DESCRIPTOR_OVERRUN;
-  CFieldReader<u32> reader(storage, &m_remaining);
-  // Both durations land in the first field, the later one prevails, and readers rely on it.
-  return reader(m_timeScale, m_accessUnitDuration, m_accessUnitDuration);
 }
 
 Mp4Result CSLConfigDescriptor::CheckStartTimeStamps() const {
@@ -80,7 +70,7 @@ Mp4Result CSLConfigDescriptor::Dump(int indent) {
     PrintIndent(indent);
     std::printf("Access unit duration: %d\n", m_accessUnitDuration);
     PrintIndent(indent);
-    std::printf("Composition unit duration: 0\n");  // never read, see `ReadDurations`
+    std::printf("Composition unit duration: 0\n");  // never read, see `Deserialize`
   }
   if (HasStartTimeStamps()) {
     // Descriptors with such time stamps are refused, so there are no others than 0 to tell.

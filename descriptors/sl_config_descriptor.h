@@ -4,6 +4,8 @@
 
 namespace kt {
 
+class CDescriptorReader;
+
 /// How the packets of an elementary stream are headed. Custom headers are read as far as their fields matter
 /// to a file and cannot be written. ISO/IEC 14496-1, 7.3.2.3.
 class CSLConfigDescriptor : public CBaseDescriptor {
@@ -28,13 +30,7 @@ class CSLConfigDescriptor : public CBaseDescriptor {
   Mp4Result SetPredefined(u8 value);
 
  private:
-  template <class Fields>
-  Mp4Result VisitCustomHeader(Fields& fields, u16& packedLengths) {
-    return fields(m_flags, m_timeStampResolution, m_ocrResolution, m_timeStampLength, m_ocrLength, m_auLength,
-                  m_instantBitrateLength, packedLengths);
-  }
-  Mp4Result ReadCustomHeader(CStorage* storage);
-  Mp4Result ReadDurations(CStorage* storage);
+  Mp4Result ReadCustomHeader(CDescriptorReader& fields);
   Mp4Result CheckStartTimeStamps() const;
   // The bits of the flags byte. The two named ones decide which fields follow; of the others, and of
   // resolutions and lengths but that of time stamps, nothing is asked: they are kept as what was read.
