@@ -1,6 +1,7 @@
 #include "boxes/box_factory.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <new>
 
@@ -42,6 +43,7 @@
 #include "boxes/tables/sync_sample_box.h"
 #include "boxes/tables/time_to_sample_box.h"
 #include "boxes/tables/track_reference_type_box.h"
+#include "engine/box/child_boxes.h"
 
 namespace kt {
 namespace {
@@ -51,50 +53,88 @@ std::unique_ptr<CBox> Make(CBox&& header) {
   return std::unique_ptr<CBox>(new (std::nothrow) BoxClass(std::move(header)));
 }
 
+template <ToldByType BoxClass>
+constexpr BoxRow RowOf() {
+  return {BoxClass::kType, Make<BoxClass>};
+}
+
 // "nmhd", "ln21" and "uuid" are left out: read back they are unknown boxes, and callers rely on it. "hnti" is
 // that of the movie in tracks as well.
-// clang-format off: a row for each code.
-constexpr BoxRow kBoxRows[] = {
-    {FourCc("co64"), Make<CChunkLargeOffsetBox>},  {FourCc("cprt"), Make<CCopyrightBox>},
-    {FourCc("ctts"), Make<CCompositionOffsetBox>}, {FourCc("d263"), Make<CH263SpecificBox>},
-    {FourCc("damr"), Make<CAMRSpecificBox>},       {FourCc("dinf"), Make<CDataInformationBox>},
-    {FourCc("dref"), Make<CDataReferenceBox>},     {FourCc("edts"), Make<CEditBox>},
-    {FourCc("elst"), Make<CEditListBox>},          {FourCc("ftyp"), Make<CFileTypeBox>},
-    {FourCc("hdlr"), Make<CHandlerReferenceBox>},  {FourCc("hint"), Make<CTrackReferenceTypeBox>},
-    {FourCc("hmhd"), Make<CHintMediaHeaderBox>},   {FourCc("hnti"), Make<CMovieHintInformationBox>},
-    {FourCc("iods"), Make<CObjectDescriptorBox>},  {FourCc("mdat"), Make<CMediaDataBox>},
-    {FourCc("mdhd"), Make<CMediaHeaderBox>},       {FourCc("mdia"), Make<CMediaBox>},
-    {FourCc("minf"), Make<CMediaInformationBox>},  {FourCc("moov"), Make<CMovieBox>},
-    {FourCc("mp4a"), Make<CMP4AudioSampleEntry>},  {FourCc("mp4s"), Make<CMP4MpegSampleEntry>},
-    {FourCc("mp4v"), Make<CMP4VisualSampleEntry>}, {FourCc("mpod"), Make<CTrackReferenceTypeBox>},
-    {FourCc("mvhd"), Make<CMovieHeaderBox>},       {FourCc("rtp "), Make<CRtpMovieHintInformationBox>},
-    {FourCc("s263"), Make<CH263SampleEntry>},      {FourCc("samr"), Make<CAMRNBSampleEntry>},
-    {FourCc("sawb"), Make<CAMRWBSampleEntry>},     {FourCc("sdp "), Make<CRtpTrackSdpHintInformationBox>},
-    {FourCc("smhd"), Make<CSoundMediaHeaderBox>},  {FourCc("snro"), Make<CSequenceOffsetBox>},
-    {FourCc("stbl"), Make<CSampleTableBox>},       {FourCc("stco"), Make<CChunkOffsetBox>},
-    {FourCc("stsc"), Make<CSampleToChunkBox>},     {FourCc("stsd"), Make<CSampleDescriptionBox>},
-    {FourCc("stss"), Make<CSyncSampleBox>},        {FourCc("stsz"), Make<CSampleSizeBox>},
-    {FourCc("stts"), Make<CTimeToSampleBox>},      {FourCc("tims"), Make<CTimeScaleEntryBox>},
-    {FourCc("tkhd"), Make<CTrackHeaderBox>},       {FourCc("trak"), Make<CTrackBox>},
-    {FourCc("tref"), Make<CTrackReferenceBox>},    {FourCc("tsro"), Make<CTimeOffsetBox>},
-    {FourCc("udta"), Make<CUserDataBox>},          {FourCc("url "), Make<CDataEntryURLBox>},
-    {FourCc("urn "), Make<CDataEntryURNBox>},      {FourCc("vmhd"), Make<CVideoMediaHeaderBox>},
-};
-// clang-format on
+constexpr auto kBoxRows = [] {
+  auto rows = std::to_array<BoxRow>({
+      // containers
+      RowOf<CDataInformationBox>(),
+      RowOf<CEditBox>(),
+      RowOf<CMediaBox>(),
+      RowOf<CMediaInformationBox>(),
+      RowOf<CMovieBox>(),
+      RowOf<CSampleTableBox>(),
+      RowOf<CTrackBox>(),
+      RowOf<CTrackReferenceBox>(),
+      RowOf<CUserDataBox>(),
+      // entries
+      RowOf<CAMRNBSampleEntry>(),
+      RowOf<CAMRSpecificBox>(),
+      RowOf<CAMRWBSampleEntry>(),
+      RowOf<CH263SampleEntry>(),
+      RowOf<CH263SpecificBox>(),
+      RowOf<CMP4AudioSampleEntry>(),
+      RowOf<CMP4MpegSampleEntry>(),
+      RowOf<CMP4VisualSampleEntry>(),
+      RowOf<CSampleDescriptionBox>(),
+      // headers
+      RowOf<CHandlerReferenceBox>(),
+      RowOf<CMediaHeaderBox>(),
+      RowOf<CMovieHeaderBox>(),
+      RowOf<CSoundMediaHeaderBox>(),
+      RowOf<CTrackHeaderBox>(),
+      RowOf<CVideoMediaHeaderBox>(),
+      // hint
+      RowOf<CHintMediaHeaderBox>(),
+      RowOf<CMovieHintInformationBox>(),
+      RowOf<CRtpTrackSdpHintInformationBox>(),
+      RowOf<CSequenceOffsetBox>(),
+      RowOf<CTimeOffsetBox>(),
+      RowOf<CTimeScaleEntryBox>(),
+      {CRtpMovieHintInformationBox::kType, Make<CRtpMovieHintInformationBox>},
+      // tables
+      RowOf<CChunkLargeOffsetBox>(),
+      RowOf<CChunkOffsetBox>(),
+      RowOf<CCompositionOffsetBox>(),
+      RowOf<CEditListBox>(),
+      RowOf<CSampleSizeBox>(),
+      RowOf<CSampleToChunkBox>(),
+      RowOf<CSyncSampleBox>(),
+      RowOf<CTimeToSampleBox>(),
+      {CTrackReferenceTypeBox::kHintType, Make<CTrackReferenceTypeBox>},
+      {CTrackReferenceTypeBox::kOdType, Make<CTrackReferenceTypeBox>},
+      // the others
+      RowOf<CCopyrightBox>(),
+      RowOf<CDataEntryURLBox>(),
+      RowOf<CDataEntryURNBox>(),
+      RowOf<CDataReferenceBox>(),
+      RowOf<CFileTypeBox>(),
+      RowOf<CMediaDataBox>(),
+      RowOf<CObjectDescriptorBox>(),
+  });
+  std::ranges::sort(rows, {}, &BoxRow::code);
+  return rows;
+}();
 static_assert(std::size(kBoxRows) == 48);
-// Rising without a repetition, for the binary search.
+// No code twice: a code of two classes would vouch for neither.
 static_assert(std::ranges::adjacent_find(kBoxRows, std::ranges::greater_equal{}, &BoxRow::code) ==
               std::end(kBoxRows));
 
 BoxMaker FindMaker(u32 code, u32 parentType) {
   // "rtp " is two classes, told apart by what stands around it.
-  if (code == FourCc("rtp ") && parentType == FourCc("stsd")) return Make<CRtpHintSampleEntry>;
-  const BoxRow* row = std::ranges::lower_bound(kBoxRows, code, {}, &BoxRow::code);
+  const bool inSampleDescription = parentType == CSampleDescriptionBox::kType;
+  if (code == CRtpHintSampleEntry::kType && inSampleDescription) return Make<CRtpHintSampleEntry>;
+  const auto row = std::ranges::lower_bound(kBoxRows, code, {}, &BoxRow::code);
   return row != std::end(kBoxRows) && row->code == code ? row->make : nullptr;
 }
 
 bool MayHoldRtp(u32 parentType) {
-  return parentType == FourCc("hnti") || parentType == FourCc("stsd");
+  return parentType == CMovieHintInformationBox::kType || parentType == CSampleDescriptionBox::kType;
 }
 
 }  // namespace
@@ -111,7 +151,7 @@ Mp4Result CreateBox(CStorage* storage, u32 parentType, std::unique_ptr<CBox>* bo
   if (!header) return MP4_NO_MEMORY;
   KT_TRY(header->Deserialize(storage));
   KT_TRY(header->GetType(type));
-  if (*type == FourCc("rtp ") && !MayHoldRtp(parentType)) return MP4_BAD_BOX;
+  if (*type == CRtpHintSampleEntry::kType && !MayHoldRtp(parentType)) return MP4_BAD_BOX;
 
   const BoxMaker make = FindMaker(*type, parentType);
   if (make == nullptr) {

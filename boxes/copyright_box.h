@@ -9,7 +9,8 @@ namespace kt {
 /// ISO/IEC 14496-12, 8.10.2.
 class CCopyrightBox final : public CFullBox {
  public:
-  CCopyrightBox() : CFullBox(FourCc("cprt"), 0, 0) {}
+  static constexpr u32 kType = FourCc("cprt");
+  CCopyrightBox() : CFullBox(kType, 0, 0) {}
   explicit CCopyrightBox(CBox&& header) : CFullBox(std::move(header)) {}
 
   /// MP4_CORRUPT for fewer than 6 bytes of payload.

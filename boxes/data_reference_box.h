@@ -10,7 +10,8 @@ namespace kt {
 /// ISO/IEC 14496-12, 8.7.2.
 class CDataEntryURLBox final : public CFullBox {
  public:
-  CDataEntryURLBox() : CFullBox(FourCc("url "), 0, 1) {}
+  static constexpr u32 kType = FourCc("url ");
+  CDataEntryURLBox() : CFullBox(kType, 0, 1) {}
   explicit CDataEntryURLBox(CBox&& header) : CFullBox(std::move(header)) {}
 
   /// Reads the location when the flags are 0. Behind other flags nothing is read, so that the next box is
@@ -31,6 +32,7 @@ class CDataEntryURLBox final : public CFullBox {
 /// next box is taken from there: readers rely on it. ISO/IEC 14496-12, 8.7.2.
 class CDataEntryURNBox final : public CFullBox {
  public:
+  static constexpr u32 kType = FourCc("urn ");
   explicit CDataEntryURNBox(CBox&& header) : CFullBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;
@@ -43,7 +45,8 @@ class CDataReferenceBox final
                                                           .sizesWithoutList = true,
                                                           .lookup = ChildLookup::kNone}> {
  public:
-  CDataReferenceBox() : CContainerBox(FourCc("dref")) {}
+  static constexpr u32 kType = FourCc("dref");
+  CDataReferenceBox() : CContainerBox(kType) {}
   explicit CDataReferenceBox(CBox&& header) : CContainerBox(std::move(header)) {}
 
   /// Appends a "url " entry; a null location means this same file. MP4_NO_MEMORY.

@@ -10,7 +10,8 @@ namespace kt {
 /// "ftyp": the brands that a file conforms to. ISO/IEC 14496-12, 4.3.
 class CFileTypeBox final : public CBox {
  public:
-  CFileTypeBox() : CBox(FourCc("ftyp")) {}
+  static constexpr u32 kType = FourCc("ftyp");
+  CFileTypeBox() : CBox(kType) {}
   explicit CFileTypeBox(CBox&& header) : CBox(std::move(header)) {}
 
   /// MP4_CORRUPT for fewer than 8 bytes of payload, or when the brands are no multiple of 4 bytes.

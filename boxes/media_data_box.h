@@ -12,7 +12,8 @@ namespace kt {
 /// offset points at.
 class CMediaDataBox final : public CBox {
  public:
-  CMediaDataBox() : CBox(FourCc("mdat")) {}
+  static constexpr u32 kType = FourCc("mdat");
+  CMediaDataBox() : CBox(kType) {}
   explicit CMediaDataBox(CBox&& header) : CBox(std::move(header)) {}
 
   /// Skips the payload; that the file is long enough comes to light at the next header.

@@ -12,7 +12,8 @@ namespace kt {
 /// ISO/IEC 14496-14, 5.1.
 class CObjectDescriptorBox : public CFullBox {
  public:
-  CObjectDescriptorBox() : CFullBox(FourCc("iods"), 0, 0) {}
+  static constexpr u32 kType = FourCc("iods");
+  CObjectDescriptorBox() : CFullBox(kType, 0, 0) {}
   explicit CObjectDescriptorBox(CBox&& header) noexcept : CFullBox(std::move(header)) {}
 
   /// MP4_BAD_DESCRIPTOR unless it holds a descriptor in the file form; MP4_DESCRIPTOR_OVERRUN when that is

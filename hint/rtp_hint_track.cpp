@@ -59,7 +59,7 @@ Mp4Result CMp4RtpHintTrackImpl::Bind(u32 trackIndex) {
   u32 code = 0;
   KT_TRY(entry->GetType(&code));
   // The first child of "stsd" is made by its true parent, so that the code vouches for the cast.
-  if (code != FourCc("rtp ")) return MP4_BAD_BOX;
+  if (code != CRtpHintSampleEntry::kType) return MP4_BAD_BOX;
   m_sampleEntry = static_cast<CRtpHintSampleEntry*>(entry);
   KT_TRY(m_sampleEntry->GetMaxPacketSize(&m_stream.maxPacketSize));
   m_stream.sequenceNumber = 0;
@@ -83,7 +83,7 @@ Mp4Result CMp4RtpHintTrackImpl::SetUp() {
 Mp4Result CMp4RtpHintTrackImpl::MakeBoxes() {
   if (m_track->GetMediaBox() == nullptr) return MP4_BAD_BOX;
   CHandlerReferenceBox* handler = nullptr;
-  KT_TRY(RequireChild(m_track->GetMediaBox(), FourCc("hdlr"), &handler));
+  KT_TRY(RequireChild(m_track->GetMediaBox(), &handler));
   KT_TRY(handler->SetHandlerType(FourCc("hint")));
   KT_TRY(AddNewChild(m_track->GetTrackBox(), &m_trackReference));
   KT_TRY(m_trackReference->AddReferenceType(MP4_REFERENCE_HINT));
@@ -168,8 +168,8 @@ Mp4Result CMp4RtpHintTrackImpl::GetTrackSdp(char* buffer, u32 capacity) {
   CUserDataBox* userData = nullptr;
   CHintInformationBox* hnti = nullptr;
   const char* text = nullptr;
-  KT_TRY(RequireChild(m_track->GetTrackBox(), FourCc("udta"), &userData));
-  KT_TRY(RequireChild(userData, FourCc("hnti"), &hnti));
+  KT_TRY(RequireChild(m_track->GetTrackBox(), &userData));
+  KT_TRY(RequireChild(userData, &hnti));
   KT_TRY(hnti->BorrowTrackSdp(&text));
   const std::size_t size = std::strlen(text) + 1;
   if (size > capacity) return MP4_BUFFER_TOO_SMALL;
@@ -220,7 +220,7 @@ Mp4Result CMp4RtpHintTrackImpl::SetRtpTimeScale(u32 scale) {
 Mp4Result CMp4RtpHintTrackImpl::GetReferencedTrack(u32 index, u32* trackId) {
   if (!m_track || m_track->GetTrackBox() == nullptr) return MP4_NOT_READY;
   CTrackReferenceBox* references = nullptr;
-  KT_TRY(RequireChild(m_track->GetTrackBox(), FourCc("tref"), &references));
+  KT_TRY(RequireChild(m_track->GetTrackBox(), &references));
   return references->GetReference(MP4_REFERENCE_HINT, index, trackId);
 }
 

@@ -98,7 +98,7 @@ class CContainerBox : public Base {
   }
 
   /// The same for the `occurrence`-th child of that type, counted from 1; 0 means the first as well.
-  Mp4Result GetChild(u32 type, CBox** box, u32 occurrence)
+  Mp4Result GetChild(u32 type, CBox** box, u32 occurrence = 0)
     requires(Rules.lookup == ChildLookup::kByOccurrence)
   {
     return FindChild(type, box, occurrence);

@@ -7,7 +7,8 @@ namespace kt {
 /// "dinf": holds the data references. ISO/IEC 14496-12, 8.7.1.
 class CDataInformationBox final : public CContainerBox<CBox, ContainerRules{.countsAddedChild = true}> {
  public:
-  CDataInformationBox() : CContainerBox(FourCc("dinf")) {}
+  static constexpr u32 kType = FourCc("dinf");
+  CDataInformationBox() : CContainerBox(kType) {}
   explicit CDataInformationBox(CBox&& header) : CContainerBox(std::move(header)) {}
 };
 

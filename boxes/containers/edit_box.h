@@ -11,7 +11,8 @@ inline constexpr ContainerRules kEditRules{.lookupWithoutList = MP4_NOT_FOUND, .
 /// start. ISO/IEC 14496-12, 8.6.5.
 class CEditBox : public CContainerBox<CBox, kEditRules> {
  public:
-  CEditBox() : CContainerBox(CBox(FourCc("edts"))) {}
+  static constexpr u32 kType = FourCc("edts");
+  CEditBox() : CContainerBox(kType) {}
   explicit CEditBox(CBox&& header) : CContainerBox(std::move(header)) {}
 
   /// How long the track starts after the movie, in movie ticks: the duration of a first edit that is empty

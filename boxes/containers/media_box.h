@@ -7,7 +7,8 @@ namespace kt {
 /// "mdia": media header, handler and media information of a track. ISO/IEC 14496-12, 8.4.1.
 class CMediaBox final : public CContainerBox<CBox, ContainerRules{.countsAddedChild = true}> {
  public:
-  CMediaBox() : CContainerBox(FourCc("mdia")) {}
+  static constexpr u32 kType = FourCc("mdia");
+  CMediaBox() : CContainerBox(kType) {}
   explicit CMediaBox(CBox&& header) : CContainerBox(std::move(header)) {}
 };
 

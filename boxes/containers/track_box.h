@@ -7,7 +7,8 @@ namespace kt {
 /// "trak": everything about one track. ISO/IEC 14496-12, 8.3.1.
 class CTrackBox final : public CContainerBox<CBox, ContainerRules{}> {
  public:
-  CTrackBox() : CContainerBox(FourCc("trak")) {}
+  static constexpr u32 kType = FourCc("trak");
+  CTrackBox() : CContainerBox(kType) {}
   explicit CTrackBox(CBox&& header) : CContainerBox(std::move(header)) {}
 };
 

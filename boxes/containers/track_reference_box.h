@@ -27,7 +27,8 @@ inline constexpr ContainerRules kTrackReferenceRules{
 /// `kind` is an `Mp4ReferenceKind`; every operation answers MP4_BAD_ARGUMENT for another number.
 class CTrackReferenceBox : public CContainerBox<CBox, kTrackReferenceRules> {
  public:
-  CTrackReferenceBox() : CContainerBox(CBox(FourCc("tref"))) {}
+  static constexpr u32 kType = FourCc("tref");
+  CTrackReferenceBox() : CContainerBox(kType) {}
   explicit CTrackReferenceBox(CBox&& header) : CContainerBox(std::move(header)) {}
 
   /// Adds an empty child, also when there is one of that kind. MP4_NO_MEMORY.
@@ -43,7 +44,7 @@ class CTrackReferenceBox : public CContainerBox<CBox, kTrackReferenceRules> {
   Mp4Result GetReference(u32 kind, u32 index, u32* trackId);
 
  private:
-  Mp4Result FindReferenceType(u32 code, CTrackReferenceTypeBox** box);
+  Mp4Result FindReferenceType(u32 kind, CTrackReferenceTypeBox** box);
 };
 
 }  // namespace kt

@@ -11,7 +11,8 @@ class CUserDataBox final : public CContainerBox<CBox, ContainerRules{.serializes
                                                                      .lookupWithoutList = MP4_NOT_FOUND,
                                                                      .lookup = ChildLookup::kByOccurrence}> {
  public:
-  CUserDataBox() : CContainerBox(FourCc("udta")) {}
+  static constexpr u32 kType = FourCc("udta");
+  CUserDataBox() : CContainerBox(kType) {}
   explicit CUserDataBox(CBox&& header) : CContainerBox(std::move(header)) {}
 };
 

@@ -31,14 +31,16 @@ class CAMRSampleEntry : public CSpecificSampleEntry<CAudioSampleEntry, CAMRSpeci
 /// "samr": narrow-band AMR.
 class CAMRNBSampleEntry final : public CAMRSampleEntry {
  public:
-  CAMRNBSampleEntry() : CAMRSampleEntry(FourCc("samr")) {}
+  static constexpr u32 kType = FourCc("samr");
+  CAMRNBSampleEntry() : CAMRSampleEntry(kType) {}
   explicit CAMRNBSampleEntry(CBox&& header) : CAMRSampleEntry(std::move(header)) {}
 };
 
 /// "sawb": wide-band AMR.
 class CAMRWBSampleEntry final : public CAMRSampleEntry {
  public:
-  CAMRWBSampleEntry() : CAMRSampleEntry(FourCc("sawb")) {}
+  static constexpr u32 kType = FourCc("sawb");
+  CAMRWBSampleEntry() : CAMRSampleEntry(kType) {}
   explicit CAMRWBSampleEntry(CBox&& header) : CAMRSampleEntry(std::move(header)) {}
 };
 

@@ -10,7 +10,9 @@ namespace kt {
 /// "esds": the ES descriptor of an MPEG-4 sample entry. ISO/IEC 14496-14, 5.6.
 class CESDBox final : public CFullBox {
  public:
-  CESDBox() : CFullBox(FourCc("esds"), 0, 0) {}
+  static constexpr u32 kType = FourCc("esds");
+  static constexpr bool kTypeIsAmbiguous = true;  // outside sample entries it is an unknown box
+  CESDBox() : CFullBox(kType, 0, 0) {}
   explicit CESDBox(CBox&& header) : CFullBox(std::move(header)) {}
 
   /// MP4_BAD_BOX for a descriptor of another tag, MP4_DESCRIPTOR_OVERRUN for one larger than the box.

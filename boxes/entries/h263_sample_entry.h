@@ -17,7 +17,8 @@ class CH263SpecificBox final : public CSpecificBox {
 /// "s263": H.263 video. 3GPP TS 26.244, 6.6.
 class CH263SampleEntry final : public CSpecificSampleEntry<CVisualSampleEntry, CH263SpecificBox> {
  public:
-  CH263SampleEntry() : CSpecificSampleEntry(FourCc("s263")) {}
+  static constexpr u32 kType = FourCc("s263");
+  CH263SampleEntry() : CSpecificSampleEntry(kType) {}
   explicit CH263SampleEntry(CBox&& header) : CSpecificSampleEntry(std::move(header)) {}
 };
 

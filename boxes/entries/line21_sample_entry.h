@@ -8,7 +8,9 @@ namespace kt {
 /// read the entry is an unknown box, and its track is known by the handler "text".
 class CLine21SampleEntry final : public CFieldsBox<CLine21SampleEntry, CSampleEntry> {
  public:
-  CLine21SampleEntry() : CFieldsBox(FourCc("ln21")) {}
+  static constexpr u32 kType = FourCc("ln21");
+  static constexpr bool kTypeIsAmbiguous = true;  // read, it is an unknown box
+  CLine21SampleEntry() : CFieldsBox(kType) {}
   explicit CLine21SampleEntry(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;

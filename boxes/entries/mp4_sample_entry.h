@@ -38,7 +38,7 @@ class CEsdSampleEntry : public Layer, public CMP4SampleEntry {
   /// MP4_BAD_BOX when another box than "esds" stands first, MP4_CORRUPT when it exceeds the entry.
   Mp4Result Deserialize(CStorage* storage) override {
     KT_TRY(Layer::Deserialize(storage));
-    return ReadRequiredChild(storage, FourCc("esds"), &this->m_remaining, [this](CBox&& header) {
+    return ReadRequiredChild<CESDBox>(storage, &this->m_remaining, [this](CBox&& header) {
       m_EsdBox = CESDBox(std::move(header));
       return &m_EsdBox;
     });
@@ -68,21 +68,24 @@ class CEsdSampleEntry : public Layer, public CMP4SampleEntry {
 /// "mp4v": MPEG-4 visual.
 class CMP4VisualSampleEntry final : public CEsdSampleEntry<CVisualSampleEntry> {
  public:
-  CMP4VisualSampleEntry() : CEsdSampleEntry(FourCc("mp4v")) {}
+  static constexpr u32 kType = FourCc("mp4v");
+  CMP4VisualSampleEntry() : CEsdSampleEntry(kType) {}
   explicit CMP4VisualSampleEntry(CBox&& header) : CEsdSampleEntry(std::move(header)) {}
 };
 
 /// "mp4a": MPEG-4 audio.
 class CMP4AudioSampleEntry final : public CEsdSampleEntry<CAudioSampleEntry> {
  public:
-  CMP4AudioSampleEntry() : CEsdSampleEntry(FourCc("mp4a")) {}
+  static constexpr u32 kType = FourCc("mp4a");
+  CMP4AudioSampleEntry() : CEsdSampleEntry(kType) {}
   explicit CMP4AudioSampleEntry(CBox&& header) : CEsdSampleEntry(std::move(header)) {}
 };
 
 /// "mp4s": MPEG-4 systems streams, such as object descriptors and scenes.
 class CMP4MpegSampleEntry final : public CEsdSampleEntry<CSampleEntry> {
  public:
-  CMP4MpegSampleEntry() : CEsdSampleEntry(FourCc("mp4s")) {}
+  static constexpr u32 kType = FourCc("mp4s");
+  CMP4MpegSampleEntry() : CEsdSampleEntry(kType) {}
   explicit CMP4MpegSampleEntry(CBox&& header) : CEsdSampleEntry(std::move(header)) {}
 };
 

@@ -17,7 +17,8 @@ class CSampleEntryCountBox : public CEntryCountBox {
 class CSampleDescriptionBox final
     : public CContainerBox<CSampleEntryCountBox, ContainerRules{.lookup = ChildLookup::kNone}> {
  public:
-  CSampleDescriptionBox() : CContainerBox(FourCc("stsd")) {}
+  static constexpr u32 kType = FourCc("stsd");
+  CSampleDescriptionBox() : CContainerBox(kType) {}
   explicit CSampleDescriptionBox(CBox&& header) : CContainerBox(std::move(header)) {}
 
   /// The entry with this number, counted from 1; borrowed. MP4_ZERO_INDEX for 0, MP4_NOT_FOUND beyond the

@@ -14,7 +14,7 @@ class CSpecificSampleEntry : public Base {
   /// MP4_BAD_BOX when the entry has another child, MP4_CORRUPT when the child exceeds the entry.
   Mp4Result Deserialize(CStorage* storage) override {
     KT_TRY(Base::Deserialize(storage));
-    return ReadRequiredChild(storage, SpecificBox::kType, &this->m_remaining, [this](CBox&& header) {
+    return ReadRequiredChild<SpecificBox>(storage, &this->m_remaining, [this](CBox&& header) {
       m_pSpecificBox.reset(new (std::nothrow) SpecificBox(std::move(header)));
       return m_pSpecificBox.get();
     });

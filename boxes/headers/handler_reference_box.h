@@ -8,7 +8,8 @@ namespace kt {
 /// "hdlr": what kind of media a track has, and a name for people. ISO/IEC 14496-12, 8.4.3.
 class CHandlerReferenceBox final : public CFieldsBox<CHandlerReferenceBox, CFullBox> {
  public:
-  CHandlerReferenceBox() : CFieldsBox(FourCc("hdlr"), u8{0}, 0U) {}
+  static constexpr u32 kType = FourCc("hdlr");
+  CHandlerReferenceBox() : CFieldsBox(kType, u8{0}, 0U) {}
   explicit CHandlerReferenceBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   /// A box that ends before the name has an empty one, and grows by its terminator when it is written.

@@ -7,7 +7,8 @@ namespace kt {
 /// "mdhd": time scale, duration in media ticks and creation date of a track's media. ISO/IEC 14496-12, 8.4.2.
 class CMediaHeaderBox final : public CFieldsBox<CMediaHeaderBox, CScaledHeaderBox> {
  public:
-  CMediaHeaderBox() : CFieldsBox(FourCc("mdhd"), u8{0}, 0U) {}
+  static constexpr u32 kType = FourCc("mdhd");
+  CMediaHeaderBox() : CFieldsBox(kType, u8{0}, 0U) {}
   explicit CMediaHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;

@@ -7,7 +7,8 @@ namespace kt {
 /// "mvhd": time scale, duration and creation date of the movie. ISO/IEC 14496-12, 8.2.2.
 class CMovieHeaderBox final : public CFieldsBox<CMovieHeaderBox, CScaledHeaderBox> {
  public:
-  CMovieHeaderBox() : CFieldsBox(FourCc("mvhd"), u8{0}, 0U) { m_ui32TimeScale = 1000; }
+  static constexpr u32 kType = FourCc("mvhd");
+  CMovieHeaderBox() : CFieldsBox(kType, u8{0}, 0U) { m_ui32TimeScale = 1000; }
   explicit CMovieHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;

@@ -8,7 +8,9 @@ namespace kt {
 /// unknown box, so there is no constructor for reading. ISO/IEC 14496-12, 8.4.5.2.
 class CMpeg4MediaHeaderBox final : public CFullBox {
  public:
-  CMpeg4MediaHeaderBox() : CFullBox(FourCc("nmhd"), 0, 0) {}
+  static constexpr u32 kType = FourCc("nmhd");
+  static constexpr bool kTypeIsAmbiguous = true;  // read, it is an unknown box
+  CMpeg4MediaHeaderBox() : CFullBox(kType, 0, 0) {}
 };
 
 }  // namespace kt

@@ -7,7 +7,8 @@ namespace kt {
 /// "smhd": marks an audio track. ISO/IEC 14496-12, 12.2.2.
 class CSoundMediaHeaderBox final : public CFieldsBox<CSoundMediaHeaderBox, CFullBox> {
  public:
-  CSoundMediaHeaderBox() : CFieldsBox(FourCc("smhd"), u8{0}, 0U) {}
+  static constexpr u32 kType = FourCc("smhd");
+  CSoundMediaHeaderBox() : CFieldsBox(kType, u8{0}, 0U) {}
   explicit CSoundMediaHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;

@@ -7,7 +7,8 @@ namespace kt {
 /// "tkhd": id, duration in movie ticks and picture size of a track. ISO/IEC 14496-12, 8.3.2.
 class CTrackHeaderBox final : public CFieldsBox<CTrackHeaderBox, CTimedHeaderBox> {
  public:
-  CTrackHeaderBox() : CFieldsBox(FourCc("tkhd"), u8{0}, 0U) {}
+  static constexpr u32 kType = FourCc("tkhd");
+  CTrackHeaderBox() : CFieldsBox(kType, u8{0}, 0U) {}
   explicit CTrackHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;

@@ -7,7 +7,8 @@ namespace kt {
 /// "vmhd": marks a video track. ISO/IEC 14496-12, 12.1.2.
 class CVideoMediaHeaderBox final : public CFieldsBox<CVideoMediaHeaderBox, CFullBox> {
  public:
-  CVideoMediaHeaderBox() : CFieldsBox(FourCc("vmhd"), u8{0}, 1U) {}
+  static constexpr u32 kType = FourCc("vmhd");
+  CVideoMediaHeaderBox() : CFieldsBox(kType, u8{0}, 1U) {}
   explicit CVideoMediaHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;

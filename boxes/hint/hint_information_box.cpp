@@ -5,18 +5,18 @@
 namespace kt {
 
 template <class TextBox>
-Mp4Result CHintInformationBox::FindText(u32 type, TextBox** box) {
+Mp4Result CHintInformationBox::FindText(TextBox** box) {
   if (!m_children) return MP4_NOT_FOUND;
   CBox* found = nullptr;
-  KT_TRY(FindChild(type, &found, 0));
+  KT_TRY(FindChild(TextBox::kType, &found, 0));
   *box = dynamic_cast<TextBox*>(found);
   return *box != nullptr ? MP4_OK : MP4_BAD_BOX;
 }
 
 template <class TextBox>
-Mp4Result CHintInformationBox::AppendToText(u32 type, const char* text) {
+Mp4Result CHintInformationBox::AppendToText(const char* text) {
   TextBox* box = nullptr;
-  const Mp4Result result = FindText(type, &box);
+  const Mp4Result result = FindText(&box);
   if (result == MP4_NOT_FOUND) {
     std::unique_ptr<TextBox> made(new (std::nothrow) TextBox);
     if (!made) return MP4_NO_MEMORY;
@@ -30,27 +30,27 @@ Mp4Result CHintInformationBox::AppendToText(u32 type, const char* text) {
 
 Mp4Result CHintInformationBox::BorrowTrackSdp(const char** text) {
   CRtpTrackSdpHintInformationBox* box = nullptr;
-  KT_TRY(FindText(FourCc("sdp "), &box));
+  KT_TRY(FindText(&box));
   return box->BorrowSdp(text);
 }
 
 Mp4Result CMovieHintInformationBox::AppendSdp(const char* text) {
-  return AppendToText<CRtpMovieHintInformationBox>(FourCc("rtp "), text);
+  return AppendToText<CRtpMovieHintInformationBox>(text);
 }
 
 Mp4Result CMovieHintInformationBox::GetSdp(const char** text) {
   CRtpMovieHintInformationBox* box = nullptr;
-  KT_TRY(FindText(FourCc("rtp "), &box));
+  KT_TRY(FindText(&box));
   return box->GetSdp(text);
 }
 
 Mp4Result CTrackHintInformationBox::AppendSdp(const char* text) {
-  return AppendToText<CRtpTrackSdpHintInformationBox>(FourCc("sdp "), text);
+  return AppendToText<CRtpTrackSdpHintInformationBox>(text);
 }
 
 Mp4Result CTrackHintInformationBox::GetSdp(std::unique_ptr<char[]>* text) {
   CRtpTrackSdpHintInformationBox* box = nullptr;
-  KT_TRY(FindText(FourCc("sdp "), &box));
+  KT_TRY(FindText(&box));
   return box->GetSdp(text);
 }
 

@@ -18,20 +18,22 @@ inline constexpr ContainerRules kHintInformationRules{
 /// "hnti": holds the session description, of a movie or of a hint track. ISO/IEC 14496-12, 9.1.4.
 class CHintInformationBox : public CContainerBox<CBox, kHintInformationRules> {
  public:
+  static constexpr u32 kType = FourCc("hnti");
+
   /// The text of a track ("sdp "), borrowed. Read from a file, the box of a track is of the class of the
   /// movie, so that both look. MP4_NOT_FOUND without that box or its text.
   Mp4Result BorrowTrackSdp(const char** text);
 
  protected:
-  CHintInformationBox() : CContainerBox(FourCc("hnti")) {}
+  CHintInformationBox() : CContainerBox(kType) {}
   explicit CHintInformationBox(CBox&& header) : CContainerBox(std::move(header)) {}
 
   /// The first child with the type of `TextBox`, as its class; borrowed. MP4_NOT_FOUND, MP4_BAD_BOX for a
   /// sample entry of a hint track, which has the type of the movie's text.
   template <class TextBox>
-  Mp4Result FindText(u32 type, TextBox** box);
+  Mp4Result FindText(TextBox** box);
   template <class TextBox>
-  Mp4Result AppendToText(u32 type, const char* text);
+  Mp4Result AppendToText(const char* text);
 };
 
 /// The "hnti" of a movie, and every one that was read. ISO/IEC 14496-12, 9.1.4.1.
@@ -49,6 +51,7 @@ class CMovieHintInformationBox final : public CHintInformationBox {
 /// The "hnti" of a hint track that is being written. ISO/IEC 14496-12, 9.1.4.2.
 class CTrackHintInformationBox final : public CHintInformationBox {
  public:
+  static constexpr bool kTypeIsAmbiguous = true;  // read, it is of the class of the movie
   CTrackHintInformationBox() = default;
 
   /// Appends to the "sdp " box, which is made when there is none. MP4_BAD_ARGUMENT for null, MP4_NO_MEMORY.

@@ -7,7 +7,8 @@ namespace kt {
 /// "hmhd": the media header of a hint track, with figures on its packets. ISO/IEC 14496-12, 12.4.2.
 class CHintMediaHeaderBox final : public CFieldsBox<CHintMediaHeaderBox, CFullBox> {
  public:
-  CHintMediaHeaderBox() : CFieldsBox(FourCc("hmhd"), u8{0}, 0U) {}
+  static constexpr u32 kType = FourCc("hmhd");
+  CHintMediaHeaderBox() : CFieldsBox(kType, u8{0}, 0U) {}
   explicit CHintMediaHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;

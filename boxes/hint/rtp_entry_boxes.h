@@ -7,7 +7,8 @@ namespace kt {
 /// "tims" in the sample entry of a hint track: ticks per second of its RTP clock. ISO/IEC 14496-12, 9.1.2.
 class CTimeScaleEntryBox final : public CFieldsBox<CTimeScaleEntryBox, CBox> {
  public:
-  CTimeScaleEntryBox() : CFieldsBox(FourCc("tims")) { m_size += sizeof(m_timeScale); }
+  static constexpr u32 kType = FourCc("tims");
+  CTimeScaleEntryBox() : CFieldsBox(kType) { m_size += sizeof(m_timeScale); }
   explicit CTimeScaleEntryBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;
@@ -49,14 +50,16 @@ class CRtpOffsetBox : public CFieldsBox<CRtpOffsetBox, CBox> {
 /// "tsro" in the sample entry of a hint track: added to its RTP time stamps. ISO/IEC 14496-12, 9.1.2.
 class CTimeOffsetBox final : public CRtpOffsetBox {
  public:
-  CTimeOffsetBox() : CRtpOffsetBox(FourCc("tsro")) {}
+  static constexpr u32 kType = FourCc("tsro");
+  CTimeOffsetBox() : CRtpOffsetBox(kType) {}
   explicit CTimeOffsetBox(CBox&& header) : CRtpOffsetBox(std::move(header)) {}
 };
 
 /// "snro" in the sample entry of a hint track: added to its RTP sequence numbers. ISO/IEC 14496-12, 9.1.2.
 class CSequenceOffsetBox final : public CRtpOffsetBox {
  public:
-  CSequenceOffsetBox() : CRtpOffsetBox(FourCc("snro")) {}
+  static constexpr u32 kType = FourCc("snro");
+  CSequenceOffsetBox() : CRtpOffsetBox(kType) {}
   explicit CSequenceOffsetBox(CBox&& header) : CRtpOffsetBox(std::move(header)) {}
 };
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <new>
 
-#include "engine/box/box_list.h"
+#include "engine/box/child_boxes.h"
 #include "engine/storage/printing.h"
 
 namespace kt {
@@ -15,11 +15,14 @@ Mp4Result Require(std::unique_ptr<Child>* child) {
   return *child ? MP4_OK : MP4_NO_MEMORY;
 }
 
-// The factory makes each of these codes into one class, so the code vouches for the cast.
+// Moves a child of the class of that place there. MP4_BAD_BOX for a second one.
 template <class Child>
-Mp4Result KeepIn(std::unique_ptr<Child>* place, std::unique_ptr<CBox> child) {
+Mp4Result KeepIn(std::unique_ptr<Child>* place, std::unique_ptr<CBox>* child) {
+  Child* const kept = *child ? BoxAs<Child>(child->get()) : nullptr;
+  if (kept == nullptr) return MP4_OK;
   if (*place) return MP4_BAD_BOX;
-  place->reset(static_cast<Child*>(child.release()));
+  static_cast<void>(child->release());
+  place->reset(kept);
   return MP4_OK;
 }
 
@@ -58,26 +61,17 @@ Mp4Result CRtpHintSampleEntry::ReadChild(CStorage* storage) {
   std::unique_ptr<CBox> child;
   u32 type = 0;
   KT_TRY(CreateBox(storage, m_type, &child, &type));
-  u64 childSize = 0;
-  KT_TRY(child->GetSize(&childSize));
-  KT_TRY(Keep(type, std::move(child)));
-  // No box is smaller than its header, unless the size of a box near 2^64 has wrapped.
-  if (m_remaining < childSize || childSize < 8) return MP4_CORRUPT;
-  m_remaining -= childSize;
-  return MP4_OK;
+  // Ahead of keeping it, which may drop it; a child that cannot be kept is refused for that first.
+  const Mp4Result fits = child->TakeSizeOff(&m_remaining);
+  KT_TRY(Keep(std::move(child)));
+  return fits;
 }
 
-Mp4Result CRtpHintSampleEntry::Keep(u32 type, std::unique_ptr<CBox> child) {
-  switch (type) {
-    case FourCc("tims"):
-      return KeepIn(&m_timeScaleBox, std::move(child));
-    case FourCc("tsro"):
-      return KeepIn(&m_timeOffsetBox, std::move(child));
-    case FourCc("snro"):
-      return KeepIn(&m_sequenceOffsetBox, std::move(child));
-    default:
-      return MP4_OK;  // read, and not kept: callers rely on its being accepted
-  }
+Mp4Result CRtpHintSampleEntry::Keep(std::unique_ptr<CBox> child) {
+  KT_TRY(KeepIn(&m_timeScaleBox, &child));
+  KT_TRY(KeepIn(&m_timeOffsetBox, &child));
+  // A child of any other class is read, and not kept: callers rely on its being accepted.
+  return KeepIn(&m_sequenceOffsetBox, &child);
 }
 
 Mp4Result CRtpHintSampleEntry::Serialize(CStorage* storage) {

@@ -13,7 +13,9 @@ namespace kt {
 /// MP4_NOT_FOUND without it.
 class CRtpHintSampleEntry final : public CFieldsBox<CRtpHintSampleEntry, CSampleEntry> {
  public:
-  CRtpHintSampleEntry() : CFieldsBox(FourCc("rtp ")) {}
+  static constexpr u32 kType = FourCc("rtp ");
+  static constexpr bool kTypeIsAmbiguous = true;  // it is also the text of a movie
+  CRtpHintSampleEntry() : CFieldsBox(kType) {}
   explicit CRtpHintSampleEntry(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   /// A child of another type is read and not kept. MP4_BAD_BOX without "tims" and for a second child of one
@@ -42,7 +44,7 @@ class CRtpHintSampleEntry final : public CFieldsBox<CRtpHintSampleEntry, CSample
 
  private:
   Mp4Result ReadChild(CStorage* storage);
-  Mp4Result Keep(u32 type, std::unique_ptr<CBox> child);
+  Mp4Result Keep(std::unique_ptr<CBox> child);
   // Calls `visit` with each child that there is, in the order of the file.
   template <class Visit>
   Mp4Result VisitChildren(Visit visit);

@@ -37,7 +37,9 @@ class CSessionTextBox : public CBox {
 /// "rtp " below the "hnti" of a movie: its session description. ISO/IEC 14496-12, 9.1.4.1.
 class CRtpMovieHintInformationBox final : public CSessionTextBox {
  public:
-  CRtpMovieHintInformationBox() : CSessionTextBox(FourCc("rtp ")) {}
+  static constexpr u32 kType = FourCc("rtp ");
+  static constexpr bool kTypeIsAmbiguous = true;  // it is also a sample entry
+  CRtpMovieHintInformationBox() : CSessionTextBox(kType) {}
   explicit CRtpMovieHintInformationBox(CBox&& header) : CSessionTextBox(std::move(header)) {}
 
   Mp4Result Deserialize(CStorage* storage) override;
@@ -54,7 +56,8 @@ class CRtpMovieHintInformationBox final : public CSessionTextBox {
 /// "sdp " below the "hnti" of a hint track: its part of the session description. ISO/IEC 14496-12, 9.1.4.2.
 class CRtpTrackSdpHintInformationBox final : public CSessionTextBox {
  public:
-  CRtpTrackSdpHintInformationBox() : CSessionTextBox(FourCc("sdp ")) {}
+  static constexpr u32 kType = FourCc("sdp ");
+  CRtpTrackSdpHintInformationBox() : CSessionTextBox(kType) {}
   explicit CRtpTrackSdpHintInformationBox(CBox&& header) : CSessionTextBox(std::move(header)) {}
 
   /// A copy for the caller, unlike that of the movie. MP4_NOT_FOUND when there is no text, MP4_NO_MEMORY.

@@ -13,7 +13,8 @@ struct CChunkLargeOffsetTableEntry {
 /// "co64": chunk offsets of 64 bits.
 class CChunkLargeOffsetBox : public CChunkOffsetTable<CChunkLargeOffsetBox, CChunkLargeOffsetTableEntry> {
  public:
-  CChunkLargeOffsetBox() : CChunkOffsetTable(FourCc("co64")) {}
+  static constexpr u32 kType = FourCc("co64");
+  CChunkLargeOffsetBox() : CChunkOffsetTable(kType) {}
   explicit CChunkLargeOffsetBox(CBox&& header) : CChunkOffsetTable(std::move(header)) {}
 
   /// Takes over the chunks of an "stco", which a writer does when an offset no longer fits there. The new box

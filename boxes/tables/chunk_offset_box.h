@@ -11,7 +11,8 @@ struct CChunkOffsetTableEntry {
 /// "stco": chunk offsets below 4 GiB.
 class CChunkOffsetBox : public CChunkOffsetTable<CChunkOffsetBox, CChunkOffsetTableEntry> {
  public:
-  CChunkOffsetBox() : CChunkOffsetTable(FourCc("stco")) { m_size += 4; }
+  static constexpr u32 kType = FourCc("stco");
+  CChunkOffsetBox() : CChunkOffsetTable(kType) { m_size += 4; }
   explicit CChunkOffsetBox(CBox&& header) : CChunkOffsetTable(std::move(header)) {}
 };
 

@@ -17,7 +17,8 @@ struct CCompositionOffsetTableEntry {
 class CCompositionOffsetBox : public CRunTableBox<CCompositionOffsetBox, CCompositionOffsetTableEntry,
                                                   &CCompositionOffsetTableEntry::sampleOffset> {
  public:
-  CCompositionOffsetBox() : CRunTableBox(FourCc("ctts")) {}
+  static constexpr u32 kType = FourCc("ctts");
+  CCompositionOffsetBox() : CRunTableBox(kType) {}
   explicit CCompositionOffsetBox(CBox&& header) : CRunTableBox(std::move(header)) {}
 
   /// Offset of a sample in media ticks. MP4_NOT_FOUND behind the last run; readers take 0 then.

@@ -16,7 +16,8 @@ struct CEditListTableEntry {
 /// empty edit at the start. ISO/IEC 14496-12, 8.6.6.
 class CEditListBox : public CTableBox<CEditListBox, CEditListTableEntry> {
  public:
-  CEditListBox() : CTableBox(FourCc("elst")) {}
+  static constexpr u32 kType = FourCc("elst");
+  CEditListBox() : CTableBox(kType) {}
   explicit CEditListBox(CBox&& header) : CTableBox(std::move(header)) {}
 
   template <class Fields>

@@ -15,7 +15,8 @@ struct CSampleSizeTableEntry {
 /// that differs.
 class CSampleSizeBox : public CTableBox<CSampleSizeBox, CSampleSizeTableEntry> {
  public:
-  CSampleSizeBox() : CTableBox(FourCc("stsz")) { m_size += 8; }
+  static constexpr u32 kType = FourCc("stsz");
+  CSampleSizeBox() : CTableBox(kType) { m_size += 8; }
   explicit CSampleSizeBox(CBox&& header) : CTableBox(std::move(header)) {}
 
   Mp4Result Deserialize(CStorage* storage) override;

@@ -17,7 +17,8 @@ struct CSampleToChunkTableEntry {
 /// numbers that other tables refuse.
 class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTableEntry> {
  public:
-  CSampleToChunkBox() : CTableBox(FourCc("stsc")) {}
+  static constexpr u32 kType = FourCc("stsc");
+  CSampleToChunkBox() : CTableBox(kType) {}
   explicit CSampleToChunkBox(CBox&& header) : CTableBox(std::move(header)) {}
 
   template <class Fields>

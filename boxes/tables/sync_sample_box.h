@@ -13,7 +13,8 @@ struct CSyncSampleTableEntry {
 /// samples only. ISO/IEC 14496-12, 8.6.2.
 class CSyncSampleBox : public CTableBox<CSyncSampleBox, CSyncSampleTableEntry> {
  public:
-  CSyncSampleBox() : CTableBox(FourCc("stss")) {}
+  static constexpr u32 kType = FourCc("stss");
+  CSyncSampleBox() : CTableBox(kType) {}
   explicit CSyncSampleBox(CBox&& header) : CTableBox(std::move(header)) {}
 
   template <class Fields>

@@ -16,7 +16,8 @@ struct CTimeToSampleTableEntry {
 class CTimeToSampleBox
     : public CRunTableBox<CTimeToSampleBox, CTimeToSampleTableEntry, &CTimeToSampleTableEntry::sampleDelta> {
  public:
-  CTimeToSampleBox() : CRunTableBox(FourCc("stts")) {}
+  static constexpr u32 kType = FourCc("stts");
+  CTimeToSampleBox() : CRunTableBox(kType) {}
   explicit CTimeToSampleBox(CBox&& header) : CRunTableBox(std::move(header)) {}
 
   /// Decoding time of a sample, the first one's being 0. MP4_NOT_FOUND behind the last sample; for the

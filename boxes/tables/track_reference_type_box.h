@@ -13,6 +13,9 @@ struct CTrackReferenceTableEntry {
 /// fill the box, there is no count in the file. ISO/IEC 14496-12, 8.3.3.
 class CTrackReferenceTypeBox : public CBox {
  public:
+  /// The codes that the library reads and writes; the class serves both.
+  static constexpr u32 kHintType = FourCc("hint");
+  static constexpr u32 kOdType = FourCc("mpod");
   explicit CTrackReferenceTypeBox(u32 type) : CBox(type) {}
   explicit CTrackReferenceTypeBox(CBox&& header) : CBox(std::move(header)) {}
 

@@ -104,6 +104,15 @@ Mp4Result CBox::GetRemaining(u64* remaining) const {
   return MP4_OK;
 }
 
+Mp4Result CBox::TakeSizeOff(u64* remaining) {
+  u64 size = 0;
+  KT_TRY(GetSize(&size));
+  // No box is smaller than its header, unless the size of a box near 2^64 has wrapped.
+  if (*remaining < size || size < 8) return MP4_CORRUPT;
+  *remaining -= size;
+  return MP4_OK;
+}
+
 CFullBox::CFullBox(u32 type, u8 version, u32 flags) : CBox(type), m_version(version), m_flags(flags) {
   m_size += 4;
 }

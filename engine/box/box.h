@@ -14,6 +14,10 @@ namespace kt {
 /// call their base first and stop on its failure. ISO/IEC 14496-12, 4.2.
 class CBox {
  public:
+  /// A concrete class names its code as `kType`, and has this true when a box of that code may be of another
+  /// class: since several share the code, or since the factory does not know it and reads an unknown box.
+  static constexpr bool kTypeIsAmbiguous = false;
+
   /// The bare box, all fields zero, into which a header is read.
   CBox() = default;
   /// A new box. `userType` is null or points to 16 bytes, which are copied.
@@ -50,6 +54,9 @@ class CBox {
   Mp4Result GetType(u32* type) const;
   /// Payload bytes that `Deserialize` has not consumed yet.
   Mp4Result GetRemaining(u64* remaining) const;
+  /// Takes the size of this box, which has been read, off the bytes that its parent has left. MP4_CORRUPT,
+  /// with nothing taken, when they do not hold it.
+  Mp4Result TakeSizeOff(u64* remaining);
 
  protected:
   u64 m_size = 0;

@@ -65,11 +65,7 @@ Mp4Result CBoxList::DeserializeAll(CStorage* storage, u64* remaining) {
     KT_TRY(CreateBox(storage, parentType, &box, &parentType));
     CBox* added = box.get();
     KT_TRY(Add(std::move(box)));
-    u64 childSize = 0;
-    KT_TRY(added->GetSize(&childSize));
-    // No box is smaller than its header, unless the size of a box near 2^64 has wrapped.
-    if (*remaining < childSize || childSize < 8) return MP4_CORRUPT;
-    *remaining -= childSize;
+    KT_TRY(added->TakeSizeOff(remaining));
   }
   return MP4_OK;
 }

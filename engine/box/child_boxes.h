@@ -1,32 +1,50 @@
 #pragma once
 
+#include <concepts>
 #include <memory>
 #include <new>
 #include <utility>
 
-#include "engine/box/box.h"
+#include "engine/box/box_list.h"
 
 namespace kt {
 
-/// The first child of a type, as its class; borrowed. The factory makes each code into one class, so the code
-/// vouches for the cast. Answers what `GetChild` does, MP4_NOT_FOUND when there is none.
-template <class Container, class Wanted>
-Mp4Result RequireChild(Container* container, u32 type, Wanted** wanted) {
+/// A class of boxes that is told by its code: whatever a tree holds under `Boxed::kType` is of this class.
+/// Only so can a box be taken for what its code says.
+template <class Boxed>
+concept ToldByType = std::derived_from<Boxed, CBox> && !Boxed::kTypeIsAmbiguous;
+
+/// The box as that class, null when it has another code.
+template <ToldByType Wanted>
+Wanted* BoxAs(CBox* box) {
+  u32 type = 0;
+  return box->GetType(&type) == MP4_OK && type == Wanted::kType ? static_cast<Wanted*>(box) : nullptr;
+}
+
+/// The first child of a class, or, in containers that count them, the `occurrence`-th; borrowed. Answers what
+/// `GetChild` does, MP4_NOT_FOUND when there is none.
+template <class Container, ToldByType Wanted, class... Occurrence>
+Mp4Result RequireChild(Container* container, Wanted** wanted, Occurrence... occurrence) {
   CBox* box = nullptr;
-  if constexpr (requires { container->GetChild(type, &box); }) {
-    KT_TRY(container->GetChild(type, &box));
-  } else {
-    KT_TRY(container->GetChild(type, &box, 0));
-  }
+  KT_TRY(container->GetChild(Wanted::kType, &box, occurrence...));
+  *wanted = static_cast<Wanted*>(box);
+  return MP4_OK;
+}
+
+/// The same for the top level of a file.
+template <ToldByType Wanted>
+Mp4Result RequireChild(CBoxList* boxes, Wanted** wanted) {
+  CBox* box = nullptr;
+  KT_TRY(boxes->FindByType(Wanted::kType, &box, 1));
   *wanted = static_cast<Wanted*>(box);
   return MP4_OK;
 }
 
 /// As `RequireChild`, but a missing box is a success and leaves null.
-template <class Container, class Wanted>
-Mp4Result AcceptChild(Container* container, u32 type, Wanted** wanted) {
+template <class Container, ToldByType Wanted, class... Occurrence>
+Mp4Result AcceptChild(Container* container, Wanted** wanted, Occurrence... occurrence) {
   *wanted = nullptr;
-  const Mp4Result result = RequireChild(container, type, wanted);
+  const Mp4Result result = RequireChild(container, wanted, occurrence...);
   return result == MP4_NOT_FOUND ? MP4_OK : result;
 }
 
@@ -48,10 +66,10 @@ Mp4Result AddNewChild(Container* container, Added** borrowed) {
   return HandOverChild(container, std::unique_ptr<Added>(new (std::nothrow) Added), borrowed);
 }
 
-/// The first child of a type, which is made at the end of the container when there is none; borrowed.
-template <class Container, class Wanted>
-Mp4Result EnsureChild(Container* container, u32 type, Wanted** wanted) {
-  KT_TRY(AcceptChild(container, type, wanted));
+/// As `RequireChild`, but a missing box is made, at the end of the container whatever the occurrence.
+template <class Container, ToldByType Wanted, class... Occurrence>
+Mp4Result EnsureChild(Container* container, Wanted** wanted, Occurrence... occurrence) {
+  KT_TRY(AcceptChild(container, wanted, occurrence...));
   return *wanted != nullptr ? MP4_OK : AddNewChild(container, wanted);
 }
 

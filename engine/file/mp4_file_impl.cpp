@@ -6,8 +6,10 @@
 #include <new>
 
 #include "boxes/containers/movie_box.h"
+#include "boxes/containers/track_box.h"
 #include "boxes/file_type_box.h"
 #include "boxes/headers/movie_header_box.h"
+#include "engine/box/child_boxes.h"
 #include "engine/track/copyright_notices.h"
 #include "engine/track/track_impl.h"
 
@@ -94,24 +96,21 @@ Mp4Result CMp4FileImpl::OpenTree(CStorage* file, CStorage** tree, u64* size) {
 
 // Nothing else is asked of "ftyp": a file without one, or with any brand at all, is read.
 void CMp4FileImpl::TakeFileTypeFromBrand() {
-  CBox* box = nullptr;
-  if (m_boxes->FindByType(FourCc("ftyp"), &box, 0) != MP4_OK) return;
+  CFileTypeBox* box = nullptr;
+  if (RequireChild(m_boxes.get(), &box) != MP4_OK) return;
   u32 majorBrand = 0;
   u32 minorVersion = 0;
-  if (static_cast<CFileTypeBox*>(box)->GetBrand(&majorBrand, &minorVersion) != MP4_OK) return;
+  if (box->GetBrand(&majorBrand, &minorVersion) != MP4_OK) return;
   if (majorBrand == FourCc("3gp4") || majorBrand == FourCc("3gp5")) m_fileType = MP4_TYPE_3GP;
 }
 
 Mp4Result CMp4FileImpl::IndexMovie() {
-  CBox* box = nullptr;
-  if (m_boxes->FindByType(FourCc("moov"), &box, 0) != MP4_OK) return MP4_OK;
-  m_movie = static_cast<CMovieBox*>(box);
-  if (m_movie->GetChild(FourCc("mvhd"), &box, 0) == MP4_OK) {
-    m_movieHeader = static_cast<CMovieHeaderBox*>(box);
-  }
+  if (RequireChild(m_boxes.get(), &m_movie) != MP4_OK) return MP4_OK;
+  if (RequireChild(m_movie, &m_movieHeader) != MP4_OK) m_movieHeader = nullptr;
   // The list goes on from where the last search ended, so that this takes one pass.
-  while (m_movie->GetChild(FourCc("trak"), &box, m_tracks.GetCount() + 1) == MP4_OK) {
-    KT_TRY(m_tracks.Append(&box));
+  CTrackBox* track = nullptr;
+  while (RequireChild(m_movie, &track, m_tracks.GetCount() + 1) == MP4_OK) {
+    KT_TRY(m_tracks.Append(&track));
   }
   return MP4_OK;
 }
@@ -151,7 +150,7 @@ Mp4Result CMp4FileImpl::FindMovieHeader(CMovieHeaderBox** header) const {
   return m_movieHeader != nullptr ? MP4_OK : MP4_NOT_FOUND;
 }
 
-Mp4Result CMp4FileImpl::GetTrackBox(u32 trackIndex, CBox** box) {
+Mp4Result CMp4FileImpl::GetTrackBox(u32 trackIndex, CTrackBox** box) {
   *box = nullptr;
   return m_tracks.GetAt(trackIndex, box);
 }

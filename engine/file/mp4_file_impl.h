@@ -12,6 +12,7 @@ namespace kt {
 
 class CMovieBox;
 class CMovieHeaderBox;
+class CTrackBox;
 class CTrackImpl;
 class CTrackReferenceBox;
 
@@ -43,8 +44,8 @@ class CMp4FileImpl : public CHintTrackHost {
   Mp4Result AddSceneTracks(u32 videoTrack, u32 audioTrack, u32 thirdTrack) override;
   Mp4Result GetMovieSdp(char* buffer, u32 bufferSize) override;
 
-  Mp4Result GetTrackBox(u32 trackIndex, CBox** box) override;
-  Mp4Result AddTrackBox(CBox** box) override;
+  Mp4Result GetTrackBox(u32 trackIndex, CTrackBox** box) override;
+  Mp4Result AddTrackBox(CTrackBox** box) override;
   Mp4Result GetMediaData(CMediaDataBox** mediaData) override;
   Mp4Result ReadData(u8* buffer, u64 position, u32 size) override;
   Mp4Result GetDataSize(u64* size) override;
@@ -96,7 +97,7 @@ class CMp4FileImpl : public CHintTrackHost {
   // What `IndexMovie` or `MakeTree` has found, borrowed from the tree; null or empty where there is none.
   CMovieBox* m_movie = nullptr;
   CMovieHeaderBox* m_movieHeader = nullptr;
-  CDataList<CBox*> m_tracks;
+  CDataList<CTrackBox*> m_tracks;
   u32 m_trackCount = 0;
   u64 m_moviePosition = 0;  // where `FinishFile` has begun to write "moov"
   u32 m_traceLevel = 0;

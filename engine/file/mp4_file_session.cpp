@@ -20,8 +20,8 @@ Mp4Result CMp4FileImpl::SetMovieSdp(const char* text) {
   CUserDataBox* userData = nullptr;
   CMovieHintInformationBox* information = nullptr;
   KT_TRY(FindMovie(&movie));
-  KT_TRY(EnsureChild(movie, FourCc("udta"), &userData));
-  KT_TRY(EnsureChild(userData, FourCc("hnti"), &information));
+  KT_TRY(EnsureChild(movie, &userData));
+  KT_TRY(EnsureChild(userData, &information));
   return information->AppendSdp(text);
 }
 
@@ -31,8 +31,8 @@ Mp4Result CMp4FileImpl::GetMovieSdp(char* buffer, u32 bufferSize) {
   CMovieHintInformationBox* information = nullptr;
   const char* text = nullptr;
   KT_TRY(FindMovie(&movie));
-  KT_TRY(RequireChild(movie, FourCc("udta"), &userData));
-  KT_TRY(RequireChild(userData, FourCc("hnti"), &information));
+  KT_TRY(RequireChild(movie, &userData));
+  KT_TRY(RequireChild(userData, &information));
   KT_TRY(information->GetSdp(&text));
   const std::size_t size = std::strlen(text) + 1;
   if (size > bufferSize) return MP4_BUFFER_TOO_SMALL;
@@ -48,7 +48,7 @@ Mp4Result CMp4FileImpl::ComposeMovieSdp() {
   CObjectDescriptorBox* box = nullptr;
   CInitialObjectDescriptor* ofFile = nullptr;
   KT_TRY(FindMovie(&movie));
-  KT_TRY(RequireChild(movie, FourCc("iods"), &box));
+  KT_TRY(RequireChild(movie, &box));
   KT_TRY(box->GetInitialDescriptor(&ofFile));
   if (ofFile == nullptr) return MP4_NOT_READY;
   ByteBlock descriptor;

@@ -61,9 +61,9 @@ Mp4Result CMp4FileImpl::AddSystemsTrack(u32 kind, std::span<const u8> decoderInf
 }
 
 Mp4Result CMp4FileImpl::FindTrackReferences(u32 trackIndex, CTrackReferenceBox** references) {
-  CBox* box = nullptr;
-  KT_TRY(GetTrackBox(trackIndex, &box));
-  return EnsureChild(static_cast<CTrackBox*>(box), FourCc("tref"), references);
+  CTrackBox* track = nullptr;
+  KT_TRY(GetTrackBox(trackIndex, &track));
+  return EnsureChild(track, references);
 }
 
 Mp4Result CMp4FileImpl::AddSceneTracks(u32 videoTrack, u32 audioTrack, u32 thirdTrack) {
@@ -71,7 +71,7 @@ Mp4Result CMp4FileImpl::AddSceneTracks(u32 videoTrack, u32 audioTrack, u32 third
   CMovieBox* movie = nullptr;
   CObjectDescriptorBox* descriptor = nullptr;
   KT_TRY(FindMovie(&movie));
-  KT_TRY(RequireChild(movie, FourCc("iods"), &descriptor));
+  KT_TRY(RequireChild(movie, &descriptor));
 
   NamedTrack video;
   NamedTrack audio;

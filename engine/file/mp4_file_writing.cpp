@@ -57,9 +57,8 @@ Mp4Result AddToTop(CBoxList* boxes, Made** made) {
 Mp4Result CMp4FileImpl::StartFile() {
   // Which of the boxes there was no memory for shows where they are needed.
   static_cast<void>(MakeTree());
-  CBox* box = nullptr;
-  KT_TRY(m_boxes->FindByType(FourCc("ftyp"), &box, 0));
-  CFileTypeBox* const fileType = static_cast<CFileTypeBox*>(box);
+  CFileTypeBox* fileType = nullptr;
+  KT_TRY(RequireChild(m_boxes.get(), &fileType));
   KT_TRY(SetBrands(fileType, kBrands[m_fileType]));
   KT_TRY(fileType->CalculateSize());
   KT_TRY(fileType->Serialize(m_storage.get()));
@@ -69,7 +68,7 @@ Mp4Result CMp4FileImpl::StartFile() {
   if (m_movieHeader == nullptr) return MP4_NO_MEMORY;
   if (m_fileType == MP4_TYPE_MP4) {
     CObjectDescriptorBox* descriptor = nullptr;
-    KT_TRY(RequireChild(m_movie, FourCc("iods"), &descriptor));
+    KT_TRY(RequireChild(m_movie, &descriptor));
     KT_TRY(descriptor->SetDefaultDescriptor(kVisualProfileLevel, kAudioProfileLevel));
   }
   m_trackCount = 0;
@@ -104,24 +103,20 @@ Mp4Result CMp4FileImpl::AddTrack(CMp4Track** track) {
   return MP4_OK;
 }
 
-Mp4Result CMp4FileImpl::AddTrackBox(CBox** box) {
+Mp4Result CMp4FileImpl::AddTrackBox(CTrackBox** box) {
   *box = nullptr;
   CMovieBox* movie = nullptr;
   CTrackBox* track = nullptr;
   KT_TRY(FindMovie(&movie));
   KT_TRY(AddNewChild(movie, &track));
-  CBox* const added = track;
-  KT_TRY(m_tracks.Append(&added));
-  *box = added;
+  KT_TRY(m_tracks.Append(&track));
+  *box = track;
   return MP4_OK;
 }
 
 Mp4Result CMp4FileImpl::GetMediaData(CMediaDataBox** mediaData) {
   if (!m_boxes) return MP4_NOT_FOUND;
-  CBox* box = nullptr;
-  KT_TRY(m_boxes->FindByType(FourCc("mdat"), &box, 0));
-  *mediaData = static_cast<CMediaDataBox*>(box);
-  return MP4_OK;
+  return RequireChild(m_boxes.get(), mediaData);
 }
 
 // After a failure `Close` can be called again: all of this is then done once more, in the same places.

@@ -4,44 +4,34 @@
 #include "boxes/entries/h263_sample_entry.h"
 #include "boxes/entries/mp4_sample_entry.h"
 #include "boxes/entries/sample_description_box.h"
+#include "engine/box/child_boxes.h"
 #include "engine/track/track_impl.h"
 
 namespace kt {
 
-// The factory makes each of these codes into one class, so the code vouches for the cast.
 Mp4Result CTrackImpl::GetEntry(u32 entryIndex, Entry* entry) {
   *entry = {};
   if (m_boxes.sampleDescription == nullptr) return MP4_NOT_READY;
   CBox* box = nullptr;
   KT_TRY(m_boxes.sampleDescription->GetSampleEntry(entryIndex, &box));
   KT_TRY(box->GetType(&entry->code));
-  switch (entry->code) {
-    case FourCc("mp4v"): {
-      auto* const visual = static_cast<CMP4VisualSampleEntry*>(box);
-      entry->visual = visual;
-      entry->mpeg4 = visual;
-      break;
-    }
-    case FourCc("mp4a"): {
-      auto* const audio = static_cast<CMP4AudioSampleEntry*>(box);
-      entry->audio = audio;
-      entry->mpeg4 = audio;
-      break;
-    }
-    case FourCc("mp4s"):
-      entry->mpeg4 = static_cast<CMP4MpegSampleEntry*>(box);
-      break;
-    case FourCc("s263"):
-      entry->h263 = static_cast<CH263SampleEntry*>(box);
-      entry->visual = entry->h263;
-      break;
-    case FourCc("samr"):
-    case FourCc("sawb"):
-      entry->amr = static_cast<CAMRSampleEntry*>(box);
-      entry->audio = entry->amr;
-      break;
-    default:
-      break;
+  if (auto* const mp4v = BoxAs<CMP4VisualSampleEntry>(box)) {
+    entry->visual = mp4v;
+    entry->mpeg4 = mp4v;
+  } else if (auto* const mp4a = BoxAs<CMP4AudioSampleEntry>(box)) {
+    entry->audio = mp4a;
+    entry->mpeg4 = mp4a;
+  } else if (auto* const mp4s = BoxAs<CMP4MpegSampleEntry>(box)) {
+    entry->mpeg4 = mp4s;
+  } else if (auto* const s263 = BoxAs<CH263SampleEntry>(box)) {
+    entry->visual = s263;
+    entry->h263 = s263;
+  } else if (auto* const samr = BoxAs<CAMRNBSampleEntry>(box)) {
+    entry->audio = samr;
+    entry->amr = samr;
+  } else if (auto* const sawb = BoxAs<CAMRWBSampleEntry>(box)) {
+    entry->audio = sawb;
+    entry->amr = sawb;
   }
   return MP4_OK;
 }
@@ -54,9 +44,9 @@ Mp4Result CTrackImpl::GetSampleFormat(u32* format) {
   constexpr struct {
     u32 code;
     u32 format;
-  } kRows[] = {{FourCc("mp4v"), MP4_FORMAT_MP4V}, {FourCc("mp4a"), MP4_FORMAT_MP4A},
-               {FourCc("mp4s"), MP4_FORMAT_MP4S}, {FourCc("s263"), MP4_FORMAT_S263},
-               {FourCc("sawb"), MP4_FORMAT_SAWB}, {FourCc("samr"), MP4_FORMAT_SAMR}};
+  } kRows[] = {{CMP4VisualSampleEntry::kType, MP4_FORMAT_MP4V}, {CMP4AudioSampleEntry::kType, MP4_FORMAT_MP4A},
+               {CMP4MpegSampleEntry::kType, MP4_FORMAT_MP4S},   {CH263SampleEntry::kType, MP4_FORMAT_S263},
+               {CAMRWBSampleEntry::kType, MP4_FORMAT_SAWB},     {CAMRNBSampleEntry::kType, MP4_FORMAT_SAMR}};
   *format = MP4_FORMAT_UNKNOWN;
   Entry entry;
   KT_TRY(GetEntry(1, &entry));

@@ -1,20 +1,21 @@
 #pragma once
 
-#include "engine/box/box.h"
+#include <ktmp4/result.h>
 
 namespace kt {
 
 class CHostedTrack;
 class CMediaDataBox;
+class CTrackBox;
 
 /// What a track object sees of its file: its boxes, the movie's time scale and the roads to the bytes of
 /// samples, one to read and one to write.
 class CTrackHost {
  public:
   /// The `trackIndex`-th "trak" of the movie, counted from 1; borrowed. MP4_NOT_FOUND.
-  virtual Mp4Result GetTrackBox(u32 trackIndex, CBox** box) = 0;
+  virtual Mp4Result GetTrackBox(u32 trackIndex, CTrackBox** box) = 0;
   /// Adds an empty "trak" to the movie; borrowed. MP4_NOT_FOUND without a movie, MP4_NO_MEMORY.
-  virtual Mp4Result AddTrackBox(CBox** box) = 0;
+  virtual Mp4Result AddTrackBox(CTrackBox** box) = 0;
   /// The "mdat" to which the samples of all tracks are appended; borrowed. MP4_NOT_FOUND.
   virtual Mp4Result GetMediaData(CMediaDataBox** mediaData) = 0;
   /// Movie ticks per second.

@@ -10,7 +10,10 @@
 #include "boxes/entries/sample_description_box.h"
 #include "boxes/headers/handler_reference_box.h"
 #include "boxes/headers/media_header_box.h"
+#include "boxes/headers/sound_media_header_box.h"
 #include "boxes/headers/track_header_box.h"
+#include "boxes/headers/video_media_header_box.h"
+#include "boxes/hint/hint_media_header_box.h"
 #include "boxes/tables/chunk_large_offset_box.h"
 #include "boxes/tables/chunk_offset_box.h"
 #include "boxes/tables/sample_size_box.h"
@@ -39,29 +42,29 @@ u32 KindOfHandler(u32 handlerType) {
 
 Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
-  CBox* track = nullptr;
+  CTrackBox* track = nullptr;
   KT_TRY(m_file->GetTrackBox(trackIndex, &track));
-  m_boxes.track = static_cast<CTrackBox*>(track);
-  KT_TRY(RequireChild(m_boxes.track, FourCc("tkhd"), &m_boxes.trackHeader));
-  KT_TRY(RequireChild(m_boxes.track, FourCc("mdia"), &m_boxes.media));
-  KT_TRY(RequireChild(m_boxes.media, FourCc("minf"), &m_boxes.mediaInformation));
-  KT_TRY(RequireChild(m_boxes.media, FourCc("mdhd"), &m_boxes.mediaHeader));
+  m_boxes.track = track;
+  KT_TRY(RequireChild(m_boxes.track, &m_boxes.trackHeader));
+  KT_TRY(RequireChild(m_boxes.track, &m_boxes.media));
+  KT_TRY(RequireChild(m_boxes.media, &m_boxes.mediaInformation));
+  KT_TRY(RequireChild(m_boxes.media, &m_boxes.mediaHeader));
   KT_TRY(m_boxes.trackHeader->GetTrackId(&m_trackId));
   KT_TRY(FindKind());
   CSampleTableBox* sampleTable = nullptr;
-  KT_TRY(RequireChild(m_boxes.mediaInformation, FourCc("stbl"), &sampleTable));
-  KT_TRY(RequireChild(sampleTable, FourCc("stts"), &m_boxes.timeToSample));
-  KT_TRY(AcceptChild(sampleTable, FourCc("ctts"), &m_boxes.compositionOffset));
+  KT_TRY(RequireChild(m_boxes.mediaInformation, &sampleTable));
+  KT_TRY(RequireChild(sampleTable, &m_boxes.timeToSample));
+  KT_TRY(AcceptChild(sampleTable, &m_boxes.compositionOffset));
   u64 startOffset = 0;
   KT_TRY(FindStartOffset(&startOffset));
   // Ahead of the times: a track that is still being written has no chunk offsets in its tree, and its time
   // tables are not to be walked.
   KT_TRY(FindChunkOffsets(sampleTable));
   KT_TRY(BuildTimes(startOffset));
-  KT_TRY(RequireChild(sampleTable, FourCc("stsz"), &m_boxes.sampleSize));
-  KT_TRY(RequireChild(sampleTable, FourCc("stsc"), &m_boxes.sampleToChunk));
-  KT_TRY(AcceptChild(sampleTable, FourCc("stss"), &m_boxes.syncSample));
-  KT_TRY(RequireChild(sampleTable, FourCc("stsd"), &m_boxes.sampleDescription));
+  KT_TRY(RequireChild(sampleTable, &m_boxes.sampleSize));
+  KT_TRY(RequireChild(sampleTable, &m_boxes.sampleToChunk));
+  KT_TRY(AcceptChild(sampleTable, &m_boxes.syncSample));
+  KT_TRY(RequireChild(sampleTable, &m_boxes.sampleDescription));
   m_bound = 1;
   return MP4_OK;
 }
@@ -71,18 +74,19 @@ Mp4Result CTrackImpl::FindKind() {
   constexpr struct {
     u32 mediaHeader;
     u32 kind;
-  } kRows[] = {
-      {FourCc("vmhd"), MP4_KIND_VIDEO}, {FourCc("smhd"), MP4_KIND_AUDIO}, {FourCc("hmhd"), MP4_KIND_HINT}};
-  CBox* found = nullptr;
+  } kRows[] = {{CVideoMediaHeaderBox::kType, MP4_KIND_VIDEO},
+               {CSoundMediaHeaderBox::kType, MP4_KIND_AUDIO},
+               {CHintMediaHeaderBox::kType, MP4_KIND_HINT}};
   for (const auto& row : kRows) {
-    KT_TRY(AcceptChild(m_boxes.mediaInformation, row.mediaHeader, &found));
-    if (found != nullptr) {
-      m_kind = row.kind;
-      return MP4_OK;
-    }
+    CBox* found = nullptr;
+    const Mp4Result result = m_boxes.mediaInformation->GetChild(row.mediaHeader, &found);
+    if (result == MP4_NOT_FOUND) continue;
+    KT_TRY(result);
+    m_kind = row.kind;
+    return MP4_OK;
   }
   CHandlerReferenceBox* handler = nullptr;
-  KT_TRY(AcceptChild(m_boxes.media, FourCc("hdlr"), &handler));
+  KT_TRY(AcceptChild(m_boxes.media, &handler));
   if (handler == nullptr) return MP4_OK;
   u32 handlerType = 0;
   KT_TRY(handler->GetHandlerType(&handlerType));
@@ -93,7 +97,7 @@ Mp4Result CTrackImpl::FindKind() {
 Mp4Result CTrackImpl::FindStartOffset(u64* offsetTicks) {
   *offsetTicks = 0;
   CEditBox* edits = nullptr;
-  KT_TRY(AcceptChild(m_boxes.track, FourCc("edts"), &edits));
+  KT_TRY(AcceptChild(m_boxes.track, &edits));
   if (edits == nullptr) return MP4_OK;
   u64 delay = 0;
   u32 mediaScale = 0;
@@ -108,9 +112,9 @@ Mp4Result CTrackImpl::FindStartOffset(u64* offsetTicks) {
 
 Mp4Result CTrackImpl::FindChunkOffsets(CSampleTableBox* sampleTable) {
   m_boxes.chunkLargeOffset = nullptr;
-  KT_TRY(AcceptChild(sampleTable, FourCc("stco"), &m_boxes.chunkOffset));
+  KT_TRY(AcceptChild(sampleTable, &m_boxes.chunkOffset));
   if (m_boxes.chunkOffset != nullptr) return MP4_OK;
-  return RequireChild(sampleTable, FourCc("co64"), &m_boxes.chunkLargeOffset);
+  return RequireChild(sampleTable, &m_boxes.chunkLargeOffset);
 }
 
 Mp4Result CTrackImpl::BuildTimes(u64 startOffsetTicks) {

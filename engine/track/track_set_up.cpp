@@ -52,9 +52,9 @@ Mp4Result AddMediaHeader(CMediaInformationBox* mediaInformation) {
 Mp4Result CTrackImpl::SetUp(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
   if (m_writing) return MP4_ALREADY_SET_UP;
-  CBox* track = nullptr;
+  CTrackBox* track = nullptr;
   KT_TRY(m_file->AddTrackBox(&track));
-  m_boxes.track = static_cast<CTrackBox*>(track);
+  m_boxes.track = track;
   KT_TRY(AddNewChild(m_boxes.track, &m_boxes.trackHeader));
   m_trackId = trackIndex;
   KT_TRY(m_boxes.trackHeader->SetTrackId(m_trackId));
@@ -104,7 +104,7 @@ Mp4Result CTrackImpl::SetTrackType(u32 kind) {
   m_kind = kind;  // ahead of all that can fail: callers rely on it
   if (m_boxes.mediaInformation == nullptr || m_boxes.media == nullptr) return MP4_NOT_READY;
   CHandlerReferenceBox* handler = nullptr;
-  KT_TRY(RequireChild(m_boxes.media, FourCc("hdlr"), &handler));
+  KT_TRY(RequireChild(m_boxes.media, &handler));
   // A second call adds a second media header, and readers take the first one that they look for.
   switch (kind) {
     case MP4_KIND_VIDEO:
@@ -153,7 +153,8 @@ Mp4Result CTrackImpl::SetVideoFormat(u32 width, u32 height, const void* info, u3
   KT_TRY(RequireWriting());
   if (format != MP4_FORMAT_MP4V && format != MP4_FORMAT_S263) return MP4_BAD_ARGUMENT;
   KT_TRY(SetDimensions(width, height));
-  KT_TRY(AddSampleEntry(info, infoSize, format == MP4_FORMAT_MP4V ? FourCc("mp4v") : FourCc("s263")));
+  const u32 code = format == MP4_FORMAT_MP4V ? CMP4VisualSampleEntry::kType : CH263SampleEntry::kType;
+  KT_TRY(AddSampleEntry(info, infoSize, code));
   // The first entry, also when this is another one: readers ask for the size of that one alone.
   Entry first;
   KT_TRY(GetEntry(1, &first));
@@ -168,13 +169,13 @@ Mp4Result CTrackImpl::SetAudioFormat(i16 volume, u16 balance, const void* info, 
   u32 code = 0;
   switch (format) {
     case MP4_FORMAT_MP4A:
-      code = FourCc("mp4a");
+      code = CMP4AudioSampleEntry::kType;
       break;
     case MP4_FORMAT_SAWB:
-      code = FourCc("sawb");
+      code = CAMRWBSampleEntry::kType;
       break;
     case MP4_FORMAT_SAMR:
-      code = FourCc("samr");
+      code = CAMRNBSampleEntry::kType;
       break;
     default:
       return MP4_BAD_ARGUMENT;
@@ -182,49 +183,49 @@ Mp4Result CTrackImpl::SetAudioFormat(i16 volume, u16 balance, const void* info, 
   // The volume stays when what follows fails.
   KT_TRY(m_boxes.trackHeader->SetVolume(volume));
   CSoundMediaHeaderBox* header = nullptr;
-  KT_TRY(RequireChild(m_boxes.mediaInformation, FourCc("smhd"), &header));
+  KT_TRY(RequireChild(m_boxes.mediaInformation, &header));
   KT_TRY(header->SetBalance(balance));
   return AddSampleEntry(info, infoSize, code);
 }
 
 Mp4Result CTrackImpl::SetLine21Format(u32 /*reserved1*/, u32 /*reserved2*/, u32 /*reserved3*/) {
   KT_TRY(RequireWriting());
-  return AddSampleEntry(nullptr, 0, FourCc("ln21"));
+  return AddSampleEntry(nullptr, 0, CLine21SampleEntry::kType);
 }
 
 Mp4Result CTrackImpl::SetMpeg4SystemsFormat(const void* info, u32 infoSize) {
   KT_TRY(RequireWriting());
-  return AddSampleEntry(info, infoSize, FourCc("mp4s"));
+  return AddSampleEntry(info, infoSize, CMP4MpegSampleEntry::kType);
 }
 
 Mp4Result CTrackImpl::AddSampleEntry(const void* info, u32 infoSize, u32 code) {
   if (!m_writing) return MP4_NOT_READY;
   switch (code) {
-    case FourCc("mp4v"): {
+    case CMP4VisualSampleEntry::kType: {
       auto entry = NewEntry<CMP4VisualSampleEntry>();
       if (!entry) return MP4_NO_MEMORY;
       KT_TRY(entry->SetDecoderConfig(0, kObjectTypeVisual, kStreamTypeVisual, info, infoSize));
       return m_boxes.sampleDescription->AddEntry(std::move(entry));
     }
-    case FourCc("mp4a"): {
+    case CMP4AudioSampleEntry::kType: {
       auto entry = NewEntry<CMP4AudioSampleEntry>();
       if (!entry) return MP4_NO_MEMORY;
       KT_TRY(entry->SetDecoderConfig(0, kObjectTypeAudio, kStreamTypeAudio, info, infoSize));
       return AddAudioEntry(std::move(entry));
     }
-    case FourCc("mp4s"):
+    case CMP4MpegSampleEntry::kType:
       return AddSystemsEntry(info, infoSize);
-    case FourCc("s263"): {
+    case CH263SampleEntry::kType: {
       auto entry = NewEntry<CH263SampleEntry>();
       if (!entry) return MP4_NO_MEMORY;
       KT_TRY(entry->SetSpecificData(info, infoSize));
       return m_boxes.sampleDescription->AddEntry(std::move(entry));
     }
-    case FourCc("samr"):
+    case CAMRNBSampleEntry::kType:
       return AddAmrEntry(NewEntry<CAMRNBSampleEntry>(), info, infoSize);
-    case FourCc("sawb"):
+    case CAMRWBSampleEntry::kType:
       return AddAmrEntry(NewEntry<CAMRWBSampleEntry>(), info, infoSize);
-    case FourCc("ln21"): {
+    case CLine21SampleEntry::kType: {
       auto entry = NewEntry<CLine21SampleEntry>();
       if (!entry) return MP4_NO_MEMORY;
       KT_TRY(entry->SetConfig(info, infoSize));

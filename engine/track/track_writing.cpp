@@ -159,7 +159,7 @@ Mp4Result CTrackImpl::FinishTimes() {
 Mp4Result CTrackImpl::FinishSampleTable() {
   CTrackWriting& writing = *m_writing;
   CSampleTableBox* table = nullptr;
-  KT_TRY(RequireChild(m_boxes.mediaInformation, FourCc("stbl"), &table));
+  KT_TRY(RequireChild(m_boxes.mediaInformation, &table));
   KT_TRY(GiveTo(table, &writing.compositionOffset));
   KT_TRY(GiveTo(table, &writing.syncSample));
   KT_TRY(GiveTo(table, &writing.chunkOffset));

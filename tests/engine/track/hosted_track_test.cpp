@@ -28,15 +28,10 @@ class BareHost : public CTrackHost {
   }
   ~BareHost() override { DetachTracks(); }
 
-  Mp4Result GetTrackBox(u32 trackIndex, CBox** box) override {
-    return movie.GetChild(FourCc("trak"), box, trackIndex);
+  Mp4Result GetTrackBox(u32 trackIndex, CTrackBox** box) override {
+    return RequireChild(&movie, box, trackIndex);
   }
-  Mp4Result AddTrackBox(CBox** box) override {
-    CTrackBox* track = nullptr;
-    const Mp4Result result = AddNewChild(&movie, &track);
-    *box = track;
-    return result;
-  }
+  Mp4Result AddTrackBox(CTrackBox** box) override { return AddNewChild(&movie, box); }
   Mp4Result GetMediaData(CMediaDataBox** found) override {
     *found = &mediaData;
     return MP4_OK;
