@@ -5,6 +5,7 @@
 #include "boxes/entries/mp4_sample_entry.h"
 #include "boxes/entries/sample_description_box.h"
 #include "engine/box/child_boxes.h"
+#include "engine/track/sample_formats.h"
 #include "engine/track/track_impl.h"
 
 namespace kt {
@@ -41,21 +42,11 @@ Mp4Result CTrackImpl::GetBoundEntry(u32 entryIndex, Entry* entry) {
 }
 
 Mp4Result CTrackImpl::GetSampleFormat(u32* format) {
-  constexpr struct {
-    u32 code;
-    u32 format;
-  } kRows[] = {{CMP4VisualSampleEntry::kType, MP4_FORMAT_MP4V}, {CMP4AudioSampleEntry::kType, MP4_FORMAT_MP4A},
-               {CMP4MpegSampleEntry::kType, MP4_FORMAT_MP4S},   {CH263SampleEntry::kType, MP4_FORMAT_S263},
-               {CAMRWBSampleEntry::kType, MP4_FORMAT_SAWB},     {CAMRNBSampleEntry::kType, MP4_FORMAT_SAMR}};
   *format = MP4_FORMAT_UNKNOWN;
   Entry entry;
   KT_TRY(GetEntry(1, &entry));
-  for (const auto& row : kRows) {
-    if (row.code != entry.code) continue;
-    *format = row.format;
-    return MP4_OK;
-  }
-  return MP4_NOT_FOUND;
+  *format = FormatOfEntry(entry.code);
+  return *format != MP4_FORMAT_UNKNOWN ? MP4_OK : MP4_NOT_FOUND;
 }
 
 Mp4Result CTrackImpl::GetVideoSize(u16* width, u16* height) {

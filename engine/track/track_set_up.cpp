@@ -22,6 +22,7 @@
 #include "boxes/tables/sample_size_box.h"
 #include "boxes/tables/sample_to_chunk_box.h"
 #include "engine/box/child_boxes.h"
+#include "engine/track/sample_formats.h"
 #include "engine/track/track_impl.h"
 
 namespace kt {
@@ -151,9 +152,9 @@ Mp4Result CTrackImpl::SetDuration(u64 duration) {
 
 Mp4Result CTrackImpl::SetVideoFormat(u32 width, u32 height, const void* info, u32 infoSize, u32 format) {
   KT_TRY(RequireWriting());
-  if (format != MP4_FORMAT_MP4V && format != MP4_FORMAT_S263) return MP4_BAD_ARGUMENT;
+  const u32 code = EntryOfFormat(format, MP4_KIND_VIDEO);
+  if (code == 0) return MP4_BAD_ARGUMENT;
   KT_TRY(SetDimensions(width, height));
-  const u32 code = format == MP4_FORMAT_MP4V ? CMP4VisualSampleEntry::kType : CH263SampleEntry::kType;
   KT_TRY(AddSampleEntry(info, infoSize, code));
   // The first entry, also when this is another one: readers ask for the size of that one alone.
   Entry first;
@@ -166,20 +167,8 @@ Mp4Result CTrackImpl::SetVideoFormat(u32 width, u32 height, const void* info, u3
 
 Mp4Result CTrackImpl::SetAudioFormat(i16 volume, u16 balance, const void* info, u32 infoSize, u32 format) {
   KT_TRY(RequireWriting());
-  u32 code = 0;
-  switch (format) {
-    case MP4_FORMAT_MP4A:
-      code = CMP4AudioSampleEntry::kType;
-      break;
-    case MP4_FORMAT_SAWB:
-      code = CAMRWBSampleEntry::kType;
-      break;
-    case MP4_FORMAT_SAMR:
-      code = CAMRNBSampleEntry::kType;
-      break;
-    default:
-      return MP4_BAD_ARGUMENT;
-  }
+  const u32 code = EntryOfFormat(format, MP4_KIND_AUDIO);
+  if (code == 0) return MP4_BAD_ARGUMENT;
   // The volume stays when what follows fails.
   KT_TRY(m_boxes.trackHeader->SetVolume(volume));
   CSoundMediaHeaderBox* header = nullptr;
