@@ -296,10 +296,9 @@ Mp4Result CSampleTimeTable::GetLastSampleTime(u64* time, u32* duration) {
   return MP4_OK;
 }
 
-Mp4Result CSampleTimeTable::BeginWriting(CTimeToSampleBox* stts, CCompositionOffsetBox** ctts) {
+Mp4Result CSampleTimeTable::BeginWriting(CTimeToSampleBox* stts) {
   if (stts == nullptr) return MP4_BAD_ARGUMENT;
   m_pTimeToSampleBox = stts;
-  m_ppCompositionOffsetBox = ctts;
   m_ui32Writing = 1;
   m_ui64LastDecodingTime = 0;
   m_ui32LastDelta = 0;
@@ -316,8 +315,7 @@ Mp4Result CSampleTimeTable::AddSample(u32 sample, u64 decodingTime, u64 composit
   m_ui32LastDelta = static_cast<u32>(decodingTime) - static_cast<u32>(m_ui64LastDecodingTime);
   m_ui64LastDecodingTime = decodingTime;
   KT_TRY(m_pTimeToSampleBox->AddSampleTime(sample, decodingTime));
-  const bool hasBox = m_ppCompositionOffsetBox != nullptr && *m_ppCompositionOffsetBox != nullptr;
-  if (hasBox || decodingTime < compositionTime) {
+  if (m_pCompositionOffsetBox || decodingTime < compositionTime) {
     KT_TRY(AddOffset(sample, static_cast<u32>(compositionTime) - static_cast<u32>(decodingTime)));
   }
   ++m_ui32SampleCount;
@@ -325,18 +323,16 @@ Mp4Result CSampleTimeTable::AddSample(u32 sample, u64 decodingTime, u64 composit
 }
 
 Mp4Result CSampleTimeTable::AddOffset(u32 sample, u32 offset) {
-  if (m_ppCompositionOffsetBox == nullptr) return MP4_NOT_READY;
-  if (*m_ppCompositionOffsetBox == nullptr) {
-    m_pNewCompositionOffsetBox.reset(new (std::nothrow) CCompositionOffsetBox);
-    if (!m_pNewCompositionOffsetBox) return MP4_NO_MEMORY;
-    *m_ppCompositionOffsetBox = m_pNewCompositionOffsetBox.get();
+  if (!m_pCompositionOffsetBox) {
+    m_pCompositionOffsetBox.reset(new (std::nothrow) CCompositionOffsetBox);
+    if (!m_pCompositionOffsetBox) return MP4_NO_MEMORY;
     // The earlier samples would need a place in the box, which expects sample 1 and refuses this one: offsets
     // can only begin with sample 1, and the empty box stays. Callers rely on the refusal.
     for (u32 earlier = 1; earlier < sample; ++earlier) {
-      KT_TRY((*m_ppCompositionOffsetBox)->AddSampleOffset(sample, offset));
+      KT_TRY(m_pCompositionOffsetBox->AddSampleOffset(sample, offset));
     }
   }
-  return (*m_ppCompositionOffsetBox)->AddSampleOffset(sample, offset);
+  return m_pCompositionOffsetBox->AddSampleOffset(sample, offset);
 }
 
 Mp4Result CSampleTimeTable::FinishWriting(u64* startOffset) {

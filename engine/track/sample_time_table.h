@@ -47,10 +47,9 @@ class CSampleTimeTable {
   /// Sample 1 for a time before it. MP4_NOT_FOUND without samples, MP4_NOT_READY while writing.
   Mp4Result FindByCompositionTime(u64 time, u32* sample);
 
-  /// From here on the table writes into the boxes, which are borrowed. `*ctts` may be null: the box is then
-  /// made for the first sample whose composition time is above its decoding time. That box belongs to the
-  /// table until it is taken. MP4_BAD_ARGUMENT for a null `stts`.
-  Mp4Result BeginWriting(CTimeToSampleBox* stts, CCompositionOffsetBox** ctts);
+  /// From here on the table writes into `stts`, which is borrowed, and into a "ctts" of its own, which it
+  /// makes for the first sample whose composition time is above its decoding time. MP4_BAD_ARGUMENT for null.
+  Mp4Result BeginWriting(CTimeToSampleBox* stts);
   /// Records the times of the next sample. A decoding time that does not rise becomes the last one plus 2.
   /// MP4_NOT_READY unless writing; MP4_BAD_ARGUMENT for a number out of turn, and when the first offset
   /// appears later than at sample 1; MP4_BAD_TIMING for a decoding time after the composition time or a step
@@ -59,10 +58,8 @@ class CSampleTimeTable {
   /// Gives the last sample its duration. `*startOffset` becomes 0, but is not touched without any sample.
   /// MP4_NOT_READY unless writing.
   Mp4Result FinishWriting(u64* startOffset);
-  /// The "ctts" that the table has made, or null; the caller's from here on.
-  std::unique_ptr<CCompositionOffsetBox> TakeCompositionOffsetBox() {
-    return std::move(m_pNewCompositionOffsetBox);
-  }
+  /// Where the "ctts" that the table has made stands until the caller takes it: null when there is none.
+  std::unique_ptr<CCompositionOffsetBox>* WrittenOffsets() { return &m_pCompositionOffsetBox; }
 
   /// Decoding time of the last sample and, unless `duration` is null, how long it lasts: as long as the one
   /// before it. MP4_BAD_ARGUMENT for a null `time`, MP4_ZERO_INDEX for an empty table that is read.
@@ -112,8 +109,7 @@ class CSampleTimeTable {
   u64 m_ui64LastDecodingTime = 0;
   u32 m_ui32LastDelta = 0;
   CTimeToSampleBox* m_pTimeToSampleBox = nullptr;
-  CCompositionOffsetBox** m_ppCompositionOffsetBox = nullptr;
-  std::unique_ptr<CCompositionOffsetBox> m_pNewCompositionOffsetBox;
+  std::unique_ptr<CCompositionOffsetBox> m_pCompositionOffsetBox;  // null until a sample needs it
 };
 
 }  // namespace kt

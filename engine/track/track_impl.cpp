@@ -52,15 +52,16 @@ Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   KT_TRY(m_boxes.trackHeader->GetTrackId(&m_trackId));
   KT_TRY(FindKind());
   CSampleTableBox* sampleTable = nullptr;
+  CCompositionOffsetBox* compositionOffset = nullptr;
   KT_TRY(RequireChild(m_boxes.mediaInformation, &sampleTable));
   KT_TRY(RequireChild(sampleTable, &m_boxes.timeToSample));
-  KT_TRY(AcceptChild(sampleTable, &m_boxes.compositionOffset));
+  KT_TRY(AcceptChild(sampleTable, &compositionOffset));
   u64 startOffset = 0;
   KT_TRY(FindStartOffset(&startOffset));
   // Ahead of the times: a track that is still being written has no chunk offsets in its tree, and its time
   // tables are not to be walked.
   KT_TRY(FindChunkOffsets(sampleTable));
-  KT_TRY(BuildTimes(startOffset));
+  KT_TRY(BuildTimes(compositionOffset, startOffset));
   KT_TRY(RequireChild(sampleTable, &m_boxes.sampleSize));
   KT_TRY(RequireChild(sampleTable, &m_boxes.sampleToChunk));
   KT_TRY(AcceptChild(sampleTable, &m_boxes.syncSample));
@@ -117,10 +118,10 @@ Mp4Result CTrackImpl::FindChunkOffsets(CSampleTableBox* sampleTable) {
   return RequireChild(sampleTable, &m_boxes.chunkLargeOffset);
 }
 
-Mp4Result CTrackImpl::BuildTimes(u64 startOffsetTicks) {
+Mp4Result CTrackImpl::BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks) {
   m_timeTable.reset(new (std::nothrow) CSampleTimeTable);
   if (!m_timeTable) return MP4_NO_MEMORY;
-  return m_timeTable->Build(m_boxes.timeToSample, m_boxes.compositionOffset, startOffsetTicks);
+  return m_timeTable->Build(m_boxes.timeToSample, compositionOffset, startOffsetTicks);
 }
 
 void CTrackImpl::OnDetached() {

@@ -104,7 +104,6 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
     CMediaInformationBox* mediaInformation = nullptr;
     CMediaHeaderBox* mediaHeader = nullptr;
     CTimeToSampleBox* timeToSample = nullptr;
-    CCompositionOffsetBox* compositionOffset = nullptr;  // null when there is none
     CSampleSizeBox* sampleSize = nullptr;
     CSampleToChunkBox* sampleToChunk = nullptr;
     CChunkOffsetBox* chunkOffset = nullptr;  // one of these two
@@ -141,7 +140,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result FindKind();
   Mp4Result FindStartOffset(u64* offsetTicks);
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
-  Mp4Result BuildTimes(u64 startOffsetTicks);
+  Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
   Mp4Result FindSamplePosition(u32 sample, u64* position);
   Mp4Result GetEntry(u32 entryIndex, Entry* entry);
   Mp4Result GetBoundEntry(u32 entryIndex, Entry* entry);

@@ -81,16 +81,15 @@ Mp4Result CTrackImpl::AddMediaBoxes() {
   return dataReference->AddUrlEntry(nullptr);  // the samples lie in this same file
 }
 
-// What is not known before the end of the track stays with `writing` until then: "ctts", "stss" and which of
-// the two boxes of chunk offsets it is.
+// What is not known before the end of the track stays out of the tree until then: "stss" and which of the two
+// boxes of chunk offsets it is with `writing`, "ctts" with the time table.
 Mp4Result CTrackImpl::AddSampleTableBoxes(CTrackWriting* writing) {
   CSampleTableBox* sampleTable = nullptr;
   KT_TRY(AddNewChild(m_boxes.mediaInformation, &sampleTable));
   KT_TRY(AddNewChild(sampleTable, &m_boxes.timeToSample));
-  m_boxes.compositionOffset = nullptr;
   m_timeTable.reset(new (std::nothrow) CSampleTimeTable);
   if (!m_timeTable) return MP4_NO_MEMORY;
-  KT_TRY(m_timeTable->BeginWriting(m_boxes.timeToSample, &m_boxes.compositionOffset));
+  KT_TRY(m_timeTable->BeginWriting(m_boxes.timeToSample));
   KT_TRY(AddNewChild(sampleTable, &m_boxes.sampleSize));
   KT_TRY(AddNewChild(sampleTable, &m_boxes.sampleToChunk));
   writing->chunkOffset.reset(new (std::nothrow) CChunkOffsetBox);

@@ -151,7 +151,6 @@ Mp4Result CTrackImpl::FinishTimes() {
   if (m_writing->timesFinished) return MP4_OK;
   u64 startOffset = 0;  // stays 0: a track that is written starts with the movie
   KT_TRY(m_timeTable->FinishWriting(&startOffset));
-  m_writing->compositionOffset = m_timeTable->TakeCompositionOffsetBox();
   m_writing->timesFinished = true;
   return MP4_OK;
 }
@@ -160,7 +159,7 @@ Mp4Result CTrackImpl::FinishSampleTable() {
   CTrackWriting& writing = *m_writing;
   CSampleTableBox* table = nullptr;
   KT_TRY(RequireChild(m_boxes.mediaInformation, &table));
-  KT_TRY(GiveTo(table, &writing.compositionOffset));
+  KT_TRY(GiveTo(table, m_timeTable->WrittenOffsets()));
   KT_TRY(GiveTo(table, &writing.syncSample));
   KT_TRY(GiveTo(table, &writing.chunkOffset));
   KT_TRY(GiveTo(table, &writing.chunkLargeOffset));

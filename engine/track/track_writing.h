@@ -4,7 +4,6 @@
 
 #include "boxes/tables/chunk_large_offset_box.h"
 #include "boxes/tables/chunk_offset_box.h"
-#include "boxes/tables/composition_offset_box.h"
 #include "boxes/tables/sync_sample_box.h"
 #include "engine/track/bit_rate_window.h"
 #include "engine/track/chunk_buffer.h"
@@ -23,7 +22,6 @@ struct CTrackWriting {
   enum { kGathered, kInFile, kPlaced } chunkStep = kGathered;
   u64 chunkPosition = 0;  // where it lies in the file
   // Made by the track and given to "stbl" at the end, when it is known which of them the track has.
-  std::unique_ptr<CCompositionOffsetBox> compositionOffset;
   std::unique_ptr<CChunkOffsetBox> chunkOffset;
   std::unique_ptr<CChunkLargeOffsetBox> chunkLargeOffset;
   std::unique_ptr<CSyncSampleBox> syncSample;
