@@ -16,7 +16,7 @@ Bytes NestedBoxes(u32 levels, Bytes bytes = {}) {
 // Whatever can be read can be printed, with any indent.
 TEST(Nesting, IsBoundedAt64Levels) {
   const Bytes iod = Descriptor(16, Bytes().U16(0x004F).Zeros(5).Add(Descriptor(65)));
-  const Bytes config = Descriptor(4, Bytes().Zeros(13));
+  const Bytes config = Descriptor(4, Bytes().U16(1).Zeros(11));
   const Bytes esds =
       FullBox("esds", 0, 0, Descriptor(3, Bytes().Zeros(3).Add(config).Add(Descriptor(6, {2}))));
   const std::tuple<Bytes, u32, Mp4Result> rows[] = {
