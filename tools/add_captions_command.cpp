@@ -16,7 +16,7 @@ namespace kt {
 namespace {
 
 struct AddCaptionsArguments {
-  std::string file;
+  InputChoice input;
   std::string captions;
   CopyTarget target;
   std::optional<FrameRate> rate;
@@ -58,7 +58,7 @@ std::unique_ptr<CaptionTrack> ReadCaptions(const AddCaptionsArguments& arguments
 
 void AddCaptions(const AddCaptionsArguments& arguments) {
   const Notes notes = NotesOf("add-captions");
-  MovieCopy copy(arguments.file, arguments.target, notes);
+  MovieCopy copy(arguments.input, arguments.target, notes);
   auto captions = ReadCaptions(arguments, notes);
   copy.Choose({});
   copy.Add(std::move(captions), arguments.captions);
@@ -75,7 +75,7 @@ void AddAddCaptionsCommand(CLI::App& program) {
   command->add_option("--rate", arguments->rate, "Frames a second that the time codes count: 29.97 or 30")
       ->type_name("RATE")
       ->transform(Words(rates));
-  command->add_option("IN", arguments->file, "The file to copy")->required()->type_name("");
+  AddInputArgument(*command, &arguments->input, "IN");
   command->add_option("CAPTIONS", arguments->captions, "The Scenarist caption file (.scc)")
       ->required()
       ->type_name("");

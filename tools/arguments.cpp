@@ -14,8 +14,13 @@ void Limit(CLI::Option* track) {
 
 }  // namespace
 
-void AddFileArgument(CLI::App& command, std::string* file) {
-  command.add_option("FILE", *file, "The file to read")->required()->type_name("");
+void AddAdaptOption(CLI::App& command, bool* adapt) {
+  command.add_flag("--adapt", *adapt, "Read what other writers make of the format, too");
+}
+
+void AddInputArgument(CLI::App& command, InputChoice* input, const std::string& name) {
+  AddAdaptOption(command, &input->adapt);
+  command.add_option(name, input->name, "The file to read")->required()->type_name("");
 }
 
 void AddTrackOption(CLI::App& command, u32* track) {

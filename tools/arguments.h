@@ -6,6 +6,7 @@
 #include <string>
 
 #include <ktmp4/types.h>
+#include "tools/files/input_file.h"
 
 namespace kt {
 
@@ -23,7 +24,10 @@ CLI::Validator Words(const std::map<std::string, Value>& values) {
   return CLI::Validator(replace, "");
 }
 
-void AddFileArgument(CLI::App& command, std::string* file);
+/// The file to read, with `--adapt`.
+void AddInputArgument(CLI::App& command, InputChoice* input, const std::string& name = "FILE");
+/// `--adapt`, for a command with an argument of its own.
+void AddAdaptOption(CLI::App& command, bool* adapt);
 void AddTrackOption(CLI::App& command, u32* track);
 /// For a command that finds a track by itself.
 void AddTrackOption(CLI::App& command, std::optional<u32>* track);

@@ -25,7 +25,7 @@ namespace {
 enum class CaptionFormat { kText, kSrt, kScc };
 
 struct CaptionsArguments {
-  std::string file;
+  InputChoice input;
   CaptionFormat format = CaptionFormat::kText;
   std::optional<u32> track;
 };
@@ -190,10 +190,12 @@ void PrintPairs(CaptionReader& reader) {
 }
 
 void Captions(const CaptionsArguments& arguments) {
-  InputFile input(arguments.file);
+  InputFile input(arguments.input);
   input.RequireOpen();
   const i64 end = DurationOf(input);
-  CaptionReader reader(input, arguments.track ? *arguments.track : FindCaptions(input));
+  const u32 track = arguments.track ? *arguments.track : FindCaptions(input);
+  CaptionReader reader(input, track);
+  input.TellAdapting(NotesOf("captions"), track);
   if (arguments.format == CaptionFormat::kScc) {
     PrintPairs(reader);
     return;
@@ -213,7 +215,7 @@ void AddCaptionsCommand(CLI::App& program) {
       ->type_name("FORMAT")
       ->transform(Words(formats));
   AddTrackOption(*command, &arguments->track);
-  AddFileArgument(*command, &arguments->file);
+  AddInputArgument(*command, &arguments->input);
   command->footer(
       "Without --track the first track that looks like Line 21 captions is taken.\n"
       "text  each row that is complete, behind its time\n"

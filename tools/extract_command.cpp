@@ -14,7 +14,7 @@ namespace kt {
 namespace {
 
 struct ExtractArguments {
-  std::string file;
+  InputChoice input;
   std::string output;
   u32 track = 0;
 };
@@ -52,12 +52,13 @@ class SampleReader {
 };
 
 void Extract(const ExtractArguments& arguments) {
-  InputFile input(arguments.file);
+  InputFile input(arguments.input);
   input.RequireOpen();
   SampleReader reader(input, arguments.track);
+  input.TellAdapting(NotesOf("extract"), arguments.track);
   const u32 count = reader.Count();
   const Interrupts interrupts;
-  OutputFile output(arguments.output, arguments.file);
+  OutputFile output(arguments.output, arguments.input.name);
   for (u32 sample = 1; sample <= count && sample != 0; ++sample) {
     interrupts.Check();
     reader.CopyTo(output, sample);
@@ -72,7 +73,7 @@ void AddExtractCommand(CLI::App& program) {
       program.add_subcommand("extract", "Write the bytes of all samples of a track to a file");
   const auto arguments = std::make_shared<ExtractArguments>();
   AddTrackOption(*command, &arguments->track);
-  AddFileArgument(*command, &arguments->file);
+  AddInputArgument(*command, &arguments->input);
   command->add_option("OUT", arguments->output, "The file to write")->required()->type_name("");
   command->footer(
       "The samples stand one after the other, as they are, without headers. OUT gets its name only when\n"

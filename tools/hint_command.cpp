@@ -13,7 +13,7 @@ namespace kt {
 namespace {
 
 struct HintArguments {
-  std::string file;
+  InputChoice input;
   CopyTarget target;
   HintWishes wishes;
 };
@@ -76,10 +76,10 @@ std::vector<TrackHinting> PlanHints(const MovieCopy& copy, const HintWishes& wis
 
 void Hint(const HintArguments& arguments) {
   const Notes notes = NotesOf("hint");
-  MovieCopy copy(arguments.file, arguments.target, notes);
+  MovieCopy copy(arguments.input, arguments.target, notes);
   copy.Choose({});
   copy.Examine();
-  const std::string operation = "cannot hint " + Quoted(arguments.file);
+  const std::string operation = "cannot hint " + Quoted(arguments.input.name);
   const std::vector<TrackHinting> plan = PlanHints(copy, arguments.wishes, operation, notes);
   const bool hasScene = copy.Type() == MP4_TYPE_MP4;
   const Scene scene = SceneOf(copy);
@@ -114,7 +114,7 @@ void AddHintCommand(CLI::App& program) {
       ->type_name("N")
       ->check(CLI::Range(1, 64).description(""));
   AddTypeOption(*command, &arguments->target.type);
-  command->add_option("IN", arguments->file, "The file to read")->required()->type_name("");
+  AddInputArgument(*command, &arguments->input, "IN");
   AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
   command->footer(
       "Tracks are copied as by \"ktmp4 remux\"; those of MPEG-4 visual, AAC and Line 21 get a hint track\n"

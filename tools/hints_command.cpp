@@ -16,7 +16,7 @@ namespace kt {
 namespace {
 
 struct HintsArguments {
-  std::string file;
+  InputChoice input;
   std::optional<u32> track;
 };
 
@@ -44,8 +44,9 @@ void DumpHints(InputFile& input, u32 index) {
 }
 
 void Hints(const HintsArguments& arguments) {
-  InputFile input(arguments.file);
+  InputFile input(arguments.input);
   input.RequireOpen();
+  input.TellAdapting(NotesOf("hints"));
   std::vector<u32> tracks;
   if (arguments.track) {
     tracks.push_back(*arguments.track);
@@ -63,7 +64,7 @@ void AddHintsCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("hints", "Print the packets that hint tracks describe");
   const auto arguments = std::make_shared<HintsArguments>();
   AddTrackOption(*command, &arguments->track);
-  AddFileArgument(*command, &arguments->file);
+  AddInputArgument(*command, &arguments->input);
   command->footer(
       "Without --track all hint tracks are printed. Times are in ticks of the hint track's time scale, "
       "which\n"

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <iterator>
@@ -11,6 +12,7 @@
 
 #include "tools/arguments.h"
 #include "tools/commands.h"
+#include "tools/files/adapted_facts.h"
 #include "tools/files/input_file.h"
 #include "tools/terminal/failure.h"
 #include "tools/terminal/standard_streams.h"
@@ -35,6 +37,9 @@ struct TrackFacts {
   u32 format = MP4_FORMAT_UNKNOWN;
   std::optional<std::pair<u32, u32>> picture;
   std::vector<u8> decoderInfo;
+  // Of an adapted file.
+  std::vector<AdaptedEntry> entries;
+  std::optional<AdaptedTrack> adapted;
 };
 
 struct FileFacts {
@@ -42,6 +47,8 @@ struct FileFacts {
   std::optional<u32> timeScale;
   std::optional<Date> created;
   std::vector<TrackFacts> tracks;
+  bool isAdapted = false;
+  std::vector<AdaptedTrack> leftOut;
 };
 
 // What a getter stores, or nothing when it fails.
@@ -86,10 +93,18 @@ TrackFacts GatherTrack(CMp4File& file, u32 index) {
   facts.rate = Ask(*track, &CMp4Track::GetSampleRate);
   facts.channels = Ask(*track, &CMp4Track::GetChannelCount);
   facts.decoderInfo = DecoderInfo(*track);
+  // What the library does not know, the entries themselves tell.
+  facts.entries = AdaptedEntries(file, index);
+  if (facts.entries.empty() || facts.format != MP4_FORMAT_UNKNOWN) return facts;
+  const AdaptedEntry& entry = facts.entries[0];
+  if (entry.width != 0 || entry.height != 0) facts.picture = {entry.width, entry.height};
+  if (entry.channels != 0) facts.channels = static_cast<u16>(std::min(entry.channels, 0xFFFFU));
+  if (entry.sampleRate != 0) facts.rate = entry.sampleRate;
   return facts;
 }
 
-FileFacts Gather(CMp4File& file) {
+FileFacts Gather(InputFile& input) {
+  CMp4File& file = input.File();
   FileFacts facts;
   facts.fileType = Ask(file, &CMp4File::GetFileType).value_or(MP4_TYPE_MP4);
   facts.timeScale = Ask(file, &CMp4File::GetMovieTimeScale);
@@ -99,6 +114,14 @@ FileFacts Gather(CMp4File& file) {
   }
   const u32 count = Ask(file, &CMp4File::GetTrackCount).value_or(0);
   for (u32 index = 1; index <= count; ++index) facts.tracks.push_back(GatherTrack(file, index));
+  facts.isAdapted = input.IsAdapted();
+  for (const AdaptedTrack& track : AdaptedTracks(file)) {
+    if (track.position == 0 || track.position > count) {
+      facts.leftOut.push_back(track);
+    } else {
+      facts.tracks[track.position - 1].adapted = track;
+    }
+  }
   return facts;
 }
 
@@ -142,6 +165,30 @@ class JsonObject {
   std::string m_text;
 };
 
+template <class Values, class Text>
+std::string JsonArray(const Values& values, Text&& text) {
+  std::string array;
+  for (const auto& value : values) array += (array.empty() ? "" : ",") + text(value);
+  return "[" + array + "]";
+}
+
+std::string EntryJson(const AdaptedEntry& entry) {
+  JsonObject json;
+  json.Add("code", JsonText(CodeText(entry.code))).Add("name", JsonText(CodingName(entry.code)));
+  if (entry.width != 0 || entry.height != 0) json.Add("width", entry.width).Add("height", entry.height);
+  if (entry.channels != 0) json.Add("channels", entry.channels);
+  if (entry.sampleRate != 0) json.Add("sampleRate", entry.sampleRate);
+  return json.Finish();
+}
+
+// What adapting did to a track, the reason first where it was left out.
+std::string AdaptedJson(const AdaptedTrack& track) {
+  JsonObject json;
+  json.Add("positionInFile", track.positionInFile).Add("id", track.trackId);
+  json.Add("furtherEdits", track.furtherEdits);
+  return json.Add("notes", JsonArray(NoteTexts(track), JsonText)).Finish();
+}
+
 std::string TrackJson(const TrackFacts& facts) {
   JsonObject json;
   json.Add("index", facts.index).Add("result", facts.result);
@@ -154,7 +201,11 @@ std::string TrackJson(const TrackFacts& facts) {
   if (facts.picture) json.Add("width", facts.picture->first).Add("height", facts.picture->second);
   if (facts.rate) json.Add("sampleRate", facts.rate);
   if (facts.channels) json.Add("channels", facts.channels);
-  return json.Add("decoderInfo", JsonText(Hex(facts.decoderInfo))).Finish();
+  json.Add("decoderInfo", JsonText(Hex(facts.decoderInfo)));
+  if (facts.adapted) {
+    json.Add("entries", JsonArray(facts.entries, EntryJson)).Add("adapted", AdaptedJson(*facts.adapted));
+  }
+  return json.Finish();
 }
 
 std::string FileJson(const InputFile& input, const FileFacts& facts) {
@@ -167,9 +218,9 @@ std::string FileJson(const InputFile& input, const FileFacts& facts) {
   json.Add("fileType", facts.fileType);
   json.Add("created", facts.created ? JsonText(DateText(*facts.created, 'T')) : "null");
   json.Add("movieTimeScale", facts.timeScale);
-  std::string tracks;
-  for (const TrackFacts& track : facts.tracks) tracks += (tracks.empty() ? "" : ",") + TrackJson(track);
-  return json.Add("tracks", "[" + tracks + "]").Finish();
+  json.Add("tracks", JsonArray(facts.tracks, TrackJson));
+  if (facts.isAdapted) json.Add("leftOut", JsonArray(facts.leftOut, AdaptedJson));
+  return json.Finish();
 }
 
 // "1 video"; a number beyond the table stands alone.
@@ -190,6 +241,32 @@ void PrintRow(std::string_view label, const std::string& value) {
 template <class Value>
 void PrintNumber(std::string_view label, const std::optional<Value>& value, const std::string& unit = {}) {
   PrintRow(label, value ? std::to_string(*value) + unit : "?");
+}
+
+// "avc1 (H.264), 640 x 360 pixels"
+std::string EntryText(const AdaptedEntry& entry) {
+  std::string text = CodeText(entry.code);
+  if (const std::string name = CodingName(entry.code); !name.empty()) text += " (" + name + ")";
+  if (entry.width != 0 || entry.height != 0) {
+    text += ", " + std::to_string(entry.width) + " x " + std::to_string(entry.height) + " pixels";
+  }
+  if (entry.channels != 0) {
+    text += ", " + std::to_string(entry.channels) + (entry.channels == 1 ? " channel" : " channels");
+  }
+  if (entry.sampleRate != 0) text += ", " + std::to_string(entry.sampleRate) + " Hz";
+  return text;
+}
+
+void PrintAdapting(const TrackFacts& facts) {
+  constexpr std::size_t kMostRows = 10;
+  for (std::size_t i = 0; i < std::min(facts.entries.size(), kMostRows); ++i) {
+    PrintRow("  coded as", EntryText(facts.entries[i]));
+  }
+  if (facts.entries.size() > kMostRows) {
+    PrintRow("  coded as", std::to_string(facts.entries.size() - kMostRows) + " further sample entries");
+  }
+  if (!facts.adapted) return;
+  for (const std::string& text : NoteTexts(*facts.adapted)) PrintRow("  adapted", text);
 }
 
 void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
@@ -218,6 +295,7 @@ void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
   if (facts.rate) PrintNumber("  sample rate", facts.rate, " Hz");
   if (facts.channels) PrintNumber("  channels", facts.channels);
   if (!facts.decoderInfo.empty()) PrintRow("  decoder info", Hex(facts.decoderInfo));
+  PrintAdapting(facts);
 }
 
 void PrintText(const InputFile& input, const FileFacts& facts) {
@@ -232,17 +310,22 @@ void PrintText(const InputFile& input, const FileFacts& facts) {
   PrintNumber("Movie time scale", facts.timeScale, " ticks per second");
   PrintRow("Tracks", std::to_string(facts.tracks.size()));
   for (const TrackFacts& track : facts.tracks) PrintTrack(track, facts.timeScale);
+  for (const AdaptedTrack& track : facts.leftOut) {
+    Print("\nTrack in place " + std::to_string(track.positionInFile) + " of the file\n");
+    PrintNumber("  id", std::optional(track.trackId));
+    for (const std::string& text : NoteTexts(track)) PrintRow("  left out", text);
+  }
 }
 
 struct InfoArguments {
-  std::string file;
+  InputChoice input;
   bool json = false;
 };
 
 void Info(const InfoArguments& arguments) {
-  InputFile input(arguments.file);
+  InputFile input(arguments.input);
   FileFacts facts;
-  if (!input.Result()) facts = Gather(input.File());
+  if (!input.Result()) facts = Gather(input);
   if (arguments.json) {
     Print(FileJson(input, facts) + "\n");
   } else if (!input.Result()) {
@@ -257,11 +340,14 @@ void AddInfoCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("info", "Tell what a file and its tracks are");
   const auto arguments = std::make_shared<InfoArguments>();
   command->add_flag("--json", arguments->json, "Print one line of JSON instead of text");
-  AddFileArgument(*command, &arguments->file);
+  AddInputArgument(*command, &arguments->input);
   command->footer(
       "A track that cannot be opened is listed with its result. Durations are in movie ticks.\n"
       "kind:   1 video, 2 audio, 3 hint, 4 object descriptors, 5 scene description, 6 text, 0 unknown\n"
       "format: 1 mp4v, 2 mp4a, 3 mp4s, 4 s263, 5 sawb, 6 samr, 0 unknown\n"
+      "With --adapt each sample entry is named as it stands in the file, and what adapting did to a track "
+      "is\n"
+      "told, also of tracks that were left out.\n"
       "With --json a refused file gives {\"file\":...,\"result\":6,...} on standard output, besides the\n"
       "message and exit code 1; what a file does not tell is null.");
   command->callback([arguments] { Info(*arguments); });

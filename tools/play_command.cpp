@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "filter/logic/seeking.h"
+#include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/files/input_file.h"
 #include "tools/files/sample_claims.h"
@@ -29,6 +30,7 @@ struct PlayArguments {
   std::string name;
   std::string captions = "on";
   double from = 0;
+  bool adapt = false;
   bool realtime = false;
   bool extract = false;
   bool quiet = false;
@@ -129,8 +131,15 @@ u64 Load(CReaderSource& source, const std::string& name) {
   }
   if (!IsFailure(result)) return FileSize(parsed.path);
   // The source keeps the result of the library to itself.
-  InputFile(parsed.path).RequireOpen();
+  InputFile({parsed.path, source.Switches().m_adapt}).RequireOpen();
   throw Failure(operation);
+}
+
+// What adapting did, which the source keeps to itself as well.
+void TellAdapting(const std::string& name) {
+  SourceName parsed;
+  if (IsFailure(ParseSourceName(name.c_str(), &parsed))) return;
+  InputFile({parsed.path, true}).TellAdapting(NotesOf("play"));
 }
 
 // Pins deliver what their tracks claim, so the claims are held against the file first.
@@ -138,6 +147,7 @@ void RequireClaims(const CReaderSource& source, u64 fileSize, const std::string&
   u32 number = 0;
   for (const auto& pin : source.Pins()) {
     ++number;
+    if (pin->IsAdapted()) continue;  // held against the file sample by sample
     const std::string what = "pin " + std::to_string(number) + " of " + Quoted(name);
     pin->WithPosition([&](CMp4Track* track, const PinPosition&) {
       if (track != nullptr) RequireSamplesFit(*track, fileSize, what);
@@ -181,8 +191,9 @@ void PrintPin(const HeadlessPin& pin) {
   if (IsFailure(pin.Connection())) {
     return Print(std::string("  not connected: ") + FilterResultName(pin.Connection()) + "\n");
   }
-  Print("  connected with type 0, " + Counted(pin.Buffers().count, "buffer", "buffers") + " of " +
-        std::to_string(pin.Buffers().size) + " bytes\n");
+  Print((pin.HasType() ? "  connected with type 0, " : "  connected, though no type is its own, ") +
+        Counted(pin.Buffers().count, "buffer", "buffers") + " of " + std::to_string(pin.Buffers().size) +
+        " bytes\n");
 }
 
 // Takes the samples of all pins in the order of their start times.
@@ -260,7 +271,9 @@ void Play(const PlayArguments& arguments) {
   LoadHost host;
   CReaderSource source(host);
   source.SetCaptionMode(arguments.captions);
+  source.SetAdapt(arguments.adapt);
   const u64 fileSize = Load(source, arguments.name);
+  if (source.Switches().m_adapt) TellAdapting(arguments.name);
   RequireClaims(source, fileSize, arguments.name);
   if (arguments.extract) source.SetForExtractor(true);
   PlayOutput output(arguments.quiet);
@@ -315,6 +328,7 @@ void AddPlayCommand(CLI::App& program) {
       ->type_name("MODE")
       ->check(CLI::IsMember({"on", "off", "text", "on_ovl"}, CLI::ignore_case))
       ->capture_default_str();
+  AddAdaptOption(*command, &arguments->adapt);
   command->add_flag("--realtime", arguments->realtime, "Deliver each sample when its time has come");
   command->add_flag("--extract", arguments->extract, "Extractor use: samples are delivered empty");
   command->add_flag("--quiet", arguments->quiet, "Print what was loaded and the summary, no samples");
@@ -329,8 +343,8 @@ void AddPlayCommand(CLI::App& program) {
       "complete, at its time in the file; their samples are empty and have no stamps. Texts that ride in\n"
       "video samples have a line each, at their sample's start.\n"
       "In a URL a drive letter and a path stand behind the scheme, then parameters behind \"&\",\n"
-      "where cc takes the place of --cc:\n"
-      "  ktmp4file://c:/media/clip.mp4&cc=off&forextractoruse=1\n"
+      "where cc takes the place of --cc, and adapt of --adapt:\n"
+      "  ktmp4file://c:/media/clip.mp4&cc=off&adapt=on&forextractoruse=1\n"
       "names the file c:/media/clip.mp4, which is of use on Windows; elsewhere a plain name is the usual\n"
       "way.");
   command->callback([arguments] { Play(*arguments); });

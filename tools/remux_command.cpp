@@ -12,13 +12,13 @@ namespace kt {
 namespace {
 
 struct RemuxArguments {
-  std::string file;
+  InputChoice input;
   CopyTarget target;
   std::vector<u32> tracks;
 };
 
 void Remux(const RemuxArguments& arguments) {
-  MovieCopy copy(arguments.file, arguments.target, NotesOf("remux"));
+  MovieCopy copy(arguments.input, arguments.target, NotesOf("remux"));
   copy.Choose(arguments.tracks);
   copy.Write();
 }
@@ -42,14 +42,16 @@ void AddRemuxCommand(CLI::App& program) {
       ->type_name("N")
       ->allow_extra_args(false)
       ->check(CLI::Range(1U, std::numeric_limits<u32>::max()).description(""));
-  command->add_option("IN", arguments->file, "The file to read")->required()->type_name("");
+  AddInputArgument(*command, &arguments->input, "IN");
   AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
   command->footer(
       "Tracks of MPEG-4 visual, AAC, H.263, AMR and Line 21 can be written. Without --track all of these "
       "are\n"
       "copied, and standard error says which others are left out and why. Without --type the name of OUT\n"
       "decides. Samples, times, sync flags, decoder set-up, dates and copyright notices stay as they are;\n"
-      "edits and start delays, and the first decoding time of a track, are not kept. Standard error says\n"
+      "edits and start delays, and the first decoding time of a track, are not kept. With --adapt edits "
+      "act,\n"
+      "and tracks that start late do so in the copy. Standard error says\n"
       "when a track loses its language, its matrix or the name of its handler.\n"
       "OUT gets its name only when it is complete; until then a file that has the name already stays as it\n"
       "is.");

@@ -14,7 +14,7 @@ namespace kt {
 namespace {
 
 struct SamplesArguments {
-  std::string file;
+  InputChoice input;
   u32 track = 0;
 };
 
@@ -56,17 +56,22 @@ void PrintSample(CMp4Track& track, u32 sample, const std::string& file) {
 }
 
 void Samples(const SamplesArguments& arguments) {
-  InputFile input(arguments.file);
+  InputFile input(arguments.input);
   input.RequireOpen();
   const TrackHandle track = input.OpenTrack(arguments.track);
   u32 count = 0;
   if (const Mp4Result result = track->GetSampleCount(&count)) {
-    throw ResultFailure("cannot count the samples of " + Quoted(arguments.file), result);
+    throw ResultFailure("cannot count the samples of " + Quoted(arguments.input.name), result);
   }
-  RequireSamplesFit(*track, input.Size(),
-                    "track " + std::to_string(arguments.track) + " of " + Quoted(arguments.file));
+  // Of an adapted file the count is in proportion to the file, and its end may be missing.
+  if (!input.IsAdapted()) {
+    RequireSamplesFit(*track, input.Size(),
+                      "track " + std::to_string(arguments.track) + " of " + Quoted(arguments.input.name));
+  }
+  input.TellAdapting(NotesOf("samples"), arguments.track);
   Print("sample,size,dts,cts,sync\n");
-  for (u32 sample = 1; sample <= count && sample != 0; ++sample) PrintSample(*track, sample, arguments.file);
+  for (u32 sample = 1; sample <= count && sample != 0; ++sample)
+    PrintSample(*track, sample, arguments.input.name);
 }
 
 }  // namespace
@@ -75,7 +80,7 @@ void AddSamplesCommand(CLI::App& program) {
   CLI::App* command = program.add_subcommand("samples", "List the samples of a track as CSV");
   const auto arguments = std::make_shared<SamplesArguments>();
   AddTrackOption(*command, &arguments->track);
-  AddFileArgument(*command, &arguments->file);
+  AddInputArgument(*command, &arguments->input);
   command->footer(
       "Columns:\n"
       "  sample  counted from 1\n"

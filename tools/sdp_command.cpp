@@ -16,7 +16,7 @@ namespace kt {
 namespace {
 
 struct SdpArguments {
-  std::string file;
+  InputChoice input;
   bool full = false;
   u32 port = 5004;  // RFC 3551, 8
 };
@@ -72,9 +72,9 @@ std::string WithPort(const std::string& block, u32 port) {
 }
 
 void PrintSessionDescription(const SdpArguments& arguments) {
-  InputFile input(arguments.file);
+  InputFile input(arguments.input);
   input.RequireOpen();
-  const std::string operation = "cannot read the session description of " + Quoted(arguments.file);
+  const std::string operation = "cannot read the session description of " + Quoted(arguments.input.name);
   const std::string movie = TextOf(operation, input.Size(), [&](char* buffer, u32 size) {
     return input.File().GetMovieSdp(buffer, size);
   });
@@ -85,13 +85,14 @@ void PrintSessionDescription(const SdpArguments& arguments) {
                             [&](char* buffer, u32 size) { return track->GetTrackSdp(buffer, size); }));
   }
   if (movie.empty() && std::ranges::all_of(blocks, &std::string::empty)) {
-    throw Failure("there is no session description in " + Quoted(arguments.file));
+    throw Failure("there is no session description in " + Quoted(arguments.input.name));
   }
   if (arguments.port + 2 * u64{blocks.size()} > 65536) {
-    throw Failure("cannot number the streams of " + Quoted(arguments.file) + ": there are no ports for " +
-                  std::to_string(blocks.size()) + " from " + std::to_string(arguments.port) + " on");
+    throw Failure("cannot number the streams of " + Quoted(arguments.input.name) +
+                  ": there are no ports for " + std::to_string(blocks.size()) + " from " +
+                  std::to_string(arguments.port) + " on");
   }
-  Print(arguments.full ? WholeSession(arguments.file, movie) : movie);
+  Print(arguments.full ? WholeSession(arguments.input.name, movie) : movie);
   u32 port = arguments.port;
   for (const std::string& block : blocks) {
     Print(arguments.full ? WithPort(block, port) : block);
@@ -110,7 +111,7 @@ void AddSdpCommand(CLI::App& program) {
       ->type_name("N")
       ->needs(full)
       ->check(CLI::Range(1, 65534).description(""));
-  AddFileArgument(*command, &arguments->file);
+  AddInputArgument(*command, &arguments->input);
   command->footer(
       "The block of the movie and the blocks of the hint tracks, as they stand in the file (RFC 4566). "
       "--full\n"

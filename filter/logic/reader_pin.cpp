@@ -105,6 +105,21 @@ bool CReaderPin::LearnDecoderInfo() {
   return true;
 }
 
+void CReaderPin::Adapt(const AdaptedEntry& entry) {
+  m_isAdapted = true;
+  if (!m_track || m_format != PIN_FORMAT_UNKNOWN) return;
+  m_width = static_cast<u16>(entry.width);
+  m_height = static_cast<u16>(entry.height);
+  m_sampleRate = entry.sampleRate;
+  m_channels = entry.channels;
+  const std::lock_guard lock(m_trackLock);
+  for (u32 sample = 1; sample <= m_sampleCount && sample != 0; ++sample) {
+    u32 size = 0;
+    if (m_track->GetSampleSize(sample, &size)) return;
+    m_largestSample = std::max(m_largestSample, size);
+  }
+}
+
 CMp4Track* CReaderPin::LoseTrack() {
   const std::lock_guard lock(m_trackLock);
   return std::exchange(m_track, nullptr);
@@ -235,6 +250,7 @@ FilterResult CReaderPin::DecideBufferSize(BufferRequest* request) const {
     default:
       break;
   }
+  if (m_kind != PIN_LINE21) size = std::max<u64>(size, m_largestSample);
   // The room for the stamp is there in every case, also for types without one.
   size += kStampSize;
   if (size > kLargestBlock) return FilterResult::OutOfMemory;

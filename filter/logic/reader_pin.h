@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include <ktmp4/adapting_file.h>
 #include <ktmp4/mp4_track.h>
 #include "filter/logic/filter_result.h"
 #include "filter/logic/media_type.h"
@@ -65,6 +66,10 @@ class CReaderPin {
   /// Learns from `track`, which the file goes on owning. 0, or 1 when the track does not tell what is needed;
   /// the pin is then usable with what was learned until then.
   u32 SetTrack(CMp4Track* track);
+  /// Behind `SetTrack`, for a track of an adapted file: `entry` is what it says of its samples. Where they
+  /// are coded in a way that the pin does not know, it gives them all the same, in buffers for the largest
+  /// one.
+  void Adapt(const AdaptedEntry& entry);
   /// Forgets the track, whose file is about to go, and hands it out to be closed; null when there is none.
   /// Whatever needs it fails from now on.
   CMp4Track* LoseTrack();
@@ -114,6 +119,7 @@ class CReaderPin {
   const std::string& Name() const { return m_name; }
   PinKind Kind() const { return m_kind; }
   PinFormat Format() const { return m_format; }
+  bool IsAdapted() const { return m_isAdapted; }
   u32 SampleCount() const { return m_sampleCount; }
   /// Media ticks per second.
   u32 TimeScale() const { return m_timeScale; }
@@ -145,6 +151,8 @@ class CReaderPin {
   u32 m_timeScale = 0;
   PinKind m_kind = PIN_UNKNOWN;
   PinFormat m_format = PIN_FORMAT_UNKNOWN;
+  bool m_isAdapted = false;
+  u32 m_largestSample = 0;  // of an adapted track of an unknown format
   u16 m_width = 0;
   u16 m_height = 0;
   u32 m_sampleRate = 0;

@@ -59,9 +59,14 @@ FilterResult CReaderSource::Load(const char* name, std::wstring givenName) {
   return FilterResult::Ok;
 }
 
+Mp4Result CReaderSource::CreateFile(CMp4File** file) const {
+  if (m_createFile) return m_createFile(file);
+  return Switches().m_adapt ? CreateAdaptingMp4File(file) : CreateMp4File(file);
+}
+
 FilterResult CReaderSource::OpenFile(const std::string& path) {
   CMp4File* created = nullptr;
-  if (m_createFile(&created)) return FilterResult::Fail;
+  if (CreateFile(&created)) return FilterResult::Fail;
   m_file.reset(created);
   if (m_file->Open(path.c_str(), MP4_MODE_READ, MP4_TYPE_MP4)) {
     m_file.reset();
@@ -101,7 +106,7 @@ FilterResult CReaderSource::LoadTrack(u32 trackNumber) {
   const bool wanted = kind && (*kind != MP4_KIND_TEXT || switches.m_captionOverlay || switches.m_captionText);
   const TrackSort sort = SortOf(kind.value_or(MP4_KIND_UNKNOWN));
   if (wanted) m_tables.m_trackType[index] = sort.type;
-  if (wanted && sort.pinName) return MakePin(track, sort.type, sort.pinName);
+  if (wanted && sort.pinName) return MakePin(track, trackNumber, sort.type, sort.pinName);
   GiveBack(track);
   return FilterResult::Ok;
 }
@@ -128,7 +133,8 @@ std::optional<u32> CReaderSource::ReadFacts(CMp4Track* track, u32 index) {
   return kind;
 }
 
-FilterResult CReaderSource::MakePin(CMp4Track* track, ReaderTrackType type, const char* name) {
+FilterResult CReaderSource::MakePin(CMp4Track* track, u32 trackNumber, ReaderTrackType type,
+                                    const char* name) {
   m_hasVideo |= type == READER_TRACK_VIDEO;
   m_hasAudio |= type == READER_TRACK_AUDIO;
   m_hasLine21 |= type == READER_TRACK_LINE21;
@@ -139,6 +145,10 @@ FilterResult CReaderSource::MakePin(CMp4Track* track, ReaderTrackType type, cons
   CReaderPin& pin = *m_pins.back();
   // A pin whose track tells too little stays, and readers rely on it; it then delivers nothing.
   static_cast<void>(pin.SetTrack(track));
+  AdaptedEntry entry;
+  if (Locked([&] { return GetAdaptedEntry(m_file.get(), trackNumber, 1, &entry); }) == MP4_OK) {
+    pin.Adapt(entry);
+  }
   if (m_pins.size() == 1) {
     pin.SetSeekMaster(true);
     m_settings.With([&](Settings& settings) { settings.seekPin = &pin; });

@@ -66,7 +66,8 @@ class CReaderSource {
   /// Makes a file object; replaced in tests.
   using FileFactory = std::function<Mp4Result(CMp4File**)>;
 
-  explicit CReaderSource(ReaderHost& host, FileFactory createFile = CreateMp4File);
+  /// Without a factory the file is made by `CreateMp4File`, or `CreateAdaptingMp4File` where that is wished.
+  explicit CReaderSource(ReaderHost& host, FileFactory createFile = {});
   CReaderSource(const CReaderSource&) = delete;
   CReaderSource& operator=(const CReaderSource&) = delete;
   /// Gives the tracks of all pins back, then closes the file. No worker may run any more.
@@ -78,6 +79,11 @@ class CReaderSource {
   /// What the URL parameter `forextractoruse` sets, for a host with a switch of its own.
   void SetForExtractor(bool forExtractor) {
     m_settings.With([&](Settings& settings) { settings.switches.m_forExtractor = forExtractor; });
+  }
+
+  /// What the URL parameter `adapt` sets; to be told before `Load`.
+  void SetAdapt(bool adapt) {
+    m_settings.With([&](Settings& settings) { settings.switches.m_adapt = adapt; });
   }
 
   /// What the URL parameter `cc` sets, likewise; to be told before `Load`, where a URL sets it anew.
@@ -132,7 +138,8 @@ class CReaderSource {
   FilterResult LoadTrack(u32 trackNumber);
   /// Fills the tables but for the track's type; returns its `Mp4TrackKind`, none when it can not be read.
   std::optional<u32> ReadFacts(CMp4Track* track, u32 index);
-  FilterResult MakePin(CMp4Track* track, ReaderTrackType type, const char* name);
+  FilterResult MakePin(CMp4Track* track, u32 trackNumber, ReaderTrackType type, const char* name);
+  Mp4Result CreateFile(CMp4File** file) const;
   /// Makes a pin and has the host make its own around it; false, with neither, when there is no memory.
   bool OfferPin(const char* name);
   void GiveBack(CMp4Track* track);

@@ -165,7 +165,8 @@ FilterResult CSampleDelivery::Stamp(const Taken& taken, MediaSample& sample) {
         span = 160;
         break;
       default:
-        return FilterResult::False;
+        if (!m_pin.IsAdapted()) return FilterResult::False;
+        break;
     }
   }
   // The number of the sample plus the length of one in ticks: unlike units, as readers expect them.

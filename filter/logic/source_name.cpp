@@ -60,6 +60,9 @@ void ApplyUrlParameters(const UrlParameterStore& parameters, SourceSwitches* swi
 
   ApplyCaptionMode(parameters.GetString("cc"), switches);
   if (parameters.GetInt("forextractoruse", &number)) switches->m_forExtractor = number != 0;
+  if (const std::string word = parameters.GetString("adapt"); !word.empty()) {
+    switches->m_adapt = EqualsWithoutCase(word, "on");
+  }
 }
 
 }  // namespace kt

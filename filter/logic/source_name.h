@@ -43,6 +43,8 @@ struct SourceSwitches {
   bool m_forExtractor = false;
   /// The newer of the two mixing renderers must not be used. Once set it stays.
   bool m_vmr9Dropped = false;
+  /// The file is read as `CreateAdaptingMp4File` reads it.
+  bool m_adapt = false;
 
   bool operator==(const SourceSwitches&) const = default;
 };
@@ -51,7 +53,7 @@ struct SourceSwitches {
 /// else the bytes as they are.
 void ApplyCaptionMode(std::string_view word, SourceSwitches* switches);
 
-/// Takes over `vmr9`, `cc` and `forextractoruse`.
+/// Takes over `vmr9`, `cc`, `forextractoruse` and `adapt`, which is "on", capitals or not, or off.
 void ApplyUrlParameters(const UrlParameterStore& parameters, SourceSwitches* switches);
 
 }  // namespace kt

@@ -1,17 +1,16 @@
 #!/usr/bin/env python3
 """Compares what the program reads from adapted files with what ffprobe reads from them.
 
-usage: compare_adapted.py KTMP4 WRITE_ADAPTED FILE_OR_FOLDER...
+usage: compare_adapted.py KTMP4 FILE_OR_FOLDER...
 
-WRITE_ADAPTED makes a file that the strict reader takes: the bytes of the file inside of a "free" box and the image
-behind it. Every sample of every track: size, sync flag and bytes, and times that differ from those of ffprobe by one
-constant over all tracks. ffmpeg makes files of its own, with its defaults and with each odd option that it has; files
-of the folder that KTMP4_ADAPT_CORPUS names are compared too.
+Every sample of every track: size, sync flag and bytes, and times that differ from those of ffprobe by one constant over
+all tracks. What `remux --adapt` writes has to be plain: the strict reader finds the same samples in it at the same
+times, and ffprobe the same bytes, with pictures and sound as far apart. ffmpeg makes files of its own, with its
+defaults and with each odd option that it has; files of other programs in the folder corpus-today beside the one that
+KTMP4_CORPUS names are compared too where they stand.
 """
 
-import csv
 import hashlib
-import io
 import json
 import os
 import pathlib
@@ -21,7 +20,8 @@ import sys
 from fractions import Fraction
 from functools import partial
 
-from compare_with_ffprobe import readable_copy, run, run_jobs, samples_in_packet
+from compare_copies import WRITABLE
+from compare_with_ffprobe import ROOT, readable_copy, run, run_jobs, samples_in_packet, samples_of
 
 PACKET = "packet=stream_index,pts,dts,size,flags,data_hash"
 MEDIA = {".mp4", ".3gp", ".m4a", ".m4b", ".mov"}
@@ -54,10 +54,10 @@ def compare_track(samples, data, stream, scale):
     rest, offset, distances = samples, 0, set()
     packets = without_hidden_end(stream["packets"], len(samples))
     for packet in packets:
-        if not rest and data is not None:
+        if not rest:
             raise AssertionError(f"ffprobe finds more than {len(samples)} samples: {len(packets)}")
         size = int(packet["size"])
-        if data is None and (packet is packets[-1] or not rest):
+        if data is None and packet is packets[-1]:
             return distances
         count = samples_in_packet(rest, size)
         first = rest[0]
@@ -77,49 +77,77 @@ def compare_track(samples, data, stream, scale):
     return distances
 
 
-def samples_and_bytes(ktmp4, file, track, place):
-    """The samples and the bytes of all of them. Where the file ends ahead of the last one: those up to there, and
-    None."""
-    listed = subprocess.run([ktmp4, "samples", "--track", str(track), file], capture_output=True)
-    is_cut = listed.returncode == 1 and b"the file has" in listed.stderr
-    if listed.returncode != 0 and not is_cut:
-        raise RuntimeError(listed.stderr.decode())
-    rows = csv.DictReader(io.StringIO(listed.stdout.decode()))
-    samples = [{key: int(value) for key, value in row.items()} for row in rows]
-    if is_cut or not samples:
-        return samples, None if is_cut else b""
-    run(ktmp4, "extract", "--track", track, file, place)
-    return samples, place.read_bytes()
+def bytes_of(ktmp4, file, track, place):
+    """The bytes of all samples; None where the file ends ahead of the last one."""
+    try:
+        run(ktmp4, "extract", "--adapt", "--track", track, file, place)
+        return place.read_bytes()
+    except RuntimeError as failure:
+        if "MP4_FILE_IO" not in str(failure) and "and the file has" not in str(failure):
+            raise
+        return None
 
 
-def compare_file(ktmp4, write_adapted, file, folder):
-    adapted = folder / "adapted.mp4"
-    run(write_adapted, file, adapted)
-    tracks = {track["id"]: track for track in json.loads(run(ktmp4, "info", "--json", adapted))["tracks"]}
+def require_near(distances, what):
+    """All of these distances in seconds, by track, have to be the same."""
+    if distances and max(distances) - min(distances) > Fraction(1, 10000):
+        told = ", ".join(f"{float(distance):.6f} s in track {number}" for distance, number in sorted(distances.items()))
+        raise AssertionError(f"{what} differ by {told}")
+
+
+def compare_copy(ktmp4, file, tracks, folder):
+    """Copies the tracks that can be, and reads the copy without adapting it."""
+    copy = folder / "copy.mp4"
+    run(ktmp4, "remux", "--adapt", *(part for track in tracks for part in ("--track", track["index"])), file, copy)
+    copied = json.loads(run(ktmp4, "info", "--json", copy))["tracks"]
+    streams = streams_of(copy)
+    distances = {}
+    for before, after in zip(tracks, copied, strict=True):
+        ours = samples_of(ktmp4, copy, after["index"])
+        theirs = samples_of(ktmp4, file, before["index"], "--adapt")
+        theirs[0]["dts"] = 0
+        if ours != theirs:
+            raise AssertionError(f"track {before['id']}: its copy has other samples")
+        packets = streams[after["id"]]["packets"]
+        if sum(int(packet["size"]) for packet in packets) != sum(sample["size"] for sample in theirs):
+            raise AssertionError(f"track {before['id']}: ffprobe finds other bytes in its copy")
+        first = Fraction(packets[0]["pts"]) * Fraction(streams[after["id"]]["time_base"])
+        distances[first - Fraction(theirs[0]["cts"], before["timeScale"])] = before["id"]
+    require_near(distances, "times of the copy")
+
+
+def compare_file(ktmp4, file, folder):
+    tracks = {track["id"]: track for track in json.loads(run(ktmp4, "info", "--adapt", "--json", file))["tracks"]}
     try:
         streams = streams_of(file)
     except RuntimeError:
         streams = streams_of(readable_copy(file, folder))
     if tracks.keys() != streams.keys():
         raise AssertionError(f"tracks {sorted(tracks)}, ffprobe says {sorted(streams)}")
-    total, distances = 0, {}
+    total, distances, whole = 0, {}, []
     for number, track in tracks.items():
-        samples, data = samples_and_bytes(ktmp4, adapted, track["index"], folder / "samples")
+        samples = samples_of(ktmp4, file, track["index"], "--adapt")
+        data = b""
+        if samples:
+            data = bytes_of(ktmp4, file, track["index"], folder / "samples")
+        if data and streams[number].get("codec_name") in WRITABLE and streams[number]["codec_tag_string"] != "enca":
+            whole.append(track)
         try:
             for distance in compare_track(samples, data, streams[number], track["timeScale"]):
                 distances.setdefault(distance, number)
         except AssertionError as difference:
             raise AssertionError(f"track {number}, {difference}") from None
         total += len(samples)
-    if distances and max(distances) - min(distances) > Fraction(1, 10000):
-        told = ", ".join(f"{float(distance):.6f} s in track {number}" for distance, number in sorted(distances.items()))
-        raise AssertionError(f"times differ by {told}")
+    require_near(distances, "times")
+    if whole:
+        compare_copy(ktmp4, file, whole, folder)
     return total
 
 
 def media_files(names):
-    corpus = os.environ.get("KTMP4_ADAPT_CORPUS")
-    for path in map(pathlib.Path, [*names, *([corpus] if corpus else [])]):
+    strict = pathlib.Path(os.environ.get("KTMP4_CORPUS") or ROOT.parent / "shared" / "corpus")
+    corpus = strict.parent / "corpus-today"
+    for path in [*map(pathlib.Path, names), *([corpus] if corpus.is_dir() else [])]:
         yield from sorted(file for file in path.iterdir() if file.suffix in MEDIA) if path.is_dir() else [path]
 
 
@@ -173,12 +201,12 @@ def ffmpeg_makes(recipe, file):
     return True
 
 
-def compare_made(ktmp4, write_adapted, name, folder):
+def compare_made(ktmp4, name, folder):
     file = folder / name
-    return compare_file(ktmp4, write_adapted, file, folder) if ffmpeg_makes(RECIPES[name], file) else 0
+    return compare_file(ktmp4, file, folder) if ffmpeg_makes(RECIPES[name], file) else 0
 
 
-def compare_muxed(ktmp4, write_adapted, muxer, folder):
+def compare_muxed(ktmp4, muxer, folder):
     """The same samples once more, through a muxer of GStreamer."""
     source, file = folder / "source.mp4", folder / "muxed.mp4"
     ffmpeg_makes(RECIPES["defaults.mp4"], source)
@@ -186,16 +214,16 @@ def compare_muxed(ktmp4, write_adapted, muxer, folder):
     pipeline = (f"filesrc location={source} ! qtdemux name=d {muxer} name=m ! filesink location={file} "
                 f"d.video_0 ! {queue} ! m.video_0 d.audio_0 ! {queue} ! m.audio_0")
     run("gst-launch-1.0", "-q", "-e", *pipeline.split(), timeout=60)
-    return compare_file(ktmp4, write_adapted, file, folder)
+    return compare_file(ktmp4, file, folder)
 
 
 def main():
-    programs = sys.argv[1:3]
-    jobs = [(file.name, partial(compare_file, *programs, file)) for file in media_files(sys.argv[3:])]
-    jobs += [(name, partial(compare_made, *programs, name)) for name in RECIPES]
+    ktmp4, *names = sys.argv[1:]
+    jobs = [(file.name, partial(compare_file, ktmp4, file)) for file in media_files(names)]
+    jobs += [(name, partial(compare_made, ktmp4, name)) for name in RECIPES]
     if shutil.which("gst-launch-1.0") and shutil.which("gst-inspect-1.0"):
         there = subprocess.run(["gst-inspect-1.0", "isomp4"], capture_output=True).returncode == 0
-        jobs += [(muxer, partial(compare_muxed, *programs, muxer)) for muxer in MUXERS if there]
+        jobs += [(muxer, partial(compare_muxed, ktmp4, muxer)) for muxer in MUXERS if there]
     return run_jobs(jobs, "samples")
 
 

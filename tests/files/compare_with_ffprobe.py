@@ -56,8 +56,8 @@ def packets_of(file):
     return streams
 
 
-def samples_of(ktmp4, file, track):
-    rows = csv.DictReader(io.StringIO(run(ktmp4, "samples", "--track", track, file).decode()))
+def samples_of(ktmp4, file, track, *options):
+    rows = csv.DictReader(io.StringIO(run(ktmp4, "samples", *options, "--track", track, file).decode()))
     return [{key: int(value) for key, value in row.items()} for row in rows]
 
 

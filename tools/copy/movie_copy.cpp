@@ -59,9 +59,10 @@ void RequireFree(const CopyTarget& target) {
 
 }  // namespace
 
-MovieCopy::MovieCopy(const std::string& input, CopyTarget target, Notes notes)
-    : m_target(std::move(target)), m_notes(std::move(notes)), m_input(input), m_inputNames({input}) {
+MovieCopy::MovieCopy(const InputChoice& input, CopyTarget target, Notes notes)
+    : m_target(std::move(target)), m_notes(std::move(notes)), m_input(input), m_inputNames({input.name}) {
   m_input.RequireOpen();
+  m_input.TellAdapting(m_notes);
   RequireFree(m_target);
 }
 
@@ -90,7 +91,7 @@ void MovieCopy::Choose(std::vector<u32> indices) {
     }
     for (u32 index = 1; index <= count; ++index) indices.push_back(index);
   }
-  const MovieDetails details(m_input.Name());
+  const MovieDetails details(m_input);
   for (const u32 index : indices) {
     auto track = TakeTrack(index, details, wanted);
     if (track == nullptr) continue;

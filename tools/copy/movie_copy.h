@@ -25,7 +25,7 @@ class MovieCopy {
  public:
   /// Opens `input` and makes sure that the target's name is free. `notes` takes what a person should know of
   /// what is left out or changed.
-  MovieCopy(const std::string& input, CopyTarget target, Notes notes);
+  MovieCopy(const InputChoice& input, CopyTarget target, Notes notes);
 
   /// Takes the tracks with these indices, which all have to be such as can be written; of an empty list, all
   /// tracks that can be.

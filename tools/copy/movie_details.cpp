@@ -96,7 +96,9 @@ std::string LanguageOf(ByteSpan mediaHeader) {
 }
 
 std::string HandlerName(ByteSpan handler) {
-  const ByteSpan name = From(handler, 24);
+  ByteSpan name = From(handler, 24);
+  // QuickTime counts the letters ahead of them.
+  if (!name.empty() && name[0] + u64{1} == name.size()) name = From(name, 1);
   return {name.begin(), std::ranges::find(name, u8{0})};
 }
 
@@ -109,11 +111,9 @@ bool EnterDescriptor(ByteSpan* bytes, u64 tag) {
   return true;
 }
 
-// Of a sample description (ISO/IEC 14496-1, 7.2.6.5).
-std::optional<u8> ObjectTypeOf(ByteSpan description) {
-  constexpr u64 kSoundFields = 28, kFullBoxFields = 4;
-  const auto entry = BoxAt(From(description, 8), {"mp4a"});
-  const auto info = entry ? BoxAt(From(*entry, kSoundFields), {"esds"}) : std::nullopt;
+// The object type in the payload of "esds" (ISO/IEC 14496-1, 7.2.6.5).
+std::optional<u8> ObjectTypeIn(const std::optional<ByteSpan>& info) {
+  constexpr u64 kFullBoxFields = 4;
   if (!info) return std::nullopt;
   ByteSpan bytes = From(*info, kFullBoxFields);
   if (!EnterDescriptor(&bytes, 3)) return std::nullopt;
@@ -125,6 +125,22 @@ std::optional<u8> ObjectTypeOf(ByteSpan description) {
   bytes = From(bytes, fields);
   if (!EnterDescriptor(&bytes, 4) || bytes.empty()) return std::nullopt;
   return bytes[0];
+}
+
+// Of a sample description.
+std::optional<u8> ObjectTypeOf(ByteSpan description) {
+  constexpr u64 kSoundFields = 28;
+  const auto entry = BoxAt(From(description, 8), {"mp4a"});
+  return entry ? ObjectTypeIn(BoxAt(From(*entry, kSoundFields), {"esds"})) : std::nullopt;
+}
+
+// Of the boxes in a sample entry of whatever file; QuickTime has the one that counts inside of another.
+std::optional<u8> ObjectTypeOf(const AdaptedEntry& entry) {
+  constexpr u32 kMpeg4Sound = 0x6D703461;  // "mp4a"
+  if (entry.code != kMpeg4Sound) return std::nullopt;
+  const ByteSpan boxes(entry.boxes, entry.boxesSize);
+  const auto info = BoxAt(boxes, {"esds"});
+  return ObjectTypeIn(info ? info : BoxAt(boxes, {"wave", "esds"}));
 }
 
 std::vector<u32> SyncSamplesOf(ByteSpan table) {
@@ -169,12 +185,31 @@ bool TrackDetails::IsSync(u32 sampleNumber) const {
   return !syncSamples || std::ranges::binary_search(*syncSamples, sampleNumber);
 }
 
-MovieDetails::MovieDetails(const std::string& file) : m_movie(ReadMovie(file)) {
+MovieDetails::MovieDetails(InputFile& input) : m_input(&input) {
+  try {
+    m_movie = ReadMovie(input.Name());
+  } catch (const Failure&) {
+    if (!input.IsAdapted()) throw;
+  }
   ForEachBox(m_movie, "trak", [&](ByteSpan track) { m_tracks.push_back(track); });
   if (const auto header = BoxAt(m_movie, {"mvhd"})) m_isTransformed = IsTransforming(*header, 36);
 }
 
 TrackDetails MovieDetails::Track(u32 index) const {
+  if (!m_input->IsAdapted()) return DetailsOf(index);
+  TrackDetails details;
+  for (const AdaptedTrack& track : AdaptedTracks(m_input->File())) {
+    if (track.position == index) details = DetailsOf(track.positionInFile);
+  }
+  const std::vector<AdaptedEntry> entries = AdaptedEntries(m_input->File(), index);
+  details.isAdapted = true;
+  details.sampleEntries = static_cast<u32>(entries.size());
+  details.objectType = entries.empty() ? std::nullopt : ObjectTypeOf(entries[0]);
+  details.syncSamples.reset();
+  return details;
+}
+
+TrackDetails MovieDetails::DetailsOf(u32 index) const {
   TrackDetails details;
   if (index == 0 || index > m_tracks.size()) return details;
   const ByteSpan track = m_tracks[index - 1];

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <ktmp4/types.h>
+#include "tools/files/input_file.h"
 
 namespace kt {
 
@@ -22,20 +23,28 @@ struct TrackDetails {
   std::optional<u8> objectType;
   /// The sync samples in rising order; without a table all samples are such.
   std::optional<std::vector<u32>> syncSamples;
+  /// The samples are others than the boxes tell of: of an adapted file, whose sync samples the library tells.
+  bool isAdapted = false;
 
+  /// Of a track that is not adapted.
   bool IsSync(u32 sampleNumber) const;
 };
 
-/// The boxes of a file that the library has opened, read a second time for what it does not tell.
+/// The boxes of a file that the library has opened, read a second time for what it does not tell. Of an
+/// adapted file that is what stands in any file alike; what its boxes do not give is left empty.
 class MovieDetails {
  public:
   /// Throws a `Failure` when the file cannot be read any more.
-  explicit MovieDetails(const std::string& file);
+  explicit MovieDetails(InputFile& input);
 
   /// Of a track that is not there, and for boxes that are missing, the details are empty.
   TrackDetails Track(u32 index) const;
 
  private:
+  // By the place of a track among all that are in the file.
+  TrackDetails DetailsOf(u32 index) const;
+
+  InputFile* m_input;
   std::vector<u8> m_movie;  // the payload of "moov"
   std::vector<std::span<const u8>> m_tracks;
   bool m_isTransformed = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "tools/captions/line21_track.h"
 #include "tools/copy/copyright_copy.h"
@@ -147,7 +148,16 @@ TrackCopy::Sample TrackCopy::Look(u64 sample) {
           m_input->GetSampleCompositionTime(number, &found.compositionTime));
   found.decodingTime -= m_start;
   found.compositionTime -= m_start;
+  // The writer begins with 0. So a track that is to start late begins there with one long sample, which is
+  // shown in its time.
+  if (sample == 1) found.decodingTime = 0;
   return found;
+}
+
+bool TrackCopy::IsSync(u64 sample, u64 compositionTime) const {
+  if (!m_details.isAdapted) return m_details.IsSync(static_cast<u32>(sample));
+  u32 sync = 0;
+  return m_input->FindSyncSample(compositionTime + m_start, &sync) == MP4_OK && sync == sample;
 }
 
 std::vector<u8> TrackCopy::DecoderInfo() {
@@ -220,7 +230,11 @@ bool TrackCopy::LooksLikeMpeg4Visual() {
 
 void TrackCopy::Examine(const Interrupts& interrupts) {
   RequireSamplesFit(*m_input, m_fileSize, m_name);
-  if (m_sampleCount > 0) m_start = Look(1).decodingTime;
+  if (m_sampleCount > 0) {
+    Require("cannot find the decoding time of " + SampleName(1), m_input->GetSampleDecodingTime(1, &m_start));
+  }
+  // The edits of an adapted file act, and its tracks keep their distance.
+  if (m_details.isAdapted) m_delay = std::exchange(m_start, 0);
   Timing timing(" of " + m_name);
   u64 latest = 0;  // of the composition times
   for (u64 number = 1; number <= m_sampleCount; ++number) {
@@ -254,6 +268,10 @@ void TrackCopy::NoteLosses() {
   }
   if (m_start != 0) {
     m_notes(m_name + " starts " + Seconds(m_start, m_timeScale) + " late; the copy starts with the movie");
+  }
+  if (m_delay != 0) {
+    m_notes(m_name + " starts " + Seconds(m_delay, m_timeScale) +
+            " late; so does the copy, where its first sample is decoded at 0");
   }
   u32 rate = 0;
   if (m_kind == MP4_KIND_AUDIO && m_input->GetSampleRate(&rate) == MP4_OK && rate != m_timeScale) {
@@ -312,7 +330,7 @@ Mp4Result TrackCopy::WriteNext() {
   const u64 number = m_next;
   const Sample sample = Look(number);
   ReadInput(number, sample.size);
-  const bool isSync = m_details.IsSync(static_cast<u32>(number));
+  const bool isSync = IsSync(number, sample.compositionTime);
   m_copiedBytes += sample.size;
   if (++m_next <= m_sampleCount) m_nextDecodingTime = Look(m_next).decodingTime;
   return m_output->WriteSample(m_buffer.data(), sample.size, sample.decodingTime, sample.compositionTime,

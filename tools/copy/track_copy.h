@@ -47,7 +47,7 @@ class TrackCopy final : public TrackSource {
  private:
   struct Sample {
     u32 size = 0;
-    // Behind the first sample's decoding time, which the writer drops.
+    // As the copy has them.
     u64 decodingTime = 0;
     u64 compositionTime = 0;
   };
@@ -56,6 +56,7 @@ class TrackCopy final : public TrackSource {
   void Require(const std::string& what, Mp4Result result) const;
   std::string SampleName(u64 sample) const;
   Sample Look(u64 sample);
+  bool IsSync(u64 sample, u64 compositionTime) const;
   std::vector<u8> DecoderInfo();
   std::string FormatObstacle();
   bool LooksLikeMpeg4Visual();
@@ -80,7 +81,8 @@ class TrackCopy final : public TrackSource {
   u64 m_largestSample = 0;
   u32 m_largestSize = 0;
   bool m_isReordered = false;
-  u64 m_start = 0;  // decoding time of the first sample
+  u64 m_start = 0;  // what the copy's times are earlier by: the decoding time of the first sample
+  u64 m_delay = 0;  // that time where the copy keeps it
   u64 m_next = 1;
   u64 m_nextDecodingTime = 0;
   u64 m_copiedBytes = 0;

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "tools/terminal/failure.h"
 
@@ -84,20 +85,49 @@ void TrackCloser::operator()(CMp4Track* track) const {
   static_cast<void>(file->CloseTrack(track));
 }
 
-InputFile::InputFile(const std::string& name) : m_name(name) {
+InputFile::InputFile(InputChoice choice) : m_choice(std::move(choice)) {
   CMp4File* file = nullptr;
-  m_result = CreateMp4File(&file);
+  m_result = m_choice.adapt ? CreateAdaptingMp4File(&file) : CreateMp4File(&file);
   m_file.reset(file);
-  if (m_file == nullptr) throw ResultFailure("cannot open " + Quoted(name), m_result);
-  m_result = m_file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4);
+  if (m_file == nullptr) throw ResultFailure("cannot open " + Quoted(Name()), m_result);
+  m_result = m_file->Open(Name().c_str(), MP4_MODE_READ, MP4_TYPE_MP4);
+}
+
+bool InputFile::IsAdapted() const {
+  u32 count = 0;
+  return GetAdaptedTrackCount(m_file.get(), &count) == MP4_OK;
 }
 
 std::string InputFile::Reason() const {
-  return OpenReason(m_name, m_result);
+  return OpenReason(Name(), m_result) + AdaptHint();
+}
+
+// Told only when a look shows that it is so.
+std::string InputFile::AdaptHint() const {
+  if (m_choice.adapt || !SystemReason(Name()).empty()) return {};
+  return InputFile({Name(), true}).Result() == MP4_OK ? "; --adapt may read it" : "";
+}
+
+void InputFile::TellAdapting(const Notes& notes) {
+  for (const AdaptedTrack& track : AdaptedTracks(*m_file)) Tell(notes, track, ~u32{0});
+}
+
+void InputFile::TellAdapting(const Notes& notes, u32 index) {
+  for (const AdaptedTrack& track : AdaptedTracks(*m_file)) {
+    if (track.position == index) Tell(notes, track, ~kNotesOfEntries);
+  }
+}
+
+void InputFile::Tell(const Notes& notes, const AdaptedTrack& track, u32 wanted) const {
+  const std::string name = track.position != 0
+                               ? "track " + std::to_string(track.position) + " of " + Quoted(Name()) + ": "
+                               : "the track in place " + std::to_string(track.positionInFile) + " of " +
+                                     Quoted(Name()) + " is left out: ";
+  for (const std::string& text : NoteTexts(track, wanted)) notes(name + text);
 }
 
 void InputFile::RequireOpen() const {
-  if (m_result) throw ResultFailure("cannot open " + Quoted(m_name), m_result, Reason());
+  if (m_result) throw ResultFailure("cannot open " + Quoted(Name()), m_result, Reason());
 }
 
 TrackHandle InputFile::OpenTrack(u32 index) {
@@ -108,7 +138,7 @@ TrackHandle InputFile::OpenTrack(u32 index) {
     if (m_file->GetTrackCount(&count) == MP4_OK && index > count) {
       reason = "the file has " + std::to_string(count) + (count == 1 ? " track" : " tracks");
     }
-    throw ResultFailure("cannot open track " + std::to_string(index) + " of " + Quoted(m_name), result,
+    throw ResultFailure("cannot open track " + std::to_string(index) + " of " + Quoted(Name()), result,
                         reason);
   }
   return TrackHandle(track, TrackCloser{m_file.get()});
@@ -117,7 +147,7 @@ TrackHandle InputFile::OpenTrack(u32 index) {
 std::unique_ptr<CMp4HintTrack> InputFile::OpenHintTrack(u32 index) {
   CMp4HintTrack* track = nullptr;
   if (const Mp4Result result = m_file->OpenHintTrack(index, &track)) {
-    const std::string operation = "cannot open hint track " + std::to_string(index) + " of " + Quoted(m_name);
+    const std::string operation = "cannot open hint track " + std::to_string(index) + " of " + Quoted(Name());
     u32 kind = MP4_KIND_UNKNOWN;
     const bool isOther = OpenTrack(index)->GetTrackType(&kind) == MP4_OK && kind != MP4_KIND_HINT;
     throw ResultFailure(operation, result, isOther ? "it is no hint track" : "");
@@ -128,7 +158,7 @@ std::unique_ptr<CMp4HintTrack> InputFile::OpenHintTrack(u32 index) {
 std::vector<u32> InputFile::HintTracks(const Notes& notes) {
   u32 count = 0;
   if (const Mp4Result result = m_file->GetTrackCount(&count)) {
-    throw ResultFailure("cannot count the tracks of " + Quoted(m_name), result);
+    throw ResultFailure("cannot count the tracks of " + Quoted(Name()), result);
   }
   std::vector<u32> found;
   for (u32 index = 1; index <= count; ++index) {

@@ -6,6 +6,7 @@
 
 #include <ktmp4/mp4_file.h>
 #include <ktmp4/mp4_hint_track.h>
+#include "tools/files/adapted_facts.h"
 #include "tools/terminal/notes.h"
 
 namespace kt {
@@ -20,13 +21,22 @@ struct TrackCloser {
 };
 using TrackHandle = std::unique_ptr<CMp4Track, TrackCloser>;
 
+/// Which file a command reads, and how.
+struct InputChoice {
+  std::string name;
+  /// As `CreateAdaptingMp4File` reads it.
+  bool adapt = false;
+};
+
 /// A file that a command reads, with the messages that belong to it. Its tracks are to be closed before it.
 class InputFile {
  public:
   /// Opens the file. That it is refused is no failure yet: see `Result` and `RequireOpen`.
-  explicit InputFile(const std::string& name);
+  explicit InputFile(InputChoice choice);
 
-  const std::string& Name() const { return m_name; }
+  const std::string& Name() const { return m_choice.name; }
+  /// Reads its samples by what adapting has made of it.
+  bool IsAdapted() const;
   Mp4Result Result() const { return m_result; }
   /// What is wrong with a refused file, for a person.
   std::string Reason() const;
@@ -34,7 +44,11 @@ class InputFile {
   void RequireOpen() const;
 
   CMp4File& File() { return *m_file; }
-  u64 Size() const { return FileSize(m_name); }
+  u64 Size() const { return FileSize(Name()); }
+  /// What adapting did to the tracks of the file, in a line each.
+  void TellAdapting(const Notes& notes);
+  /// The same of the samples and times of a track, by its index.
+  void TellAdapting(const Notes& notes, u32 index);
   /// Opens a track by its index, or throws a `Failure`.
   TrackHandle OpenTrack(u32 index);
   /// The same for a hint track.
@@ -43,7 +57,10 @@ class InputFile {
   std::vector<u32> HintTracks(const Notes& notes);
 
  private:
-  std::string m_name;
+  std::string AdaptHint() const;
+  void Tell(const Notes& notes, const AdaptedTrack& track, u32 wanted) const;
+
+  InputChoice m_choice;
   std::unique_ptr<CMp4File> m_file;
   Mp4Result m_result = MP4_OK;
 };

@@ -8,12 +8,19 @@
 namespace kt {
 HeadlessPin::HeadlessPin(u32 number, const CReaderSource& source, CReaderPin& pin,
                          DeliverySurroundings surroundings, u64 fileSize)
-    : m_number(number), m_pin(pin), m_delivery(source, pin, surroundings), m_connection(Connect(fileSize)) {}
+    : m_number(number),
+      m_pin(pin),
+      m_delivery(source, pin, surroundings),
+      m_connection(Connect(fileSize)),
+      m_fileSize(fileSize) {}
 
 FilterResult HeadlessPin::Connect(u64 fileSize) {
   MediaType type;
   if (const FilterResult result = m_pin.GetMediaType(0, &type); IsFailure(result)) return result;
-  if (const FilterResult result = m_pin.CheckMediaType(type); IsFailure(result)) return result;
+  const FilterResult taken = m_pin.CheckMediaType(type);
+  m_hasType = !IsFailure(taken);
+  // Nobody here decodes what there is no type for.
+  if (IsFailure(taken) && !m_pin.IsAdapted()) return taken;
   if (const FilterResult result = m_pin.SetMediaType(type); IsFailure(result)) return result;
   if (const FilterResult result = m_pin.DecideBufferSize(&m_buffers); IsFailure(result)) return result;
   // A few bytes can claim the largest pictures. No sample is larger than the file, but one that is no whole
@@ -33,6 +40,7 @@ i64 HeadlessPin::NextStart() const {
 
 std::optional<DeliveredSample> HeadlessPin::Deliver() {
   m_sample.Reset();
+  if (m_pin.IsAdapted() && ExceedsFile()) return std::nullopt;
   if (m_delivery.FillBuffer(m_sample) != FilterResult::Ok) return std::nullopt;
   DeliveredSample sample = m_sample.Said();
   sample.number = m_pin.Position().m_currentSample;
@@ -41,7 +49,19 @@ std::optional<DeliveredSample> HeadlessPin::Deliver() {
   return sample;
 }
 
+// An adapted file may end ahead of its samples, so what they claim is held against it one by one.
+bool HeadlessPin::ExceedsFile() {
+  u32 size = 0;
+  m_pin.WithPosition([&](CMp4Track* track, const PinPosition& position) {
+    if (track == nullptr || track->GetSampleSize(position.m_currentSample + 1, &size)) size = 0;
+  });
+  m_takenBytes += size;
+  m_exceedsFile = m_takenBytes > m_fileSize;
+  return m_exceedsFile;
+}
+
 std::string HeadlessPin::EarlyEnd() const {
+  if (m_exceedsFile) return "its samples take more bytes than the file has";
   return m_pin.WithPosition([&](CMp4Track* track, const PinPosition& position) {
     return track == nullptr ? std::string() : ReadFailure(*track, position.m_currentSample);
   });

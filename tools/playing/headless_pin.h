@@ -53,6 +53,8 @@ class HeadlessPin {
   CReaderPin& Pin() const { return m_pin; }
   /// What the pin answered to the connection; it delivers when that is no failure.
   FilterResult Connection() const { return m_connection; }
+  /// Whether the pin itself would take the first of its types; one of an adapted file delivers all the same.
+  bool HasType() const { return m_hasType; }
   const BufferRequest& Buffers() const { return m_buffers; }
 
   /// Position in the file at which the next sample starts, in 100 ns units; 0 when the track cannot tell,
@@ -68,6 +70,8 @@ class HeadlessPin {
 
  private:
   FilterResult Connect(u64 fileSize);
+  // Whether the next sample would be more than the file can hold.
+  bool ExceedsFile();
   std::string ReadFailure(CMp4Track& track, u32 sample) const;
 
   const u32 m_number;
@@ -75,9 +79,13 @@ class HeadlessPin {
   CSampleDelivery m_delivery;
   HostSample m_sample;
   BufferRequest m_buffers;
+  bool m_hasType = false;
   FilterResult m_connection;
   u32 m_delivered = 0;
   u64 m_deliveredBytes = 0;
+  const u64 m_fileSize;
+  u64 m_takenBytes = 0;  // of an adapted file
+  bool m_exceedsFile = false;
 };
 
 }  // namespace kt
