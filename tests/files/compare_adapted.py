@@ -130,7 +130,7 @@ def compare_file(ktmp4, file, folder):
         data = b""
         if samples:
             data = bytes_of(ktmp4, file, track["index"], folder / "samples")
-        if data and streams[number].get("codec_name") in WRITABLE and streams[number]["codec_tag_string"] != "enca":
+        if data and track["format"] and streams[number].get("codec_name") in WRITABLE:
             whole.append(track)
         try:
             for distance in compare_track(samples, data, streams[number], track["timeScale"]):

@@ -204,6 +204,9 @@ TEST(Play, TakesUrls) {
   EXPECT_EQ(LinesWith(play("c:/clip.mp4&cc=on"), {"row"}).size(), 3u);
   EXPECT_EQ(LinesWith(play("c:/clip.mp4"), {"row"}).size(), 0u);
   ExpectParts(play("c/clip.mp4&cc=off"), {"1 track, 0 pins\n"});
+  fs::copy_file(Media("refused-btrt.mp4"), folder / "c:/other.mp4");
+  play("c:/other.mp4", 1, {"--adapt may read it"});
+  ExpectParts(play("c:/other.mp4&adapt=on", 0, {"further boxes"}), {"1 track, 1 pin\n"});
   play("d:/clip.mp4", 1, {"MP4_FILE_IO (4): there is no such file"});
 }
 

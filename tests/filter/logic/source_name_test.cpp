@@ -75,26 +75,29 @@ TEST(UrlParameterStore, AnswersByName) {
 
 // Every URL sets the switches of captions; a number that is not named keeps its value.
 TEST(SourceSwitches, AreSetByUrls) {
-  // The caption overlay, the caption text, use by an extractor, the VMR-9 dropped.
-  static constexpr std::tuple<const char*, bool, bool, bool, bool> kRows[] = {
-      {"u", true, false, true, false},
-      {"u&cc=", true, false, true, false},
-      {"u&cc=OFF", false, false, true, false},
-      {"u&cc=On", false, true, true, false},
-      {"u&cc=on_ovl", true, false, true, false},
-      {"u&vmr9=0", true, false, true, true},
-      {"u&vmr9=1", true, false, true, false},
-      {"u&vmr9=", true, false, true, false},
-      {"u&vmr9=word", true, false, true, true},
-      {"u&forextractoruse=0", true, false, false, false},
-      {"u&forextractoruse=", true, false, true, false},
-      {"u&forextractoruse=-1", true, false, true, false}};
-  for (const auto& [url, overlay, text, extractor, vmr9Dropped] : kRows) {
+  // The caption overlay, the caption text, use by an extractor, the VMR-9 dropped, adapting.
+  static constexpr std::tuple<const char*, bool, bool, bool, bool, bool> kRows[] = {
+      {"u", true, false, true, false, true},
+      {"u&cc=", true, false, true, false, true},
+      {"u&cc=OFF", false, false, true, false, true},
+      {"u&cc=On", false, true, true, false, true},
+      {"u&cc=on_ovl", true, false, true, false, true},
+      {"u&vmr9=0", true, false, true, true, true},
+      {"u&vmr9=1", true, false, true, false, true},
+      {"u&vmr9=", true, false, true, false, true},
+      {"u&vmr9=word", true, false, true, true, true},
+      {"u&forextractoruse=0", true, false, false, false, true},
+      {"u&forextractoruse=", true, false, true, false, true},
+      {"u&forextractoruse=-1", true, false, true, false, true},
+      {"u&adapt=On", true, false, true, false, true},
+      {"u&adapt=1", true, false, true, false, false}};
+  for (const auto& [url, overlay, text, extractor, vmr9Dropped, adapt] : kRows) {
     UrlParameterStore store;
     ASSERT_EQ(store.Parse(url), 0u);
-    SourceSwitches switches{!overlay, !text, std::string_view(url) != "u&forextractoruse=-1", false};
+    SourceSwitches switches{!overlay, !text, std::string_view(url) != "u&forextractoruse=-1", false,
+                            std::string_view(url) != "u&adapt=On"};
     ApplyUrlParameters(store, &switches);
-    EXPECT_EQ(switches, (SourceSwitches{overlay, text, extractor, vmr9Dropped})) << url;
+    EXPECT_EQ(switches, (SourceSwitches{overlay, text, extractor, vmr9Dropped, adapt})) << url;
   }
 }
 

@@ -1,0 +1,80 @@
+// What --adapt makes of files that the strict reader refuses, and what is said of it.
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/movie_builder.h"
+#include "tools/program.h"
+
+namespace kt::test {
+namespace {
+
+using Json = nlohmann::json;
+
+// A track whose tables contradict each other; pictures that start half a second late, with a box that the
+// strict reader does not take; Opus.
+Movie MovieOfAnotherWriter() {
+  Movie movie;
+  movie.tracks.resize(3);
+  movie.tracks[0].stts = Stts({{3, 10}});
+  Track& pictures = movie.tracks[1];
+  pictures.tkhd = Tkhd(2, 320, 240, 40);
+  pictures.edts = Edts({{500, -1}, {40, 0}});
+  pictures.hdlr = Hdlr("vide", "name");
+  pictures.stss = Stss({1, 3});
+  const Bytes setUp = Esds(0x20, 4, {0, 0, 1, 0xB0});
+  pictures.stsd =
+      Stsd({VisualEntry("mp4v", 320, 240, Bytes().Add(setUp).Add(Box("btrt", Bytes().Zeros(12))))});
+  Track& sound = movie.tracks[2];
+  sound.tkhd = Tkhd(3, 0, 0, 40);
+  sound.hdlr = Hdlr("soun");
+  sound.mediaHeader = Smhd();
+  sound.stsd = Stsd({AudioEntry("Opus", 2, 48000, Box("dOps", Bytes().Zeros(11)))});
+  return movie;
+}
+
+TEST(Adapt, ReadsARefusedFileAndSaysWhatItDid) {
+  const TempFile file(MovieOfAnotherWriter().Build());
+  ExpectRun({"info", file.Name()}, 1,
+            {"contradict each other, or the file is cut short; --adapt may read it\n"});
+  const Json json = Json::parse(ExpectRun({"info", "--adapt", "--json", file.Name()}));
+  EXPECT_EQ(json.at("leftOut"), Json::parse(R"([{"positionInFile": 1, "id": 1, "furtherEdits": 0,
+    "notes": ["its tables contradict each other"]}])"));
+  EXPECT_EQ(json.at("tracks")[0].at("adapted"),
+            Json::parse(R"({"positionInFile": 2, "id": 2, "furtherEdits": 0,
+    "notes": ["further boxes of its sample entries are left out"]})"));
+  EXPECT_EQ(json.at("tracks")[1].at("entries"),
+            Json::parse(R"([{"code": "Opus", "name": "Opus", "channels": 2,
+    "sampleRate": 48000}])"));
+  ExpectParts(
+      ExpectRun({"info", "--adapt", file.Name()}),
+      {"  coded as        Opus (Opus), 2 channels, 48000 Hz\n", "  left out        its tables contradict"});
+  // Coded in a way that the pin does not know, and delivered all the same.
+  ExpectParts(ExpectRun({"play", "--adapt", file.Name()}, 0, {"the track in place 1 of"}),
+              {"pin 1: 3 of 4 samples delivered", "pin 2: 3 of 4 samples delivered, 6 bytes\n"});
+}
+
+// The copy is plain, and its tracks keep their distance.
+TEST(Adapt, CopiesWhatCanBeWritten) {
+  const TempFolder folder;
+  const TempFile file(MovieOfAnotherWriter().Build());
+  const std::string out = folder / "out.mp4";
+  ExpectRun({"remux", "--adapt", file.Name(), out}, 0,
+            {"track in place 1", "its handler (\"name\")", "0.500 s late; so does the copy", "track 2 of"});
+  EXPECT_EQ(ExpectRun({"samples", "--track", "1", out}),
+            "sample,size,dts,cts,sync\n1,1,0,500,1\n2,2,510,510,0\n3,3,520,520,1\n4,4,530,530,0\n");
+}
+
+// What is there of a file that was cut can be had.
+TEST(Adapt, GoesAsFarAsTheFile) {
+  Track track;
+  track.stsz = Stsz({1, 2, 3, 1'000'000});
+  const TempFile file(MovieOf(track).Build());
+  EXPECT_EQ(Lines(ExpectRun({"samples", "--adapt", "--track", "1", file.Name()})).size(), 5u);
+  ExpectParts(ExpectRun({"play", "--adapt", file.Name()}, 1, {"ended early"}),
+              {"pin 1: 3 of 4 samples delivered, 6 bytes, ended early: its samples take more bytes"});
+}
+
+}  // namespace
+}  // namespace kt::test
