@@ -4,6 +4,7 @@
 #include <fstream>
 #include <initializer_list>
 #include <string_view>
+#include <utility>
 
 #include "tools/terminal/failure.h"
 
@@ -95,10 +96,10 @@ std::string LanguageOf(ByteSpan mediaHeader) {
   return language == "und" ? "" : language;
 }
 
-std::string HandlerName(ByteSpan handler) {
+// QuickTime counts the letters, ahead of them.
+std::string HandlerName(ByteSpan handler, bool mayBeCounted) {
   ByteSpan name = From(handler, 24);
-  // QuickTime counts the letters ahead of them.
-  if (!name.empty() && name[0] + u64{1} == name.size()) name = From(name, 1);
+  if (mayBeCounted && !name.empty() && name[0] + u64{1} == name.size()) name = From(name, 1);
   return {name.begin(), std::ranges::find(name, u8{0})};
 }
 
@@ -185,23 +186,30 @@ bool TrackDetails::IsSync(u32 sampleNumber) const {
   return !syncSamples || std::ranges::binary_search(*syncSamples, sampleNumber);
 }
 
-MovieDetails::MovieDetails(InputFile& input) : m_input(&input) {
+MovieDetails::MovieDetails(InputFile& input) : m_input(input), m_isAdapted(input.IsAdapted()) {
   try {
     m_movie = ReadMovie(input.Name());
   } catch (const Failure&) {
-    if (!input.IsAdapted()) throw;
+    if (!m_isAdapted) throw;
   }
   ForEachBox(m_movie, "trak", [&](ByteSpan track) { m_tracks.push_back(track); });
+  if (m_isAdapted) {
+    // By the index of the library, which does not count those that are left out.
+    std::vector<ByteSpan> present;
+    for (const AdaptedTrack& track : AdaptedTracks(input.File())) {
+      if (track.position == 0) continue;
+      const bool isFound = track.positionInFile <= m_tracks.size();
+      present.push_back(isFound ? m_tracks[track.positionInFile - 1] : ByteSpan());
+    }
+    m_tracks = std::move(present);
+  }
   if (const auto header = BoxAt(m_movie, {"mvhd"})) m_isTransformed = IsTransforming(*header, 36);
 }
 
 TrackDetails MovieDetails::Track(u32 index) const {
-  if (!m_input->IsAdapted()) return DetailsOf(index);
-  TrackDetails details;
-  for (const AdaptedTrack& track : AdaptedTracks(m_input->File())) {
-    if (track.position == index) details = DetailsOf(track.positionInFile);
-  }
-  const std::vector<AdaptedEntry> entries = AdaptedEntries(m_input->File(), index);
+  TrackDetails details = DetailsOf(index);
+  if (!m_isAdapted) return details;
+  const std::vector<AdaptedEntry> entries = AdaptedEntries(m_input.File(), index);
   details.isAdapted = true;
   details.sampleEntries = static_cast<u32>(entries.size());
   details.objectType = entries.empty() ? std::nullopt : ObjectTypeOf(entries[0]);
@@ -216,7 +224,7 @@ TrackDetails MovieDetails::DetailsOf(u32 index) const {
   details.isTransformed = m_isTransformed;
   if (const auto box = BoxAt(track, {"tkhd"})) details.isTransformed |= IsTransforming(*box, 40);
   if (const auto box = BoxAt(track, {"mdia", "mdhd"})) details.language = LanguageOf(*box);
-  if (const auto box = BoxAt(track, {"mdia", "hdlr"})) details.handlerName = HandlerName(*box);
+  if (const auto box = BoxAt(track, {"mdia", "hdlr"})) details.handlerName = HandlerName(*box, m_isAdapted);
   if (const auto box = BoxAt(track, {"mdia", "minf", "stbl", "stsd"})) {
     details.sampleEntries = static_cast<u32>(Number(*box, 4, 4));
     details.objectType = ObjectTypeOf(*box);

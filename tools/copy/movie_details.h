@@ -41,10 +41,11 @@ class MovieDetails {
   TrackDetails Track(u32 index) const;
 
  private:
-  // By the place of a track among all that are in the file.
+  // What its boxes say.
   TrackDetails DetailsOf(u32 index) const;
 
-  InputFile* m_input;
+  InputFile& m_input;
+  bool m_isAdapted;
   std::vector<u8> m_movie;  // the payload of "moov"
   std::vector<std::span<const u8>> m_tracks;
   bool m_isTransformed = false;
