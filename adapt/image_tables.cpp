@@ -20,8 +20,8 @@ void ForEachRun(u32 runs, At at, const SampleRange& range, Visit visit) {
 
 template <class Visit>
 void ForEachTimeRun(const CSampleTables& tables, const SampleRange& range, Visit visit) {
-  ForEachRun(
-      tables.Times().GetCount(), [&](u32 index) { return tables.Times().At(index); }, range, visit);
+  const auto timeAt = [&](u32 index) { return tables.Times().At(index); };
+  ForEachRun(tables.Times().GetCount(), timeAt, range, visit);
 }
 
 /// Writes records behind their number, which is known once they have been written.

@@ -36,16 +36,15 @@ TEST(AdaptedFile, TakesTheTablesOfOtherWriters) {
   const Bytes longTimes = TableBox("stts", 1, Bytes().U32s({4, 10, 9, 9}));
   const Bytes meta = FullBox("meta", 0, 0, Hdlr("mdir"));
   const Bytes late = FullBox("elst", 1, 0, Bytes().U32(1).U64(0).U64(u64{1} << 62).U32(0x10000));
+  const Bytes wide = Co64({24, 27}), threeChunks = Stco({24, 27, 99}), emptyChunks = Stsc({{1, 0}});
+  const Bytes belowZero = Ctts({{2, 10}, {1, 0xFFFFFFF6}, {1, 0}}), threeTimes = Stts({{3, 10}});
   const struct {
     const char* what;
     Change change;
     const char* samples = kPlain;
   } kCases[] = {
       {"plain", [](Track&) {}},
-      {"large offsets",
-       [](Track& t) {
-         t.chunkOffsets = Co64({24, 27});
-       }},
+      {"large offsets", [&](Track& t) { t.chunkOffsets = wide; }},
       {"no media header", [](Track& t) { t.mediaHeader = Box("gmhd"); }},
       {"a counted name", [&](Track& t) { t.hdlr = counted; }},
       {"sizes of 4 bits", [&](Track& t) { t.stsz = fourBits; }},
@@ -54,27 +53,12 @@ TEST(AdaptedFile, TakesTheTablesOfOtherWriters) {
       {"a long table", [&](Track& t) { t.stts = longTimes; }},
       {"a list that ends in zeros", [&](Track& t) { t.udta = Box("udta", Bytes().Add(meta).U32(0)); }},
       {"a notice of no bytes", [&](Track& t) { t.udta = Udta({Box("cprt")}); }},
-      {"more chunks than samples",
-       [](Track& t) {
-         t.chunkOffsets = Stco({24, 27, 99});
-       }},
-      {"offsets below 0",
-       [](Track& t) {
-         t.ctts = Ctts({{2, 10}, {1, 0xFFFFFFF6}, {1, 0}});
-       },
-       "a0/20* bb10/30* ccc20/20 dddd30/40*"},
+      {"more chunks than samples", [&](Track& t) { t.chunkOffsets = threeChunks; }},
+      {"offsets below 0", [&](Track& t) { t.ctts = belowZero; }, "a0/20* bb10/30* ccc20/20 dddd30/40*"},
       {"no sizes", [](Track& t) { t.stsz = Box("stsz"); }, ""},
-      {"too few times",
-       [](Track& t) {
-         t.stts = Stts({{3, 10}});
-       },
-       kRefused},
+      {"too few times", [&](Track& t) { t.stts = threeTimes; }, kRefused},
       {"chunks that hold too few", [](Track& t) { t.chunkOffsets = Stco({24}); }, kRefused},
-      {"chunks of no samples",
-       [](Track& t) {
-         t.stsc = Stsc({{1, 0}});
-       },
-       kRefused},
+      {"chunks of no samples", [&](Track& t) { t.stsc = emptyChunks; }, kRefused},
       {"more sizes than there are", [](Track& t) { t.stsz = ConstantStsz(0, 4); }, kRefused},
       {"more samples than bytes", [](Track& t) { t.stsz = ConstantStsz(1, 0xFFFFFFFE); }, kRefused},
       {"track number 0", [](Track& t) { t.tkhd = Tkhd(0, 320, 240, 40); }, kRefused},
