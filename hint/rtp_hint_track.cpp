@@ -47,7 +47,7 @@ void CMp4RtpHintTrackImpl::OnDetached() {
 Mp4Result CMp4RtpHintTrackImpl::Bind(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
   CMp4Track* opened = nullptr;
-  KT_TRY(File()->OpenTrack(trackIndex, &opened));
+  KT_TRY(File().OpenTrack(trackIndex, &opened));
   m_track.reset(static_cast<CTrackImpl*>(opened));
   u32 kind = 0;
   KT_TRY(m_track->GetTrackType(&kind));
@@ -70,7 +70,7 @@ Mp4Result CMp4RtpHintTrackImpl::Bind(u32 trackIndex) {
 Mp4Result CMp4RtpHintTrackImpl::SetUp() {
   if (m_file == nullptr) return MP4_NOT_READY;
   CMp4Track* added = nullptr;
-  KT_TRY(File()->AddTrack(&added));
+  KT_TRY(File().AddTrack(&added));
   m_track.reset(static_cast<CTrackImpl*>(added));
   KT_TRY(MakeBoxes());
   m_stream.sequenceNumber = 0;
@@ -263,14 +263,14 @@ Mp4Result CMp4RtpHintTrackImpl::Finish() {
 }
 
 Mp4Result CMp4RtpHintTrackImpl::CloseOwnTrack() {
-  KT_TRY(File()->CloseTrack(m_track.get()));
+  KT_TRY(File().CloseTrack(m_track.get()));
   static_cast<void>(m_track.release());  // the file has deleted it
   return MP4_OK;
 }
 
 Mp4Result CMp4RtpHintTrackImpl::TakeRtpTimeScale(u32 trackNumber) {
   CMediaTrack media;
-  KT_TRY(media.Open(File(), trackNumber));
+  KT_TRY(media.Open(&File(), trackNumber));
   u32 kind = 0;
   KT_TRY(media.Track()->GetTrackType(&kind));
   if (kind == MP4_KIND_VIDEO || kind == MP4_KIND_TEXT) {

@@ -86,7 +86,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   void TakeBitRates(const CHintBitRates& bitRates) { bitRates.GetBitrates(&m_maxBitrate, &m_avgBitrate); }
 
   /// Null once detached. The host that the base keeps was a `CHintTrackHost` when it was handed over.
-  CMp4File* File() const { return static_cast<CHintTrackHost*>(m_file); }
+  CMp4File& File() const { return static_cast<CHintTrackHost&>(*m_file); }
   /// What the session description of every kind says. MP4_NOT_READY without a track.
   Mp4Result GetFacts(u32 trackNumber, StreamFacts* facts);
   u8 PayloadType() const { return m_stream.payloadType; }

@@ -32,7 +32,7 @@ struct CMp4RtpHintTrackImpl::Gathering {
 
 Mp4Result CMp4RtpHintTrackImpl::BuildPackets(u32 trackCount, const u32* trackNumbers) {
   CMediaTracks tracks;
-  KT_TRY(tracks.Open(File(), trackCount, trackNumbers));
+  KT_TRY(tracks.Open(&File(), trackCount, trackNumbers));
   CHintBitRates bitRates;
   Gathering gathering;  // what is left in it at the end is not written, as `CMp4HintTrack` tells
   for (;;) {
@@ -113,7 +113,7 @@ Mp4Result CMp4RtpHintTrackImpl::WriteHintSample(CHintSample* hintSample, u64 tim
 Mp4Result CRfc3016LatmHintTrackImpl::BuildPackets(u32 trackCount, const u32* trackNumbers) {
   if (trackCount != 1) return MP4_BAD_ARGUMENT;
   CMediaTracks tracks;
-  KT_TRY(tracks.Open(File(), trackCount, trackNumbers));
+  KT_TRY(tracks.Open(&File(), trackCount, trackNumbers));
   KT_TRY(tracks.First().RequireKind(MP4_KIND_AUDIO, MP4_BAD_ARGUMENT));
   CHintBitRates bitRates;
   CGrowingArray<u32> samples;  // what is left in it at the end is not written

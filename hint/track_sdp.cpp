@@ -19,7 +19,7 @@ Mp4Result CMp4RtpHintTrackImpl::GetFacts(u32 trackNumber, StreamFacts* facts) {
 
 Mp4Result CMp4RtpHintTrackImpl::AddTrackSdp(u32 trackNumber, CTrackHintInformationBox* hnti) {
   CMediaTrack track;
-  KT_TRY(track.Open(File(), trackNumber));
+  KT_TRY(track.Open(&File(), trackNumber));
   KT_TRY(track.RequireKind(MP4_KIND_AUDIO, MP4_NOT_READY));
   StreamFacts facts;
   DecoderInfo info;
@@ -32,7 +32,7 @@ Mp4Result CMp4RtpHintTrackImpl::AddTrackSdp(u32 trackNumber, CTrackHintInformati
 
 Mp4Result CRfc3016LatmHintTrackImpl::AddTrackSdp(u32 trackNumber, CTrackHintInformationBox* hnti) {
   CMediaTrack track;
-  KT_TRY(track.Open(File(), trackNumber));
+  KT_TRY(track.Open(&File(), trackNumber));
   KT_TRY(track.RequireKind(MP4_KIND_AUDIO, MP4_BAD_ARGUMENT));
   StreamFacts facts;
   DecoderInfo info;
@@ -46,7 +46,7 @@ Mp4Result CRfc3016LatmHintTrackImpl::AddTrackSdp(u32 trackNumber, CTrackHintInfo
 
 Mp4Result CRfc3016VideoHintTrackImpl::AddTrackSdp(u32 trackNumber, CTrackHintInformationBox* hnti) {
   CMediaTrack track;
-  KT_TRY(track.Open(File(), trackNumber));
+  KT_TRY(track.Open(&File(), trackNumber));
   KT_TRY(track.RequireKind(MP4_KIND_VIDEO, MP4_NOT_READY));
   StreamFacts facts;
   DecoderInfo info;
@@ -66,7 +66,7 @@ Mp4Result CRfc3016VideoHintTrackImpl::AddTrackSdp(u32 trackNumber, CTrackHintInf
 
 Mp4Result CcHintTrackImpl::AddTrackSdp(u32 trackNumber, CTrackHintInformationBox* hnti) {
   CMediaTrack track;
-  KT_TRY(track.Open(File(), trackNumber));
+  KT_TRY(track.Open(&File(), trackNumber));
   KT_TRY(track.RequireKind(MP4_KIND_TEXT, MP4_NOT_READY));
   StreamFacts facts;
   SessionText text;
