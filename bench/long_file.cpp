@@ -34,6 +34,7 @@ class CLongFileWriter {
     av_dict_set(&options, "video_track_timescale", "12800", 0);
     // Without edits both sides give a sample the same times.
     av_dict_set(&options, "use_editlist", "0", 0);
+    if (wanted.fragmented) av_dict_set(&options, "movflags", "frag_keyframe+empty_moov+default_base_moof", 0);
     CheckPeer(avformat_write_header(m_context, &options), path.c_str());
     av_dict_free(&options);
   }
@@ -141,9 +142,9 @@ class CLongFileWriter {
 }  // namespace
 
 std::string MakeLongFile(const LongFile& wanted, const std::string& folder) {
-  const std::string path = folder + "/" + (wanted.withVideo ? "film" : "sound") + "-" +
-                           std::to_string(wanted.seconds) + "s-chunk" +
-                           std::to_string(wanted.samplesPerChunk) + ".mp4";
+  const std::string path =
+      folder + "/" + (wanted.withVideo ? "film" : "sound") + "-" + std::to_string(wanted.seconds) + "s-" +
+      (wanted.fragmented ? "fragments" : "chunk" + std::to_string(wanted.samplesPerChunk)) + ".mp4";
   if (std::filesystem::exists(path)) return path;
   const std::string unfinished = path + ".unfinished";
   std::fprintf(stderr, "Writing %s\n", path.c_str());

@@ -16,6 +16,8 @@ struct LongFile {
   bool withVideo = true;
   /// Chunks of this many samples; 0 lays out half a second of each track in turn.
   u32 samplesPerChunk = 0;
+  /// A fragment from each key frame to the next, and no sample in "moov".
+  bool fragmented = false;
 
   static constexpr u32 kPictureRate = 25;
   static constexpr u32 kTicksPerPicture = 512;

@@ -77,6 +77,17 @@ void RegisterRead(const Plan& plan, const std::string& name, const std::string& 
   });
 }
 
+// The fragments hold what the film holds, so that a pass over them has to see the same.
+void RegisterAdapting(const Plan& plan, const std::string& film, const std::string& fragments,
+                      const Tally& expected) {
+  RegisterOpen<CAdaptingReader>(plan, "open/adapted", film);
+  RegisterOpen<CAdaptingReader>(plan, "open fragments/ktmp4", fragments);
+  RegisterOpen<CPeerReader>(plan, "open fragments/libavformat", fragments);
+  RegisterRead<CAdaptingReader>(plan, "read fragments/ktmp4", fragments, &COurReader::ReadInFileOrder,
+                                expected);
+  RegisterRead<CPeerReader>(plan, "read fragments/libavformat", fragments, &CPeerReader::ReadAll, expected);
+}
+
 template <typename Reader, typename Stream>
 void RegisterSeek(const Plan& plan, const std::string& name, const std::string& film,
                   u64 (Reader::*search)(Stream, const std::vector<u64>&), const std::vector<u64>& times) {
@@ -181,12 +192,13 @@ std::string SoundName(const char* what, u32 samplesPerChunk) {
   return std::string(what) + "/chunks of " + std::to_string(samplesPerChunk);
 }
 
-void RegisterAll(const Plan& plan, const std::string& film) {
+void RegisterAll(const Plan& plan, const std::string& film, const std::string& fragments) {
   const Tally expected = CPeerReader(film).ReadAll();
   const std::vector<u64> times = RandomTimes(kSeeks, COurReader(film).LastTime(kVideo));
 
   RegisterOpen<COurReader>(plan, "open/ktmp4", film);
   RegisterOpen<CPeerReader>(plan, "open/libavformat", film);
+  RegisterAdapting(plan, film, fragments, expected);
   RegisterRead(plan, "read/ktmp4", film, &COurReader::ReadInFileOrder, expected);
   RegisterRead(plan, "read/libavformat", film, &CPeerReader::ReadAll, expected);
   RegisterRead(plan, "read by time/ktmp4", film, &COurReader::ReadByTime, expected);
@@ -206,9 +218,36 @@ void RegisterAll(const Plan& plan, const std::string& film) {
   }
 }
 
-void PrintComparison(const Plan& plan, const CRatioReporter& report, const std::string& film) {
-  const u64 ours = HeapTakenBy([&] { new COurReader(film); });
-  const u64 theirs = HeapTakenBy([&] { new CPeerReader(film); });
+template <typename Reader>
+double HeapOfReader(const std::string& film) {
+  return static_cast<double>(HeapTakenBy([&] { new Reader(film); }));
+}
+
+// What the door for files of other writers costs, on the film as it is and in fragments.
+void PrintAdapting(const CRatioReporter& report, const std::string& film, const std::string& fragments,
+                   double nanoPerSample) {
+  constexpr double kMilli = 1e3;
+  constexpr double kMega = 1e-6;
+  const auto median = [&](const char* name) { return report.Median(name); };
+  const double heap = HeapOfReader<CAdaptingReader>(film);
+
+  std::printf("\n%-46s %10s %11s %-10s %5s\n", "adapted", "ktmp4", "libavformat", "", "ratio");
+  PrintRatio("open and bind all tracks", median("open/adapted"), median("open/libavformat"), kMilli, "ms");
+  PrintRatio("heap after opening", heap, HeapOfReader<CPeerReader>(film), kMega, "MB");
+  PrintRatio("the film in fragments: open", median("open fragments/ktmp4"),
+             median("open fragments/libavformat"), kMilli, "ms");
+  PrintRatio("..., heap after opening", HeapOfReader<CAdaptingReader>(fragments),
+             HeapOfReader<CPeerReader>(fragments), kMega, "MB");
+  PrintRatio("..., read every sample", median("read fragments/ktmp4"), median("read fragments/libavformat"),
+             nanoPerSample, "ns/sample");
+
+  std::printf("\n%-46s %10s %11s %-10s %5s\n", "ktmp4", "adapted", "strict", "", "ratio");
+  PrintRatio("open and bind all tracks", median("open/adapted"), median("open/ktmp4"), kMilli, "ms");
+  PrintRatio("heap after opening", heap, HeapOfReader<COurReader>(film), kMega, "MB");
+}
+
+void PrintComparison(const Plan& plan, const CRatioReporter& report, const std::string& film,
+                     const std::string& fragments) {
   const double samples = static_cast<double>(CPeerReader(film).ReadAll().samples);
   constexpr double kMilli = 1e3;
   constexpr double kNano = 1e9;
@@ -227,7 +266,8 @@ void PrintComparison(const Plan& plan, const CRatioReporter& report, const std::
              median("seek/libavformat"), kNano / kSeeks, "ns/seek");
   PrintRatio("the same, to av_index_search_timestamp", median("seek/ktmp4"), median("search/libavformat"),
              kNano / kSeeks, "ns/seek");
-  PrintRatio("heap after opening", static_cast<double>(ours), static_cast<double>(theirs), 1e-6, "MB");
+  PrintRatio("heap after opening", HeapOfReader<COurReader>(film), HeapOfReader<CPeerReader>(film), 1e-6,
+             "MB");
   PrintRatio("write samples of 200 bytes", median("write/ktmp4"), median("write/libavformat"),
              kNano / plan.WrittenSound().samples, "ns/sample");
   PrintRatio("copy the film", median("remux/ktmp4"), median("remux/libavformat"), kNano / samples,
@@ -239,6 +279,8 @@ void PrintComparison(const Plan& plan, const CRatioReporter& report, const std::
              median("hint/libavformat") - median("remux/libavformat"), kNano / samples, "ns/sample");
   PrintRatio("heap while writing", static_cast<double>(HeapWhileWriting<COurWriter>(plan, "ktmp4")),
              static_cast<double>(HeapWhileWriting<CPeerWriter>(plan, "libavformat")), 1e-6, "MB");
+
+  PrintAdapting(report, film, fragments, kNano / samples);
 
   std::printf("\n%-46s %10s %11s %-10s %5s\n", "ktmp4, cost of a sample", "last", "first", "", "ratio");
   PrintRatio("delivered, of the film's pictures", median("deliver/last samples"),
@@ -288,9 +330,10 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(count, options.data())) return 2;
 
   const std::string film = MakeLongFile({.seconds = plan.Seconds()}, plan.folder);
-  RegisterAll(plan, film);
+  const std::string fragments = MakeLongFile({.seconds = plan.Seconds(), .fragmented = true}, plan.folder);
+  RegisterAll(plan, film, fragments);
   CRatioReporter report;
   benchmark::RunSpecifiedBenchmarks(&report);
-  PrintComparison(plan, report, film);
+  PrintComparison(plan, report, film, fragments);
   return report.HasFailed() ? 1 : 0;
 }

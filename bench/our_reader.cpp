@@ -3,9 +3,9 @@
 #include "bench/check.h"
 
 namespace kt {
-COurReader::COurReader(const std::string& path) {
+COurReader::COurReader(const std::string& path, Mp4Result (*create)(CMp4File**)) {
   CMp4File* file = nullptr;
-  Check(CreateMp4File(&file), "CreateMp4File");
+  Check(create(&file), "a file object");
   m_file.reset(file);
   Check(file->Open(path.c_str(), MP4_MODE_READ, MP4_TYPE_MP4), path.c_str());
   u32 count = 0;

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include <ktmp4/mp4_file.h>
+#include <ktmp4/adapting_file.h>
 
 namespace kt {
 
@@ -26,7 +26,7 @@ struct Tally {
 /// A file with all its tracks bound. A failing call ends the program: the generated files are sound.
 class COurReader {
  public:
-  explicit COurReader(const std::string& path);
+  explicit COurReader(const std::string& path) : COurReader(path, CreateMp4File) {}
   COurReader(const COurReader&) = delete;
   COurReader& operator=(const COurReader&) = delete;
   ~COurReader();
@@ -49,6 +49,9 @@ class COurReader {
   /// The sync samples at `times`, summed up.
   u64 FindSyncSamples(u32 track, const std::vector<u64>& times);
 
+ protected:
+  COurReader(const std::string& path, Mp4Result (*create)(CMp4File**));
+
  private:
   struct Track {
     CMp4Track* face;
@@ -61,6 +64,12 @@ class COurReader {
   std::unique_ptr<CMp4File> m_file;
   std::vector<Track> m_tracks;
   std::vector<u8> m_buffer = std::vector<u8>(1 << 16);
+};
+
+/// The same through the door for files of other writers.
+class CAdaptingReader : public COurReader {
+ public:
+  explicit CAdaptingReader(const std::string& path) : COurReader(path, CreateAdaptingMp4File) {}
 };
 
 }  // namespace kt
