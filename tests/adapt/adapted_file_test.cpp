@@ -1,7 +1,7 @@
 #include "adapt/adapted_file.h"
 
 #include <filesystem>
-#include <functional>
+#include <tuple>
 
 #include "adapt/adapted_movie.h"
 
@@ -9,24 +9,9 @@ namespace kt::test {
 namespace {
 
 constexpr char kPlain[] = "a0/0* bb10/10* ccc20/20* dddd30/30*";
+constexpr char kBelowZero[] = "a0/20* bb10/30* ccc20/20 dddd30/40*";
 constexpr char kRefused[] = "MP4_NOT_FOUND";
 const Bytes kBtrt = Box("btrt", Bytes().Zeros(12));
-
-using Change = std::function<void(Track&)>;
-
-Track With(const Change& change) {
-  Track track;
-  change(track);
-  return track;
-}
-
-Track SoundTrack(const Bytes& entry) {
-  Track track;
-  track.hdlr = Hdlr("soun");
-  track.mediaHeader = Smhd();
-  track.stsd = Stsd({entry});
-  return track;
-}
 
 TEST(AdaptedFile, TakesTheTablesOfOtherWriters) {
   const Bytes counted = FullBox("hdlr", 0, 0, Bytes().Text("mhlrvide").Zeros(12).U8(3).Text("abc"));
@@ -36,40 +21,39 @@ TEST(AdaptedFile, TakesTheTablesOfOtherWriters) {
   const Bytes longTimes = TableBox("stts", 1, Bytes().U32s({4, 10, 9, 9}));
   const Bytes meta = FullBox("meta", 0, 0, Hdlr("mdir"));
   const Bytes late = FullBox("elst", 1, 0, Bytes().U32(1).U64(0).U64(u64{1} << 62).U32(0x10000));
-  const Bytes wide = Co64({24, 27}), threeChunks = Stco({24, 27, 99}), emptyChunks = Stsc({{1, 0}});
-  const Bytes belowZero = Ctts({{2, 10}, {1, 0xFFFFFFF6}, {1, 0}}), threeTimes = Stts({{3, 10}});
-  const struct {
-    const char* what;
-    Change change;
-    const char* samples = kPlain;
-  } kCases[] = {
-      {"plain", [](Track&) {}},
-      {"large offsets", [&](Track& t) { t.chunkOffsets = wide; }},
-      {"no media header", [](Track& t) { t.mediaHeader = Box("gmhd"); }},
-      {"a counted name", [&](Track& t) { t.hdlr = counted; }},
-      {"sizes of 4 bits", [&](Track& t) { t.stsz = fourBits; }},
-      {"sizes of 16 bits", [&](Track& t) { t.stsz = sixteenBits; }},
-      {"a long header", [&](Track& t) { t.mdhd = longHeader; }},
-      {"a long table", [&](Track& t) { t.stts = longTimes; }},
-      {"a list that ends in zeros", [&](Track& t) { t.udta = Box("udta", Bytes().Add(meta).U32(0)); }},
-      {"a notice of no bytes", [&](Track& t) { t.udta = Udta({Box("cprt")}); }},
-      {"more chunks than samples", [&](Track& t) { t.chunkOffsets = threeChunks; }},
-      {"offsets below 0", [&](Track& t) { t.ctts = belowZero; }, "a0/20* bb10/30* ccc20/20 dddd30/40*"},
-      {"no sizes", [](Track& t) { t.stsz = Box("stsz"); }, ""},
-      {"too few times", [&](Track& t) { t.stts = threeTimes; }, kRefused},
-      {"chunks that hold too few", [](Track& t) { t.chunkOffsets = Stco({24}); }, kRefused},
-      {"chunks of no samples", [&](Track& t) { t.stsc = emptyChunks; }, kRefused},
-      {"more sizes than there are", [](Track& t) { t.stsz = ConstantStsz(0, 4); }, kRefused},
-      {"more samples than bytes", [](Track& t) { t.stsz = ConstantStsz(1, 0xFFFFFFFE); }, kRefused},
-      {"track number 0", [](Track& t) { t.tkhd = Tkhd(0, 320, 240, 40); }, kRefused},
-      {"times beyond reason", [&](Track& t) { t.edts = Box("edts", late); }, kRefused},
+  const std::tuple<const char*, Bytes Track::*, Bytes, const char*> kCases[] = {
+      {"plain", &Track::udta, {}, kPlain},
+      {"large offsets", &Track::chunkOffsets, Co64({24, 27}), kPlain},
+      {"no media header", &Track::mediaHeader, Box("gmhd"), kPlain},
+      {"a counted name", &Track::hdlr, counted, kPlain},
+      {"sizes of 4 bits", &Track::stsz, fourBits, kPlain},
+      {"sizes of 16 bits", &Track::stsz, sixteenBits, kPlain},
+      {"a long header", &Track::mdhd, longHeader, kPlain},
+      {"a long table", &Track::stts, longTimes, kPlain},
+      {"a list that ends in zeros", &Track::udta, Box("udta", Bytes().Add(meta).U32(0)), kPlain},
+      {"a notice of no bytes", &Track::udta, Box("udta", {Box("cprt")}), kPlain},
+      {"more chunks than samples", &Track::chunkOffsets, Stco({24, 27, 99}), kPlain},
+      {"offsets below 0", &Track::ctts, Ctts({{2, 10}, {1, 0xFFFFFFF6}, {1, 0}}), kBelowZero},
+      {"no sizes", &Track::stsz, Box("stsz"), ""},
+      {"too few times", &Track::stts, Stts({{3, 10}}), kRefused},
+      {"chunks that hold too few", &Track::chunkOffsets, Stco({24}), kRefused},
+      {"chunks of no samples", &Track::stsc, Stsc({{1, 0}}), kRefused},
+      {"more sizes than there are", &Track::stsz, ConstantStsz(0, 4), kRefused},
+      {"more samples than bytes", &Track::stsz, ConstantStsz(1, 0xFFFFFFFE), kRefused},
+      {"track number 0", &Track::tkhd, Tkhd(0, 320, 240, 40), kRefused},
+      {"times beyond reason", &Track::edts, Box("edts", late), kRefused},
   };
-  for (const auto& row : kCases) EXPECT_EQ(Adapted(With(row.change)).Samples(), row.samples) << row.what;
+  for (const auto& [what, piece, content, samples] : kCases) {
+    Track track;
+    track.*piece = content;
+    EXPECT_EQ(Adapted(track).Samples(), samples) << what;
+  }
 }
 
 TEST(AdaptedFile, LeavesOutATrackAndTellsWhy) {
   Movie movie;
-  movie.tracks = {With([](Track& t) { t.stts = Stts({{9, 1}}); }), Track()};
+  movie.tracks.push_back(Track());
+  movie.tracks[0].stts = Stts({{9, 1}});
   Adapted adapted(movie.Build());
   EXPECT_EQ(adapted.Samples(), kPlain);
   EXPECT_EQ(adapted.Notes(0), ADAPT_TABLES_CONTRADICT);

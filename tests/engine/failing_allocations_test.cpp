@@ -8,8 +8,6 @@
 #include <cstring>
 #include <new>
 
-#include <ktmp4/mp4_hint_track.h>
-#include "support/movie_builder.h"
 #include "support/written_movie.h"
 
 namespace {

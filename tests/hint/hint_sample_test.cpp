@@ -14,12 +14,6 @@ Bytes HeaderBytes(u8 first, u8 flags, u16 entries) {
 
 const Bytes kNoOp = Bytes().U8(0).Zeros(15);
 
-std::string DumpText(CHintSample* hintSample, int indent = 0) {
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(hintSample->Dump(indent), MP4_OK);
-  return testing::internal::GetCapturedStdout();
-}
-
 // What is printed of a packet, without indent. The flags are those of the header and then those of the hint.
 std::string PacketDump(const char* flags, const std::string& rest = "Entry count: 0 \n") {
   char text[256];
@@ -74,10 +68,10 @@ TEST(HintSample, ReadsPrintsAndWritesItself) {
     std::string packets = dump;
     for (std::size_t at = 0; at < packets.size(); at = packets.find('\n', at) + 1) packets.insert(at, "  ");
     const char* const behind = bytes.size() == 21 ? "Extra data size 5\n" : "";
-    EXPECT_EQ(DumpText(&hintSample),
+    EXPECT_EQ(Dumped(hintSample),
               "Packet Count " + std::to_string(bytes[1]) + "\n{\n" + packets + "}\n" + behind);
     EXPECT_EQ(Written(&hintSample, bytes.size()), written);
-    EXPECT_EQ(DumpText(&hintSample, 2).find("    Packet Count"), 0u);
+    EXPECT_EQ(Dumped(hintSample, 2).find("    Packet Count"), 0u);
   }
 }
 
@@ -86,7 +80,7 @@ TEST(HintSample, ReadsAnExtraListAndCannotWriteIt) {
   const Bytes bytes = HintSampleBytes({HeaderBytes(0, 4, 1).Add(list).Add(kNoOp)});
   CHintSample hintSample(nullptr);
   ASSERT_EQ(Read(&hintSample, bytes), MP4_OK);
-  EXPECT_NE(DumpText(&hintSample)
+  EXPECT_NE(Dumped(hintSample)
                 .find("    Constructor type = NoOp (0)\n  }\n"
                       "  ExtraInformationLength 12  {\n\n    Box type = free  Size = 8\n  }\n"),
             std::string::npos);

@@ -25,11 +25,11 @@ struct FakeTrackFacts {
   u16 width = 0, height = 0;
   u32 sampleRate = 0;
   u16 channels = 0;
-  std::vector<u8> info;
+  std::vector<u8> info = {};
   /// The size of the info that is told, when it is not that of `info`.
   u32 infoClaim = 0;
-  std::vector<FakeSample> samples;
-  std::set<std::string> failing;
+  std::vector<FakeSample> samples = {};
+  std::set<std::string> failing = {};
 };
 
 /// What a fake file holds and, afterwards, what was done with it. It outlives the file object.

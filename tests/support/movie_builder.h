@@ -65,6 +65,23 @@ struct Track {
   Bytes Build() const { return Box("trak", {tkhd, edts, Media(), udta}); }
 };
 
+/// A track of sound: as it stands AAC, of the times and sizes above.
+inline Track SoundTrack(const Bytes& entry = AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, {0x12, 0x10}))) {
+  Track track;
+  track.hdlr = Hdlr("soun");
+  track.mediaHeader = Smhd();
+  track.stsd = Stsd({entry});
+  return track;
+}
+/// The same for captions.
+inline Track CaptionedTrack() {
+  Track track;
+  track.hdlr = Hdlr("text");
+  track.mediaHeader = Nmhd();
+  track.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
+  return track;
+}
+
 /// A whole file in pieces: "ftyp", "mdat", "moov". The media data begins at byte 24 of the file.
 struct Movie {
   Bytes ftyp = Box("ftyp", Bytes().Text("isom").U32(0));
@@ -87,15 +104,25 @@ inline Movie MovieOf(const Track& track) {
   return movie;
 }
 
+/// What is read of a sample; nothing when that has to fail.
+inline Bytes SampleOf(CMp4Track& track, u32 sample, Mp4Result expected = MP4_OK) {
+  u32 size = Ask(track, &CMp4Track::GetSampleSize, sample).value;
+  Bytes bytes(size);
+  EXPECT_EQ(track.ReadSample(sample, size, &size, bytes.data()), expected) << sample;
+  return expected == MP4_OK ? bytes : Bytes();
+}
+
+inline std::unique_ptr<CMp4File> NewFile() {
+  CMp4File* file = nullptr;
+  EXPECT_EQ(CreateMp4File(&file), MP4_OK);
+  return std::unique_ptr<CMp4File>(file);
+}
+
 /// A file object over a file of these bytes. `result` is the answer of `Open`.
 class OpenedMovie {
  public:
-  explicit OpenedMovie(const std::vector<u8>& content, u32 fileType = MP4_TYPE_MP4) : m_temp(content) {
-    CMp4File* made = nullptr;
-    EXPECT_EQ(CreateMp4File(&made), MP4_OK);
-    m_file.reset(made);
-    result = m_file->Open(m_temp.Name().c_str(), MP4_MODE_READ, fileType);
-  }
+  explicit OpenedMovie(const std::vector<u8>& content, u32 fileType = MP4_TYPE_MP4)
+      : m_temp(content), result(m_file->Open(m_temp.Name().c_str(), MP4_MODE_READ, fileType)) {}
   explicit OpenedMovie(const Movie& movie) : OpenedMovie(movie.Build()) {}
   explicit OpenedMovie(const Track& track) : OpenedMovie(MovieOf(track)) {}
 
@@ -118,11 +145,12 @@ class OpenedMovie {
   void DestroyFile() { m_file.reset(); }
   std::string Name() const { return m_temp.Name(); }
 
-  Mp4Result result = MP4_NOT_READY;
-
  private:
   TempFile m_temp;
-  std::unique_ptr<CMp4File> m_file;
+  std::unique_ptr<CMp4File> m_file = NewFile();
+
+ public:
+  const Mp4Result result;
 };
 
 }  // namespace kt::test

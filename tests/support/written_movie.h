@@ -1,15 +1,7 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <string_view>
-#include <vector>
-
-#include <ktmp4/mp4_file.h>
-#include "support/answer.h"
-#include "support/box_writer.h"
-#include "support/temp_file.h"
+#include <ktmp4/mp4_hint_track.h>
+#include "support/movie_builder.h"
 
 namespace kt::test {
 
@@ -58,12 +50,8 @@ inline std::string CodesIn(const Bytes& box, std::size_t headerSize = 8) {
 /// A file object that writes. `result` is the answer of `Open`.
 class WrittenMovie {
  public:
-  explicit WrittenMovie(u32 fileType = MP4_TYPE_3GP) {
-    CMp4File* made = nullptr;
-    EXPECT_EQ(CreateMp4File(&made), MP4_OK);
-    m_file.reset(made);
-    result = m_file->Open(Name().c_str(), MP4_MODE_WRITE, fileType);
-  }
+  explicit WrittenMovie(u32 fileType = MP4_TYPE_3GP)
+      : result(m_file->Open(Name().c_str(), MP4_MODE_WRITE, fileType)) {}
 
   CMp4File* operator->() { return m_file.get(); }
   CMp4File& operator*() { return *m_file; }
@@ -79,14 +67,20 @@ class WrittenMovie {
     EXPECT_EQ(m_file->AddTrack(&track), MP4_OK);
     return track;
   }
-  /// A new track that takes samples: captions, which no format of bytes concerns.
-  CMp4Track* AddTextTrack(u32 timeScale = 1000) {
+  /// A new track that takes samples. A format of 0 stands for that of captions, whatever the kind.
+  CMp4Track* AddTrack(u32 kind, u32 timeScale, u32 format, const Bytes& info = {}) {
     CMp4Track* track = AddBareTrack();
-    EXPECT_EQ(track->SetTrackType(MP4_KIND_TEXT), MP4_OK);
+    const u32 infoSize = static_cast<u32>(info.size());
+    EXPECT_EQ(track->SetTrackType(kind), MP4_OK);
     EXPECT_EQ(track->SetTimeScale(timeScale), MP4_OK);
-    EXPECT_EQ(track->SetLine21Format(0, 0, 0), MP4_OK);
+    EXPECT_EQ(format == 0              ? track->SetLine21Format(0, 0, 0)
+              : kind == MP4_KIND_VIDEO ? track->SetVideoFormat(320, 240, info.data(), infoSize, format)
+                                       : track->SetAudioFormat(0x100, 0, info.data(), infoSize, format),
+              MP4_OK);
     return track;
   }
+  /// The same for captions, which no format of bytes concerns.
+  CMp4Track* AddTextTrack(u32 timeScale = 1000) { return AddTrack(MP4_KIND_TEXT, timeScale, 0); }
   /// Closes these tracks and the file, all of which have to close. Gives what stands in the file then.
   Bytes Finish(std::initializer_list<CMp4Track*> tracks) {
     for (CMp4Track* track : tracks) EXPECT_EQ(m_file->CloseTrack(track), MP4_OK);
@@ -94,11 +88,19 @@ class WrittenMovie {
     return Content();
   }
 
-  Mp4Result result = MP4_NOT_READY;
+  CMp4HintTrack* AddHintTrack(u32 hintType, const std::vector<u32>& references) {
+    CMp4HintTrack* hint = nullptr;
+    EXPECT_EQ(m_file->AddHintTrack(&hint, hintType), MP4_OK);
+    for (const u32 track : references) EXPECT_EQ(hint->AddReferencedTrack(track), MP4_OK);
+    return hint;
+  }
 
  private:
   TempFile m_temp;
-  std::unique_ptr<CMp4File> m_file;
+  std::unique_ptr<CMp4File> m_file = NewFile();
+
+ public:
+  const Mp4Result result;
 };
 
 /// Writes a sample of `size` bytes that is shown when it is decoded.

@@ -16,10 +16,6 @@ Number SizeOf(const CSampleSizeBox& box, u32 sample) {
   return Ask(box, &CSampleSizeBox::GetSampleSize, sample);
 }
 
-Number SyncBefore(CSyncSampleBox& box, u32 sample) {
-  return Ask(box, &CSyncSampleBox::FindPrecedingSyncSample, sample);
-}
-
 // Readers rely on the constant size being given for sample 0 too.
 TEST(SampleSizeBox, GivesAConstantSizeForSampleZeroToo) {
   const auto box = ReadBoxAs<CSampleSizeBox>(ConstantStsz(500, 3));
@@ -60,6 +56,8 @@ TEST(SampleToChunkBox, KeepsLikeChunksAsOneRunAndFindsThem) {
   EXPECT_EQ(ChunkOf(*ReadBoxAs<CSampleToChunkBox>(Stsc({{1, 0}})), 1), (Number{MP4_CORRUPT, 1}));
 }
 
+constexpr auto kSyncBefore = &CSyncSampleBox::FindPrecedingSyncSample;
+
 Number PlainSyncBefore(const std::vector<u32>& table, u32 sample) {
   if (table.empty() || table[0] > sample) return {MP4_NOT_FOUND, 1};
   std::size_t next = 1;
@@ -79,10 +77,11 @@ TEST(SyncSampleBox, AnswersLikeAWalkOverTheWholeTable) {
         ASSERT_EQ(box.AddSyncSample(table[i]), MP4_OK);
         // Searches between the additions: what was worked out must not go stale.
         const u32 sample = static_cast<u32>(random() % (3 * count + 20));
-        ASSERT_EQ(SyncBefore(box, sample), PlainSyncBefore({table.data(), table.data() + i + 1}, sample));
+        ASSERT_EQ(Ask(box, kSyncBefore, sample),
+                  PlainSyncBefore({table.data(), table.data() + i + 1}, sample));
       }
       for (u32 sample = 0; sample < 3 * count + 5 * disorder + 20; ++sample) {
-        ASSERT_EQ(SyncBefore(box, sample), PlainSyncBefore(table, sample)) << count << " " << disorder;
+        ASSERT_EQ(Ask(box, kSyncBefore, sample), PlainSyncBefore(table, sample)) << count << " " << disorder;
       }
     }
   }

@@ -8,7 +8,6 @@
 #include <optional>
 
 #include "support/file_size_limit.h"
-#include "support/movie_builder.h"
 #include "support/written_movie.h"
 
 namespace kt {
@@ -63,12 +62,8 @@ void ExpectSamples(const Attempt& attempt, u32 largest) {
   const auto track = read.OpenTrack();
   const u32 count = Got(*track, &CMp4Track::GetSampleCount);
   ASSERT_EQ(count, attempt.samples);
-  std::vector<u8> bytes(largest);
   for (u32 i = 0; i < count; ++i) {
-    u32 size = 0;
-    ASSERT_EQ(track->ReadSample(i + 1, largest, &size, bytes.data()), MP4_OK) << i;
-    ASSERT_EQ(size, SizeOf(i, largest));
-    ASSERT_EQ(bytes[size - 1], static_cast<u8>(i));
+    ASSERT_EQ(SampleOf(*track, i + 1), Bytes(SizeOf(i, largest), static_cast<u8>(i))) << i;
   }
 }
 

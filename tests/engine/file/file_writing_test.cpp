@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/movie_builder.h"
 #include "support/written_movie.h"
 
 namespace kt {

@@ -12,12 +12,6 @@ namespace {
 
 using namespace test;
 
-std::unique_ptr<CMp4File> NewFile() {
-  CMp4File* file = nullptr;
-  EXPECT_EQ(CreateMp4File(&file), MP4_OK);
-  return std::unique_ptr<CMp4File>(file);
-}
-
 std::string DumpOf(CMp4File* file, Mp4Result expected = MP4_OK) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(file->Dump(), expected);
@@ -118,9 +112,7 @@ TEST(Mp4File, AFailedOpenKeepsItsTracksUntilTheNext) {
   ASSERT_EQ(file->OpenTrack(1, &opened), MP4_OK);
   const std::unique_ptr<CMp4Track> track(opened);
   EXPECT_EQ(Got(*track, &CMp4Track::GetSampleCount), 4u);
-  u32 size = 0;
-  u8 byte = 0;
-  EXPECT_EQ(track->ReadSample(1, 1, &size, &byte), MP4_FILE_IO) << "the file is not open";
+  SampleOf(*track, 1, MP4_FILE_IO);  // the file is not open
   ASSERT_EQ(file->Open(one.Name().c_str(), 0, 0), MP4_OK);
   EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleCount).result, MP4_NOT_READY);
 }
@@ -212,15 +204,6 @@ TEST(Mp4File, CopyrightOfMovieAndTrack) {
   ExpectCopyright(movie.OpenTrack().get());
 }
 
-TEST(Mp4File, TrackIndicesCountFromOne) {
-  Movie content;
-  content.tracks[0].tkhd = Tkhd(7, 640, 480, 1234);
-  OpenedMovie movie(content);
-  EXPECT_EQ(movie.BindResult(0), MP4_NOT_FOUND);
-  EXPECT_EQ(movie.BindResult(2), MP4_NOT_FOUND);
-  EXPECT_EQ(Got(*movie.OpenTrack(1), &CMp4Track::GetTrackId), 7u);
-}
-
 /// Operations of a track that has lost its file; none may touch the boxes that have gone.
 void ExpectDetached(CMp4Track& track) {
   for (const auto operation :
@@ -254,11 +237,14 @@ void ExpectDetached(CMp4Track& track) {
 TEST(Mp4File, TracksThatOutliveTheirFileAreDetached) {
   Movie content;
   content.tracks.push_back(Track());
+  content.tracks[0].tkhd = Tkhd(7, 640, 480, 1234);
   OpenedMovie movie(content);
+  for (const u32 none : {0u, 3u}) EXPECT_EQ(movie.BindResult(none), MP4_NOT_FOUND) << none;
   std::unique_ptr<CMp4Track> first = movie.OpenTrack(1);
   std::unique_ptr<CMp4Track> second = movie.OpenTrack(2);
   std::unique_ptr<CMp4Track> third = movie.OpenTrack(1);
   EXPECT_EQ(movie->CloseTrack(second.release()), MP4_OK) << "leaves the middle of the list";
+  EXPECT_EQ(Got(*third, &CMp4Track::GetTrackId), 7u);
   ASSERT_EQ(movie->Close(), MP4_OK);
   ExpectDetached(*first);
   ExpectDetached(*third);

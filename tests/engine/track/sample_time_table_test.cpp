@@ -62,14 +62,6 @@ class PlainTimeTable {
   u32 m_lastFound = 1;
 };
 
-Sample ByDecoding(CSampleTimeTable& table, u64 time) {
-  return Ask(table, &CSampleTimeTable::FindByDecodingTime, time);
-}
-
-Sample ByComposition(CSampleTimeTable& table, u64 time) {
-  return Ask(table, &CSampleTimeTable::FindByCompositionTime, time);
-}
-
 Times TimesOf(CSampleTimeTable& table, u32 sample) {
   Times times{};
   EXPECT_EQ(table.GetSampleTimes(sample, &times.decoding, &times.composition), MP4_OK) << sample;
@@ -125,11 +117,11 @@ void CompareWithPlain(Generator& generator, const Runs& stts, const Runs* ctts, 
       const u32 sample = 1 + generator.Below(count);
       ASSERT_EQ(TimesOf(table, sample), plain.Of(sample));
     }
-    if (generator.Below(2) == 0) {
-      ASSERT_EQ(ByDecoding(table, time), plain.FindByDecodingTime(time)) << time;
-    } else {
-      ASSERT_EQ(ByComposition(table, time), plain.FindByCompositionTime(time)) << time;
-    }
+    const bool decoding = generator.Below(2) == 0;
+    ASSERT_EQ(decoding ? Ask(table, &CSampleTimeTable::FindByDecodingTime, time)
+                       : Ask(table, &CSampleTimeTable::FindByCompositionTime, time),
+              decoding ? plain.FindByDecodingTime(time) : plain.FindByCompositionTime(time))
+        << time;
   }
 }
 

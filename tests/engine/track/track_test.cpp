@@ -119,11 +119,7 @@ TEST(Track, ClaimsOfSamplesCostNothing) {
   EXPECT_EQ(Got(*track, &CMp4Track::GetSampleDecodingTime, count), 0xFFFFFFFDu);
   EXPECT_EQ(Got(*track, &CMp4Track::FindSyncSample, 0xF0000000u), 0xF0000001u);
   // The sizes of all samples before it in the chunk are added for each read.
-  u32 size = 0;
-  u8 byte = 0;
-  for (u32 i = 0; i < 1000; ++i) {
-    ASSERT_EQ(track->ReadSample(0xF0000000u + i, 1, &size, &byte), MP4_FILE_IO);
-  }
+  for (u32 i = 0; i < 1000; ++i) SampleOf(*track, 0xF0000000u + i, MP4_FILE_IO);
 
   content.stts = Stts({{0xFFFFFFFE, 1}, {1, 1}});
   EXPECT_EQ(OpenedMovie(content).BindResult(), MP4_NO_MEMORY);
@@ -208,13 +204,6 @@ TEST(Track, EntryIndicesAndSmallBuffers) {
 
 // Reading.
 
-std::string TextOf(CMp4Track* track, u32 sample, Mp4Result expected = MP4_OK) {
-  u32 size = 0;
-  u8 buffer[64] = {};
-  EXPECT_EQ(track->ReadSample(sample, sizeof buffer, &size, buffer), expected);
-  return expected == MP4_OK ? std::string(buffer, buffer + size) : std::string();
-}
-
 TEST(Track, ABufferThatIsTooSmallLearnsTheSizeAndTouchesNothing) {
   Track content;
   content.chunkOffsets = Stco({0xFFFFFFFF, 0xFFFFFFFF});  // a read would fail in another way
@@ -258,8 +247,8 @@ TEST(Track, ReadsWhatBrokenTablesStillTell) {
     content.chunkOffsets = offsets;
     OpenedMovie movie(content);
     const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
-    EXPECT_EQ(TextOf(track.get(), sample, result), text);
-    EXPECT_EQ(TextOf(track.get(), sample, result), text) << "the second time alike";
+    EXPECT_EQ(SampleOf(*track, sample, result), Bytes().Text(text));
+    EXPECT_EQ(SampleOf(*track, sample, result), Bytes().Text(text)) << "the second time alike";
   }
 }
 
@@ -272,9 +261,9 @@ TEST(Track, ReadsBeyondFourGiB) {
   std::filesystem::resize_file(movie.Name(), kFar);
   std::ofstream(movie.Name(), std::ios::binary | std::ios::app) << "ABBCCCDDDD";
   const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
-  EXPECT_EQ(TextOf(track.get(), 1), "A");
-  EXPECT_EQ(TextOf(track.get(), 2), "BB");
-  EXPECT_EQ(TextOf(track.get(), 4), "DDDD");
+  EXPECT_EQ(SampleOf(*track, 1), Bytes().Text("A"));
+  EXPECT_EQ(SampleOf(*track, 2), Bytes().Text("BB"));
+  EXPECT_EQ(SampleOf(*track, 4), Bytes().Text("DDDD"));
 }
 
 // Random layouts against the plain walk: chunk after chunk, sample after sample; some of one size alone.
@@ -309,10 +298,7 @@ TEST(Track, FindsEverySampleOfRandomLayouts) {
     const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
     for (u32 step = 0; step < 2 * total; ++step) {
       const u32 sample = step < total ? step + 1 : 1 + below(total);
-      u32 size = 0;
-      u8 buffer[12] = {};
-      ASSERT_EQ(track->ReadSample(sample, sizeof buffer, &size, buffer), MP4_OK) << round << ", " << sample;
-      ASSERT_EQ(Bytes(buffer, buffer + size), samples[sample - 1]) << round << ", " << sample;
+      ASSERT_EQ(SampleOf(*track, sample), samples[sample - 1]) << round << ", " << sample;
     }
   }
 }

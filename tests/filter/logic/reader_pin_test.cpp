@@ -12,20 +12,11 @@ namespace {
 using namespace test;
 
 FakeTrackFacts Video(u32 format, u16 width, u16 height) {
-  FakeTrackFacts track;
-  track.format = format;
-  track.width = width;
-  track.height = height;
-  return track;
+  return {.format = format, .width = width, .height = height};
 }
 
 FakeTrackFacts Audio(u32 format) {
-  FakeTrackFacts track;
-  track.kind = MP4_KIND_AUDIO;
-  track.format = format;
-  track.sampleRate = 44100;
-  track.channels = 2;
-  return track;
+  return {.kind = MP4_KIND_AUDIO, .format = format, .sampleRate = 44100, .channels = 2};
 }
 
 MediaType TypeAt(const CReaderPin& pin, i32 position) {

@@ -13,11 +13,7 @@ using namespace test;
 using Words = std::vector<std::string>;
 
 FakeTrackFacts TrackOf(u32 kind, u32 id) {
-  FakeTrackFacts track;
-  track.kind = kind;
-  track.format = kind;
-  track.id = id;
-  return track;
+  return {.kind = kind, .format = kind, .id = id};
 }
 
 // The two lists of sorts do not run in the same order.

@@ -41,7 +41,10 @@ class FakeMediaSample final : public MediaSample {
 /// A source over a fake file with everything that a delivery works with, all of it scripted.
 class Bench : public FakeHost, StreamClock, RequestWait, TextReceiver, CaptionDecoder {
  public:
-  explicit Bench(const FakeTrackFacts& track, const char* name = "a.mp4") : FakeHost({track}, name) {}
+  /// Connected with the first type that the pin offers.
+  explicit Bench(const FakeTrackFacts& track, const char* name = "a.mp4") : FakeHost({track}, name) {
+    Connect(0);
+  }
 
   FakeTrackFacts& Track() { return file.tracks[0]; }
   void Connect(i32 position) {
@@ -227,7 +230,7 @@ TEST(SampleDelivery, NoTextIsLookedForBehindAHeaderOrInAudio) {
   for (auto& sample : sound.samples) sample.bytes = Marker(1, 2, "hi");
   for (const FakeTrackFacts& track : {TrackAt({0, 40}, Marker(1, 2, "hi")), sound}) {
     Bench bench(track);
-    bench.Connect(track.kind == MP4_KIND_VIDEO ? 1 : 0);
+    if (track.kind == MP4_KIND_VIDEO) bench.Connect(1);
     ASSERT_EQ(bench.Fill(), FilterResult::Ok);
     EXPECT_TRUE(bench.texts.empty());
   }
@@ -255,7 +258,6 @@ TEST(CaptionDelivery, DeliversTheSecondAndThirdByte) {
   };
   for (const auto& [bytes, room, result, pair] : rows) {
     Bench bench(CaptionTrack({0, 40}));
-    bench.Connect(0);
     bench.Track().samples[0].bytes = bytes;
     bench.room = room;
     EXPECT_EQ(bench.Fill(), result) << bytes.size();
@@ -284,7 +286,6 @@ TEST(CaptionDelivery, WaitsUntilFiftyMillisecondsBefore) {
   };
   for (const auto& [what, time, start, streamTime, clockRate, waits] : rows) {
     Bench bench(CaptionAt(time));
-    bench.Connect(0);
     // The base of the stamps does not matter here.
     SetPosition(bench.Pin(), {0, 40, start, 0});
     bench.streamTime = streamTime;
@@ -299,7 +300,6 @@ TEST(CaptionDelivery, WaitsUntilFiftyMillisecondsBefore) {
 TEST(CaptionDelivery, ARequestEndsTheWaitAndGivesTheSampleBackAsItIs) {
   for (const char* const name : {"a.mp4", "ktmp4file://c/x.mp4&cc=on"}) {
     Bench bench(CaptionAt(600'000), name);
-    bench.Connect(0);
     bench.requestAtWait = 3;
     EXPECT_EQ(bench.Fill(), FilterResult::Ok);
     EXPECT_EQ(bench.waits.size(), 3u);
@@ -309,7 +309,6 @@ TEST(CaptionDelivery, ARequestEndsTheWaitAndGivesTheSampleBackAsItIs) {
 
     // One that is all but due goes out as ever.
     Bench near(CaptionAt(550), name);
-    near.Connect(0);
     near.requestAtWait = 1;
     EXPECT_EQ(near.Fill(), FilterResult::Ok);
     EXPECT_EQ(near.media.length, near.decoded.empty() ? 2u : 0u);
@@ -322,7 +321,6 @@ TEST(CaptionDelivery, EndsWhenThePositionHasPassedTheLengthOfTheFile) {
                                            {1'900'001, FilterResult::False},
                                            {std::numeric_limits<i64>::max(), FilterResult::False}}) {
     Bench bench(CaptionTrack({0, 100}));
-    bench.Connect(0);
     SetPosition(bench.Pin(), {.m_startPosition = 100'000});
     bench.streamTime = streamTime;
     EXPECT_EQ(bench.Fill(), result) << streamTime;
@@ -353,7 +351,6 @@ TEST(CaptionDelivery, ExtractorUseDoesNotWait) {
   for (const bool text : {false, true}) {
     Bench bench(CaptionAt(600'000), text ? "ktmp4file://c/x.mp4&cc=on&forextractoruse=1"
                                          : "ktmp4file://c/x.mp4&forextractoruse=1");
-    bench.Connect(0);
     // Past the end of the file, which is not looked at either.
     bench.streamTime = std::numeric_limits<i64>::max();
     EXPECT_EQ(bench.Fill(), FilterResult::Ok);

@@ -16,11 +16,7 @@ using namespace test;
 class Bench : public FakeHost {
  public:
   Bench(u32 kind, u64 duration, u32 movieTimeScale = 1000) {
-    FakeTrackFacts track;
-    track.kind = kind;
-    track.id = 0x80000000;
-    track.duration = duration;
-    file.tracks = {track};
+    file.tracks = {{.kind = kind, .id = 0x80000000, .duration = duration}};
     file.movieTimeScale = movieTimeScale;
     EXPECT_EQ(Source().Load("a.mp4"), FilterResult::Ok);
   }
