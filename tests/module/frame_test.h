@@ -27,10 +27,14 @@ class Held {
   Object* const m_object;
 };
 
-/// A test that leaves nothing behind: every object that it made is gone at its end.
+/// A test that comes to an end and leaves nothing behind: every object that it made is gone then.
 class FrameTest : public testing::Test {
  protected:
   void TearDown() override { EXPECT_FALSE(IsModuleHeld()) << "an object has outlived its test"; }
+
+ private:
+  const Deadline m_deadline{testing::UnitTest::GetInstance()->current_test_info()->name(),
+                            std::chrono::seconds(240)};
 };
 
 }  // namespace kt::test

@@ -2,6 +2,7 @@
 
 #include <control.h>
 #include <evcode.h>
+#include <gtest/gtest.h>
 #include <objbase.h>
 #include <strmif.h>
 #include <uuids.h>
@@ -11,19 +12,28 @@
 
 namespace kt::test {
 
+/// An object of a class that this process can make; null when it can not.
+template <class Interface>
+ComPointer<Interface> Made(REFCLSID clsid) {
+  ComPointer<Interface> made;
+  CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface), made.PutVoid());
+  return made;
+}
+
+/// Another interface of an object, which has to have it.
+template <class Interface, class Other>
+ComPointer<Interface> As(const ComPointer<Other>& object) {
+  ComPointer<Interface> face;
+  EXPECT_EQ(object.Query(&face), S_OK);
+  return face;
+}
+
 /// The platform's filter graph manager, as an application holds it.
 struct HostGraph {
   HRESULT Create() {
-    HRESULT result = CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_INPROC_SERVER, IID_IGraphBuilder,
-                                      m_builder.PutVoid());
-    if (SUCCEEDED(result)) result = m_builder->QueryInterface(IID_IMediaControl, m_control.PutVoid());
-    if (SUCCEEDED(result)) result = m_builder->QueryInterface(IID_IMediaEvent, m_events.PutVoid());
-    return result;
-  }
-  void Release() {
-    m_control.Reset();
-    m_events.Reset();
-    m_builder.Reset();
+    m_builder = Made<IGraphBuilder>(CLSID_FilterGraph);
+    const HRESULT result = m_builder.Query(&m_control);
+    return result == S_OK ? m_builder.Query(&m_events) : result;
   }
 
   /// Takes events off the graph until this one comes; false when it does not. `look` sees each event's code

@@ -14,7 +14,6 @@ class PlayingFrameTest : public FrameTest {};
 
 // A fault while filling ends the stream and then aborts the play; nothing of it leaves the worker.
 TEST_F(PlayingFrameTest, AFailureEndsTheStreamAndAbortsThePlay) {
-  const Deadline deadline("failing to fill");
   CRecordingPin* input = nullptr;
   const std::pair<std::function<HRESULT()>, HRESULT> cases[] = {
       {[] { return E_ACCESSDENIED; }, E_ACCESSDENIED},
@@ -51,7 +50,6 @@ TEST_F(PlayingFrameTest, AFailureEndsTheStreamAndAbortsThePlay) {
 
 // A worker that does not start is forgotten, and the pins that are active already are taken back.
 TEST_F(PlayingFrameTest, APinThatCanNotStartTakesTheOthersBack) {
-  const Deadline deadline("a worker that does not start");
   SourceAndSink pair;
   ASSERT_EQ(pair.Connect(), S_OK);
   pair.source->AddAnotherPin();
@@ -74,7 +72,6 @@ TEST_F(PlayingFrameTest, APinThatCanNotStartTakesTheOthersBack) {
 
 // The worker waits for the only buffer, which the sink keeps: only taking the buffers back frees it.
 TEST_F(PlayingFrameTest, StopsWhileTheWorkerWaitsForABuffer) {
-  const Deadline deadline("stop without a buffer");
   for (int i = 0; i < 20; ++i) {
     SourceAndSink pair(SinkScript{.m_keep = true});
     ASSERT_EQ(pair.Connect(), S_OK);
@@ -88,7 +85,6 @@ TEST_F(PlayingFrameTest, StopsWhileTheWorkerWaitsForABuffer) {
 // Released while it plays, a source ends its worker while it is whole; out of the worker that is another
 // thread's work.
 TEST_F(PlayingFrameTest, AReleasedSourceStopsItself) {
-  const Deadline deadline("release while playing");
   for (const bool byWorker : {false, true}) {
     for (int i = 0; i < 20; ++i) {
       CCountingSource* source = nullptr;
@@ -118,7 +114,6 @@ TEST_F(PlayingFrameTest, AReleasedSourceStopsItself) {
 
 // Each would wait for the worker that makes the call. To leave a graph takes no wait.
 TEST_F(PlayingFrameTest, AWorkerChangesNothing) {
-  const Deadline deadline("changes by a worker");
   CCountingSource* source = nullptr;
   std::vector<HRESULT> answers;
   std::atomic<bool> answered{false};

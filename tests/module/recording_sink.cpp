@@ -1,16 +1,15 @@
 #include "module/recording_sink.h"
 
-#include <evcode.h>
-#include <objbase.h>
-#include <uuids.h>
 #include <vfwmsgs.h>
 
 #include <algorithm>
 
+#include "module/host_graph.h"
+
 namespace kt::test {
 
-CRecordingPin::CRecordingPin(CRecordingSink& sink, SinkScript script)
-    : CBasePin(sink, PINDIR_INPUT, L"In", L"In"), m_script(std::move(script)) {}
+CRecordingPin::CRecordingPin(CBaseFilter& filter, const std::wstring& name, SinkScript script)
+    : CBasePin(filter, PINDIR_INPUT, name, name), m_script(std::move(script)) {}
 
 HRESULT CRecordingPin::NonDelegatingQueryInterface(REFIID iid, void** object) {
   if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
@@ -103,10 +102,7 @@ HRESULT CRecordingPin::NewSegment(REFERENCE_TIME start, REFERENCE_TIME, double r
 
 HRESULT CRecordingPin::GetAllocator(IMemAllocator** allocator) {
   if (!m_script.m_ownAllocator) return VFW_E_NO_ALLOCATOR;
-  if (!m_own) {
-    CoCreateInstance(CLSID_MemoryAllocator, nullptr, CLSCTX_INPROC_SERVER, IID_IMemAllocator,
-                     m_own.PutVoid());
-  }
+  if (!m_own) m_own = Made<IMemAllocator>(CLSID_MemoryAllocator);
   *allocator = ComPointer<IMemAllocator>(m_own).Detach();
   return S_OK;
 }
@@ -150,14 +146,6 @@ HRESULT CRecordingPin::Receive(IMediaSample* sample) {
   return answer;
 }
 
-HRESULT CRecordingPin::ReceiveMultiple(IMediaSample**, LONG, LONG*) {
-  return E_NOTIMPL;
-}
-
-HRESULT CRecordingPin::ReceiveCanBlock() {
-  return S_OK;
-}
-
 std::vector<SinkEvent> CRecordingPin::Events() {
   const std::lock_guard lock(m_lock);
   return m_events;
@@ -169,13 +157,18 @@ std::size_t CRecordingPin::Count(SinkEvent::Kind kind) {
       std::count_if(events.begin(), events.end(), [kind](const SinkEvent& e) { return e.kind == kind; }));
 }
 
+bool CRecordingPin::IsRefusing() {
+  const std::lock_guard lock(m_lock);
+  return m_flushing || m_stopped;
+}
+
 bool CRecordingPin::IsBlocked() {
   const std::lock_guard lock(m_lock);
   return m_blocked;
 }
 
 CRecordingSink::CRecordingSink(SinkScript script)
-    : CBaseFilter(nullptr, m_sinkStateLock, CLSID_NULL), m_pin(*this, std::move(script)) {}
+    : CBaseFilter(nullptr, m_sinkStateLock, CLSID_NULL), m_pin(*this, L"In", std::move(script)) {}
 
 HRESULT CRecordingSink::NonDelegatingQueryInterface(REFIID iid, void** object) {
   if (iid == IID_IAMFilterMiscFlags) return GetInterface(static_cast<IAMFilterMiscFlags*>(this), object);

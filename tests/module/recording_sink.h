@@ -42,11 +42,9 @@ struct SinkScript {
   const GUID* m_accept = nullptr;
 };
 
-class CRecordingSink;
-
-class CRecordingPin final : public CBasePin, public IMemInputPin {
+class CRecordingPin : public CBasePin, public IMemInputPin {
  public:
-  CRecordingPin(CRecordingSink& sink, SinkScript script);
+  CRecordingPin(CBaseFilter& filter, const std::wstring& name, SinkScript script);
   DECLARE_IUNKNOWN
   HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
 
@@ -66,12 +64,14 @@ class CRecordingPin final : public CBasePin, public IMemInputPin {
   HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* allocator, WINBOOL readOnly) override;
   HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) override;
   HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
-  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample** samples, LONG count, LONG* done) override;
-  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override;
+  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }
 
   std::vector<SinkEvent> Events();
   std::size_t Count(SinkEvent::Kind kind);
   bool IsBlocked();
+  /// Whether a flush or a stop keeps samples out.
+  bool IsRefusing();
   void ForgetPeer() { SetPeer(nullptr); }
   /// That of the last segment.
   double SegmentRate() const { return m_segmentRate; }

@@ -53,8 +53,7 @@ TEST_F(EnduranceTest, TwoHundredLivesLeaveNothing) {
     HostGraph graph;
     EXPECT_EQ(graph.Create(), S_OK);
     for (const CLSID& renderer : {CLSID_VideoMixingRenderer, CLSID_VideoMixingRenderer9}) {
-      ComPointer<IBaseFilter> made;
-      CoCreateInstance(renderer, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter, made.PutVoid());
+      Made<IBaseFilter>(renderer);
     }
   });
   const std::wstring film = MediaFile(L"bframes-aac.mp4");

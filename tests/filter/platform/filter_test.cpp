@@ -124,8 +124,7 @@ TEST_F(FilterTest, AnswersForPositions) {
   EXPECT_EQ(time, 500'000);
   EXPECT_EQ(filter->SetTimeFormat(&::TIME_FORMAT_FRAME), E_INVALIDARG);
   for (std::size_t i = 0; i < 2; ++i) {
-    ComPointer<IMediaSeeking> seeking;
-    ASSERT_EQ(source.Pins()[i].Query(&seeking), S_OK);
+    const auto seeking = As<IMediaSeeking>(source.Pins()[i]);
     EXPECT_EQ(seeking->GetCurrentPosition(&time), i == 0 ? S_FALSE : E_NOTIMPL);
     EXPECT_EQ(seeking->GetStopPosition(&time), S_OK);
     EXPECT_EQ(time, 1'000'000);
@@ -138,10 +137,7 @@ TEST_F(FilterTest, AnswersForPositions) {
 
 // Video and sound go as fast as they are taken, captions by the clock of the graph.
 TEST_F(FilterTest, CaptionsComeWhenTheyAreDue) {
-  Track captions;
-  captions.hdlr = Hdlr("text");
-  captions.mediaHeader = Nmhd();
-  captions.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
+  Track captions = CaptionedTrack();
   captions.stts = Stts({{4, 300}});
   captions.stsz = Stsz({3, 3, 3, 3});
   const NamedFile file(L"captions.mp4", MovieOf(captions).Build());
@@ -156,14 +152,9 @@ TEST_F(FilterTest, CaptionsComeWhenTheyAreDue) {
 TEST_F(FilterTest, OneGraphTakesOneReader) {
   const std::wstring film = MediaFile(L"aac.m4a");
   PlayedSource first(film);
-  ComPointer<IBaseFilter> second;
-  ASSERT_EQ(CoCreateInstance(::CLSID_KtMp4FileReader, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
-                             second.PutVoid()),
-            S_OK);
+  const auto second = Made<IBaseFilter>(::CLSID_KtMp4FileReader);
   ASSERT_EQ(first.Graph().m_builder->AddFilter(second.Get(), L"Another"), S_OK);
-  ComPointer<IFileSourceFilter> loader;
-  ASSERT_EQ(second.Query(&loader), S_OK);
-  EXPECT_EQ(loader->Load(film.c_str(), nullptr), kWrongState);
+  EXPECT_EQ(As<IFileSourceFilter>(second)->Load(film.c_str(), nullptr), kWrongState);
   EXPECT_EQ(first.Graph().m_builder->RemoveFilter(second.Get()), S_OK);
   first.PlayToEnd();
   // A manager that lists the filter before it joins must not make it its own second.

@@ -45,22 +45,19 @@ struct PartRow {
   std::vector<GUID> interfaces;
 };
 
-const std::vector<PartRow>& Parts() {
-  const GUID kCaptions = ::MEDIATYPE_AUXLine21Data, kVideo = ::MEDIATYPE_Video;
-  const std::vector<GUID> kMixer9 = {__uuidof(IVMRDeinterlaceControl9), __uuidof(IVMRFilterConfig9)};
-  const std::vector<GUID> kMixer7 = {IID_IVMRDeinterlaceControl, IID_IVMRFilterConfig};
-  static const std::vector<PartRow> kParts = {
-      {Part::Vmr9, CLSID_VideoMixingRenderer9, {kPicture}, false, kMixer9},
-      {Part::Vmr7, CLSID_VideoMixingRenderer, {kPicture, kCaptions}, false, kMixer7},
-      {Part::Overlay, CLSID_OverlayMixer, {kPicture, kCaptions}, true, {}},
-      {Part::Decoder, ::CLSID_KtMp4Decoder, {kVideo}, true, {}},
-      {Part::Line21, CLSID_Line21Decoder, {kCaptions}, true, {}},
-      {Part::Line21Two, CLSID_Line21Decoder2, {kCaptions}, true, {}},
-      {Part::Video, CLSID_VideoRenderer, {kPicture}, false, {}},
-      {Part::Sound, CLSID_DSoundRender, {::MEDIATYPE_Audio}, false, {}},
-  };
-  return kParts;
-}
+const GUID kCaptions = ::MEDIATYPE_AUXLine21Data;
+const std::vector<GUID> kMixer9 = {__uuidof(IVMRDeinterlaceControl9), __uuidof(IVMRFilterConfig9)};
+const std::vector<GUID> kMixer7 = {IID_IVMRDeinterlaceControl, IID_IVMRFilterConfig};
+const PartRow kParts[] = {
+    {Part::Vmr9, CLSID_VideoMixingRenderer9, {kPicture}, false, kMixer9},
+    {Part::Vmr7, CLSID_VideoMixingRenderer, {kPicture, kCaptions}, false, kMixer7},
+    {Part::Overlay, CLSID_OverlayMixer, {kPicture, kCaptions}, true, {}},
+    {Part::Decoder, ::CLSID_KtMp4Decoder, {::MEDIATYPE_Video}, true, {}},
+    {Part::Line21, CLSID_Line21Decoder, {kCaptions}, true, {}},
+    {Part::Line21Two, CLSID_Line21Decoder2, {kCaptions}, true, {}},
+    {Part::Video, CLSID_VideoRenderer, {kPicture}, false, {}},
+    {Part::Sound, CLSID_DSoundRender, {::MEDIATYPE_Audio}, false, {}},
+};
 
 using Faults = std::multimap<Part, Fault>;
 
@@ -100,18 +97,7 @@ Movie MovieWith(std::string_view tracks) {
   Movie movie;
   movie.tracks.clear();
   for (const char kind : tracks) {
-    Track track;
-    if (kind == 'a') {
-      track.hdlr = Hdlr("soun");
-      track.mediaHeader = Smhd();
-      track.stsd = Stsd({AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, {0x12, 0x10}))});
-    }
-    if (kind == 'l') {
-      track.hdlr = Hdlr("text");
-      track.mediaHeader = Nmhd();
-      track.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
-    }
-    movie.tracks.push_back(track);
+    movie.tracks.push_back(kind == 'a' ? SoundTrack() : kind == 'l' ? CaptionedTrack() : Track());
   }
   return movie;
 }
@@ -122,7 +108,7 @@ class Assembly {
   explicit Assembly(std::string_view tracks, const Faults& faults = {}, const std::wstring& url = L"",
                     const OnConnect& onConnect = nullptr)
       : m_file(L"film.mp4", MovieWith(tracks).Build()) {
-    for (const PartRow& row : Parts()) m_classes.emplace_back(row.clsid, ScriptOf(row, faults, onConnect));
+    for (const PartRow& row : kParts) m_classes.emplace_back(row.clsid, ScriptOf(row, faults, onConnect));
     EXPECT_EQ(m_source.emplace().Load(url.empty() ? m_file.Name() : UrlOf(m_file.Name(), url)), S_OK);
   }
 

@@ -124,10 +124,8 @@ TEST_F(PagesTest, LiveThroughTheOrderOfTheirFrame) {
   const Held<CRecordingSink> sink;
   IUnknown* object = source.Filter();
   IUnknown* other = static_cast<IBaseFilter*>(&*sink);
-  ComPointer<IPropertyPage> page;
-  ASSERT_EQ(CoCreateInstance(::CLSID_KtMp4FileReaderPropertyPage, nullptr, CLSCTX_INPROC_SERVER,
-                             IID_IPropertyPage, page.PutVoid()),
-            S_OK);
+  const auto page = Made<IPropertyPage>(::CLSID_KtMp4FileReaderPropertyPage);
+  ASSERT_TRUE(page);
   const auto activate = [&] {
     const RECT place = {10, 20, 210, 140};
     return page->Activate(GetDesktopWindow(), &place, FALSE);
@@ -170,11 +168,8 @@ TEST_F(PagesTest, TellWhatTheFilterIs) {
   const std::pair<CLSID, const wchar_t*> kTitles[] = {{::CLSID_KtMp4FileReaderAboutPage, L"About"},
                                                       {::CLSID_KtMp4FileReaderPropertyPage, L"Basic"}};
   for (const auto& [clsid, title] : kTitles) {
-    ComPointer<IPropertyPage> made;
     PROPPAGEINFO info = {};
-    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IPropertyPage, made.PutVoid()),
-              S_OK);
-    ASSERT_EQ(made->GetPageInfo(&info), S_OK);
+    ASSERT_EQ(Made<IPropertyPage>(clsid)->GetPageInfo(&info), S_OK);
     EXPECT_STREQ(info.pszTitle, title);
     CoTaskMemFree(info.pszTitle);
   }

@@ -13,19 +13,13 @@ namespace kt::test {
 /// one every 10 ms, the first and the fifth of the video sync samples. The second video sample holds the
 /// metadata text "Hello"; the captions say "Hi" in a row that is complete half way through.
 inline constexpr u32 kReaderSamples = 10;
-inline constexpr u8 kReaderInfo[] = {0x12, 0x10};
 
 class ReaderMovie {
  public:
   ReaderMovie() {
-    CMp4Track* const video = m_movie.AddBareTrack();
-    CMp4Track* const audio = m_movie.AddBareTrack();
-    for (CMp4Track* const track : {video, audio}) {
-      EXPECT_EQ(track->SetTrackType(track == video ? MP4_KIND_VIDEO : MP4_KIND_AUDIO), MP4_OK);
-      EXPECT_EQ(track->SetTimeScale(1000), MP4_OK);
-    }
-    EXPECT_EQ(video->SetVideoFormat(320, 240, kReaderInfo, sizeof kReaderInfo, MP4_FORMAT_MP4V), MP4_OK);
-    EXPECT_EQ(audio->SetAudioFormat(0, 0, kReaderInfo, sizeof kReaderInfo, MP4_FORMAT_MP4A), MP4_OK);
+    const Bytes info = {0x12, 0x10};
+    CMp4Track* const video = m_movie.AddTrack(MP4_KIND_VIDEO, 1000, MP4_FORMAT_MP4V, info);
+    CMp4Track* const audio = m_movie.AddTrack(MP4_KIND_AUDIO, 1000, MP4_FORMAT_MP4A, info);
     CMp4Track* const captions = m_movie.AddTextTrack();
 
     std::vector<Line21Pair> pairs = Line21Pairs("{-}{RU2}{PAC}Hi{CR}");

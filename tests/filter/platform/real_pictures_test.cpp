@@ -162,8 +162,7 @@ TEST_F(RealPicturesTest, APinPlaysAndSeeksInAWindow) {
   ASSERT_EQ(source.Render(0, graph), S_OK);
   // Without the platform's mixing renderers it ends in the plain one.
   EXPECT_EQ(DescribeGraph(graph), "Mpeg-4 Decoder>Video Renderer, Source>Mpeg-4 Decoder");
-  ComPointer<IVideoWindow> window;
-  ASSERT_EQ(graph->QueryInterface(IID_IVideoWindow, window.PutVoid()), S_OK);
+  const auto window = As<IVideoWindow>(source.Graph().m_builder);
 
   OpenedMovie movie(ReadFile(film));
   const std::unique_ptr<CMp4Track> track = movie.OpenTrack(1);

@@ -65,8 +65,7 @@ void ExpectOrder(const std::vector<SinkEvent>& events, u32 track) {
 // As an application, a renderer and a graph do it, each seek up to three times over.
 TEST_F(SeekingTest, AThousandTimesAtRandomWhilePlaying) {
   PlayedSource played(kFilm);
-  ComPointer<IMediaSeeking> graph;
-  ASSERT_EQ(played.Graph().m_builder->QueryInterface(IID_IMediaSeeking, graph.PutVoid()), S_OK);
+  const auto graph = As<IMediaSeeking>(played.Graph().m_builder);
   played.Run();
   std::mt19937 random(20);
   // The clock of the run goes on all the while: a few places, so that the library is asked for each once.
@@ -118,22 +117,21 @@ TEST_F(SeekingTest, StopsAndSeeksWithASinkThatBlocks) {
 TEST_F(SeekingTest, ASinkMayAskFromInsideOfReceive) {
   std::atomic<int> answers{0};
   std::vector<ComPointer<IPin>> pins;
-  ComPointer<IMediaSeeking> seeking[2];
   PlayedSource played(kFilm, {.sink = {.m_receive = [&](ULONG) {
                                 AM_MEDIA_TYPE type = {};
                                 i64 time = 0, stop = 0;
                                 for (std::size_t i = 0; i < pins.size(); ++i) {
                                   if (pins[i]->ConnectionMediaType(&type) == S_OK) ++answers;
                                   FreeMediaType(type);
-                                  seeking[i]->GetDuration(&time);
-                                  seeking[i]->GetCurrentPosition(&time);
-                                  seeking[i]->GetStopPosition(&time);
-                                  seeking[i]->GetPositions(&time, &stop);
+                                  const auto seeking = As<IMediaSeeking>(pins[i]);
+                                  seeking->GetDuration(&time);
+                                  seeking->GetCurrentPosition(&time);
+                                  seeking->GetStopPosition(&time);
+                                  seeking->GetPositions(&time, &stop);
                                 }
                                 return S_OK;
                               }}});
   pins = played.Pins();
-  for (std::size_t i = 0; i < 2; ++i) ASSERT_EQ(pins[i].Query(&seeking[i]), S_OK);
   for (i64 round = 0; round < 50; ++round) {
     played.Run();
     for (i64 seek = 0; seek < 4; ++seek) ASSERT_EQ(played.Seek(seek * 9'000'000), S_OK);

@@ -48,9 +48,7 @@ std::vector<ULONG> SamplesFrom(const std::wstring& file, u32 track, i64 position
 
 PlayedSource::PlayedSource() {
   EXPECT_EQ(m_graph.Create(), S_OK);
-  EXPECT_EQ(CoCreateInstance(::CLSID_KtMp4FileReader, nullptr, CLSCTX_INPROC_SERVER, IID_IBaseFilter,
-                             m_filter.PutVoid()),
-            S_OK);
+  m_filter = Made<IBaseFilter>(::CLSID_KtMp4FileReader);
   EXPECT_EQ(m_graph.m_builder->AddFilter(m_filter.Get(), L"Source"), S_OK);
 }
 
@@ -86,17 +84,13 @@ void PlayedSource::PlayToEnd() {
 }
 
 HRESULT PlayedSource::Seek(i64 position, std::size_t pin) {
-  ComPointer<IMediaSeeking> seeking;
-  const HRESULT result = Pins().at(pin).Query(&seeking);
-  if (FAILED(result)) return result;
-  return seeking->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0);
+  return test::As<IMediaSeeking>(Pins().at(pin))
+      ->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0);
 }
 
 HRESULT PlayedSource::Render(std::size_t pin, IGraphBuilder* graph) {
   const ComPointer<IPin> rendered = Pins().at(pin);
-  ComPointer<IStreamBuilder> builder;
-  EXPECT_EQ(rendered.Query(&builder), S_OK);
-  return builder->Render(rendered.Get(), graph);
+  return test::As<IStreamBuilder>(rendered)->Render(rendered.Get(), graph);
 }
 
 std::vector<ComPointer<IPin>> PlayedSource::Pins() {

@@ -98,9 +98,7 @@ class PlayedSource {
   IBaseFilter* Filter() { return m_filter.Get(); }
   template <class Interface>
   ComPointer<Interface> As() {
-    ComPointer<Interface> face;
-    EXPECT_EQ(m_filter.Query(&face), S_OK);
-    return face;
+    return test::As<Interface>(m_filter);
   }
   std::vector<ComPointer<IPin>> Pins();
   CRecordingPin& Sink(std::size_t pin) { return (*m_sinks[pin])->Pin(); }
@@ -127,7 +125,7 @@ class ReaderReplacement {
       0xe436ebb5, 0x524f, 0x11ce, {0x9f, 0x53, 0x00, 0x20, 0xaf, 0x0b, 0xa7, 0x70}};
 };
 
-/// A test with the module registered, which leaves nothing of it behind and comes to an end.
+/// A test with the module registered, which leaves nothing of it behind.
 class SourceTest : public FrameTest {
  protected:
   void SetUp() override { ASSERT_EQ(m_module.Register(), S_OK); }
@@ -137,8 +135,6 @@ class SourceTest : public FrameTest {
         << "an object has outlived its test";
   }
 
-  const Deadline m_deadline{testing::UnitTest::GetInstance()->current_test_info()->name(),
-                            std::chrono::seconds(240)};
   const ServerModule m_module{SourcePath()};
 };
 

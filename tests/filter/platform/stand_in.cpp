@@ -11,7 +11,7 @@
 #include <algorithm>
 #include <set>
 
-#include "module/graph/base_filter.h"
+#include "module/recording_sink.h"
 
 namespace kt::test {
 namespace {
@@ -54,86 +54,67 @@ struct Shared {
   CStandInOutput* output = nullptr;
 };
 
-class CStandInInput final : public CBasePin, public IMemInputPin {
+/// Records what comes, as a sink does, and hands it on.
+class CStandInInput final : public CRecordingPin {
  public:
   CStandInInput(CBaseFilter& filter, Shared& shared, const std::wstring& name, std::vector<CMediaType> types)
-      : CBasePin(filter, PINDIR_INPUT, name, name), m_shared(shared), m_types(std::move(types)) {}
-  DECLARE_IUNKNOWN
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
-    if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
-    return CBasePin::NonDelegatingQueryInterface(iid, object);
-  }
+      : CRecordingPin(filter, name, {}), m_shared(shared), m_types(std::move(types)) {}
   HRESULT CheckMediaType(const CMediaType& type) override {
     return IsAmong(m_types, type) ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
   }
-  // What it accepts it does not offer: the formats are the other side's.
-  HRESULT GetMediaType(int, CMediaType*) override { return VFW_S_NO_MORE_ITEMS; }
-  HRESULT Active() override {
-    m_refusing = false;
-    return S_OK;
-  }
   HRESULT Inactive() override {
-    Refuse();
-    return S_OK;
+    const HRESULT result = CRecordingPin::Inactive();
+    ForgetWork();
+    return result;
   }
 
   HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override {
     if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-    const CMediaType copy(*type);
-    if (CheckMediaType(copy) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
+    if (CheckMediaType(CMediaType(*type)) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
     if (m_shared.script.onConnect) m_shared.script.onConnect(peer);
     if (m_shared.work) {
       const std::optional<CMediaType> output = m_shared.work->OutputType(*type);
       if (!output) return VFW_E_TYPE_NOT_ACCEPTED;
       m_shared.output->Offer(*output);
     }
-    SetPeer(peer);
-    return SetMediaType(copy);
+    return CRecordingPin::ReceiveConnection(peer, type);
   }
   HRESULT STDMETHODCALLTYPE EndOfStream() override {
+    // Without an output it is a renderer, which tells the graph.
+    if (m_shared.output == nullptr) return CRecordingPin::EndOfStream();
     const std::lock_guard lock(m_workLock);
-    if (m_shared.output == nullptr) {
-      return Host().NotifyEvent(EC_COMPLETE, S_OK, reinterpret_cast<LONG_PTR>(&Host().Face()));
-    }
-    if (m_shared.work && !m_refusing) m_shared.work->EndOfStream(*m_shared.output);
+    if (m_shared.work && !IsRefusing()) m_shared.work->EndOfStream(*m_shared.output);
     return m_shared.output->DeliverEndOfStream();
   }
   // What is downstream comes back from a wait first; only then is the work free.
   HRESULT STDMETHODCALLTYPE BeginFlush() override {
-    m_refusing = true;
+    const HRESULT result = CRecordingPin::BeginFlush();
     if (m_shared.output != nullptr) m_shared.output->DeliverBeginFlush();
-    Refuse();
-    return S_OK;
+    ForgetWork();
+    return result;
   }
   HRESULT STDMETHODCALLTYPE EndFlush() override {
-    m_refusing = false;
-    return m_shared.output != nullptr ? m_shared.output->DeliverEndFlush() : S_OK;
+    const HRESULT result = CRecordingPin::EndFlush();
+    return m_shared.output != nullptr ? m_shared.output->DeliverEndFlush() : result;
   }
   HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate) override {
-    return m_shared.output != nullptr ? m_shared.output->DeliverNewSegment(start, stop, rate) : S_OK;
+    const HRESULT result = CRecordingPin::NewSegment(start, stop, rate);
+    return m_shared.output != nullptr ? m_shared.output->DeliverNewSegment(start, stop, rate) : result;
   }
-
-  HRESULT STDMETHODCALLTYPE GetAllocator(IMemAllocator**) override { return VFW_E_NO_ALLOCATOR; }
-  HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator*, WINBOOL) override { return S_OK; }
-  HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override {
     const std::lock_guard lock(m_workLock);
-    if (m_refusing) return S_FALSE;
-    return m_shared.work ? m_shared.work->Receive(sample, *m_shared.output) : S_OK;
+    const HRESULT result = CRecordingPin::Receive(sample);
+    return m_shared.work && result == S_OK ? m_shared.work->Receive(sample, *m_shared.output) : result;
   }
-  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }
 
  private:
-  void Refuse() {
-    m_refusing = true;
+  void ForgetWork() {
     const std::lock_guard lock(m_workLock);
     if (m_shared.work) m_shared.work->Flush();
   }
 
   Shared& m_shared;
   const std::vector<CMediaType> m_types;
-  std::atomic<bool> m_refusing{true};
   std::mutex m_workLock;
 };
 

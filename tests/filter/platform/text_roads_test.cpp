@@ -153,16 +153,6 @@ TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
 
 enum class Meanwhile { Stops, Seeks, Serves };
 
-/// Serves what other threads want of this one until `condition` holds.
-template <class Condition>
-bool ServeUntil(Condition condition) {
-  return Eventually([&] {
-    MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
-    return condition();
-  });
-}
-
 // An application with one thread, which may not be called from others: the worker waits for it and it for the
 // worker. What the callback wants done has to come again later, whether a change is under way or would only
 // begin, and the workers' apartment, which is theirs alone, has to outlast them.
@@ -182,7 +172,12 @@ TEST_F(TextRoadsTest, ACallbackThatIsDueDoesNotBlockAStopOrASeek) {
         callback->m_onText = [&] { inside.insert({seek(), played.Filter()->Stop()}); };
         played.Run();
         if (meanwhile == Meanwhile::Serves) {
-          EXPECT_TRUE(ServeUntil(hasCome));
+          EXPECT_TRUE(Eventually([&] {
+            // Serves what other threads want of this one.
+            MSG message;
+            while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+            return hasCome();
+          }));
         } else {
           // Nobody serves calls here.
           Sleep(500);
