@@ -85,7 +85,8 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   u64 RtpTimeOf(u64 time, u32 timeScale) const { return m_rtpTimeScale * time / timeScale; }
   void TakeBitRates(const CHintBitRates& bitRates) { bitRates.GetBitrates(&m_maxBitrate, &m_avgBitrate); }
 
-  /// Not to be asked once detached. The host that the base keeps was a `CHintTrackHost` when it was handed over.
+  /// Not to be asked once detached. The host that the base keeps was a `CHintTrackHost` when it was handed
+  /// over.
   CMp4File& File() const { return static_cast<CHintTrackHost&>(*m_file); }
   /// What the session description of every kind says. MP4_NOT_READY without a track.
   Mp4Result GetFacts(u32 trackNumber, StreamFacts* facts);
