@@ -14,13 +14,10 @@ inline std::string SamplesOf(CMp4Track& track) {
   std::string text;
   const u32 count = Got(track, &CMp4Track::GetSampleCount);
   for (u32 sample = 1; sample <= count; ++sample) {
-    const u32 size = Got(track, &CMp4Track::GetSampleSize, sample);
-    std::string bytes(size, 0);
-    u32 read = 0;
-    if (track.ReadSample(sample, size, &read, reinterpret_cast<u8*>(bytes.data())) != MP4_OK) bytes = "?";
+    const Bytes bytes = SampleOf(track, sample);
     const u64 composition = Got(track, &CMp4Track::GetSampleCompositionTime, sample);
     const bool isSync = Ask(track, &CMp4Track::FindSyncSample, composition).value == sample;
-    text += (sample == 1 ? "" : " ") + bytes +
+    text += (sample == 1 ? "" : " ") + std::string(bytes.begin(), bytes.end()) +
             std::to_string(Got(track, &CMp4Track::GetSampleDecodingTime, sample)) + "/" +
             std::to_string(composition) + (isSync ? "*" : "");
   }

@@ -63,23 +63,32 @@ struct Track {
   Bytes MediaInformation() const { return Box("minf", {mediaHeader, SampleTable()}); }
   Bytes Media() const { return Box("mdia", {mdhd, hdlr, MediaInformation()}); }
   Bytes Build() const { return Box("trak", {tkhd, edts, Media(), udta}); }
+
+  /// The same with another piece: `Track().With(&Track::stss, Stss({1}))`.
+  Track With(Bytes Track::*piece, const Bytes& content) const {
+    Track changed = *this;
+    changed.*piece = content;
+    return changed;
+  }
+  /// The same with so many samples of other sizes, ten ticks each, in one chunk.
+  Track WithOneChunk(u32 samples, const Bytes& sizes) const {
+    const Track timed = With(&Track::stsz, sizes).With(&Track::stts, Stts({{samples, 10}}));
+    return timed.With(&Track::stsc, Stsc({{1, samples}})).With(&Track::chunkOffsets, Stco({24}));
+  }
 };
 
-/// A track of sound: as it stands AAC, of the times and sizes above.
+/// A track of another kind, of the times and sizes above.
+inline Track TrackOf(std::string_view handler, const Bytes& mediaHeader, const Bytes& entry) {
+  const Track track = Track().With(&Track::hdlr, Hdlr(handler)).With(&Track::mediaHeader, mediaHeader);
+  return track.With(&Track::stsd, Stsd({entry}));
+}
+/// The same for sound: as it stands AAC.
 inline Track SoundTrack(const Bytes& entry = AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, {0x12, 0x10}))) {
-  Track track;
-  track.hdlr = Hdlr("soun");
-  track.mediaHeader = Smhd();
-  track.stsd = Stsd({entry});
-  return track;
+  return TrackOf("soun", Smhd(), entry);
 }
 /// The same for captions.
 inline Track CaptionedTrack() {
-  Track track;
-  track.hdlr = Hdlr("text");
-  track.mediaHeader = Nmhd();
-  track.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
-  return track;
+  return TrackOf("text", Nmhd(), Box("ln21", Bytes().Zeros(6).U16(1)));
 }
 
 /// A whole file in pieces: "ftyp", "mdat", "moov". The media data begins at byte 24 of the file.

@@ -19,6 +19,11 @@ inline std::vector<u8> ReadFile(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+inline void WriteFile(const std::filesystem::path& path, const std::vector<u8>& content) {
+  std::ofstream stream(path, std::ios::binary);
+  stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+}
+
 /// A name in the folder for temporary files that no other test uses; what stands there goes when it does.
 class TempFile {
  public:
@@ -30,10 +35,7 @@ class TempFile {
     std::error_code ignored;
     std::filesystem::remove_all(m_path, ignored);
   }
-  explicit TempFile(const std::vector<u8>& content) : TempFile() {
-    std::ofstream stream(m_path, std::ios::binary);
-    stream.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
-  }
+  explicit TempFile(const std::vector<u8>& content) : TempFile() { WriteFile(m_path, content); }
   TempFile(const TempFile&) = delete;
   TempFile& operator=(const TempFile&) = delete;
   ~TempFile() {

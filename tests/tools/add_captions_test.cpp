@@ -83,14 +83,9 @@ TEST(AddCaptions, AFileThatComesMeanwhileStays) {
 #endif
 
 TEST(CaptionsCommand, SaysWhenThereAreNone) {
-  Track titles;
-  titles.hdlr = Hdlr("text");
-  titles.mediaHeader = Nmhd();
-  titles.stsz = ConstantStsz(20, 4);
-  const TempFile file(MovieOf(titles).Build());
-  titles.stsz = ConstantStsz(3, 1'000'000);
-  titles.stts = Stts({{1'000'000, 10}});
-  const TempFile claims(MovieOf(titles).Build());
+  const TempFile file(MovieOf(CaptionedTrack().With(&Track::stsz, ConstantStsz(20, 4))).Build());
+  const Track many = CaptionedTrack().WithOneChunk(1'000'000, ConstantStsz(3, 1'000'000));
+  const TempFile claims(MovieOf(many).Build());
   const std::tuple<std::vector<std::string>, int, const char*> rows[] = {
       {{file.Name()}, 1, "there is no caption track in"},
       {{"--track", "1", file.Name()}, 1, "sample 1 of track 1 of"},

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "support/movie_builder.h"
@@ -36,7 +35,6 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
       {{"samples", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"samples", "--track", "0", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"samples", "--track", "4294967296", "a.mp4"}, "ktmp4 samples", "--track"},
-      {{"extract", "--track", "1", "a.mp4"}, "ktmp4 extract", "OUT"},
   };
   for (const auto& [arguments, speaker, part] : rows) {
     EXPECT_EQ(ExpectOneLine(CommandLine(arguments), 2, speaker, {part}), "");
@@ -54,15 +52,10 @@ std::string InLittleMemory(const std::string& line) {
 #endif
 }
 
-void Write(const fs::path& path, const std::vector<u8>& bytes) {
-  std::ofstream stream(path, std::ios::binary);
-  stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
 void WriteCut(const fs::path& path, const char* media) {
   std::vector<u8> bytes = ReadFile(Media(media));
   bytes.resize(bytes.size() - 100);
-  Write(path, bytes);
+  WriteFile(path, bytes);
 }
 
 // Each command refuses the file with exit code 1 and one line that tells operation, file and reason; nothing
@@ -71,8 +64,8 @@ TEST(BadFile, IsRefusedByEachCommand) {
   const std::pair<void (*)(const fs::path&), const char*> rows[] = {
       {[](const fs::path&) {}, "MP4_FILE_IO (4): there is no such file"},
       {[](const fs::path& path) { fs::create_directory(path); }, "MP4_FILE_IO (4): it is a directory"},
-      {[](const fs::path& path) { Write(path, {}); }, "the file is empty"},
-      {[](const fs::path& path) { Write(path, Bytes().Text("Dear reader, this is a letter.\n")); },
+      {[](const fs::path& path) { WriteFile(path, {}); }, "the file is empty"},
+      {[](const fs::path& path) { WriteFile(path, Bytes().Text("Dear reader, this is a letter.\n")); },
        "it does not begin like an MP4 file"},
       {[](const fs::path& path) { WriteCut(path, "ntsc-faststart.mp4"); },
        "MP4_CORRUPT (6): the sizes of the boxes contradict each other, or the file is cut short"},
@@ -111,12 +104,10 @@ TEST(BadFile, IsRefusedByEachCommand) {
 // no memory is asked for them, and neither list nor file grows without end.
 TEST(BadFile, ThatClaimsMoreThanItHoldsIsRefusedByEachCommand) {
   const TempFolder folder;
-  Track large, many, overlapping;
-  large.stsz = ConstantStsz(0xFFFFFFF0, 4);
-  many.stsz = ConstantStsz(1, 0xFFFFFFF0);
-  many.stts = Stts({{0xFFFFFFF0, 1}});
-  overlapping.stsz = ConstantStsz(500, 4);
-  for (const Track& track : {large, many, overlapping}) {
+  const Track many = Track().With(&Track::stts, Stts({{0xFFFFFFF0, 1}}));
+  for (const Track& track : {Track().With(&Track::stsz, ConstantStsz(0xFFFFFFF0, 4)),
+                             many.With(&Track::stsz, ConstantStsz(1, 0xFFFFFFF0)),
+                             Track().With(&Track::stsz, ConstantStsz(500, 4))}) {
     const TempFile file(MovieOf(track).Build());
     const std::string one = "--track 1 " + ShellWord(file.Name()), out = " " + ShellWord(folder / "out");
     for (const std::string& line :
@@ -148,9 +139,7 @@ TEST(Terminal, GetsNoControlBytes) {
   if (std::system("script --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "there is no terminal to be had";
   const TempFolder folder;
   const std::string file = folder / "a\x1B[31m\nb.mp4";
-  Track track;
-  track.hdlr = Hdlr("\x1B\xC2\x9BH");
-  Write(file, MovieOf(track).Build());
+  WriteFile(file, MovieOf(Track().With(&Track::hdlr, Hdlr("\x1B\xC2\x9BH"))).Build());
   for (const auto& [command, raw, shown] : {std::tuple("dump", "type=\x1B\xC2\x9BH", "type=\\x1B\\xC2\\x9BH"),
                                             {"info", "a\x1B[31m\nb", "a\\x1B[31m\\x0Ab"}}) {
     const std::string line = CommandLine({command, file});

@@ -5,8 +5,8 @@
 #include <chrono>
 #include <cstdio>
 #include <map>
-#include <numeric>
 #include <tuple>
+#include <utility>
 
 #include "support/line21_script.h"
 #include "support/movie_builder.h"
@@ -69,36 +69,20 @@ TEST(Play, DeliversEverySampleButTheLastInTheOrderOfTime) {
   ExpectParts(ExpectRun({"play", "--extract", Media("h263.3gp")}), {"44 of 45 samples delivered, 0 bytes\n"});
 }
 
-// A movie with samples of these sizes in one chunk.
-Movie MovieWithSizes(Track track, const std::vector<u64>& sizes) {
-  const auto sum = static_cast<std::size_t>(std::accumulate(sizes.begin(), sizes.end(), u64{0}));
-  const u32 count = static_cast<u32>(sizes.size());
-  track.stsz = Stsz(sizes);
-  track.stts = Stts({{count, 10}});
-  track.stsc = Stsc({{1, count}});
-  track.chunkOffsets = Stco({24});
+Movie MovieOver(const Bytes& data, const Track& track) {
   Movie movie = MovieOf(track);
-  movie.mdat = Box("mdat", Bytes().Zeros(static_cast<std::size_t>(sum)));
+  movie.mdat = Box("mdat", data);
   return movie;
-}
-
-Track AudioTrack(std::string_view code) {
-  Track track;
-  track.hdlr = Hdlr("soun");
-  track.mediaHeader = Smhd();
-  track.stsd = Stsd({AudioEntry(code, 2, 44100, Esds(0x40, 5, {0x12, 0x10}))});
-  return track;
 }
 
 // The stream of a pin ends where a sample cannot be had; the program says so, and that it is not as it
 // should.
 TEST(Play, TellsWhyAStreamEndsEarly) {
-  Track lost;
-  lost.chunkOffsets = Stco({24, 0x7FFFFFFF});
+  const Track cramped = SoundTrack().WithOneChunk(4, Stsz({10, 5000, 10, 10}));
   const std::pair<Movie, const char*> rows[] = {
-      {MovieOf(lost),
+      {MovieOf(Track().With(&Track::chunkOffsets, Stco({24, 0x7FFFFFFF}))),
        "pin 1: 2 of 4 samples delivered, 3 bytes, ended early: cannot read sample 3: MP4_FILE_IO (4)"},
-      {MovieWithSizes(AudioTrack("mp4a"), {10, 5000, 10, 10}),
+      {MovieOver(Bytes(5030), cramped),
        "pin 1: 1 of 4 samples delivered, 10 bytes, ended early: sample 2 has 5000 bytes, the buffer only "
        "4112"},
   };
@@ -109,52 +93,37 @@ TEST(Play, TellsWhyAStreamEndsEarly) {
                 {summary});
   }
   // Its types are none that the pin itself would take.
-  ExpectParts(Play(MovieWithSizes(AudioTrack("sowt"), {4, 4, 4})),
+  ExpectParts(Play(MovieOf(SoundTrack(AudioEntry("sowt", 2, 44100, {})))),
               {"type 0: auds / none / WaveFormatEx, format block of 18 bytes\n",
-               "not connected: E_INVALIDARG\n", "pin 1: 0 of 3 samples delivered, 0 bytes, not connected\n"});
+               "not connected: E_INVALIDARG\n", "pin 1: 0 of 4 samples delivered, 0 bytes, not connected\n"});
 }
 
 TEST(Play, ShowsTextsThatRideInSamples) {
-  Movie movie = MovieWithSizes(Track(), {22, 22, 22});
   const Bytes sample = Bytes().U32(0x1B3).U24(0).U32(0x1B2).U32(0x11223344).U8(1).U8(5).Text("hello");
-  movie.mdat = Box("mdat", Bytes().Add(sample).Zeros(22).Add(sample));
-  ExpectParts(Play(movie), {"text at 0.0000000: \"hello\"\n"});
+  const Track track = Track().WithOneChunk(3, ConstantStsz(22, 3));
+  ExpectParts(Play(MovieOver(Bytes(sample).Zeros(44), track)), {"text at 0.0000000: \"hello\"\n"});
 }
-
-constexpr u32 kPairsPerSecond = 30;
 
 // A caption track that begins at time 0 with a pair without data, and its media data: samples of three
 // bytes, the first of which means nothing. A line begins at a second, with a pair to each tick of a 30th of
 // it, and has to end before the next one begins.
 Movie CaptionMovie(const std::vector<std::pair<u32, const char*>>& lines) {
-  Bytes bytes;
+  Bytes bytes = Bytes().U8(0xFF).U8(0x80).U8(0x80);
   std::vector<std::pair<u32, u32>> durations;
-  u32 samples = 0;
   u32 lastTime = 0;
-  const auto add = [&](u32 time, const Line21Pair& pair) {
-    if (samples > 0) durations.push_back({1, time - lastTime});
-    lastTime = time;
-    bytes.U8(0xFF).U8(pair[0]).U8(pair[1]);
-    ++samples;
-  };
-  add(0, {0x80, 0x80});
   for (const auto& [second, script] : lines) {
-    u32 time = second * kPairsPerSecond;
-    for (const Line21Pair& pair : Line21Pairs(script)) add(++time, pair);
+    u32 time = second * 30;
+    for (const Line21Pair& pair : Line21Pairs(script)) {
+      ++time;
+      durations.push_back({1, time - std::exchange(lastTime, time)});
+      bytes.U8(0xFF).U8(pair[0]).U8(pair[1]);
+    }
   }
   durations.push_back({1, 1});
-  Track track;
-  track.mdhd = Mdhd(kPairsPerSecond, lastTime + 1);
-  track.hdlr = Hdlr("text");
-  track.mediaHeader = Nmhd();
-  track.stsd = Stsd({Box("ln21", Bytes().Zeros(6).U16(1))});
-  track.stts = Stts(durations);
-  track.stsz = ConstantStsz(3, samples);
-  track.stsc = Stsc({{1, samples}});
-  track.chunkOffsets = Stco({24});
-  Movie movie = MovieOf(track);
-  movie.mdat = Box("mdat", bytes);
-  return movie;
+  const u32 samples = static_cast<u32>(durations.size());
+  const Track track = CaptionedTrack().WithOneChunk(samples, ConstantStsz(3, samples));
+  return MovieOver(bytes,
+                   track.With(&Track::stts, Stts(durations)).With(&Track::mdhd, Mdhd(30, lastTime + 1)));
 }
 
 Movie PopOnMovie() {
@@ -165,10 +134,8 @@ Movie PopOnMovie() {
 TEST(Play, KeepsTheTimeWhenAskedToAlone) {
   const Movie movie = CaptionMovie({{100, "{RCL}"}, {200, "{EDM}"}});
   EXPECT_EQ(SampleLines(Play(movie, {"--cc", "text"})).size(), 2u);
-  Track video;
-  video.stts = Stts({{4, 100}});
   const auto begin = std::chrono::steady_clock::now();
-  Play(MovieOf(video), {"--realtime"});
+  Play(MovieOf(Track().With(&Track::stts, Stts({{4, 100}}))), {"--realtime"});
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(200));
 }
 
@@ -216,9 +183,7 @@ TEST(Play, TakesUrls) {
 // the pair before it, an end of a caption whose rows were passed over.
 TEST(Captions, PlayFromAPosition) {
   Movie movie = PopOnMovie();
-  Track video;
-  video.stts = Stts({{4, 1000}});
-  video.stss = Stss({1, 3});
+  const Track video = Track().With(&Track::stts, Stts({{4, 1000}})).With(&Track::stss, Stss({1, 3}));
   movie.tracks.insert(movie.tracks.begin(), video);
   EXPECT_EQ(LinesWith(Play(movie, {"--from", "2.5"}), {"row", "screen", "  1 "}),
             (Log{"  1        3        0.0000000        1.0000000         3     1",

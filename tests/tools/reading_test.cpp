@@ -72,13 +72,12 @@ TEST(Info, TakesAnyFileName) {
 
 // No sync sample ahead of it is not a failure, only no sync sample.
 TEST(Samples, AreListedAsFarAsTheyCanBeTold) {
-  Track track;
-  track.stss = Stss({3});
+  const Track track = Track().With(&Track::stss, Stss({3}));
   const TempFile late(MovieOf(track).Build());
   EXPECT_EQ(ExpectRun({"samples", "--track", "1", late.Name()}),
             "sample,size,dts,cts,sync\n1,1,0,0,0\n2,2,10,10,0\n3,3,20,20,1\n4,4,30,30,0\n");
-  track.stsz = Stsz({1, 2});  // fewer sizes than times
-  const TempFile cut(MovieOf(track).Build());
+  // Fewer sizes than times.
+  const TempFile cut(MovieOf(track.With(&Track::stsz, Stsz({1, 2}))).Build());
   const std::string out = ExpectRun({"samples", "--track", "1", cut.Name()}, 1, {"size of sample 3"});
   EXPECT_EQ(Lines(out).size(), 3u);
 }
@@ -86,15 +85,10 @@ TEST(Samples, AreListedAsFarAsTheyCanBeTold) {
 // A cost per sample that grows with the sample's number would keep this running for an hour.
 TEST(Samples, OfALongTrackTakeNoTime) {
   constexpr u32 kCount = 1'000'000;
-  Track track;
-  track.stts = Stts({{kCount, 10}});
-  track.stsz = ConstantStsz(1, kCount);
-  track.stsc = Stsc({{1, kCount}});
-  track.chunkOffsets = Stco({24});
   Bytes sync;
   for (u32 sample = 1; sample <= kCount; sample += 10) sync.U32(sample);
-  track.stss = TableBox("stss", kCount / 10, sync);
-  Movie movie = MovieOf(track);
+  const Track track = Track().WithOneChunk(kCount, ConstantStsz(1, kCount));
+  Movie movie = MovieOf(track.With(&Track::stss, TableBox("stss", kCount / 10, sync)));
   movie.mdat = Box("mdat", Bytes().Zeros(kCount));
   const TempFile file(movie.Build());
   const std::string out = ExpectRun({"samples", "--track", "1", file.Name()});
