@@ -165,7 +165,8 @@ CommonTime FindCommonDelay(CMovie* movie) {
   bool fits = true;
   ForEachTrack(movie, [&](CTrack& track) {
     const i64 start = PresentedStart(*movie, track);
-    const i64 ticksPerPart = track.timeScale / divisor;
+    // Never below 1, since the divisor is common to all: what an analyser cannot know.
+    const i64 ticksPerPart = std::max(track.timeScale / divisor, 1u);
     if (start < 0) needed = std::max(needed, (-start + ticksPerPart - 1) / ticksPerPart);
     if (start >= 0) fits = fits && StartFits(track, static_cast<u64>(start), movie->timeScale);
     spare = std::min(spare, start / ticksPerPart);
