@@ -33,7 +33,8 @@ struct HostGraph {
   HRESULT Create() {
     m_builder = Made<IGraphBuilder>(CLSID_FilterGraph);
     const HRESULT result = m_builder.Query(&m_control);
-    return result == S_OK ? m_builder.Query(&m_events) : result;
+    // This one has no identifier by its type.
+    return result == S_OK ? m_builder->QueryInterface(IID_IMediaEvent, m_events.PutVoid()) : result;
   }
 
   /// Takes events off the graph until this one comes; false when it does not. `look` sees each event's code

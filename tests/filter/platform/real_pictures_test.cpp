@@ -162,7 +162,8 @@ TEST_F(RealPicturesTest, APinPlaysAndSeeksInAWindow) {
   ASSERT_EQ(source.Render(0, graph), S_OK);
   // Without the platform's mixing renderers it ends in the plain one.
   EXPECT_EQ(DescribeGraph(graph), "Mpeg-4 Decoder>Video Renderer, Source>Mpeg-4 Decoder");
-  const auto window = As<IVideoWindow>(source.Graph().m_builder);
+  ComPointer<IVideoWindow> window;
+  ASSERT_EQ(source.Graph().m_builder->QueryInterface(IID_IVideoWindow, window.PutVoid()), S_OK);
 
   OpenedMovie movie(ReadFile(film));
   const std::unique_ptr<CMp4Track> track = movie.OpenTrack(1);
