@@ -11,9 +11,9 @@
 namespace kt::adapt {
 namespace {
 
-constexpr u64 kCommonFields = 8;
-constexpr u64 kVisualFields = kCommonFields + 70;
-constexpr u64 kSoundFields = kCommonFields + 20;
+constexpr u32 kCommonFields = 8;
+constexpr u32 kVisualFields = kCommonFields + 70;
+constexpr u32 kSoundFields = kCommonFields + 20;
 
 enum class EntryKind { kOther, kVisual, kSound };
 

@@ -1,6 +1,7 @@
 // What a source's pins do while it plays that no file makes the filter do.
 
 #include <objbase.h>
+#include <atomic>
 
 #include <new>
 
@@ -89,6 +90,7 @@ TEST_F(PlayingFrameTest, AReleasedSourceStopsItself) {
     for (int i = 0; i < 20; ++i) {
       CCountingSource* source = nullptr;
       CRecordingPin* input = nullptr;
+      std::atomic<bool> isRunning = false;
       const auto release = [&] {
         // The sink's reference on the source's pin has to go for the source to go.
         input->ForgetPeer();
@@ -96,7 +98,8 @@ TEST_F(PlayingFrameTest, AReleasedSourceStopsItself) {
       };
       {
         const Held<CRecordingSink> sink(SinkScript{.m_receive = [&](ULONG number) {
-          if (byWorker && number == 3) release();
+          // A call of ours needs a reference until it is back.
+          if (byWorker && number == 3 && Eventually([&] { return isRunning.load(); })) release();
           return S_OK;
         }});
         input = &sink->Pin();
@@ -105,6 +108,7 @@ TEST_F(PlayingFrameTest, AReleasedSourceStopsItself) {
         ASSERT_EQ(source->Pin().Connect(input, nullptr), S_OK);
         EXPECT_EQ(sink->Run(0), S_OK);
         EXPECT_EQ(source->Run(0), S_OK);
+        isRunning = true;
         if (!byWorker) release();
       }
       ASSERT_TRUE(Eventually([] { return !IsModuleHeld(); }));
