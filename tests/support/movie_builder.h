@@ -65,7 +65,8 @@ struct Track {
   Bytes Build() const { return Box("trak", {tkhd, edts, Media(), udta}); }
 
   /// The same with another piece: `Track().With(&Track::stss, Stss({1}))`.
-  Track With(Bytes Track::*piece, const Bytes& content) const {
+  template <class Piece>
+  Track With(Piece piece, const Bytes& content) const {
     Track changed = *this;
     changed.*piece = content;
     return changed;
