@@ -123,7 +123,6 @@ class CAdaptedFile::CReader {
   }
 
   Mp4Result ListTracks() {
-    m_result->m_hadFragments = m_movie.hasFragments;
     m_result->m_tracks.reset(new (std::nothrow) AdaptedTrack[m_movie.trackCount]);
     if (!m_result->m_tracks) return MP4_NO_MEMORY;
     m_result->m_trackCount = m_movie.trackCount;

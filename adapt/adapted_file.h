@@ -43,9 +43,6 @@ class CAdaptedFile {
   const AdaptedEntry& Entry(u32 index) const { return m_entries[index]; }
   const AdaptedEntry* FindEntry(u32 position, u32 index) const;
 
-  /// True when the samples of fragments were added.
-  bool HadFragments() const { return m_hadFragments; }
-
  private:
   class CReader;
 
@@ -56,7 +53,6 @@ class CAdaptedFile {
   u32 m_imageSize = 0;
   u32 m_trackCount = 0;
   u32 m_entryCount = 0;
-  bool m_hadFragments = false;
 };
 
 }  // namespace kt

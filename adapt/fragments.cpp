@@ -218,7 +218,6 @@ Mp4Result AddTrackFragment(CBytes traf, CMovie* movie, u64 moofPosition, bool is
 
 Mp4Result AddFragment(CBytes moof, u64 position, CMovie* movie) {
   constexpr u64 kClaimsPerByte = 8;
-  movie->hasFragments = true;
   movie->claimsLeft += kClaimsPerByte * moof.Size();
   TrackFragment fragment;
   bool isFirst = true;

@@ -61,9 +61,8 @@ struct CMovie {
   CBytes header;    // "mvhd"
   CBytes userData;
   CBytes objectDescriptor;  // "iods"
-  bool hasFragments = false;
-  u32 timeScale = 0;    // of the file, or 1000 where it has none
-  u32 scaleFactor = 1;  // of the image's time scale to that of the file
+  u32 timeScale = 0;        // of the file, or 1000 where it has none
+  u32 scaleFactor = 1;      // of the image's time scale to that of the file
   u64 fileSize = 0;
   u64 claimsLeft = 0;  // how many claimed samples may still be listed one by one
   u32 trackCount = 0;

@@ -12,7 +12,7 @@ namespace {
 
 void Dump(const InputChoice& choice) {
   InputFile input(choice);
-  // Of a refused file the boxes up to the bad one are there; they show where it went wrong.
+  // Of a refused file the whole boxes ahead of the bad one are there.
   const Mp4Result result = [&] {
     const ShownLibraryOutput shown;
     return input.File().Dump();

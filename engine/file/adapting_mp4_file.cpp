@@ -20,6 +20,7 @@ Mp4Result CreateAdaptingMp4File(CMp4File** file) {
 
 // A file that cannot be adapted is read as it stands, and so is one whose image is refused.
 Mp4Result CAdaptingMp4File::Open(const char* fileName, u32 mode, u32 fileType) {
+  if (!IsOpenToRead()) m_adapted.reset();  // what was told of an earlier file
   m_isStrict = false;
   Mp4Result result = CMp4FileImpl::Open(fileName, mode, fileType);
   if (result != MP4_OK && !IsOpenToRead() && m_adapted) {
