@@ -38,6 +38,23 @@ void* operator new(std::size_t size) {
   return std::memset(block, memory.fill, size);
 }
 
+// The other forms too: where a sanitizer brings its own they do not go by the one above.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  try {
+    return operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void* operator new[](std::size_t size) {
+  return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
+  return operator new(size, tag);
+}
+
 void operator delete(void* block) noexcept {
   if (block == nullptr) return;
   --memory.blocks;
@@ -47,6 +64,14 @@ void operator delete(void* block) noexcept {
 }
 
 void operator delete(void* block, std::size_t /*size*/) noexcept {
+  operator delete(block);
+}
+
+void operator delete[](void* block) noexcept {
+  operator delete(block);
+}
+
+void operator delete[](void* block, std::size_t /*size*/) noexcept {
   operator delete(block);
 }
 
