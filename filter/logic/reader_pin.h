@@ -6,8 +6,8 @@
 
 #include <ktmp4/adapting_file.h>
 #include <ktmp4/mp4_track.h>
+#include "filter/formats/media_type.h"
 #include "filter/logic/filter_result.h"
-#include "filter/logic/media_type.h"
 #include "filter/logic/track_lock.h"
 
 namespace kt {

@@ -4,7 +4,7 @@
 
 #include <bit>
 
-#include "filter/logic/identifiers.h"
+#include "filter/formats/identifiers.h"
 
 namespace kt {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "filter/logic/media_type.h"
+#include "filter/formats/media_type.h"
 
 namespace kt {
 

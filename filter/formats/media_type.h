@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "filter/logic/identifiers.h"
+#include "filter/formats/identifiers.h"
 
 namespace kt {
 
