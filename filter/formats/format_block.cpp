@@ -85,4 +85,24 @@ std::vector<u8> WaveFormatBlock(const SoundFacts& facts, std::span<const u8> beh
   return With(std::move(block), behind);
 }
 
+MediaType CodedPictures(const Guid& subtype, const Guid& formatType, std::vector<u8> block) {
+  return {.majorType = MEDIATYPE_Video,
+          .subtype = subtype,
+          .formatType = formatType,
+          .fixedSizeSamples = false,
+          .temporalCompression = true,
+          .sampleSize = 0,
+          .format = std::move(block)};
+}
+
+MediaType CodedSound(const Guid& subtype, std::vector<u8> block) {
+  return {.majorType = MEDIATYPE_Audio,
+          .subtype = subtype,
+          .formatType = FORMAT_WaveFormatEx,
+          .fixedSizeSamples = false,
+          .temporalCompression = false,
+          .sampleSize = 0,
+          .format = std::move(block)};
+}
+
 }  // namespace kt

@@ -3,7 +3,7 @@
 #include <span>
 #include <vector>
 
-#include <ktmp4/types.h>
+#include "filter/formats/media_type.h"
 
 namespace kt {
 
@@ -47,5 +47,9 @@ struct SoundFacts {
 /// The platform's WAVEFORMATEX (18 bytes) and `behind`, whose size it counts: at most 65,535 bytes, and none
 /// of more.
 std::vector<u8> WaveFormatBlock(const SoundFacts& facts, std::span<const u8> behind);
+
+/// The types of coded samples, whose sizes differ: of pictures, and of sound behind a `WaveFormatBlock`.
+MediaType CodedPictures(const Guid& subtype, const Guid& formatType, std::vector<u8> block);
+MediaType CodedSound(const Guid& subtype, std::vector<u8> block);
 
 }  // namespace kt
