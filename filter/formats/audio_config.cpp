@@ -59,7 +59,7 @@ u32 ReadListedChannels(BitReader* bits) {
   if (bits->ReadFlag()) bits->Skip(3);
   u32 channels = lowFrequency;
   for (u32 element = 0; element < front + side + back; ++element) {
-    channels += bits->ReadFlag() ? 2 : 1;
+    channels += bits->ReadFlag() ? 2U : 1U;
     bits->Skip(4);
   }
   bits->Skip(4 * (lowFrequency + data) + 5 * coupling);
