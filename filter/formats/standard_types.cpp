@@ -70,7 +70,8 @@ std::vector<MediaType> TypesOfPictures(const MediaType& input) {
   return {};
 }
 
-// The rate tells the two kinds apart. Decoders go by the subtype and want the tag to be its lower half.
+// The rate tells the two kinds apart. Decoders go by the subtype; there is no tag of theirs, so it is the
+// lower half of that, as in subtypes that the platform makes of tags.
 std::vector<MediaType> AmrTypes(u32 sampleRate) {
   if (sampleRate != 8000 && sampleRate != 16000) return {};
   const Guid subtype = sampleRate == 8000 ? FourCcGuid("samr") : FourCcGuid("sawb");
