@@ -177,8 +177,21 @@ void SaveDescriptors(const std::filesystem::path& folder) {
   Save(folder / "update", Bytes().U8(1).Add(Descriptor(1, Bytes(od).Add(EsDescriptor()))));
 }
 
+// A packet of time 0 whose constructors all have 16 bytes.
+Bytes PacketBytes(u8 payloadType, u16 sequenceNumber, bool marker,
+                  std::initializer_list<Bytes> constructors) {
+  Bytes bytes = Bytes().U32(0).U8(0).U8((marker ? 0x80U : 0U) | payloadType).U16(sequenceNumber).U16(0);
+  bytes.U16(constructors.size());
+  for (const Bytes& constructor : constructors) bytes.Add(constructor);
+  return bytes;
+}
+
+Bytes SampleBytes(u32 sample, u16 length) {
+  return Bytes().U8(2).U8(0).U16(length).U32(sample).U32(0).U16(1).U16(1);
+}
+
 void SaveHintSamples(const std::filesystem::path& folder) {
-  const Bytes immediate = ImmediateBytes({0, 16, 9, 0x60});
+  const Bytes immediate = Bytes().U8(1).U8(4).Add({0, 16, 9, 0x60}).Zeros(10);
   const Bytes description = Bytes().U8(3).U8(0).U16(9).U32s({1, 2, 3});
   const Bytes plain =
       PacketBytes(96, 1, true, {immediate, SampleBytes(7, 300), description, Bytes().Zeros(16)});
