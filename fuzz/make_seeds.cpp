@@ -206,6 +206,22 @@ void SaveHintSamples(const std::filesystem::path& folder) {
   Save(folder / "no-packets", HintSampleBytes({}));
 }
 
+// The first byte chooses a subtype of pictures (below 4), of MPEG-4 sound (4, 5) or of AMR; its block
+// follows.
+void SaveFormats(const std::filesystem::path& folder) {
+  const Bytes layer = {0, 0, 1, 0x20, 8, 0xD4, 0x8D, 8, 0, 0xCD, 5, 0x84, 0x12, 0x14, 0x18, 0x3F};
+  const Bytes picture = {0, 0, 1, 0xB6, 0x51, 0xCF};
+  const Bytes listed = {0x11, 0x80, 0x14, 0xC8, 0x45, 0x23, 0x3A, 0xF0, 0x23, 0x29, 0x80, 0x40, 0x00};
+  const Bytes behind = {0x13, 0x08, 0x56, 0xE5, 0x9D, 0x48, 0x80};
+  const Bytes wave = {0, 0, 2, 0, 0x44, 0xAC, 0, 0, 0, 0, 0, 0, 1, 0, 16, 0, 0, 0};
+  Save(folder / "layer", Bytes().U8(0).Zeros(104).Add(layer).Add(picture));
+  Save(folder / "layer-alone", Bytes().U8(3).Add(layer).Add(picture));
+  Save(folder / "aac", Bytes().U8(4).Add(wave).Add(behind));
+  Save(folder / "listed-channels", Bytes().U8(5).Add(listed));
+  Save(folder / "mp3", Bytes().U8(4).Add(wave));
+  Save(folder / "amr", Bytes().U8(7).Add({0, 0, 1, 0, 0x40, 0x1F}).Zeros(12));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -218,5 +234,6 @@ int main(int argc, char** argv) {
   SaveHintings(std::filesystem::path(argv[1]) / "hinting");
   SaveDescriptors(std::filesystem::path(argv[1]) / "descriptor");
   SaveHintSamples(std::filesystem::path(argv[1]) / "hint_sample");
+  SaveFormats(std::filesystem::path(argv[1]) / "formats");
   return 0;
 }
