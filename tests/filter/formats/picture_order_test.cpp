@@ -17,12 +17,12 @@ TEST(PictureOrder, TellsTheKindByTheFirstPicture) {
   using enum PictureKind;
   const Bytes between = Picture({0x90, 0xE0, 0x64, 0x86, 0xF7});
   // Behind the start code. Real: I and one more, S, P that skips all of a small picture. Flagged as coded
-  // behind 5 bits of time and behind whole seconds. Cut.
+  // behind 5 bits of time and behind whole seconds. Without the 0 that ends it.
   const Bytes intra = Bytes({0x10, 0x61, 0x06, 0x08, 0xD8}).Add(between),
               sprite = {0xD1, 0xF0, 0x22, 0x14, 0xF1};
   const Bytes skips = {0x51, 0x60, 0x23, 0xEF}, coded = {0x51, 0xEF}, late = {0x7F, 0xD1, 0xEF},
-              cutOff = {0xFF};
-  for (const Bytes& picture : {intra, sprite, skips, coded, late, cutOff})
+              unended = {0x54, 0xFF};
+  for (const Bytes& picture : {intra, sprite, skips, coded, late, unended})
     EXPECT_EQ(KindOfPicture(Picture(picture)), Reference) << testing::PrintToString(picture);
   // Not coded behind 5 bits of time and ahead of another, behind 15 bits, 1 bit and whole seconds.
   const Bytes packed = Bytes({0x51, 0xCF}).Add(between);
@@ -52,8 +52,9 @@ TEST(PictureOrder, TellsOfDelayByTheFirstLayer) {
       {Bytes(start).Add(without).Add(Picture({})), true},
       {Picture({0x10, 0x60}).Add(start).Add(without), {}},
       {plain(1), true},
+      {plain(10), true},
       {plain(17), {}},
-      {plain(18), {}},
+      {Bytes(start).Add({0x09, 0x54}).Add(Bytes(withDelay.begin() + 2, withDelay.end())), {}},  // type 18
   };
   for (const auto& [bytes, expected] : rows) {
     SCOPED_TRACE(testing::PrintToString(bytes));

@@ -63,11 +63,16 @@ void ExpectTypesOfWholeBlocksAlone(MediaType type, std::size_t header) {
 }
 
 TEST(StandardTypes, OfPicturesTakeTimeAndSizeFromTheStream) {
-  // Pictures of 64 x 48 pixels at 25 a second by one encoder, of 176 x 144 at no fixed rate by another.
+  // Pictures of 64 x 48 pixels at 25 a second by one encoder, of 176 x 144 at no fixed rate by another; with
+  // the decoder's buffers told in addition.
   const Bytes fixed = {0, 0, 1, 0x20, 0x00, 0xBC, 4, 6, 0xC4, 0, 0x67, 0x0C, 8, 0x10, 0x18, 0x51, 0x8F};
   const Bytes loose = {0, 0, 1, 0x20, 8, 0xD4, 0x8D, 8, 0, 0xCD, 5, 0x84, 0x12, 0x14, 0x18, 0x3F};
+  const Bytes buffers = {0,    0,    1,    0x20, 8,    0xD4, 0x8D, 0x40, 0x32, 0x40, 0x64, 0x40, 0x96,
+                         0x58, 0x4D, 0x80, 0x58, 0x90, 0x01, 0x9A, 0x0B, 0x08, 0x24, 0x28, 0x30, 0x7E};
+  const Bytes noTicks = {0, 0, 1, 0x20, 0x00, 0x84, 0x40, 0x00, 0x28, 0x04, 0x20, 0x18};
   const std::tuple<u32, Bytes, u32, u32, u32> rows[] = {
-      {32, fixed, 32, 48, 400000}, {0, fixed, 64, 48, 400000}, {0, loose, 176, 144, 0}, {8, {}, 8, 48, 0}};
+      {32, fixed, 32, 48, 400000}, {0, fixed, 64, 48, 400000}, {0, loose, 176, 144, 0},
+      {0, buffers, 176, 144, 0},   {0, noTicks, 16, 24, 0},    {8, {}, 8, 48, 0}};
   for (const auto& [given, setup, width, height, time] : rows) {
     const Types expected = Expected(FourCcGuid("MP4V"), FourCcGuid("mp4v"), width, height, time, setup);
     for (const Guid& subtype : {MEDIASUBTYPE_KtMp4Video, MEDIASUBTYPE_KtMp4VideoStamped})
