@@ -71,7 +71,10 @@ void WriteChunkAt(BareHost& host, CTrackImpl& track, u64 position, u64 time) {
 }
 
 TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
-  const std::pair<std::vector<u64>, bool> cases[] = {
+  const struct {
+    std::vector<u64> positions;
+    bool wide;
+  } cases[] = {
       {{16, kFourGiB - 1}, false},
       {{16, kFourGiB}, true},
       {{16, 2'000'000, kFourGiB + 5, kFourGiB + 2'000'000}, true},
