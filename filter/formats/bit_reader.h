@@ -23,6 +23,11 @@ class BitReader {
     return value;
   }
   bool ReadFlag() { return Read(1) != 0; }
+  /// The next bytes, where it stands on a whole one: all of them or none.
+  std::span<const u8> Take(std::size_t count) {
+    const std::size_t at = static_cast<std::size_t>(m_position / 8);
+    return Pass(u64{count} * 8) ? m_bytes.subspan(at, count) : std::span<const u8>();
+  }
   void Skip(u64 count) { static_cast<void>(Pass(count)); }
   /// On to the first bit of the next byte, unless it stands on one.
   void Align() { Skip((8 - m_position % 8) % 8); }

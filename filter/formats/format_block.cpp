@@ -36,8 +36,9 @@ void PutPicture(std::vector<u8>* block, const PictureFacts& facts) {
 std::vector<u8> Video2Header(const PictureFacts& facts) {
   std::vector<u8> block(112);
   PutPicture(&block, facts);
-  Put(&block, 56, facts.width, 4);  // of the picture's shape, as pixels are square
-  Put(&block, 60, facts.height, 4);
+  const bool isSquare = facts.shapeWidth == 0 || facts.shapeHeight == 0;
+  Put(&block, 56, isSquare ? facts.width : facts.shapeWidth, 4);
+  Put(&block, 60, isSquare ? facts.height : facts.shapeHeight, 4);
   PutBitmapHeader(&block, 72, facts);
   return block;
 }

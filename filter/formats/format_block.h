@@ -11,6 +11,9 @@ namespace kt {
 struct PictureFacts {
   u32 width = 0;
   u32 height = 0;
+  /// The ratio of the picture's sides as it is shown, where its pixels are no squares; otherwise 0.
+  u32 shapeWidth = 0;
+  u32 shapeHeight = 0;
   /// Mean time of a picture in 100 ns units, 0 when it is not known.
   i64 timePerPicture = 0;
   /// As `FourCc` makes it: the code stands in the block in file order.
@@ -19,7 +22,7 @@ struct PictureFacts {
 
 /// The platform's VIDEOINFOHEADER (88 bytes) and `behind`, which its sizes do not count.
 std::vector<u8> VideoInfoBlock(const PictureFacts& facts, std::span<const u8> behind);
-/// The same as VIDEOINFOHEADER2 (112 bytes), for square pixels.
+/// The same as VIDEOINFOHEADER2 (112 bytes), which tells the shape of the picture as well.
 std::vector<u8> VideoInfo2Block(const PictureFacts& facts, std::span<const u8> behind);
 
 /// What MPEG2VIDEOINFO says beyond the picture.
