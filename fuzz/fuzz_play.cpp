@@ -66,6 +66,8 @@ class Sample final : public MediaSample {
   void SetTime(i64 /*start*/, i64 /*stop*/) override {}
   void SetMediaTime(i64 /*start*/, i64 /*stop*/) override {}
   void SetSyncPoint(bool /*isSyncPoint*/) override {}
+  void SetDiscontinuity(bool /*isDiscontinuity*/) override {}
+  void SetPreroll(bool /*isPreroll*/) override {}
 
  private:
   std::vector<u8> m_bytes;
@@ -102,7 +104,7 @@ void GoTo(int folder) {
 // Connects the pin; false when it cannot be.
 bool Connect(CReaderPin& pin, i32 wanted, BufferRequest* buffers) {
   MediaType type;
-  for (i32 position = 0; position < 3; ++position) Ignore(pin.GetMediaType(position, &type));
+  for (i32 position = 0; position < 6; ++position) Ignore(pin.GetMediaType(position, &type));
   if (IsFailure(pin.GetMediaType(wanted, &type)) || IsFailure(pin.CheckMediaType(type))) return false;
   return !IsFailure(pin.SetMediaType(type)) && !IsFailure(pin.DecideBufferSize(buffers));
 }
@@ -143,6 +145,7 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
   CReaderSource source(host);
   // In a URL, captions become texts; by a plain name they are delivered and wait.
   const bool asUrl = (choice & 2) != 0;
+  source.SetAdapt((choice & 16) != 0);
   const std::string name = asUrl ? "ktmp4file://c:" + file + "&cc=on&mdccid=name" : file;
   if (asUrl) GoTo(FolderWithDrive());
   const FilterResult loaded = source.Load(name.c_str());
@@ -155,7 +158,7 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
   const std::vector<i64> positions = PositionsOfInterest(seeking);
   for (const auto& pin : source.Pins()) {
     BufferRequest buffers;
-    if (!Connect(*pin, choice & 1, &buffers)) continue;
+    if (!Connect(*pin, (choice & 1) + (choice & 32 ? 2 : 0), &buffers)) continue;
     const DeliverySurroundings surroundings{clock, clock, texts, captions};
     Run(source, *pin, buffers, surroundings);
     for (const i64 position : positions) {

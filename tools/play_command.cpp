@@ -191,7 +191,9 @@ void PrintPin(const HeadlessPin& pin) {
   if (IsFailure(pin.Connection())) {
     return Print(std::string("  not connected: ") + FilterResultName(pin.Connection()) + "\n");
   }
-  Print((pin.HasType() ? "  connected with type 0, " : "  connected, though no type is its own, ") +
+  const std::optional<i32> position = pin.TypePosition();
+  Print((position ? "  connected with type " + std::to_string(*position) + ", "
+                  : "  connected, though no type is its own, ") +
         Counted(pin.Buffers().count, "buffer", "buffers") + " of " + std::to_string(pin.Buffers().size) +
         " bytes\n");
 }
@@ -337,8 +339,10 @@ void AddPlayCommand(CLI::App& program) {
       ->type_name("");
   command->footer(
       "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the\n"
-      "start times; start and stop are in seconds. The last sample of a track is never delivered. When a\n"
+      "start times; start and stop are in seconds. The last sample of a track is not delivered. When a\n"
       "stream ends early because a sample cannot be had, the exit code is 1.\n"
+      "A pin is connected with the first of its types that it takes. Under one of the platform's, which\n"
+      "adapted files alone have, the last sample is delivered, too, and times are those of display.\n"
       "Captions decoded to text give a line for each change of the screen and for each row that is\n"
       "complete, at its time in the file; their samples are empty and have no stamps. Texts that ride in\n"
       "video samples have a line each, at their sample's start.\n"

@@ -26,10 +26,17 @@ void GoToSyncSample(CMp4Track* track, u32* sample) {
   if (track->FindSyncSample(compositionTime, &syncSample) == MP4_OK) *sample = syncSample;
 }
 
-void MoveTo(CMp4Track* track, u32 timeScale, i64 current, PinPosition* position) {
+void MoveTo(CMp4Track* track, const CReaderPin& pin, i64 current, PinPosition* position) {
   if (track) {
-    FindTarget(track, static_cast<u64>(HnsToTicks(current, timeScale)), position);
-    GoToSyncSample(track, &position->m_currentSample);
+    const u64 ticks = static_cast<u64>(HnsToTicks(current, pin.TimeScale()));
+    FindTarget(track, ticks, position);
+    // What is decoded at the position may be shown behind a sync sample that comes too late for it.
+    u32 syncSample = 0;
+    if (pin.HasPlatformType() && track->FindSyncSample(ticks, &syncSample) == MP4_OK) {
+      position->m_currentSample = syncSample;
+    } else {
+      GoToSyncSample(track, &position->m_currentSample);
+    }
   }
   // The worker counts up before it takes a sample.
   if (position->m_currentSample > 0) --position->m_currentSample;
@@ -52,7 +59,7 @@ FilterResult ChangePosition(CReaderPin& pin, const PositionChange& change, i64 l
   }
   // Both positions stand before the worker announces its new segment.
   pin.WithPosition([&](CMp4Track* track, PinPosition& position) {
-    if (change.HasCurrent()) MoveTo(track, pin.TimeScale(), current, &position);
+    if (change.HasCurrent()) MoveTo(track, pin, current, &position);
     if (change.HasStop()) position.m_stopPosition = *change.stop;
   });
   if (restarted) {

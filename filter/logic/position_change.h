@@ -38,7 +38,7 @@ struct PositionChange {
 /// Moves one pin: flush, stop of the worker, the new positions, end of the flush, run. Without a worker
 /// (null) only the positions change, and the next run takes them up. The pin goes on with the sync sample at
 /// or before the wanted position; the sample at that position has stream time 0, those ahead of it start
-/// before 0.
+/// before 0. Under a type of the platform it is the position itself that has stream time 0.
 ///
 /// `length` bounds the current position: False beyond it, and nothing changes. Pointer when a position that
 /// counts is null. The positions themselves are not given back.

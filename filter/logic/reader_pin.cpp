@@ -5,6 +5,7 @@
 #include <new>
 #include <utility>
 
+#include "filter/formats/entry_types.h"
 #include "filter/logic/time_conversion.h"
 
 namespace kt {
@@ -18,6 +19,8 @@ constexpr std::size_t kAudioInfoOffset = 18;
 constexpr u32 kStampSize = 16;
 /// Of a format block or a buffer.
 constexpr u64 kLargestBlock = u64{256} * 1024 * 1024;
+/// A larger one is not looked at for a decoder's set-up.
+constexpr u32 kLargestFirstSample = 1 << 20;
 
 /// Writes the `width` low bytes of `value` in the machine's order, which is little-endian wherever the
 /// platform of the format blocks runs.
@@ -107,17 +110,47 @@ bool CReaderPin::LearnDecoderInfo() {
 
 void CReaderPin::Adapt(const AdaptedEntry& entry) {
   m_isAdapted = true;
-  if (!m_track || m_format != PIN_FORMAT_UNKNOWN) return;
-  m_width = static_cast<u16>(entry.width);
-  m_height = static_cast<u16>(entry.height);
-  m_sampleRate = entry.sampleRate;
-  m_channels = entry.channels;
+  if (!m_track || (m_format != PIN_FORMAT_UNKNOWN && m_format != PIN_FORMAT_MPEG4_AUDIO)) return;
+  if (m_format == PIN_FORMAT_UNKNOWN) {
+    m_width = static_cast<u16>(entry.width);
+    m_height = static_cast<u16>(entry.height);
+    m_sampleRate = entry.sampleRate;
+    m_channels = entry.channels;
+  }
   const std::lock_guard lock(m_trackLock);
+  LearnLargestSample();
+  try {
+    LearnPlatformTypes(entry);
+  } catch (const std::bad_alloc&) {
+    m_platformTypes.clear();
+  }
+}
+
+void CReaderPin::LearnLargestSample() {
   for (u32 sample = 1; sample <= m_sampleCount && sample != 0; ++sample) {
     u32 size = 0;
     if (m_track->GetSampleSize(sample, &size)) return;
     m_largestSample = std::max(m_largestSample, size);
   }
+}
+
+std::vector<u8> CReaderPin::ReadFirstSample() const {
+  u32 size = 0;
+  if (m_track->GetSampleSize(1, &size) || size > kLargestFirstSample) return {};
+  std::vector<u8> bytes(size);
+  if (m_track->ReadSample(1, size, &size, bytes.data())) return {};
+  return bytes;
+}
+
+void CReaderPin::LearnPlatformTypes(const AdaptedEntry& entry) {
+  const std::vector<u8> firstSample = ReadFirstSample();
+  CodedTrack coded = {.entry = entry, .firstSample = firstSample};
+  u64 first = 0, last = 0;
+  if (!m_track->GetSampleDecodingTime(1, &first) && !m_track->GetSampleDecodingTime(m_sampleCount, &last) &&
+      last > first) {
+    coded.timePerSample = TicksToHns(last - first, m_timeScale) / (m_sampleCount - 1);
+  }
+  m_platformTypes = TypesOfEntry(coded);
 }
 
 CMp4Track* CReaderPin::LoseTrack() {
@@ -142,12 +175,14 @@ Guid CReaderPin::OfferedSubtype(bool stamped) const {
 }
 
 FilterResult CReaderPin::GetMediaType(i32 position, MediaType* type) const {
+  constexpr i32 kOwnTypes = 2;
   if (position < 0) return FilterResult::InvalidArgument;
-  if (position >= 2) return FilterResult::NoMoreItems;
+  const std::size_t further = static_cast<std::size_t>(std::max(position - kOwnTypes, 0));
+  if (position >= kOwnTypes && further >= m_platformTypes.size()) return FilterResult::NoMoreItems;
   *type = MediaType();
-  if (m_lacksDecoderInfo && m_kind != PIN_LINE21) return FilterResult::OutOfMemory;
+  if (position < kOwnTypes && m_lacksDecoderInfo && m_kind != PIN_LINE21) return FilterResult::OutOfMemory;
   try {
-    FillMediaType(position == 1, type);
+    position < kOwnTypes ? FillMediaType(position == 1, type) : void(*type = m_platformTypes[further]);
   } catch (const std::bad_alloc&) {
     return FilterResult::OutOfMemory;
   }
@@ -216,14 +251,23 @@ FilterResult CReaderPin::CheckMediaType(const MediaType& type) const {
       {PIN_LINE21, MEDIATYPE_Text, GUID_NULL},
       {PIN_LINE21, MEDIATYPE_AUXLine21Data, MEDIASUBTYPE_Line21_BytePair},
   };
-  const bool accepted = std::ranges::any_of(kAccepted, [&](const auto& row) {
+  const bool isOwn = std::ranges::any_of(kAccepted, [&](const auto& row) {
     return row.kind == m_kind && row.majorType == type.majorType && row.subtype == type.subtype;
   });
-  return accepted ? FilterResult::Ok : FilterResult::InvalidArgument;
+  const bool isUntrue = m_kind != PIN_LINE21 && IsForOtherDecoders();
+  return (isOwn && !isUntrue) || IsPlatformType(type) ? FilterResult::Ok : FilterResult::InvalidArgument;
+}
+
+bool CReaderPin::IsPlatformType(const MediaType& type) const {
+  return std::ranges::any_of(m_platformTypes, [&](const MediaType& offered) {
+    return offered.majorType == type.majorType && offered.subtype == type.subtype &&
+           offered.formatType == type.formatType;
+  });
 }
 
 FilterResult CReaderPin::SetMediaType(const MediaType& type) {
   m_textConnection = type.majorType == MEDIATYPE_Text;
+  m_hasPlatformType = IsPlatformType(type);
   m_connectedSubtype = type.subtype;
   return FilterResult::Ok;
 }

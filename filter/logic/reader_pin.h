@@ -66,9 +66,10 @@ class CReaderPin {
   /// Learns from `track`, which the file goes on owning. 0, or 1 when the track does not tell what is needed;
   /// the pin is then usable with what was learned until then.
   u32 SetTrack(CMp4Track* track);
-  /// Behind `SetTrack`, for a track of an adapted file: `entry` is what it says of its samples. Where they
-  /// are coded in a way that the pin does not know, it gives them all the same, in buffers for the largest
-  /// one.
+  /// Behind `SetTrack`, for a track of an adapted file: `entry` is what it says of its samples. Behind its
+  /// own types the pin then offers those of the platform that suit them, if there are any (`TypesOfEntry`).
+  /// Samples that are coded in a way that the pin does not know, and all sound under "mp4a", come in buffers
+  /// for the largest one.
   void Adapt(const AdaptedEntry& entry);
   /// Forgets the track, whose file is about to go, and hands it out to be closed; null when there is none.
   /// Whatever needs it fails from now on.
@@ -76,11 +77,15 @@ class CReaderPin {
   /// The first pin of a source answers for positions.
   void SetSeekMaster(bool seekMaster) { m_seekMaster = seekMaster; }
 
-  /// The type at `position`: 0 the plain one, 1 the stamped one. InvalidArgument for a negative position,
-  /// NoMoreItems from 2 on. A pin that could not read its track's kind offers empty types. OutOfMemory when
-  /// there was or is no memory for the format block, which may take 256 MiB.
+  /// The type at `position`: 0 the plain one, 1 the stamped one, from 2 on those of the platform, which pins
+  /// of adapted files alone have. InvalidArgument for a negative position, NoMoreItems behind the last. A pin
+  /// that could not read its track's kind offers empty types. OutOfMemory when there was or is no memory for
+  /// the format block, which may take 256 MiB.
   FilterResult GetMediaType(i32 position, MediaType* type) const;
-  /// Ok, or InvalidArgument. Looks at the two type identifiers alone, not at the format.
+  /// Ok, or InvalidArgument. Looks at the two type identifiers alone, not at the format; for a type of the
+  /// platform at that of the format, too. A pin of an adapted file whose samples are coded in a way that it
+  /// does not know takes none of its own types: whoever knows these would take the samples for what they are
+  /// not.
   FilterResult CheckMediaType(const MediaType& type) const;
   /// Takes the type of the connection. Always Ok.
   FilterResult SetMediaType(const MediaType& type);
@@ -132,12 +137,21 @@ class CReaderPin {
   /// Bytes ahead of each sample in the media buffer: 16 when the connected type is a stamped one, otherwise
   /// 0.
   u32 HeaderSize() const;
+  /// Whether the connected type is one of the platform's, whose samples come with the times of their display.
+  bool HasPlatformType() const { return m_hasPlatformType; }
+  /// Whether a video pin is none for the system's own decoder.
+  bool IsForOtherDecoders() const { return m_isAdapted && m_format == PIN_FORMAT_UNKNOWN; }
 
  private:
   u32 LearnVideo();
   u32 LearnAudio();
   /// False when the info is too large or there is no memory for it.
   bool LearnDecoderInfo();
+  // Under the track lock.
+  void LearnLargestSample();
+  void LearnPlatformTypes(const AdaptedEntry& entry);
+  std::vector<u8> ReadFirstSample() const;
+  bool IsPlatformType(const MediaType& type) const;
   void FillMediaType(bool second, MediaType* type) const;
   Guid OfferedSubtype(bool stamped) const;
   std::vector<u8> VideoFormatBlock() const;
@@ -152,7 +166,8 @@ class CReaderPin {
   PinKind m_kind = PIN_UNKNOWN;
   PinFormat m_format = PIN_FORMAT_UNKNOWN;
   bool m_isAdapted = false;
-  u32 m_largestSample = 0;  // of an adapted track of an unknown format
+  u32 m_largestSample = 0;  // of an adapted track
+  std::vector<MediaType> m_platformTypes;
   u16 m_width = 0;
   u16 m_height = 0;
   u32 m_sampleRate = 0;
@@ -163,6 +178,7 @@ class CReaderPin {
   bool m_lacksDecoderInfo = false;
   bool m_seekMaster = false;
   bool m_textConnection = false;
+  bool m_hasPlatformType = false;
   Guid m_connectedSubtype;
 };
 

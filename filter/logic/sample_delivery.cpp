@@ -71,7 +71,7 @@ FilterResult CSampleDelivery::FillBuffer(MediaSample& sample) {
     PutLittleEndian(taken.buffer, taken.compositionTime);
     PutLittleEndian(taken.buffer + 8, taken.decodingTime);
   }
-  // So the last sample of a track is never delivered; readers rely on where the stream ends.
+  // So the last sample of a track is not delivered; readers rely on where the stream ends.
   if (!taken.hasNext) return FilterResult::False;
   if (Stamp(taken, sample) != FilterResult::Ok) return FilterResult::False;
   if (switches.m_forExtractor) sample.SetActualDataLength(0);
@@ -84,8 +84,11 @@ FilterResult CSampleDelivery::TakeSample(MediaSample& sample, Taken* taken) {
   const u64 room = taken->buffer ? std::min<u64>(sample.GetSize(), std::numeric_limits<u32>::max()) : 0;
 
   return m_pin.WithPosition([&](CMp4Track* track, PinPosition& position) {
+    const bool follows = position.m_currentSample == m_before.m_currentSample &&
+                         position.m_startPosition == m_before.m_startPosition;
     taken->number = ++position.m_currentSample;
-    taken->position = position;
+    taken->isDiscontinuity = !follows || taken->number == 1;
+    taken->position = m_before = position;
     u32 size = 0;
     if (!track || track->GetSampleSize(taken->number, &size)) return FilterResult::False;
     const u64 delivered = m_pin.Kind() == PIN_LINE21 ? std::max(size, kPairSize) : size;
@@ -96,6 +99,7 @@ FilterResult CSampleDelivery::TakeSample(MediaSample& sample, Taken* taken) {
     static_cast<void>(track->GetSampleDecodingTime(taken->number, &taken->decodingTime));
     static_cast<void>(track->GetSampleCompositionTime(taken->number, &taken->compositionTime));
     taken->hasNext = track->GetSampleDecodingTime(taken->number + 1, &taken->nextTime) == MP4_OK;
+    if (m_pin.HasPlatformType() && taken->number == m_pin.SampleCount()) TellEnd(*track, taken);
     static_cast<void>(track->FindSyncSample(taken->compositionTime, &taken->syncSample));
     return IsBeyondStop(*taken) ? FilterResult::False : FilterResult::Ok;
   });
@@ -110,6 +114,16 @@ bool CSampleDelivery::ReadBytes(CMp4Track& track, u32 size, Taken* taken) const 
   std::memcpy(target, sideBuffer.data() + kPairOffset, kPairSize);
   taken->size = kPairSize;
   return true;
+}
+
+void CSampleDelivery::TellEnd(CMp4Track& track, Taken* taken) const {
+  u64 first = 0;
+  u64 step = 1;
+  if (taken->number >= 2 && !track.GetSampleDecodingTime(1, &first)) {
+    step = (taken->decodingTime - first) / (taken->number - 1);
+  }
+  taken->nextTime = taken->decodingTime + step;
+  taken->hasNext = true;
 }
 
 bool CSampleDelivery::IsBeyondStop(const Taken& taken) const {
@@ -148,9 +162,7 @@ FilterResult CSampleDelivery::WaitUntilDue(const Taken& taken, i64 due, bool* in
 
 FilterResult CSampleDelivery::Stamp(const Taken& taken, MediaSample& sample) {
   sample.SetActualDataLength(taken.size + taken.header);
-  const u64 base = taken.position.m_baseTime;
-  const i64 start = SignedTicksToHns(static_cast<i64>(taken.decodingTime - base), m_pin.TimeScale());
-  sample.SetTime(start, StopStamp(taken.nextTime - base, m_pin.TimeScale()));
+  const i64 start = m_pin.HasPlatformType() ? StampDisplay(taken, sample) : StampDecoding(taken, sample);
 
   i64 span = 1;
   if (m_pin.Kind() == PIN_AUDIO) {
@@ -174,6 +186,25 @@ FilterResult CSampleDelivery::Stamp(const Taken& taken, MediaSample& sample) {
   if (m_pin.Kind() == PIN_VIDEO) FindMetadataText(taken, start);
   sample.SetSyncPoint(taken.syncSample == taken.number);
   return FilterResult::Ok;
+}
+
+i64 CSampleDelivery::StampDecoding(const Taken& taken, MediaSample& sample) const {
+  const u64 base = taken.position.m_baseTime;
+  const i64 start = SignedTicksToHns(static_cast<i64>(taken.decodingTime - base), m_pin.TimeScale());
+  sample.SetTime(start, StopStamp(taken.nextTime - base, m_pin.TimeScale()));
+  return start;
+}
+
+// The position that was sought is stream time 0 on every pin, so that pictures and sound stay together.
+i64 CSampleDelivery::StampDisplay(const Taken& taken, MediaSample& sample) const {
+  const i64 time = TicksToHns(taken.compositionTime, m_pin.TimeScale());
+  const i64 length = TicksToHns(taken.nextTime - taken.decodingTime, m_pin.TimeScale());
+  const i64 start = SaturatingAdd(time, -taken.position.m_startPosition);
+  const i64 stop = SaturatingAdd(start, length);
+  sample.SetTime(start, stop);
+  sample.SetDiscontinuity(taken.isDiscontinuity);
+  sample.SetPreroll(start < 0 && stop <= 0);
+  return start;
 }
 
 void CSampleDelivery::FindMetadataText(const Taken& taken, i64 start) {

@@ -16,6 +16,10 @@ class MediaSample {
   /// `start` is the sample's number.
   virtual void SetMediaTime(i64 start, i64 stop) = 0;
   virtual void SetSyncPoint(bool isSyncPoint) = 0;
+  /// Told of samples under a type of the platform alone: whether it does not follow the one before, and
+  /// whether it is there for the decoder and not to be shown.
+  virtual void SetDiscontinuity(bool isDiscontinuity) = 0;
+  virtual void SetPreroll(bool isPreroll) = 0;
 
  protected:
   ~MediaSample() = default;
@@ -71,7 +75,8 @@ class CSampleDelivery {
   /// Fills `sample` with the pin's next one. Ok: it is to be delivered. False: the stream has ended, which is
   /// also the answer to whatever can not be read.
   ///
-  /// A sample goes out only when the one behind it has a time, so the last one of a track never does. Line 21
+  /// A sample goes out only when the one behind it has a time, so the last one of a track never does, unless
+  /// the connected type is one of the platform's: it then lasts as long as the samples do on average. Line 21
   /// pins wait here until 50 ms before the sample is due. A request ends the wait; one that cuts a wait of
   /// more than half a second short also gives the sample back as it is, with Ok.
   FilterResult FillBuffer(MediaSample& sample);
@@ -91,21 +96,29 @@ class CSampleDelivery {
     bool hasNext = false;
     u32 syncSample = 0;
     PinPosition position;
+    bool isDiscontinuity = false;
   };
 
   FilterResult TakeSample(MediaSample& sample, Taken* taken);
   /// Reads the sample's bytes behind the header; false when that fails.
   bool ReadBytes(CMp4Track& track, u32 size, Taken* taken) const;
+  /// Tells when the last sample of the track ends.
+  void TellEnd(CMp4Track& track, Taken* taken) const;
   bool IsBeyondStop(const Taken& taken) const;
   /// Waits until the caption is due. Ok also sets `*interrupted` when the sample is to go out as it is; False
   /// when the file is over.
   FilterResult WaitUntilDue(const Taken& taken, i64 due, bool* interrupted);
   FilterResult Stamp(const Taken& taken, MediaSample& sample);
+  /// Sets the times and tells the start: by decoding times from the base, or when the sample is shown.
+  i64 StampDecoding(const Taken& taken, MediaSample& sample) const;
+  i64 StampDisplay(const Taken& taken, MediaSample& sample) const;
   void FindMetadataText(const Taken& taken, i64 start);
 
   const CReaderSource& m_source;
   CReaderPin& m_pin;
   const DeliverySurroundings m_surroundings;
+  /// What was taken last.
+  PinPosition m_before;
 };
 
 }  // namespace kt

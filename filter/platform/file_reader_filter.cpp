@@ -114,8 +114,8 @@ DeliverySurroundings CMP4FileReaderFilter::Surroundings(RequestWait& wait) {
   return {m_clock, wait, m_texts, m_captionDecoder};
 }
 
-HRESULT CMP4FileReaderFilter::RenderPin(IPin* pin, PinKind kind, IGraphBuilder* graph) {
-  return m_assembly.Render(pin, kind, m_source.HasVideo(), m_source.HasLine21(), graph);
+HRESULT CMP4FileReaderFilter::RenderPin(IPin* pin, const CReaderPin& logic, IGraphBuilder* graph) {
+  return m_assembly.Render(pin, logic, m_source.HasVideo(), m_source.HasLine21(), graph);
 }
 
 HRESULT CMP4FileReaderFilter::GetCapabilities(DWORD* caps) {

@@ -85,7 +85,7 @@ class CMP4FileReaderFilter final : public CSource,
   /// What the delivery of a pin works with, whose worker waits by `wait`.
   DeliverySurroundings Surroundings(RequestWait& wait);
   /// Builds what stands downstream of a pin.
-  HRESULT RenderPin(IPin* pin, PinKind kind, IGraphBuilder* graph);
+  HRESULT RenderPin(IPin* pin, const CReaderPin& logic, IGraphBuilder* graph);
 
  private:
   class CHost final : public ReaderHost {

@@ -236,15 +236,16 @@ CGraphAssembly::CGraphAssembly() {
   CreateFilter(CLSID_VideoMixingRenderer9, &m_vmr9);
 }
 
-HRESULT CGraphAssembly::Render(IPin* pin, PinKind kind, bool hasVideo, bool hasLine21,
+HRESULT CGraphAssembly::Render(IPin* pin, const CReaderPin& logic, bool hasVideo, bool hasLine21,
                                IGraphBuilder* graph) noexcept {
   if (pin == nullptr || graph == nullptr) return E_POINTER;
   if (m_rendering) return E_NOTIMPL;
   const CMark mark(m_rendering);
   return AtEdge([&] {
+    const PinKind kind = logic.Kind();
     const HRESULT result = AddRenderers(kind, hasVideo && hasLine21, graph);
     if (result != S_OK) return result;
-    if (kind == PIN_VIDEO) return RenderVideo(pin, hasLine21, graph);
+    if (kind == PIN_VIDEO && !logic.IsForOtherDecoders()) return RenderVideo(pin, hasLine21, graph);
     if (kind == PIN_LINE21 && !hasVideo) return RenderLine21Alone(pin, graph);
     if (kind == PIN_LINE21 && m_sharedRenderer) return RenderMixedLine21(pin, graph);
     return graph->Render(pin);

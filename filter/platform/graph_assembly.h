@@ -23,15 +23,17 @@ class CGraphAssembly {
   /// Does without the VMR-9 from now on.
   void DropVmr9() { m_vmr9.Reset(); }
 
-  /// Renders `pin`, an unconnected output of the filter in `graph`. `hasVideo` and `hasLine21` tell what pins
-  /// the filter has.
+  /// Renders `pin`, an unconnected output of the filter in `graph`, which `logic` tells of. `hasVideo` and
+  /// `hasLine21` tell what pins the filter has. Video that is none for the named decoder is left to the
+  /// graph.
   ///
   /// The result is that of the last step. A renderer that could only be added under another name ends the
   /// call with VFW_S_DUPLICATE_NAME, and nothing is connected. E_POINTER without the decoder for video, or
   /// for a null argument; E_UNEXPECTED when the decoder lacks a pin. E_NOTIMPL inside of another `Render`,
   /// where the graph manager comes back to a pin that it was asked to render: it then connects the pin by
   /// itself.
-  HRESULT Render(IPin* pin, PinKind kind, bool hasVideo, bool hasLine21, IGraphBuilder* graph) noexcept;
+  HRESULT Render(IPin* pin, const CReaderPin& logic, bool hasVideo, bool hasLine21,
+                 IGraphBuilder* graph) noexcept;
 
  private:
   HRESULT AddRenderers(PinKind kind, bool mixed, IGraphBuilder* graph);

@@ -28,6 +28,8 @@ class CSampleView final : public MediaSample {
   void SetTime(i64 start, i64 stop) override { m_sample->SetTime(&start, &stop); }
   void SetMediaTime(i64 start, i64 stop) override { m_sample->SetMediaTime(&start, &stop); }
   void SetSyncPoint(bool isSyncPoint) override { m_sample->SetSyncPoint(isSyncPoint); }
+  void SetDiscontinuity(bool isDiscontinuity) override { m_sample->SetDiscontinuity(isDiscontinuity); }
+  void SetPreroll(bool isPreroll) override { m_sample->SetPreroll(isPreroll); }
 
  private:
   IMediaSample* const m_sample;
@@ -112,7 +114,7 @@ HRESULT CMp4FileReaderOutputPin::OnThreadStartPlay() {
 }
 
 HRESULT CMp4FileReaderOutputPin::Render(IPin* pin, IGraphBuilder* graph) {
-  return AtEdge([&] { return m_filter.RenderPin(pin, m_pin.Kind(), graph); });
+  return AtEdge([&] { return m_filter.RenderPin(pin, m_pin, graph); });
 }
 
 HRESULT CMp4FileReaderOutputPin::Backout(IPin*, IGraphBuilder*) {

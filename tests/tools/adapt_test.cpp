@@ -26,7 +26,7 @@ Movie MovieOfAnotherWriter() {
   const Bytes setUp = Esds(0x20, 4, {0, 0, 1, 0xB0});
   pictures.stsd =
       Stsd({VisualEntry("mp4v", 320, 240, Bytes().Add(setUp).Add(Box("btrt", Bytes().Zeros(12))))});
-  const Track sound = SoundTrack(AudioEntry("Opus", 2, 48000, Box("dOps", Bytes().Zeros(11))));
+  const Track sound = SoundTrack(AudioEntry("Opus", 2, 48000, Box("dOps", Bytes().U16(2).Zeros(9))));
   movie.tracks.push_back(sound.With(&Track::tkhd, Tkhd(3, 0, 0, 40)));
   return movie;
 }
@@ -49,7 +49,10 @@ TEST(Adapt, ReadsARefusedFileAndSaysWhatItDid) {
       {"  coded as        Opus (Opus), 2 channels, 48000 Hz\n", "  left out        its tables contradict"});
   // Coded in a way that the pin does not know, and delivered all the same.
   ExpectParts(ExpectRun({"play", "--adapt", file.Name()}, 0, {"the track in place 1 of"}),
-              {"pin 1: 3 of 4 samples delivered", "pin 2: 3 of 4 samples delivered, 6 bytes\n"});
+              {"connected with type 0, 1 buffer of 153616",
+               "type 2: auds / tag 0x704f / WaveFormatEx, format block of 37", "type 3: auds / Opus /",
+               "connected with type 2, 1 buffer of 4112", "pin 1: 3 of 4 samples delivered",
+               "pin 2: 4 of 4 samples delivered, 10 bytes\n"});
   // The copy is plain, and its tracks keep their distance.
   const TempFile copy;
   ExpectRun({"remux", "--adapt", file.Name(), copy.Name()}, 0,

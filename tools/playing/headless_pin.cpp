@@ -14,13 +14,22 @@ HeadlessPin::HeadlessPin(u32 number, const CReaderSource& source, CReaderPin& pi
       m_connection(Connect(fileSize)),
       m_fileSize(fileSize) {}
 
-FilterResult HeadlessPin::Connect(u64 fileSize) {
+std::optional<i32> HeadlessPin::FindType() const {
   MediaType type;
-  if (const FilterResult result = m_pin.GetMediaType(0, &type); IsFailure(result)) return result;
-  const FilterResult taken = m_pin.CheckMediaType(type);
-  m_hasType = !IsFailure(taken);
+  for (i32 position = 0; m_pin.GetMediaType(position, &type) == FilterResult::Ok; ++position) {
+    if (!IsFailure(m_pin.CheckMediaType(type))) return position;
+  }
+  return std::nullopt;
+}
+
+FilterResult HeadlessPin::Connect(u64 fileSize) {
+  m_typePosition = FindType();
+  MediaType type;
+  if (const FilterResult result = m_pin.GetMediaType(m_typePosition.value_or(0), &type); IsFailure(result)) {
+    return result;
+  }
   // Nobody here decodes what there is no type for.
-  if (IsFailure(taken) && !m_pin.IsAdapted()) return taken;
+  if (!m_typePosition && !m_pin.IsAdapted()) return FilterResult::InvalidArgument;
   if (const FilterResult result = m_pin.SetMediaType(type); IsFailure(result)) return result;
   if (const FilterResult result = m_pin.DecideBufferSize(&m_buffers); IsFailure(result)) return result;
   // A few bytes can claim the largest pictures. No sample is larger than the file, but one that is no whole

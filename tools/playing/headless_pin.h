@@ -35,14 +35,16 @@ class HostSample final : public MediaSample {
   }
   void SetMediaTime(i64 /*start*/, i64 /*stop*/) override {}
   void SetSyncPoint(bool isSyncPoint) override { m_said.isSyncPoint = isSyncPoint; }
+  void SetDiscontinuity(bool /*isDiscontinuity*/) override {}
+  void SetPreroll(bool /*isPreroll*/) override {}
 
  private:
   std::vector<u8> m_bytes;
   DeliveredSample m_said;
 };
 
-/// A pin with a host in place of the graph: connected with the plain one of its types, it gives its samples
-/// one after the other.
+/// A pin with a host in place of the graph: connected with the first of its types that it takes itself, it
+/// gives its samples one after the other.
 class HeadlessPin {
  public:
   /// All is borrowed. `number` counts the source's pins from 1; `fileSize` in bytes.
@@ -53,8 +55,9 @@ class HeadlessPin {
   CReaderPin& Pin() const { return m_pin; }
   /// What the pin answered to the connection; it delivers when that is no failure.
   FilterResult Connection() const { return m_connection; }
-  /// Whether the pin itself would take the first of its types; one of an adapted file delivers all the same.
-  bool HasType() const { return m_hasType; }
+  /// The position of the type among the pin's; nothing when it takes none of them itself. One of an adapted
+  /// file delivers all the same.
+  std::optional<i32> TypePosition() const { return m_typePosition; }
   const BufferRequest& Buffers() const { return m_buffers; }
 
   /// Position in the file at which the next sample starts, in 100 ns units; 0 when the track cannot tell,
@@ -69,6 +72,7 @@ class HeadlessPin {
   std::string EarlyEnd() const;
 
  private:
+  std::optional<i32> FindType() const;
   FilterResult Connect(u64 fileSize);
   // Whether the next sample would be more than the file can hold.
   bool ExceedsFile();
@@ -79,7 +83,7 @@ class HeadlessPin {
   CSampleDelivery m_delivery;
   HostSample m_sample;
   BufferRequest m_buffers;
-  bool m_hasType = false;
+  std::optional<i32> m_typePosition;
   FilterResult m_connection;
   u32 m_delivered = 0;
   u64 m_deliveredBytes = 0;

@@ -1,5 +1,6 @@
 #include "tools/playing/media_type_text.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kt {
@@ -27,12 +28,29 @@ constexpr IdentifierRow kIdentifiers[] = {
     {MEDIASUBTYPE_KtAmrStamped, "KtAmrStamped"},
     {FORMAT_KtMp4Video, "KtMp4Video"},
     {FORMAT_WaveFormatEx, "WaveFormatEx"},
+    {FORMAT_MPEG2Video, "MPEG2Video"},
+    {MEDIASUBTYPE_RAW_AAC1, "RAW_AAC1"},
+    {MEDIASUBTYPE_MPEG_HEAAC, "MPEG_HEAAC"},
+    {MEDIASUBTYPE_MP3, "MP3"},
 };
+
+/// What the identifier is built on: a code of four characters or the tag of a sound.
+std::string CodeText(u32 code) {
+  std::string text;
+  for (u32 shift = 0; shift < 32; shift += 8) text += static_cast<char>(code >> shift & 0xFF);
+  if (std::ranges::all_of(text, [](char letter) { return letter >= ' ' && letter <= '~'; })) return text;
+  char tag[20];
+  std::snprintf(tag, sizeof tag, "tag 0x%04x", code);
+  return tag;
+}
 
 std::string IdentifierText(const Guid& identifier) {
   for (const IdentifierRow& row : kIdentifiers) {
     if (row.identifier == identifier) return row.name;
   }
+  Guid base = identifier;
+  base.data1 = 0;
+  if (base == WaveTagGuid(0)) return CodeText(identifier.data1);
   char text[40];
   const u8* rest = identifier.data4;
   std::snprintf(text, sizeof text, "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", identifier.data1,

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "support/fake_host.h"
+#include "support/movie_builder.h"
 
 namespace kt {
 namespace {
@@ -203,6 +204,53 @@ TEST(ReaderPin, BufferSizes) {
     EXPECT_EQ(request, expected) << what;
     EXPECT_EQ(CReaderPin::CheckBufferSize(request, request.size), FilterResult::Ok) << what;
     EXPECT_EQ(CReaderPin::CheckBufferSize(request, i64{request.size} - 1), FilterResult::Fail) << what;
+  }
+}
+
+// What pins of adapted files offer and take beyond the two types that they have.
+TEST(ReaderPin, OffersThePlatformsTypesForAdaptedTracks) {
+  const Bytes avc = Box("avcC", {1, 0x64, 0, 0x1F, 0xFF, 0xE1, 0, 1, 0x67, 0});
+  const std::tuple<u32, FakeTrackFacts, Bytes, std::vector<Guid>, bool> rows[] = {
+      {FourCc("avc1"), Video(0, 8, 6), avc, {FourCcGuid("AVC1"), FourCcGuid("avc1")}, false},
+      {FourCc("vp09"), Video(0, 8, 6), {}, {}, false},
+      {FourCc(".mp3"), Audio(0), {}, {MEDIASUBTYPE_MP3}, false},
+      {FourCc("mp4a"),
+       Audio(MP4_FORMAT_MP4A),
+       Esds(0x40, 5, {0x12, 0x10}),
+       {MEDIASUBTYPE_RAW_AAC1, MEDIASUBTYPE_MPEG_HEAAC},
+       true},
+      {FourCc("mp4v"), Video(MP4_FORMAT_MP4V, 8, 6), avc, {}, true},
+  };
+  for (const auto& [code, facts, boxes, subtypes, takesOwn] : rows) {
+    SCOPED_TRACE(code);
+    FakeHost host({facts});
+    host.file.tracks[0].samples = TrackAt({0, 10}, std::vector<u8>(5000)).samples;
+    CReaderPin& pin = host.LoadOnePin();
+    const MediaType own = TypeAt(pin, 0);
+    MediaType type;
+    EXPECT_EQ(pin.GetMediaType(2, &type), FilterResult::NoMoreItems);
+    AdaptedEntry entry = {.code = code, .width = 8, .height = 6, .channels = 2, .sampleRate = 44100};
+    entry.boxes = boxes.data();
+    entry.boxesSize = static_cast<u32>(boxes.size());
+    pin.Adapt(entry);
+    EXPECT_EQ(TypeAt(pin, 0), own);
+    // Whoever knows the pin's own types would take other samples for what they are not.
+    const bool isVideo = facts.kind == MP4_KIND_VIDEO;
+    const MediaType plain = isVideo ? Types(MEDIATYPE_Video, MEDIASUBTYPE_KtMp4Video)
+                                    : Types(MEDIATYPE_Audio, MEDIASUBTYPE_KtMp4Audio);
+    EXPECT_EQ(pin.CheckMediaType(plain) == FilterResult::Ok, takesOwn);
+    for (std::size_t i = 0; i < subtypes.size(); ++i) {
+      type = TypeAt(pin, static_cast<i32>(i) + 2);
+      EXPECT_EQ(type.subtype, subtypes[i]);
+      type.format.clear();
+      EXPECT_EQ(pin.CheckMediaType(type), FilterResult::Ok);
+      type.formatType = GUID_NULL;
+      EXPECT_EQ(pin.CheckMediaType(type), FilterResult::InvalidArgument);
+    }
+    EXPECT_EQ(pin.GetMediaType(static_cast<i32>(subtypes.size()) + 2, &type), FilterResult::NoMoreItems);
+    BufferRequest request;
+    EXPECT_EQ(pin.DecideBufferSize(&request), FilterResult::Ok);
+    EXPECT_EQ(request.size, code == FourCc("mp4v") ? 112u : 5016u);
   }
 }
 

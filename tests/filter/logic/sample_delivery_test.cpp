@@ -8,6 +8,7 @@
 #include <optional>
 #include <tuple>
 
+#include "filter/logic/position_change.h"
 #include "support/box_writer.h"
 #include "support/fake_host.h"
 
@@ -31,11 +32,14 @@ class FakeMediaSample final : public MediaSample {
   void SetTime(i64 start, i64 stop) override { time = {start, stop}; }
   void SetMediaTime(i64 start, i64 stop) override { mediaTime = {start, stop}; }
   void SetSyncPoint(bool isSyncPoint) override { sync = isSyncPoint; }
+  void SetDiscontinuity(bool isDiscontinuity) override { flags += isDiscontinuity ? "d" : "-"; }
+  void SetPreroll(bool isPreroll) override { flags += isPreroll ? "p" : "-"; }
 
   std::vector<u8> bytes;
   std::optional<u32> length;
   std::optional<Span> time, mediaTime;
   std::optional<bool> sync;
+  std::string flags;
 };
 
 /// A source over a fake file with everything that a delivery works with, all of it scripted.
@@ -133,6 +137,36 @@ TEST(SampleDelivery, ASampleGoesOutWithItsBytesAndTimes) {
     // The second composes behind the third.
     EXPECT_EQ(bench.media.sync, taken == 0);
   }
+}
+
+// Under a type of the platform samples are stamped with the times of their display, to the last one.
+TEST(SampleDelivery, APlatformTypeGoesByTheTimesOfDisplay) {
+  FakeTrackFacts track = TrackAt({100, 110, 120, 130});
+  track.format = MP4_FORMAT_UNKNOWN;
+  static constexpr u64 kShown[] = {110, 130, 120, 140};
+  for (std::size_t i = 0; i < 4; ++i) track.samples[i].compositionTime = kShown[i];
+  track.samples[1].sync = track.samples[2].sync = false;
+  Bench bench(track);
+  const Bytes setUp = Box("avcC", {1, 0x64, 0, 0x1F, 0xFF, 0xE1, 0, 1, 0x67, 0});
+  AdaptedEntry entry = {.code = FourCc("avc1")};
+  entry.boxes = setUp.data();
+  entry.boxesSize = static_cast<u32>(setUp.size());
+  bench.Pin().Adapt(entry);
+  bench.Connect(2);
+  const auto played = [&] {
+    std::string text;
+    while (bench.Fill() == FilterResult::Ok) {
+      text += std::to_string(bench.media.time->first / 10000) + ".." +
+              std::to_string(bench.media.time->second / 10000) + bench.media.flags + " ";
+    }
+    return text;
+  };
+  EXPECT_EQ(played(), "110..120d- 130..140-- 120..130-- 140..150-- ");
+  // What is decoded there is a sync sample that is shown behind it; the one ahead of it has to come first.
+  const i64 position = 135 * 10'000;
+  ASSERT_EQ(ChangePosition(bench.Pin(), {&position, kAbsolutePositioning, nullptr, 0}, kSecond, nullptr),
+            FilterResult::Ok);
+  EXPECT_EQ(played(), "-25..-15dp -5..5-- -15..-5-p 5..15-- ");
 }
 
 TEST(SampleDelivery, MediaTimesOfAudioEndAFrameLater) {
