@@ -171,15 +171,22 @@ std::optional<ElementaryStream> ReadElementaryStream(Set esds) {
   return stream;
 }
 
-/// Whether the sample begins with the header of a frame of layer 1 or 2. ISO/IEC 11172-3, 2.4.1.3.
-bool IsOfAnotherLayer(Set sample) {
-  if (sample.size() < 2 || sample[0] != 0xFF || (sample[1] & 0xE0) != 0xE0) return false;
-  return (sample[1] & 0x06) != 0x02;
-}
-
+/// Rate and channels are those of the first frame, if the sample begins with one: entries are often wrong.
+/// ISO/IEC 11172-3 and 13818-3, 2.4.1.3.
 std::vector<MediaType> LayerThreeTypes(const CodedTrack& track) {
-  if (IsOfAnotherLayer(track.firstSample)) return {};
-  return Mp3Types(track.entry.sampleRate, track.entry.channels);
+  constexpr u32 kLayerThree = 1, kMono = 3;
+  constexpr u32 kRates[] = {44100, 48000, 32000, 0};
+  constexpr u32 kHalvings[] = {2, 0, 1, 0};  // by the version: 2.5, none, 2, 1
+  BitReader frame(track.firstSample);
+  const bool isFrame = frame.Read(11) == 0x7FF;
+  const u32 version = frame.Read(2);
+  const u32 layer = frame.Read(2);
+  frame.Skip(5);  // protection, bit rate
+  const u32 rate = kRates[frame.Read(2)] >> kHalvings[version];
+  frame.Skip(2);  // padding, a private bit
+  const u32 mode = frame.Read(2);
+  if (!isFrame || !frame.IsWhole()) return Mp3Types(track.entry.sampleRate, track.entry.channels);
+  return layer == kLayerThree ? Mp3Types(rate, mode == kMono ? 1 : 2) : std::vector<MediaType>();
 }
 
 std::vector<MediaType> Mp4aTypes(const CodedTrack& track) {

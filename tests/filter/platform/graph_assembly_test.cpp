@@ -12,6 +12,7 @@
 #include <map>
 #include <set>
 
+#include "filter/platform/platform_guid.h"
 #include "filter/platform/source_host.h"
 #include "filter/platform/stand_in.h"
 #include "support/movie_builder.h"
@@ -92,13 +93,15 @@ std::optional<StandInScript> ScriptOf(const PartRow& row, const Faults& faults, 
   return script;
 }
 
-/// A file with a track for each letter: v video, a audio, l captions.
+/// A file with a track for each letter: v video, h video of another coding, a audio, l captions.
 Movie MovieWith(std::string_view tracks) {
+  const Bytes setUp = Box("avcC", {1, 0x64, 0, 0x1F, 0xFF, 0xE1, 0, 1, 0x67, 0});
+  const Track other = Track().With(&Track::stsd, Stsd({VisualEntry("avc1", 320, 240, setUp)}));
+  const std::map<char, Track> kinds = {
+      {'v', Track()}, {'h', other}, {'a', SoundTrack()}, {'l', CaptionedTrack()}};
   Movie movie;
   movie.tracks.clear();
-  for (const char kind : tracks) {
-    movie.tracks.push_back(kind == 'a' ? SoundTrack() : kind == 'l' ? CaptionedTrack() : Track());
-  }
+  for (const char kind : tracks) movie.tracks.push_back(kinds.at(kind));
   return movie;
 }
 
@@ -245,6 +248,19 @@ TEST_F(GraphAssemblyTest, TakesTheNextBestAtEachStage) {
     EXPECT_EQ(assembly.RenderAll(), row.results);
     EXPECT_EQ(assembly.Text(), row.graph);
   }
+}
+
+// The system's own decoder would take what the pin offers first for what it is not, and the pin refuses it.
+TEST_F(GraphAssemblyTest, PicturesOfAnotherCodingGoByTheGraph) {
+  Assembly assembly("h", {}, L"&adapt=on");
+  for (const auto& [name, subtype] :
+       {std::pair{L"Own", ::MEDIASUBTYPE_KtMp4Video}, {L"Other", ToPlatform(FourCcGuid("AVC1"))}}) {
+    assembly.Add(name, {{PINDIR_INPUT, {PlainType(::MEDIATYPE_Video, subtype)}},
+                        PinTaking(PINDIR_OUTPUT, {kPicture})});
+  }
+  assembly.AddSpare(L"Spare");
+  EXPECT_EQ(assembly.RenderAll(), "ok");
+  EXPECT_EQ(assembly.Text(), "Other>Spare, Own, Source>Other");
 }
 
 // A success that is not S_OK ends the call as well. What was added is not added again.
