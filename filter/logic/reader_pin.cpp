@@ -254,8 +254,8 @@ FilterResult CReaderPin::CheckMediaType(const MediaType& type) const {
   const bool isOwn = std::ranges::any_of(kAccepted, [&](const auto& row) {
     return row.kind == m_kind && row.majorType == type.majorType && row.subtype == type.subtype;
   });
-  const bool isUntrue = m_kind != PIN_LINE21 && IsForOtherDecoders();
-  return (isOwn && !isUntrue) || IsPlatformType(type) ? FilterResult::Ok : FilterResult::InvalidArgument;
+  return (isOwn && !IsForOtherDecoders()) || IsPlatformType(type) ? FilterResult::Ok
+                                                                  : FilterResult::InvalidArgument;
 }
 
 bool CReaderPin::IsPlatformType(const MediaType& type) const {

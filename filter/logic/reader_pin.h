@@ -139,8 +139,10 @@ class CReaderPin {
   u32 HeaderSize() const;
   /// Whether the connected type is one of the platform's, whose samples come with the times of their display.
   bool HasPlatformType() const { return m_hasPlatformType; }
-  /// Whether a video pin is none for the system's own decoder.
-  bool IsForOtherDecoders() const { return m_isAdapted && m_format == PIN_FORMAT_UNKNOWN; }
+  /// Whether the system's own decoder is none for the samples, whatever the pin's own types say.
+  bool IsForOtherDecoders() const {
+    return m_isAdapted && m_format == PIN_FORMAT_UNKNOWN && m_kind != PIN_LINE21;
+  }
 
  private:
   u32 LearnVideo();
