@@ -1,9 +1,11 @@
 // Makes the standard types of a pin's type, whose subtype the first byte chooses and whose format block the
-// rest is, and reads the rest as the set-up of sound and as a sample of pictures.
+// rest is, and reads the rest as the set-up of sound, as a sample of pictures, and as the set-up in a sample
+// entry or all the boxes there.
 
 #include <vector>
 
 #include "filter/formats/audio_config.h"
+#include "filter/formats/entry_types.h"
 #include "filter/formats/picture_order.h"
 #include "filter/formats/standard_types.h"
 #include "fuzz/memory_file.h"
@@ -56,6 +58,37 @@ void FuzzPictures(const std::vector<u8>& sample) {
   Require(ComesInOrderOfDisplay(sample) == ComesInOrderOfDisplay(behindUserData), "the first layer");
 }
 
+void FuzzEntry(u8 choice, const std::vector<u8>& bytes) {
+  static constexpr struct {
+    u32 code;
+    u32 box;
+  } kRows[] = {{FourCc("avc3"), FourCc("avcC")},
+               {FourCc("hvc1"), FourCc("hvcC")},
+               {FourCc("mp4a"), FourCc("esds")},
+               {FourCc("Opus"), FourCc("dOps")}};
+  const auto& row = kRows[choice % 4];
+  std::vector<u8> boxes;
+  if (choice & 0x80) {
+    for (const u32 number : {static_cast<u32>(bytes.size() + 8), row.box}) {
+      for (const u32 shift : {24u, 16u, 8u, 0u}) boxes.push_back(static_cast<u8>(number >> shift));
+    }
+  }
+  boxes.insert(boxes.end(), bytes.begin(), bytes.end());
+  CodedTrack track;
+  track.entry = {1, 1, row.code, 320, 240, 2, 44100, boxes.data(), static_cast<u32>(boxes.size())};
+  track.firstSample = bytes;
+  for (const MediaType& type : TypesOfEntry(track)) {
+    const std::vector<u8>& format = type.format;
+    if (type.majorType == MEDIATYPE_Video) {
+      Require(format.size() >= 132, "MPEG2VIDEOINFO");
+      const std::size_t behind = format[116] + 256u * format[117] + 65536u * format[118];
+      Require(format.size() == 132 + behind && behind <= 2 * bytes.size(), "the sequence header");
+    } else {
+      Require(format.size() == 18u + format[16] + 256u * format[17], "the size behind");
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
@@ -64,5 +97,6 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
   FuzzTypes(data[0], bytes);
   FuzzConfig(bytes);
   FuzzPictures(bytes);
+  FuzzEntry(data[0], bytes);
   return 0;
 }
