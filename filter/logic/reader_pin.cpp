@@ -151,6 +151,10 @@ void CReaderPin::LearnPlatformTypes(const AdaptedEntry& entry) {
     coded.timePerSample = TicksToHns(last - first, m_timeScale) / (m_sampleCount - 1);
   }
   m_platformTypes = TypesOfEntry(coded);
+  // An entry may be of another kind than its track.
+  std::erase_if(m_platformTypes, [&](const MediaType& type) {
+    return m_kind != (type.majorType == MEDIATYPE_Video ? PIN_VIDEO : PIN_AUDIO);
+  });
 }
 
 CMp4Track* CReaderPin::LoseTrack() {
@@ -177,12 +181,17 @@ Guid CReaderPin::OfferedSubtype(bool stamped) const {
 FilterResult CReaderPin::GetMediaType(i32 position, MediaType* type) const {
   constexpr i32 kOwnTypes = 2;
   if (position < 0) return FilterResult::InvalidArgument;
-  const std::size_t further = static_cast<std::size_t>(std::max(position - kOwnTypes, 0));
-  if (position >= kOwnTypes && further >= m_platformTypes.size()) return FilterResult::NoMoreItems;
+  const bool isOwn = position < kOwnTypes;
+  const std::size_t further = isOwn ? 0 : static_cast<std::size_t>(position - kOwnTypes);
+  if (!isOwn && further >= m_platformTypes.size()) return FilterResult::NoMoreItems;
   *type = MediaType();
-  if (position < kOwnTypes && m_lacksDecoderInfo && m_kind != PIN_LINE21) return FilterResult::OutOfMemory;
+  if (isOwn && m_lacksDecoderInfo && m_kind != PIN_LINE21) return FilterResult::OutOfMemory;
   try {
-    position < kOwnTypes ? FillMediaType(position == 1, type) : void(*type = m_platformTypes[further]);
+    if (isOwn) {
+      FillMediaType(position == 1, type);
+    } else {
+      *type = m_platformTypes[further];
+    }
   } catch (const std::bad_alloc&) {
     return FilterResult::OutOfMemory;
   }
@@ -254,8 +263,8 @@ FilterResult CReaderPin::CheckMediaType(const MediaType& type) const {
   const bool isOwn = std::ranges::any_of(kAccepted, [&](const auto& row) {
     return row.kind == m_kind && row.majorType == type.majorType && row.subtype == type.subtype;
   });
-  return (isOwn && !IsForOtherDecoders()) || IsPlatformType(type) ? FilterResult::Ok
-                                                                  : FilterResult::InvalidArgument;
+  const bool accepted = (isOwn && !IsForOtherDecoders()) || IsPlatformType(type);
+  return accepted ? FilterResult::Ok : FilterResult::InvalidArgument;
 }
 
 bool CReaderPin::IsPlatformType(const MediaType& type) const {

@@ -214,6 +214,7 @@ TEST(ReaderPin, OffersThePlatformsTypesForAdaptedTracks) {
   const std::tuple<u32, FakeTrackFacts, std::vector<Guid>, bool> rows[] = {
       {FourCc("avc1"), Video(0, 8, 6), {FourCcGuid("AVC1"), FourCcGuid("avc1")}, false},
       {FourCc("vp09"), Video(0, 8, 6), {}, false},
+      {FourCc("avc1"), Audio(0), {}, false},
       {FourCc(".mp3"), Audio(0), {MEDIASUBTYPE_MP3}, false},
       {FourCc("mp4a"), Audio(MP4_FORMAT_MP4A), {MEDIASUBTYPE_RAW_AAC1, MEDIASUBTYPE_MPEG_HEAAC}, true},
       {FourCc("mp4v"), Video(MP4_FORMAT_MP4V, 8, 6), {}, true},
