@@ -1,5 +1,6 @@
 #include "module/graph/base_filter.h"
 
+#include <objbase.h>
 #include <vfwmsgs.h>
 
 #include "module/com/com_edge.h"
@@ -46,6 +47,28 @@ HRESULT CBaseFilter::NonDelegatingQueryInterface(REFIID iid, void** object) {
 }
 
 void CBaseFilter::FinalRelease() noexcept {
+  if (!IsCalledByWorker()) {
+    End();
+    return;
+  }
+  const HANDLE thread = CreateThread(nullptr, 0, EndApart, this, 0, nullptr);
+  // Without a thread it stays and plays on: nothing here could end it safely.
+  if (thread != nullptr) CloseHandle(thread);
+}
+
+DWORD WINAPI CBaseFilter::EndApart(void* filter) {
+  // Until now the filter has held the module; from its end on, this thread has to.
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                     reinterpret_cast<LPCWSTR>(reinterpret_cast<void*>(EndApart)), &module);
+  const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+  static_cast<CBaseFilter*>(filter)->End();
+  if (SUCCEEDED(com)) CoUninitialize();
+  if (module != nullptr) FreeLibraryAndExitThread(module, 0);
+  return 0;
+}
+
+void CBaseFilter::End() noexcept {
   if (m_state != State_Stopped) Stop();
   CUnknown::FinalRelease();
 }

@@ -66,10 +66,12 @@ class CBaseFilter : public CUnknown, public IBaseFilter, public CPinHost {
 
  protected:
   void IncrementPinVersion() { ++m_pinVersion; }
-  /// A filter that goes while it plays stops first, while it is whole.
+  /// A filter that goes while it plays stops first, while it is whole. Out of a worker, which still works on
+  /// the filter, the end is left to another thread: this one has to return into the filter.
   void FinalRelease() noexcept override;
 
-  /// Whether the call at hand comes out of a worker of this filter.
+  /// Whether the call at hand comes out of a worker of this filter, or another thread that streams through
+  /// it.
   virtual bool IsCalledByWorker() { return false; }
   HRESULT BeginChange() override;
   void EndChange() override;
@@ -89,6 +91,8 @@ class CBaseFilter : public CUnknown, public IBaseFilter, public CPinHost {
   }
 
  private:
+  static DWORD WINAPI EndApart(void* filter);
+  void End() noexcept;
   HRESULT ActivatePins();
   HRESULT InactivatePins(ULONG count);
   void SetGraph(IFilterGraph* graph, IMediaEventSink* sink, std::wstring name);

@@ -23,12 +23,16 @@ HRESULT CBaseOutputPin::BreakConnect() {
   return S_OK;
 }
 
-HRESULT CBaseOutputPin::DecideAllocator() {
+ALLOCATOR_PROPERTIES CBaseOutputPin::PeerRequirements() {
   ALLOCATOR_PROPERTIES properties = {};
   // A peer may have no wishes.
   if (FAILED(m_inputPin->GetAllocatorRequirements(&properties))) properties = {};
   if (properties.cbAlign == 0) properties.cbAlign = 1;
+  return properties;
+}
 
+HRESULT CBaseOutputPin::DecideAllocator() {
+  const ALLOCATOR_PROPERTIES properties = PeerRequirements();
   ComPointer<IMemAllocator> allocator;
   HRESULT result = m_inputPin->GetAllocator(allocator.Put());
   if (SUCCEEDED(result)) result = TryAllocator(allocator, properties);
@@ -41,8 +45,12 @@ HRESULT CBaseOutputPin::DecideAllocator() {
 
 HRESULT CBaseOutputPin::TryAllocator(const ComPointer<IMemAllocator>& allocator,
                                      ALLOCATOR_PROPERTIES properties) {
-  HRESULT result = DecideBufferSize(allocator.Get(), &properties);
-  if (SUCCEEDED(result)) result = m_inputPin->NotifyAllocator(allocator.Get(), FALSE);
+  const HRESULT result = DecideBufferSize(allocator.Get(), &properties);
+  return FAILED(result) ? result : ProposeAllocator(allocator, false);
+}
+
+HRESULT CBaseOutputPin::ProposeAllocator(const ComPointer<IMemAllocator>& allocator, bool readOnly) {
+  const HRESULT result = m_inputPin->NotifyAllocator(allocator.Get(), readOnly);
   if (SUCCEEDED(result)) m_allocator = allocator;
   return result;
 }

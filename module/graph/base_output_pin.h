@@ -28,8 +28,15 @@ class CBaseOutputPin : public CBasePin {
   HRESULT DeliverEndFlush();
   HRESULT DeliverNewSegment(REFERENCE_TIME start, REFERENCE_TIME stop, double rate);
 
+ protected:
+  /// Agrees on an allocator with the peer: on the peer's, else on one of the platform's.
+  virtual HRESULT DecideAllocator();
+  /// What the peer asks of the buffers, with an alignment of at least 1.
+  ALLOCATOR_PROPERTIES PeerRequirements();
+  /// Proposes an allocator to the peer, and takes it when the peer does.
+  HRESULT ProposeAllocator(const ComPointer<IMemAllocator>& allocator, bool readOnly);
+
  private:
-  HRESULT DecideAllocator();
   HRESULT TryAllocator(const ComPointer<IMemAllocator>& allocator, ALLOCATOR_PROPERTIES properties);
 
   ComPointer<IMemInputPin> m_inputPin;

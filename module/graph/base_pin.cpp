@@ -15,8 +15,7 @@ namespace {
 class CTypeItems {
  public:
   explicit CTypeItems(CBasePin& pin) : m_pin(&pin), m_keep(&pin) {}
-  /// What a pin offers does not change.
-  ULONG Version() const { return 0; }
+  ULONG Version() const { return m_pin->TypeVersion(); }
   HRESULT Probe(ULONG index) const {
     CMediaType type;
     return Ask(index, &type);

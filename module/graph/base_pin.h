@@ -34,6 +34,8 @@ class CBasePin : public CUnknown, public IPin, public IQualityControl {
   virtual HRESULT CheckMediaType(const CMediaType& type) = 0;
   /// The type at a position: S_OK, VFW_S_NO_MORE_ITEMS behind the last, or a failure.
   virtual HRESULT GetMediaType(int position, CMediaType* type) = 0;
+  /// Changes with what the pin offers.
+  virtual ULONG TypeVersion() const { return 0; }
 
   /// Takes the type of the connection.
   virtual HRESULT SetMediaType(const CMediaType& type);

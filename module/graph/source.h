@@ -24,13 +24,8 @@ class CSource : public CBaseFilter {
  protected:
   CSourceStream* GetStream(ULONG index);
   bool IsCalledByWorker() override;
-  /// Out of a worker, which still works on the filter, the end is left to another thread: this one has to
-  /// return into the filter.
-  void FinalRelease() noexcept override;
 
  private:
-  static DWORD WINAPI EndApart(void* source);
-
   CCritSec m_sourceStateLock;
   std::mutex m_pinLock;
   std::vector<std::unique_ptr<CSourceStream>> m_pins;
