@@ -10,7 +10,7 @@ file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/README.txt CONTENT "${guide}" @ONLY 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS docs/windows.md)
 install(FILES ${PROJECT_BINARY_DIR}/README.txt DESTINATION . COMPONENT guide)
 
-install(TARGETS ktmp4source LIBRARY DESTINATION bin COMPONENT module)
+install(TARGETS ktmp4source ktmp4decoder LIBRARY DESTINATION bin COMPONENT module)
 # Not built everywhere.
 if(TARGET ktmp4captionps)
   install(TARGETS ktmp4captionps LIBRARY DESTINATION bin COMPONENT module)

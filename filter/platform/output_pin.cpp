@@ -7,6 +7,7 @@
 #include "filter/platform/file_reader_filter.h"
 #include "filter/platform/platform_guid.h"
 #include "filter/platform/platform_result.h"
+#include "filter/platform/platform_type.h"
 
 namespace kt {
 namespace {
@@ -44,16 +45,6 @@ MediaType IdentifiersOf(const CMediaType& type) {
   return told;
 }
 
-HRESULT Store(const MediaType& type, CMediaType* stored) {
-  stored->majortype = ToPlatform(type.majorType);
-  stored->subtype = ToPlatform(type.subtype);
-  stored->formattype = ToPlatform(type.formatType);
-  stored->bFixedSizeSamples = type.fixedSizeSamples;
-  stored->bTemporalCompression = type.temporalCompression;
-  stored->lSampleSize = type.sampleSize;
-  return stored->SetFormat(type.format.data(), static_cast<ULONG>(type.format.size()));
-}
-
 /// Names of pins are plain ASCII.
 std::wstring WideName(const std::string& name) {
   return {name.begin(), name.end()};
@@ -81,7 +72,7 @@ HRESULT CMp4FileReaderOutputPin::CheckMediaType(const CMediaType& type) {
 HRESULT CMp4FileReaderOutputPin::GetMediaType(int position, CMediaType* type) {
   MediaType offered;
   const FilterResult result = m_pin.GetMediaType(position, &offered);
-  return result == FilterResult::Ok ? Store(offered, type) : ToPlatform(result);
+  return result == FilterResult::Ok ? StoreMediaType(offered, type) : ToPlatform(result);
 }
 
 HRESULT CMp4FileReaderOutputPin::SetMediaType(const CMediaType& type) {

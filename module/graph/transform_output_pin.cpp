@@ -53,7 +53,7 @@ bool CTransformOutputPin::ServesPeer() {
   if (wanted.cbPrefix > 0 || wanted.cBuffers > there.cBuffers) return false;
   if (wanted.cbBuffer > there.cbBuffer - input.BytesAhead()) return false;
   if (wanted.cbAlign < 1 || wanted.cbAlign > kOwnAlignment) return false;
-  const LONG places[] = {there.cbAlign, there.cbPrefix, input.BytesAhead()};
+  const LONG places[] = {std::max(there.cbAlign, LONG{1}), there.cbPrefix, input.BytesAhead()};
   return std::ranges::all_of(places, [&](LONG place) { return place % wanted.cbAlign == 0; });
 }
 
