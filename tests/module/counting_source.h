@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "module/frame_test.h"
 #include "module/graph/source.h"
@@ -17,30 +18,40 @@ inline constexpr GUID kFirstSubtype = {0x1, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}};
 inline constexpr GUID kSecondSubtype = {0x2, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}};
 
 /// Delivers samples without an end that have their number as media time, unless `m_fill` has other plans.
+/// `m_write` does the rest.
 class CCountingPin final : public CSourceStream {
  public:
   explicit CCountingPin(CSource& source) : CSourceStream(source, L"Numbers") {}
 
   HRESULT CheckMediaType(const CMediaType& type) override {
+    if (m_type) return *m_type == type ? S_OK : E_INVALIDARG;
     const bool known = type.subtype == kFirstSubtype || type.subtype == kSecondSubtype;
     return type.majortype == MEDIATYPE_Stream && known ? S_OK : E_INVALIDARG;
   }
   HRESULT GetMediaType(int position, CMediaType* type) override {
-    if (position > 1) return VFW_S_NO_MORE_ITEMS;
+    if (position > (m_type ? 0 : 1)) return VFW_S_NO_MORE_ITEMS;
+    if (m_type) return type->Set(*m_type);
     type->majortype = MEDIATYPE_Stream;
     type->subtype = position == 0 ? kFirstSubtype : kSecondSubtype;
     type->formattype = FORMAT_None;
     return type->SetFormat(&position, sizeof position);
   }
   HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override {
+    if (m_refusals > 0 && m_refusals-- > 0) return E_FAIL;
     m_asked = *properties;
     properties->cBuffers = 1;
-    properties->cbBuffer = 1;
+    properties->cbBuffer = m_bufferSize;
     ALLOCATOR_PROPERTIES actual = {};
     return allocator->SetProperties(properties, &actual);
   }
 
   std::function<HRESULT()> m_fill;
+  std::function<HRESULT(ULONG number, IMediaSample* sample)> m_write;
+  /// The only one that it offers, instead of the two.
+  std::optional<CMediaType> m_type;
+  long m_bufferSize = 1;
+  /// So many allocators do not suit it, the peer's first.
+  int m_refusals = 0;
   /// What the worker's start answers.
   HRESULT m_start = S_OK;
   /// What the peer asked for when the buffers were decided last.
@@ -51,7 +62,8 @@ class CCountingPin final : public CSourceStream {
   HRESULT FillBuffer(IMediaSample* sample) override {
     if (m_fill) return m_fill();
     LONGLONG number = ++m_number, next = number + 1;
-    return sample->SetMediaTime(&number, &next);
+    const HRESULT result = sample->SetMediaTime(&number, &next);
+    return m_write ? m_write(static_cast<ULONG>(number), sample) : result;
   }
 
  private:
