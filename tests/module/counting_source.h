@@ -72,7 +72,7 @@ class CCountingPin final : public CSourceStream {
 
 class CCountingSource final : public CSource {
  public:
-  explicit CCountingSource(IUnknown* owner = nullptr) : CSource(owner, CLSID_NULL) { AddAnotherPin(); }
+  explicit CCountingSource(IUnknown* owner = nullptr) : CSource(owner, CLSID{}) { AddAnotherPin(); }
   void AddAnotherPin() { AddPin(std::make_unique<CCountingPin>(*this)); }
   CCountingPin& Pin(ULONG index = 0) { return static_cast<CCountingPin&>(*GetPin(index)); }
 };

@@ -1,0 +1,258 @@
+// The companion: when it shows what, and that graphs may do with it what they like.
+
+#include <objbase.h>
+
+#include <cstring>
+#include <random>
+
+#include "filter/platform/growth.h"
+#include "filter/platform/private_types.h"
+#include "filter/platform/source_host.h"
+#include "module/counting_source.h"
+#include "support/movie_builder.h"
+
+namespace kt::test {
+namespace {
+
+class DecoderTest : public SourceTest {
+ protected:
+  void SetUp() override {
+    SourceTest::SetUp();
+    ASSERT_EQ(m_decoder.Register(), S_OK);
+  }
+  void TearDown() override {
+    SourceTest::TearDown();
+    EXPECT_EQ(m_decoder.CanUnload(), S_OK);
+    EXPECT_EQ(m_decoder.Unregister(), S_OK);
+  }
+
+  const ServerModule m_decoder{std::filesystem::path(KTMP4_DECODER).wstring()};
+};
+
+/// The companion in a graph, behind a pin, and a sink behind it.
+struct Decoded {
+  Decoded(HostGraph& hostGraph, IPin* pin, int typePosition) : graph(hostGraph) {
+    EXPECT_EQ(graph.m_builder->AddFilter(decoder.Get(), L"Decoder"), S_OK);
+    EXPECT_EQ(graph.m_builder->AddFilter(&*sink, L"Sink"), S_OK);
+    Connect(pin, typePosition);
+    EXPECT_EQ(graph.m_builder->ConnectDirect(Pin(L"Out").Get(), &sink->Pin(), nullptr), S_OK);
+  }
+  ~Decoded() { graph.m_control->Stop(); }
+  void Connect(IPin* from, int typePosition) {
+    ComPointer<IEnumMediaTypes> types;
+    AM_MEDIA_TYPE* type = nullptr;
+    EXPECT_EQ(from->EnumMediaTypes(types.Put()), S_OK);
+    EXPECT_EQ(types->Skip(static_cast<ULONG>(typePosition)), S_OK);
+    EXPECT_EQ(types->Next(1, &type, nullptr), S_OK);
+    EXPECT_EQ(graph.m_builder->ConnectDirect(from, Pin(L"In").Get(), type), S_OK);
+    DeleteMediaType(type);
+  }
+  ComPointer<IPin> Pin(const wchar_t* id) const {
+    ComPointer<IPin> pin;
+    EXPECT_EQ(decoder->FindPin(id, pin.Put()), S_OK);
+    return pin;
+  }
+  /// As a renderer does it: by what it is connected with.
+  void Seek(i64 position) const {
+    const auto seeking = As<IMediaSeeking>(Pin(L"Out"));
+    EXPECT_EQ(seeking->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0), S_OK);
+  }
+  void PlayToEnd() const {
+    EXPECT_TRUE(SUCCEEDED(graph.m_control->Run()));
+    EXPECT_TRUE(graph.Comes(EC_COMPLETE));
+    EXPECT_EQ(graph.m_control->Stop(), S_OK);
+  }
+
+  HostGraph& graph;
+  const ComPointer<IBaseFilter> decoder = Made<IBaseFilter>(::CLSID_KtMp4Decoder);
+  /// The numbers of the samples, and when each is shown.
+  std::vector<std::pair<ULONG, i64>> shown;
+  const Held<CRecordingSink> sink{SinkScript{.m_look = [this](IMediaSample* sample) {
+    i64 number = 0, next = 0, start = -1, stop = 0;
+    sample->GetMediaTime(&number, &next);
+    sample->GetTime(&start, &stop);
+    EXPECT_TRUE(stop > start && stop <= start + 400'000) << start << " to " << stop;
+    shown.emplace_back(number, start);
+  }}};
+};
+
+/// As the source's pins offer it, with 25 ticks a second.
+CMediaType TypeOf(const GUID& subtype, const std::vector<u8>& setup) {
+  const bool isSound = subtype == ::MEDIASUBTYPE_KtMp4AudioStamped;
+  std::vector<u8> block(isSound ? 18 : 104);
+  block[isSound ? 4 : 88] = 25;
+  block.insert(block.end(), setup.begin(), setup.end());
+  CMediaType type;
+  type.majortype = isSound ? ::MEDIATYPE_Audio : ::MEDIATYPE_Video;
+  type.subtype = subtype;
+  type.formattype = isSound ? ::FORMAT_WaveFormatEx : ::FORMAT_KtMp4Video;
+  type.SetFormat(block.data(), static_cast<ULONG>(block.size()));
+  return type;
+}
+
+/// Fills a sample that is decoded `number` pictures behind the first one. R is a picture that others lean on,
+/// B one between two of these, P an R ahead of the position that was sought, U an R without times, N no
+/// picture and E nothing at all. A digit is a sample with a stamp, shown so many pictures behind 5 pictures
+/// before it is decoded; "<" one with half a stamp.
+HRESULT Fill(char kind, ULONG number, IMediaSample* sample) {
+  BYTE* bytes = nullptr;
+  sample->GetPointer(&bytes);
+  std::memset(bytes, 0x55, 64);
+  const BYTE picture[] = {0, 0, 1, 0xB6, static_cast<BYTE>(kind == 'B' ? 0x95 : 0x55)};
+  const i64 stamp[] = {i64{number} + (kind - '5'), number};
+  if (std::strchr("RBPU", kind) != nullptr) std::memcpy(bytes, picture, sizeof picture);
+  if (kind >= '0' && kind <= '9') std::memcpy(bytes, stamp, sizeof stamp);
+  REFERENCE_TIME start = (i64{number} - (kind == 'P' ? 100 : 0)) * 400'000;
+  REFERENCE_TIME stop = kind == 'P' ? i64{1} << 55 : start + 400'000;
+  sample->SetTime(kind == 'U' ? nullptr : &start, &stop);
+  return sample->SetActualDataLength(kind == 'E' ? 0 : kind == '<' ? 8 : 64);
+}
+
+TEST_F(DecoderTest, ShowsPicturesWhenTheyAreDue) {
+  // The header of a layer with 25 pictures a second: of the simple type, which has none out of order, of one
+  // that does not say it, and of one that says that there are.
+  const std::vector<u8> simple = {0, 0, 1, 0x20, 0, 0x84, 0x40, 6, 0x70, 0xC1, 1, 4, 7};
+  const std::vector<u8> silent = {0, 0, 1, 0x20, 8, 0x84, 0x40, 6, 0x70, 0xC1, 1, 4, 7};
+  const std::vector<u8> reordered = {0, 0, 1, 0x20, 8, 0x86, 0x84, 0, 0x67, 12, 16, 16, 0x40, 0x7F};
+  const GUID& plain = ::MEDIASUBTYPE_KtMp4Video;
+  const GUID& stamped = ::MEDIASUBTYPE_KtMp4VideoStamped;
+  const GUID& sound = ::MEDIASUBTYPE_KtMp4AudioStamped;
+  constexpr i64 kNone = -1;
+  // When each sample is shown, in pictures, or that it does not say it; and how many are passed over.
+  using Times = std::vector<i64>;
+  const std::tuple<const char*, CMediaType, std::string_view, Times> rows[] = {
+      {"none out of order", TypeOf(plain, simple), "RRBR", {0, 1, 2, 3}},
+      {"some out of order", TypeOf(plain, reordered), "RRBBRBBR", {1, 4, 2, 3, 7, 5, 6, 8}},
+      {"found out on the way", TypeOf(plain, silent), "RRBBRBBR", {0, 1, 2, 3, 7, 5, 6, 8}},
+      {"too many wait", TypeOf(plain, reordered), "RBBBBBBBBBR", {9, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11}},
+      {"no picture, no bytes", TypeOf(plain, reordered), "NRNER", {0, 4, 2, 3, 5}},
+      {"no times", TypeOf(plain, reordered), "RUBR", {1, kNone, 2, 4}},
+      {"ahead of the position", TypeOf(plain, reordered), "PPR", {-99, 2, 3}},
+      {"H.263", TypeOf(::MEDIASUBTYPE_KtH263, {}), "RRBR", {0, 1, 2, 3}},
+      {"stamped", TypeOf(stamped, reordered), "5935E", {0, 5, 0, 3, 4}},
+      {"half a stamp", TypeOf(stamped, reordered), "<", {}},
+      {"stamped sound", TypeOf(sound, {0x12, 0x10}), "567", {0, 2, 4}},
+  };
+  for (const auto& [what, type, kinds, expected] : rows) {
+    SCOPED_TRACE(what);
+    HostGraph graph;
+    ASSERT_EQ(graph.Create(), S_OK);
+    const Held<CCountingSource> source;
+    source->Pin().m_type = type;
+    source->Pin().m_bufferSize = 64;
+    source->Pin().m_write = [&](ULONG number, IMediaSample* sample) {
+      return number > kinds.size() ? S_FALSE : Fill(kinds[number - 1], number - 1, sample);
+    };
+    EXPECT_EQ(graph.m_builder->AddFilter(&*source, L"Source"), S_OK);
+    const Decoded decoded(graph, &source->Pin(), 0);
+    decoded.PlayToEnd();
+    std::vector<std::pair<ULONG, i64>> due;
+    for (const i64 time : expected) due.emplace_back(due.size() + 1, time == kNone ? kNone : time * 400'000);
+    EXPECT_EQ(decoded.shown, due);
+  }
+}
+
+const std::wstring kFilm = MediaFile(L"bframes-aac.mp4");
+
+/// The filter with a file, and the companion behind its first pin.
+struct DecodedFilm {
+  explicit DecodedFilm(int typePosition = 0) {
+    EXPECT_EQ(source.Load(kFilm), S_OK);
+    decoded.emplace(source.Graph(), source.Pins()[0].Get(), typePosition);
+  }
+  PlayedSource source;
+  std::optional<Decoded> decoded;
+};
+
+// The file itself says when each of its pictures is shown.
+TEST_F(DecoderTest, ShowsAFilmAsTheFileSays) {
+  OpenedMovie movie(ReadFile(kFilm));
+  const std::unique_ptr<CMp4Track> track = movie.OpenTrack(1);
+  for (const auto& [typePosition, position] : {std::pair{0, 0}, {0, 22'000'000}, {1, 0}, {1, 22'000'000}}) {
+    SCOPED_TRACE(testing::Message() << "type " << typePosition << " from " << position);
+    DecodedFilm film(typePosition);
+    film.decoded->Seek(position);
+    film.decoded->PlayToEnd();
+    EXPECT_EQ(film.decoded->shown.size(), SamplesFrom(kFilm, 1, position).size());
+    for (const auto& [number, start] : film.decoded->shown) {
+      // The last that others lean on is shown behind the last that comes, and the file's last one never does.
+      if (number == 98 && typePosition == 0) continue;
+      const u64 ticks = Got(*track, &CMp4Track::GetSampleCompositionTime, number);
+      EXPECT_EQ(start, static_cast<i64>(ticks) / 512 * 400'000 - position) << number;
+    }
+  }
+}
+
+// It takes no more from the process than as many lives of the filter alone.
+TEST_F(DecoderTest, TwoHundredLivesLeaveNothing) {
+  const Use alone = GrowthOver([](int) { PlayedSource(kFilm).Run(); });
+  const Use ours = GrowthOver([&](int life) {
+    {
+      DecodedFilm film(life % 2);
+      film.source.Run();
+      film.decoded->Seek(10'000'000 + life);
+      if (life % 4 == 0) film.decoded->PlayToEnd();
+    }
+    EXPECT_TRUE(Eventually([&] { return m_decoder.CanUnload() == S_OK; })) << life;
+  });
+  EXPECT_LT(ours.handles, alone.handles + 20);
+  EXPECT_LT(ours.bytes, alone.bytes + 150 * 2000);
+}
+
+TEST_F(DecoderTest, StandsWhateverAGraphDoes) {
+  DecodedFilm film;
+  std::mt19937 random(7);
+  for (int i = 0; i < 1000; ++i) {
+    const auto what = random() % 8;
+    if (what == 0) film.source.Run();
+    if (what == 1) film.source.Pause();
+    if (what == 2 || what == 3) film.source.Stop();
+    if (what == 3) {
+      for (const ComPointer<IPin>& pin : {film.source.Pins()[0], film.decoded->Pin(L"In")}) {
+        EXPECT_EQ(film.source.Graph().m_builder->Disconnect(pin.Get()), S_OK);
+      }
+      film.decoded->Connect(film.source.Pins()[0].Get(), i % 2);
+    }
+    if (what > 3) film.decoded->Seek(static_cast<i64>(random() % 40) * 1'000'000);
+    if (i % 5 == 0) Sleep(random() % 5);
+  }
+  film.source.Stop();
+  film.decoded->Seek(0);
+  film.decoded->shown.clear();
+  film.source.Run();
+  CRecordingPin& end = film.decoded->sink->Pin();
+  ASSERT_TRUE(Eventually([&] { return end.Events().back().kind == SinkEvent::EndOfStream; }));
+  film.source.Stop();
+  for (ULONG i = 0; i < film.decoded->shown.size(); ++i) EXPECT_EQ(film.decoded->shown[i].first, i + 1);
+  EXPECT_EQ(film.decoded->shown.size(), 99u);
+}
+
+// With the types of other filters' outputs graphs would try it in vain.
+TEST_F(DecoderTest, IsFoundForItsTypesAlone) {
+  const auto mapper = Made<IFilterMapper2>(CLSID_FilterMapper2);
+  const auto isFound = [&](const GUID& major, const GUID& subtype, DWORD merit) {
+    ComPointer<IEnumMoniker> found;
+    ComPointer<IMoniker> moniker;
+    const GUID types[] = {major, subtype};
+    mapper->EnumMatchingFilters(found.Put(), 0, TRUE, merit, TRUE, 1, types, nullptr, nullptr, FALSE, TRUE, 0,
+                                nullptr, nullptr, nullptr);
+    bool isOurs = false;
+    while (!isOurs && found && found->Next(1, moniker.Put(), nullptr) == S_OK) {
+      wchar_t* name = nullptr;
+      EXPECT_EQ(moniker->GetDisplayName(nullptr, nullptr, &name), S_OK);
+      isOurs = std::wstring(name).find(L"B3B19CE8-8ED8-4E87-9D6C-D4DCD6D97E00") != std::wstring::npos;
+      CoTaskMemFree(name);
+    }
+    return isOurs;
+  };
+  for (const REGPINTYPES& type : kPrivateTypes) {
+    EXPECT_TRUE(isFound(*type.clsMajorType, *type.clsMinorType, MERIT_NORMAL));
+    EXPECT_FALSE(isFound(*type.clsMajorType, *type.clsMinorType, MERIT_NORMAL + 1));
+  }
+  for (const GUID& subtype : {MEDIASUBTYPE_RGB24, MEDIASUBTYPE_PCM, ::MEDIASUBTYPE_KtAmr}) {
+    EXPECT_FALSE(isFound(::MEDIATYPE_Video, subtype, MERIT_NORMAL));
+  }
+}
+
+}  // namespace
+}  // namespace kt::test
