@@ -230,12 +230,12 @@ TEST_F(DecoderTest, StandsWhateverAGraphDoes) {
 // With the types of other filters' outputs graphs would try it in vain.
 TEST_F(DecoderTest, IsFoundForItsTypesAlone) {
   const auto mapper = Made<IFilterMapper2>(CLSID_FilterMapper2);
-  const auto isFound = [&](const GUID& major, const GUID& subtype, DWORD merit) {
+  const auto isFound = [&](const GUID& major, const GUID& subtype) {
     ComPointer<IEnumMoniker> found;
     ComPointer<IMoniker> moniker;
     const GUID types[] = {major, subtype};
-    mapper->EnumMatchingFilters(found.Put(), 0, TRUE, merit, TRUE, 1, types, nullptr, nullptr, FALSE, TRUE, 0,
-                                nullptr, nullptr, nullptr);
+    mapper->EnumMatchingFilters(found.Put(), 0, TRUE, MERIT_NORMAL, TRUE, 1, types, nullptr, nullptr, FALSE,
+                                TRUE, 0, nullptr, nullptr, nullptr);
     bool isOurs = false;
     while (!isOurs && found && found->Next(1, moniker.Put(), nullptr) == S_OK) {
       wchar_t* name = nullptr;
@@ -245,13 +245,19 @@ TEST_F(DecoderTest, IsFoundForItsTypesAlone) {
     }
     return isOurs;
   };
-  for (const REGPINTYPES& type : kPrivateTypes) {
-    EXPECT_TRUE(isFound(*type.clsMajorType, *type.clsMinorType, MERIT_NORMAL));
-    EXPECT_FALSE(isFound(*type.clsMajorType, *type.clsMinorType, MERIT_NORMAL + 1));
-  }
+  for (const REGPINTYPES& type : kPrivateTypes) EXPECT_TRUE(isFound(*type.clsMajorType, *type.clsMinorType));
   for (const GUID& subtype : {MEDIASUBTYPE_RGB24, MEDIASUBTYPE_PCM, ::MEDIASUBTYPE_KtAmr}) {
-    EXPECT_FALSE(isFound(::MEDIATYPE_Video, subtype, MERIT_NORMAL));
+    EXPECT_FALSE(isFound(::MEDIATYPE_Video, subtype));
   }
+  // The mapper's own form begins with a version, the merit and the pins.
+  DWORD data[200] = {}, size = sizeof data;
+  EXPECT_EQ(RegGetValueW(HKEY_CLASSES_ROOT,
+                         L"CLSID\\{083863F1-70DE-11D0-BD40-00A0C911CE86}\\Instance\\"
+                         L"{B3B19CE8-8ED8-4E87-9D6C-D4DCD6D97E00}",
+                         L"FilterData", RRF_RT_REG_BINARY, nullptr, data, &size),
+            ERROR_SUCCESS);
+  EXPECT_EQ(data[1], DWORD{MERIT_NORMAL});
+  EXPECT_EQ(data[2], 2u);
 }
 
 }  // namespace
