@@ -89,7 +89,11 @@ struct Chain {
     sample->SetPreroll(number % 2 == 0);
     sample->SetDiscontinuity(number % 2 == 1);
     sample->SetMediaType(type);
-    return in.Receive(sample.Get());
+    IMediaSample* one = sample.Get();
+    LONG processed = 9;
+    const HRESULT result = in.ReceiveMultiple(&one, 1, &processed);
+    EXPECT_EQ(processed, result == S_OK ? 1 : 0);
+    return result;
   }
 
   /// Upstream's buffers.
