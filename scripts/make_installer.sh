@@ -11,7 +11,7 @@ fi
 script=$(cd "$(dirname "${BASH_SOURCE[0]}")/../packaging/windows" && pwd)/ktmp4.nsi
 mkdir -p "$3"
 folder=$(cd "$3" && pwd)
-rm -rf "$folder/files"
+rm -rf "$folder/files" "$folder"/ktmp4-*-setup.exe
 
 # lay BUILD FOLDER COMPONENT...
 lay() {
