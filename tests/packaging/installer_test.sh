@@ -131,18 +131,21 @@ for line in "\"Source Filter\"=\"$reader\"" '"9"="*.mp4;*.3gp;*.m4a"' '"DisplayV
 done
 uninstall=$(registry installed | sed -n 's/\\\(.\)/\1/g; s/^"QuietUninstallString"="\(.*\)"$/\1/p')
 
-# The second setup is an upgrade and takes .3gp from the later one, who gets it back from the uninstaller. The third
-# finds a memory and no uninstaller.
+# The second setup is an upgrade, to another folder, and takes .3gp from the later one, who gets it back in the end. The
+# third finds a memory and no uninstaller.
 run end <<END
+set other=C:\\Other place
 regedit /S later.reg
-%setup% /S
+%setup% /S /D=%other%
 echo upgrade: %errorlevel%
-del "%dir%\\uninstall.exe"
+if exist "%dir%" echo "%dir%" is there
+del "%other%\\uninstall.exe"
 %setup% /S
 echo repair: %errorlevel%
-$uninstall
+${uninstall/Program Files\\Ketral MP4/Other place}
 echo uninstall: %errorlevel%
-for /L %%i in (1,1,30) do if exist "%dir%" ping -n 2 127.0.0.1 >nul
+for /L %%i in (1,1,30) do if exist "%other%" ping -n 2 127.0.0.1 >nul
+if exist "%other%" echo "%other%" is there
 regedit /E after.reg
 END
 expect_output <<'END'
