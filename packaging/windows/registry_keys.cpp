@@ -136,7 +136,8 @@ void RegistryView::Read(const std::wstring& path, RegistryKeys& keys) const {
   if (!Open(path, KEY_READ | m_view, key)) return;
   const KeySizes sizes = SizesOf(key.Get());
   keys[path] = ValuesOf(key.Get(), sizes);
-  for (const std::wstring& name : KeysBelow(key.Get(), sizes)) Read(path + L"\\" + name, keys);
+  const std::wstring below = path + L"\\";
+  for (const std::wstring& name : KeysBelow(key.Get(), sizes)) Read(below + name, keys);
 }
 
 void RegistryView::ReadParents(const std::wstring& path, RegistryKeys& keys) const {

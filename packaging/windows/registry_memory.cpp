@@ -84,7 +84,8 @@ RegistryKeys Recall(const RegistryView& view, const std::wstring& store) {
 void Store(const RegistryView& view, const std::wstring& store, const RegistryKeys& keys) {
   RegistryKeys moved = {{kProduct, {}}, {store, {}}};
   for (const std::wstring root : {L"\\HKCR", L"\\HKLM"}) moved[store + root];
-  for (const auto& [path, values] : keys) moved[store + L"\\" + path] = values;
+  const std::wstring below = store + L"\\";
+  for (const auto& [path, values] : keys) moved[below + path] = values;
   view.Change(ReadTree(view, store), moved);
 }
 
