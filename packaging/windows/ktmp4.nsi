@@ -65,6 +65,11 @@ Var Problem   ; what went wrong first, for people
   ${EndIf}
 !macroend
 
+; A folder stays while any program has it as its current one, also one of ours that is just about to end.
+!macro LeaveFolder
+  SetOutPath "$TEMP"
+!macroend
+
 !macro SetProblem TEXT
   ${If} $Problem == ""
     StrCpy $Problem "${TEXT}"
@@ -145,7 +150,6 @@ Var Problem   ; what went wrong first, for people
   Delete "$INSTDIR\bin32\${FILE}"
 !macroend
 !macro DeleteFiles
-  SetOutPath $TEMP
   !insertmacro ForEachModule DeleteModule
   Delete "$INSTDIR\bin\ktmp4.exe"
   Delete "$INSTDIR\bin\watch_texts.exe"
@@ -223,6 +227,7 @@ Section "Filter, decoder and program"
   ${If} ${Errors}
     !insertmacro SetProblem "$INSTDIR could not be written."
   ${EndIf}
+  !insertmacro LeaveFolder
   ${If} ${IsNativeAMD64}
     !insertmacro ForEachModule Register64
   ${EndIf}
@@ -272,6 +277,7 @@ Function un.onInit
 FunctionEnd
 
 Section "Uninstall"
+  !insertmacro LeaveFolder
   ; Nothing is touched unless all of it can go.
   !insertmacro RequireFree "$INSTDIR\bin\ktmp4.exe"
   !insertmacro ForEachModule RequireFreeModule
