@@ -54,14 +54,6 @@ TEST(EditBox, WritesADelayThatItReadsBack) {
   EXPECT_EQ(WrittenBytes(&box), Edts({{0x100, -1}, {900, 0}, {1, -1}, {2, 0}}));
 }
 
-// Ids read to the end of a large file, or to the end of what a size claims.
-TEST(TrackReferenceTypeBox, RefusesAPayloadThatIsNotIds) {
-  for (const Bytes& box : {Box("hint", Bytes().U32(1).U8(2)).Zeros(100), Box("hint", Bytes().U24(1)),
-                           WithDeclaredSize(Box("hint", Bytes().U32(1)), 0xFFFFFFF0)}) {
-    EXPECT_EQ(ReadBoxFrom(FileOf(box)).result, MP4_FILE_IO);
-  }
-}
-
 Answer<u32> AddReference(CTrackReferenceBox& box, u32 kind, u32 trackId) {
   return Ask(box, &CTrackReferenceBox::AddTrackReference, kind, trackId);
 }

@@ -13,10 +13,8 @@ TEST(TrackHeader, DimensionsAreWholeSignedPixels) {
   CTrackHeaderBox tkhd;
   u32 width = 0;
   EXPECT_EQ(MP4_OK, tkhd.SetDimensions(0x8000, 0x7FFF));
-  EXPECT_EQ(MP4_BAD_ARGUMENT, tkhd.SetDimensions(1, 0x80000000));
   EXPECT_EQ(0x7FFFu, Got(tkhd, &CTrackHeaderBox::GetDimensions, &width));
   EXPECT_EQ(0xFFFF8000, width);
-  EXPECT_EQ(MP4_BAD_ARGUMENT, tkhd.SetVolume(-1));
 }
 
 // A location leaves flag 1, which says that there is none: a reader of the box will not read it.

@@ -36,6 +36,9 @@ TEST(Nesting, IsBoundedAt64Levels) {
     EXPECT_EQ(tooDeep, ReadBox(Box("udta", bytes)).result);
   }
   EXPECT_EQ(MP4_CORRUPT, ReadBox(NestedBoxes(3000)).result);
+  const Bytes entry = Box("s263", Bytes().Zeros(78).Add(Box("d263")));
+  EXPECT_EQ(MP4_OK, ReadBox(NestedBoxes(62, entry)).result);
+  EXPECT_EQ(MP4_CORRUPT, ReadBox(NestedBoxes(63, entry)).result) << "its child counts as a level";
 }
 
 }  // namespace
