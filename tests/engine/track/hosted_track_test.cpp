@@ -64,12 +64,6 @@ void SetUpText(CTrackImpl& track) {
   ASSERT_EQ(track.SetLine21Format(0, 0, 0), MP4_OK);
 }
 
-// A chunk of one sample; where it begins is where the storage stands.
-void WriteChunkAt(BareHost& host, CTrackImpl& track, u64 position, u64 time) {
-  ASSERT_EQ(host.storage.SetPosition(position), MP4_OK);
-  ASSERT_EQ(WriteSample(&track, 1'000'000, time), MP4_OK);
-}
-
 TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
   const struct {
     std::vector<u64> positions;
@@ -85,7 +79,10 @@ TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
     CTrackImpl track(&host, 0);
     SetUpText(track);
     u64 time = 0;
-    for (const u64 position : positions) WriteChunkAt(host, track, position, time++);
+    for (const u64 position : positions) {  // chunks of one sample each
+      ASSERT_EQ(host.storage.SetPosition(position), MP4_OK);
+      ASSERT_EQ(WriteSample(&track, 1'000'000, time++), MP4_OK);
+    }
     ASSERT_EQ(track.Finish(), MP4_OK);
     const Bytes movie = host.Movie();
     EXPECT_EQ(SampleTableBoxAt(movie, "stco"), wide ? Bytes() : Stco(positions));

@@ -15,6 +15,16 @@ namespace {
 
 using namespace test;
 
+/// The only track of a file, with the file.
+struct Opened {
+  explicit Opened(const Track& content) : movie(content) {}
+  CMp4Track* operator->() { return track.get(); }
+  CMp4Track& operator*() { return *track; }
+
+  OpenedMovie movie;
+  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+};
+
 // Binding.
 
 TEST(Track, BindsWithoutWhatIsNotRequired) {
@@ -32,9 +42,7 @@ TEST(Track, BindsWithoutWhatIsNotRequired) {
       {"nothing that may be missing", &Track::ctts, {}, MP4_OK},
   };
   for (const auto& [what, piece, content, result] : cases) {
-    Track track;
-    track.*piece = content;
-    OpenedMovie movie(track);
+    OpenedMovie movie(Track().With(piece, content));
     ASSERT_EQ(movie.result, MP4_OK) << "opening asks nothing of the tracks";
     EXPECT_EQ(movie.BindResult(), result) << what;
   }
@@ -60,19 +68,17 @@ TEST(Track, KindByMediaHeaderAndHandler) {
       {Nmhd(), "", MP4_KIND_UNKNOWN},
   };
   for (const auto& [mediaHeader, handler, kind] : cases) {
-    Track content;
-    content.mediaHeader = mediaHeader;
-    content.hdlr = *handler != 0 ? Hdlr(handler) : Bytes();
-    EXPECT_EQ(Got(*OpenedMovie(content).OpenTrack(), &CMp4Track::GetTrackType), kind) << handler;
+    Opened track(Track()
+                     .With(&Track::mediaHeader, mediaHeader)
+                     .With(&Track::hdlr, *handler != 0 ? Hdlr(handler) : Bytes()));
+    EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), kind) << handler;
   }
 }
 
 TEST(Track, AHandlerTypeOfZeroFailsTheBindWhereItIsAsked) {
-  Track track;
-  track.hdlr = Hdlr(std::string_view("\0\0\0\0", 4));
+  const Track track = Track().With(&Track::hdlr, Hdlr(std::string_view("\0\0\0\0", 4)));
   EXPECT_EQ(OpenedMovie(track).BindResult(), MP4_OK) << "the media header has answered";
-  track.mediaHeader = Nmhd();
-  EXPECT_EQ(OpenedMovie(track).BindResult(), MP4_NOT_FOUND);
+  EXPECT_EQ(OpenedMovie(track.With(&Track::mediaHeader, Nmhd())).BindResult(), MP4_NOT_FOUND);
 }
 
 // In movie ticks in the file, in media ticks on every sample.
@@ -108,12 +114,10 @@ TEST(Track, StartDelayMovesEverySample) {
 
 // A few bytes can claim four thousand million samples: neither memory nor time may follow the claim.
 TEST(Track, ClaimsOfSamplesCostNothing) {
-  Track content;
-  content.stts = Stts({{0xFFFFFFFE, 1}});
-  content.stsz = ConstantStsz(1, 0xFFFFFFFE);
-  content.stsc = Stsc({{1, 0xFFFFFFFE}});
-  OpenedMovie movie(content);
-  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  const Track content = Track()
+                            .WithOneChunk(0xFFFFFFFE, ConstantStsz(1, 0xFFFFFFFE))
+                            .With(&Track::stts, Stts({{0xFFFFFFFE, 1}}));
+  Opened track(content);
   const u32 count = Got(*track, &CMp4Track::GetSampleCount);
   EXPECT_EQ(count, 0xFFFFFFFEu);
   EXPECT_EQ(Got(*track, &CMp4Track::GetSampleDecodingTime, count), 0xFFFFFFFDu);
@@ -121,17 +125,14 @@ TEST(Track, ClaimsOfSamplesCostNothing) {
   // The sizes of all samples before it in the chunk are added for each read.
   for (u32 i = 0; i < 1000; ++i) SampleOf(*track, 0xF0000000u + i, MP4_FILE_IO);
 
-  content.stts = Stts({{0xFFFFFFFE, 1}, {1, 1}});
-  EXPECT_EQ(OpenedMovie(content).BindResult(), MP4_NO_MEMORY);
+  const Bytes tooMany = Stts({{0xFFFFFFFE, 1}, {1, 1}});
+  EXPECT_EQ(OpenedMovie(content.With(&Track::stts, tooMany)).BindResult(), MP4_NO_MEMORY);
 }
 
 // What the headers and entries say.
 
 TEST(Track, ATrackThatIsReadRefusesToBeWritten) {
-  Track content;
-  content.hdlr.clear();
-  OpenedMovie movie(content);
-  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  Opened track(Track().With(&Track::hdlr, {}));
   for (const Mp4Result& result : {track->SetTimeScale(1), track->SetDimensions(1, 1),
                                   track->SetVideoFormat(1, 1, nullptr, 0, MP4_FORMAT_MP4V),
                                   track->SetAudioFormat(0, 0, nullptr, 0, MP4_FORMAT_MP4A),
@@ -160,10 +161,7 @@ TEST(Track, SampleEntriesAnswerByTheirCode) {
   };
   for (const auto& [entry, format, hasSize, channels, infoSize] : cases) {
     SCOPED_TRACE(std::string(entry.begin() + 4, entry.begin() + 8));
-    Track content;
-    content.stsd = Stsd({entry});
-    OpenedMovie movie(content);
-    const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+    Opened track(Track().With(&Track::stsd, Stsd({entry})));
     const auto orNone = []<class Value>(Value value, Value none = 0) {
       return value != 0 ? Answer<Value>{MP4_OK, value} : Answer<Value>{MP4_NOT_FOUND, none};
     };
@@ -183,11 +181,8 @@ TEST(Track, SampleEntriesAnswerByTheirCode) {
 }
 
 TEST(Track, EntryIndicesAndSmallBuffers) {
-  Track content;
-  content.stsd = Stsd({VisualEntry("mp4v", 16, 16, Esds(0x20, 4, {1, 2, 3})),
-                       VisualEntry("s263", 32, 32, Box("d263", {4, 5}))});
-  OpenedMovie movie(content);
-  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  Opened track(Track().With(&Track::stsd, Stsd({VisualEntry("mp4v", 16, 16, Esds(0x20, 4, {1, 2, 3})),
+                                                VisualEntry("s263", 32, 32, Box("d263", {4, 5}))})));
   u32 size = 0;
   u8 buffer[3] = {9, 9, 9};
   EXPECT_EQ(Ask(*track, &CMp4Track::GetDecoderSpecificInfoSize, 0u).result, MP4_ZERO_INDEX);
@@ -205,10 +200,8 @@ TEST(Track, EntryIndicesAndSmallBuffers) {
 // Reading.
 
 TEST(Track, ABufferThatIsTooSmallLearnsTheSizeAndTouchesNothing) {
-  Track content;
-  content.chunkOffsets = Stco({0xFFFFFFFF, 0xFFFFFFFF});  // a read would fail in another way
-  OpenedMovie movie(content);
-  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  // A read would fail in another way.
+  Opened track(Track().With(&Track::chunkOffsets, Stco({0xFFFFFFFF, 0xFFFFFFFF})));
   u32 size = 0;
   u8 buffer[4] = {7, 7, 7, 7};
   EXPECT_EQ(track->ReadSample(4, 3, &size, buffer), MP4_BUFFER_TOO_SMALL);
@@ -241,12 +234,8 @@ TEST(Track, ReadsWhatBrokenTablesStillTell) {
   };
   for (const auto& [what, stsz, stsc, offsets, sample, result, text] : cases) {
     SCOPED_TRACE(what);
-    Track content;
-    content.stsz = stsz;
-    content.stsc = stsc;
-    content.chunkOffsets = offsets;
-    OpenedMovie movie(content);
-    const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+    Opened track(
+        Track().With(&Track::stsz, stsz).With(&Track::stsc, stsc).With(&Track::chunkOffsets, offsets));
     EXPECT_EQ(SampleOf(*track, sample, result), Bytes().Text(text));
     EXPECT_EQ(SampleOf(*track, sample, result), Bytes().Text(text)) << "the second time alike";
   }
@@ -254,13 +243,10 @@ TEST(Track, ReadsWhatBrokenTablesStillTell) {
 
 TEST(Track, ReadsBeyondFourGiB) {
   constexpr u64 kFar = 0x1'8000'0010;
-  Track content;
-  content.chunkOffsets = Co64({kFar, kFar + 3});
-  OpenedMovie movie(content);
+  Opened track(Track().With(&Track::chunkOffsets, Co64({kFar, kFar + 3})));
   // The file grows behind the open one: boxes of 4 GiB would be refused, and the hole costs no disk.
-  std::filesystem::resize_file(movie.Name(), kFar);
-  std::ofstream(movie.Name(), std::ios::binary | std::ios::app) << "ABBCCCDDDD";
-  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  std::filesystem::resize_file(track.movie.Name(), kFar);
+  std::ofstream(track.movie.Name(), std::ios::binary | std::ios::app) << "ABBCCCDDDD";
   EXPECT_EQ(SampleOf(*track, 1), Bytes().Text("A"));
   EXPECT_EQ(SampleOf(*track, 2), Bytes().Text("BB"));
   EXPECT_EQ(SampleOf(*track, 4), Bytes().Text("DDDD"));
@@ -312,13 +298,12 @@ Answer<u32> SyncAt(CMp4Track& track, u64 time) {
 // Samples 1 to 24 last 10 ticks each. Pictures 9 and 19 are shown before the sync samples 10 and 20 behind
 // them in the file, so those are shown later than the pictures' own times.
 TEST(Track, SyncSearchStepsBackOverPicturesShownLater) {
-  Track content;
-  content.stts = Stts({{24, 10}});
   // Composition: sample n at 10 * (n - 1) + 20, but 9 and 19 ten earlier and 10 and 20 ten later.
-  content.ctts = Ctts({{8, 20}, {1, 10}, {1, 30}, {8, 20}, {1, 10}, {1, 30}, {4, 20}});
-  content.stss = Stss({1, 10, 20});
-  OpenedMovie movie(content);
-  const std::unique_ptr<CMp4Track> track = movie.OpenTrack();
+  const Bytes ctts = Ctts({{8, 20}, {1, 10}, {1, 30}, {8, 20}, {1, 10}, {1, 30}, {4, 20}});
+  Opened track(Track()
+                   .With(&Track::stts, Stts({{24, 10}}))
+                   .With(&Track::ctts, ctts)
+                   .With(&Track::stss, Stss({1, 10, 20})));
   const std::tuple<u64, u32, const char*> cases[] = {
       {20, 1, "the first"},
       {89, 1, "just before picture 9"},
@@ -338,16 +323,13 @@ TEST(Track, SyncSearchStepsBackOverPicturesShownLater) {
 // Sample 2 is shown behind sample 3, a sync sample that comes later in the file: the search has to look
 // there.
 TEST(Track, SyncSearchLooksOneSampleAhead) {
-  Track content;
-  content.ctts = Ctts({{1, 0}, {1, 40}, {1, 20}, {1, 30}});  // shown at 0, 50, 40, 60
-  content.stss = Stss({1, 3});
-  OpenedMovie movie(content);
-  EXPECT_EQ(SyncAt(*movie.OpenTrack(), 55), (Answer<u32>{MP4_OK, 3}));
-  EXPECT_EQ(Got(*movie.OpenTrack(), &CMp4Track::FindSampleByDecodingTime, 25u), 3u);
-  EXPECT_EQ(Got(*movie.OpenTrack(), &CMp4Track::FindSampleByCompositionTime, 45u), 3u);
-  // Without a list every sample is one.
-  content.stss.clear();
-  EXPECT_EQ(SyncAt(*OpenedMovie(content).OpenTrack(), 55), (Answer<u32>{MP4_OK, 2}));
+  // Shown at 0, 50, 40, 60. Without a list every sample is one.
+  const Track everySample = Track().With(&Track::ctts, Ctts({{1, 0}, {1, 40}, {1, 20}, {1, 30}}));
+  Opened track(everySample.With(&Track::stss, Stss({1, 3})));
+  EXPECT_EQ(SyncAt(*track, 55), (Answer<u32>{MP4_OK, 3}));
+  EXPECT_EQ(SyncAt(*Opened(everySample), 55), (Answer<u32>{MP4_OK, 2}));
+  EXPECT_EQ(Got(*track, &CMp4Track::FindSampleByCompositionTime, 45u), 3u);
+  EXPECT_EQ(Got(*track, &CMp4Track::FindSampleByDecodingTime, 25u), 3u);
 }
 
 TEST(Track, SyncSearchReportsWhatStopsIt) {
@@ -358,9 +340,7 @@ TEST(Track, SyncSearchReportsWhatStopsIt) {
       {"a sync sample beyond the last", {5, 9}, 99, MP4_NOT_FOUND},
   };
   for (const auto& [what, stss, time, result] : cases) {
-    Track content;
-    content.stss = Stss(stss);
-    EXPECT_EQ(SyncAt(*OpenedMovie(content).OpenTrack(), time).result, result) << what;
+    EXPECT_EQ(SyncAt(*Opened(Track().With(&Track::stss, Stss(stss))), time).result, result) << what;
   }
 }
 
