@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include <ktmp4/mp4_file.h>
+#include "engine/file/mp4_file_impl.h"
 #include "filter/logic/track_lock.h"
 
 namespace kt::test {
@@ -150,7 +150,8 @@ class FakeTrack : public CMp4Track {
   const FakeTrackFacts& m_facts;
 };
 
-class FakeFile : public CMp4File {
+/// What it does not fake is answered as by a file that has never been opened.
+class FakeFile : public CMp4FileImpl {
  public:
   explicit FakeFile(FakeFileFacts& facts) : m_facts(facts) {}
   ~FakeFile() override {
@@ -185,21 +186,6 @@ class FakeFile : public CMp4File {
     delete track;
     return Do("CloseTrack", std::to_string(id));
   }
-
-  Mp4Result IsOpen(u32*) override { return MP4_NOT_FOUND; }
-  Mp4Result GetFileType(u32*) override { return MP4_NOT_FOUND; }
-  Mp4Result GetCopyright(char*, char*, u32*, u32) override { return MP4_NOT_FOUND; }
-  Mp4Result SetCopyright(const char*, const char*, u32) override { return MP4_NOT_FOUND; }
-  Mp4Result GetCreationDate(u32*, u32*, u32*, u32*, u32*, u32*) override { return MP4_NOT_FOUND; }
-  Mp4Result SetCreationDate(u32, u32, u32, u32, u32, u32) override { return MP4_NOT_FOUND; }
-  Mp4Result AddTrack(CMp4Track**) override { return MP4_NOT_FOUND; }
-  Mp4Result OpenHintTrack(u32, CMp4HintTrack**) override { return MP4_NOT_FOUND; }
-  Mp4Result AddHintTrack(CMp4HintTrack**, u32) override { return MP4_NOT_FOUND; }
-  Mp4Result CloseHintTrack(CMp4HintTrack*) override { return MP4_NOT_FOUND; }
-  Mp4Result Dump() override { return MP4_NOT_FOUND; }
-  Mp4Result SetTraceLevel(u32) override { return MP4_NOT_FOUND; }
-  Mp4Result AddSceneTracks(u32, u32, u32) override { return MP4_NOT_FOUND; }
-  Mp4Result GetMovieSdp(char*, u32) override { return MP4_NOT_FOUND; }
 
  private:
   Mp4Result Do(const std::string& call, const std::string& detail) {
