@@ -1,6 +1,5 @@
 #include "descriptors/descriptor.h"
 
-#include <map>
 #include <tuple>
 
 #include "descriptors/command.h"
@@ -79,27 +78,28 @@ TEST(SizeCode, ReadsUpToFiveBytes) {
   }
 }
 
+template <class Item>
+void ExpectNames(std::initializer_list<std::pair<u32, const char*>> names) {
+  for (const auto& [tag, name] : names) {
+    Item item(tag);
+    EXPECT_TRUE(Dumped(item, 1).starts_with("\n  " + std::string(name) + "\n  Tag: 0x")) << tag;
+  }
+}
+
 // The other names stand in the dumps of their classes.
 TEST(DescriptorDump, NamesTheTag) {
-  const std::map<u32, std::string> descriptors = {{2, "Initial object descriptor"},
-                                                  {14, "ES ID inc"},
-                                                  {18, "IPL descriptor pointer ref"},
-                                                  {0, "Unknown"},
-                                                  {7, "Unknown"},
-                                                  {255, "Unknown"}};
-  const std::map<u32, std::string> commands = {
-      {1, "Object descriptor update"},       {2, "Object descriptor remove"},
-      {3, "ES descriptor update"},           {4, "ES descriptor remove"},
-      {5, "IPMP descriptor update"},         {6, "IPMP descriptor remove"},
-      {7, "ES descriptor remove reference"}, {8, "Unknown"}};
-  const auto expectNames = []<class Item>(const auto& names, const Item&) {
-    for (const auto& [tag, name] : names) {
-      Item item(tag);
-      EXPECT_EQ(Dumped(item, 1).rfind("\n  " + name + "\n  Tag: 0x", 0), 0u) << tag;
-    }
-  };
-  expectNames(descriptors, CBaseDescriptor());
-  expectNames(commands, CBaseCommand());
+  ExpectNames<CBaseDescriptor>({{2, "Initial object descriptor"},
+                                {18, "IPL descriptor pointer ref"},
+                                {0, "Unknown"},
+                                {7, "Unknown"},
+                                {255, "Unknown"}});
+  ExpectNames<CBaseCommand>({{2, "Object descriptor remove"},
+                             {3, "ES descriptor update"},
+                             {4, "ES descriptor remove"},
+                             {5, "IPMP descriptor update"},
+                             {6, "IPMP descriptor remove"},
+                             {7, "ES descriptor remove reference"},
+                             {8, "Unknown"}});
 }
 
 class ListTest : public testing::Test {

@@ -161,10 +161,6 @@ TEST(InitialObjectDescriptor, IsBuiltByItsSetters) {
 }
 
 TEST(TrackPointers, WriteWhatWasSet) {
-  CESIDRef reference;
-  ASSERT_EQ(MP4_OK, reference.SetRefIndex(0x0102));
-  EXPECT_EQ(Reference(0x0102), Written(reference));
-  ExpectBufferFormMatches(reference);
   CESIDInc inclusion;
   ASSERT_EQ(MP4_OK, inclusion.SetTrackId(0x01020304));
   ExpectBufferFormMatches(inclusion);
