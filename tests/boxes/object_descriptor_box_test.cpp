@@ -23,8 +23,7 @@ TEST(ObjectDescriptorBox, GivesInitialDescriptorsAlone) {
 TEST(ObjectDescriptorBox, Refuses) {
   const Bytes overrun = WithDeclaredSize(kIod, static_cast<u32>(kIod.size() - 1));
   const std::tuple<const char*, Bytes, Mp4Result> rows[] = {
-      {"the systems form", FullBox("iods", 0, 0, Descriptor(2, {0x00, 0x4F, 0, 0, 0, 0, 0})),
-       MP4_BAD_DESCRIPTOR},
+      {"the systems form", FullBox("iods", 0, 0, Descriptor(2, Bytes().Zeros(7))), MP4_BAD_DESCRIPTOR},
       {"another descriptor", FullBox("iods", 0, 0, Descriptor(5)), MP4_BAD_DESCRIPTOR},
       {"an unknown descriptor", FullBox("iods", 0, 0, Descriptor(99, {1})), MP4_BAD_DESCRIPTOR},
       {"a descriptor longer than the box", overrun, MP4_DESCRIPTOR_OVERRUN},

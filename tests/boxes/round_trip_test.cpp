@@ -31,15 +31,8 @@ Bytes Counted(std::size_t count, u8 first = 1) {
 
 const Bytes kMatrix = Bytes().U32s({0x10000, 1, 2, 3, 0xFFFF0000, 4, 5, 6, 0x40000000});
 const Bytes kEntryHead = Bytes().Zeros(6).U16(7);
-const Bytes kVisualPart = Bytes(Counted(16))
-                              .U16(320)
-                              .U16(240)
-                              .U32s({0x480000, 0x480001, 0x11223344})
-                              .U16(1)
-                              .Text("\4Name and more")
-                              .Zeros(18)
-                              .U16(24)
-                              .U16(0xFFFF);
+const Bytes kPicture = Bytes(Counted(16)).U16(320).U16(240).U32s({0x480000, 0x480001, 0x11223344}).U16(1);
+const Bytes kVisualPart = Bytes(kPicture).Text("\4Name and more").Zeros(18).U16(24).U16(0xFFFF);
 const Bytes kAudioPart = Bytes().Add(Counted(8)).U16(6).U16(24).U16(3).U16(4).U16(48000).U16(5);
 const Bytes kEsBody = {1, 2, 0, 4,    17, 0x40, 0x15, 0,    3,    0, 0, 1, 0xF4,
                        0, 0, 1, 0x77, 0,  5,    2,    0x11, 0x90, 6, 1, 2};
@@ -80,14 +73,8 @@ std::vector<RoundTrip> HeaderCases() {
   const Bytes wide = Bytes().U64(0x100000000).U64(9999999999);
   const std::string wideDates =
       "Creation Time = 2040/02/06 06:28:16 (4294967296)\nModification Time = 9999999999 (invalid data)\n";
-  const Bytes mvhdTail = Bytes()
-                             .U32(0x8000)
-                             .U16(0xFF00)
-                             .U16(0x1234)
-                             .U32s({1, 2})
-                             .Add(kMatrix)
-                             .U32s({11, 12, 13, 14, 15, 16})
-                             .U32(77);
+  Bytes mvhdTail = Bytes().U32(0x8000).U16(0xFF00).U16(0x1234).U32s({1, 2}).Add(kMatrix);
+  mvhdTail.U32s({11, 12, 13, 14, 15, 16, 77});
   const Bytes tkhdTail = Bytes().U32s({8, 9}).U16(0xFFFF).U16(2).U16(0xFF00).U16(0x4321).Add(kMatrix).U32s(
       {0x01400080, 0xFFFF1234});
   const std::string tkhdLine =

@@ -27,13 +27,8 @@ inline Bytes MpegEntry(std::string_view code, const Bytes& child) {
   return Box(code, Bytes().Zeros(6).U16(1).Add(child));
 }
 inline Bytes Esds(u8 objectType, u8 streamType, const std::vector<u8>& decoderInfo) {
-  const Bytes config = Descriptor(4, Bytes()
-                                         .U8(objectType)
-                                         .U8(static_cast<u64>(streamType << 2 | 1))
-                                         .U24(0)
-                                         .U32(0)
-                                         .U32(0)
-                                         .Add(Descriptor(5, decoderInfo)));
+  const Bytes fields = Bytes().U8(objectType).U8(static_cast<u64>(streamType << 2 | 1)).Zeros(11);
+  const Bytes config = Descriptor(4, Bytes(fields).Add(Descriptor(5, decoderInfo)));
   const Bytes sl = Descriptor(6, Bytes().U8(2));
   return FullBox("esds", 0, 0, Descriptor(3, Bytes().U16(1).U8(0).Add(config).Add(sl)));
 }

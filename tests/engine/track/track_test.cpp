@@ -87,10 +87,7 @@ TEST(Track, StartDelayMovesEverySample) {
   const std::tuple<const char*, Bytes, Bytes, Answer<u64>> cases[] = {
       {"an empty edit before another", delayed, Mvhd(1000), {MP4_OK, 15000}},
       {"multiplied before it is divided", Edts({{1, -1}, {9, 0}}), Mvhd(7), {MP4_OK, 30000 / 7}},
-      {"a delay of more than 32 bits of media ticks",
-       Edts({{0xFFFFFFFF, -1}, {9, 0}}),
-       Mvhd(1),
-       {MP4_OK, 30000ull * 0xFFFFFFFF}},
+      {"more than 32 bits", Edts({{~0u, -1}, {9, 0}}), Mvhd(1), {MP4_OK, 30000ull * 0xFFFFFFFF}},
       {"edts without elst", Box("edts"), Mvhd(1000), {MP4_NOT_FOUND}},
       {"no mvhd", delayed, {}, {MP4_NOT_FOUND}},
       {"movie time scale 0 and a delay", delayed, Mvhd(0), {MP4_BAD_TIMING}},
@@ -225,12 +222,10 @@ TEST(Track, ReadsWhatBrokenTablesStillTell) {
       // In a chunk, sizes are added in 32 bits: 0xFFFFFFFF + 4 is 3.
       {"sizes that wrap", Stsz({0xFFFFFFFF, 4, 3}), Stsc({{1, 3}}), Stco({24}), 3, MP4_OK, "ccc"},
       // Chunk 5 is said to begin at sample 0xFFFFFFFD then: nothing lies before sample 2 in it.
-      {"first chunks that fall", Stsz({1, 2}), Stsc({{5, 2}, {1, 1}}), Stco({0, 0, 0, 0, 25}), 2, MP4_OK,
-       "bb"},
+      {"chunks that fall", Stsz({1, 2}), Stsc({{5, 2}, {1, 1}}), Stco({0, 0, 0, 0, 25}), 2, MP4_OK, "bb"},
       {"stco before co64", Stsz({1}), Stsc({{1, 1}}), Bytes(Co64({25})).Add(Stco({24})), 1, MP4_OK, "a"},
       {"co64 alone", Stsz({1}), Stsc({{1, 1}}), Co64({25}), 1, MP4_OK, "b"},
-      {"an offset that no file reaches", Stsz({1}), Stsc({{1, 1}}), Co64({0x8000'0000'0000'0000}), 1,
-       MP4_FILE_IO, ""},
+      {"no file is so large", Stsz({1}), Stsc({{1, 1}}), Co64({u64{1} << 63}), 1, MP4_FILE_IO, ""},
   };
   for (const auto& [what, stsz, stsc, offsets, sample, result, text] : cases) {
     SCOPED_TRACE(what);
