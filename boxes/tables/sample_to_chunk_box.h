@@ -33,6 +33,13 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
   /// The first sample of the chunk; to be asked behind `GetChunkOfSample`, whose place in the table it starts
   /// from. MP4_NOT_FOUND and sample 1 for an empty table.
   Mp4Result GetFirstSampleOfChunk(u32 chunk, u32* sample);
+  /// Both questions in their order, at once for a sample that follows in the chunk found last.
+  Mp4Result FindChunk(u32 sample, u32* chunk, u32* firstSample) {
+    if (sample - m_Found.sample >= m_Found.samples) KT_TRY(SearchChunk(sample));
+    *chunk = m_Found.chunk;
+    *firstSample = m_Found.firstSample;
+    return MP4_OK;
+  }
 
   /// Records the next chunk; like chunks share a record. MP4_BAD_ARGUMENT for a number out of turn,
   /// MP4_NO_MEMORY.
@@ -45,14 +52,25 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
     u32 samplesPerChunk;
     u32 firstSample;
   };
+  // What `FindChunk` has found, and for how many samples from that one on both questions have this answer as
+  // long as the cursor stays; none once another question has been asked.
+  struct Found {
+    u32 sample = 0;
+    u32 samples = 0;
+    u32 chunk = 0;
+    u32 firstSample = 0;
+  };
   Mp4Result GetCursorRun(Run* run) const;
   // Moves to the run of the next record.
   static void StepTo(const CSampleToChunkTableEntry& next, Run* run);
+  Mp4Result SearchChunk(u32 sample);
+  Mp4Result CountSamplesLeft(u32 sample, u32* count) const;
 
   // Reading: the record that `GetChunkOfSample` found last, the first chunk and the first sample of its run.
   u32 m_ui32CursorEntry = 1;
   u32 m_ui32CursorChunk = 1;
   u32 m_ui32CursorSample = 1;
+  Found m_Found;
   // Writing: the chunk expected next.
   u32 m_ui32NextChunk = 1;
 };

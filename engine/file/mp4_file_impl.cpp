@@ -241,8 +241,7 @@ Mp4Result CMp4FileImpl::CloseTrack(CMp4Track* track) {
 Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size) {
   // A file that is written is not read: moving would put the next chunk over samples that are there.
   if (!IsOpenToRead()) return MP4_FILE_IO;
-  KT_TRY(m_storage->SetPosition(position));
-  return m_storage->ReadBlock(buffer, size);
+  return m_storage->ReadBlockAt(position, buffer, size);
 }
 
 Mp4Result CMp4FileImpl::GetDataSize(u64* size) {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <limits>
 #include <new>
 
@@ -127,6 +126,7 @@ bool CFileStream::Open(const char* path, bool toWrite) {
   m_handle = handle;
   m_writing = toWrite;
   m_eof = false;
+  m_far = false;
   m_bufferStart = 0;
   m_filled = 0;
   m_cursor = 0;
@@ -185,13 +185,14 @@ std::size_t CFileStream::Read(void* buffer, std::size_t count) {
       std::memcpy(out + done, m_buffer.get() + m_cursor, ready);
       m_cursor += static_cast<u32>(ready);
       done += ready;
-    } else if (count - done >= kBufferSize) {
-      // A large block goes past the buffer, which is left empty behind it.
+    } else if (count - done >= kBufferSize || m_far) {
+      // Past the buffer, which is left empty behind it.
       const u64 position = Tell();
       const std::size_t got = ReadFully(out + done, count - done, position);
       m_bufferStart = position + got;
       m_filled = 0;
       m_cursor = 0;
+      m_far = false;
       done += got;
       break;
     } else if (!FillBuffer()) {
@@ -228,6 +229,8 @@ bool CFileStream::Seek(u64 position) {
   if (position >= m_bufferStart && position - m_bufferStart <= m_filled) {
     m_cursor = static_cast<u32>(position - m_bufferStart);
   } else {
+    const u64 end = m_bufferStart + m_filled;
+    m_far = position > m_bufferStart ? position - end > kBufferSize : m_bufferStart - position > kBufferSize;
     m_bufferStart = position;
     m_filled = 0;
     m_cursor = 0;

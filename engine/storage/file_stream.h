@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstring>
 #include <memory>
 
 #include <ktmp4/types.h>
@@ -10,7 +11,8 @@ namespace kt {
 ///
 /// It behaves like a C stream: a read that runs into the end of the file sets the end-of-file indicator,
 /// which stops further reads until a seek clears it. Reads and writes of a few bytes are served from a buffer
-/// inline; large blocks go to the file in one call. A stream is opened either to read or to write.
+/// inline; large blocks go to the file in one call, and so does the first read behind a jump far away, since
+/// the next one may be far from there again. A stream is opened either to read or to write.
 class CFileStream {
  public:
   CFileStream() = default;
@@ -41,6 +43,16 @@ class CFileStream {
   /// when it lies elsewhere.
   bool ResumeAt(u64 position);
   u64 Tell() const { return m_bufferStart + m_cursor; }
+  /// Moves and reads as `Seek` and `Read` would, when all of the bytes are buffered; false when they are not,
+  /// with nothing done.
+  bool ReadBuffered(u64 position, void* buffer, u32 count) {
+    const u64 start = position - m_bufferStart;  // far too large for a position ahead of the buffer
+    if (m_filled == 0 || start > m_filled || count > m_filled - start) return false;
+    if (count > 0) std::memcpy(buffer, m_buffer.get() + start, count);
+    m_cursor = static_cast<u32>(start) + count;
+    m_eof = false;
+    return true;
+  }
   /// The file's length as the system knows it now; bytes not yet flushed are not counted.
   bool Length(u64* length) const;
 
@@ -78,6 +90,7 @@ class CFileStream {
   bool m_writing = false;
   bool m_eof = false;
   bool m_atEnd = false;  // the last transfer from the file met its end and no failure
+  bool m_far = false;    // nothing has been read yet where a seek has led, more than a buffer away
   // The buffer mirrors the file from m_bufferStart on. Reading: m_filled bytes of it are valid and m_cursor
   // is the next one. Writing: the first m_cursor bytes wait to be written, and m_filled stays 0.
   std::unique_ptr<u8[]> m_buffer;

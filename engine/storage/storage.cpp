@@ -145,6 +145,12 @@ Mp4Result CStorage::ReadBlock(void* buffer, u32 count) {
   return MP4_OK;
 }
 
+Mp4Result CStorage::ReadBlockAt(u64 position, void* buffer, u32 count) {
+  if (m_stream.ReadBuffered(position, buffer, count)) return MP4_OK;
+  KT_TRY(SetPosition(position));
+  return ReadBlock(buffer, count);
+}
+
 Mp4Result CStorage::ReadString(char* /*text*/) {
   return MP4_OK;
 }

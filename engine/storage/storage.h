@@ -80,6 +80,9 @@ class CStorage {
   /// MP4_FILE_IO when the storage is not open to write.
   virtual Mp4Result ResumeAt(u64 position);
 
+  /// `SetPosition` and `ReadBlock` in one, without a search for bytes that are at hand.
+  Mp4Result ReadBlockAt(u64 position, void* buffer, u32 count);
+
   /// `mode` 0 opens an existing file to read, 1 creates or truncates one to write. MP4_NOT_FOUND when already
   /// open, MP4_BAD_ARGUMENT for another mode, MP4_FILE_IO when the file is no regular file or does not open.
   Mp4Result Open(const char* path, u32 mode);

@@ -121,6 +121,14 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
     CAMRSampleEntry* amr = nullptr;
   };
 
+  // The sample behind the one whose place was found last: where it lies if it is in the chunk that begins
+  // with the same sample.
+  struct NextSample {
+    u32 sample = 0;  // 0 for none
+    u32 firstSample = 0;
+    u32 offsetInChunk = 0;  // modulo 2^32
+  };
+
   void OnDetached() override;
   Mp4Result RequireWriting() const;
   Mp4Result AddMediaBoxes();
@@ -141,7 +149,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result FindStartOffset(u64* offsetTicks);
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
   Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
-  Mp4Result FindSamplePosition(u32 sample, u64* position);
+  Mp4Result FindSamplePosition(u32 sample, u32 size, u64* position);
   Mp4Result GetEntry(u32 entryIndex, Entry* entry);
   Mp4Result GetBoundEntry(u32 entryIndex, Entry* entry);
 
@@ -150,6 +158,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   u32 m_traceLevel;  // what the file hands to each track; no operation of a track prints a trace yet
   u32 m_kind = MP4_KIND_UNKNOWN;
   Boxes m_boxes;
+  NextSample m_next;
   std::unique_ptr<CSampleTimeTable> m_timeTable;
   std::unique_ptr<CTrackWriting> m_writing;  // null unless the track is being written
 };

@@ -15,19 +15,20 @@ Mp4Result CTrackImpl::ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buff
   KT_TRY(m_boxes.sampleSize->GetSampleSize(sample, size));
   if (*size > bufferSize) return MP4_BUFFER_TOO_SMALL;
   u64 position = 0;
-  KT_TRY(FindSamplePosition(sample, &position));
+  KT_TRY(FindSamplePosition(sample, *size, &position));
   return m_file->ReadData(buffer, position, *size);
 }
 
-Mp4Result CTrackImpl::FindSamplePosition(u32 sample, u64* position) {
-  // In this order: the second question starts from the place in "stsc" that the first one has found.
+Mp4Result CTrackImpl::FindSamplePosition(u32 sample, u32 size, u64* position) {
   u32 chunk = 0;
   u32 firstSample = 0;
-  KT_TRY(m_boxes.sampleToChunk->GetChunkOfSample(sample, &chunk));
-  KT_TRY(m_boxes.sampleToChunk->GetFirstSampleOfChunk(chunk, &firstSample));
-  u32 offsetInChunk = 0;
-  // Chunks out of order can put the first sample behind the wanted one: the sum is 0 then.
-  KT_TRY(m_boxes.sampleSize->SumSampleSizes(firstSample, sample, &offsetInChunk));
+  KT_TRY(m_boxes.sampleToChunk->FindChunk(sample, &chunk, &firstSample));
+  u32 offsetInChunk = m_next.offsetInChunk;
+  if (sample != m_next.sample || firstSample != m_next.firstSample) {
+    // Chunks out of order can put the first sample behind the wanted one: the sum is 0 then.
+    KT_TRY(m_boxes.sampleSize->SumSampleSizes(firstSample, sample, &offsetInChunk));
+  }
+  m_next = firstSample > sample ? NextSample{} : NextSample{sample + 1, firstSample, offsetInChunk + size};
   if (m_boxes.chunkOffset != nullptr) {
     u32 offset = 0;
     KT_TRY(m_boxes.chunkOffset->GetChunkOffset(chunk, &offset));

@@ -27,33 +27,95 @@ TEST(SampleSizeBox, GivesAConstantSizeForSampleZeroToo) {
   EXPECT_EQ(SizeOf(*table, 3), (Number{MP4_NOT_FOUND, 777}));
 }
 
-Number ChunkOf(CSampleToChunkBox& box, u32 sample) {
-  return Ask(box, &CSampleToChunkBox::GetChunkOfSample, sample);
-}
+// The plain walks over the whole table, with the place in it that they keep from one question to the next.
+class PlainSampleToChunk {
+ public:
+  explicit PlainSampleToChunk(std::vector<std::pair<u32, u32>> runs) : m_runs(std::move(runs)) {}
 
-Number FirstSampleOf(CSampleToChunkBox& box, u32 chunk) {
-  return Ask(box, &CSampleToChunkBox::GetFirstSampleOfChunk, chunk);
-}
+  Number ChunkOf(u32 sample) {
+    if (m_firstSample > sample) m_index = 0, m_firstSample = 1;
+    if (m_runs.empty()) return {MP4_NOT_FOUND, 1};
+    std::size_t index = m_index;
+    u32 first = m_firstSample;
+    for (u32 next = 0; index + 1 < m_runs.size(); ++index, first = next) {
+      next = first + (m_runs[index + 1].first - m_runs[index].first) * m_runs[index].second;
+      if (sample <= next) break;
+    }
+    const auto [firstChunk, samples] = m_runs[index];
+    if (samples == 0) return {MP4_CORRUPT, 1};
+    m_index = index, m_firstSample = first, m_firstChunk = firstChunk;
+    return {MP4_OK, (sample - first) / samples + firstChunk};
+  }
 
-// Chunks of 2, 2, 3, 3 and 1 samples, of which only the first two are alike. Any sample after any other: the
-// search goes on, steps back or stays.
-TEST(SampleToChunkBox, KeepsLikeChunksAsOneRunAndFindsThem) {
-  CSampleToChunkBox box;
-  EXPECT_EQ(ChunkOf(box, 1), (Number{MP4_NOT_FOUND, 1}));
-  EXPECT_EQ(FirstSampleOf(box, 1), (Number{MP4_NOT_FOUND, 1}));
-  const u32 chunks[][2] = {{2, 1}, {2, 1}, {3, 1}, {3, 2}, {1, 2}};  // samples and description
-  for (u32 i = 0; i < 5; ++i) EXPECT_EQ(box.AddChunk(i + 1, chunks[i][0], chunks[i][1]), MP4_OK);
-  EXPECT_EQ(box.AddChunk(5, 1, 2), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(WrittenBytes(&box), TableBox("stsc", 4, Bytes().U32s({1, 2, 1, 3, 3, 1, 4, 3, 2, 5, 1, 2})));
-  const u32 chunkOf[] = {0, 1, 1, 2, 2, 3, 3, 3, 4, 4, 4, 5, 6};  // there is no end to the last run
-  const u32 firstOf[] = {0, 1, 3, 5, 8, 11, 12};
-  for (u32 i = 0; i < 144; ++i) {
-    for (const u32 sample : {1 + i / 12, 1 + i % 12}) {
-      ASSERT_EQ(ChunkOf(box, sample), (Number{MP4_OK, chunkOf[sample]})) << i;
-      ASSERT_EQ(FirstSampleOf(box, chunkOf[sample]), (Number{MP4_OK, firstOf[chunkOf[sample]]})) << i;
+  Number FirstSampleOf(u32 chunk) {
+    if (m_firstChunk > chunk) m_index = 0, m_firstSample = 1;
+    if (m_runs.empty()) return {MP4_NOT_FOUND, 1};
+    auto [firstChunk, samples] = m_runs[m_index];
+    u32 first = m_firstSample;
+    for (std::size_t i = m_index; i < m_runs.size() && m_runs[i].first <= chunk; ++i) {
+      first += (m_runs[i].first - firstChunk) * samples;
+      std::tie(firstChunk, samples) = m_runs[i];
+    }
+    return {MP4_OK, (chunk - firstChunk) * samples + first};
+  }
+
+ private:
+  std::vector<std::pair<u32, u32>> m_runs;
+  std::size_t m_index = 0;
+  u32 m_firstSample = 1, m_firstChunk = 1;
+};
+
+// Samples one after the other and at random, single questions among them, over runs that rise, fall, are
+// empty and pass 2^32.
+TEST(SampleToChunkBox, AnswersLikeAWalkFromItsPlace) {
+  std::mt19937 random(5);
+  const auto below = [&random](u32 bound) { return static_cast<u32>(random() % bound); };
+  for (u32 round = 0; round < 1500; ++round) {
+    std::vector<std::pair<u32, u32>> runs(below(4) == 0 ? 300 + below(300) : below(6));
+    const u32 wildness = round % 4;  // 0: as files are
+    for (u32 i = 0, chunk = 1; i < runs.size(); ++i, chunk += 1 + below(3)) {
+      const bool wild = wildness > 0 && below(40 * wildness) == 0;
+      if (wild) chunk = below(2) == 0 ? below(2 * chunk + 2) : 0u - below(1000) * below(100000);
+      runs[i] = {chunk, wildness > 1 && below(50) == 0 ? 0 : 1 + below(wild ? 1u << 31 : 4)};
+    }
+    const auto box = ReadBoxAs<CSampleToChunkBox>(Stsc(runs));
+    PlainSampleToChunk plain(runs);
+    for (u32 i = 0, sample = 1; i < 400; ++i) {
+      const u32 far = wildness > 0 && below(8) == 0 ? ~0u - below(5) : 8 * static_cast<u32>(runs.size()) + 9;
+      sample = below(12) == 0 ? below(far) : sample + (below(9) == 0 ? 0 : 1);
+      u32 chunk = 0, first = 0;
+      const Mp4Result result = box->FindChunk(sample, &chunk, &first);
+      const Number chunkOf = plain.ChunkOf(sample);
+      ASSERT_EQ(result, chunkOf.result) << round << " " << sample;
+      if (result == MP4_OK) {
+        ASSERT_EQ((std::pair{chunk, first}), (std::pair{chunkOf.value, plain.FirstSampleOf(chunk).value}))
+            << round;
+      }
+      const u32 other = below(far);
+      if (below(30) == 0) {
+        ASSERT_EQ(Ask(*box, &CSampleToChunkBox::GetChunkOfSample, other), plain.ChunkOf(other)) << round;
+      } else if (below(30) == 0) {
+        ASSERT_EQ(Ask(*box, &CSampleToChunkBox::GetFirstSampleOfChunk, other), plain.FirstSampleOf(other))
+            << round;
+      }
     }
   }
-  EXPECT_EQ(ChunkOf(*ReadBoxAs<CSampleToChunkBox>(Stsc({{1, 0}})), 1), (Number{MP4_CORRUPT, 1}));
+}
+
+// Chunks of 2, 2, 3, 3 and 1 samples, of which only the first two are alike, each looked for once it is
+// there.
+TEST(SampleToChunkBox, KeepsLikeChunksAsOneRun) {
+  CSampleToChunkBox box;
+  const u32 chunks[][2] = {{2, 1}, {2, 1}, {3, 1}, {3, 2}, {1, 2}};  // samples and description
+  const u32 lastSamples[] = {2, 4, 7, 10, 11};
+  for (u32 i = 0; i < 5; ++i) {
+    EXPECT_EQ(box.AddChunk(i + 1, chunks[i][0], chunks[i][1]), MP4_OK);
+    u32 chunk = 0, first = 0;
+    EXPECT_EQ(box.FindChunk(lastSamples[i], &chunk, &first), MP4_OK);
+    EXPECT_EQ((std::pair{chunk, first}), (std::pair{i + 1, lastSamples[i] + 1 - chunks[i][0]}));
+  }
+  EXPECT_EQ(box.AddChunk(5, 1, 2), MP4_BAD_ARGUMENT);
+  EXPECT_EQ(WrittenBytes(&box), TableBox("stsc", 4, Bytes().U32s({1, 2, 1, 3, 3, 1, 4, 3, 2, 5, 1, 2})));
 }
 
 constexpr auto kSyncBefore = &CSyncSampleBox::FindPrecedingSyncSample;
