@@ -4,16 +4,56 @@
 
 namespace kt {
 
-Mp4Result CSampleToChunkBox::GetCursorRun(Run* run) const {
-  CSampleToChunkTableEntry entry{};
-  KT_TRY(m_List.GetAt(m_ui32CursorEntry, &entry));
-  *run = {entry.firstChunk, entry.samplesPerChunk, m_ui32CursorSample};
+CSampleToChunkBox::Run CSampleToChunkBox::RunAt(u32 index, u32 firstSample) const {
+  const CSampleToChunkTableEntry& entry = m_List.At(index);
+  return {index, entry.firstChunk, entry.samplesPerChunk, firstSample};
+}
+
+CSampleToChunkBox::Run CSampleToChunkBox::RunBehind(const Run& run) const {
+  const u32 chunks = m_List.At(run.index + 1).firstChunk - run.firstChunk;
+  return RunAt(run.index + 1, run.firstSample + chunks * run.samplesPerChunk);
+}
+
+Mp4Result CSampleToChunkBox::IndexBlocks() {
+  const u32 count = m_List.GetCount();
+  if (m_ui32IndexedEntries == count) return MP4_OK;
+  const u32 blocks = (count - 1) / kBlockSize + 1;
+  KT_TRY(m_Samples.Reset(blocks));
+  KT_TRY(m_Chunks.Reset(blocks));
+  m_LastSamples.Clear();
+  for (Run run = RunAt(1, 1);; run = RunBehind(run)) {
+    m_Samples.Offer((run.index - 1) / kBlockSize, run.firstSample);
+    m_Chunks.Offer((run.index - 1) / kBlockSize, run.firstChunk);
+    if (run.index % kBlockSize == 0 || run.index == count) KT_TRY(m_LastSamples.Append(&run.firstSample));
+    if (run.index == count) break;
+  }
+  m_Samples.Combine();
+  m_Chunks.Combine();
+  m_ui32IndexedEntries = count;
   return MP4_OK;
 }
 
-void CSampleToChunkBox::StepTo(const CSampleToChunkTableEntry& next, Run* run) {
-  const u32 samples = (next.firstChunk - run->firstChunk) * run->samplesPerChunk;
-  *run = {next.firstChunk, next.samplesPerChunk, run->firstSample + samples};
+// From the last run of a block over the blocks behind it that hold no number of at least `bound`, to the last
+// run ahead of the one that does. False when that is the last run of all.
+bool CSampleToChunkBox::SkipBlocks(const CBlockMaxima& maxima, u64 bound, Run* run) const {
+  const u32 blocks = m_LastSamples.GetCount();
+  const u32 block = std::min(maxima.FirstReaching(run->index / kBlockSize, bound), blocks);
+  *run = RunAt(std::min(block * kBlockSize, m_List.GetCount()), m_LastSamples.At(block));
+  return block < blocks;
+}
+
+// Goes on to the run ahead of the first one, behind this one, whose number is not below the bound.
+Mp4Result CSampleToChunkBox::PassBelow(const CBlockMaxima& maxima, u32 Run::*number, u64 bound, Run* run) {
+  while (run->index < m_List.GetCount()) {
+    if (run->index % kBlockSize == 0) {
+      KT_TRY(IndexBlocks());
+      if (!SkipBlocks(maxima, bound, run)) break;
+    }
+    const Run next = RunBehind(*run);
+    if (next.*number >= bound) break;
+    *run = next;
+  }
+  return MP4_OK;
 }
 
 Mp4Result CSampleToChunkBox::GetChunkOfSample(u32 sample, u32* chunk) {
@@ -23,22 +63,13 @@ Mp4Result CSampleToChunkBox::GetChunkOfSample(u32 sample, u32* chunk) {
     m_ui32CursorEntry = 1;
     m_ui32CursorSample = 1;
   }
-  Run run{};
-  KT_TRY(GetCursorRun(&run));
-  u32 index = m_ui32CursorEntry;
-  while (index < m_ui32EntryCount) {
-    CSampleToChunkTableEntry entry{};
-    KT_TRY(m_List.GetAt(index + 1, &entry));
-    Run next = run;
-    StepTo(entry, &next);
-    // The first sample of the next run still passes; the division then finds the next run's first chunk.
-    if (sample <= next.firstSample) break;
-    run = next;
-    ++index;
-  }
+  if (m_List.GetCount() == 0) return MP4_NOT_FOUND;
+  Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
+  // The first sample of the next run still passes; the division then finds the next run's first chunk.
+  KT_TRY(PassBelow(m_Samples, &Run::firstSample, sample, &run));
   if (run.samplesPerChunk == 0) return MP4_CORRUPT;
   *chunk = (sample - run.firstSample) / run.samplesPerChunk + run.firstChunk;
-  m_ui32CursorEntry = index;
+  m_ui32CursorEntry = run.index;
   m_ui32CursorChunk = run.firstChunk;
   m_ui32CursorSample = run.firstSample;
   return MP4_OK;
@@ -52,14 +83,9 @@ Mp4Result CSampleToChunkBox::GetFirstSampleOfChunk(u32 chunk, u32* sample) {
     m_ui32CursorEntry = 1;
     m_ui32CursorSample = 1;
   }
-  Run run{};
-  KT_TRY(GetCursorRun(&run));
-  for (u32 index = m_ui32CursorEntry; index <= m_ui32EntryCount; ++index) {
-    CSampleToChunkTableEntry entry{};
-    KT_TRY(m_List.GetAt(index, &entry));
-    if (chunk < entry.firstChunk) break;
-    StepTo(entry, &run);
-  }
+  if (m_List.GetCount() == 0) return MP4_NOT_FOUND;
+  Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
+  if (run.firstChunk <= chunk) KT_TRY(PassBelow(m_Chunks, &Run::firstChunk, u64{chunk} + 1, &run));
   *sample = (chunk - run.firstChunk) * run.samplesPerChunk + run.firstSample;
   return MP4_OK;
 }
@@ -68,7 +94,7 @@ Mp4Result CSampleToChunkBox::SearchChunk(u32 sample) {
   Found found{sample, 0, 0, 0};
   KT_TRY(GetChunkOfSample(sample, &found.chunk));
   // A chunk ahead of its run, as wrapped numbers give it, sends the cursor back.
-  if (found.chunk >= m_ui32CursorChunk) KT_TRY(CountSamplesLeft(sample, &found.samples));
+  if (found.chunk >= m_ui32CursorChunk) found.samples = CountSamplesLeft(sample);
   KT_TRY(GetFirstSampleOfChunk(found.chunk, &found.firstSample));
   m_Found = found;
   return MP4_OK;
@@ -76,21 +102,12 @@ Mp4Result CSampleToChunkBox::SearchChunk(u32 sample) {
 
 // The samples from this one on that `GetChunkOfSample`, which has just found it, finds in the same chunk with
 // the cursor where it is.
-Mp4Result CSampleToChunkBox::CountSamplesLeft(u32 sample, u32* count) const {
-  *count = 0;
-  Run run{};
-  KT_TRY(GetCursorRun(&run));
-  if (sample < run.firstSample) return MP4_OK;
-  u32 last =
-      run.samplesPerChunk - 1 - (sample - run.firstSample) % run.samplesPerChunk;  // from the sample on
-  if (m_ui32CursorEntry < m_ui32EntryCount) {
-    CSampleToChunkTableEntry entry{};
-    KT_TRY(m_List.GetAt(m_ui32CursorEntry + 1, &entry));
-    StepTo(entry, &run);
-    last = std::min(last, run.firstSample - sample);
-  }
-  *count = std::min(last, std::numeric_limits<u32>::max() - sample) + 1;
-  return MP4_OK;
+u32 CSampleToChunkBox::CountSamplesLeft(u32 sample) const {
+  const Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
+  if (sample < run.firstSample) return 0;
+  u32 behind = run.samplesPerChunk - 1 - (sample - run.firstSample) % run.samplesPerChunk;
+  if (run.index < m_List.GetCount()) behind = std::min(behind, RunBehind(run).firstSample - sample);
+  return std::min(behind, std::numeric_limits<u32>::max() - sample) + 1;
 }
 
 Mp4Result CSampleToChunkBox::AddChunk(u32 chunk, u32 samplesPerChunk, u32 sampleDescriptionIndex) {

@@ -76,7 +76,7 @@ TEST(SampleToChunkBox, AnswersLikeAWalkFromItsPlace) {
     for (u32 i = 0, chunk = 1; i < runs.size(); ++i, chunk += 1 + below(3)) {
       const bool wild = wildness > 0 && below(40 * wildness) == 0;
       if (wild) chunk = below(2) == 0 ? below(2 * chunk + 2) : 0u - below(1000) * below(100000);
-      runs[i] = {chunk, wildness > 1 && below(50) == 0 ? 0 : 1 + below(wild ? 1u << 31 : 4)};
+      runs[i] = {chunk, wildness > 1 && below(50) == 0 ? 0 : 1 + below(wild && below(2) == 0 ? 1u << 31 : 4)};
     }
     const auto box = ReadBoxAs<CSampleToChunkBox>(Stsc(runs));
     PlainSampleToChunk plain(runs);
