@@ -8,38 +8,16 @@ namespace {
 
 constexpr u32 kMostSamples = std::numeric_limits<u32>::max() - 1;
 
-// Runs between two entries of m_Latest.
-constexpr u32 kRunsPerLatest = 64;
+// Records of the tables from one place of the index to the next, or more where a stretch ends with empty
+// runs.
+constexpr u32 kRecordsPerPlace = 8;
 
-// The runs of a "ctts" in their order, taken off piece by piece; behind them, and without a box, offset 0.
-class COffsetRuns {
- public:
-  explicit COffsetRuns(const CCompositionOffsetBox* box) : m_box(box) {}
-
-  // Takes off as many samples with one offset as there are, at most `*count`.
-  void Take(u32* count, u32* offset) {
-    while (m_run.sampleCount == 0 && m_box != nullptr) {
-      if (m_box->GetEntry(++m_index, &m_run) != MP4_OK) m_box = nullptr;
-    }
-    *offset = 0;
-    if (m_box == nullptr) return;
-    *offset = m_run.sampleOffset;
-    *count = std::min(*count, m_run.sampleCount);
-    m_run.sampleCount -= *count;
-  }
-
- private:
-  const CCompositionOffsetBox* m_box;
-  CCompositionOffsetTableEntry m_run{};
-  u32 m_index = 0;
-};
-
-u64 DecodingTimeOf(const CSampleTimeRun& run, u32 sample) {
-  return run.decodingTime + u64{sample - run.firstSample} * run.delta;
+u64 CompositionTimeOf(const CSampleTimeRun& run, u32 index) {
+  return run.decodingTime + u64{index} * run.delta + run.offset;
 }
 
-u64 CompositionTimeOf(const CSampleTimeRun& run, u32 sample) {
-  return DecodingTimeOf(run, sample) + run.offset;
+u64 LastDecodingTimeOf(const CSampleTimeRun& run) {
+  return run.decodingTime + u64{run.count - 1} * run.delta;
 }
 
 // How many ticks of `delta` lie between two times of one run, the number rounded down.
@@ -51,111 +29,147 @@ u64 StepsBetween(u64 from, u64 to, u32 delta) {
 
 Mp4Result CSampleTimeTable::Build(CTimeToSampleBox* stts, CCompositionOffsetBox* ctts, u64 startOffset) {
   if (stts == nullptr) return MP4_BAD_ARGUMENT;
-  Reset();
+  m_pTimes = stts;
+  m_pOffsets = ctts;
   m_ui64StartOffset = startOffset;
-  u32 samples = 0;
-  KT_TRY(CountSamples(stts, &samples));
-
-  COffsetRuns offsets(ctts);
-  u64 time = startOffset;
-  const auto addSamples = [&](CTimeToSampleTableEntry run) -> Mp4Result {
-    while (run.sampleCount > 0) {
-      u32 count = run.sampleCount;
-      u32 offset = 0;
-      offsets.Take(&count, &offset);
-      KT_TRY(AddStretch(time, count, run.sampleDelta, offset));
-      time += u64{count} * run.sampleDelta;
-      run.sampleCount -= count;
-    }
-    return MP4_OK;
-  };
-  for (u32 index = 1; m_ui32SampleCount < samples; ++index) {
-    CTimeToSampleTableEntry run{1, 0};  // behind the last run: the sample that it stands for when empty
-    if (index <= stts->GetEntryCount()) KT_TRY(stts->GetEntry(index, &run));
-    KT_TRY(addSamples(run));
-  }
+  m_ui32SampleCount = 0;
+  m_ui32LastFoundSample = 1;
+  m_Places.Clear();
+  m_ui32LastPlace = 1;
+  m_ui32FallenPlace = 0;
+  m_Walk = {};
+  KT_TRY(CountSamples());
+  m_Walk.run.decodingTime = startOffset;
   return MP4_OK;
 }
 
-void CSampleTimeTable::Reset() {
-  m_List.Clear();
-  m_Latest.Clear();
-  m_LatestOfAll = {};
-  m_ui32SampleCount = 0;
-  m_ui32LastFoundSample = 1;
-  m_ui32CursorRun = 1;
-  m_ui32FallingRun = 0;
-}
-
-Mp4Result CSampleTimeTable::CountSamples(CTimeToSampleBox* stts, u32* count) {
+Mp4Result CSampleTimeTable::CountSamples() {
   u64 total = 0;
-  CTimeToSampleTableEntry run{};
-  for (u32 index = 1; index <= stts->GetEntryCount(); ++index) {
-    KT_TRY(stts->GetEntry(index, &run));
-    total += run.sampleCount;
+  u32 last = 1;
+  for (u32 record = 1; record <= m_pTimes->GetEntryCount(); ++record) {
+    CTimeToSampleTableEntry entry{};
+    KT_TRY(m_pTimes->GetEntry(record, &entry));
+    last = entry.sampleCount;
+    total += last;
   }
   // The sample one past a run still belongs to it, unless the run is the last one: so an empty last run makes
   // the one past the run before it a sample. Readers rely on it.
-  if (stts->GetEntryCount() >= 2 && run.sampleCount == 0) ++total;
+  if (m_pTimes->GetEntryCount() >= 2 && last == 0) ++total;
   if (total > kMostSamples) return MP4_NO_MEMORY;
-  *count = static_cast<u32>(total);
+  m_ui32SampleCount = static_cast<u32>(total);
   return MP4_OK;
 }
 
-// Appends samples whose times rise evenly, as one run or, where a time passes 2^64 on the way, as several.
-Mp4Result CSampleTimeTable::AddStretch(u64 decodingTime, u32 count, u32 delta, u32 offset) {
-  while (count > 0) {
-    const u64 later = std::max(decodingTime, decodingTime + offset);
-    const u64 stepsLeft = StepsBetween(later, std::numeric_limits<u64>::max(), delta);
-    const u32 fitting = delta == 0 || stepsLeft >= count ? count : static_cast<u32>(stepsLeft) + 1;
-    KT_TRY(AppendRun({decodingTime, m_ui32SampleCount + 1, delta, offset}, fitting));
-    decodingTime += u64{fitting} * delta;
-    count -= fitting;
+// Goes on to the next stretch; false behind the last sample.
+bool CSampleTimeTable::Step(CWalk* walk) const {
+  CSampleTimeRun& run = walk->run;
+  const u32 sample = run.firstSample + run.count;
+  if (sample > m_ui32SampleCount) return false;
+  run.decodingTime += u64{run.count} * run.delta;
+  run.firstSample = sample;
+  walk->timesLeft -= run.count;
+  walk->offsetsLeft -= run.count;
+  if (walk->timesLeft == 0) TakeTimes(walk);
+  if (walk->offsetsLeft == 0) TakeOffsets(walk);
+  run.count = std::min(walk->timesLeft, walk->offsetsLeft);
+  const u64 later = std::max(run.decodingTime, run.decodingTime + run.offset);
+  if (later + u64{run.count - 1} * run.delta < later) {
+    // A time passes 2^64 on the way: the stretch ends before it does.
+    run.count = static_cast<u32>(StepsBetween(later, std::numeric_limits<u64>::max(), run.delta)) + 1;
+  }
+  return true;
+}
+
+void CSampleTimeTable::TakeTimes(CWalk* walk) const {
+  // Behind the last run: the sample that it stands for when empty.
+  walk->timesLeft = 1;
+  walk->run.delta = 0;
+  while (walk->timesRecord < m_pTimes->GetEntryCount()) {
+    CTimeToSampleTableEntry record{};
+    if (m_pTimes->GetEntry(++walk->timesRecord, &record) != MP4_OK || record.sampleCount == 0) continue;
+    walk->timesLeft = record.sampleCount;
+    walk->run.delta = record.sampleDelta;
+    return;
+  }
+}
+
+void CSampleTimeTable::TakeOffsets(CWalk* walk) const {
+  walk->offsetsLeft = std::numeric_limits<u32>::max();
+  walk->run.offset = 0;
+  while (m_pOffsets != nullptr && walk->offsetsRecord < m_pOffsets->GetEntryCount()) {
+    CCompositionOffsetTableEntry record{};
+    if (m_pOffsets->GetEntry(++walk->offsetsRecord, &record) != MP4_OK || record.sampleCount == 0) continue;
+    walk->offsetsLeft = record.sampleCount;
+    walk->run.offset = record.sampleOffset;
+    return;
+  }
+}
+
+Mp4Result CSampleTimeTable::Index() {
+  if (m_Places.GetCount() > 0) return MP4_OK;
+  CPlace place{};
+  CWalk& walk = place.walk;
+  walk.run.decodingTime = m_ui64StartOffset;
+  u64 lastTime = 0;
+  for (bool more = Step(&walk); more;) {
+    if (const Mp4Result result = m_Places.Append(&place); result != MP4_OK) {
+      m_Places.Clear();
+      return result;
+    }
+    const u32 first = walk.run.firstSample;
+    for (const u64 end = walk.Records() + kRecordsPerPlace; more && walk.Records() < end;
+         more = Step(&walk)) {
+      if (walk.run.decodingTime < lastTime) {
+        // All steps together stay below 2^64, so this happens once at most.
+        m_ui32FallenPlace = m_Places.GetCount() + (walk.run.firstSample == first ? 0 : 1);
+      }
+      lastTime = LastDecodingTimeOf(walk.run);
+      place.latest.OfferRun(walk.run);
+    }
   }
   return MP4_OK;
 }
 
-Mp4Result CSampleTimeTable::AppendRun(const CSampleTimeRun& run, u32 count) {
-  const u32 runs = m_List.GetCount();
-  if (runs % kRunsPerLatest == 0) KT_TRY(m_Latest.Append(&m_LatestOfAll));
-  // All steps together stay below 2^64, so this happens once at most.
-  if (runs > 0 && run.decodingTime < DecodingTimeOf(m_List.At(runs), m_ui32SampleCount)) {
-    m_ui32FallingRun = runs + 1;
+// Makes `m_Walk` stand at the stretch of a sample, most often the next one.
+Mp4Result CSampleTimeTable::WalkTo(u32 sample) {
+  if (m_ui32Writing != 0) return MP4_NOT_READY;
+  if (sample > m_ui32SampleCount) return MP4_NOT_FOUND;
+  if (sample == 0) return MP4_ZERO_INDEX;
+  if (sample == m_Walk.run.firstSample + m_Walk.run.count) {
+    Step(&m_Walk);
+    return MP4_OK;
   }
-  KT_TRY(m_List.Append(&run));
-  m_ui32SampleCount += count;
-  OfferRun(&m_LatestOfAll, run, count);
+  KT_TRY(Index());
+  m_ui32LastPlace = PlaceOfSample(sample);
+  m_Walk = m_Places.At(m_ui32LastPlace).walk;
+  while (sample - m_Walk.run.firstSample >= m_Walk.run.count) Step(&m_Walk);
   return MP4_OK;
 }
 
-u32 CSampleTimeTable::LastSampleOf(u32 run) const {
-  return run < m_List.GetCount() ? m_List.At(run + 1).firstSample - 1 : m_ui32SampleCount;
-}
-
-// The run of a sample of the table: mostly the one of the sample asked for before, or one not far from it. So
-// strides that double lead from there to where it has to be.
-u32 CSampleTimeTable::RunOfSample(u32 sample) {
-  const u32 runs = m_List.GetCount();
-  const auto isReachedBy = [&](u32 run) { return m_List.At(run).firstSample <= sample; };
-  u32 run = m_ui32CursorRun;
-  u32 last = run;
-  for (u32 stride = 1; last < runs && isReachedBy(last + 1); stride *= 2) {
-    run = last + 1;
-    last += std::min(stride, runs - last);
+// The last place that is not behind the sample: mostly not far from where the last search has led. So strides
+// that double lead from there to where it has to be.
+u32 CSampleTimeTable::PlaceOfSample(u32 sample) const {
+  const u32 places = m_Places.GetCount();
+  const auto isReachedBy = [&](u32 place) { return m_Places.At(place).walk.run.firstSample <= sample; };
+  u32 place = m_ui32LastPlace;
+  u32 last = place;
+  for (u32 stride = 1; last < places && isReachedBy(last + 1); stride *= 2) {
+    place = last + 1;
+    last += std::min(stride, places - last);
   }
-  for (u32 stride = 1; !isReachedBy(run); stride *= 2) {
-    last = run - 1;
-    run -= std::min(stride, last);
+  for (u32 stride = 1; !isReachedBy(place); stride *= 2) {
+    last = place - 1;
+    place -= std::min(stride, last);
   }
-  while (run < last) {
-    const u32 middle = last - (last - run) / 2;
+  while (place < last) {
+    const u32 middle = last - (last - place) / 2;
     if (isReachedBy(middle)) {
-      run = middle;
+      place = middle;
     } else {
       last = middle - 1;
     }
   }
-  return m_ui32CursorRun = run;
+  return place;
 }
 
 Mp4Result CSampleTimeTable::GetSampleCount(u32* count) const {
@@ -163,19 +177,10 @@ Mp4Result CSampleTimeTable::GetSampleCount(u32* count) const {
   return MP4_OK;
 }
 
-Mp4Result CSampleTimeTable::GetSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime) {
-  if (m_ui32Writing != 0) return MP4_NOT_READY;
-  if (sample > m_ui32SampleCount) return MP4_NOT_FOUND;
-  if (sample == 0) return MP4_ZERO_INDEX;
-  const CSampleTimeRun& run = m_List.At(RunOfSample(sample));
-  if (decodingTime != nullptr) *decodingTime = DecodingTimeOf(run, sample);
-  if (compositionTime != nullptr) *compositionTime = CompositionTimeOf(run, sample);
-  return MP4_OK;
-}
-
 Mp4Result CSampleTimeTable::FindByDecodingTime(u64 time, u32* sample) {
   u64 found = 0;
   KT_TRY(GetSampleTimes(m_ui32LastFoundSample, &found, nullptr));
+  KT_TRY(Index());
   u32 reached = 0;
   if (!FirstSampleReaching(time, found > time ? 1 : m_ui32LastFoundSample, &reached)) {
     *sample = m_ui32SampleCount;
@@ -189,41 +194,57 @@ Mp4Result CSampleTimeTable::FindByDecodingTime(u64 time, u32* sample) {
 }
 
 // The first sample from `start` on whose decoding time is not below the given one; false when there is none.
-bool CSampleTimeTable::FirstSampleReaching(u64 decodingTime, u32 start, u32* sample) {
-  const u32 from = RunOfSample(start);
-  const u32 end = m_List.GetCount() + 1;
-  // Decoding times rise from run to run, but for one fall at most: each side of it is searched by itself.
-  const u32 fall = std::max(from, m_ui32FallingRun == 0 ? end : m_ui32FallingRun);
-  u32 index = FirstRunReaching(decodingTime, from, fall);
-  if (index == fall) index = FirstRunReaching(decodingTime, fall, end);
-  if (index == end) return false;
-  const CSampleTimeRun& run = m_List.At(index);
-  u32 first = run.firstSample;
-  if (run.decodingTime < decodingTime) {
-    first += static_cast<u32>(StepsBetween(run.decodingTime, decodingTime - 1, run.delta)) + 1;
+bool CSampleTimeTable::FirstSampleReaching(u64 decodingTime, u32 start, u32* sample) const {
+  const u32 from = PlaceOfSample(start);
+  const u32 end = m_Places.GetCount() + 1;
+  // Decoding times rise from place to place, but for one fall at most: each side of it is searched by itself.
+  const u32 fall = m_ui32FallenPlace == 0 ? end : std::clamp(m_ui32FallenPlace, from, end);
+  for (u32 place = PlaceOfDecodingTime(decodingTime, from, fall); place < fall; ++place) {
+    if (FindReachingBehind(place, decodingTime, start, sample)) return true;
   }
-  *sample = std::max(first, start);
-  return true;
+  for (u32 place = PlaceOfDecodingTime(decodingTime, fall, end); place < end; ++place) {
+    if (FindReachingBehind(place, decodingTime, start, sample)) return true;
+  }
+  return false;
 }
 
-// The first of the runs `firstRun` to `endRun` - 1, which rise, whose last sample is not below the time;
-// `endRun` when there is none.
-u32 CSampleTimeTable::FirstRunReaching(u64 decodingTime, u32 firstRun, u32 endRun) const {
-  while (firstRun < endRun) {
-    const u32 middle = firstRun + (endRun - firstRun) / 2;
-    if (DecodingTimeOf(m_List.At(middle), LastSampleOf(middle)) < decodingTime) {
-      firstRun = middle + 1;
+// The last of the places `firstPlace` to `endPlace` - 1, which rise, that lies below the time, or the first
+// one. The wanted sample stands behind it, or else at the next place.
+u32 CSampleTimeTable::PlaceOfDecodingTime(u64 time, u32 firstPlace, u32 endPlace) const {
+  while (endPlace - firstPlace > 1) {
+    const u32 middle = firstPlace + (endPlace - firstPlace) / 2;
+    if (m_Places.At(middle).walk.run.decodingTime < time) {
+      firstPlace = middle;
     } else {
-      endRun = middle;
+      endPlace = middle;
     }
   }
-  return firstRun;
+  return firstPlace;
+}
+
+// Looks for that sample between a place and the next one.
+bool CSampleTimeTable::FindReachingBehind(u32 place, u64 decodingTime, u32 start, u32* sample) const {
+  const u32 end = place < m_Places.GetCount() ? m_Places.At(place + 1).walk.run.firstSample : 0;
+  CWalk walk = m_Places.At(place).walk;
+  do {
+    const CSampleTimeRun& run = walk.run;
+    if (start <= run.firstSample + (run.count - 1) && decodingTime <= LastDecodingTimeOf(run)) {
+      u32 first = run.firstSample;
+      if (run.decodingTime < decodingTime) {
+        first += static_cast<u32>(StepsBetween(run.decodingTime, decodingTime - 1, run.delta)) + 1;
+      }
+      *sample = std::max(first, start);
+      return true;
+    }
+  } while (walk.run.firstSample + walk.run.count != end && Step(&walk));
+  return false;
 }
 
 Mp4Result CSampleTimeTable::FindByCompositionTime(u64 time, u32* sample) {
   if (m_ui32Writing != 0) return MP4_NOT_READY;
   if (m_ui32SampleCount == 0) return MP4_NOT_FOUND;
-  const u64 first = CompositionTimeOf(m_List.At(1), 1);
+  KT_TRY(Index());
+  const u64 first = CompositionTimeOf(m_Places.At(1).walk.run, 0);
   // A time before sample 1 answers sample 1, unlike in the search by decoding time: readers rely on it.
   *sample = first > time ? 1 : LatestNotAfter(time);
   m_ui32LastFoundSample = *sample;
@@ -240,46 +261,61 @@ void CSampleTimeTable::CLatestTwo::Offer(u64 time, u32 sample) {
 }
 
 // Offers all samples of a run, of which two can count: the last ones or, of equal times, the first ones.
-void CSampleTimeTable::OfferRun(CLatestTwo* latest, const CSampleTimeRun& run, u32 count) {
-  const u32 offered = std::min<u32>(count, 2);
-  const u32 start = run.firstSample + (run.delta == 0 ? 0 : count - offered);
-  for (u32 i = 0; i < offered; ++i) latest->Offer(CompositionTimeOf(run, start + i), start + i);
+void CSampleTimeTable::CLatestTwo::OfferRun(const CSampleTimeRun& run) {
+  const u32 offered = std::min<u32>(run.count, 2);
+  const u32 start = run.delta == 0 ? 0 : run.count - offered;
+  for (u32 i = start; i < start + offered; ++i) Offer(CompositionTimeOf(run, i), run.firstSample + i);
+}
+
+// The last place with at most one sample above the time before it: mostly where the last search has led.
+u32 CSampleTimeTable::PlaceOfCompositionTime(u64 time) const {
+  const u32 places = m_Places.GetCount();
+  const auto isReachedBy = [&](u32 place) { return !m_Places.At(place).latest.TwoAbove(time); };
+  u32 place = m_ui32LastPlace;
+  if (isReachedBy(place) && (place == places || !isReachedBy(place + 1))) return place;
+  place = 1;
+  for (u32 last = places; place < last;) {
+    const u32 middle = last - (last - place) / 2;
+    if (isReachedBy(middle)) {
+      place = middle;
+    } else {
+      last = middle - 1;
+    }
+  }
+  return place;
 }
 
 // The latest sample not above the time, of those before the second sample above it; sample 1 is not above it.
 //
-// At the second sample above the time, the two latest of those before are the first sample above it and the
-// answer. They are known before every 64th run, so the search begins before the last such run that has at
-// most one sample above the time before it, and walks on from there.
-u32 CSampleTimeTable::LatestNotAfter(u64 compositionTime) const {
-  u32 entry = 1;
-  for (u32 last = m_Latest.GetCount(); entry < last;) {
-    const u32 middle = last - (last - entry) / 2;
-    if (m_Latest.At(middle).TwoAbove(compositionTime)) {
-      last = middle - 1;
-    } else {
-      entry = middle;
+// At a place with one sample above the time before it, that one is the latest and the next latest is the best
+// so far. From there on a walk is short, since the second sample above the time comes ahead of the next
+// place.
+u32 CSampleTimeTable::LatestNotAfter(u64 compositionTime) {
+  m_ui32LastPlace = PlaceOfCompositionTime(compositionTime);
+  const CPlace& place = m_Places.At(m_ui32LastPlace);
+  bool oneAbove = place.latest.OneAbove(compositionTime);
+  CSampleTime best = oneAbove ? place.latest.second : place.latest.first;
+  CWalk walk = place.walk;
+  do {
+    const CSampleTimeRun& run = walk.run;
+    const u64 first = CompositionTimeOf(run, 0);
+    u32 below = 0;
+    if (CompositionTimeOf(run, run.count - 1) <= compositionTime) {
+      below = run.count;
+    } else if (first <= compositionTime) {
+      below = static_cast<u32>(StepsBetween(first, compositionTime, run.delta)) + 1;
     }
-  }
-  CLatestTwo latest = m_Latest.At(entry);
-  for (u32 index = (entry - 1) * kRunsPerLatest + 1; index <= m_List.GetCount(); ++index) {
-    const CSampleTimeRun& run = m_List.At(index);
-    const u32 count = LastSampleOf(index) - run.firstSample + 1;
-    const u64 first = CompositionTimeOf(run, run.firstSample);
-    const u64 last = CompositionTimeOf(run, run.firstSample + count - 1);
-    if (last <= compositionTime) {
-      OfferRun(&latest, run, count);
-      continue;
+    if (below > 0) {
+      const u32 index = run.delta == 0 ? 0 : below - 1;
+      const u64 time = CompositionTimeOf(run, index);
+      if (best.sample == 0 || time > best.time) best = {time, run.firstSample + index};
     }
-    const u64 below = first > compositionTime ? 0 : StepsBetween(first, compositionTime, run.delta) + 1;
-    OfferRun(&latest, run, static_cast<u32>(below));
-    // The next sample lies above the time, and so does the one behind it, if the run has one.
-    if (latest.OneAbove(compositionTime)) break;
-    const u32 above = run.firstSample + static_cast<u32>(below);
-    latest.Offer(CompositionTimeOf(run, above), above);
-    if (below + 1 < count) break;
-  }
-  return latest.OneAbove(compositionTime) ? latest.second.sample : latest.first.sample;
+    if (below < run.count) {
+      if (oneAbove || run.count - below > 1) break;
+      oneAbove = true;
+    }
+  } while (Step(&walk));
+  return best.sample;
 }
 
 Mp4Result CSampleTimeTable::GetLastSampleTime(u64* time, u32* duration) {

@@ -10,41 +10,51 @@ namespace kt {
 /// A stretch of samples whose times rise by the same step and differ by the same offset, without either time
 /// passing 2^64.
 struct CSampleTimeRun {
-  u64 decodingTime;  // of the first sample
-  u32 firstSample;
-  u32 delta;
-  u32 offset;
+  u64 decodingTime = 0;  // of the first sample
+  u32 firstSample = 1;
+  u32 count = 0;
+  u32 delta = 0;
+  u32 offset = 0;
 };
 
 /// The decoding and composition times of a track's samples, numbered from 1, in media ticks.
 ///
-/// To read, it is built once from the two run tables and answers every question about times from then on. The
-/// samples are not expanded: what it keeps and what it costs go by the number of runs, whatever number of
-/// samples they claim, and a time or a sample is found in a few dozen steps wherever it lies.
-/// To write, it turns the times of one sample after the other back into the two run tables.
+/// To read, it stands before the two run tables and answers every question about times. The samples are not
+/// expanded: what it keeps and what it costs go by the number of runs, whatever number of samples they claim.
+/// Samples in their order are followed from stretch to stretch. The first other question has it walk through
+/// all runs once and note every few of them; a time or a sample is then found in a few dozen steps wherever
+/// it lies. To write, it turns the times of one sample after the other back into the two run tables.
 class CSampleTimeTable {
  public:
   /// Takes the times over from the runs, each later by `startOffset` ticks; a sample behind the end of
-  /// `ctts`, which may be null, has the offset 0. The boxes are not needed afterwards. An empty last run
-  /// behind another run counts as one more sample at the end: readers rely on it.
+  /// `ctts`, which may be null, has the offset 0. Both are borrowed as long as times are asked for. An empty
+  /// last run behind another run counts as one more sample at the end: readers rely on it.
   ///
   /// MP4_BAD_ARGUMENT for a null `stts`, MP4_NO_MEMORY also for more than 2^32-2 samples.
   Mp4Result Build(CTimeToSampleBox* stts, CCompositionOffsetBox* ctts, u64 startOffset);
 
   Mp4Result GetSampleCount(u32* count) const;
   /// Either pointer may be null. MP4_NOT_READY while writing, MP4_NOT_FOUND beyond the last sample,
-  /// MP4_ZERO_INDEX for sample 0.
-  Mp4Result GetSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime);
+  /// MP4_ZERO_INDEX for sample 0, MP4_NO_MEMORY.
+  Mp4Result GetSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime) {
+    if (sample - m_Walk.run.firstSample >= m_Walk.run.count) KT_TRY(WalkTo(sample));
+    const u64 time = m_Walk.run.decodingTime + u64{sample - m_Walk.run.firstSample} * m_Walk.run.delta;
+    if (decodingTime != nullptr) *decodingTime = time;
+    if (compositionTime != nullptr) *compositionTime = time + m_Walk.run.offset;
+    return MP4_OK;
+  }
 
   /// The last sample whose decoding time is not above `time`; of several at that very time the first one at
   /// or behind the sample found last, where the search begins unless that one lies after `time`. A time
   /// before the first sample answers sample 0 with MP4_OK, after which the next search fails with
   /// MP4_ZERO_INDEX until one by composition time has succeeded. A time after the last sample's is
-  /// MP4_NOT_FOUND, with that sample in `*sample`. Readers rely on both. MP4_NOT_READY while writing.
+  /// MP4_NOT_FOUND, with that sample in `*sample`. Readers rely on both. MP4_NOT_READY while writing,
+  /// MP4_NO_MEMORY.
   Mp4Result FindByDecodingTime(u64 time, u32* sample);
   /// The sample with the latest composition time that is not above `time`, the first of equals, among those
   /// before the second sample that lies above it: frames are reordered, so one such sample is passed over.
-  /// Sample 1 for a time before it. MP4_NOT_FOUND without samples, MP4_NOT_READY while writing.
+  /// Sample 1 for a time before it. MP4_NOT_FOUND without samples, MP4_NOT_READY while writing,
+  /// MP4_NO_MEMORY.
   Mp4Result FindByCompositionTime(u64 time, u32* sample);
 
   /// From here on the table writes into `stts`, which is borrowed, and into a "ctts" of its own, which it
@@ -74,35 +84,55 @@ class CSampleTimeTable {
   // times in both.
   struct CLatestTwo {
     void Offer(u64 time, u32 sample);
+    void OfferRun(const CSampleTimeRun& run);
     bool OneAbove(u64 time) const { return first.sample != 0 && first.time > time; }
     bool TwoAbove(u64 time) const { return second.sample != 0 && second.time > time; }
 
     CSampleTime first;
     CSampleTime second;
   };
+  // A stretch and what both tables have left from its first sample on: a place from which a walk over the
+  // stretches can go on. The first step leads to the first stretch.
+  struct CWalk {
+    u64 Records() const { return u64{timesRecord} + offsetsRecord; }
 
-  void Reset();
-  static Mp4Result CountSamples(CTimeToSampleBox* stts, u32* count);
-  Mp4Result AddStretch(u64 decodingTime, u32 count, u32 delta, u32 offset);
-  Mp4Result AppendRun(const CSampleTimeRun& run, u32 count);
-  u32 LastSampleOf(u32 run) const;
-  u32 RunOfSample(u32 sample);
-  u32 FirstRunReaching(u64 decodingTime, u32 firstRun, u32 endRun) const;
-  bool FirstSampleReaching(u64 decodingTime, u32 start, u32* sample);
-  static void OfferRun(CLatestTwo* latest, const CSampleTimeRun& run, u32 count);
-  u32 LatestNotAfter(u64 compositionTime) const;
+    CSampleTimeRun run;
+    u32 timesRecord = 0;
+    u32 timesLeft = 0;
+    u32 offsetsRecord = 0;
+    u32 offsetsLeft = 0;
+  };
+  // A place of the index: a stretch, and the latest of all samples before it.
+  struct CPlace {
+    CWalk walk;
+    CLatestTwo latest;
+  };
+
+  Mp4Result CountSamples();
+  bool Step(CWalk* walk) const;
+  void TakeTimes(CWalk* walk) const;
+  void TakeOffsets(CWalk* walk) const;
+  Mp4Result WalkTo(u32 sample);
+  Mp4Result Index();
+  u32 PlaceOfSample(u32 sample) const;
+  u32 PlaceOfDecodingTime(u64 time, u32 firstPlace, u32 endPlace) const;
+  u32 PlaceOfCompositionTime(u64 time) const;
+  bool FirstSampleReaching(u64 decodingTime, u32 start, u32* sample) const;
+  bool FindReachingBehind(u32 place, u64 decodingTime, u32 start, u32* sample) const;
+  u32 LatestNotAfter(u64 compositionTime);
   Mp4Result AddOffset(u32 sample, u32 offset);
 
   u32 m_ui32SampleCount = 0;
   u32 m_ui32LastFoundSample = 1;
-  u64 m_ui64StartOffset = 0;
 
   // Reading.
-  CDataList<CSampleTimeRun> m_List;
-  u32 m_ui32CursorRun = 1;         // run of the sample asked for last
-  u32 m_ui32FallingRun = 0;        // the one run, if any, before which decoding times have passed 2^64
-  CDataList<CLatestTwo> m_Latest;  // before run 1, 65, 129, ...: of all samples before it
-  CLatestTwo m_LatestOfAll{};
+  const CTimeToSampleBox* m_pTimes = nullptr;
+  const CCompositionOffsetBox* m_pOffsets = nullptr;
+  u64 m_ui64StartOffset = 0;
+  CWalk m_Walk;                // at the sample asked for last
+  CDataList<CPlace> m_Places;  // the index, empty until it is needed
+  u32 m_ui32LastPlace = 1;     // where the last search has led
+  u32 m_ui32FallenPlace = 0;   // the first place, if any, for which decoding times have passed 2^64
 
   // Writing.
   u32 m_ui32Writing = 0;
