@@ -4,19 +4,21 @@
 
 namespace kt {
 
-/// For every full block of a table one number: what `Fold` makes of all records up to the end of that block.
-/// It lets a question about a long stretch of the table be answered from one number and the records of one
-/// block. Full blocks never change, so numbers once made stay right while the table grows.
-template <class T, class Fold>
+/// For every full block of `BlockSize` records of a table one number: what `Fold` makes of all records up to
+/// the end of that block. It lets a question about a long stretch of the table be answered from one number
+/// and the records of one block. Full blocks never change, so numbers once made stay right while the table
+/// grows.
+template <class T, class Fold, u32 BlockSize>
 class CBlockTotals {
  public:
+  static constexpr u32 kBlockSize = BlockSize;
+
   /// Makes the numbers of the blocks that have filled since the last call. MP4_NO_MEMORY.
   Mp4Result Update(const CDataList<T>& list) {
-    const u32 fullBlocks = list.GetCount() / CDataList<T>::kBlockSize;
+    const u32 fullBlocks = list.GetCount() / kBlockSize;
     for (u32 block = m_Totals.GetCount(); block < fullBlocks; ++block) {
       u32 total = UpTo(block);
-      const T* entries = list.Block(block).m_pEntries.get();
-      for (u32 i = 0; i < CDataList<T>::kBlockSize; ++i) total = Fold()(total, entries[i]);
+      for (u32 i = 1; i <= kBlockSize; ++i) total = Fold()(total, list.At(block * kBlockSize + i));
       KT_TRY(m_Totals.Append(&total));
     }
     return MP4_OK;

@@ -55,7 +55,7 @@ Mp4Result CSampleSizeBox::SumSampleSizes(u32 first, u32 end, u32* sum) {
     return MP4_OK;
   }
   if (end - 1 > m_List.GetCount()) return MP4_NOT_FOUND;
-  if (end - first <= CDataList<CSampleSizeTableEntry>::kBlockSize) {
+  if (end - first <= m_Sums.kBlockSize) {
     // Most chunks are short: fewer numbers to add than the sums of whole blocks leave over.
     for (u32 sample = first; sample < end; ++sample) *sum += m_List.At(sample).sampleSize;
     return MP4_OK;
@@ -66,9 +66,9 @@ Mp4Result CSampleSizeBox::SumSampleSizes(u32 first, u32 end, u32* sum) {
 }
 
 u32 CSampleSizeBox::SumUpTo(u32 sample) const {
-  const u32 blocks = sample / CDataList<CSampleSizeTableEntry>::kBlockSize;
+  const u32 blocks = sample / m_Sums.kBlockSize;
   u32 sum = m_Sums.UpTo(blocks);
-  for (u32 i = blocks * CDataList<CSampleSizeTableEntry>::kBlockSize; i < sample; ++i) {
+  for (u32 i = blocks * m_Sums.kBlockSize; i < sample; ++i) {
     sum += m_List.At(i + 1).sampleSize;
   }
   return sum;

@@ -48,7 +48,7 @@ class CSampleSizeBox : public CTableBox<CSampleSizeBox, CSampleSizeTableEntry> {
   u32 SumUpTo(u32 sample) const;
 
   u32 m_ui32SampleSize = 0;  // the constant, 0 when the sizes stand in the list
-  CBlockTotals<CSampleSizeTableEntry, AddSize> m_Sums;
+  CBlockTotals<CSampleSizeTableEntry, AddSize, 64> m_Sums;
 };
 
 }  // namespace kt

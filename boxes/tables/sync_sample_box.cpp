@@ -1,9 +1,19 @@
 #include "boxes/tables/sync_sample_box.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace kt {
 
 Mp4Result CSyncSampleBox::FindPrecedingSyncSample(u32 sample, u32* syncSample) {
   *syncSample = 1;
+  CSyncRange range;
+  KT_TRY(FindSyncRange(sample, &range));
+  *syncSample = range.syncSample;
+  return MP4_OK;
+}
+
+Mp4Result CSyncSampleBox::FindSyncRange(u32 sample, CSyncRange* range) {
   CSyncSampleTableEntry entry{};
   KT_TRY(m_List.GetAt(1, &entry));
   if (entry.sampleNumber > sample) return MP4_NOT_FOUND;
@@ -20,9 +30,14 @@ Mp4Result CSyncSampleBox::FindPrecedingSyncSample(u32 sample, u32* syncSample) {
       passed = middle + 1;
     }
   }
-  u32 index = passed * CDataList<CSyncSampleTableEntry>::kBlockSize + 1;
-  while (index <= m_List.GetCount() && m_List.At(index).sampleNumber <= sample) ++index;
-  *syncSample = m_List.At(index - 1).sampleNumber;
+  u32 largest = m_Largest.UpTo(passed);
+  u32 index = passed * m_Largest.kBlockSize + 1;
+  for (; index <= m_List.GetCount() && m_List.At(index).sampleNumber <= sample; ++index) {
+    largest = std::max(largest, m_List.At(index).sampleNumber);
+  }
+  const bool isLast = index > m_List.GetCount();
+  *range = {m_List.At(index - 1).sampleNumber, largest,
+            isLast ? std::numeric_limits<u32>::max() : m_List.At(index).sampleNumber - 1};
   return MP4_OK;
 }
 

@@ -9,6 +9,15 @@ struct CSyncSampleTableEntry {
   u32 sampleNumber;
 };
 
+/// Samples with the same last sync sample at or before them.
+struct CSyncRange {
+  bool Holds(u32 sample) const { return first <= sample && sample <= last; }
+
+  u32 syncSample = 0;
+  u32 first = 1;
+  u32 last = 0;
+};
+
 /// "stss": the samples at which decoding can start, numbered from 1. A track without this box has sync
 /// samples only. ISO/IEC 14496-12, 8.6.2.
 class CSyncSampleBox : public CTableBox<CSyncSampleBox, CSyncSampleTableEntry> {
@@ -26,6 +35,8 @@ class CSyncSampleBox : public CTableBox<CSyncSampleBox, CSyncSampleTableEntry> {
   /// none; MP4_NO_MEMORY. In a table that does not rise it is the entry before the first one above `sample`,
   /// from the second entry on. Costs the same wherever the sample lies.
   Mp4Result FindPrecedingSyncSample(u32 sample, u32* syncSample);
+  /// The same, and the samples around that one which have the same answer. Nothing is stored on a failure.
+  Mp4Result FindSyncRange(u32 sample, CSyncRange* range);
 
   /// Appends, without looking at order or range. MP4_NO_MEMORY.
   Mp4Result AddSyncSample(u32 sample);
@@ -37,7 +48,7 @@ class CSyncSampleBox : public CTableBox<CSyncSampleBox, CSyncSampleTableEntry> {
     }
   };
 
-  CBlockTotals<CSyncSampleTableEntry, Larger> m_Largest;
+  CBlockTotals<CSyncSampleTableEntry, Larger, 16> m_Largest;
 };
 
 }  // namespace kt

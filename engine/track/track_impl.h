@@ -3,6 +3,7 @@
 #include <memory>
 
 #include <ktmp4/mp4_track.h>
+#include "boxes/tables/sync_sample_box.h"
 #include "engine/track/sample_time_table.h"
 #include "engine/track/track_host.h"
 #include "engine/track/track_writing.h"
@@ -149,6 +150,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result FindStartOffset(u64* offsetTicks);
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
   Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
+  Mp4Result FindSyncRange(u32 sample);
   Mp4Result FindSamplePosition(u32 sample, u32 size, u64* position);
   Mp4Result GetEntry(u32 entryIndex, Entry* entry);
   Mp4Result GetBoundEntry(u32 entryIndex, Entry* entry);
@@ -158,7 +160,10 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   u32 m_traceLevel;  // what the file hands to each track; no operation of a track prints a trace yet
   u32 m_kind = MP4_KIND_UNKNOWN;
   Boxes m_boxes;
+  // What was asked last, so that the next question in order costs little.
   NextSample m_next;
+  CSyncRange m_sync;  // and the composition time of its sync sample
+  u64 m_syncTime = 0;
   std::unique_ptr<CSampleTimeTable> m_timeTable;
   std::unique_ptr<CTrackWriting> m_writing;  // null unless the track is being written
 };

@@ -72,18 +72,22 @@ Mp4Result CTrackImpl::FindSyncSample(u64 time, u32* sample) {
     *sample = found;
     return MP4_OK;
   }
-  for (u32 probe = found + 1;;) {
-    u32 candidate = 0;
-    KT_TRY(m_boxes.syncSample->FindPrecedingSyncSample(probe, &candidate));
-    u64 compositionTime = 0;
-    KT_TRY(GetSampleCompositionTime(candidate, &compositionTime));
-    if (compositionTime <= time) {
-      *sample = candidate;
+  for (u32 probe = found + 1;; probe = m_sync.syncSample - 1) {
+    if (!m_sync.Holds(probe)) KT_TRY(FindSyncRange(probe));
+    if (m_syncTime <= time) {
+      *sample = m_sync.syncSample;
       return MP4_OK;
     }
-    if (candidate == 1) return MP4_NOT_FOUND;
-    probe = candidate - 1;
+    if (m_sync.syncSample == 1) return MP4_NOT_FOUND;
   }
+}
+
+Mp4Result CTrackImpl::FindSyncRange(u32 sample) {
+  CSyncRange range;
+  KT_TRY(m_boxes.syncSample->FindSyncRange(sample, &range));
+  KT_TRY(GetSampleCompositionTime(range.syncSample, &m_syncTime));
+  m_sync = range;
+  return MP4_OK;
 }
 
 }  // namespace kt

@@ -130,7 +130,7 @@ Number PlainSyncBefore(const std::vector<u32>& table, u32 sample) {
 // Blocks passed over that should not be, in tables that rise and tables that do not.
 TEST(SyncSampleBox, AnswersLikeAWalkOverTheWholeTable) {
   std::mt19937 random(2);
-  for (const u32 count : {0u, 1u, 2u, 99u, 100u, 101u, 200u, 731u}) {
+  for (const u32 count : {0u, 1u, 2u, 15u, 16u, 17u, 200u, 731u}) {
     for (const u32 disorder : {0u, 1u, 2u, 5000u}) {
       std::vector<u32> table(count);
       CSyncSampleBox box;
@@ -143,7 +143,13 @@ TEST(SyncSampleBox, AnswersLikeAWalkOverTheWholeTable) {
                   PlainSyncBefore({table.data(), table.data() + i + 1}, sample));
       }
       for (u32 sample = 0; sample < 3 * count + 5 * disorder + 20; ++sample) {
-        ASSERT_EQ(Ask(box, kSyncBefore, sample), PlainSyncBefore(table, sample)) << count << " " << disorder;
+        const Number expected = PlainSyncBefore(table, sample);
+        ASSERT_EQ(Ask(box, kSyncBefore, sample), expected) << count << " " << disorder;
+        CSyncRange range;
+        if (box.FindSyncRange(sample, &range) != MP4_OK) continue;
+        ASSERT_TRUE(range.Holds(sample)) << count << " " << disorder;
+        for (const u32 end : {range.first, range.last})
+          ASSERT_EQ(PlainSyncBefore(table, end), expected) << end;
       }
     }
   }
