@@ -66,10 +66,10 @@ class CTableBox : public CFullBox {
       KT_TRY(storage->ReadBytes(bytes, u64{records} * width));
       m_remaining -= u64{records} * width;
       CFieldDecoder decoder(bytes);
-      for (u32 i = 0; i < records; ++i) {
-        Entry entry{};
-        KT_TRY(Self().VisitEntry(decoder, entry));
-        KT_TRY(m_List.Append(&entry));
+      for (u32 done = 0, added = 0; done < records; done += added) {
+        Entry* entries = nullptr;
+        KT_TRY(m_List.Extend(records - done, &entries, &added));
+        for (u32 i = 0; i < added; ++i) KT_TRY(Self().VisitEntry(decoder, entries[i]));
       }
       left -= records;
     }

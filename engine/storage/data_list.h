@@ -18,23 +18,31 @@ struct CDataListNode {
 
 /// The records of a table, numbered from 1, which are only ever added at the end.
 ///
-/// They lie in blocks of 100, so that a table grows as its records arrive and 100 of them cost one
+/// They lie in blocks of 512, so that a table grows as its records arrive and that many of them cost one
 /// allocation. The blocks are reached through a directory rather than a chain with a cursor: looking a record
 /// up then costs the same wherever it lies, and changes nothing in the list. The first block starts small,
 /// since a file can hold a great many tables of one record each.
 template <class T>
 class CDataList {
  public:
-  static constexpr u32 kBlockSize = 100;
+  static constexpr u32 kBlockSize = 512;
 
   /// Copies the record to the end. MP4_NO_MEMORY, with the list as it was.
   Mp4Result Append(const T* record) {
-    if (m_ui32Count == std::numeric_limits<u32>::max()) return MP4_NO_MEMORY;
+    KT_TRY(MakeRoom(1));
+    m_pTail[m_ui32Count++ % kBlockSize] = *record;
+    return MP4_OK;
+  }
+
+  /// Adds some of `wanted` further records, at least one, which lie one behind the other and are the caller's
+  /// to fill; `*added` takes how many. MP4_NO_MEMORY, with the list as it was.
+  Mp4Result Extend(u32 wanted, T** records, u32* added) {
+    KT_TRY(MakeRoom(wanted));
     const u32 position = m_ui32Count % kBlockSize;
-    if (position == 0) KT_TRY(AddBlock());
-    if (m_ui32Count == m_ui32FirstBlockRoom) KT_TRY(GrowFirstBlock());
-    m_pTail[position] = *record;
-    ++m_ui32Count;
+    const u32 room = m_ui32Count < kBlockSize ? m_ui32FirstBlockRoom : kBlockSize;
+    *records = m_pTail + position;
+    *added = std::min(wanted, room - position);
+    m_ui32Count += *added;
     return MP4_OK;
   }
 
@@ -59,9 +67,6 @@ class CDataList {
     return m_pBlocks[(index - 1) / kBlockSize].m_pEntries[(index - 1) % kBlockSize];
   }
 
-  /// Block `block`, counted from 0, which has to exist.
-  const CDataListNode<T>& Block(u32 block) const { return m_pBlocks[block]; }
-
   u32 GetCount() const { return m_ui32Count; }
 
   /// Frees all blocks; the list is empty and usable again.
@@ -77,8 +82,16 @@ class CDataList {
  private:
   static constexpr u32 kFirstRoom = 4;
 
-  Mp4Result AddBlock() {
-    const u32 room = m_ui32Count == 0 ? kFirstRoom : kBlockSize;
+  // For one record; as long as there is one block, for as many as that can hold.
+  Mp4Result MakeRoom(u32 wanted) {
+    if (m_ui32Count > std::numeric_limits<u32>::max() - wanted) return MP4_NO_MEMORY;
+    if (m_ui32Count % kBlockSize == 0) KT_TRY(AddBlock(wanted));
+    if (m_ui32Count == m_ui32FirstBlockRoom) KT_TRY(GrowFirstBlock(wanted));
+    return MP4_OK;
+  }
+
+  Mp4Result AddBlock(u32 wanted) {
+    const u32 room = m_ui32Count == 0 ? std::clamp(wanted, kFirstRoom, kBlockSize) : kBlockSize;
     std::unique_ptr<T[]> entries(new (std::nothrow) T[room]);
     if (!entries) return MP4_NO_MEMORY;
     if (m_ui32BlockCount == m_ui32BlockCapacity) KT_TRY(GrowDirectory());
@@ -88,9 +101,9 @@ class CDataList {
     return MP4_OK;
   }
 
-  Mp4Result GrowFirstBlock() {
+  Mp4Result GrowFirstBlock(u32 wanted) {
     if (m_ui32FirstBlockRoom == kBlockSize) return MP4_OK;
-    const u32 room = std::min(4 * m_ui32FirstBlockRoom, kBlockSize);
+    const u32 room = std::min(m_ui32FirstBlockRoom + std::max(3 * m_ui32FirstBlockRoom, wanted), kBlockSize);
     std::unique_ptr<T[]> entries(new (std::nothrow) T[room]);
     if (!entries) return MP4_NO_MEMORY;
     std::copy_n(m_pTail, m_ui32Count, entries.get());

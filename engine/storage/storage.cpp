@@ -38,8 +38,7 @@ Mp4Result CStorage::Open(const char* path, u32 mode) {
   if (mode != MP4_MODE_READ && mode != MP4_MODE_WRITE) return MP4_BAD_ARGUMENT;
   if (!m_stream.Open(path, mode == MP4_MODE_WRITE)) return MP4_FILE_IO;
   (mode == MP4_MODE_WRITE ? m_writeOpen : m_readOpen) = 1;
-  u64 size = 0;  // for its failure alone
-  return GetSize(&size);
+  return GetSize(&m_knownSize);
 }
 
 Mp4Result CStorage::Close() {
@@ -234,12 +233,14 @@ Mp4Result CStorage::ResumeAt(u64 position) {
 }
 
 Mp4Result CStorage::RequireBytes(u64 count) {
-  u64 size = 0;
   u64 position = 0;
-  KT_TRY(GetSize(&size));
   KT_TRY(GetPosition(&position));
-  const u64 left = position < size ? size - position : 0;
-  return count <= left ? MP4_OK : MP4_FILE_IO;
+  const auto isThere = [&] { return count <= (position < m_knownSize ? m_knownSize - position : 0); };
+  // What the system has said before will do where it is enough: a file that has been cut since shows when it
+  // is read. But it can have grown.
+  if (isThere()) return MP4_OK;
+  KT_TRY(GetSize(&m_knownSize));
+  return isThere() ? MP4_OK : MP4_FILE_IO;
 }
 
 }  // namespace kt

@@ -102,6 +102,7 @@ class CStorage {
   u32 m_readOpen = 0;
   u32 m_writeOpen = 0;
   u32 m_nesting = 0;
+  u64 m_knownSize = 0;  // of the file when the system was asked last
 };
 
 /// Counts one level of nested boxes or descriptors while it lives, so that a hostile file cannot exhaust the
