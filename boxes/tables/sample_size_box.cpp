@@ -33,18 +33,6 @@ Mp4Result CSampleSizeBox::Dump(int indent) {
   return MP4_OK;
 }
 
-Mp4Result CSampleSizeBox::GetSampleSize(u32 sample, u32* size) const {
-  if (sample > m_ui32EntryCount) return MP4_NOT_FOUND;
-  if (m_ui32SampleSize != 0) {
-    *size = m_ui32SampleSize;  // also of sample 0: readers rely on it
-    return MP4_OK;
-  }
-  CSampleSizeTableEntry entry{};
-  KT_TRY(m_List.GetAt(sample, &entry));
-  *size = entry.sampleSize;
-  return MP4_OK;
-}
-
 Mp4Result CSampleSizeBox::SumSampleSizes(u32 first, u32 end, u32* sum) {
   *sum = 0;
   if (first >= end) return MP4_OK;

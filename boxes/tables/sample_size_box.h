@@ -31,7 +31,17 @@ class CSampleSizeBox : public CTableBox<CSampleSizeBox, CSampleSizeTableEntry> {
 
   /// MP4_NOT_FOUND beyond the count. A constant size holds for sample 0 as well; in a table that is
   /// MP4_ZERO_INDEX.
-  Mp4Result GetSampleSize(u32 sample, u32* size) const;
+  Mp4Result GetSampleSize(u32 sample, u32* size) const {
+    if (sample > m_ui32EntryCount) return MP4_NOT_FOUND;
+    if (m_ui32SampleSize == 0) {
+      CSampleSizeTableEntry entry{};
+      KT_TRY(m_List.GetAt(sample, &entry));
+      *size = entry.sampleSize;
+      return MP4_OK;
+    }
+    *size = m_ui32SampleSize;  // also of sample 0: readers rely on it
+    return MP4_OK;
+  }
   /// The sum of the sizes of samples `first` to `end` - 1, modulo 2^32; 0 when there is none. Results as
   /// `GetSampleSize` of each of them, and MP4_NO_MEMORY. Costs the same wherever the samples lie.
   Mp4Result SumSampleSizes(u32 first, u32 end, u32* sum);

@@ -127,6 +127,8 @@ Mp4Result CSampleTimeTable::Index() {
       place.latest.OfferRun(walk.run);
     }
   }
+  const u64 ticks = place.latest.first.time - m_ui64StartOffset;
+  m_PlacesPerTick = m_Places.GetCount() / (static_cast<double>(ticks) + 1);
   return MP4_OK;
 }
 
@@ -146,30 +148,35 @@ Mp4Result CSampleTimeTable::WalkTo(u32 sample) {
   return MP4_OK;
 }
 
-// The last place that is not behind the sample: mostly not far from where the last search has led. So strides
-// that double lead from there to where it has to be.
-u32 CSampleTimeTable::PlaceOfSample(u32 sample) const {
+// The last of the places that are reached, which all come ahead of those that are not; the first one always
+// is. Strides that double lead from `place` to where it has to be.
+template <class IsReached>
+u32 CSampleTimeTable::LastReached(u32 place, const IsReached& isReached) const {
   const u32 places = m_Places.GetCount();
-  const auto isReachedBy = [&](u32 place) { return m_Places.At(place).walk.run.firstSample <= sample; };
-  u32 place = m_ui32LastPlace;
   u32 last = place;
-  for (u32 stride = 1; last < places && isReachedBy(last + 1); stride *= 2) {
+  for (u32 stride = 1; last < places && isReached(m_Places.At(last + 1)); stride *= 2) {
     place = last + 1;
     last += std::min(stride, places - last);
   }
-  for (u32 stride = 1; !isReachedBy(place); stride *= 2) {
+  for (u32 stride = 1; place > 1 && !isReached(m_Places.At(place)); stride *= 2) {
     last = place - 1;
     place -= std::min(stride, last);
   }
   while (place < last) {
     const u32 middle = last - (last - place) / 2;
-    if (isReachedBy(middle)) {
+    if (isReached(m_Places.At(middle))) {
       place = middle;
     } else {
       last = middle - 1;
     }
   }
   return place;
+}
+
+// The last place that is not behind the sample: mostly not far from where the last search has led.
+u32 CSampleTimeTable::PlaceOfSample(u32 sample) const {
+  return LastReached(m_ui32LastPlace,
+                     [=](const CPlace& place) { return place.walk.run.firstSample <= sample; });
 }
 
 Mp4Result CSampleTimeTable::GetSampleCount(u32* count) const {
@@ -267,22 +274,15 @@ void CSampleTimeTable::CLatestTwo::OfferRun(const CSampleTimeRun& run) {
   for (u32 i = start; i < start + offered; ++i) Offer(CompositionTimeOf(run, i), run.firstSample + i);
 }
 
-// The last place with at most one sample above the time before it: mostly where the last search has led.
+// The last place with at most one sample above the time before it: mostly where the last search has led, or
+// not far from where it would be if times rose evenly.
 u32 CSampleTimeTable::PlaceOfCompositionTime(u64 time) const {
   const u32 places = m_Places.GetCount();
-  const auto isReachedBy = [&](u32 place) { return !m_Places.At(place).latest.TwoAbove(time); };
-  u32 place = m_ui32LastPlace;
-  if (isReachedBy(place) && (place == places || !isReachedBy(place + 1))) return place;
-  place = 1;
-  for (u32 last = places; place < last;) {
-    const u32 middle = last - (last - place) / 2;
-    if (isReachedBy(middle)) {
-      place = middle;
-    } else {
-      last = middle - 1;
-    }
-  }
-  return place;
+  const auto isReached = [=](const CPlace& place) { return !place.latest.TwoAbove(time); };
+  const u32 last = m_ui32LastPlace;
+  if (isReached(m_Places.At(last)) && (last == places || !isReached(m_Places.At(last + 1)))) return last;
+  const double part = static_cast<double>(time - m_ui64StartOffset) * m_PlacesPerTick;
+  return LastReached(part < places ? static_cast<u32>(part) + 1 : places, isReached);
 }
 
 // The latest sample not above the time, of those before the second sample above it; sample 1 is not above it.

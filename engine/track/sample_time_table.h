@@ -114,6 +114,8 @@ class CSampleTimeTable {
   void TakeOffsets(CWalk* walk) const;
   Mp4Result WalkTo(u32 sample);
   Mp4Result Index();
+  template <class IsReached>
+  u32 LastReached(u32 place, const IsReached& isReached) const;
   u32 PlaceOfSample(u32 sample) const;
   u32 PlaceOfDecodingTime(u64 time, u32 firstPlace, u32 endPlace) const;
   u32 PlaceOfCompositionTime(u64 time) const;
@@ -131,6 +133,7 @@ class CSampleTimeTable {
   u64 m_ui64StartOffset = 0;
   CWalk m_Walk;                // at the sample asked for last
   CDataList<CPlace> m_Places;  // the index, empty until it is needed
+  double m_PlacesPerTick = 0;  // on the whole
   u32 m_ui32LastPlace = 1;     // where the last search has led
   u32 m_ui32FallenPlace = 0;   // the first place, if any, for which decoding times have passed 2^64
 

@@ -122,12 +122,13 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
     CAMRSampleEntry* amr = nullptr;
   };
 
-  // The sample behind the one whose place was found last: where it lies if it is in the chunk that begins
-  // with the same sample.
+  // The sample behind the one whose place was found last, and where it lies if it is in that one's chunk.
   struct NextSample {
     u32 sample = 0;  // 0 for none
-    u32 firstSample = 0;
+    u32 chunk = 0;
+    u32 firstSample = 0;    // of the chunk
     u32 offsetInChunk = 0;  // modulo 2^32
+    u64 chunkOffset = 0;
   };
 
   void OnDetached() override;
@@ -152,6 +153,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
   Mp4Result FindSyncRange(u32 sample);
   Mp4Result FindSamplePosition(u32 sample, u32 size, u64* position);
+  Mp4Result GetChunkOffset(u32 chunk, u64* offset);
   Mp4Result GetEntry(u32 entryIndex, Entry* entry);
   Mp4Result GetBoundEntry(u32 entryIndex, Entry* entry);
 

@@ -20,26 +20,31 @@ Mp4Result CTrackImpl::ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buff
 }
 
 Mp4Result CTrackImpl::FindSamplePosition(u32 sample, u32 size, u64* position) {
-  u32 chunk = 0;
-  u32 firstSample = 0;
-  KT_TRY(m_boxes.sampleToChunk->FindChunk(sample, &chunk, &firstSample));
-  u32 offsetInChunk = m_next.offsetInChunk;
-  if (sample != m_next.sample || firstSample != m_next.firstSample) {
-    // Chunks out of order can put the first sample behind the wanted one: the sum is 0 then.
-    KT_TRY(m_boxes.sampleSize->SumSampleSizes(firstSample, sample, &offsetInChunk));
-  }
-  m_next = firstSample > sample ? NextSample{} : NextSample{sample + 1, firstSample, offsetInChunk + size};
-  if (m_boxes.chunkOffset != nullptr) {
-    u32 offset = 0;
-    KT_TRY(m_boxes.chunkOffset->GetChunkOffset(chunk, &offset));
-    *position = offset;
-  } else if (m_boxes.chunkLargeOffset != nullptr) {
-    KT_TRY(m_boxes.chunkLargeOffset->GetChunkOffset(chunk, position));
+  NextSample here;
+  KT_TRY(m_boxes.sampleToChunk->FindChunk(sample, &here.chunk, &here.firstSample));
+  if (sample == m_next.sample && here.chunk == m_next.chunk && here.firstSample == m_next.firstSample) {
+    here = m_next;
   } else {
-    return MP4_NOT_READY;
+    // Chunks out of order can put the first sample behind the wanted one: the sum is 0 then.
+    KT_TRY(m_boxes.sampleSize->SumSampleSizes(here.firstSample, sample, &here.offsetInChunk));
+    KT_TRY(GetChunkOffset(here.chunk, &here.chunkOffset));
   }
-  *position += offsetInChunk;
+  *position = here.chunkOffset + here.offsetInChunk;
+  here.sample = here.firstSample <= sample ? sample + 1 : 0;
+  here.offsetInChunk += size;
+  m_next = here;
   return MP4_OK;
+}
+
+Mp4Result CTrackImpl::GetChunkOffset(u32 chunk, u64* offset) {
+  if (m_boxes.chunkOffset != nullptr) {
+    u32 narrow = 0;
+    KT_TRY(m_boxes.chunkOffset->GetChunkOffset(chunk, &narrow));
+    *offset = narrow;
+    return MP4_OK;
+  }
+  if (m_boxes.chunkLargeOffset == nullptr) return MP4_NOT_READY;
+  return m_boxes.chunkLargeOffset->GetChunkOffset(chunk, offset);
 }
 
 Mp4Result CTrackImpl::GetSampleSize(u32 sample, u32* size) {
