@@ -1,5 +1,4 @@
 #include <random>
-#include <tuple>
 
 #include "boxes/tables/sample_size_box.h"
 #include "boxes/tables/sample_to_chunk_box.h"
@@ -27,42 +26,39 @@ TEST(SampleSizeBox, GivesAConstantSizeForSampleZeroToo) {
   EXPECT_EQ(SizeOf(*table, 3), (Number{MP4_NOT_FOUND, 777}));
 }
 
+constexpr auto kChunkOf = &CSampleToChunkBox::GetChunkOfSample;
+constexpr auto kFirstSampleOf = &CSampleToChunkBox::GetFirstSampleOfChunk;
+
 // The plain walks over the whole table, with the place in it that they keep from one question to the next.
-class PlainSampleToChunk {
- public:
-  explicit PlainSampleToChunk(std::vector<std::pair<u32, u32>> runs) : m_runs(std::move(runs)) {}
+struct PlainSampleToChunk {
+  const std::vector<std::pair<u32, u32>> runs;
+  std::size_t index = 0;
+  u32 firstSample = 1, firstChunk = 1;
 
   Number ChunkOf(u32 sample) {
-    if (m_firstSample > sample) m_index = 0, m_firstSample = 1;
-    if (m_runs.empty()) return {MP4_NOT_FOUND, 1};
-    std::size_t index = m_index;
-    u32 first = m_firstSample;
-    for (u32 next = 0; index + 1 < m_runs.size(); ++index, first = next) {
-      next = first + (m_runs[index + 1].first - m_runs[index].first) * m_runs[index].second;
+    if (firstSample > sample) index = 0, firstSample = 1;
+    if (runs.empty()) return {MP4_NOT_FOUND, 1};
+    std::size_t i = index;
+    u32 first = firstSample;
+    for (u32 next = 0; i + 1 < runs.size(); ++i, first = next) {
+      next = first + (runs[i + 1].first - runs[i].first) * runs[i].second;
       if (sample <= next) break;
     }
-    const auto [firstChunk, samples] = m_runs[index];
-    if (samples == 0) return {MP4_CORRUPT, 1};
-    m_index = index, m_firstSample = first, m_firstChunk = firstChunk;
-    return {MP4_OK, (sample - first) / samples + firstChunk};
+    if (runs[i].second == 0) return {MP4_CORRUPT, 1};
+    index = i, firstSample = first, firstChunk = runs[i].first;
+    return {MP4_OK, (sample - first) / runs[i].second + firstChunk};
   }
 
   Number FirstSampleOf(u32 chunk) {
-    if (m_firstChunk > chunk) m_index = 0, m_firstSample = 1;
-    if (m_runs.empty()) return {MP4_NOT_FOUND, 1};
-    auto [firstChunk, samples] = m_runs[m_index];
-    u32 first = m_firstSample;
-    for (std::size_t i = m_index; i < m_runs.size() && m_runs[i].first <= chunk; ++i) {
-      first += (m_runs[i].first - firstChunk) * samples;
-      std::tie(firstChunk, samples) = m_runs[i];
+    if (firstChunk > chunk) index = 0, firstSample = 1;
+    if (runs.empty()) return {MP4_NOT_FOUND, 1};
+    auto run = runs[index];
+    u32 first = firstSample;
+    for (std::size_t i = index; i < runs.size() && runs[i].first <= chunk; run = runs[i++]) {
+      first += (runs[i].first - run.first) * run.second;
     }
-    return {MP4_OK, (chunk - firstChunk) * samples + first};
+    return {MP4_OK, (chunk - run.first) * run.second + first};
   }
-
- private:
-  std::vector<std::pair<u32, u32>> m_runs;
-  std::size_t m_index = 0;
-  u32 m_firstSample = 1, m_firstChunk = 1;
 };
 
 // Samples one after the other and at random, single questions among them, over runs that rise, fall, are
@@ -79,25 +75,18 @@ TEST(SampleToChunkBox, AnswersLikeAWalkFromItsPlace) {
       runs[i] = {chunk, wildness > 1 && below(50) == 0 ? 0 : 1 + below(wild && below(2) == 0 ? 1u << 31 : 4)};
     }
     const auto box = ReadBoxAs<CSampleToChunkBox>(Stsc(runs));
-    PlainSampleToChunk plain(runs);
+    PlainSampleToChunk plain{runs};
     for (u32 i = 0, sample = 1; i < 400; ++i) {
       const u32 far = wildness > 0 && below(8) == 0 ? ~0u - below(5) : 8 * static_cast<u32>(runs.size()) + 9;
       sample = below(12) == 0 ? below(far) : sample + (below(9) == 0 ? 0 : 1);
-      u32 chunk = 0, first = 0;
-      const Mp4Result result = box->FindChunk(sample, &chunk, &first);
-      const Number chunkOf = plain.ChunkOf(sample);
-      ASSERT_EQ(result, chunkOf.result) << round << " " << sample;
-      if (result == MP4_OK) {
-        ASSERT_EQ((std::pair{chunk, first}), (std::pair{chunkOf.value, plain.FirstSampleOf(chunk).value}))
-            << round;
-      }
-      const u32 other = below(far);
-      if (below(30) == 0) {
-        ASSERT_EQ(Ask(*box, &CSampleToChunkBox::GetChunkOfSample, other), plain.ChunkOf(other)) << round;
-      } else if (below(30) == 0) {
-        ASSERT_EQ(Ask(*box, &CSampleToChunkBox::GetFirstSampleOfChunk, other), plain.FirstSampleOf(other))
-            << round;
-      }
+      Number chunk, first;
+      chunk.result = first.result = box->FindChunk(sample, &chunk.value, &first.value);
+      if (chunk.result != MP4_OK) chunk.value = 1;
+      ASSERT_EQ(chunk, plain.ChunkOf(sample)) << round;
+      if (chunk.result == MP4_OK) ASSERT_EQ(first, plain.FirstSampleOf(chunk.value)) << round;
+      const u32 other = below(far), kind = below(30);
+      if (kind == 0) ASSERT_EQ(Ask(*box, kChunkOf, other), plain.ChunkOf(other)) << round;
+      if (kind == 1) ASSERT_EQ(Ask(*box, kFirstSampleOf, other), plain.FirstSampleOf(other)) << round;
     }
   }
 }
@@ -106,13 +95,11 @@ TEST(SampleToChunkBox, AnswersLikeAWalkFromItsPlace) {
 // there.
 TEST(SampleToChunkBox, KeepsLikeChunksAsOneRun) {
   CSampleToChunkBox box;
-  const u32 chunks[][2] = {{2, 1}, {2, 1}, {3, 1}, {3, 2}, {1, 2}};  // samples and description
-  const u32 lastSamples[] = {2, 4, 7, 10, 11};
-  for (u32 i = 0; i < 5; ++i) {
-    EXPECT_EQ(box.AddChunk(i + 1, chunks[i][0], chunks[i][1]), MP4_OK);
-    u32 chunk = 0, first = 0;
-    EXPECT_EQ(box.FindChunk(lastSamples[i], &chunk, &first), MP4_OK);
-    EXPECT_EQ((std::pair{chunk, first}), (std::pair{i + 1, lastSamples[i] + 1 - chunks[i][0]}));
+  const u32 chunks[][3] = {{2, 1, 1}, {2, 1, 3}, {3, 1, 5}, {3, 2, 8}, {1, 2, 11}};  // with the first sample
+  for (u32 number = 1; const auto& [samples, description, first] : chunks) {
+    EXPECT_EQ(box.AddChunk(number, samples, description), MP4_OK);
+    EXPECT_EQ(Ask(box, kChunkOf, first + samples - 1), (Number{MP4_OK, number}));
+    EXPECT_EQ(Ask(box, kFirstSampleOf, number++), (Number{MP4_OK, first}));
   }
   EXPECT_EQ(box.AddChunk(5, 1, 2), MP4_BAD_ARGUMENT);
   EXPECT_EQ(WrittenBytes(&box), TableBox("stsc", 4, Bytes().U32s({1, 2, 1, 3, 3, 1, 4, 3, 2, 5, 1, 2})));
