@@ -1,8 +1,8 @@
-// ktmp4_bench [--smoke] [--folder=FOLDER] [Google Benchmark's options]
+// ktmp4_bench [--smoke] [--folder=FOLDER] [--json=FILE] [Google Benchmark's options]
 //
-// Opens, reads and searches a generated film of two hours, side by side with libavformat in one process, and
-// prints how the two stand to each other. --smoke takes seconds in place of hours and one repetition, to see
-// that everything works; its figures mean nothing.
+// Opens, reads and searches a generated film of two hours, side by side with libavformat and with bare calls
+// of the system in one process, and prints how they stand to each other, --json as JSON too. --smoke takes
+// seconds in place of hours and one repetition, to see that everything works; its figures mean nothing.
 
 #include <benchmark/benchmark.h>
 
@@ -20,6 +20,7 @@
 #include "bench/peer_reader.h"
 #include "bench/peer_writer.h"
 #include "bench/ratios.h"
+#include "bench/raw_bound.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ constexpr u32 kRange = 10000;
 struct Plan {
   bool smoke = false;
   std::string folder = KTMP4_BENCH_FOLDER;
+  std::string json;  // empty for none
 
   u32 Seconds() const { return smoke ? 20 : 7200; }
   Sound WrittenSound() const { return {.samples = smoke ? 10'000U : 1'000'000U}; }
@@ -111,14 +113,44 @@ void RegisterRange(const Plan& plan, const std::string& name, const std::string&
   });
 }
 
+std::vector<u32> RandomSamples(u32 count) {
+  std::mt19937 random(99);
+  std::vector<u32> samples(kRange);
+  for (u32& sample : samples) sample = 1 + static_cast<u32>(random()) % count;
+  return samples;
+}
+
 void RegisterRandom(const Plan& plan, const std::string& name, const std::string& file) {
   Register(plan, name, [=](benchmark::State& state) {
     COurReader reader(file);
-    std::mt19937 random(99);
-    std::vector<u32> samples(kRange);
-    for (u32& sample : samples) sample = 1 + static_cast<u32>(random()) % reader.SampleCount(kVideo);
+    const std::vector<u32> samples = RandomSamples(reader.SampleCount(kVideo));
     for (auto _ : state) benchmark::DoNotOptimize(reader.ReadThese(kVideo, samples).checksum);
     state.SetItemsProcessed(static_cast<i64>(samples.size()) * state.iterations());
+  });
+}
+
+// What a pass over a file costs at least.
+void RegisterRaw(const Plan& plan, const std::string& name, const std::string& file) {
+  Register(plan, name, [=](benchmark::State& state) {
+    CRawReader reader(file);
+    for (auto _ : state) benchmark::DoNotOptimize(reader.ReadAndCopy());
+  });
+}
+
+void RegisterRawRandom(const Plan& plan, const std::string& name, const std::string& file) {
+  Register(plan, name, [=](benchmark::State& state) {
+    CRawReader reader(file);
+    const std::vector<u32> samples = RandomSamples(COurReader(file).SampleCount(kVideo));
+    for (auto _ : state) benchmark::DoNotOptimize(reader.ReadEach(kVideo, samples));
+  });
+}
+
+// Lists and reads without a search, for what is set beside the bound.
+void RegisterPass(const Plan& plan, const std::string& name, const std::string& file,
+                  Tally (COurReader::*pass)()) {
+  Register(plan, name, [=](benchmark::State& state) {
+    COurReader reader(file);
+    for (auto _ : state) benchmark::DoNotOptimize((reader.*pass)().checksum);
   });
 }
 
@@ -209,12 +241,22 @@ void RegisterAll(const Plan& plan, const std::string& film, const std::string& f
   RegisterRange(plan, "deliver/first samples", film, false);
   RegisterRange(plan, "deliver/last samples", film, true);
   RegisterWriting(plan, film, expected);
+  RegisterPass(plan, "list/ktmp4", film, &COurReader::ListByTrack);
+  RegisterRaw(plan, "read/raw", film);
+  RegisterRandom(plan, "read pictures at random", film);
+  RegisterRawRandom(plan, "read pictures at random/raw", film);
+  Register(plan, "write/raw", [plan](benchmark::State& state) {
+    for (auto _ : state) WriteRaw(plan.WrittenSound(), plan.WrittenFile("raw"));
+  });
   for (const u32 length : kChunkLengths) {
     const std::string sound =
         MakeLongFile({.seconds = plan.Seconds(), .withVideo = false, .samplesPerChunk = length}, plan.folder);
     RegisterRange(plan, SoundName("deliver first", length), sound, false);
     RegisterRange(plan, SoundName("deliver last", length), sound, true);
     RegisterRandom(plan, SoundName("read at random", length), sound);
+    RegisterRawRandom(plan, SoundName("read at random/raw", length), sound);
+    RegisterPass(plan, SoundName("read", length), sound, &COurReader::ReadByTrack);
+    RegisterRaw(plan, SoundName("read/raw", length), sound);
   }
 }
 
@@ -223,82 +265,94 @@ double HeapOfReader(const std::string& film) {
   return static_cast<double>(HeapTakenBy([&] { new Reader(film); }));
 }
 
-// What the door for files of other writers costs, on the film as it is and in fragments.
-void PrintAdapting(const CRatioReporter& report, const std::string& film, const std::string& fragments,
-                   double nanoPerSample) {
-  constexpr double kMilli = 1e3;
-  constexpr double kMega = 1e-6;
+constexpr double kMilli = 1e3;
+constexpr double kMicro = 1e6;
+constexpr double kNano = 1e9;
+constexpr double kMega = 1e-6;
+
+void CompareWithPeer(CComparison& to, const Plan& plan, const CRatioReporter& report, const std::string& film,
+                     double samples) {
   const auto median = [&](const char* name) { return report.Median(name); };
-  const double heap = HeapOfReader<CAdaptingReader>(film);
-
-  std::printf("\n%-46s %10s %11s %-10s %5s\n", "adapted", "ktmp4", "libavformat", "", "ratio");
-  PrintRatio("open and bind all tracks", median("open/adapted"), median("open/libavformat"), kMilli, "ms");
-  PrintRatio("heap after opening", heap, HeapOfReader<CPeerReader>(film), kMega, "MB");
-  PrintRatio("the film in fragments: open", median("open fragments/ktmp4"),
-             median("open fragments/libavformat"), kMilli, "ms");
-  PrintRatio("..., heap after opening", HeapOfReader<CAdaptingReader>(fragments),
-             HeapOfReader<CPeerReader>(fragments), kMega, "MB");
-  PrintRatio("..., read every sample", median("read fragments/ktmp4"), median("read fragments/libavformat"),
-             nanoPerSample, "ns/sample");
-
-  std::printf("\n%-46s %10s %11s %-10s %5s\n", "ktmp4", "adapted", "strict", "", "ratio");
-  PrintRatio("open and bind all tracks", median("open/adapted"), median("open/ktmp4"), kMilli, "ms");
-  PrintRatio("heap after opening", heap, HeapOfReader<COurReader>(film), kMega, "MB");
+  to.Begin("", "ktmp4", "libavformat");
+  to.Add("open and bind all tracks", median("open/ktmp4"), median("open/libavformat"), kMilli, "ms");
+  const double peerRead = median("read/libavformat");
+  const double perSample = kNano / samples;
+  to.Add("read every sample, in file order", median("read/ktmp4"), peerRead, perSample, "ns/sample");
+  to.Add("read every sample, by time", median("read by time/ktmp4"), peerRead, perSample, "ns/sample");
+  to.Add("read every sample, track after track", median("read by track/ktmp4"), peerRead, perSample,
+         "ns/sample");
+  to.Add("sync sample at a random time, to av_seek_frame", median("seek/ktmp4"), median("seek/libavformat"),
+         kNano / kSeeks, "ns/seek");
+  to.Add("the same, to av_index_search_timestamp", median("seek/ktmp4"), median("search/libavformat"),
+         kNano / kSeeks, "ns/seek");
+  to.Add("heap after opening", HeapOfReader<COurReader>(film), HeapOfReader<CPeerReader>(film), kMega, "MB");
+  to.Add("write samples of 200 bytes", median("write/ktmp4"), median("write/libavformat"),
+         kNano / plan.WrittenSound().samples, "ns/sample");
+  to.Add("copy the film", median("remux/ktmp4"), median("remux/libavformat"), perSample, "ns/sample");
+  to.Add("copy the film and hint it", median("hint/ktmp4"), median("hint/libavformat"), perSample,
+         "ns/sample");
+  // The one side hints when all samples are written, the other as they come: what it takes beyond the copy.
+  to.Add("hint it, beyond the copy", median("hint/ktmp4") - median("remux/ktmp4"),
+         median("hint/libavformat") - median("remux/libavformat"), perSample, "ns/sample");
+  to.Add("heap while writing", static_cast<double>(HeapWhileWriting<COurWriter>(plan, "ktmp4")),
+         static_cast<double>(HeapWhileWriting<CPeerWriter>(plan, "libavformat")), kMega, "MB");
 }
 
-void PrintComparison(const Plan& plan, const CRatioReporter& report, const std::string& film,
-                     const std::string& fragments) {
-  const double samples = static_cast<double>(CPeerReader(film).ReadAll().samples);
-  constexpr double kMilli = 1e3;
-  constexpr double kNano = 1e9;
-
-  std::printf("\n%-46s %10s %11s %-10s %5s\n", "", "ktmp4", "libavformat", "", "ratio");
+// Bare calls of the system and copies, for the same bytes in the same run.
+void CompareWithBound(CComparison& to, const Plan& plan, const CRatioReporter& report, double samples) {
   const auto median = [&](const char* name) { return report.Median(name); };
-  PrintRatio("open and bind all tracks", median("open/ktmp4"), median("open/libavformat"), kMilli, "ms");
-  const double peerRead = median("read/libavformat");
-  PrintRatio("read every sample, in file order", median("read/ktmp4"), peerRead, kNano / samples,
-             "ns/sample");
-  PrintRatio("read every sample, by time", median("read by time/ktmp4"), peerRead, kNano / samples,
-             "ns/sample");
-  PrintRatio("read every sample, track after track", median("read by track/ktmp4"), peerRead, kNano / samples,
-             "ns/sample");
-  PrintRatio("sync sample at a random time, to av_seek_frame", median("seek/ktmp4"),
-             median("seek/libavformat"), kNano / kSeeks, "ns/seek");
-  PrintRatio("the same, to av_index_search_timestamp", median("seek/ktmp4"), median("search/libavformat"),
-             kNano / kSeeks, "ns/seek");
-  PrintRatio("heap after opening", HeapOfReader<COurReader>(film), HeapOfReader<CPeerReader>(film), 1e-6,
-             "MB");
-  PrintRatio("write samples of 200 bytes", median("write/ktmp4"), median("write/libavformat"),
-             kNano / plan.WrittenSound().samples, "ns/sample");
-  PrintRatio("copy the film", median("remux/ktmp4"), median("remux/libavformat"), kNano / samples,
-             "ns/sample");
-  PrintRatio("copy the film and hint it", median("hint/ktmp4"), median("hint/libavformat"), kNano / samples,
-             "ns/sample");
-  // The one side hints when all samples are written, the other as they come: what it takes beyond the copy.
-  PrintRatio("hint it, beyond the copy", median("hint/ktmp4") - median("remux/ktmp4"),
-             median("hint/libavformat") - median("remux/libavformat"), kNano / samples, "ns/sample");
-  PrintRatio("heap while writing", static_cast<double>(HeapWhileWriting<COurWriter>(plan, "ktmp4")),
-             static_cast<double>(HeapWhileWriting<CPeerWriter>(plan, "libavformat")), 1e-6, "MB");
-
-  PrintAdapting(report, film, fragments, kNano / samples);
-
-  std::printf("\n%-46s %10s %11s %-10s %5s\n", "ktmp4, cost of a sample", "last", "first", "", "ratio");
-  PrintRatio("delivered, of the film's pictures", median("deliver/last samples"),
-             median("deliver/first samples"), kNano / kRange, "ns/sample");
-  for (const u32 length : kChunkLengths) {
-    PrintRatio(SoundName("delivered", length).c_str(), report.Median(SoundName("deliver last", length)),
-               report.Median(SoundName("deliver first", length)), kNano / kRange, "ns/sample");
+  to.Begin("beside the raw bound", "ktmp4", "raw");
+  for (const char* order : {"read/ktmp4", "read by time/ktmp4", "read by track/ktmp4"}) {
+    to.Add(order, median(order), median("read/raw"), kNano / samples, "ns/sample");
   }
-  std::printf("\n%-46s", "ktmp4, reading at random, ns/sample");
+  to.Add("size and times of every sample, to reading it", median("list/ktmp4"), median("read/raw"),
+         kNano / samples, "ns/sample");
   for (const u32 length : kChunkLengths) {
-    std::printf("  chunks of %u: %.0f", length,
-                report.Median(SoundName("read at random", length)) * kNano / kRange);
+    const double count = 2.0 * plan.Seconds() * LongFile::kSoundRate / LongFile::kTicksPerSoundSample;
+    to.Add(SoundName("read sound", length), report.Median(SoundName("read", length)),
+           report.Median(SoundName("read/raw", length)), kNano / count, "ns/sample");
   }
-  std::printf("\n");
+  to.Add("a random picture's bytes", median("read pictures at random"), median("read pictures at random/raw"),
+         kMicro / kRange, "us/sample");
+  for (const u32 length : kChunkLengths) {
+    to.Add(SoundName("random sound", length), report.Median(SoundName("read at random", length)),
+           report.Median(SoundName("read at random/raw", length)), kMicro / kRange, "us/sample");
+  }
+  to.Add("write samples of 200 bytes", median("write/ktmp4"), median("write/raw"),
+         kNano / plan.WrittenSound().samples, "ns/sample");
+}
+
+// What the door for files of other writers costs, on the film as it is and in fragments.
+void CompareAdapting(CComparison& to, const CRatioReporter& report, const std::string& film,
+                     const std::string& fragments, double samples) {
+  const auto median = [&](const char* name) { return report.Median(name); };
+  const double heap = HeapOfReader<CAdaptingReader>(film);
+  to.Begin("adapted", "ktmp4", "libavformat");
+  to.Add("open and bind all tracks", median("open/adapted"), median("open/libavformat"), kMilli, "ms");
+  to.Add("heap after opening", heap, HeapOfReader<CPeerReader>(film), kMega, "MB");
+  to.Add("the film in fragments: open", median("open fragments/ktmp4"), median("open fragments/libavformat"),
+         kMilli, "ms");
+  to.Add("..., heap after opening", HeapOfReader<CAdaptingReader>(fragments),
+         HeapOfReader<CPeerReader>(fragments), kMega, "MB");
+  to.Add("..., read every sample", median("read fragments/ktmp4"), median("read fragments/libavformat"),
+         kNano / samples, "ns/sample");
+  to.Begin("ktmp4", "adapted", "strict");
+  to.Add("open and bind all tracks", median("open/adapted"), median("open/ktmp4"), kMilli, "ms");
+  to.Add("heap after opening", heap, HeapOfReader<COurReader>(film), kMega, "MB");
+}
+
+void CompareEnds(CComparison& to, const CRatioReporter& report) {
+  to.Begin("ktmp4, cost of a sample", "last", "first");
+  to.Add("delivered, of the film's pictures", report.Median("deliver/last samples"),
+         report.Median("deliver/first samples"), kNano / kRange, "ns/sample");
+  for (const u32 length : kChunkLengths) {
+    to.Add(SoundName("delivered", length), report.Median(SoundName("deliver last", length)),
+           report.Median(SoundName("deliver first", length)), kNano / kRange, "ns/sample");
+  }
 }
 
 Plan TakeOwnOptions(int* argc, char** argv) {
-  constexpr std::string_view kFolder = "--folder=";
+  constexpr std::string_view kFolder = "--folder=", kJson = "--json=";
   Plan plan;
   int kept = 1;
   for (int i = 1; i < *argc; ++i) {
@@ -307,6 +361,8 @@ Plan TakeOwnOptions(int* argc, char** argv) {
       plan.smoke = true;
     } else if (option.starts_with(kFolder)) {
       plan.folder = option.substr(kFolder.size());
+    } else if (option.starts_with(kJson)) {
+      plan.json = option.substr(kJson.size());
     } else {
       argv[kept++] = argv[i];
     }
@@ -334,6 +390,15 @@ int main(int argc, char** argv) {
   RegisterAll(plan, film, fragments);
   CRatioReporter report;
   benchmark::RunSpecifiedBenchmarks(&report);
-  PrintComparison(plan, report, film, fragments);
+  const double samples = static_cast<double>(CPeerReader(film).ReadAll().samples);
+  CComparison comparison;
+  CompareWithPeer(comparison, plan, report, film, samples);
+  CompareWithBound(comparison, plan, report, samples);
+  CompareAdapting(comparison, report, film, fragments, samples);
+  CompareEnds(comparison, report);
+  if (!plan.json.empty() && !comparison.WriteJson(plan.json)) {
+    std::fprintf(stderr, "ktmp4_bench: cannot write %s\n", plan.json.c_str());
+    return 1;
+  }
   return report.HasFailed() ? 1 : 0;
 }

@@ -30,6 +30,14 @@ u64 COurReader::LastTime(u32 track) {
   return time;
 }
 
+std::vector<u32> COurReader::Sizes(u32 track) {
+  std::vector<u32> sizes(m_tracks[track].samples);
+  for (u32 i = 0; i < sizes.size(); ++i) {
+    Check(m_tracks[track].face->GetSampleSize(i + 1, &sizes[i]), "GetSampleSize");
+  }
+  return sizes;
+}
+
 void COurReader::Read(const Track& track, u32 sample, Tally* tally) {
   u32 size = 0;
   u64 decodingTime = 0;
@@ -87,6 +95,22 @@ Tally COurReader::ReadByTrack() {
   Tally tally;
   for (const Track& track : m_tracks) {
     for (u32 sample = 1; sample <= track.samples; ++sample) Read(track, sample, &tally);
+  }
+  return tally;
+}
+
+Tally COurReader::ListByTrack() {
+  Tally tally;
+  for (const Track& track : m_tracks) {
+    for (u32 sample = 1; sample <= track.samples; ++sample) {
+      u32 size = 0;
+      u64 decodingTime = 0;
+      u64 compositionTime = 0;
+      Check(track.face->GetSampleSize(sample, &size), "GetSampleSize");
+      Check(track.face->GetSampleDecodingTime(sample, &decodingTime), "GetSampleDecodingTime");
+      Check(track.face->GetSampleCompositionTime(sample, &compositionTime), "GetSampleCompositionTime");
+      tally.Add(size, decodingTime, compositionTime, 0);
+    }
   }
   return tally;
 }

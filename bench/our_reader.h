@@ -31,7 +31,9 @@ class COurReader {
   COurReader& operator=(const COurReader&) = delete;
   ~COurReader();
 
+  u32 TrackCount() const { return static_cast<u32>(m_tracks.size()); }
   u32 SampleCount(u32 track) const { return m_tracks[track].samples; }
+  std::vector<u32> Sizes(u32 track);
   /// Composition time of the last sample in ticks.
   u64 LastTime(u32 track);
 
@@ -41,6 +43,8 @@ class COurReader {
   Tally ReadByTime();
   /// One track after the other.
   Tally ReadByTrack();
+  /// Size and both times of every sample, one track after the other; the bytes are not read.
+  Tally ListByTrack();
   /// What the delivery to a pin asks for each of `count` samples from `first` on: size, bytes, its time and
   /// the next one's, and whether it is a sync sample.
   Tally DeliverRange(u32 track, u32 first, u32 count);

@@ -42,9 +42,37 @@ double CRatioReporter::Median(const std::string& name) const {
   return *middle;
 }
 
-void PrintRatio(const char* what, double ours, double theirs, double scale, const char* unit) {
+void CComparison::Begin(const char* title, const char* ours, const char* theirs) {
+  std::printf("\n%-46s %10s %11s %-10s %5s\n", title, ours, theirs, "", "ratio");
+  m_tables.push_back({title, ours, theirs, {}});
+}
+
+void CComparison::Add(const std::string& what, double ours, double theirs, double scale, const char* unit) {
   if (ours <= 0 || theirs <= 0) return;
-  std::printf("%-46s %10.2f %10.2f %-10s %6.2f\n", what, ours * scale, theirs * scale, unit, ours / theirs);
+  std::printf("%-46s %10.2f %10.2f %-10s %6.2f\n", what.c_str(), ours * scale, theirs * scale, unit,
+              ours / theirs);
+  m_tables.back().rows.push_back({what, unit, ours * scale, theirs * scale});
+}
+
+bool CComparison::WriteJson(const std::string& path) const {
+  std::FILE* const file = std::fopen(path.c_str(), "w");
+  if (file == nullptr) return false;
+  // Nothing in these texts wants to be escaped.
+  const char* table = "[";
+  for (const Table& t : m_tables) {
+    std::fprintf(file, "%s\n {\"table\": \"%s\", \"columns\": [\"%s\", \"%s\"], \"rows\": [", table,
+                 t.title.c_str(), t.ours.c_str(), t.theirs.c_str());
+    table = ",";
+    const char* row = "";
+    for (const Row& r : t.rows) {
+      std::fprintf(file, "%s\n  {\"row\": \"%s\", \"values\": [%.4g, %.4g], \"unit\": \"%s\"}", row,
+                   r.what.c_str(), r.ours, r.theirs, r.unit.c_str());
+      row = ",";
+    }
+    std::fprintf(file, "]}");
+  }
+  std::fprintf(file, "%s]\n", m_tables.empty() ? "[" : "\n");
+  return std::fclose(file) == 0;
 }
 
 }  // namespace kt

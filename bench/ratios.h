@@ -25,8 +25,27 @@ class CRatioReporter : public benchmark::ConsoleReporter {
   bool m_failed = false;
 };
 
-/// A line of the comparison: what was measured, ours and theirs in one unit, and how they stand to each
-/// other.
-void PrintRatio(const char* what, double ours, double theirs, double scale, const char* unit);
+/// The tables at the end: printed as they come and kept, to be written for programs too.
+class CComparison {
+ public:
+  /// Begins a table: what it is about, and whose figures stand beside each other.
+  void Begin(const char* title, const char* ours, const char* theirs);
+  /// A line: what was measured, both figures in one unit, and how they stand to each other. Left out when one
+  /// of the two was not measured.
+  void Add(const std::string& what, double ours, double theirs, double scale, const char* unit);
+  /// All of it as an array of tables. False when the file cannot be written.
+  bool WriteJson(const std::string& path) const;
+
+ private:
+  struct Row {
+    std::string what, unit;
+    double ours, theirs;
+  };
+  struct Table {
+    std::string title, ours, theirs;
+    std::vector<Row> rows;
+  };
+  std::vector<Table> m_tables;
+};
 
 }  // namespace kt
