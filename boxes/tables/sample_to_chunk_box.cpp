@@ -38,7 +38,8 @@ Mp4Result CSampleToChunkBox::IndexBlocks() {
 bool CSampleToChunkBox::SkipBlocks(const CBlockMaxima& maxima, u64 bound, Run* run) const {
   const u32 blocks = m_LastSamples.GetCount();
   const u32 block = std::min(maxima.FirstReaching(run->index / kBlockSize, bound), blocks);
-  *run = RunAt(std::min(block * kBlockSize, m_List.GetCount()), m_LastSamples.At(block));
+  const u64 last = std::min<u64>(u64{block} * kBlockSize, m_List.GetCount());
+  *run = RunAt(static_cast<u32>(last), m_LastSamples.At(block));
   return block < blocks;
 }
 

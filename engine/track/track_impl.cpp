@@ -42,6 +42,8 @@ u32 KindOfHandler(u32 handlerType) {
 
 Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
+  m_next = {};
+  m_sync = {};
   CTrackBox* track = nullptr;
   KT_TRY(m_file->GetTrackBox(trackIndex, &track));
   m_boxes.track = track;
