@@ -43,9 +43,8 @@ TEST(AdaptedFile, TakesTheTablesOfOtherWriters) {
       {"track number 0", &Track::tkhd, Tkhd(0, 320, 240, 40), kRefused},
       {"times beyond reason", &Track::edts, Box("edts", late), kRefused},
   };
-  for (const auto& [what, piece, content, samples] : kCases) {
+  for (const auto& [what, piece, content, samples] : kCases)
     EXPECT_EQ(Adapted(Track().With(piece, content)).Samples(), samples) << what;
-  }
 }
 
 TEST(AdaptedFile, BringsSampleEntriesIntoThePlainForm) {
@@ -155,6 +154,8 @@ TEST(AdaptedFile, AddsFragments) {
   const Bytes firstFlags = FullBox("trun", 0, 0x4, Bytes().U32s({3, 0}));
   const Bytes cut = FullBox("trun", 0, 0x200, Bytes().U32s({9, 1}));
   const auto at = [](u64 time) { return FullBox("tfdt", 1, 0, Bytes().U64(time)); };
+  const auto timed = [&](u64 time) { return Moof({place, at(time), two(0)}); };
+  const Bytes untimed = Moof({place, two(0)});
   const struct {
     const char* what;
     std::vector<Bytes> fragments;
@@ -162,15 +163,10 @@ TEST(AdaptedFile, AddsFragments) {
     u32 notes = 0;
   } kCases[] = {
       {"two runs, below 0", {Moof({place, at(0), two(0), more})}, "a0/5* bb5/10 ccc11/11*"},
-      {"a gap",
-       {Moof({place, at(50), two(0)}), Moof({place, at(70), two(0)})},
-       "a50/50* bb55/55 a70/70* bb75/75"},
-      {"no times", {Moof({place, two(0)}), Moof({place, two(0)})}, "a0/0* bb5/5 a11/11* bb16/16"},
-      {"some overlap", {Moof({place, two(0)}), Moof({place, at(8), two(0)})}, "a0/0* bb5/5 a8/8* bb13/13"},
-      {"too much of it",
-       {Moof({place, two(0)}), Moof({place, at(2), two(0)})},
-       "a0/0* bb5/5 a11/11* bb16/16",
-       ADAPT_TIMES_OVERLAP},
+      {"a gap", {timed(50), timed(70)}, "a50/50* bb55/55 a70/70* bb75/75"},
+      {"no times", {untimed, untimed}, "a0/0* bb5/5 a11/11* bb16/16"},
+      {"some overlap", {untimed, timed(8)}, "a0/0* bb5/5 a8/8* bb13/13"},
+      {"too much of it", {untimed, timed(2)}, "a0/0* bb5/5 a11/11* bb16/16", ADAPT_TIMES_OVERLAP},
       {"more records than there are", {Moof({place, cut})}, "a0/0*", ADAPT_RUNS_IGNORED},
       {"defaults", {Moof({defaults, firstFlags})}, "a0/0* b7/7 b14/14"},
       {"no such track", {Moof({FullBox("tfhd", 0, 0x20000, Bytes().U32(5)), two(0)})}, ""},
@@ -195,7 +191,7 @@ TEST(AdaptedFile, AddsFragments) {
   EXPECT_EQ(fragment.size() + 8, 84u);
   // Two years in nanoseconds: movie ticks of it do not come back in 64 bits, so the film moves to the front.
   movie.tracks[0].mdhd = Mdhd(1'000'000'000, 0);
-  const Bytes late = movie.Build().Add(Moof({place, at(u64{63} << 50), two(0)}));
+  const Bytes late = movie.Build().Add(timed(u64{63} << 50));
   EXPECT_EQ(Adapted(late).Samples(), "a0/0* bb5/5");
   EXPECT_EQ(Adapted(Bytes(early).Add(early).Add(movie.Build())).Samples(), "x0/0* yy5/5 x11/11* yy16/16");
 }

@@ -45,9 +45,8 @@ class Adapted {
     EXPECT_EQ(movie.result, MP4_OK);
     std::string text;
     const u32 tracks = Got(*movie, &CMp4File::GetTrackCount);
-    for (u32 index = 1; index <= tracks; ++index) {
+    for (u32 index = 1; index <= tracks; ++index)
       text += (index == 1 ? "" : "\n") + SamplesOf(*movie.OpenTrack(index));
-    }
     return text;
   }
   u32 Notes(u32 track = 0) { return image.Track(track).notes; }

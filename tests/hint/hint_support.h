@@ -48,9 +48,8 @@ inline std::string Describe(const Bytes& bytes) {
     text += " #" + std::to_string(header.sequenceNumber) + (header.marker != 0 ? "*" : "");
     RtpPiece piece;
     while ((result = hints.NextPiece(&piece)) == MP4_OK) {
-      for (u32 i = 0; piece.bytes != nullptr && i < piece.length; ++i) {
+      for (u32 i = 0; piece.bytes != nullptr && i < piece.length; ++i)
         text += " " + std::to_string(piece.bytes[i]);
-      }
       if (piece.type < RTP_CONSTRUCTOR_SAMPLE) continue;
       const bool isPlain = piece.type == RTP_CONSTRUCTOR_SAMPLE && piece.trackReference == 0;
       if (!isPlain) text += " " + std::to_string(piece.type) + "/" + std::to_string(piece.trackReference);

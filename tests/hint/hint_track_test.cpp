@@ -1,7 +1,5 @@
 #include <ktmp4/mp4_hint_track.h>
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <map>
 #include <memory>
@@ -62,11 +60,10 @@ class HintedMovie {
   std::string Samples(u32 index) {
     const std::unique_ptr<CMp4Track> track = m_read->OpenTrack(index);
     std::string text;
-    for (u32 sample = 1; sample <= Got(*track, &CMp4Track::GetSampleCount); ++sample) {
+    for (u32 sample = 1; sample <= Got(*track, &CMp4Track::GetSampleCount); ++sample)
       text += (text.empty() ? "" : ", ") +
               std::to_string(Got(*track, &CMp4Track::GetSampleDecodingTime, sample)) +
               Describe(SampleOf(*track, sample));
-    }
     return text;
   }
   /// A box of the hint track, by its path below "trak".
@@ -246,7 +243,9 @@ TEST(HintTrack, RefusesWhatItCannotPacketise) {
 // Every operation, in each state that a hint track can be in. "." stands for MP4_OK, "F" for MP4_NOT_FOUND,
 // "S" for MP4_BUFFER_TOO_SMALL, "-" for MP4_NOT_READY.
 TEST(HintTrack, AnswersByItsState) {
-  const auto answers = [](CMp4HintTrack* hint) {
+  const std::map<Mp4Result, char> letters = {
+      {MP4_OK, '.'}, {MP4_NOT_FOUND, 'F'}, {MP4_BUFFER_TOO_SMALL, 'S'}, {MP4_NOT_READY, '-'}};
+  const auto answers = [&](CMp4HintTrack* hint) {
     u32 number = 0;
     i32 offset = 0;
     u64 time = 0;
@@ -259,11 +258,7 @@ TEST(HintTrack, AnswersByItsState) {
           hint->SetMaxSamplesPerPacket(2), hint->GetTrackSdp(text, 4), hint->GetTimeScale(&number),
           hint->GetTimeOffset(&offset), hint->GetSequenceOffset(&offset), hint->SetTimeScale(1),
           hint->SetTimeOffset(1), hint->SetSequenceOffset(1), hint->SetRtpTimeScale(1)}) {
-      told += result == MP4_OK                 ? '.'
-              : result == MP4_NOT_FOUND        ? 'F'
-              : result == MP4_BUFFER_TOO_SMALL ? 'S'
-              : result == MP4_NOT_READY        ? '-'
-                                               : '?';
+      told += letters.at(result);
     }
     return told;
   };
@@ -298,35 +293,25 @@ TEST(HintTrack, AnswersByItsState) {
   EXPECT_EQ(GetReferencedTrack(hint.get(), 1, &media), MP4_NOT_READY);
 }
 
-/// A hint track of another writer.
-Track ForeignHint(const std::vector<u64>& sizes, const Bytes& entry) {
-  Track track;
-  track.mediaHeader = FullBox("hmhd", 0, 0, Bytes().Zeros(16));
-  track.hdlr = Hdlr("hint");
-  track.stsd = entry.empty() ? Stsd({}) : Stsd({entry});
-  track.stsz = Stsz(sizes);
-  track.stsc = Stsc({{1, 4}});
-  track.chunkOffsets = Stco({24});
-  return track;
-}
-
 TEST(HintTrack, BindsToHintTracksForRtpAlone) {
   const Bytes entry = MpegEntry("rtp ", Bytes().U16(1).U16(1).U32(1450).Add(Box("tims", Bytes().U32(9))));
+  const Bytes mediaHeader = FullBox("hmhd", 0, 0, Bytes().Zeros(16));
+  const Track hint = TrackOf("hint", mediaHeader, entry).WithOneChunk(3, Stsz({0xFFFFFFFF, 0, 3}));
   Movie movie;
-  movie.tracks = {ForeignHint({0xFFFFFFFF, 0, 3}, entry), Track(),
-                  ForeignHint({4}, Box("abcd", Bytes().Zeros(8))), ForeignHint({4}, {})};
+  movie.tracks = {hint, Track(), TrackOf("hint", mediaHeader, Box("abcd", Bytes().Zeros(8))),
+                  hint.With(&Track::stsd, Stsd({}))};
   OpenedMovie opened(movie);
   const Mp4Result expected[] = {MP4_BAD_ARGUMENT, MP4_OK,        MP4_BAD_ARGUMENT,
                                 MP4_BAD_BOX,      MP4_NOT_FOUND, MP4_BAD_ARGUMENT};
   for (u32 index = 0; index < std::size(expected); ++index) {
     CMp4HintTrack* bound = nullptr;
     EXPECT_EQ(opened->OpenHintTrack(index, &bound), expected[index]) << index;
-    const std::unique_ptr<CMp4HintTrack> hint(bound);
-    if (!hint) continue;
-    EXPECT_EQ(hint->DumpHintSample(1), MP4_FILE_IO) << "a size from the file is no reason to take memory";
-    EXPECT_EQ(hint->DumpHintSample(2), MP4_BAD_ARGUMENT);
+    const std::unique_ptr<CMp4HintTrack> held(bound);
+    if (!held) continue;
+    EXPECT_EQ(held->DumpHintSample(1), MP4_FILE_IO) << "a size from the file is no reason to take memory";
+    EXPECT_EQ(held->DumpHintSample(2), MP4_BAD_ARGUMENT);
     char text[4];
-    EXPECT_EQ(hint->GetTrackSdp(text, 4), MP4_NOT_FOUND);
+    EXPECT_EQ(held->GetTrackSdp(text, 4), MP4_NOT_FOUND);
   }
 }
 
