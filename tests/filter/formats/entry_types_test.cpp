@@ -1,16 +1,12 @@
 #include "filter/formats/entry_types.h"
 
-#include <gtest/gtest.h>
-
 #include <tuple>
 
 #include "filter/formats/sound_types.h"
 #include "support/movie_builder.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 const Bytes kAvc = {1, 0x64, 0x08, 0x1F, 0xFF, 0xE1, 0, 3, 0x67, 0x64, 0x1F, 1, 0, 2, 0x68, 0xEE};
 const Bytes kAvcSets = {0, 3, 0x67, 0x64, 0x1F, 0, 2, 0x68, 0xEE};
@@ -102,4 +98,4 @@ TEST(EntryTypes, ThereAreNoneForASetUpThatIsCut) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -1,7 +1,5 @@
 #include "filter/logic/position_change.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
 #include <memory>
 #include <tuple>
@@ -9,25 +7,22 @@
 #include "support/fake_worker.h"
 #include "support/movie_builder.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 /// Samples of 100 ms from `first` on, sync samples where the string has an "I".
 FakeTrackFacts Samples(u64 first, std::string_view sync) {
   FakeTrackFacts track;
-  for (std::size_t i = 0; i < sync.size(); ++i) {
+  for (std::size_t i = 0; i < sync.size(); ++i)
     track.samples.push_back({{1}, first + 100 * i, first + 100 * i, sync[i] == 'I'});
-  }
   return track;
 }
 
 constexpr i64 kMillisecond = 10'000;
 constexpr i64 kLength = 1000 * kMillisecond;
 
-FilterResult MovePin(CReaderPin& pin, i64 current, PinWorker* worker = nullptr, i64 length = kLength) {
-  return ChangePosition(pin, {&current, kAbsolutePositioning, nullptr, 0}, length, worker);
+FilterResult MovePin(CReaderPin& pin, i64 current) {
+  return ChangePosition(pin, {&current, kAbsolutePositioning, nullptr, 0}, kLength, nullptr);
 }
 
 // What can not be found keeps its value, and the rest goes on with it.
@@ -62,9 +57,7 @@ TEST(PositionChange, NothingCountsBelowZero) {
 
 // With the library's own search, which answers sample 0 and then refuses: it must not stick to that.
 TEST(PositionChange, FindsTheFirstSampleOfADelayedTrackEachTime) {
-  Track track;
-  track.edts = Edts({{500, -1}, {40, 0}});
-  const TempFile file(MovieOf(track).Build());
+  const TempFile file(MovieOf(Track().With(&Track::edts, Edts({{500, -1}, {40, 0}}))).Build());
   FakeHost host;
   CReaderSource source(host);
   ASSERT_EQ(source.Load(file.Name().c_str()), FilterResult::Ok);
@@ -87,8 +80,7 @@ TEST(PositionChange, FindsTheFirstSampleOfADelayedTrackEachTime) {
 
 TEST(PositionChange, OnlyAbsolutePositionsCount) {
   const i64 current = 100 * kMillisecond, stop = 50 * kMillisecond;
-  const i64 tooFar = kLength + 1;
-  const i64 farthest = std::numeric_limits<i64>::max();
+  const i64 tooFar = kLength + 1, farthest = std::numeric_limits<i64>::max();
   // The answer, start and stop then, and whether the worker starts anew.
   const std::tuple<const char*, PositionChange, FilterResult, i64, i64, bool> rows[] = {
       {"nothing", {}, FilterResult::Ok, 7, 8, false},
@@ -107,12 +99,10 @@ TEST(PositionChange, OnlyAbsolutePositionsCount) {
     CReaderPin& pin = bench.LoadOnePin();
     SetPosition(pin, {5, 0, 7, 8});
     EXPECT_EQ(ChangePosition(pin, change, kLength, bench.WorkerOf(pin)), result);
-    EXPECT_EQ(pin.Position().m_startPosition, newStart);
-    EXPECT_EQ(pin.Position().m_stopPosition, newStop);
-    EXPECT_EQ(pin.Position().m_currentSample, restarts ? 1u : 5u);
+    EXPECT_EQ(pin.Position(), (PinPosition{restarts ? 1u : 5u, restarts ? 100u : 0u, newStart, newStop}));
     EXPECT_EQ(bench.log.size(), restarts ? 4u : 0u);
   }
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -1,15 +1,12 @@
 #include "filter/logic/reader_source.h"
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <tuple>
 
 #include "support/fake_host.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 using Words = std::vector<std::string>;
 
 FakeTrackFacts TrackOf(u32 kind, u32 id) {
@@ -19,19 +16,16 @@ FakeTrackFacts TrackOf(u32 kind, u32 id) {
 // The two lists of sorts do not run in the same order.
 TEST(ReaderSource, SortsTracksAndMakesPins) {
   FakeHost host;
-  for (const u32 kind : {1u, 2u, 3u, 4u, 5u, 6u, 0u, 1u}) {
+  for (const u32 kind : {1u, 2u, 3u, 4u, 5u, 6u, 0u, 1u})
     host.file.tracks.push_back(TrackOf(kind, 10 + static_cast<u32>(host.file.tracks.size())));
-  }
   ASSERT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
 
   const TrackTables& tables = host.Source().Tables();
   EXPECT_EQ(tables.m_trackCount, 8u);
   EXPECT_EQ(tables.m_movieTimeScale, 600u);
   static constexpr u32 kTypes[] = {1, 2, 6, 5, 4, 3, 0, 1};
-  for (u32 i = 0; i < 8; ++i) {
-    EXPECT_EQ(tables.m_trackType[i], kTypes[i]) << i;
-    EXPECT_EQ(tables.m_trackId[i], 10 + i) << i;
-  }
+  for (u32 i = 0; i < 8; ++i)
+    EXPECT_EQ(std::pair(tables.m_trackType[i], tables.m_trackId[i]), std::pair(kTypes[i], 10 + i)) << i;
 
   const Words names = {"MPEG-4 Track Video", "MPEG-4 Track Audio", "MPEG-4 Track Line21",
                        "MPEG-4 Track Video"};
@@ -63,12 +57,6 @@ TEST(ReaderSource, ASecondFileTakesThePlaceOfTheFirst) {
   EXPECT_EQ(TrackBehind(*host.Source().Pins()[0]), nullptr);
   EXPECT_FALSE(host.Source().Pins()[2]->SeekMaster());
   EXPECT_EQ(Ask(host.Source(), &CReaderSource::GetDuration).result, FilterResult::False);
-}
-
-TEST(ReaderSource, LooksAtTheFirst32Tracks) {
-  FakeHost host(std::vector<FakeTrackFacts>(40, TrackOf(MP4_KIND_VIDEO, 1)), "a.mp4");
-  EXPECT_EQ(host.Source().Tables().m_trackCount, 32u);
-  EXPECT_EQ(host.Source().Pins().size(), 32u);
 }
 
 TEST(ReaderSource, RefusalsChangeNothing) {
@@ -106,16 +94,19 @@ TEST(ReaderSource, AFileThatCanNotBeUsedIsDropped) {
   }
 }
 
-TEST(ReaderSource, NoTracksAndNoMovieTimeScaleAreNoFailure) {
+// What is looked at of no tracks, whose movie does not tell its time scale, and of too many.
+TEST(ReaderSource, LooksAtNoneTo32Tracks) {
   FakeHost host;
-  EXPECT_EQ(host.Source().Tables().m_movieTimeScale, 1000u);
   host.file.failing = {"GetMovieTimeScale"};
   host.file.movieTimeScale = 7;
-  EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
-  EXPECT_EQ(host.Source().Tables().m_movieTimeScale, 1000u);
-  EXPECT_EQ(host.Source().Tables().m_trackCount, 0u);
-  EXPECT_TRUE(host.Source().Pins().empty());
-  EXPECT_EQ(host.Source().SeekPin(), nullptr);
+  for (const std::size_t count : {0u, 40u}) {
+    EXPECT_EQ(host.Source().Tables().m_movieTimeScale, 1000u);
+    host.file.tracks.assign(count, TrackOf(MP4_KIND_VIDEO, 1));
+    EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok);
+    EXPECT_EQ(host.Source().Tables().m_trackCount, std::min<std::size_t>(count, 32));
+    EXPECT_EQ(host.Source().Pins().size(), host.Source().Tables().m_trackCount);
+    EXPECT_EQ(host.Source().SeekPin() != nullptr, count > 0);
+  }
 }
 
 TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
@@ -142,12 +133,9 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
 
 TEST(ReaderSource, CaptionTracksAreKeptOutByCcOff) {
   FakeHost host({TrackOf(MP4_KIND_TEXT, 4)}, "ktmp4file://c/x.mp4&cc=off");
-  EXPECT_FALSE(host.Source().HasLine21());
-  EXPECT_TRUE(host.Source().Pins().empty());
-  EXPECT_TRUE(host.file.open.empty());
-  EXPECT_EQ(host.Source().Tables().m_trackCount, 1u);
-  EXPECT_EQ(host.Source().Tables().m_trackId[0], 4u);
-  EXPECT_EQ(host.Source().Tables().m_trackType[0], 0u);
+  const TrackTables& tables = host.Source().Tables();
+  EXPECT_TRUE(!host.Source().HasLine21() && host.Source().Pins().empty() && host.file.open.empty());
+  EXPECT_TRUE(tables.m_trackCount == 1 && tables.m_trackId[0] == 4 && tables.m_trackType[0] == 0);
 }
 
 TEST(ReaderSource, NoMemoryForAPinKeepsWhatWasMade) {
@@ -162,4 +150,4 @@ TEST(ReaderSource, NoMemoryForAPinKeepsWhatWasMade) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -1,7 +1,5 @@
 #include "filter/logic/text_delivery.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <limits>
 #include <new>
