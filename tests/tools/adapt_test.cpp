@@ -1,7 +1,5 @@
 // What --adapt makes of files that the strict reader refuses, and what is said of it.
 
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include "support/movie_builder.h"

@@ -1,7 +1,5 @@
 // Captions that the program adds to a file, and what it makes of a caption track.
 
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <tuple>
 
@@ -29,21 +27,16 @@ struct Captioned {
 // 20 hours between two lines are more ticks than the writer takes in one step.
 TEST(AddCaptions, TimeCodesAndPairsComeBack) {
   const struct {
-    const char* separator;
+    char separator;
     std::vector<std::string> options;
     const char* time;  // of the last row
-  } rows[] = {{":", {}, "20:01:12.033"}, {";", {}, "19:59:59.961"}, {":", {"--rate", "30"}, "20:00:00.033"}};
+  } rows[] = {{':', {}, "20:01:12.033"}, {';', {}, "19:59:59.961"}, {':', {"--rate", "30"}, "20:00:00.033"}};
   for (const auto& row : rows) {
     Captioned file;
-    std::string lines;
-    for (const char* line :
-         {"00:00:00?00\t9420 9420 c8e9 942f 942f", "00:01:02?29\t942c 942c", "00:01:03?01\t94ae",
-          "00:59:59?29\t9425 c8e9 94ad", "01:00:00?02\t94ad c8e9", "20:00:00?00\tc8e9 94ad"}) {
-      lines += line;
-      lines[lines.find('?')] = row.separator[0];
-      lines += "\n\n";
-    }
-    lines.pop_back();
+    std::string lines =
+        "00:00:00?00\t9420 9420 c8e9 942f 942f\n\n00:01:02?29\t942c 942c\n\n00:01:03?01\t94ae\n\n"
+        "00:59:59?29\t9425 c8e9 94ad\n\n01:00:00?02\t94ad c8e9\n\n20:00:00?00\tc8e9 94ad\n";
+    std::ranges::replace(lines, '?', row.separator);
     file.Add(lines, row.options);
     EXPECT_EQ(file.Captions("scc"), "Scenarist_SCC V1.0\n\n" + lines);
     const std::string text = file.Captions("text");

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include "support/movie_builder.h"
@@ -36,9 +34,8 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
       {{"samples", "--track", "0", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"samples", "--track", "4294967296", "a.mp4"}, "ktmp4 samples", "--track"},
   };
-  for (const auto& [arguments, speaker, part] : rows) {
+  for (const auto& [arguments, speaker, part] : rows)
     EXPECT_EQ(ExpectOneLine(CommandLine(arguments), 2, speaker, {part}), "");
-  }
   ExpectParts(ExpectRun({"info", "--help"}), {"FILE"});
   EXPECT_TRUE(ExpectRun({"--version"}).starts_with("ktmp4 "));
 }
@@ -87,9 +84,8 @@ TEST(BadFile, IsRefusedByEachCommand) {
     std::vector<std::vector<std::string>> commandLines = {{"samples", "--track", "1", file},
                                                           {"extract", "--track", "1", file, output},
                                                           {"add-captions", file, file, output}};
-    for (const char* command : {"dump", "info", "play", "captions", "hints", "sdp"}) {
+    for (const char* command : {"dump", "info", "play", "captions", "hints", "sdp"})
       commandLines.push_back({command, file});
-    }
     for (const char* command : {"remux", "hint"}) commandLines.push_back({command, file, output});
     for (const auto& arguments : commandLines) {
       const std::string out =
@@ -167,10 +163,9 @@ TEST(StandardOutput, ThatIsFullIsAFailure) {
   const std::string file = Media("bframes-aac.mp4");
   const std::vector<std::string> commandLines[] = {
       {"dump", file}, {"info", file}, {"samples", "--track", "1", file}, {"play", file}};
-  for (const auto& arguments : commandLines) {
+  for (const auto& arguments : commandLines)
     ExpectOneLine("(" + CommandLine(arguments) + " >/dev/full)", 1, "ktmp4 " + arguments[0],
                   {"cannot write on standard output"});
-  }
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Captions of the three modes, read, written and decoded by the program and by ffmpeg, whose code is
 // another's work: pairs and rows have to be the same.
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <set>
 

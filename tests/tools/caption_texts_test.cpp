@@ -79,12 +79,10 @@ TEST(SccFile, FailuresNameTheLine) {
       {"00:00:02:00 9420\n00:00:03;00 942c", {}, "line 4: its time code is drop frame"},
       {"00:00:02;00 9420", FrameRate::kThirty, "line 3: a drop frame time code"},
   };
-  for (const auto& [lines, rate, message] : rows) {
+  for (const auto& [lines, rate, message] : rows)
     ExpectFailure([&text = lines, &wanted = rate] { static_cast<void>(Read(text, wanted)); }, message);
-  }
-  for (const char* const text : {"", "1\n00:00:01,000 --> 00:00:02,000\n"}) {
+  for (const char* const text : {"", "1\n00:00:01,000 --> 00:00:02,000\n"})
     ExpectFailure([&] { static_cast<void>(ReadScc(text, {})); }, "line 1: a caption file begins with");
-  }
 }
 
 // Frame and pair of each sample; ">" where decoding can begin, "-" for a filler.

@@ -1,7 +1,5 @@
 // What `extract` writes, and what it leaves behind when it cannot.
 
-#include <gtest/gtest.h>
-
 #include <fstream>
 
 #include "support/movie_builder.h"

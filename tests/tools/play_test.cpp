@@ -1,7 +1,5 @@
 // What `play` delivers: the filter's pins, merged by time, and what it makes of captions.
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <cstdio>
 #include <map>
@@ -36,8 +34,7 @@ Log SampleLines(const std::string& out) {
 
 std::string Play(const Movie& movie, std::vector<std::string> options = {}) {
   const TempFile file(movie.Build());
-  options.insert(options.begin(), "play");
-  options.push_back(file.Name());
+  options.insert(options.begin(), {"play", file.Name()});
   return ExpectRun(options);
 }
 
@@ -202,9 +199,8 @@ TEST(Play, SeeksToTheSyncSampleBefore) {
       {"nan", 2, "\"nan\" is no time in seconds from 0 up"},
       {"2s", 2, "\"2s\" is no time in seconds from 0 up"},
   };
-  for (const auto& [from, exitCode, message] : refused) {
+  for (const auto& [from, exitCode, message] : refused)
     ExpectRun({"play", "--quiet", "--from", from, Media("bframes-aac.mp4")}, exitCode, {message});
-  }
 }
 
 }  // namespace

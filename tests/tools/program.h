@@ -29,15 +29,6 @@ inline std::string ReadText(const std::filesystem::path& path) {
   return {bytes.begin(), bytes.end()};
 }
 
-/// What a program told a person, with the line ends that it meant.
-inline std::string ReadMessages(const std::filesystem::path& path) {
-  std::string text = ReadText(path);
-#ifdef _WIN32
-  std::erase(text, '\r');
-#endif
-  return text;
-}
-
 /// One word of a command line for the system's shell.
 inline std::string ShellWord(const std::string& word) {
 #ifdef _WIN32
@@ -62,14 +53,17 @@ inline Outcome RunShell(const std::string& line) {
 #ifdef _WIN32
   // Wine fails now and then to start the shell (-1), or the shell the program (9009): nothing has run then.
   int exitCode = -1;
-  for (int tries = 0; tries < 5 && (exitCode == -1 || exitCode == 9009); ++tries) {
+  for (int tries = 0; tries < 5 && (exitCode == -1 || exitCode == 9009); ++tries)
     exitCode = std::system(("\"" + command + "\"").c_str());
-  }
 #else
   const int status = std::system(command.c_str());
   const int exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 #endif
-  return {exitCode, ReadText(out.Path()), ReadMessages(err.Path())};
+  Outcome outcome = {exitCode, ReadText(out.Path()), ReadText(err.Path())};
+#ifdef _WIN32
+  std::erase(outcome.err, '\r');  // the line ends that were meant
+#endif
+  return outcome;
 }
 
 inline Outcome RunProgram(const std::vector<std::string>& arguments) {
@@ -121,9 +115,8 @@ class TempFolder : public TempFile {
   /// The names in it, hidden ones too.
   std::vector<std::string> Names() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(Path())) {
+    for (const auto& entry : std::filesystem::directory_iterator(Path()))
       names.push_back(entry.path().filename().string());
-    }
     std::ranges::sort(names);
     return names;
   }

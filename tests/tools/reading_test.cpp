@@ -1,7 +1,5 @@
 // What dump, info and samples tell of files that open.
 
-#include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
 #include "support/movie_builder.h"
