@@ -173,7 +173,11 @@ HRESULT TryOverlayMixer(IGraphBuilder* graph, IPin* output) {
   if (SUCCEEDED(result)) result = TryRenderer(graph, mixer.Get(), L"Overlay mixer", output);
   if (FAILED(result)) return result;
   result = RenderOutputOf(graph, mixer.Get());
-  if (FAILED(result)) graph->RemoveFilter(mixer.Get());
+  if (FAILED(result)) {
+    graph->RemoveFilter(mixer.Get());
+    // What the graph has found in between holds the output still.
+    TearDownFrom(graph, output);
+  }
   return result;
 }
 
