@@ -30,6 +30,8 @@ void MoveTo(CMp4Track* track, const CReaderPin& pin, i64 current, PinPosition* p
   if (track) {
     const u64 ticks = static_cast<u64>(HnsToTicks(current, pin.TimeScale()));
     FindTarget(track, ticks, position);
+    // Pictures and sound of an adapted file may begin at different times, and stay apart by that.
+    if (pin.IsAdapted()) position->m_baseTime = ticks;
     // What is decoded at the position may be shown behind a sync sample that comes too late for it.
     u32 syncSample = 0;
     if (pin.HasPlatformType() && track->FindSyncSample(ticks, &syncSample) == MP4_OK) {
