@@ -1,5 +1,6 @@
 // What the pins of a loaded file build downstream of them, in the platform's own graph manager. The filters
-// that a file needs are stand-ins, each of which can be missing or fail in a way of its own.
+// that a file needs are stand-ins, each of which can be missing or fail in a way of its own. In the decoder's
+// place stands one, too, or the real one, behind which the graph finds somebody who decodes.
 
 #include <d3d9.h>
 #include <objbase.h>
@@ -12,6 +13,7 @@
 #include <map>
 #include <set>
 
+#include "filter/formats/identifiers.h"
 #include "filter/platform/platform_guid.h"
 #include "filter/platform/source_host.h"
 #include "filter/platform/stand_in.h"
@@ -105,13 +107,30 @@ Movie MovieWith(std::string_view tracks) {
   return movie;
 }
 
+enum class Companion { StandIn, Real };
+
+/// Decodes what the real companion hands on.
+StandInScript CodecScript() {
+  StandInScript script;
+  script.pins = {{PINDIR_INPUT, {PlainType(::MEDIATYPE_Video, ToPlatform(FourCcGuid("MP4V")))}},
+                 PinTaking(PINDIR_OUTPUT, {kPicture})};
+  return script;
+}
+
 /// A graph with the source of a file, among stand-ins.
 class Assembly {
  public:
   explicit Assembly(std::string_view tracks, const Faults& faults = {}, const std::wstring& url = L"",
-                    const OnConnect& onConnect = nullptr)
+                    const OnConnect& onConnect = nullptr, Companion companion = Companion::StandIn)
       : m_file(L"film.mp4", MovieWith(tracks).Build()) {
-    for (const PartRow& row : kParts) m_classes.emplace_back(row.clsid, ScriptOf(row, faults, onConnect));
+    for (const PartRow& row : kParts) {
+      if (row.part == Part::Decoder && companion == Companion::Real) {
+        m_classes.emplace_back(row.clsid, m_companion.Factory(row.clsid).Get());
+        m_codec.emplace(L"Mpeg-4 Decoder-Codec", CodecScript());
+      } else {
+        m_classes.emplace_back(row.clsid, ScriptOf(row, faults, onConnect));
+      }
+    }
     EXPECT_EQ(m_source.emplace().Load(url.empty() ? m_file.Name() : UrlOf(m_file.Name(), url)), S_OK);
   }
 
@@ -141,10 +160,21 @@ class Assembly {
   }
   PlayedSource& Source() { return *m_source; }
   IGraphBuilder* Graph() { return m_source->Graph().m_builder.Get(); }
-  std::string Text() { return DescribeGraph(Graph()); }
+  /// With companion and codec as one.
+  std::string Text() {
+    std::string text = DescribeGraph(Graph());
+    const auto replace = [&](std::string_view old, std::string_view by) {
+      for (std::size_t at = 0; (at = text.find(old)) != text.npos;) text.replace(at, old.size(), by);
+    };
+    replace("Mpeg-4 Decoder>Mpeg-4 Decoder-Codec, ", "");
+    replace("Mpeg-4 Decoder-Codec>", "Mpeg-4 Decoder>");
+    return text;
+  }
 
  private:
+  const ServerModule m_companion{DecoderPath()};
   const NamedFile m_file;
+  std::optional<MappedStandIn> m_codec;
   std::list<StandInClass> m_classes;
   std::optional<PlayedSource> m_source;
 };
@@ -235,10 +265,15 @@ const AssemblyRow kRows[] = {
     {"captions alone find nothing", "lv", kNothingForCaptions, "80040111 ok", kOnVmr9},
 };
 
-TEST_F(GraphAssemblyTest, TakesTheNextBestAtEachStage) {
+class GraphShapesTest : public SourceTest, public testing::WithParamInterface<Companion> {};
+INSTANTIATE_TEST_SUITE_P(Companions, GraphShapesTest, testing::Values(Companion::StandIn, Companion::Real));
+
+TEST_P(GraphShapesTest, TakesTheNextBestAtEachStage) {
   for (const AssemblyRow& row : kRows) {
+    // The real one has no faults.
+    if (GetParam() == Companion::Real && row.faults.contains(Part::Decoder)) continue;
     SCOPED_TRACE(row.what);
-    Assembly assembly(row.tracks, row.faults, row.url);
+    Assembly assembly(row.tracks, row.faults, row.url, nullptr, GetParam());
     if (row.tracks.find('v') != std::string_view::npos) assembly.AddSpare(L"Spare");
     for (const auto& [part, fault] : row.faults) {
       if (fault == NeedsConverter) assembly.AddConverter();

@@ -9,13 +9,34 @@
 
 namespace kt::test {
 HRESULT ServerModule::Call(const char* name) const {
-  const auto function =
-      reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+  HRESULT(WINAPI* const function)() = Find<HRESULT WINAPI()>(name);
   return function != nullptr ? function() : E_NOINTERFACE;
+}
+
+ComPointer<IClassFactory> ServerModule::Factory(REFCLSID clsid) const {
+  const auto make = Find<HRESULT WINAPI(REFCLSID, REFIID, void**)>("DllGetClassObject");
+  ComPointer<IClassFactory> factory;
+  EXPECT_EQ(make != nullptr ? make(clsid, IID_IClassFactory, factory.PutVoid()) : E_NOINTERFACE, S_OK);
+  return factory;
 }
 
 std::wstring SourcePath() {
   return std::filesystem::path(KTMP4_MODULE).wstring();
+}
+
+std::wstring DecoderPath() {
+  return std::filesystem::path(KTMP4_DECODER).wstring();
+}
+
+HRESULT ConnectByType(HostGraph& graph, IPin* output, IPin* input, ULONG position) {
+  ComPointer<IEnumMediaTypes> types;
+  AM_MEDIA_TYPE* type = nullptr;
+  EXPECT_EQ(output->EnumMediaTypes(types.Put()), S_OK);
+  EXPECT_EQ(types->Skip(position), S_OK);
+  EXPECT_EQ(types->Next(1, &type, nullptr), S_OK);
+  const HRESULT result = graph.m_builder->ConnectDirect(output, input, type);
+  DeleteMediaType(type);
+  return result;
 }
 
 std::wstring MediaFile(const std::wstring& name) {
@@ -67,13 +88,7 @@ void PlayedSource::Connect(PlayScript script) {
     if (pin->ConnectedTo(peer.Put()) == S_OK) continue;
     CRecordingSink& sink = **m_sinks.emplace_back(std::make_unique<Held<CRecordingSink>>(script.sink));
     EXPECT_EQ(m_graph.m_builder->AddFilter(&sink, nullptr), S_OK);
-    ComPointer<IEnumMediaTypes> types;
-    AM_MEDIA_TYPE* type = nullptr;
-    EXPECT_EQ(pin->EnumMediaTypes(types.Put()), S_OK);
-    EXPECT_EQ(types->Skip(script.typePosition), S_OK);
-    EXPECT_EQ(types->Next(1, &type, nullptr), S_OK);
-    EXPECT_EQ(m_graph.m_builder->ConnectDirect(pin.Get(), &sink.Pin(), type), S_OK);
-    DeleteMediaType(type);
+    EXPECT_EQ(ConnectByType(m_graph, pin.Get(), &sink.Pin(), script.typePosition), S_OK);
   }
 }
 

@@ -26,6 +26,7 @@ class ServerModule {
   HRESULT Register() const { return Call("DllRegisterServer"); }
   HRESULT Unregister() const { return Call("DllUnregisterServer"); }
   HRESULT CanUnload() const { return Call("DllCanUnloadNow"); }
+  ComPointer<IClassFactory> Factory(REFCLSID clsid) const;
   /// Its name as the platform writes it.
   std::wstring Path() const {
     wchar_t path[500] = {};
@@ -34,13 +35,21 @@ class ServerModule {
   }
 
  private:
+  template <class Function>
+  Function* Find(const char* name) const {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(m_module, name)));
+  }
   HRESULT Call(const char* name) const;
 
   const HMODULE m_module;
 };
 
-/// The module with the filter.
+/// The module with the filter, and that with the companion.
 std::wstring SourcePath();
+std::wstring DecoderPath();
+
+/// Connects two pins of a graph with the type that `output` offers at a position.
+HRESULT ConnectByType(HostGraph& graph, IPin* output, IPin* input, ULONG position);
 
 /// The samples that a pin has to deliver behind a seek to `position`: as the library has it, from the sync
 /// sample on, and all but the last one.

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <set>
 
+#include "module/host_graph.h"
 #include "module/recording_sink.h"
 
 namespace kt::test {
@@ -211,6 +212,12 @@ class CStandInFactory final : public CUnknown, public IClassFactory {
   const std::optional<StandInScript> m_script;
 };
 
+GUID NewGuid() {
+  GUID guid = {};
+  CoCreateGuid(&guid);
+  return guid;
+}
+
 std::string NameOf(IBaseFilter* filter) {
   FILTER_INFO info = {};
   filter->QueryFilterInfo(&info);
@@ -232,10 +239,37 @@ ComPointer<IBaseFilter> MakeStandIn(const StandInScript& script) {
   return ComPointer<IBaseFilter>(new CStandIn(CLSID{}, script));
 }
 
-StandInClass::StandInClass(REFCLSID clsid, std::optional<StandInScript> script) {
-  const ComPointer<IClassFactory> factory(new CStandInFactory(clsid, std::move(script)));
-  EXPECT_EQ(CoRegisterClassObject(clsid, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &m_cookie),
+StandInClass::StandInClass(REFCLSID clsid, std::optional<StandInScript> script)
+    : StandInClass(clsid, ComPointer<IClassFactory>(new CStandInFactory(clsid, std::move(script))).Get()) {}
+
+StandInClass::StandInClass(REFCLSID clsid, IClassFactory* factory) {
+  EXPECT_EQ(CoRegisterClassObject(clsid, factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &m_cookie), S_OK);
+}
+
+MappedStandIn::MappedStandIn(const wchar_t* name, const StandInScript& script)
+    : m_clsid(NewGuid()), m_class(m_clsid, script) {
+  std::vector<REGPINTYPES> types[2];
+  REGFILTERPINS pins[2] = {};
+  // What has no output is not tried between two others.
+  for (std::size_t i = 0; i < 2; ++i) {
+    for (const CMediaType& type : script.pins.at(i).types)
+      types[i].push_back({&type.majortype, &type.subtype});
+    pins[i].bOutput = i == 1;
+    pins[i].nMediaTypes = static_cast<UINT>(types[i].size());
+    pins[i].lpMediaType = types[i].data();
+  }
+  REGFILTER2 told = {};
+  told.dwVersion = 1;
+  told.dwMerit = MERIT_NORMAL;
+  told.cPins = 2;
+  told.rgPins = pins;
+  EXPECT_EQ(Made<IFilterMapper2>(CLSID_FilterMapper2)
+                ->RegisterFilter(m_clsid, name, nullptr, nullptr, nullptr, &told),
             S_OK);
+}
+
+MappedStandIn::~MappedStandIn() {
+  EXPECT_EQ(Made<IFilterMapper2>(CLSID_FilterMapper2)->UnregisterFilter(nullptr, nullptr, m_clsid), S_OK);
 }
 
 std::string DescribeGraph(IGraphBuilder* graph) {

@@ -52,12 +52,28 @@ ComPointer<IBaseFilter> MakeStandIn(const StandInScript& script);
 class StandInClass {
  public:
   StandInClass(REFCLSID clsid, std::optional<StandInScript> script);
+  /// The same for what a module makes.
+  StandInClass(REFCLSID clsid, IClassFactory* factory);
   StandInClass(const StandInClass&) = delete;
   StandInClass& operator=(const StandInClass&) = delete;
   ~StandInClass() { CoRevokeClassObject(m_cookie); }
 
  private:
   DWORD m_cookie = 0;
+};
+
+/// A stand-in that graphs find by themselves, as long as this lives: the filter mapper knows it under `name`,
+/// at normal merit, for the types of its first pin.
+class MappedStandIn {
+ public:
+  MappedStandIn(const wchar_t* name, const StandInScript& script);
+  MappedStandIn(const MappedStandIn&) = delete;
+  MappedStandIn& operator=(const MappedStandIn&) = delete;
+  ~MappedStandIn();
+
+ private:
+  const GUID m_clsid;
+  const StandInClass m_class;
 };
 
 /// The filters of a graph and how they hang together, in the order of their names: "A>B" for a connection,
