@@ -83,10 +83,16 @@ TEST(SampleToChunkBox, AnswersLikeAWalkFromItsPlace) {
       chunk.result = first.result = box->FindChunk(sample, &chunk.value, &first.value);
       if (chunk.result != MP4_OK) chunk.value = 1;
       ASSERT_EQ(chunk, plain.ChunkOf(sample)) << round;
-      if (chunk.result == MP4_OK) ASSERT_EQ(first, plain.FirstSampleOf(chunk.value)) << round;
+      if (chunk.result == MP4_OK) {
+        ASSERT_EQ(first, plain.FirstSampleOf(chunk.value)) << round;
+      }
       const u32 other = below(far), kind = below(30);
-      if (kind == 0) ASSERT_EQ(Ask(*box, kChunkOf, other), plain.ChunkOf(other)) << round;
-      if (kind == 1) ASSERT_EQ(Ask(*box, kFirstSampleOf, other), plain.FirstSampleOf(other)) << round;
+      if (kind == 0) {
+        ASSERT_EQ(Ask(*box, kChunkOf, other), plain.ChunkOf(other)) << round;
+      }
+      if (kind == 1) {
+        ASSERT_EQ(Ask(*box, kFirstSampleOf, other), plain.FirstSampleOf(other)) << round;
+      }
     }
   }
 }
