@@ -105,6 +105,7 @@ TEST(TrackWriting, TimesBecomeRuns) {
     WrittenMovie movie;
     CMp4Track* track = movie.AddTextTrack(1000);
     EXPECT_EQ(track->WriteSample(nullptr, 5, 0, 0, 1), MP4_BAD_ARGUMENT) << "and the track stays usable";
+    EXPECT_EQ(track->WriteSample(nullptr, 0, 0, 0, 1), MP4_BAD_ARGUMENT);
     EXPECT_EQ(track->WriteSample("x", 0, 0, 0, 1), MP4_BAD_ARGUMENT);
     for (const Sample& sample : samples) {
       ASSERT_EQ(track->WriteSample("x", 1, sample.decoding, sample.composition, 1), sample.result);
