@@ -19,7 +19,7 @@ void CheckSystem(bool worked, const char* what) {
 }  // namespace
 
 CRawReader::CRawReader(const std::string& path) : m_file(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-  struct stat status {};
+  struct stat status = {};
   CheckSystem(m_file >= 0 && fstat(m_file, &status) == 0, path.c_str());
   m_size = static_cast<u64>(status.st_size);
   COurReader reader(path);

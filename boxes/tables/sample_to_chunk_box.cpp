@@ -44,7 +44,7 @@ bool CSampleToChunkBox::SkipBlocks(const CBlockMaxima& maxima, u64 bound, Run* r
 }
 
 // Goes on to the run ahead of the first one, behind this one, whose number is not below the bound.
-Mp4Result CSampleToChunkBox::PassBelow(const CBlockMaxima& maxima, u32 Run::*number, u64 bound, Run* run) {
+Mp4Result CSampleToChunkBox::PassBelow(const CBlockMaxima& maxima, RunNumber number, u64 bound, Run* run) {
   while (run->index < m_List.GetCount()) {
     if (run->index % kBlockSize == 0) {
       KT_TRY(IndexBlocks());

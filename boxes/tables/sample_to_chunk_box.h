@@ -55,6 +55,7 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
     u32 samplesPerChunk;
     u32 firstSample;
   };
+  using RunNumber = decltype(&Run::firstChunk);
   // What `FindChunk` has found, and for how many samples from that one on both questions have this answer as
   // long as the cursor stays; none once another question has been asked.
   struct Found {
@@ -68,7 +69,7 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
 
   Run RunAt(u32 index, u32 firstSample) const;
   Run RunBehind(const Run& run) const;
-  Mp4Result PassBelow(const CBlockMaxima& maxima, u32 Run::*number, u64 bound, Run* run);
+  Mp4Result PassBelow(const CBlockMaxima& maxima, RunNumber number, u64 bound, Run* run);
   Mp4Result IndexBlocks();
   bool SkipBlocks(const CBlockMaxima& maxima, u64 bound, Run* run) const;
   Mp4Result SearchChunk(u32 sample);
