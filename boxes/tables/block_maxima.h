@@ -30,7 +30,7 @@ class CBlockMaxima {
   }
   /// To be called behind the last `Offer`.
   void Combine() {
-    for (u32 node = m_leaves - 1; node > 0; --node) {
+    for (std::size_t node = m_leaves - 1; node > 0; --node) {
       m_largest[node] = std::max(m_largest[2 * node], m_largest[2 * node + 1]);
     }
   }
