@@ -1,10 +1,8 @@
 #pragma once
 
-#include <windows.h>
-
-#include <atomic>
 #include <mutex>
 
+#include "module/graph/call_origin.h"
 #include "module/graph/state_lock.h"
 
 namespace kt {
@@ -17,16 +15,13 @@ class CStreamLock {
   void unlock();
   /// Whether the call at hand comes out of the holder: on its thread, or on another one that serves a COM
   /// call of its.
-  bool IsCaller() const;
+  bool IsCaller() const { return m_holder.IsCaller(); }
 
  private:
   CCritSec m_lock;
   /// How often the holder has it.
   int m_depth = 0;
-  std::atomic<DWORD> m_threadId{0};
-  /// What COM calls the holder and the calls that it makes; none without a holder.
-  mutable std::mutex m_logicalLock;
-  GUID m_logicalThread = {};
+  CCallOrigin m_holder;
 };
 
 using StreamGuard = std::lock_guard<CStreamLock>;

@@ -103,86 +103,84 @@ HRESULT CTransformOutputPin::Notify(IBaseFilter*, Quality quality) {
   return m_filter.m_input.PassNotify(quality);
 }
 
-template <class Call>
-HRESULT CTransformOutputPin::AskUpstream(Call call) {
+/// Makes a call of the interface that upstream has.
+template <class Call, class... Arguments>
+HRESULT CTransformOutputPin::AskUpstream(Call call, Arguments... arguments) {
   ComPointer<IPin> peer;
   ComPointer<IMediaSeeking> seeking;
   if (m_filter.m_input.ConnectedTo(peer.Put()) != S_OK) return VFW_E_NOT_CONNECTED;
   if (FAILED(peer->QueryInterface(IID_IMediaSeeking, seeking.PutVoid()))) return E_NOTIMPL;
-  return call(*seeking.Get());
+  return (seeking.Get()->*call)(arguments...);
 }
 
 HRESULT CTransformOutputPin::GetCapabilities(DWORD* caps) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetCapabilities(caps); });
+  return AskUpstream(&IMediaSeeking::GetCapabilities, caps);
 }
 
 HRESULT CTransformOutputPin::CheckCapabilities(DWORD* caps) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.CheckCapabilities(caps); });
+  return AskUpstream(&IMediaSeeking::CheckCapabilities, caps);
 }
 
 HRESULT CTransformOutputPin::IsFormatSupported(const GUID* format) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.IsFormatSupported(format); });
+  return AskUpstream(&IMediaSeeking::IsFormatSupported, format);
 }
 
 HRESULT CTransformOutputPin::QueryPreferredFormat(GUID* format) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.QueryPreferredFormat(format); });
+  return AskUpstream(&IMediaSeeking::QueryPreferredFormat, format);
 }
 
 HRESULT CTransformOutputPin::GetTimeFormat(GUID* format) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetTimeFormat(format); });
+  return AskUpstream(&IMediaSeeking::GetTimeFormat, format);
 }
 
 HRESULT CTransformOutputPin::IsUsingTimeFormat(const GUID* format) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.IsUsingTimeFormat(format); });
+  return AskUpstream(&IMediaSeeking::IsUsingTimeFormat, format);
 }
 
 HRESULT CTransformOutputPin::SetTimeFormat(const GUID* format) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.SetTimeFormat(format); });
+  return AskUpstream(&IMediaSeeking::SetTimeFormat, format);
 }
 
 HRESULT CTransformOutputPin::GetDuration(LONGLONG* duration) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetDuration(duration); });
+  return AskUpstream(&IMediaSeeking::GetDuration, duration);
 }
 
 HRESULT CTransformOutputPin::GetStopPosition(LONGLONG* stop) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetStopPosition(stop); });
+  return AskUpstream(&IMediaSeeking::GetStopPosition, stop);
 }
 
 HRESULT CTransformOutputPin::GetCurrentPosition(LONGLONG* current) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetCurrentPosition(current); });
+  return AskUpstream(&IMediaSeeking::GetCurrentPosition, current);
 }
 
 HRESULT CTransformOutputPin::ConvertTimeFormat(LONGLONG* target, const GUID* targetFormat, LONGLONG source,
                                                const GUID* sourceFormat) {
-  return AskUpstream([&](IMediaSeeking& upstream) {
-    return upstream.ConvertTimeFormat(target, targetFormat, source, sourceFormat);
-  });
+  return AskUpstream(&IMediaSeeking::ConvertTimeFormat, target, targetFormat, source, sourceFormat);
 }
 
 HRESULT CTransformOutputPin::SetPositions(LONGLONG* current, DWORD currentFlags, LONGLONG* stop,
                                           DWORD stopFlags) {
-  return AskUpstream(
-      [&](IMediaSeeking& upstream) { return upstream.SetPositions(current, currentFlags, stop, stopFlags); });
+  return AskUpstream(&IMediaSeeking::SetPositions, current, currentFlags, stop, stopFlags);
 }
 
 HRESULT CTransformOutputPin::GetPositions(LONGLONG* current, LONGLONG* stop) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetPositions(current, stop); });
+  return AskUpstream(&IMediaSeeking::GetPositions, current, stop);
 }
 
 HRESULT CTransformOutputPin::GetAvailable(LONGLONG* earliest, LONGLONG* latest) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetAvailable(earliest, latest); });
+  return AskUpstream(&IMediaSeeking::GetAvailable, earliest, latest);
 }
 
 HRESULT CTransformOutputPin::SetRate(double rate) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.SetRate(rate); });
+  return AskUpstream(&IMediaSeeking::SetRate, rate);
 }
 
 HRESULT CTransformOutputPin::GetRate(double* rate) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetRate(rate); });
+  return AskUpstream(&IMediaSeeking::GetRate, rate);
 }
 
 HRESULT CTransformOutputPin::GetPreroll(LONGLONG* preroll) {
-  return AskUpstream([&](IMediaSeeking& upstream) { return upstream.GetPreroll(preroll); });
+  return AskUpstream(&IMediaSeeking::GetPreroll, preroll);
 }
 
 }  // namespace kt

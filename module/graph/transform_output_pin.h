@@ -68,8 +68,8 @@ class CTransformOutputPin final : public CBaseOutputPin, public IMediaSeeking {
 
  private:
   bool ServesPeer();
-  template <class Call>
-  HRESULT AskUpstream(Call call);
+  template <class Call, class... Arguments>
+  HRESULT AskUpstream(Call call, Arguments... arguments);
 
   CTransformFilter& m_filter;
   std::atomic<ULONG> m_typeVersion{0};

@@ -29,10 +29,8 @@ bool CAMThread::Create() {
   if (m_thread != nullptr) return false;
   ResetEvent(m_requestEvent);
   ResetEvent(m_replyEvent);
-  DWORD id = 0;
-  m_thread = CreateThread(nullptr, 0, Run, this, CREATE_SUSPENDED, &id);
+  m_thread = CreateThread(nullptr, 0, Run, this, CREATE_SUSPENDED, nullptr);
   if (m_thread == nullptr) return false;
-  m_threadId = id;
   m_exists = true;
   ResumeThread(m_thread);
   return true;
@@ -41,31 +39,16 @@ bool CAMThread::Create() {
 void CAMThread::Close() {
   const CAutoLock lock(m_access);
   if (m_thread == nullptr) return;
-  if (GetCurrentThreadId() != m_threadId) WaitServingCalls({&m_thread, 1});
+  if (!m_origin.IsThisThread()) WaitServingCalls({&m_thread, 1});
   CloseHandle(m_thread);
   m_thread = nullptr;
-  m_threadId = 0;
-  SetLogicalThread({});
+  m_origin.Leave();
   m_exists = false;
-}
-
-void CAMThread::SetLogicalThread(const GUID& thread) {
-  const std::lock_guard lock(m_logicalLock);
-  m_logicalThread = thread;
-}
-
-bool CAMThread::IsCaller() const {
-  if (!m_exists) return false;
-  if (GetCurrentThreadId() == m_threadId) return true;
-  GUID caller = {};
-  if (FAILED(CoGetCurrentLogicalThreadId(&caller)) || caller == GUID{}) return false;
-  const std::lock_guard lock(m_logicalLock);
-  return caller == m_logicalThread;
 }
 
 HRESULT CAMThread::CallWorker(DWORD request) {
   // The worker would wait for itself, and for the lock of whoever waits for it.
-  if (GetCurrentThreadId() == m_threadId) return E_UNEXPECTED;
+  if (m_origin.IsThisThread()) return E_UNEXPECTED;
   const CAutoLock lock(m_access);
   if (m_thread == nullptr) return E_FAIL;
   m_request = request;
@@ -101,8 +84,7 @@ void CAMThread::Reply(HRESULT reply) {
 DWORD WINAPI CAMThread::Run(void* self) {
   const HRESULT com = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   auto* const thread = static_cast<CAMThread*>(self);
-  GUID logical = {};
-  if (SUCCEEDED(CoGetCurrentLogicalThreadId(&logical))) thread->SetLogicalThread(logical);
+  thread->m_origin.Enter();
   AtEdge([&] { return thread->ThreadProc(); });
   if (SUCCEEDED(com)) CoUninitialize();
   return 0;

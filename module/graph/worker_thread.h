@@ -3,8 +3,8 @@
 #include <windows.h>
 
 #include <atomic>
-#include <mutex>
 
+#include "module/graph/call_origin.h"
 #include "module/graph/state_lock.h"
 
 namespace kt {
@@ -32,7 +32,7 @@ class CAMThread {
   bool ThreadExists() const { return m_exists; }
   /// Whether the call at hand comes out of this thread: on it, or on another one that serves a COM call of
   /// its.
-  bool IsCaller() const;
+  bool IsCaller() const { return m_origin.IsCaller(); }
   /// Hands the thread a request and answers its reply. E_FAIL without a thread and when the thread ends
   /// instead of replying; E_UNEXPECTED for a call from the thread itself.
   HRESULT CallWorker(DWORD request);
@@ -55,16 +55,12 @@ class CAMThread {
 
  private:
   static DWORD WINAPI Run(void* self);
-  void SetLogicalThread(const GUID& thread);
 
   // Held by the caller across request and reply.
   CCritSec m_access;
   HANDLE m_thread = nullptr;
   std::atomic<bool> m_exists{false};
-  std::atomic<DWORD> m_threadId{0};
-  /// What COM calls the thread and the calls that it makes; none without a thread.
-  mutable std::mutex m_logicalLock;
-  GUID m_logicalThread = {};
+  CCallOrigin m_origin;
   // Written before the event that tells of them is set, read after it.
   DWORD m_request = 0;
   HRESULT m_reply = S_OK;
