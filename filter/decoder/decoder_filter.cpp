@@ -6,6 +6,7 @@
 #include <new>
 
 #include <ktmp4/ktmp4source.h>
+#include "filter/formats/private_block.h"
 #include "filter/formats/standard_types.h"
 #include "filter/logic/time_conversion.h"
 #include "filter/platform/platform_type.h"
@@ -13,24 +14,8 @@
 namespace kt {
 namespace {
 
-/// Ahead of a stamped sample stand its composition and its decoding time in media ticks.
-constexpr LONG kStampSize = 16;
-/// Where the private format blocks have the ticks per second and the decoder's set-up.
-constexpr std::size_t kVideoScaleOffset = 88;
-constexpr std::size_t kVideoSetupOffset = 104;
-constexpr std::size_t kSoundRateOffset = 4;
-/// Where the platform's picture headers have the time of a picture.
-constexpr std::size_t kPictureTimeOffset = 40;
 /// Samples ahead of the position that was sought have stops that say nothing, mostly far away.
 constexpr REFERENCE_TIME kLongestAhead = i64{3600} * kHnsPerSecond;
-
-/// Little-endian; 0 beyond the end.
-u64 Number(std::span<const u8> bytes, std::size_t offset, std::size_t size) {
-  if (bytes.size() < offset + size) return 0;
-  u64 value = 0;
-  for (std::size_t i = size; i > 0; --i) value = value << 8 | bytes[offset + i - 1];
-  return value;
-}
 
 std::vector<MediaType> OutputTypes(const CMediaType& input) {
   return StandardTypes(PlainMediaType(input));
@@ -69,23 +54,23 @@ HRESULT CMp4DecoderFilter::CheckTransform(const CMediaType& input, const CMediaT
 }
 
 LONG CMp4DecoderFilter::BytesAhead(const CMediaType& input) {
-  return IsStampedSubtype(FromPlatform(input.subtype)) ? kStampSize : 0;
+  return IsStampedSubtype(FromPlatform(input.subtype)) ? LONG{kStampSize} : 0;
 }
 
 HRESULT CMp4DecoderFilter::StartStreaming(const CMediaType& input) {
   const MediaType type = PlainMediaType(input);
   const std::span<const u8> block = type.format;
   const bool isVideo = type.majorType == MEDIATYPE_Video;
-  m_stampScale = static_cast<u32>(Number(block, isVideo ? kVideoScaleOffset : kSoundRateOffset, 4));
+  m_stampScale = GetLittleEndian32(block, isVideo ? kPictureScaleOffset : kSoundRateOffset);
   m_usualLength = 1;
   if (isVideo) {
     const std::vector<MediaType> types = StandardTypes(type);
-    const u64 length = types.empty() ? 0 : Number(types[0].format, kPictureTimeOffset, 8);
+    const u64 length = types.empty() ? 0 : GetLittleEndian(types[0].format, kPictureTimeOffset, 8);
     m_usualLength = std::max<REFERENCE_TIME>(SaturateToSigned(length), 1);
   }
   m_looksAtPictures = type.subtype == MEDIASUBTYPE_KtMp4Video;
-  m_times.SetOrder(m_looksAtPictures && block.size() > kVideoSetupOffset
-                       ? ComesInOrderOfDisplay(block.subspan(kVideoSetupOffset))
+  m_times.SetOrder(m_looksAtPictures && block.size() > kPictureSetUpOffset
+                       ? ComesInOrderOfDisplay(block.subspan(kPictureSetUpOffset))
                        : std::nullopt);
   return S_OK;
 }
@@ -105,7 +90,7 @@ void CMp4DecoderFilter::FitTimes(CTransformSample& sample, std::span<const BYTE>
   const HRESULT result = sample.GetTime(&start, &stop);
   if (FAILED(result)) return;
   const REFERENCE_TIME length = result == S_OK && IsSaid(start, stop) ? stop - start : m_usualLength;
-  const i64 behind = static_cast<i64>(Number(stamp, 0, 8) - Number(stamp, 8, 8));
+  const i64 behind = static_cast<i64>(GetLittleEndian(stamp, 0, 8) - GetLittleEndian(stamp, 8, 8));
   start = SaturatingAdd(start, SignedTicksToHns(behind, m_stampScale));
   stop = SaturatingAdd(start, length);
   sample.SetTime(&start, &stop);

@@ -3,43 +3,39 @@
 #include <limits>
 #include <utility>
 
+#include "filter/formats/private_block.h"
+
 namespace kt {
 namespace {
 
-void Put(std::vector<u8>* block, std::size_t offset, u64 value, int size) {
-  for (int i = 0; i < size; ++i)
-    (*block)[offset + static_cast<std::size_t>(i)] = static_cast<u8>(value >> 8 * i);
-}
-
 constexpr std::size_t kBitmapHeaderSize = 40;
 
-void PutBitmapHeader(std::vector<u8>* block, std::size_t offset, const PictureFacts& facts) {
-  Put(block, offset, kBitmapHeaderSize, 4);
-  Put(block, offset + 4, facts.width, 4);
-  Put(block, offset + 8, facts.height, 4);
-  Put(block, offset + 12, 1, 2);   // planes
-  Put(block, offset + 14, 24, 2);  // bits per pixel, decoded
-  for (int i = 0; i < 4; ++i)
-    (*block)[offset + 16 + static_cast<std::size_t>(i)] = static_cast<u8>(facts.compression >> (24 - 8 * i));
+void PutBitmapHeader(std::span<u8> block, std::size_t offset, const PictureFacts& facts) {
+  PutLittleEndian(block, offset, 4, kBitmapHeaderSize);
+  PutLittleEndian(block, offset + 4, 4, facts.width);
+  PutLittleEndian(block, offset + 8, 4, facts.height);
+  PutLittleEndian(block, offset + 12, 2, 1);   // planes
+  PutLittleEndian(block, offset + 14, 2, 24);  // bits per pixel, decoded
+  PutLittleEndian(block, offset + 16, 4, FourCcGuid(facts.compression).data1);
 }
 
 // What VIDEOINFOHEADER and VIDEOINFOHEADER2 begin with: the rectangles of source and target, bit rate and
 // error rate, the time of a picture.
-void PutPicture(std::vector<u8>* block, const PictureFacts& facts) {
+void PutPicture(std::span<u8> block, const PictureFacts& facts) {
   for (const std::size_t rectangle : {std::size_t{0}, std::size_t{16}}) {
-    Put(block, rectangle + 8, facts.width, 4);
-    Put(block, rectangle + 12, facts.height, 4);
+    PutLittleEndian(block, rectangle + 8, 4, facts.width);
+    PutLittleEndian(block, rectangle + 12, 4, facts.height);
   }
-  Put(block, 40, static_cast<u64>(facts.timePerPicture), 8);
+  PutLittleEndian(block, kPictureTimeOffset, 8, static_cast<u64>(facts.timePerPicture));
 }
 
 std::vector<u8> Video2Header(const PictureFacts& facts) {
   std::vector<u8> block(112);
-  PutPicture(&block, facts);
+  PutPicture(block, facts);
   const bool isSquare = facts.shapeWidth == 0 || facts.shapeHeight == 0;
-  Put(&block, 56, isSquare ? facts.width : facts.shapeWidth, 4);
-  Put(&block, 60, isSquare ? facts.height : facts.shapeHeight, 4);
-  PutBitmapHeader(&block, 72, facts);
+  PutLittleEndian(block, 56, 4, isSquare ? facts.width : facts.shapeWidth);
+  PutLittleEndian(block, 60, 4, isSquare ? facts.height : facts.shapeHeight);
+  PutBitmapHeader(block, 72, facts);
   return block;
 }
 
@@ -52,8 +48,8 @@ std::vector<u8> With(std::vector<u8> block, std::span<const u8> behind) {
 
 std::vector<u8> VideoInfoBlock(const PictureFacts& facts, std::span<const u8> behind) {
   std::vector<u8> block(88);
-  PutPicture(&block, facts);
-  PutBitmapHeader(&block, 48, facts);
+  PutPicture(block, facts);
+  PutBitmapHeader(block, 48, facts);
   return With(std::move(block), behind);
 }
 
@@ -66,23 +62,23 @@ std::vector<u8> Mpeg2VideoBlock(const PictureFacts& facts, const SequenceFacts& 
   std::vector<u8> block = Video2Header(facts);
   // Time code of the first picture, size of the sequence header, profile, level, flags.
   block.resize(block.size() + 20);
-  Put(&block, 116, sequenceHeader.size(), 4);
-  Put(&block, 120, sequence.profile, 4);
-  Put(&block, 124, sequence.level, 4);
-  Put(&block, 128, sequence.flags, 4);
+  PutLittleEndian(block, 116, 4, sequenceHeader.size());
+  PutLittleEndian(block, 120, 4, sequence.profile);
+  PutLittleEndian(block, 124, 4, sequence.level);
+  PutLittleEndian(block, 128, 4, sequence.flags);
   return With(std::move(block), sequenceHeader);
 }
 
 std::vector<u8> WaveFormatBlock(const SoundFacts& facts, std::span<const u8> behind) {
   if (behind.size() > std::numeric_limits<u16>::max()) behind = {};
   std::vector<u8> block(18);
-  Put(&block, 0, facts.tag, 2);
-  Put(&block, 2, facts.channels, 2);
-  Put(&block, 4, facts.sampleRate, 4);
-  Put(&block, 8, facts.bytesPerSecond, 4);
-  Put(&block, 12, facts.blockAlign, 2);
-  Put(&block, 14, facts.bitsPerSample, 2);
-  Put(&block, 16, behind.size(), 2);
+  PutLittleEndian(block, 0, 2, facts.tag);
+  PutLittleEndian(block, 2, 2, facts.channels);
+  PutLittleEndian(block, 4, 4, facts.sampleRate);
+  PutLittleEndian(block, 8, 4, facts.bytesPerSecond);
+  PutLittleEndian(block, 12, 2, facts.blockAlign);
+  PutLittleEndian(block, 14, 2, facts.bitsPerSample);
+  PutLittleEndian(block, 16, 2, behind.size());
   return With(std::move(block), behind);
 }
 

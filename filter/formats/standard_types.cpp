@@ -3,41 +3,26 @@
 #include <span>
 
 #include "filter/formats/format_block.h"
+#include "filter/formats/private_block.h"
 #include "filter/formats/sound_types.h"
 #include "filter/formats/visual_layer.h"
 
 namespace kt {
 namespace {
 
-/// The private format blocks: VIDEOINFOHEADER, the media time scale and 12 bytes more; WAVEFORMATEX. Behind
-/// them stands the decoder's set-up, to the end of the block.
-constexpr std::size_t kPictureSetupOffset = 104;
-constexpr std::size_t kSoundSetupOffset = 18;
+constexpr u32 kMpeg4Visual[] = {FourCc("MP4V"), FourCc("mp4v")};
+constexpr u32 kH263[] = {FourCc("H263"), FourCc("s263")};
 
-u32 Get(const std::vector<u8>& block, std::size_t offset, std::size_t size) {
-  u32 value = 0;
-  for (std::size_t i = size; i > 0; --i) value = value << 8 | block[offset + i - 1];
-  return value;
-}
-
-struct Coding {
-  u32 code;
-  Guid subtype;
-};
-constexpr Coding kMpeg4Visual[] = {{FourCc("MP4V"), FourCcGuid("MP4V")},
-                                   {FourCc("mp4v"), FourCcGuid("mp4v")}};
-constexpr Coding kH263[] = {{FourCc("H263"), FourCcGuid("H263")}, {FourCc("s263"), FourCcGuid("s263")}};
-
-std::vector<MediaType> PictureTypes(std::span<const Coding> codings, PictureFacts facts,
+std::vector<MediaType> PictureTypes(std::span<const u32> codes, PictureFacts facts,
                                     std::span<const u8> setup) {
   std::vector<MediaType> types;
-  for (const Coding& coding : codings) {
-    facts.compression = coding.code;
-    types.push_back(CodedPictures(coding.subtype, FORMAT_VideoInfo, VideoInfoBlock(facts, setup)));
+  for (const u32 code : codes) {
+    facts.compression = code;
+    types.push_back(CodedPictures(FourCcGuid(code), FORMAT_VideoInfo, VideoInfoBlock(facts, setup)));
   }
-  for (const Coding& coding : codings) {
-    facts.compression = coding.code;
-    types.push_back(CodedPictures(coding.subtype, FORMAT_VideoInfo2, VideoInfo2Block(facts, setup)));
+  for (const u32 code : codes) {
+    facts.compression = code;
+    types.push_back(CodedPictures(FourCcGuid(code), FORMAT_VideoInfo2, VideoInfo2Block(facts, setup)));
   }
   return types;
 }
@@ -57,11 +42,11 @@ std::vector<MediaType> Mpeg4VisualTypes(PictureFacts facts, std::span<const u8> 
 }
 
 std::vector<MediaType> TypesOfPictures(const MediaType& input) {
-  if (input.formatType != FORMAT_KtMp4Video || input.format.size() < kPictureSetupOffset) return {};
+  if (input.formatType != FORMAT_KtMp4Video || input.format.size() < kPictureSetUpOffset) return {};
   PictureFacts facts;
-  facts.width = Get(input.format, 52, 4);
-  facts.height = Get(input.format, 56, 4);
-  const std::span<const u8> setup = std::span(input.format).subspan(kPictureSetupOffset);
+  facts.width = GetLittleEndian32(input.format, kPictureWidthOffset);
+  facts.height = GetLittleEndian32(input.format, kPictureHeightOffset);
+  const std::span<const u8> setup = std::span(input.format).subspan(kPictureSetUpOffset);
   if (input.subtype == MEDIASUBTYPE_KtMp4Video || input.subtype == MEDIASUBTYPE_KtMp4VideoStamped)
     return Mpeg4VisualTypes(facts, setup);
   // The contents of "d263" are no set-up of a decoder: pictures of H.263 tell all themselves.
@@ -83,10 +68,10 @@ std::vector<MediaType> AmrTypes(u32 sampleRate) {
 }
 
 std::vector<MediaType> TypesOfSound(const MediaType& input) {
-  if (input.formatType != FORMAT_WaveFormatEx || input.format.size() < kSoundSetupOffset) return {};
-  const u32 channels = Get(input.format, 2, 2);
-  const u32 sampleRate = Get(input.format, 4, 4);
-  const std::span<const u8> setup = std::span(input.format).subspan(kSoundSetupOffset);
+  if (input.formatType != FORMAT_WaveFormatEx || input.format.size() < kSoundSetUpOffset) return {};
+  const u32 channels = static_cast<u32>(GetLittleEndian(input.format, kSoundChannelsOffset, 2));
+  const u32 sampleRate = GetLittleEndian32(input.format, kSoundRateOffset);
+  const std::span<const u8> setup = std::span(input.format).subspan(kSoundSetUpOffset);
   if (input.subtype == MEDIASUBTYPE_KtAmr || input.subtype == MEDIASUBTYPE_KtAmrStamped)
     return AmrTypes(sampleRate);
   if (input.subtype != MEDIASUBTYPE_KtMp4Audio && input.subtype != MEDIASUBTYPE_KtMp4AudioStamped) return {};

@@ -6,27 +6,18 @@
 #include <utility>
 
 #include "filter/formats/entry_types.h"
+#include "filter/formats/format_block.h"
+#include "filter/formats/private_block.h"
 #include "filter/logic/time_conversion.h"
 
 namespace kt {
 
 namespace {
 
-/// The layout of the format blocks: VIDEOINFOHEADER, the media time scale and 12 bytes more; WAVEFORMATEX.
-constexpr std::size_t kVideoInfoOffset = 104;
-constexpr std::size_t kAudioInfoOffset = 18;
-/// The header of the stamped types, for which every buffer has room.
-constexpr u32 kStampSize = 16;
 /// Of a format block or a buffer.
 constexpr u64 kLargestBlock = u64{256} * 1024 * 1024;
 /// A larger one is not looked at for a decoder's set-up.
 constexpr u32 kLargestFirstSample = 1 << 20;
-
-/// Writes the `width` low bytes of `value` in the machine's order, which is little-endian wherever the
-/// platform of the format blocks runs.
-void PutLittleEndian(std::vector<u8>* block, std::size_t offset, std::size_t width, u64 value) {
-  for (std::size_t i = 0; i < width; ++i) (*block)[offset + i] = static_cast<u8>(value >> (8 * i));
-}
 
 PinKind KindOf(u32 trackKind) {
   switch (trackKind) {
@@ -95,7 +86,7 @@ u32 CReaderPin::LearnAudio() {
 bool CReaderPin::LearnDecoderInfo() {
   u32 size = 0;
   if (m_track->GetDecoderSpecificInfoSize(1, &size)) return true;
-  if (size > kLargestBlock - kVideoInfoOffset) return false;
+  if (size > kLargestBlock - kPictureSetUpOffset) return false;
   try {
     m_decoderInfo.resize(size);
   } catch (const std::bad_alloc&) {
@@ -146,8 +137,8 @@ void CReaderPin::LearnPlatformTypes(const AdaptedEntry& entry) {
   const std::vector<u8> firstSample = ReadFirstSample();
   CodedTrack coded = {.entry = entry, .firstSample = firstSample};
   u64 first = 0, last = 0;
-  if (!m_track->GetSampleDecodingTime(1, &first) && !m_track->GetSampleDecodingTime(m_sampleCount, &last) &&
-      last > first) {
+  if (m_sampleCount > 1 && !m_track->GetSampleDecodingTime(1, &first) &&
+      !m_track->GetSampleDecodingTime(m_sampleCount, &last) && last > first) {
     coded.timePerSample = TicksToHns(last - first, m_timeScale) / (m_sampleCount - 1);
   }
   m_platformTypes = TypesOfEntry(coded);
@@ -203,41 +194,35 @@ void CReaderPin::FillMediaType(bool second, MediaType* type) const {
     type->majorType = second ? MEDIATYPE_Text : MEDIATYPE_AUXLine21Data;
     type->subtype = second ? GUID_NULL : MEDIASUBTYPE_Line21_BytePair;
   } else if (m_kind == PIN_VIDEO || m_kind == PIN_AUDIO) {
-    const bool video = m_kind == PIN_VIDEO;
-    type->majorType = video ? MEDIATYPE_Video : MEDIATYPE_Audio;
-    type->subtype = OfferedSubtype(second);
-    type->formatType = video ? FORMAT_KtMp4Video : FORMAT_WaveFormatEx;
-    type->fixedSizeSamples = false;
-    type->sampleSize = 0;
-    type->temporalCompression = video;
-    type->format = video ? VideoFormatBlock() : AudioFormatBlock();
+    const Guid subtype = OfferedSubtype(second);
+    *type = m_kind == PIN_VIDEO ? CodedPictures(subtype, FORMAT_KtMp4Video, VideoFormatBlock())
+                                : CodedSound(subtype, AudioFormatBlock());
   }
 }
 
 std::vector<u8> CReaderPin::VideoFormatBlock() const {
-  std::vector<u8> block(kVideoInfoOffset);
+  std::vector<u8> block(kPictureSetUpOffset);
   // The right and bottom edges of the source and the target rectangle.
-  PutLittleEndian(&block, 8, 4, m_width);
-  PutLittleEndian(&block, 12, 4, m_height);
-  PutLittleEndian(&block, 24, 4, m_width);
-  PutLittleEndian(&block, 28, 4, m_height);
+  PutLittleEndian(block, 8, 4, m_width);
+  PutLittleEndian(block, 12, 4, m_height);
+  PutLittleEndian(block, 24, 4, m_width);
+  PutLittleEndian(block, 28, 4, m_height);
   // AvgTimePerFrame is the length of a media tick, not of a frame; decoders read the time scale below
   // instead.
-  PutLittleEndian(&block, 40, 8, m_timeScale ? kHnsPerSecond / m_timeScale : 0);
-  PutLittleEndian(&block, 52, 4, m_width);
-  PutLittleEndian(&block, 56, 4, m_height);
-  PutLittleEndian(&block, 88, 4, m_timeScale);
+  PutLittleEndian(block, kPictureTimeOffset, 8, m_timeScale ? kHnsPerSecond / m_timeScale : 0);
+  PutLittleEndian(block, kPictureWidthOffset, 4, m_width);
+  PutLittleEndian(block, kPictureHeightOffset, 4, m_height);
+  PutLittleEndian(block, kPictureScaleOffset, 4, m_timeScale);
   block.insert(block.end(), m_decoderInfo.begin(), m_decoderInfo.end());
   return block;
 }
 
 std::vector<u8> CReaderPin::AudioFormatBlock() const {
-  std::vector<u8> block(kAudioInfoOffset);
-  PutLittleEndian(&block, 2, 2, m_channels);
-  PutLittleEndian(&block, 4, 4, m_sampleRate);
-  PutLittleEndian(&block, 8, 4, m_avgBytesPerSecond);
-  PutLittleEndian(&block, 12, 2, 1);
-  PutLittleEndian(&block, 14, 2, 16);
+  const SoundFacts facts = {.channels = static_cast<u16>(m_channels),
+                            .sampleRate = m_sampleRate,
+                            .bytesPerSecond = m_avgBytesPerSecond,
+                            .bitsPerSample = 16};
+  std::vector<u8> block = WaveFormatBlock(facts, {});
   // The count of extra bytes at 16 stays 0 although the info follows; readers rely on the block's length.
   block.insert(block.end(), m_decoderInfo.begin(), m_decoderInfo.end());
   return block;

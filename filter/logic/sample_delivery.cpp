@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <string>
 
+#include "filter/formats/private_block.h"
 #include "filter/logic/time_conversion.h"
 
 namespace kt {
@@ -29,10 +31,6 @@ constexpr u8 kTextMark[] = {0x00, 0x00, 0x01, 0xB2, 0x11, 0x22, 0x33, 0x44, 0x01
 constexpr u32 kTextMarkOffset = 7;
 constexpr u32 kTextLengthOffset = 16;
 constexpr u32 kTextOffset = 17;
-
-void PutLittleEndian(u8* bytes, u64 value) {
-  for (unsigned i = 0; i < 8; ++i) bytes[i] = static_cast<u8>(value >> (8 * i));
-}
 
 /// The stop stamp is divided unsigned, and readers rely on it: for a sample that ends before the base time a
 /// very large number comes out.
@@ -68,8 +66,9 @@ FilterResult CSampleDelivery::FillBuffer(MediaSample& sample) {
   }
 
   if (taken.header) {
-    PutLittleEndian(taken.buffer, taken.compositionTime);
-    PutLittleEndian(taken.buffer + 8, taken.decodingTime);
+    const std::span<u8> stamp(taken.buffer, kStampSize);
+    PutLittleEndian(stamp, 0, 8, taken.compositionTime);
+    PutLittleEndian(stamp, 8, 8, taken.decodingTime);
   }
   // So the last sample of a track is not delivered; readers rely on where the stream ends.
   if (!taken.hasNext) return FilterResult::False;
