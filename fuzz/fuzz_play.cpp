@@ -1,11 +1,14 @@
 // Plays the input as a file through the filter's logic: load, the media types and buffers of each pin,
 // delivery with captions, seeks. The low byte of a leading "ftyp" box's minor version chooses the media type
-// and the switches, so that every file is a seed.
+// and the switches, and the last bytes are a script of seeks, clocks and requests, so that every file is a
+// seed.
 
 #include <fcntl.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -23,6 +26,7 @@ using kt::fuzz::Require;
 
 constexpr u32 kSamplesPerRun = 60;
 constexpr std::size_t kChoice = 15;
+constexpr std::size_t kScriptSize = 64;
 constexpr u32 kLargestBuffer = 1 << 20;
 
 class Host final : public ReaderHost {
@@ -31,16 +35,23 @@ class Host final : public ReaderHost {
   bool AddPin(CReaderPin& /*pin*/) override { return true; }
 };
 
-// A clock that never comes near, so that every caption waits; the wait itself is over at once.
+// A clock that stands, by default so that every caption waits; the wait itself is over at once.
 class Clock final : public StreamClock, public RequestWait {
  public:
-  i64 GetStreamTime() override { return 0; }
+  // What it tells from now on, and after how many waits a request comes.
+  void Set(i64 time, u32 waitsToRequest) {
+    m_time = time;
+    m_waitsToRequest = waitsToRequest;
+  }
+  i64 GetStreamTime() override { return m_time; }
   bool WaitForRequest(u32 /*milliseconds*/) override {
-    Require(++m_waits <= 20 * 64 * 1000, "waits end");
-    return false;
+    Require(++m_waits <= 20 * 64 * 2000, "waits end");
+    return m_waitsToRequest > 0 && --m_waitsToRequest == 0;
   }
 
  private:
+  i64 m_time = 0;
+  u32 m_waitsToRequest = 0;
   u32 m_waits = 0;
 };
 
@@ -131,6 +142,35 @@ void Seek(const FilterSeeking& seeking, i64 current, i64 stop) {
   Ignore(seeking.GetPositions(&current, &stop));
 }
 
+// What delivers one pin's samples for as long as the script goes.
+struct Stream {
+  Stream(const CReaderSource& source, CReaderPin& from, u32 room, const DeliverySurroundings& surroundings)
+      : delivery(source, from, surroundings), sample(room) {}
+  CSampleDelivery delivery;
+  Sample sample;
+};
+
+// Each four bytes are a step: what, of which pin, how far.
+void RunScript(std::span<const u8> script, const FilterSeeking& seeking, const std::vector<i64>& positions,
+               std::vector<std::unique_ptr<Stream>>& streams, Clock& clock) {
+  for (; script.size() >= 4 && !streams.empty(); script = script.subspan(4)) {
+    Stream& stream = *streams[script[1] % streams.size()];
+    const i64 position = SaturatingAdd(positions[script[2] % positions.size()], script[3] * i64{10'000});
+    switch (script[0] % 4) {
+      case 0:
+        Seek(seeking, position, script[0] & 4 ? SaturatingAdd(position, script[1]) : 0);
+        break;
+      case 1:
+        clock.Set(position, script[0] / 4);
+        break;
+      default:
+        for (u32 i = 0; i < script[3] % kSamplesPerRun; ++i)
+          Ignore(stream.delivery.FillBuffer(stream.sample));
+        break;
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
@@ -156,15 +196,19 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
   Line21TextDecoder captions(texts);
   FilterSeeking seeking(source);
   const std::vector<i64> positions = PositionsOfInterest(seeking);
+  const DeliverySurroundings surroundings{clock, clock, texts, captions};
+  std::vector<std::unique_ptr<Stream>> streams;
   for (const auto& pin : source.Pins()) {
     BufferRequest buffers;
     if (!Connect(*pin, (choice & 1) + (choice & 32 ? 2 : 0), &buffers)) continue;
-    const DeliverySurroundings surroundings{clock, clock, texts, captions};
+    streams.push_back(std::make_unique<Stream>(source, *pin, buffers.size, surroundings));
     Run(source, *pin, buffers, surroundings);
     for (const i64 position : positions) {
       Seek(seeking, position, choice & 8 ? SaturatingAdd(position, 1000) : 0);
       Run(source, *pin, buffers, surroundings);
     }
   }
+  const std::span<const u8> input(data, size);
+  RunScript(input.last(std::min(size, kScriptSize)), seeking, positions, streams, clock);
   return 0;
 }

@@ -30,3 +30,18 @@ make_file "${both[@]}" -f mov "$here/adapt/ffmpeg-quicktime"
 make_file "${both[@]}" -movflags +frag_keyframe+empty_moov+default_base_moof+negative_cts_offsets \
   -f mp4 "$here/adapt/ffmpeg-default-base"
 make_file "${both[@]}" -movflags +frag_keyframe+delay_moov -f mp4 "$here/adapt/ffmpeg-fragments-and-edits"
+
+# Calls of any kind: noise from a start that is always the same.
+mkdir -p "$here/writer"
+for start in 1 2 3 4 5 6; do
+  python3 -c "import random, sys; sys.stdout.buffer.write(random.Random($start).randbytes(1500))" \
+    >"$here/writer/noise-$start"
+done
+
+# The first byte says whether a name or captions follow; of captions each pair stands behind a step in time.
+mkdir -p "$here/texts"
+printf '\0ktmp4file://c:/films/a film.mp4&mdccid=window&cc=on&adapt=on&vmr9=0' >"$here/texts/url"
+printf '\0C:\\films\\film&more.mp4' >"$here/texts/name"
+printf '\1\1\x94\x25\1\x94\x25\1\x94\xad\1\xc8\xe5\1\xec\xec\1\xef\x80\1\x94\xad' >"$here/texts/roll-up"
+printf '\1\1\x94\x20\1\x94\xae\1\x94\x70\1\xc8\xe5\1\xec\xec\1\x94\x2f\1\x94\x2c' >"$here/texts/pop-on"
+printf '\1\1\x94\x29\1\xc8\xe5\xf4abcd\1\xec\xec\xff\x80\1\x94\x2a\1\xc8\xe5' >"$here/texts/paint-on-and-text"
