@@ -4,26 +4,17 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
+#include "engine/counted_memory.h"
 #include "support/written_movie.h"
 
-namespace {
-
-constexpr std::size_t kEndless = ~std::size_t{0};
-
-struct {
-  bool inLibrary = false;  // the test itself always has memory
-  std::size_t left = kEndless;
-  bool lasting = false;
-  bool hasFailed = false;
-  std::size_t blocks = 0, bytes = 0;  // that are in use
-  int fill = 1;                       // what new memory holds; another one for each run
-} memory;
-
-}  // namespace
+kt::test::CountedMemory kt::test::memory;
+using kt::test::kEndless;
+using kt::test::memory;
 
 void* operator new(std::size_t size) {
   if (memory.inLibrary && memory.left-- == 0) {
@@ -35,6 +26,7 @@ void* operator new(std::size_t size) {
   if (block == nullptr) throw std::bad_alloc();
   ++memory.blocks;
   memory.bytes += malloc_usable_size(block);
+  memory.peak = std::max(memory.peak, memory.bytes);
   return std::memset(block, memory.fill, size);
 }
 

@@ -1,0 +1,279 @@
+// Files that are made to be expensive, each in two sizes. What they cost may grow as the file does, and no
+// faster: the bounds are on growth and on memory to a byte of the file, and not on speed.
+
+#include <ktmp4/adapting_file.h>
+#include <ktmp4/mp4_hint_track.h>
+#include <time.h>
+
+#include <cstdio>
+#include <functional>
+
+#include "engine/counted_memory.h"
+#include "support/movie_builder.h"
+
+namespace kt::test {
+namespace {
+
+constexpr u32 kAll = 0xFFFFFFFF;
+constexpr u32 kSmall = 4'000, kLarge = 16 * kSmall;
+// A walk for each record would be 256 times as dear. What takes no time to speak of is not compared.
+constexpr double kMostGrowth = 64, kShortest = 0.002;
+// To a byte of the file, and for the objects themselves.
+constexpr std::size_t kMemoryToByte = 24, kMemoryAtAll = 3 << 20;
+
+Bytes Repeated(u32 count, const Bytes& bytes) {
+  Bytes all;
+  all.reserve(count * bytes.size());
+  for (u32 i = 0; i < count; ++i) all.Add(bytes);
+  return all;
+}
+
+Bytes Runs(std::string_view code, u32 count, const std::function<std::vector<u32>(u32)>& run) {
+  std::vector<std::vector<u32>> runs;
+  for (u32 i = 0; i < count; ++i) runs.push_back(run(i));
+  return Table(code, runs);
+}
+
+Bytes Nested(std::string_view code, u32 levels) {
+  Bytes bytes = Box(code);
+  while (--levels > 0) bytes = Box(code, bytes);
+  return bytes;
+}
+
+Bytes ManyTracks(u32 count) {
+  Movie movie;
+  movie.tracks.assign(count, Track());
+  return movie.Build();
+}
+
+Bytes WithUserData(const Bytes& children) {
+  Movie movie;
+  movie.udta = Box("udta", children);
+  return movie.Build();
+}
+
+Bytes Fragments(u32 count) {
+  const Bytes run = FullBox("trun", 0, 0x301, Bytes().U32s({1, 0, 10, 4}));
+  const Bytes fragment = Box("moof", {FullBox("mfhd", 0, 0, Bytes().U32(1)),
+                                      Box("traf", {FullBox("tfhd", 0, 0x020000, Bytes().U32(1)), run})});
+  Bytes file = MovieOf(Track()).Build();
+  return file.Add(Repeated(count, fragment));
+}
+
+// Hint samples of as many packets as their count can tell, behind one another in one chunk.
+Bytes ManyPackets(u32 count) {
+  const Bytes packet = Bytes().U32(0).U16(0x8060).U16(1).U16(0).U16(0);
+  const u32 packets = std::min(count, 0xFFFFu);
+  const Bytes sample = Bytes().U16(packets).U16(0).Add(Repeated(packets, packet));
+  const Bytes entry =
+      Box("rtp ", Bytes().Zeros(6).U16(1).U16(1).U16(1).U32(1450).Add(Box("tims", Bytes().U32(90'000))));
+  const Bytes header = FullBox("hmhd", 0, 0, Bytes().Zeros(16));
+  const Bytes mdat = Box("mdat", sample);
+  const auto size = static_cast<u32>(sample.size());
+  Movie movie = MovieOf(TrackOf("hint", header, entry).WithOneChunk(1, Stsz({size})));
+  movie.mdat = mdat;
+  return movie.Build();
+}
+
+template <class Piece>
+Bytes FileWith(Piece piece, const Bytes& content) {
+  return MovieOf(Track().With(piece, content)).Build();
+}
+
+// So many samples in chunks of one, at the same place.
+Track Sparse(u32 count) {
+  const Track timed =
+      Track().With(&Track::stsz, ConstantStsz(1, count)).With(&Track::stts, Stts({{count, 1}}));
+  return timed.With(&Track::stsc, Stsc({{1, 1}}))
+      .With(&Track::chunkOffsets, Stco(std::vector<u64>(count, 24)));
+}
+
+struct Bomb {
+  const char* name;
+  Bytes (*make)(u32 size);
+};
+
+const Bomb kBombs[] = {
+    {"deep nests, one behind the other",
+     [](u32 n) { return WithUserData(Repeated(n / 50, Nested("udta", 55))); }},
+    {"empty boxes that nobody knows", [](u32 n) { return WithUserData(Repeated(n * 2, Box("free"))); }},
+    {"empty containers in each other",
+     [](u32 n) {
+       Bytes all;
+       for (const char* code :
+            {"trak", "mdia", "minf", "stbl", "dinf", "edts", "udta", "tref", "hnti", "hinf"}) {
+         all.Add(Box(code, Repeated(n / 5, Box(code))));
+       }
+       return WithUserData(all);
+     }},
+    {"sample entries",
+     [](u32 n) { return FileWith(&Track::stsd, Stsd(std::vector<Bytes>(n, Box("free")))); }},
+    {"a table that claims all",
+     [](u32 n) { return FileWith(&Track::stts, TableBox("stts", kAll, Bytes().Zeros(n * 8))); }},
+    {"sizes that are not there",
+     [](u32 n) {
+       return FileWith(&Track::stsz, FullBox("stsz", 0, 0, Bytes().U32(0).U32(kAll).Zeros(n * 4)));
+     }},
+    {"runs of nearly all samples",
+     [](u32 n) {
+       return FileWith(&Track::stts, Runs("stts", n, [n](u32) { return std::vector{kAll / n, 1u}; }));
+     }},
+    {"runs of all samples, again and again",
+     [](u32 n) {
+       return FileWith(&Track::stts, Runs("stts", n, [](u32) { return std::vector{kAll, 1u}; }));
+     }},
+    {"samples of one size, as many as there can be",
+     [](u32 n) {
+       return MovieOf(Track()
+                          .WithOneChunk(kAll - 1, ConstantStsz(1, kAll - 1))
+                          .With(&Track::udta, Box("udta", Box("free", Bytes(n, 1)))))
+           .Build();
+     }},
+    {"offsets for no sample",
+     [](u32 n) {
+       return FileWith(&Track::ctts, Runs("ctts", n, [](u32 i) { return std::vector{i % 2 * 0u, i}; }));
+     }},
+    {"offsets of all samples, again and again",
+     [](u32 n) {
+       return FileWith(&Track::ctts, Runs("ctts", n, [](u32 i) { return std::vector{kAll, i}; }));
+     }},
+    {"offsets up and down",
+     [](u32 n) {
+       return MovieOf(Sparse(n).With(&Track::ctts, Runs("ctts", n,
+                                                        [](u32 i) {
+                                                          return std::vector{1u, i % 2 * 90'000};
+                                                        })))
+           .Build();
+     }},
+    {"runs of chunks that jump",
+     [](u32 n) {
+       return MovieOf(
+                  Sparse(n).With(&Track::stsc, Runs("stsc", n,
+                                                    [n](u32 i) {
+                                                      return std::vector{i % 2 ? n - i : i + 1, i % 3, 1u};
+                                                    })))
+           .Build();
+     }},
+    {"runs of empty chunks",
+     [](u32 n) {
+       return MovieOf(Sparse(n).With(&Track::stsc, Runs("stsc", n,
+                                                        [](u32 i) {
+                                                          return std::vector{i * 4'000, 0u, 1u};
+                                                        })))
+           .Build();
+     }},
+    {"sync samples that fall",
+     [](u32 n) {
+       return MovieOf(
+                  Sparse(n).With(&Track::stss, Runs("stss", n, [n](u32 i) { return std::vector{n - i}; })))
+           .Build();
+     }},
+    {"edits that jump",
+     [](u32 n) {
+       std::vector<std::pair<u32, i32>> edits;
+       for (u32 i = 0; i < n; ++i) edits.emplace_back(i % 7, i % 3 ? -1 : static_cast<i32>(n - i));
+       return FileWith(&Track::edts, Edts(edits));
+     }},
+    {"tracks", [](u32 n) { return ManyTracks(n / 8); }},
+    {"references",
+     [](u32 n) { return FileWith(&Track::edts, Box("tref", Repeated(n, Box("hint", Bytes().U32(1))))); }},
+    {"descriptors in a descriptor",
+     [](u32 n) {
+       const Bytes inner = Repeated(n, Descriptor(14, Bytes().U32(1)));
+       Movie movie;
+       movie.udta = FullBox("iods", 0, 0, Descriptor(16, Bytes().U16(0x4F).Zeros(5).Add(inner)));
+       return movie.Build();
+     }},
+    {"packets", ManyPackets},
+    {"fragments", Fragments},
+};
+
+double Seconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// What a reader asks of a track: facts, samples and times at both ends and between, searches.
+void AskTrack(CMp4Track& track) {
+  u32 count = 0, found = 0, size = 0;
+  static_cast<void>(track.GetSampleCount(&count));
+  u8 bytes[64];
+  for (const u32 sample : {1u, 2u, count / 3, count / 2, count - 1, count, kAll}) {
+    u64 time = 0, shown = 0;
+    static_cast<void>(track.GetSampleDecodingTime(sample, &time));
+    static_cast<void>(track.GetSampleCompositionTime(sample, &shown));
+    static_cast<void>(track.ReadSample(sample, sizeof(bytes), &size, bytes));
+    for (const u64 wanted : {time, shown, time + 1, ~time}) {
+      static_cast<void>(track.FindSyncSample(wanted, &found));
+      static_cast<void>(track.FindSampleByDecodingTime(wanted, &found));
+      static_cast<void>(track.FindSampleByCompositionTime(wanted, &found));
+    }
+  }
+}
+
+struct Cost {
+  Mp4Result opened = MP4_OK;
+  u32 tracks = 0;  // that could be opened
+  double seconds = 0;
+  std::size_t peak = 0;
+};
+
+// Opening, all tracks with their questions and hints, the dump, closing.
+Cost CostOf(const std::string& name, bool adapting) {
+  memory.peak = memory.bytes;
+  const std::size_t before = memory.bytes;
+  const double start = Seconds();
+  CMp4File* made = nullptr;
+  EXPECT_EQ((adapting ? CreateAdaptingMp4File : CreateMp4File)(&made), MP4_OK);
+  const std::unique_ptr<CMp4File> file(made);
+  Cost cost{.opened = file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4)};
+  u32 tracks = 0;
+  static_cast<void>(file->GetTrackCount(&tracks));
+  for (u32 index = 1; index <= tracks; ++index) {
+    CMp4Track* track = nullptr;
+    if (file->OpenTrack(index, &track) != MP4_OK) continue;
+    ++cost.tracks;
+    AskTrack(*track);
+    EXPECT_EQ(file->CloseTrack(track), MP4_OK);
+    CMp4HintTrack* hints = nullptr;
+    if (file->OpenHintTrack(index, &hints) != MP4_OK) continue;
+    static_cast<void>(hints->DumpHintSample(1));
+    EXPECT_EQ(file->CloseHintTrack(hints), MP4_OK);
+  }
+  static_cast<void>(file->Dump());
+  static_cast<void>(file->Close());
+  cost.seconds = Seconds() - start;
+  cost.peak = memory.peak - before;
+  return cost;
+}
+
+// Both sizes of a bomb, and the figures of the large one in a line.
+void Explode(const Bomb& bomb, bool adapting, std::FILE* figures) {
+  const Bytes smallFile = bomb.make(kSmall), largeFile = bomb.make(kLarge);
+  const TempFile smallOne(smallFile), largeOne(largeFile);
+  const Cost small = CostOf(smallOne.Name(), adapting), large = CostOf(largeOne.Name(), adapting);
+  const auto size = static_cast<double>(largeFile.size());
+  std::fprintf(figures, "%-45s %-7s %-10s %5u tracks, %5.1f times the bytes: %5.1f times the time, ",
+               bomb.name, adapting ? "adapted" : "strict", Mp4ResultName(large.opened), large.tracks,
+               size / static_cast<double>(smallFile.size()), large.seconds / small.seconds);
+  std::fprintf(figures, "%5.1f ns and %4.1f bytes of memory to a byte\n", large.seconds * 1e9 / size,
+               static_cast<double>(large.peak) / size);
+  SCOPED_TRACE(std::string(bomb.name) + (adapting ? ", adapted" : ""));
+  EXPECT_LT(large.seconds / std::max(small.seconds, kShortest), kMostGrowth);
+  EXPECT_LT(large.peak, kMemoryAtAll + kMemoryToByte * largeFile.size());
+}
+
+TEST(Growth, OfTimeAndMemoryIsThatOfTheFile) {
+  std::FILE* const figures = fdopen(dup(STDOUT_FILENO), "w");
+  std::FILE* const dumps = std::freopen("/dev/null", "w", stdout);
+  ASSERT_TRUE(figures != nullptr && dumps != nullptr);
+  for (const Bomb& bomb : kBombs) {
+    Explode(bomb, false, figures);
+    Explode(bomb, true, figures);
+  }
+  std::fclose(figures);
+}
+
+}  // namespace
+}  // namespace kt::test
