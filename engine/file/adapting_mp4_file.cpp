@@ -42,7 +42,8 @@ Mp4Result CAdaptingMp4File::OpenTree(CStorage* file, CStorage** tree, u64* size)
     std::unique_ptr<CMemoryStorage> image(new (std::nothrow) CMemoryStorage);
     if (!adapted || !image) return MP4_NO_MEMORY;
     const Mp4Result result = adapted->Read(file);
-    if (result == MP4_NO_MEMORY) return result;
+    // Where a read fails the strict reader must not tell other times and samples than at a better moment.
+    if (result != MP4_OK && result != MP4_NOT_FOUND) return result;
     if (result == MP4_OK) {
       KT_TRY(image->Open(adapted->Image(), adapted->ImageSize(), MP4_MODE_READ));
       m_adapted = std::move(adapted);
