@@ -1,0 +1,177 @@
+// Threads at work at the same time, to be run under the thread sanitizer: files with a thread each, and a
+// source whose pins have workers while others seek, ask and change its switches.
+
+#include <ktmp4/mp4_hint_track.h>
+
+#include <thread>
+
+#include "filter/logic/sample_delivery.h"
+#include "filter/logic/seeking.h"
+#include "support/written_movie.h"
+
+namespace kt::test {
+namespace {
+
+constexpr int kThreads = 4;
+
+void AtTheSameTime(auto&& work) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) threads.emplace_back([&work, i] { work(i); });
+  for (std::thread& thread : threads) thread.join();
+}
+
+// A film with hints, the same each time.
+Bytes WrittenFilm() {
+  WrittenMovie movie(MP4_TYPE_3GP);
+  CMp4Track* const pictures = movie.AddTrack(MP4_KIND_VIDEO, 1000, MP4_FORMAT_MP4V, {0, 1});
+  CMp4Track* const sound = movie.AddTrack(MP4_KIND_AUDIO, 8000, MP4_FORMAT_MP4A, {0x12, 0x10});
+  for (u64 i = 0; i < 300; ++i) {
+    EXPECT_EQ(WriteSample(pictures, 40, 10 * i, i % 12 == 0), MP4_OK);
+    EXPECT_EQ(WriteSample(sound, 20, 80 * i), MP4_OK);
+  }
+  EXPECT_EQ(movie->CloseTrack(pictures), MP4_OK);
+  EXPECT_EQ(movie->CloseTrack(sound), MP4_OK);
+  EXPECT_EQ(movie->CloseHintTrack(movie.AddHintTrack(MP4_HINT_VIDEO, {1})), MP4_OK);
+  EXPECT_EQ(movie->CloseHintTrack(movie.AddHintTrack(MP4_HINT_AAC, {2})), MP4_OK);
+  return movie.Finish({});
+}
+
+std::string ReadThrough(const Bytes& film) {
+  OpenedMovie movie(film);
+  std::string all;
+  for (u32 index = 1; index <= Got(*movie, &CMp4File::GetTrackCount); ++index) {
+    const auto track = movie.OpenTrack(index);
+    const u32 count = Got(*track, &CMp4Track::GetSampleCount);
+    for (u32 sample = 1; sample <= count; ++sample) {
+      const Bytes bytes = SampleOf(*track, sample);
+      all.append(bytes.begin(), bytes.end());
+      all += std::to_string(Ask(*track, &CMp4Track::GetSampleDecodingTime, sample).value);
+    }
+    all += std::to_string(Ask(*track, &CMp4Track::FindSyncSample, u64{700}).value);
+  }
+  return all;
+}
+
+TEST(Threads, HaveAFileEach) {
+  const Bytes film = WrittenFilm();
+  const std::string content = ReadThrough(film);
+  AtTheSameTime([&](int thread) {
+    for (int round = 0; round < 5; ++round) {
+      if (thread % 2 == 0) {
+        EXPECT_TRUE(WrittenFilm() == film);
+      }
+      EXPECT_TRUE(ReadThrough(film) == content);
+    }
+  });
+}
+
+class Silent final : public ReaderHost, public StreamClock, public TextReceiver, public CaptionDecoder {
+ public:
+  void ShowError(const char* /*text*/) override {}
+  bool AddPin(CReaderPin& /*pin*/) override { return true; }
+  i64 GetStreamTime() override { return 0; }
+  void AddMetadataText(i64 /*time*/, const char* /*text*/) override {}
+  void Decode(const u8* /*bytes*/, i32 /*count*/, i64 /*time*/) override {}
+};
+
+class Buffer final : public MediaSample {
+ public:
+  u8* GetPointer() override { return m_bytes.data(); }
+  u64 GetSize() override { return m_bytes.size(); }
+  void SetActualDataLength(u32 /*length*/) override {}
+  void SetTime(i64 /*start*/, i64 /*stop*/) override {}
+  void SetMediaTime(i64 /*start*/, i64 /*stop*/) override {}
+  void SetSyncPoint(bool /*isSyncPoint*/) override {}
+  void SetDiscontinuity(bool /*isDiscontinuity*/) override {}
+  void SetPreroll(bool /*isPreroll*/) override {}
+
+ private:
+  std::vector<u8> m_bytes = std::vector<u8>(1 << 16);
+};
+
+// Delivers a pin's samples, again and again, until it is stopped.
+class Worker final : public PinWorker, public RequestWait {
+ public:
+  Worker(const CReaderSource& source, CReaderPin& pin, Silent& silent)
+      : m_delivery(source, pin, {silent, *this, silent, silent}) {}
+  ~Worker() { StopWorker(); }
+  bool WaitForRequest(u32 /*milliseconds*/) override { return m_isStopped; }
+  void BeginFlush() override {}
+  void StopWorker() override {
+    m_isStopped = true;
+    if (m_thread.joinable()) m_thread.join();
+  }
+  void EndFlush() override {}
+  void RunWorker() override {
+    m_isStopped = false;
+    m_thread = std::thread([this] {
+      while (!m_isStopped) m_delivered += m_delivery.FillBuffer(m_buffer) == FilterResult::Ok;
+    });
+  }
+  u32 Delivered() const { return m_delivered; }
+
+ private:
+  CSampleDelivery m_delivery;
+  Buffer m_buffer;
+  std::atomic<bool> m_isStopped{true};
+  std::atomic<u32> m_delivered{0};
+  std::thread m_thread;
+};
+
+class Graph {
+ public:
+  explicit Graph(const std::string& name) : m_source(m_silent) {
+    EXPECT_EQ(m_source.Load(name.c_str()), FilterResult::Ok);
+    for (const auto& pin : m_source.Pins()) {
+      MediaType type;
+      EXPECT_EQ(pin->GetMediaType(0, &type), FilterResult::Ok);
+      EXPECT_EQ(pin->SetMediaType(type), FilterResult::Ok);
+      m_workers.push_back(std::make_unique<Worker>(m_source, *pin, m_silent));
+      m_workers.back()->RunWorker();
+    }
+    EXPECT_EQ(m_workers.size(), 2u);
+  }
+
+  // From any thread.
+  void SeekOrAsk(u32 step) {
+    const i64 position = step % 7 * 500'000;
+    if (step % 3 == 0) {
+      const std::lock_guard lock(m_state);
+      const PositionChange change{&position, kAbsolutePositioning, nullptr, 0};
+      const auto find = [this](CReaderPin& pin) -> PinWorker* { return &WorkerOf(pin); };
+      EXPECT_EQ(m_seeking.SetPositions(change, find), FilterResult::Ok);
+    }
+    i64 time = 0, stop = 0;
+    static_cast<void>(m_seeking.GetPositions(&time, &stop));
+    m_source.SetCaptionMode(step % 2 == 0 ? "on" : "off");
+    EXPECT_EQ(m_source.GetDuration(&time), FilterResult::Ok);
+  }
+  u32 Delivered() const {
+    u32 sum = 0;
+    for (const auto& worker : m_workers) sum += worker->Delivered();
+    return sum;
+  }
+
+ private:
+  Worker& WorkerOf(const CReaderPin& pin) { return *m_workers.at(&pin == m_source.Pins()[0].get() ? 0 : 1); }
+
+  Silent m_silent;
+  CReaderSource m_source;
+  FilterSeeking m_seeking{m_source};
+  std::mutex m_state;
+  std::vector<std::unique_ptr<Worker>> m_workers;
+};
+
+TEST(Threads, SeekAndAskWhilePinsDeliver) {
+  const TempFile film(WrittenFilm());
+  for (int life = 0; life < 4; ++life) {
+    Graph graph(film.Name());
+    AtTheSameTime([&](int thread) {
+      for (u32 step = 0; step < 60; ++step) graph.SeekOrAsk(step + static_cast<u32>(thread));
+    });
+    EXPECT_GT(graph.Delivered(), 0u);
+  }
+}
+
+}  // namespace
+}  // namespace kt::test
