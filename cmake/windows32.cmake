@@ -8,6 +8,7 @@ set(CMAKE_CXX_FLAGS_INIT -mstackrealign)
 
 include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)
 
-# Programs that the build wants to run go through the Wine of a Debian for 32 bits, in a prefix as for 64 bits.
-set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/bare_debian.sh bookworm i386
-    ${CMAKE_CURRENT_LIST_DIR}/wine.sh ${CMAKE_BINARY_DIR}/wine)
+# Programs that the build wants to run go through the Wine of a Debian for 32 bits, in a prefix as for 64 bits. The
+# first words have a program of that Debian run in it.
+set(KTMP4_BESIDE_WINE ${CMAKE_CURRENT_LIST_DIR}/../scripts/bare_debian.sh bookworm i386)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${KTMP4_BESIDE_WINE} ${CMAKE_CURRENT_LIST_DIR}/wine.sh ${CMAKE_BINARY_DIR}/wine)

@@ -2,6 +2,7 @@
    load. Samples go in in decoding order with their times; what comes out, pictures in I420 and sound in 16 bits, all
    channels in turn, has the time of the sample that it was made of. */
 
+#include <fenv.h>
 #include <libavcodec/avcodec.h>
 #include <libavutil/common.h>
 #include <libavutil/imgutils.h>
@@ -10,7 +11,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-#define EXPORTED __attribute__((ms_abi, visibility("default")))
+/* winegcc says what this calling convention is, with a stack as this machine's libraries want it. */
+#define EXPORTED __cdecl __attribute__((visibility("default")))
 
 struct decoder {
   AVCodecContext *context;
@@ -19,6 +21,16 @@ struct decoder {
   uint8_t *output;
   int room;
 };
+
+/* Windows has a thread of 32 bits count with 53 bits where this machine's libraries count with 64, and sound is what
+   ffmpeg makes of it only with these. */
+static fenv_t own_numbers(void) {
+  fenv_t theirs;
+  fegetenv(&theirs);
+  fesetenv(FE_DFL_ENV);
+  return theirs;
+}
+#define WITH_OWN_NUMBERS __attribute__((cleanup(fesetenv))) const fenv_t theirs = own_numbers()
 
 EXPORTED void KtDecoderClose(struct decoder *decoder) {
   if (decoder == NULL) return;
@@ -32,6 +44,7 @@ EXPORTED void KtDecoderClose(struct decoder *decoder) {
 /* By libavcodec's name of the coding. Rate and channels are those of sound; a set-up that says others counts more.
    NULL when there is no such decoder. */
 EXPORTED struct decoder *KtDecoderOpen(const char *name, const uint8_t *info, int size, int rate, int channels) {
+  WITH_OWN_NUMBERS;
   const AVCodec *codec = avcodec_find_decoder_by_name(name);
   struct decoder *decoder = calloc(1, sizeof *decoder);
   if (codec == NULL || decoder == NULL) {
@@ -58,6 +71,7 @@ EXPORTED struct decoder *KtDecoderOpen(const char *name, const uint8_t *info, in
 
 /* No bytes: nothing more comes. Negative when the sample is refused. */
 EXPORTED int KtDecoderSend(struct decoder *decoder, const uint8_t *bytes, int size, int64_t time) {
+  WITH_OWN_NUMBERS;
   if (bytes == NULL) return avcodec_send_packet(decoder->context, NULL);
   if (av_new_packet(decoder->packet, size) < 0) return -1;
   memcpy(decoder->packet->data, bytes, (size_t)size);
@@ -98,6 +112,7 @@ static int copy_sound(struct decoder *decoder) {
 
 /* The bytes of the next picture or piece of sound, which stand until the next call; 0 when there is none yet. */
 EXPORTED int KtDecoderReceive(struct decoder *decoder, const uint8_t **bytes, int64_t *time) {
+  WITH_OWN_NUMBERS;
   if (avcodec_receive_frame(decoder->context, decoder->frame) < 0) return 0;
   *time = decoder->frame->pts;
   const int size = decoder->frame->nb_samples > 0 ? copy_sound(decoder) : copy_picture(decoder);
