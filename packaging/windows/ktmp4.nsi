@@ -26,6 +26,9 @@ VIAddVersionKey LegalCopyright ""
 
 !define INSTALLED "Software\Microsoft\Windows\CurrentVersion\Uninstall\Ketral MP4"
 
+; The icons that come by default bear the name of the maker of setups.
+!define MUI_ICON "${NSISDIR}/Contrib/Graphics/Icons/orange-install.ico"
+!define MUI_UNICON "${NSISDIR}/Contrib/Graphics/Icons/orange-uninstall.ico"
 !define MUI_ABORTWARNING
 !define MUI_COMPONENTSPAGE_NODESC
 !insertmacro MUI_PAGE_COMPONENTS
@@ -76,10 +79,11 @@ Var Problem   ; what went wrong first, for people
   ${EndIf}
 !macroend
 
-!macro GiveUp
-  MessageBox MB_OK|MB_ICONSTOP "$Problem" /SD IDOK
+; The page has room for one line, which says how things are now.
+!macro GiveUp OUTCOME
+  MessageBox MB_OK|MB_ICONSTOP "$Problem$\n$\n${OUTCOME}" /SD IDOK
   SetErrorLevel 2
-  Abort "$Problem"
+  Abort "${OUTCOME}"
 !macroend
 
 ; registry_memory.cpp says what the commands do.
@@ -193,8 +197,8 @@ Function UninstallOther
   ExecWait '"$PLUGINSDIR\uninstall.exe" /S _?=$1' $0
   ${If} ${Errors}
   ${OrIf} $0 != 0
-    StrCpy $Problem "The installed version in $1 does not go: its uninstaller ended with $0. Close all players, then try again."
-    !insertmacro GiveUp
+    StrCpy $Problem "$1\uninstall.exe ended with $0. Close all players, then try again."
+    !insertmacro GiveUp "The version that was there is still installed."
   ${EndIf}
 FunctionEnd
 
@@ -202,11 +206,10 @@ Function GiveUpInstalling
   !insertmacro ForEachModule Unregister
   !insertmacro RegistryMemory restore
   !insertmacro DeleteFiles
-  StrCpy $Problem "$Problem$\n$\nNothing is installed now."
-  !insertmacro GiveUp
+  !insertmacro GiveUp "Nothing is installed now."
 FunctionEnd
 
-Section "Filter, decoder and program"
+Section "Filters and program"
   SectionIn RO
   Call UninstallOther
   !insertmacro RegistryMemory remember
@@ -289,7 +292,7 @@ Section "Uninstall"
     !insertmacro RegistryMemory restore
   ${EndIf}
   ${If} $Problem != ""
-    !insertmacro GiveUp
+    !insertmacro GiveUp "Ketral MP4 is still installed."
   ${EndIf}
   !insertmacro DeleteFiles
 SectionEnd
