@@ -46,24 +46,6 @@ TEST_F(FilterTest, LoadsNames) {
   EXPECT_EQ(loader->GetCurFile(nullptr, nullptr), E_POINTER);
 }
 
-// With the sinks in the graph as other filters would be.
-TEST_F(FilterTest, RendersAFileByItsName) {
-  const ReaderReplacement replacement;
-  HostGraph graph;
-  ASSERT_EQ(graph.Create(), S_OK);
-  const Held<CRecordingSink> video(SinkScript{.m_accept = &::MEDIASUBTYPE_KtMp4Video});
-  const Held<CRecordingSink> audio(SinkScript{.m_accept = &::MEDIASUBTYPE_KtMp4Audio});
-  for (CRecordingSink* const sink : {&*video, &*audio}) {
-    ASSERT_EQ(graph.m_builder->AddFilter(sink, nullptr), S_OK);
-  }
-  EXPECT_EQ(graph.m_builder->RenderFile(MediaFile(L"bframes-aac.mp4").c_str(), nullptr), S_OK);
-  ASSERT_TRUE(SUCCEEDED(graph.m_control->Run()));
-  EXPECT_TRUE(graph.Comes(EC_COMPLETE));
-  EXPECT_EQ(graph.m_control->Stop(), S_OK);
-  EXPECT_EQ(video->Pin().Count(SinkEvent::Sample), 99u);
-  EXPECT_EQ(audio->Pin().Count(SinkEvent::Sample), 173u);
-}
-
 TEST_F(FilterTest, PinsOfferTheirTypes) {
   const ReaderMovie movie;
   PlayedSource source(movie.Name());
