@@ -20,6 +20,7 @@ template <class Result, class... Arguments>
 Result Call(const char* name, Arguments... arguments) {
   static const HMODULE library = LoadLibraryA(KTMP4_DECODER_LIBRARY);
   void* const function = reinterpret_cast<void*>(GetProcAddress(library, name));
+  EXPECT_TRUE(library != nullptr && function != nullptr) << name << " of " << KTMP4_DECODER_LIBRARY;
   return reinterpret_cast<Result (*)(Arguments...)>(function)(arguments...);
 }
 
