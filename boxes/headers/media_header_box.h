@@ -12,6 +12,9 @@ class CMediaHeaderBox final : public CFieldsBox<CMediaHeaderBox, CScaledHeaderBo
   explicit CMediaHeaderBox(CBox&& header) : CFieldsBox(std::move(header)) {}
 
   Mp4Result Dump(int indent) override;
+  /// Three letters of five bits each, as they stand in the file.
+  u16 GetLanguage() const { return m_ui16Language; }
+  void SetLanguage(u16 language) { m_ui16Language = language; }
 
   template <class Fields>
   Mp4Result VisitFields(Fields& fields) {
@@ -20,7 +23,7 @@ class CMediaHeaderBox final : public CFieldsBox<CMediaHeaderBox, CScaledHeaderBo
   }
 
  private:
-  u16 m_ui16Language = 0;  // kept and written back, not interpreted
+  u16 m_ui16Language = 0;
   u16 m_ui16PreDefined = 0;
 };
 

@@ -22,6 +22,8 @@ class CTrackHeaderBox final : public CFieldsBox<CTrackHeaderBox, CTimedHeaderBox
   Mp4Result SetDimensions(u32 width, u32 height);
   /// 8.8 fixed. MP4_BAD_ARGUMENT for a negative volume.
   Mp4Result SetVolume(i16 volume);
+  const Matrix& GetMatrix() const { return m_i32Matrix; }
+  void SetMatrix(const Matrix& matrix) { m_i32Matrix = matrix; }
 
   template <class Fields>
   Mp4Result VisitFields(Fields& fields) {
