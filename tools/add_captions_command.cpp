@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -20,6 +21,8 @@ struct AddCaptionsArguments {
   std::string captions;
   CopyTarget target;
   std::optional<FrameRate> rate;
+  /// The time code at which the film begins.
+  std::string offset = "00:00:00:00";
 };
 
 std::string ReadText(const std::string& name) {
@@ -37,6 +40,28 @@ std::string ReadText(const std::string& name) {
   return text;
 }
 
+// Lets the film begin at that time code.
+void TakeOffset(const std::string& offset, SccFile* captions) {
+  const u64 begin = FrameOfCode(offset, captions->count).value_or(0);
+  for (SccCue& cue : captions->cues) {
+    if (cue.frame < begin) {
+      throw Failure("line " + std::to_string(cue.line) + ": its time code lies before --offset " + offset);
+    }
+    cue.frame -= begin;
+  }
+}
+
+// Films often begin with the code 01:00:00:00, and not where the pictures do.
+void NoteLateCaptions(const MovieCopy& copy, const std::string& name, double begin, const Notes& notes) {
+  double end = 0;
+  for (const auto& track : copy.Copies()) end = std::max(end, track->Length());
+  if (begin <= end) return;
+  char times[100];
+  std::snprintf(times, sizeof times, "%.3f s, and the film ends at %.3f s", begin, end);
+  notes("the first caption of " + Quoted(name) + " comes at " + times +
+        "; --offset takes the time code at which the film begins");
+}
+
 std::unique_ptr<CaptionTrack> ReadCaptions(const AddCaptionsArguments& arguments, const Notes& notes) {
   constexpr u64 kStepLimit = u64{1} << 31;  // the writer counts such a step as one backwards
   const std::string name = Quoted(arguments.captions);
@@ -46,6 +71,7 @@ std::unique_ptr<CaptionTrack> ReadCaptions(const AddCaptionsArguments& arguments
   try {
     captions = ReadScc(text, arguments.rate);
     if (!captions.cues.empty()) {
+      TakeOffset(arguments.offset, &captions);
       samples = LayOut(captions, (kStepLimit - 1) / ClockOf(captions.count).ticksPerFrame,
                        [&](const std::string& note) { notes(name + ": " + note); });
     }
@@ -61,8 +87,14 @@ void AddCaptions(const AddCaptionsArguments& arguments) {
   MovieCopy copy(arguments.input, arguments.target, notes);
   auto captions = ReadCaptions(arguments, notes);
   copy.Choose({});
+  copy.Examine();
+  NoteLateCaptions(copy, arguments.captions, captions->FirstCaption(), notes);
   copy.Add(std::move(captions), arguments.captions);
   copy.Write();
+}
+
+std::string RefuseNoTimeCode(const std::string& text) {
+  return FrameOfCode(text, FrameCount::kNonDrop) ? "" : Quoted(text) + " is no time code hh:mm:ss:ff";
 }
 
 }  // namespace
@@ -75,13 +107,18 @@ void AddAddCaptionsCommand(CLI::App& program) {
   command->add_option("--rate", arguments->rate, "Frames a second that the time codes count: 29.97 or 30")
       ->type_name("RATE")
       ->transform(Words(rates));
+  command->add_option("--offset", arguments->offset, "The time code at which IN begins, often 01:00:00:00")
+      ->type_name("HH:MM:SS:FF")
+      ->check(CLI::Validator(RefuseNoTimeCode, ""));
   AddInputArgument(*command, &arguments->input, "IN");
   command->add_option("CAPTIONS", arguments->captions, "The Scenarist caption file (.scc)")
       ->required()
       ->type_name("");
   AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
   command->footer(
-      "IN is copied as \"ktmp4 remux\" does it, and the captions become the last track. Time codes with a\n"
+      "IN is copied as \"ktmp4 remux\" does it, and the captions become the last track. The time code\n"
+      "00:00:00:00, or that of --offset, stands for its first picture; a note says when the first caption\n"
+      "comes behind the end. Time codes with a\n"
       "semicolon before the frames are drop frame, at 29.97 frames a second; others count each frame, at\n"
       "29.97 a second unless --rate says 30. The pairs of a line go out one to a frame, as they are, parity\n"
       "and all. A line whose time comes while the one before still goes out follows behind that one, with a\n"

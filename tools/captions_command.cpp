@@ -195,7 +195,7 @@ void Captions(const CaptionsArguments& arguments) {
   const i64 end = DurationOf(input);
   const u32 track = arguments.track ? *arguments.track : FindCaptions(input);
   CaptionReader reader(input, track);
-  input.TellAdapting(NotesOf("captions"), track);
+  input.TellReading(NotesOf("captions"), track);
   if (arguments.format == CaptionFormat::kScc) {
     PrintPairs(reader);
     return;

@@ -16,6 +16,7 @@ namespace {
 struct ExtractArguments {
   InputChoice input;
   std::string output;
+  bool force = false;
   u32 track = 0;
 };
 
@@ -54,15 +55,18 @@ class SampleReader {
 void Extract(const ExtractArguments& arguments) {
   InputFile input(arguments.input);
   input.RequireOpen();
+  input.RequireNoFragments("extract samples of");
   SampleReader reader(input, arguments.track);
-  input.TellAdapting(NotesOf("extract"), arguments.track);
+  input.TellReading(NotesOf("extract"), arguments.track);
   const u32 count = reader.Count();
   const Interrupts interrupts;
   OutputFile output(arguments.output, arguments.input.name);
+  RequireFree(arguments.output, arguments.force);
   for (u32 sample = 1; sample <= count && sample != 0; ++sample) {
     interrupts.Check();
     reader.CopyTo(output, sample);
   }
+  RequireFree(arguments.output, arguments.force);  // what has come meanwhile is not replaced either
   output.Finish();
 }
 
@@ -74,10 +78,11 @@ void AddExtractCommand(CLI::App& program) {
   const auto arguments = std::make_shared<ExtractArguments>();
   AddTrackOption(*command, &arguments->track);
   AddInputArgument(*command, &arguments->input);
-  command->add_option("OUT", arguments->output, "The file to write")->required()->type_name("");
+  AddOutputArguments(*command, &arguments->output, &arguments->force);
   command->footer(
       "The samples stand one after the other, as they are, without headers. OUT gets its name only when\n"
-      "it is complete; until then a file that has the name already stays as it is.");
+      "it is complete; until then a file that has the name already stays as it is. A fragmented file is\n"
+      "refused, unless --adapt is given.");
   command->callback([arguments] { Extract(*arguments); });
 }
 

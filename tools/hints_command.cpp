@@ -46,7 +46,7 @@ void DumpHints(InputFile& input, u32 index) {
 void Hints(const HintsArguments& arguments) {
   InputFile input(arguments.input);
   input.RequireOpen();
-  input.TellAdapting(NotesOf("hints"));
+  input.TellReading(NotesOf("hints"));
   std::vector<u32> tracks;
   if (arguments.track) {
     tracks.push_back(*arguments.track);

@@ -10,9 +10,11 @@
 #include <utility>
 #include <vector>
 
+#include "filter/formats/audio_config.h"
 #include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/files/adapted_facts.h"
+#include "tools/files/file_boxes.h"
 #include "tools/files/input_file.h"
 #include "tools/terminal/failure.h"
 #include "tools/terminal/standard_streams.h"
@@ -35,6 +37,7 @@ struct TrackFacts {
   std::optional<u64> duration;
   std::optional<u16> channels;
   u32 format = MP4_FORMAT_UNKNOWN;
+  std::string code;  // of the first sample entry
   std::optional<std::pair<u32, u32>> picture;
   std::vector<u8> decoderInfo;
   // Of an adapted file.
@@ -47,6 +50,7 @@ struct FileFacts {
   std::optional<u32> timeScale;
   std::optional<Date> created;
   std::vector<TrackFacts> tracks;
+  std::string fragments;  // the box that tells of them
   bool isAdapted = false;
   std::vector<AdaptedTrack> leftOut;
 };
@@ -76,6 +80,28 @@ std::vector<u8> DecoderInfo(CMp4Track& track) {
   return info;
 }
 
+// What comes out of the decoder. Sample entries tell 2 channels and 16 bits of a rate whatever is in the
+// stream, and those of AMR how many frames a sample has.
+void TakeSoundFacts(TrackFacts* facts) {
+  constexpr u32 kNarrowBand = 8000, kWideBand = 16000;
+  if (facts->format == MP4_FORMAT_SAMR || facts->format == MP4_FORMAT_SAWB) {
+    facts->rate = facts->format == MP4_FORMAT_SAMR ? kNarrowBand : kWideBand;
+    facts->channels = u16{1};
+  }
+  if (facts->format != MP4_FORMAT_MP4A) return;
+  if (const auto config = ReadAudioConfig(facts->decoderInfo)) {
+    facts->rate = config->outputRate;
+    facts->channels = static_cast<u16>(config->outputChannels);
+  }
+}
+
+// The code of the first sample entry as the boxes have it.
+std::string EntryCode(ByteSpan track) {
+  const auto table = BoxAt(track, {"mdia", "minf", "stbl", "stsd"});
+  const u32 code = table ? static_cast<u32>(Number(*table, 12, 4)) : 0;
+  return code != 0 ? CodeText(code) : "";
+}
+
 TrackFacts GatherTrack(CMp4File& file, u32 index) {
   TrackFacts facts;
   facts.index = index;
@@ -93,14 +119,26 @@ TrackFacts GatherTrack(CMp4File& file, u32 index) {
   facts.rate = Ask(*track, &CMp4Track::GetSampleRate);
   facts.channels = Ask(*track, &CMp4Track::GetChannelCount);
   facts.decoderInfo = DecoderInfo(*track);
+  TakeSoundFacts(&facts);
   // What the library does not know, the entries themselves tell.
   facts.entries = AdaptedEntries(file, index);
+  if (!facts.entries.empty()) facts.code = CodeText(facts.entries[0].code);
   if (facts.entries.empty() || facts.format != MP4_FORMAT_UNKNOWN) return facts;
   const AdaptedEntry& entry = facts.entries[0];
   if (entry.width != 0 || entry.height != 0) facts.picture = {entry.width, entry.height};
   if (entry.channels != 0) facts.channels = static_cast<u16>(std::min(entry.channels, 0xFFFFU));
   if (entry.sampleRate != 0) facts.rate = entry.sampleRate;
   return facts;
+}
+
+void TakeCodes(const std::string& name, FileFacts* facts) {
+  const FileBoxes boxes = ReadFileBoxes(name);
+  std::size_t track = 0;
+  if (!boxes.movie) return;
+  ForEachBox(*boxes.movie, "trak", [&](ByteSpan box) {
+    if (track < facts->tracks.size()) facts->tracks[track].code = EntryCode(box);
+    ++track;
+  });
 }
 
 FileFacts Gather(InputFile& input) {
@@ -110,11 +148,13 @@ FileFacts Gather(InputFile& input) {
   facts.timeScale = Ask(file, &CMp4File::GetMovieTimeScale);
   Date date{};
   if (file.GetCreationDate(&date[0], &date[1], &date[2], &date[3], &date[4], &date[5]) == MP4_OK) {
-    facts.created = date;
+    if (date != Date{1904, 1, 1, 0, 0, 0}) facts.created = date;  // which stands for none
   }
   const u32 count = Ask(file, &CMp4File::GetTrackCount).value_or(0);
   for (u32 index = 1; index <= count; ++index) facts.tracks.push_back(GatherTrack(file, index));
+  facts.fragments = input.Fragments();
   facts.isAdapted = input.IsAdapted();
+  if (!facts.isAdapted) TakeCodes(input.Name(), &facts);
   for (const AdaptedTrack& track : AdaptedTracks(file)) {
     if (track.position == 0 || track.position > count) {
       facts.leftOut.push_back(track);
@@ -174,7 +214,7 @@ std::string JsonArray(const Values& values, Text&& text) {
 
 std::string EntryJson(const AdaptedEntry& entry) {
   JsonObject json;
-  json.Add("code", JsonText(CodeText(entry.code))).Add("name", JsonText(CodingName(entry.code)));
+  json.Add("code", JsonText(CodeText(entry.code))).Add("name", JsonText(CodingName(CodeText(entry.code))));
   if (entry.width != 0 || entry.height != 0) json.Add("width", entry.width).Add("height", entry.height);
   if (entry.channels != 0) json.Add("channels", entry.channels);
   if (entry.sampleRate != 0) json.Add("sampleRate", entry.sampleRate);
@@ -198,10 +238,13 @@ std::string TrackJson(const TrackFacts& facts) {
   }
   json.Add("id", facts.id).Add("kind", facts.kind).Add("format", facts.format).Add("samples", facts.samples);
   json.Add("timeScale", facts.timeScale).Add("duration", facts.duration);
-  if (facts.picture) json.Add("width", facts.picture->first).Add("height", facts.picture->second);
-  if (facts.rate) json.Add("sampleRate", facts.rate);
-  if (facts.channels) json.Add("channels", facts.channels);
-  json.Add("decoderInfo", JsonText(Hex(facts.decoderInfo)));
+  json.Add("code", facts.code.empty() ? "null" : JsonText(facts.code));
+  if (facts.kind == MP4_KIND_VIDEO) {
+    json.Add("width", facts.picture ? std::optional(facts.picture->first) : std::nullopt);
+    json.Add("height", facts.picture ? std::optional(facts.picture->second) : std::nullopt);
+  }
+  if (facts.kind == MP4_KIND_AUDIO) json.Add("sampleRate", facts.rate).Add("channels", facts.channels);
+  json.Add("decoderInfo", facts.decoderInfo.empty() ? "null" : JsonText(Hex(facts.decoderInfo)));
   if (facts.adapted) {
     json.Add("entries", JsonArray(facts.entries, EntryJson)).Add("adapted", AdaptedJson(*facts.adapted));
   }
@@ -217,6 +260,7 @@ std::string FileJson(const InputFile& input, const FileFacts& facts) {
   }
   json.Add("fileType", facts.fileType);
   json.Add("created", facts.created ? JsonText(DateText(*facts.created, 'T')) : "null");
+  json.Add("fragmented", facts.fragments.empty() ? "false" : "true");
   json.Add("movieTimeScale", facts.timeScale);
   json.Add("tracks", JsonArray(facts.tracks, TrackJson));
   if (facts.isAdapted) json.Add("leftOut", JsonArray(facts.leftOut, AdaptedJson));
@@ -246,7 +290,7 @@ void PrintNumber(std::string_view label, const std::optional<Value>& value, cons
 // "avc1 (H.264), 640 x 360 pixels"
 std::string EntryText(const AdaptedEntry& entry) {
   std::string text = CodeText(entry.code);
-  if (const std::string name = CodingName(entry.code); !name.empty()) text += " (" + name + ")";
+  if (const std::string name = CodingName(CodeText(entry.code)); !name.empty()) text += " (" + name + ")";
   if (entry.width != 0 || entry.height != 0) {
     text += ", " + std::to_string(entry.width) + " x " + std::to_string(entry.height) + " pixels";
   }
@@ -269,6 +313,15 @@ void PrintAdapting(const TrackFacts& facts) {
   for (const std::string& text : NoteTexts(*facts.adapted)) PrintRow("  adapted", text);
 }
 
+// "1 mp4v"; of a format that the library has no number for, what the file calls it.
+std::string FormatText(const TrackFacts& facts) {
+  std::string text = Named(facts.format, kFormats);
+  if (facts.format != MP4_FORMAT_UNKNOWN || facts.code.empty()) return text;
+  text = "0 " + facts.code;
+  const std::string name = CodingName(facts.code);
+  return name.empty() ? text : text + " (" + name + ")";
+}
+
 void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
   Print("\nTrack " + std::to_string(facts.index) + "\n");
   if (facts.result) {
@@ -277,7 +330,7 @@ void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
   }
   PrintNumber("  id", facts.id);
   PrintRow("  kind", Named(facts.kind.value_or(MP4_KIND_UNKNOWN), kKinds));
-  PrintRow("  format", Named(facts.format, kFormats));
+  PrintRow("  format", FormatText(facts));
   PrintNumber("  samples", facts.samples);
   PrintNumber("  time scale", facts.timeScale, " ticks per second");
   std::string seconds = " movie ticks";
@@ -299,15 +352,15 @@ void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
 }
 
 void PrintText(const InputFile& input, const FileFacts& facts) {
-  PrintRow("File", IsTerminal(stdout) ? OneLine(input.Name()) : input.Name());
+  PrintRow("File", OneLine(input.Name()));
   PrintRow("Type", Named(facts.fileType, kFileTypes));
-  std::string created = "?";
-  if (facts.created) {
-    created = DateText(*facts.created, ' ');
-    if (*facts.created == Date{1904, 1, 1, 0, 0, 0}) created += " (not set)";
-  }
-  PrintRow("Created", created);
+  PrintRow("Created", facts.created ? DateText(*facts.created, ' ') : "not set");
   PrintNumber("Movie time scale", facts.timeScale, " ticks per second");
+  if (!facts.fragments.empty()) {
+    PrintRow("Fragmented",
+             "\"" + facts.fragments + "\"" +
+                 (facts.isAdapted ? "" : ", and what is in the fragments is not read; --adapt reads it"));
+  }
   PrintRow("Tracks", std::to_string(facts.tracks.size()));
   for (const TrackFacts& track : facts.tracks) PrintTrack(track, facts.timeScale);
   for (const AdaptedTrack& track : facts.leftOut) {
@@ -344,7 +397,8 @@ void AddInfoCommand(CLI::App& program) {
   command->footer(
       "A track that cannot be opened is listed with its result. Durations are in movie ticks.\n"
       "kind:   1 video, 2 audio, 3 hint, 4 object descriptors, 5 scene description, 6 text, 0 unknown\n"
-      "format: 1 mp4v, 2 mp4a, 3 mp4s, 4 s263, 5 sawb, 6 samr, 0 unknown\n"
+      "format: 1 mp4v, 2 mp4a, 3 mp4s, 4 s263, 5 sawb, 6 samr, 0 any other, with its code\n"
+      "Rate and channels of sound are those that come out of its decoder, where its set-up tells.\n"
       "With --adapt each sample entry is named as it stands in the file, and what adapting did to a track "
       "is\n"
       "told, also of tracks that were left out.\n"

@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "tools/commands.h"
 #include "tools/terminal/failure.h"
@@ -19,11 +21,30 @@ std::string CommandName(const CLI::App& program) {
   return commands.empty() ? "ktmp4" : "ktmp4 " + commands.front()->get_name();
 }
 
+using Arguments = std::span<char* const>;  // those behind the program's name
+
+// The first one that looks like options of one letter each and is none of them; empty when there is none.
+std::string DashedName(Arguments arguments) {
+  for (const std::string_view argument : arguments) {
+    if (argument == "--") break;
+    const bool isNumber = argument.find_first_not_of("-0123456789.") == argument.npos;
+    if (argument.size() > 2 && argument[0] == '-' && argument[1] != '-' && !isNumber) {
+      return std::string(argument);
+    }
+  }
+  return {};
+}
+
 // What is wrong with the arguments. Of a command that does not exist the parser only says that one is
-// missing.
-std::string WrongUse(const CLI::App& program, const std::string& message, const char* first) {
-  const bool isCommand = program.get_subcommands().empty() && first != nullptr && first[0] != '-';
-  const std::string text = isCommand ? "there is no command " + kt::Quoted(first) : kt::OneLine(message);
+// missing, and a name that begins with a dash it takes apart.
+std::string WrongUse(const CLI::App& program, const std::string& message, Arguments arguments) {
+  const bool isCommand = program.get_subcommands().empty() && !arguments.empty() && arguments[0][0] != '-';
+  const std::string dashed = DashedName(arguments);
+  const std::string text =
+      isCommand ? "there is no command " + kt::Quoted(arguments[0])
+      : dashed.empty()
+          ? kt::OneLine(message)
+          : kt::Quoted(dashed) + " is no option; a file name that begins with a dash goes behind \"--\"";
   return text + " (see " + CommandName(program) + " --help)";
 }
 
@@ -38,7 +59,7 @@ void SetUp(CLI::App& program) {
   program.name("ktmp4");
   program.require_subcommand(1);
   program.allow_windows_style_options(false);  // "/media/clip.mp4" is a file everywhere
-  program.set_version_flag("--version", "ktmp4 " KTMP4_VERSION, "Print the version and exit");
+  program.set_version_flag("-V,--version", "ktmp4 " KTMP4_VERSION, "Print the version and exit");
   program.set_help_flag("-h,--help", "Print this help and exit");
   program.footer(
       "\"ktmp4 COMMAND --help\" tells more about a command. The exit code is 0, 1 when the work could not\n"
@@ -57,6 +78,7 @@ void SetUp(CLI::App& program) {
 }
 
 int Run(int argc, char** argv) {
+  const Arguments arguments = Arguments(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0);
   CLI::App program("Reads and writes ISO base media files (.mp4, .3gp, .m4a).");
   try {
     SetUp(program);
@@ -67,7 +89,7 @@ int Run(int argc, char** argv) {
     program.exit(wish);
     return kDone;
   } catch (const CLI::ParseError& error) {
-    return Report(program, WrongUse(program, error.what(), argv[1]), kWrongUse);
+    return Report(program, WrongUse(program, error.what(), arguments), kWrongUse);
   } catch (const kt::Interrupted& interrupted) {
     Report(program, "interrupted", kFailed);
     kt::EndBySignal(interrupted.signalNumber);

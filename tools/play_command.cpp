@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -93,14 +94,17 @@ class HostWait final : public RequestWait {
 // Texts and samples as they come, each in a line.
 class PlayOutput {
  public:
-  explicit PlayOutput(bool quiet) : m_quiet(quiet) {}
+  /// `atOnce` lets each line be seen when it is written, wherever the output goes.
+  PlayOutput(bool quiet, bool atOnce) : m_quiet(quiet), m_atOnce(atOnce) {}
   void Head() { Line("\npin   sample            start             stop      size  sync\n"); }
-  void Sample(u32 pin, const DeliveredSample& sample) {
+  void Sample(const HeadlessPin& pin, const DeliveredSample& sample) {
     if (m_quiet) return;
+    // Ahead of the position that was sought the private types tell a stop that means nothing.
+    const bool hasStop = pin.Pin().HasPlatformType() || sample.start.value_or(-1) >= 0;
     char text[160];
-    std::snprintf(text, sizeof text, "%3u %8u %16s %16s %9u %5d\n", pin, sample.number,
-                  StampText(sample.start).c_str(), StampText(sample.stop).c_str(), sample.size,
-                  sample.isSyncPoint);
+    std::snprintf(text, sizeof text, "%3u %8u %16s %16s %9u %5d\n", pin.Number(), sample.number,
+                  StampText(sample.start).c_str(), hasStop ? StampText(sample.stop).c_str() : "-",
+                  sample.size, sample.isSyncPoint);
     Line(text);
   }
   void End(u32 pin) { Line("pin " + std::to_string(pin) + ": end of stream\n"); }
@@ -109,15 +113,37 @@ class PlayOutput {
     if (m_quiet) return;
     m_progress.Clear();
     Print(text);
+    if (m_atOnce) FlushOutput();
   }
 
  private:
   const bool m_quiet;
+  const bool m_atOnce;
   ProgressLine m_progress;
 };
 
 std::string Counted(u64 count, const char* one, const char* many) {
   return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+// Where there are no drives, "ktmp4file:///folder/film.mp4&cc=on" names a file by its whole path. The source
+// would take the first letter for a drive, so that such a URL is taken apart here: its parameters go to the
+// source, and the path is what it loads. Any other name is loaded as it stands.
+std::string LoadedName(const std::string& name, CReaderSource& source) {
+#ifndef _WIN32
+  constexpr std::string_view kScheme = "ktmp4file://";
+  if (name.starts_with(std::string(kScheme) + "/")) {
+    UrlParameterStore parameters;
+    SourceSwitches switches = source.Switches();
+    static_cast<void>(parameters.Parse(name.c_str()));  // no null
+    ApplyUrlParameters(parameters, &switches);
+    source.SetCaptionMode(parameters.GetString("cc"));
+    source.SetAdapt(switches.m_adapt);
+    source.SetForExtractor(switches.m_forExtractor);
+    return name.substr(kScheme.size(), name.find('&') - kScheme.size());
+  }
+#endif
+  return name;
 }
 
 // Loads a file and gives its size in bytes.
@@ -135,11 +161,11 @@ u64 Load(CReaderSource& source, const std::string& name) {
   throw Failure(operation);
 }
 
-// What adapting did, which the source keeps to itself as well.
-void TellAdapting(const std::string& name) {
+// What reading loses, which the source keeps to itself as well.
+void TellReading(const std::string& name, bool adapt) {
   SourceName parsed;
   if (IsFailure(ParseSourceName(name.c_str(), &parsed))) return;
-  InputFile({parsed.path, true}).TellAdapting(NotesOf("play"));
+  InputFile({parsed.path, adapt}).TellReading(NotesOf("play"));
 }
 
 // Pins deliver what their tracks claim, so the claims are held against the file first.
@@ -195,7 +221,7 @@ void PrintPin(const HeadlessPin& pin) {
   Print((position ? "  connected with type " + std::to_string(*position) + ", "
                   : "  connected, though no type is its own, ") +
         Counted(pin.Buffers().count, "buffer", "buffers") + " of " + std::to_string(pin.Buffers().size) +
-        " bytes\n");
+        " bytes; start and stop are times of " + (facts.HasPlatformType() ? "display" : "decoding") + "\n");
 }
 
 // Takes the samples of all pins in the order of their start times.
@@ -221,7 +247,7 @@ class Player {
     m_texts.SetPosition(pin.NextStart());
     if (const auto sample = pin.Deliver()) {
       ++m_samples;
-      m_output.Sample(pin.Number(), *sample);
+      m_output.Sample(pin, *sample);
       m_output.Progress().Update(m_clock.Position(), m_duration, m_samples);
     } else {
       m_output.End(pin.Number());
@@ -274,11 +300,12 @@ void Play(const PlayArguments& arguments) {
   CReaderSource source(host);
   source.SetCaptionMode(arguments.captions);
   source.SetAdapt(arguments.adapt);
-  const u64 fileSize = Load(source, arguments.name);
-  if (source.Switches().m_adapt) TellAdapting(arguments.name);
+  const std::string name = LoadedName(arguments.name, source);
+  const u64 fileSize = Load(source, name);
+  TellReading(name, source.Switches().m_adapt);
   RequireClaims(source, fileSize, arguments.name);
   if (arguments.extract) source.SetForExtractor(true);
-  PlayOutput output(arguments.quiet);
+  PlayOutput output(arguments.quiet, arguments.realtime);
   HostClock clock(arguments.realtime, from);
   HostWait wait;
   TextStorage storage;
@@ -339,18 +366,20 @@ void AddPlayCommand(CLI::App& program) {
       ->type_name("");
   command->footer(
       "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the\n"
-      "start times; start and stop are in seconds. The last sample of a track is not delivered. When a\n"
-      "stream ends early because a sample cannot be had, the exit code is 1.\n"
-      "A pin is connected with the first of its types that it takes. Under one of the platform's, which\n"
-      "adapted files alone have, the last sample is delivered, too, and times are those of display.\n"
+      "start times. The last sample of a track is not delivered. When a stream ends early because a sample\n"
+      "cannot be had, the exit code is 1.\n"
+      "A pin is connected with the first of its types that it takes. Under one of its own, start and stop\n"
+      "are decoding times, those of the sample and of the one behind it, in seconds; behind --from a sample\n"
+      "ahead of that position has no stop, \"-\". Under one of the platform's, which adapted files alone\n"
+      "have, they are times of display, and the last sample is delivered, too.\n"
       "Captions decoded to text give a line for each change of the screen and for each row that is\n"
       "complete, at its time in the file; their samples are empty and have no stamps. Texts that ride in\n"
       "video samples have a line each, at their sample's start.\n"
       "In a URL a drive letter and a path stand behind the scheme, then parameters behind \"&\",\n"
       "where cc takes the place of --cc, and adapt of --adapt:\n"
       "  ktmp4file://c:/media/clip.mp4&cc=off&adapt=on&forextractoruse=1\n"
-      "names the file c:/media/clip.mp4, which is of use on Windows; elsewhere a plain name is the usual\n"
-      "way.");
+      "names the file c:/media/clip.mp4, which is of use on Windows. Elsewhere a whole path stands behind\n"
+      "the scheme, as in ktmp4file:///media/clip.mp4&cc=on, which the filter itself would not find.");
   command->callback([arguments] { Play(*arguments); });
 }
 

@@ -45,14 +45,15 @@ void AddRemuxCommand(CLI::App& program) {
   AddInputArgument(*command, &arguments->input, "IN");
   AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
   command->footer(
-      "Tracks of MPEG-4 visual, AAC, H.263, AMR and Line 21 can be written. Without --track all of these "
-      "are\n"
-      "copied, and standard error says which others are left out and why. Without --type the name of OUT\n"
-      "decides. Samples, times, sync flags, decoder set-up, dates and copyright notices stay as they are;\n"
-      "edits and start delays, and the first decoding time of a track, are not kept. With --adapt edits "
-      "act,\n"
-      "and tracks that start late do so in the copy. Standard error says\n"
-      "when a track loses its language, its matrix or the name of its handler.\n"
+      "Tracks of MPEG-4 visual, AAC, H.263, AMR and Line 21 can be written. Without --track all of these\n"
+      "are copied. Without --type the ending of OUT decides: .3gp, .3g2 and .3gpp are 3gp, .m4a and .m4b\n"
+      "are m4a, all others mp4. Samples, times, sync flags, decoder set-up, dates, copyright notices, the\n"
+      "language and the matrix of a track stay as they are. These do not, and standard error says so:\n"
+      "  tracks of other formats are left out; tags and the names of handlers are not copied\n"
+      "  start delays, edits and first decoding times act with --adapt alone\n"
+      "  the last sample of a track lasts as long as the one before it\n"
+      "  the movie lasts as its first track: --track 2 --track 1 lets the second come first\n"
+      "A fragmented file is refused, unless --adapt is given.\n"
       "OUT gets its name only when it is complete; until then a file that has the name already stays as it\n"
       "is.");
   command->callback([arguments] {

@@ -68,7 +68,7 @@ void Samples(const SamplesArguments& arguments) {
     RequireSamplesFit(*track, input.Size(),
                       "track " + std::to_string(arguments.track) + " of " + Quoted(arguments.input.name));
   }
-  input.TellAdapting(NotesOf("samples"), arguments.track);
+  input.TellReading(NotesOf("samples"), arguments.track);
   Print("sample,size,dts,cts,sync\n");
   for (u32 sample = 1; sample <= count && sample != 0; ++sample)
     PrintSample(*track, sample, arguments.input.name);

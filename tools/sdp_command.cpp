@@ -74,6 +74,7 @@ std::string WithPort(const std::string& block, u32 port) {
 void PrintSessionDescription(const SdpArguments& arguments) {
   InputFile input(arguments.input);
   input.RequireOpen();
+  input.TellReading(NotesOf("sdp"));
   const std::string operation = "cannot read the session description of " + Quoted(arguments.input.name);
   const std::string movie = TextOf(operation, input.Size(), [&](char* buffer, u32 size) {
     return input.File().GetMovieSdp(buffer, size);

@@ -8,6 +8,7 @@
 namespace kt::test {
 namespace {
 
+namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
 // A track whose tables contradict each other; pictures that start half a second late, with a box that the
@@ -65,6 +66,21 @@ TEST(Adapt, GoesAsFarAsTheFile) {
   EXPECT_EQ(Lines(ExpectRun({"samples", "--adapt", "--track", "1", file.Name()})).size(), 5u);
   ExpectParts(ExpectRun({"play", "--adapt", file.Name()}, 1, {"ended early"}),
               {"pin 1: 3 of 4 samples delivered, 6 bytes, ended early: its samples take more bytes"});
+}
+
+// A strict reader passes fragments over, so that a copy would be less than it looks.
+TEST(Fragments, AreNamedAndNotLost) {
+  const TempFile file(Bytes(Movie().Build()).Add(Box("moof", Bytes()))), out;
+  fs::remove(out.Path());
+  const std::string one = "--track 1 " + ShellWord(file.Name()),
+                    both = ShellWord(file.Name()) + " " + ShellWord(out.Name());
+  for (const std::string& line : {"remux " + both, "hint " + both, "extract --track 1 " + both}) {
+    ExpectShell(CommandLine({}) + " " + line, 1, {"it is fragmented (\"moof\")", "--adapt reads them"});
+    EXPECT_FALSE(fs::exists(out.Path()));
+  }
+  for (const std::string& line : {"samples " + one, "play " + one.substr(10)})
+    ExpectShell(CommandLine({}) + " " + line, 0, {"is fragmented (\"moof\")"});
+  ExpectParts(ExpectRun({"info", file.Name()}), {"Fragmented        \"moof\", and what"});
 }
 
 }  // namespace

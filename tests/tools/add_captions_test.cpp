@@ -47,6 +47,17 @@ TEST(AddCaptions, TimeCodesAndPairsComeBack) {
   }
 }
 
+TEST(AddCaptions, AFilmMayBeginWithAnotherCode) {
+  Captioned file;
+  file.Add("01:00:01:00\t9420 9420\n", {}, 0,
+           {"comes at 3604.601 s, and the film ends at 4.0", "--offset takes"});
+  file.Add("01:00:01:00\t9420 9420\n", {"--offset", "01:00:00:00"});
+  EXPECT_EQ(file.Captions("scc"), "Scenarist_SCC V1.0\n\n00:00:01:00\t9420 9420\n");
+  file.Add("01:00:01:00\t9420 9420\n", {"--offset", "02:00:00:00"}, 1,
+           {"line 3: its time code lies before --offset"});
+  file.Add("", {"--offset", "1"}, 2, {"\"1\" is no time code"});
+}
+
 TEST(AddCaptions, FailuresLeaveNothingBehind) {
   Captioned file;
   file.Add("00:00:01:00 9420\n00:00:02:00 94\n", {}, 1, {"in.scc\": line 4: \"94\" is no byte pair"});

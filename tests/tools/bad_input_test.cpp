@@ -137,7 +137,7 @@ TEST(Terminal, GetsNoControlBytes) {
   const std::string file = folder / "a\x1B[31m\nb.mp4";
   WriteFile(file, MovieOf(Track().With(&Track::hdlr, Hdlr("\x1B\xC2\x9BH"))).Build());
   for (const auto& [command, raw, shown] : {std::tuple("dump", "type=\x1B\xC2\x9BH", "type=\\x1B\\xC2\\x9BH"),
-                                            {"info", "a\x1B[31m\nb", "a\\x1B[31m\\x0Ab"}}) {
+                                            {"info", "a\\x1B[31m\\x0Ab", "a\\x1B[31m\\x0Ab"}}) {
     const std::string line = CommandLine({command, file});
     ExpectParts(ExpectShell(line, 0, {}), {raw});
     const std::string seen = RunShell("script -qec " + ShellWord(line) + " /dev/null </dev/null").out;

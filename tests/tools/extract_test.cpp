@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::vector<std::string> Extract(const std::string& file, const std::string& output) {
-  return {"extract", "--track", "1", file, output};
+  return {"extract", "--force", "--track", "1", file, output};
 }
 
 TEST(Extract, RefusesWhatItMustNotReplace) {
@@ -50,6 +50,7 @@ TEST(Extract, RefusesWhatItMustNotReplace) {
     ExpectRun(Extract(file, output), 1, {"ktmp4 extract: cannot write \"" + output + "\": ", reason});
     EXPECT_EQ(folder.Names(), before);
   }
+  ExpectRun({"extract", "--track", "1", Media("h263.3gp"), file}, 1, {"--force replaces it"});
   EXPECT_TRUE(ReadFile(file) == ReadFile(Media("h263.3gp")));
 }
 
@@ -83,7 +84,8 @@ TEST(Extract, InterruptedLeavesNothingBehind) {
     ASSERT_NE(child, -1);
     if (child == 0) {
       if (!std::freopen(err.c_str(), "w", stderr)) _exit(125);
-      execl(KTMP4_PROGRAM, "ktmp4", "extract", "--track", "1", file.c_str(), output.c_str(), nullptr);
+      execl(KTMP4_PROGRAM, "ktmp4", "extract", "--force", "--track", "1", file.c_str(), output.c_str(),
+            nullptr);
       _exit(126);
     }
     int status = 0;

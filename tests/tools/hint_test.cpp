@@ -39,6 +39,8 @@ TEST(Hint, SaysBeforehandWhatCannotBe) {
       {{amr}, "--type 3gp", 1, "", {"no track that can be hinted"}},
       {{captions}, "", 1, "", {"--type 3gp"}},
       {{captions}, "--type 3gp", 0, "text ", {}},
+      {{pictures.WithOneChunk(1, Stsz({10})), Aac(10)}, "", 0, "audio ", {"it has one sample, and the last"}},
+      {{captions.WithOneChunk(2, Stsz({3, 3}))}, "--type 3gp", 1, "", {"its 2 samples fit in one packet"}},
       // Frames that just fit, that are cut, and that no header can tell.
       {{Aac(495)}, "", 0, "audio ", {}},
       {{Aac(496)}, "", 0, "audio ", {"sample 3 of track 1"}},

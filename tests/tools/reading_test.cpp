@@ -18,16 +18,36 @@ Json InfoOf(const std::string& file) {
 TEST(Info, TellsScriptsWhatTheTracksAre) {
   const std::string file = Media("bframes-aac.mp4");
   const Json expected = Json::parse(R"({
-    "result": 0, "fileType": 0, "created": "1904-01-01T00:00:00", "movieTimeScale": 1000, "tracks": [
-      {"index": 1, "result": 0, "id": 1, "kind": 1, "format": 1, "samples": 100, "timeScale": 12800,
+    "result": 0, "fileType": 0, "created": null, "fragmented": false, "movieTimeScale": 1000, "tracks": [
+      {"index": 1, "result": 0, "id": 1, "kind": 1, "format": 1, "code": "mp4v", "samples": 100, "timeScale": 12800,
        "duration": 4000, "width": 176, "height": 144,
        "decoderInfo": "000001b0f1000001b5a913000001000000012008d48d0800cd05841214183f"},
-      {"index": 2, "result": 0, "id": 2, "kind": 2, "format": 2, "samples": 174, "timeScale": 44100,
+      {"index": 2, "result": 0, "id": 2, "kind": 2, "format": 2, "code": "mp4a", "samples": 174, "timeScale": 44100,
        "duration": 4000, "sampleRate": 44100, "channels": 2, "decoderInfo": "121056e500"}]})");
   Json json = InfoOf(file);
   EXPECT_EQ(json.at("file"), file);
   json.erase("file");
   EXPECT_EQ(json, expected) << json.dump(2);
+}
+
+// Sample entries say 2 channels of a rate in 16 bits whatever comes out of the decoder.
+TEST(Info, GoesByTheDecoderSetUp) {
+  const auto aac = [](u16 rate, const std::vector<u8>& setUp) {
+    return AudioEntry("mp4a", 2, rate, Esds(0x40, 5, setUp));
+  };
+  const Bytes damr = Box("damr", Bytes().Zeros(9));
+  const std::tuple<Bytes, u32, u32> sounds[] = {{aac(44100, {0x12, 0x08}), 44100, 1},
+                                                {aac(0, {0x10, 0x10}), 96000, 2},
+                                                {aac(48000, {0x11, 0xB0}), 48000, 6},
+                                                {AudioEntry("samr", 2, 50, damr), 8000, 1},
+                                                {AudioEntry("sawb", 2, 50, damr), 16000, 1}};
+  for (const auto& [entry, rate, channels] : sounds) {
+    const Json track = InfoOf(TempFile(MovieOf(SoundTrack(entry)).Build()).Name()).at("tracks")[0];
+    EXPECT_EQ(std::pair(track.at("sampleRate"), track.at("channels")), std::pair(Json(rate), Json(channels)));
+  }
+  const Json opus = InfoOf(TempFile(MovieOf(SoundTrack(AudioEntry("Opus", 2, 0, {}))).Build()).Name());
+  EXPECT_TRUE(opus.at("tracks")[0].at("sampleRate").is_null() &&
+              opus.at("tracks")[0].at("decoderInfo").is_null());
 }
 
 TEST(Info, TellsPeopleTheSameInWords) {
@@ -38,6 +58,8 @@ TEST(Info, TellsPeopleTheSameInWords) {
               {"Created           1904-01-02 00:00:00\n", "  kind            1 video\n",
                "  duration        40 movie ticks = 0.040 s\n", "  picture         320 x 240 pixels\n",
                "  decoder info    d0d1\n"});
+  const TempFile captions(MovieOf(CaptionedTrack()).Build());
+  ExpectParts(ExpectRun({"info", captions.Name()}), {"  format          0 ln21 (Line 21 captions)\n"});
 }
 
 // One bad track hides neither the other nor itself.

@@ -3,6 +3,8 @@
 #include <fstream>
 #include <tuple>
 
+#include <ktmp4/track_presentation.h>
+
 #include "support/movie_builder.h"
 #include "tools/program.h"
 
@@ -25,13 +27,17 @@ std::string SamplesOf(const std::string& file, int track) {
 }
 
 TEST(Remux, TheTypeIsAskedForOrFollowsTheName) {
-  const std::pair<std::vector<std::string>, const char*> cases[] = {
-      {{"a"}, "mp42"}, {{"a.3GP"}, "3gp4"}, {{"a.m4a"}, "M4A "}, {{"a.mp4", "--type", "3gp"}, "3gp4"}};
-  for (const auto& [named, brand] : cases) {
+  const std::tuple<std::vector<std::string>, const char*, const char*> cases[] = {
+      {{"a"}, "mp42", ""},
+      {{"a.3GP"}, "3gp4", ""},
+      {{"a.m4a"}, "M4A ", ""},
+      {{"a.mp4", "--type", "3gp"}, "3gp4", ""},
+      {{"a.mov"}, "mp42", "a.mov\" becomes a file of type mp4"}};
+  for (const auto& [named, brand, remark] : cases) {
     const TempFolder folder;
     std::vector<std::string> arguments = {"remux", Media("aac.m4a"), folder / named[0]};
     arguments.insert(arguments.end(), named.begin() + 1, named.end());
-    ExpectRun(arguments, 0, {"SoundHandler"});
+    ExpectRun(arguments, 0, {"SoundHandler", remark});
     EXPECT_EQ(ReadText(folder / named[0]).substr(8, 4), brand);
   }
 }
@@ -48,7 +54,7 @@ TEST(Remux, TakesTheTracksThatAreAskedForInThatOrder) {
   // The tracks stand in turns: the sound of the first seconds is complete ahead of the pictures.
   ExpectRun({"remux", "--force", in, out}, 0, {"SoundHandler"});
   const auto placeOf = [&](const std::string& track) {
-    ExpectRun({"extract", "--track", track, in, folder / "samples"});
+    ExpectRun({"extract", "--force", "--track", track, in, folder / "samples"});
     return ReadText(out).find(ReadText(folder / "samples").substr(0, 100));
   };
   EXPECT_LT(placeOf("2"), placeOf("1"));
@@ -84,6 +90,11 @@ TEST(Remux, NamesTheSampleThatTheWriterWouldRefuseOrChange) {
       {"offsets from the first sample on", shifted({{1, 20}, {3, 0}}), 0, {}},
       {"negative offsets", shifted({{1, 20}, {3, 0xFFFFFFF0}}), 0, {"sample 2 of track 1"}},
       {"an offset that wraps", wrapping, 0, {"sample 2 of track 1", "wraps"}},
+      {"a last step", timed({{3, 10}, {1, 2000}}), 0, {"lasts 2.000 s; in the copy", "before it, 0.010 s"}},
+      {"an edit",
+       Pictures().With(&Track::edts, Edts({{30, 10}})),
+       0,
+       {"its edit, which begins 0.010 s into"}},
       {"a start delay", Pictures().With(&Track::edts, Edts({{500, -1}, {40, 0}})), 0, {"0.500 s late"}},
   };
   for (const auto& [what, track, exitCode, remark] : cases) {
@@ -148,12 +159,25 @@ TEST(Remux, KeepsWhatItCanAndNamesWhatItLoses) {
   track.udta = Udta({Cprt("deu", "Erste"), unnamed});
   Movie movie = MovieOf(track);
   movie.mvhd = Mvhd(1000, 48 * 3600);
-  movie.udta = Udta({Cprt("deu", "Film")});
+  movie.udta = Udta({Cprt("deu", "Film"), Box("titl", Bytes().Zeros(8))});
+  movie.tracks.push_back(SoundTrack().With(&Track::stts, Stts({{4, 100}})));  // 0.4 s, and the first has 0.04
   const TempFolder folder;
   const TempFile file(movie.Build());
   const std::string out = folder / "out.mp4";
-  ExpectRun({"remux", file.Name(), out}, 0, {"its language (deu)", "its matrix", "its handler (\"name\")"});
+  ExpectRun({"remux", file.Name(), folder / "out.m4a"}, 0,
+            {"its tags (titl)", "its handler (\"name\")", "lasts 0.040 s", "--track 2 --track 1",
+             "which is video"});
+  fs::rename(folder / "out.m4a", out);
   const std::string copy = ReadText(out);
+  OpenedMovie opened(ReadFile(out));
+  const auto copied = opened.OpenTrack();
+  char language[4];
+  i32 matrix[9];
+  ASSERT_EQ(std::pair(GetTrackLanguage(copied.get(), language), GetTrackMatrix(copied.get(), matrix)),
+            std::pair(MP4_OK, MP4_OK));
+  EXPECT_EQ(std::pair(std::string(language), matrix[0]), std::pair(std::string("deu"), 0x01000000));
+  EXPECT_EQ(SetTrackLanguage(copied.get(), "deu"), MP4_NOT_READY);
+  EXPECT_EQ(SetTrackLanguage(copied.get(), "DE"), MP4_BAD_ARGUMENT);
   for (const Bytes& box :
        {track.stss, track.ctts, Cprt("deu", "Erste"), Cprt("und", "second"), Cprt("deu", "Film")})
     ExpectParts(copy, {std::string(box.begin(), box.end())});
@@ -173,12 +197,13 @@ TEST(FullDisk, LeavesTheOldFile) {
   const std::string in = Media("bframes-aac.mp4");
   const std::string remux = CommandLine({"remux", "--force", in, out});
   // In blocks of 512 bytes: nothing at all, within the samples, within "moov" (some shells count in 1024).
-  for (const auto& [blocks, command] : {std::pair("0", remux),
-                                        {"60", remux},
-                                        {"160", remux},
-                                        {"325", remux},
-                                        {"330", CommandLine({"hint", "--force", in, out})},
-                                        {"60", CommandLine({"extract", "--track", "1", in, out})}}) {
+  for (const auto& [blocks, command] :
+       {std::pair("0", remux),
+        {"60", remux},
+        {"160", remux},
+        {"325", remux},
+        {"330", CommandLine({"hint", "--force", in, out})},
+        {"60", CommandLine({"extract", "--force", "--track", "1", in, out})}}) {
     const std::string log =
         RunShell("(ulimit -S -f " + std::string(blocks) + "; " + command + "; echo $?) 2>&1 | cat").out;
     ExpectParts(log, {"cannot write \"" + out + "\": ", "File too large\n1\n"});

@@ -51,7 +51,8 @@ struct Code {
   bool drop = false;
 };
 
-std::optional<Code> ReadCode(std::string_view text) {
+// Counted as its last separator says, or as `countsDrop` does.
+std::optional<Code> ReadCode(std::string_view text, std::optional<bool> countsDrop = {}) {
   if (text.size() != 11 || text[2] != ':' || text[5] != ':' || (text[8] != ':' && text[8] != ';')) return {};
   const auto part = [&](std::size_t index) { return DigitsValue(text.substr(index * 3, 2), 10); };
   const auto hour = part(0), minute = part(1), second = part(2), frame = part(3);
@@ -59,7 +60,7 @@ std::optional<Code> ReadCode(std::string_view text) {
   if (!hour || !minute || !second || !frame || *minute > 59 || *second > 59 || *frame > 30) return {};
   const u64 minutes = u64{*hour} * 60 + *minute;
   u64 number = *frame;
-  const bool drop = text[8] == ';';
+  const bool drop = countsDrop.value_or(text[8] == ';');
   // A number that is left out stands for the first one that is not.
   if (drop && *second == 0 && *minute % 10 != 0) number = std::max(number, kDropped);
   number += minutes * kFramesPerMinute + *second * kFramesPerSecond;
@@ -146,6 +147,11 @@ SccFile ReadScc(std::string_view text, std::optional<FrameRate> rate) {
     }
   }
   return file;
+}
+
+std::optional<u64> FrameOfCode(std::string_view text, FrameCount count) {
+  const std::optional<Code> code = ReadCode(text, count == FrameCount::kDrop);
+  return code ? std::optional(code->frame) : std::nullopt;
 }
 
 u64 LastFrame(FrameCount count) {

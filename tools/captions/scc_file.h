@@ -51,6 +51,9 @@ enum class FrameRate { kThirty, kNtsc };
 /// without one, at 29.97. Throws a `Failure` that begins with the number of the line.
 SccFile ReadScc(std::string_view text, std::optional<FrameRate> rate);
 
+/// The frame of a time code as a caption file has it, counted as `count` says; nothing when it is none.
+std::optional<u64> FrameOfCode(std::string_view text, FrameCount count);
+
 /// The first line of a caption file.
 inline constexpr std::string_view kSccHead = "Scenarist_SCC V1.0";
 

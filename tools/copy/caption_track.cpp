@@ -1,5 +1,7 @@
 #include "tools/copy/caption_track.h"
 
+#include <algorithm>
+
 namespace kt {
 
 CaptionTrack::CaptionTrack(std::vector<CaptionSample> samples, FrameClock clock)
@@ -7,6 +9,15 @@ CaptionTrack::CaptionTrack(std::vector<CaptionSample> samples, FrameClock clock)
 
 double CaptionTrack::NextTime() const {
   return static_cast<double>(m_samples[m_next].frame * m_clock.ticksPerFrame) / m_clock.timeScale;
+}
+
+double CaptionTrack::FirstCaption() const {
+  const auto first = std::ranges::find(m_samples, false, &CaptionSample::isFiller);
+  return static_cast<double>(first->frame * m_clock.ticksPerFrame) / m_clock.timeScale;
+}
+
+double CaptionTrack::Length() const {
+  return static_cast<double>((m_samples.back().frame + 1) * m_clock.ticksPerFrame) / m_clock.timeScale;
 }
 
 Mp4Result CaptionTrack::Begin(CMp4File& output) {

@@ -14,6 +14,9 @@ class CaptionTrack final : public TrackSource {
   /// There is at least one sample.
   CaptionTrack(std::vector<CaptionSample> samples, FrameClock clock);
 
+  /// When the first sample that is no filler is shown, in seconds.
+  double FirstCaption() const;
+
   Mp4Result Begin(CMp4File& output) override;
   Mp4Result WriteNext() override;
   Mp4Result End(CMp4File& output) override;
@@ -21,6 +24,7 @@ class CaptionTrack final : public TrackSource {
   bool IsComplete() const override { return m_next == m_samples.size(); }
   double NextTime() const override;
   u64 SampleCount() const override { return m_samples.size(); }
+  double Length() const override;
   u64 ByteCount() const override { return 3 * SampleCount(); }
   u64 WrittenBytes() const override { return 3 * m_next; }
 

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
+#include <iterator>
+#include <string_view>
 #include <system_error>
 
 #include "tools/copy/copyright_copy.h"
@@ -16,12 +19,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-u32 TypeByName(const std::string& name) {
-  std::string extension = fs::path(name).extension().string();
-  std::ranges::transform(extension, extension.begin(),
+// The type that the ending of a name stands for; nothing for one that is none of this format's.
+std::optional<u32> TypeByName(const std::string& name) {
+  struct EndingRow {
+    std::string_view ending;
+    u32 type;
+  };
+  static constexpr EndingRow kEndings[] = {
+      {".mp4", MP4_TYPE_MP4}, {".m4v", MP4_TYPE_MP4}, {".m4a", MP4_TYPE_M4A}, {".m4b", MP4_TYPE_M4A},
+      {".3gp", MP4_TYPE_3GP}, {".3g2", MP4_TYPE_3GP}, {".3gpp", MP4_TYPE_3GP}};
+  std::string ending = fs::path(name).extension().string();
+  std::ranges::transform(ending, ending.begin(),
                          [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  if (extension == ".3gp" || extension == ".3g2") return MP4_TYPE_3GP;
-  return extension == ".m4a" ? MP4_TYPE_M4A : MP4_TYPE_MP4;
+  const auto* const row = std::ranges::find(kEndings, std::string_view(ending), &EndingRow::ending);
+  return row == std::end(kEndings) ? std::nullopt : std::optional(row->type);
 }
 
 // Has the library write. When the system does not take the bytes (a full disk) that is a matter of the whole
@@ -49,21 +60,14 @@ void CopyDate(CMp4File& from, CMp4File& to) {
   static_cast<void>(to.SetCreationDate(year, month, day, hour, minute, second));
 }
 
-void RequireFree(const CopyTarget& target) {
-  std::error_code error;
-  if (!target.force && fs::is_regular_file(target.name, error)) {
-    throw Failure("cannot write " + Quoted(target.name) +
-                  ": there is such a file already (--force replaces it)");
-  }
-}
-
 }  // namespace
 
 MovieCopy::MovieCopy(const InputChoice& input, CopyTarget target, Notes notes)
     : m_target(std::move(target)), m_notes(std::move(notes)), m_input(input), m_inputNames({input.name}) {
   m_input.RequireOpen();
-  m_input.TellAdapting(m_notes);
-  RequireFree(m_target);
+  m_input.RequireNoFragments("copy");
+  m_input.TellReading(m_notes);
+  RequireFree(m_target.name, m_target.force);
 }
 
 // A track that can be written; otherwise null with a note, or a failure when somebody has asked for it.
@@ -74,6 +78,7 @@ std::unique_ptr<TrackCopy> MovieCopy::TakeTrack(u32 index, const MovieDetails& d
     obstacle = track->Obstacle();
     if (obstacle.empty()) return track;
   } catch (const Failure& failure) {
+    if (wanted) throw;
     obstacle = failure.what();
   }
   const std::string name = "track " + std::to_string(index) + " of " + Quoted(m_input.Name());
@@ -92,6 +97,7 @@ void MovieCopy::Choose(std::vector<u32> indices) {
     for (u32 index = 1; index <= count; ++index) indices.push_back(index);
   }
   const MovieDetails details(m_input);
+  for (const std::string& loss : details.Losses()) m_notes("the copy loses " + loss);
   for (const u32 index : indices) {
     auto track = TakeTrack(index, details, wanted);
     if (track == nullptr) continue;
@@ -110,7 +116,23 @@ void MovieCopy::Add(std::unique_ptr<TrackSource> source, const std::string& orig
 }
 
 u32 MovieCopy::Type() const {
-  return m_target.type.value_or(TypeByName(m_target.name));
+  return m_target.type.value_or(TypeByName(m_target.name).value_or(MP4_TYPE_MP4));
+}
+
+// Whoever names a file expects what its name says.
+void MovieCopy::NoteType() const {
+  const std::string name = Quoted(m_target.name);
+  const fs::path ending = fs::path(m_target.name).extension();
+  if (!m_target.type && !ending.empty() && !TypeByName(m_target.name)) {
+    m_notes(name + " becomes a file of type mp4, since " + Quoted(ending.string()) +
+            " stands for no type that can be written; --type takes one by its name");
+  }
+  if (Type() != MP4_TYPE_M4A) return;
+  for (const auto& copy : m_copies) {
+    if (copy->Kind() != MP4_KIND_VIDEO) continue;
+    m_notes(name + " is of type m4a, which is for sound alone, and takes " + copy->Name() +
+            ", which is video, all the same; --type mp4 is for both");
+  }
 }
 
 void MovieCopy::Examine() {
@@ -128,10 +150,31 @@ void MovieCopy::Write(const Finish& finish) {
   if (bytes > kLargestReadable) {
     m_notes(Quoted(m_target.name) + " takes more than 4 GiB, and this program cannot read it back");
   }
+  NoteType();
+  NoteLength();
   OutputPlace place(m_target.name, m_inputNames);
   WriteTo(place, interrupts, finish);
-  RequireFree(m_target);  // what has come meanwhile is not replaced either
+  RequireFree(m_target.name, m_target.force);  // what has come meanwhile is not replaced either
   place.Commit();
+}
+
+// The movie lasts as its first track, and players may stop there. Captions have no say: behind the end of the
+// film there is nothing to see.
+void MovieCopy::NoteLength() const {
+  constexpr double kNoticeable = 0.1;  // tracks of one recording end about together
+  const auto length = [](const auto& copy) { return copy->Kind() == MP4_KIND_TEXT ? 0 : copy->Length(); };
+  const TrackCopy& longest = **std::ranges::max_element(m_copies, {}, length);
+  const double first = m_copies.front()->Length();
+  if (length(&longest) < first + kNoticeable) return;
+  char text[120];
+  std::snprintf(text, sizeof text, " lasts %.3f s, as its first track does, and not the %.3f s of ", first,
+                longest.Length());
+  std::string order = "--track " + std::to_string(longest.Index());
+  for (const auto& copy : m_copies) {
+    if (copy.get() != &longest) order += " --track " + std::to_string(copy->Index());
+  }
+  m_notes(Quoted(m_target.name) + text + longest.Name() + "; \"ktmp4 remux " + order +
+          "\" puts that one first");
 }
 
 void MovieCopy::WriteTo(const OutputPlace& place, const Interrupts& interrupts, const Finish& finish) {

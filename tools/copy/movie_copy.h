@@ -48,6 +48,8 @@ class MovieCopy {
  private:
   std::unique_ptr<TrackCopy> TakeTrack(u32 index, const MovieDetails& details, bool wanted);
   void WriteTo(const class OutputPlace& place, const Interrupts& interrupts, const Finish& finish);
+  void NoteType() const;
+  void NoteLength() const;
   void WriteSamples(const class OutputPlace& place, const Interrupts& interrupts);
 
   CopyTarget m_target;

@@ -1,8 +1,8 @@
 #include "tools/copy/movie_details.h"
 
 #include <algorithm>
-#include <fstream>
-#include <initializer_list>
+#include <cstdio>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -11,79 +11,22 @@
 namespace kt {
 namespace {
 
-using ByteSpan = std::span<const u8>;
-
-// The bytes from an offset on; none behind the end.
-ByteSpan From(ByteSpan bytes, u64 offset) {
-  return bytes.subspan(static_cast<std::size_t>(std::min<u64>(offset, bytes.size())));
-}
-
-// A number of so many bytes at an offset; 0 behind the end.
-u64 Number(ByteSpan bytes, u64 offset, u32 size) {
-  bytes = From(bytes, offset);
-  if (bytes.size() < size) return 0;
-  u64 number = 0;
-  for (const u8 byte : bytes.first(size)) number = number << 8 | byte;
-  return number;
-}
-
-struct BoxHeader {
-  std::string_view type;
-  u64 headerSize = 8;
-  u64 size = 0;  // with the header
-};
-
-constexpr u64 kLongestHeader = 16;
-
-// The header that the bytes begin with, of a box for which `room` bytes are left. None where no box can be.
-std::optional<BoxHeader> HeaderOf(ByteSpan bytes, u64 room) {
-  if (bytes.size() < 8) return std::nullopt;
-  BoxHeader header{{reinterpret_cast<const char*>(bytes.data()) + 4, 4}, 8, Number(bytes, 0, 4)};
-  if (header.size == 1) header = {header.type, kLongestHeader, Number(bytes, 8, 8)};
-  if (header.size == 0) header.size = room;  // up to the end
-  if (header.size < header.headerSize || header.size > room) return std::nullopt;
-  return header;
-}
-
-// Gives the payload of each box of a type.
-template <class Visit>
-void ForEachBox(ByteSpan bytes, std::string_view type, Visit&& visit) {
-  while (const auto header = HeaderOf(bytes, bytes.size())) {
-    const ByteSpan box = bytes.first(static_cast<std::size_t>(header->size));
-    if (header->type == type) visit(From(box, header->headerSize));
-    bytes = bytes.subspan(box.size());
-  }
-}
-
-// The payload of the first box at the end of a path; nothing when there is none.
-std::optional<ByteSpan> BoxAt(ByteSpan bytes, std::initializer_list<std::string_view> path) {
-  for (const std::string_view type : path) {
-    std::optional<ByteSpan> found;
-    ForEachBox(bytes, type, [&](ByteSpan payload) {
-      if (!found) found = payload;
-    });
-    if (!found) return std::nullopt;
-    bytes = *found;
-  }
-  return bytes;
-}
-
 // An offset in a box whose times take 32 bits in version 0 and 64 in version 1; three of these stand ahead.
 u64 BehindTimes(ByteSpan box, u64 offset) {
   return Number(box, 0, 1) == 1 ? offset + 12 : offset;
 }
 
-bool IsTransforming(ByteSpan box, u64 offset) {
-  constexpr u32 kUnity[] = {0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000};
+// The matrix in a header, unless it leaves the picture alone.
+std::optional<std::array<i32, 9>> MatrixIn(ByteSpan box, u64 offset) {
+  constexpr std::array<i32, 9> kUnity = {0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000};
+  constexpr std::array<i32, 9> kNone = {};
+  std::array<i32, 9> matrix = {};
   offset = BehindTimes(box, offset);
-  bool isUnity = true, isEmpty = true;  // nine zeros are no matrix
-  for (const u32 expected : kUnity) {
-    const u64 value = Number(box, offset, 4);
-    isUnity &= value == expected;
-    isEmpty &= value == 0;
+  for (i32& value : matrix) {
+    value = static_cast<i32>(Number(box, offset, 4));
     offset += 4;
   }
-  return !isUnity && !isEmpty;
+  return matrix == kUnity || matrix == kNone ? std::nullopt : std::optional(matrix);
 }
 
 std::string LanguageOf(ByteSpan mediaHeader) {
@@ -144,6 +87,73 @@ std::optional<u8> ObjectTypeOf(const AdaptedEntry& entry) {
   return ObjectTypeIn(info ? info : BoxAt(boxes, {"wave", "esds"}));
 }
 
+void ReadTimes(ByteSpan table, TrackDetails* details) {
+  const u64 count = std::min<u64>(Number(table, 4, 4), From(table, 8).size() / 8);
+  for (u64 run = 0; run < count; ++run) {
+    const u64 samples = Number(table, 8 + 8 * run, 4);
+    details->timedSamples += samples;
+    if (samples != 0) details->lastDuration = static_cast<u32>(Number(table, 12 + 8 * run, 4));
+  }
+}
+
+// Edits that are not empty ones ahead of the others, but for one that begins where the media does: ISO/IEC
+// 14496-12, 8.6.6.
+std::string EditsOf(ByteSpan list, u32 timeScale) {
+  const u32 width = Number(list, 0, 1) == 1 ? 8 : 4;
+  const u64 entrySize = 2 * width + 4;
+  const u64 count = std::min<u64>(Number(list, 4, 4), From(list, 8).size() / entrySize);
+  const u64 empty = width == 8 ? ~u64{0} : 0xFFFFFFFF;
+  u64 acting = 0, firstTime = 0;
+  for (u64 entry = 0; entry < count; ++entry) {
+    const u64 time = Number(list, 8 + entry * entrySize + width, width);
+    if (acting == 0 && time == empty) continue;
+    if (++acting == 1) firstTime = time;
+  }
+  if (acting > 1) return "its " + std::to_string(acting) + " edits";
+  if (firstTime == 0 || timeScale == 0) return {};
+  char text[80];
+  std::snprintf(text, sizeof text, "its edit, which begins %.3f s into the media",
+                static_cast<double>(firstTime) / timeScale);
+  return text;
+}
+
+// The names of the tags: of iTunes, QuickTime and 3GPP. That of the program that wrote the file says nothing
+// of a copy.
+std::vector<std::string> TagsIn(ByteSpan movie) {
+  std::vector<std::string> tags;
+  const auto add = [&](std::string_view type) {
+    constexpr std::string_view kWriter = "\xA9too";
+    constexpr std::string_view kNoTags[] = {"cprt", "hnti", "meta", "hdlr", "free", "skip", kWriter};
+    if (std::ranges::find(kNoTags, type) == std::end(kNoTags)) tags.emplace_back(type);
+  };
+  const ByteSpan userData = BoxAt(movie, {"udta"}).value_or(ByteSpan());
+  ForEachBox(userData, [&](std::string_view type, ByteSpan) { add(type); });
+  for (const auto& meta : {BoxAt(userData, {"meta"}), BoxAt(movie, {"meta"})}) {
+    if (!meta) continue;
+    // A full box, but in QuickTime.
+    auto list = BoxAt(From(*meta, 4), {"ilst"});
+    if (!list) list = BoxAt(*meta, {"ilst"});
+    if (list) ForEachBox(*list, [&](std::string_view type, ByteSpan) { add(type); });
+  }
+  return tags;
+}
+
+// The copyright sign, as QuickTime means it, is told in UTF-8. Tags under names of their own are numbered.
+std::string TagName(std::string_view type) {
+  if (type[0] == 0)
+    return "key " + std::to_string(Number(ByteSpan(reinterpret_cast<const u8*>(type.data()), 4), 0, 4));
+  std::string name;
+  for (const char letter : type) {
+    const auto code = static_cast<unsigned char>(letter);
+    if (code == 0xA9) {
+      name += "\xC2\xA9";
+    } else {
+      name += code < 0x20 || code > 0x7E ? ByteInHex(letter) : std::string(1, letter);
+    }
+  }
+  return name;
+}
+
 std::vector<u32> SyncSamplesOf(ByteSpan table) {
   std::vector<u32> samples;
   const u64 count = std::min<u64>(Number(table, 4, 4), From(table, 8).size() / 4);
@@ -153,33 +163,6 @@ std::vector<u32> SyncSamplesOf(ByteSpan table) {
   return samples;
 }
 
-// The payload of the first "moov" of a file.
-std::vector<u8> ReadMovie(const std::string& name) {
-  std::ifstream stream(name, std::ios::binary | std::ios::ate);
-  u64 left = stream ? static_cast<u64>(stream.tellg()) : 0;
-  u64 position = 0;
-  for (;;) {
-    u8 head[kLongestHeader] = {};
-    stream.clear();  // the last box may be shorter than the longest header
-    stream.seekg(static_cast<std::streamoff>(position));
-    stream.read(reinterpret_cast<char*>(head), sizeof head);
-    const auto header = HeaderOf(ByteSpan(head).first(static_cast<std::size_t>(stream.gcount())), left);
-    if (!header)
-      throw Failure("cannot read the tracks of " + Quoted(name) + ": there is no \"moov\" any more");
-    if (header->type == "moov") {
-      std::vector<u8> movie(static_cast<std::size_t>(header->size - header->headerSize));
-      stream.clear();
-      stream.seekg(static_cast<std::streamoff>(position + header->headerSize));
-      if (stream.read(reinterpret_cast<char*>(movie.data()), static_cast<std::streamsize>(movie.size()))) {
-        return movie;
-      }
-      throw Failure("cannot read the tracks of " + Quoted(name) + ": it has become shorter");
-    }
-    position += header->size;
-    left -= header->size;
-  }
-}
-
 }  // namespace
 
 bool TrackDetails::IsSync(u32 sampleNumber) const {
@@ -187,11 +170,12 @@ bool TrackDetails::IsSync(u32 sampleNumber) const {
 }
 
 MovieDetails::MovieDetails(InputFile& input) : m_input(input), m_isAdapted(input.IsAdapted()) {
-  try {
-    m_movie = ReadMovie(input.Name());
-  } catch (const Failure&) {
-    if (!m_isAdapted) throw;
+  auto movie = ReadFileBoxes(input.Name()).movie;
+  if (!movie && !m_isAdapted) {
+    throw Failure("cannot read the tracks of " + Quoted(input.Name()) +
+                  ": its \"moov\" is not there any more");
   }
+  if (movie) m_movie = std::move(*movie);
   ForEachBox(m_movie, "trak", [&](ByteSpan track) { m_tracks.push_back(track); });
   if (m_isAdapted) {
     // By the index of the library, which does not count those that are left out.
@@ -203,7 +187,23 @@ MovieDetails::MovieDetails(InputFile& input) : m_input(input), m_isAdapted(input
     }
     m_tracks = std::move(present);
   }
-  if (const auto header = BoxAt(m_movie, {"mvhd"})) m_isTransformed = IsTransforming(*header, 36);
+}
+
+std::vector<std::string> MovieDetails::Losses() const {
+  std::vector<std::string> losses;
+  const std::vector<std::string> tags = TagsIn(m_movie);
+  constexpr std::size_t kMostNamed = 8;
+  std::string names;
+  for (std::size_t i = 0; i < std::min(tags.size(), kMostNamed); ++i) {
+    names += (i == 0 ? "" : ", ") + TagName(tags[i]);
+  }
+  if (tags.size() > kMostNamed) names += " and " + std::to_string(tags.size() - kMostNamed) + " more";
+  if (!tags.empty()) losses.push_back("its tags (" + names + ")");
+  const auto header = BoxAt(m_movie, {"mvhd"});
+  if (header && MatrixIn(*header, 36)) {
+    losses.emplace_back("the matrix of the movie, which turns, moves or scales all pictures");
+  }
+  return losses;
 }
 
 TrackDetails MovieDetails::Track(u32 index) const {
@@ -221,9 +221,16 @@ TrackDetails MovieDetails::DetailsOf(u32 index) const {
   TrackDetails details;
   if (index == 0 || index > m_tracks.size()) return details;
   const ByteSpan track = m_tracks[index - 1];
-  details.isTransformed = m_isTransformed;
-  if (const auto box = BoxAt(track, {"tkhd"})) details.isTransformed |= IsTransforming(*box, 40);
-  if (const auto box = BoxAt(track, {"mdia", "mdhd"})) details.language = LanguageOf(*box);
+  if (const auto box = BoxAt(track, {"tkhd"})) details.matrix = MatrixIn(*box, 40);
+  u32 timeScale = 0;
+  if (const auto box = BoxAt(track, {"mdia", "mdhd"})) {
+    details.language = LanguageOf(*box);
+    timeScale = static_cast<u32>(Number(*box, Number(*box, 0, 1) == 1 ? 20 : 12, 4));
+  }
+  if (const auto box = BoxAt(track, {"edts", "elst"}); box && !m_isAdapted) {
+    details.edits = EditsOf(*box, timeScale);
+  }
+  if (const auto box = BoxAt(track, {"mdia", "minf", "stbl", "stts"})) ReadTimes(*box, &details);
   if (const auto box = BoxAt(track, {"mdia", "hdlr"})) details.handlerName = HandlerName(*box, m_isAdapted);
   if (const auto box = BoxAt(track, {"mdia", "minf", "stbl", "stsd"})) {
     details.sampleEntries = static_cast<u32>(Number(*box, 4, 4));

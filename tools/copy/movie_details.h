@@ -1,11 +1,12 @@
 #pragma once
 
+#include <array>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
 #include <ktmp4/types.h>
+#include "tools/files/file_boxes.h"
 #include "tools/files/input_file.h"
 
 namespace kt {
@@ -15,14 +16,19 @@ namespace kt {
 struct TrackDetails {
   /// Three letters as a rule; empty when it is not told.
   std::string language;
-  /// A matrix of the track or of the movie turns, moves or scales the picture.
-  bool isTransformed = false;
+  /// The matrix of the track, where it turns, moves or scales the picture.
+  std::optional<std::array<i32, 9>> matrix;
   std::string handlerName;
   u32 sampleEntries = 0;
   /// The object type of a sample entry "mp4a", when there is one (ISO/IEC 14496-1, 7.2.6.6).
   std::optional<u8> objectType;
   /// The sync samples in rising order; without a table all samples are such.
   std::optional<std::vector<u32>> syncSamples;
+  /// How many samples the times are told of, and how long the last of them lasts in media ticks.
+  u64 timedSamples = 0;
+  u32 lastDuration = 0;
+  /// What the edit list says that a strict reader passes over; empty when there is nothing.
+  std::string edits;
   /// The samples are others than the boxes tell of: of an adapted file, whose sync samples the library tells.
   bool isAdapted = false;
 
@@ -39,6 +45,8 @@ class MovieDetails {
 
   /// Of a track that is not there, and for boxes that are missing, the details are empty.
   TrackDetails Track(u32 index) const;
+  /// What the movie says of all its tracks and a copy does not keep, in words.
+  std::vector<std::string> Losses() const;
 
  private:
   // What its boxes say.
@@ -47,8 +55,7 @@ class MovieDetails {
   InputFile& m_input;
   bool m_isAdapted;
   std::vector<u8> m_movie;  // the payload of "moov"
-  std::vector<std::span<const u8>> m_tracks;
-  bool m_isTransformed = false;
+  std::vector<ByteSpan> m_tracks;
 };
 
 }  // namespace kt

@@ -1,9 +1,11 @@
 #include "tools/copy/track_copy.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 
+#include <ktmp4/track_presentation.h>
 #include "tools/captions/line21_track.h"
 #include "tools/copy/copyright_copy.h"
 #include "tools/files/sample_claims.h"
@@ -118,6 +120,7 @@ class TrackCopy::Timing {
 TrackCopy::TrackCopy(InputFile& input, u32 index, TrackDetails details, bool wanted, Notes notes)
     : m_input(input.OpenTrack(index)),
       m_name("track " + std::to_string(index) + " of " + Quoted(input.Name())),
+      m_index(index),
       m_fileSize(input.Size()),
       m_details(std::move(details)),
       m_wanted(wanted),
@@ -251,6 +254,7 @@ void TrackCopy::Examine(const Interrupts& interrupts) {
     latest = std::max(latest, sample.compositionTime);
     m_byteCount += sample.size;
     timing.Take(number, sample, SampleName(number));
+    if (number > 1) m_lastStep = sample.decodingTime - std::exchange(m_lastTime, sample.decodingTime);
   }
   timing.Report(m_notes);
   NoteLosses();
@@ -258,11 +262,14 @@ void TrackCopy::Examine(const Interrupts& interrupts) {
 
 void TrackCopy::NoteLosses() {
   std::vector<std::string> lost;
-  if (!m_details.language.empty()) lost.push_back("its language (" + OneLine(m_details.language) + ")");
-  if (m_details.isTransformed) lost.push_back("its matrix, which moves, turns or scales the picture");
+  if (!m_details.language.empty() && !CanKeepLanguage()) {
+    lost.push_back("its language (" + OneLine(m_details.language) + ")");
+  }
   if (!m_details.handlerName.empty())
     lost.push_back("the name of its handler (" + Quoted(m_details.handlerName) + ")");
+  if (!m_details.edits.empty()) lost.push_back(m_details.edits + " (--adapt lets edits act)");
   if (!lost.empty()) m_notes(m_name + " loses " + Joined(lost));
+  NoteLastSample();
   if (m_details.objectType.value_or(kMpeg4Audio) != kMpeg4Audio) {
     m_notes(m_name + " is MPEG-2 AAC by its object type; the copy calls it MPEG-4 audio");
   }
@@ -274,10 +281,31 @@ void TrackCopy::NoteLosses() {
             " late; so does the copy, where its first sample is decoded at 0");
   }
   u32 rate = 0;
-  if (m_kind == MP4_KIND_AUDIO && m_input->GetSampleRate(&rate) == MP4_OK && rate != m_timeScale) {
-    m_notes(m_name + " has a time scale other than its sample rate of " + std::to_string(rate) +
-            " Hz; the sample entry of the copy names " + std::to_string(m_timeScale & 0xFFFF) + " Hz");
+  const u32 named = m_timeScale & 0xFFFF;
+  if (m_kind == MP4_KIND_AUDIO && m_input->GetSampleRate(&rate) == MP4_OK && rate != named) {
+    m_notes("the sample entry of " + m_name + " names " + std::to_string(rate) + " Hz, that of the copy " +
+            std::to_string(named) + ", by its time scale; players go by the decoder set-up");
   }
+}
+
+// The writer lets the last sample last as long as the one before it.
+void TrackCopy::NoteLastSample() {
+  const double was = static_cast<double>(m_details.lastDuration) / m_timeScale;
+  const double becomes = static_cast<double>(m_lastStep) / m_timeScale;
+  constexpr double kNoticeable = 0.05;
+  if (m_details.timedSamples != m_sampleCount || std::abs(was - becomes) < kNoticeable) return;
+  m_notes("the last sample of " + m_name + " lasts " + Seconds(m_details.lastDuration, m_timeScale) +
+          "; in the copy it lasts as long as the one before it, " + Seconds(m_lastStep, m_timeScale));
+}
+
+bool TrackCopy::CanKeepLanguage() const {
+  return m_details.language.size() == 3 &&
+         std::ranges::all_of(m_details.language, [](char letter) { return letter >= 'a' && letter <= 'z'; });
+}
+
+Mp4Result TrackCopy::CopyPresentation() {
+  if (CanKeepLanguage()) KT_TRY(SetTrackLanguage(m_output.get(), m_details.language.c_str()));
+  return m_details.matrix ? SetTrackMatrix(m_output.get(), m_details.matrix->data()) : MP4_OK;
 }
 
 Mp4Result TrackCopy::Begin(CMp4File& output) {
@@ -288,6 +316,7 @@ Mp4Result TrackCopy::Begin(CMp4File& output) {
   KT_TRY(m_output->SetTimeScale(m_timeScale));
   KT_TRY(SetFormat());
   KT_TRY(CopyDate());
+  KT_TRY(CopyPresentation());
   return CopyNotices(*m_input, *m_output, m_notes, m_name);
 }
 

@@ -26,6 +26,8 @@ class TrackCopy final : public TrackSource {
   void Examine(const Interrupts& interrupts);
 
   std::string Name() const override { return m_name; }
+  /// In the file that is read.
+  u32 Index() const { return m_index; }
   /// Mp4TrackKind and Mp4SampleFormat.
   u32 Kind() const { return m_kind; }
   u32 Format() const { return m_format; }
@@ -43,6 +45,7 @@ class TrackCopy final : public TrackSource {
   u64 SampleCount() const override { return m_sampleCount; }
   u64 ByteCount() const override { return m_byteCount; }
   u64 WrittenBytes() const override { return m_copiedBytes; }
+  double Length() const override { return static_cast<double>(m_lastTime + m_lastStep) / m_timeScale; }
 
  private:
   struct Sample {
@@ -63,12 +66,16 @@ class TrackCopy final : public TrackSource {
   // Reads a sample's bytes to the start of the buffer.
   void ReadInput(u64 sample, u32 size);
   void NoteLosses();
+  void NoteLastSample();
   Mp4Result SetFormat();
   Mp4Result CopyDate();
+  Mp4Result CopyPresentation();
+  bool CanKeepLanguage() const;
 
   TrackHandle m_input;
   std::unique_ptr<CMp4Track> m_output;
   std::string m_name;
+  u32 m_index;
   u64 m_fileSize;
   TrackDetails m_details;
   bool m_wanted;
@@ -81,6 +88,8 @@ class TrackCopy final : public TrackSource {
   u64 m_largestSample = 0;
   u32 m_largestSize = 0;
   bool m_isReordered = false;
+  u64 m_lastTime = 0;  // when the last sample of the copy is decoded, and how long it lasts there
+  u64 m_lastStep = 1;
   u64 m_start = 0;  // what the copy's times are earlier by: the decoding time of the first sample
   u64 m_delay = 0;  // that time where the copy keeps it
   u64 m_next = 1;

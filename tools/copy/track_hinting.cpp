@@ -22,6 +22,7 @@ std::string Bytes(u32 count) {
 TrackHinting::TrackHinting(const TrackCopy& media, u32 trackIndex, const HintWishes& wishes)
     : m_media(media), m_trackIndex(trackIndex), m_wishes(wishes) {
   Choose();
+  if (m_obstacle.empty()) m_obstacle = GatheringObstacle();
 }
 
 void TrackHinting::Choose() {
@@ -41,6 +42,21 @@ void TrackHinting::Choose() {
       m_hintType = MP4_HINT_CAPTION;
       m_obstacle = CutObstacle();
   }
+}
+
+// What still gathers for a packet at the end of a track is not hinted, which may be all of it.
+std::string TrackHinting::GatheringObstacle() const {
+  constexpr u32 kGroupOverhead = 2, kSampleOverhead = 2;  // as the hinters count for every payload
+  u32 most = m_hintType == MP4_HINT_LATM ? 3 : m_hintType == MP4_HINT_CAPTION ? 2 : 1;
+  if (m_media.Kind() == MP4_KIND_AUDIO) most = m_wishes.samplesPerPacket.value_or(most);
+  const u64 count = m_media.SampleCount();
+  const u64 size = kGroupOverhead + m_media.ByteCount() + count * kSampleOverhead;
+  const bool gathers = count <= most && (m_hintType == MP4_HINT_LATM || size <= m_wishes.packetSize);
+  if (!gathers) return {};
+  return count == 0   ? "it has no samples"
+         : count == 1 ? "it has one sample, and the last of a track is not hinted"
+                      : "its " + std::to_string(count) +
+                            " samples fit in one packet, and the last packet of a track is not hinted";
 }
 
 std::string TrackHinting::LatmObstacle() const {

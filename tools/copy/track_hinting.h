@@ -34,6 +34,7 @@ class TrackHinting {
 
  private:
   void Choose();
+  std::string GatheringObstacle() const;
   std::string LatmObstacle() const;
   std::string CutObstacle() const;
   std::string AacLoss() const;

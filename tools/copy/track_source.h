@@ -24,6 +24,8 @@ class TrackSource {
   /// When the next sample is decoded, in seconds behind the first one.
   virtual double NextTime() const = 0;
   virtual u64 SampleCount() const = 0;
+  /// How long the written track lasts, in seconds. Asked once the samples are known.
+  virtual double Length() const = 0;
   /// Bytes of all samples.
   virtual u64 ByteCount() const = 0;
   /// Bytes of the samples written so far.

@@ -41,12 +41,12 @@ std::string CodeText(u32 code) {
   std::string text;
   for (const u32 shift : {24U, 16U, 8U, 0U}) {
     const char letter = static_cast<char>(code >> shift & 0xFF);
-    text += static_cast<unsigned char>(letter) < 0x80 ? OneLine({letter}) : ByteInHex(letter);
+    text += static_cast<unsigned char>(letter) < 0x80 ? OneLine(std::string(1, letter)) : ByteInHex(letter);
   }
   return text;
 }
 
-std::string CodingName(u32 code) {
+std::string CodingName(const std::string& code) {
   struct CodingRow {
     std::string_view code;
     const char* name;
@@ -101,6 +101,7 @@ std::string CodingName(u32 code) {
       {"alaw", "A-law"},
       {"ima4", "IMA ADPCM"},
       {"enca", "encrypted sound"},
+      {"ln21", "Line 21 captions"},
       {"tx3g", "timed text"},
       {"wvtt", "WebVTT"},
       {"stpp", "TTML"},
@@ -111,8 +112,7 @@ std::string CodingName(u32 code) {
       {"rtp ", "RTP hints"},
       {"mp4s", "MPEG-4 systems"},
   };
-  const std::string text = CodeText(code);
-  const auto* const row = std::ranges::find(kCodings, text, &CodingRow::code);
+  const auto* const row = std::ranges::find(kCodings, std::string_view(code), &CodingRow::code);
   return row == std::end(kCodings) ? "" : row->name;
 }
 

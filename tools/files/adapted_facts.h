@@ -22,6 +22,6 @@ inline constexpr u32 kNotesOfEntries = ADAPT_ENTRY_BOXES | ADAPT_NO_DECODER_SET_
 /// The four characters of a code; what is no letter, digit or sign of ASCII by its number.
 std::string CodeText(u32 code);
 /// What a well-known sample entry code stands for; empty for any other.
-std::string CodingName(u32 code);
+std::string CodingName(const std::string& code);
 
 }  // namespace kt

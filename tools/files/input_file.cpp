@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "tools/files/file_boxes.h"
 #include "tools/terminal/failure.h"
 
 namespace kt {
@@ -108,11 +109,33 @@ std::string InputFile::AdaptHint() const {
   return InputFile({Name(), true}).Result() == MP4_OK ? "; --adapt may read it" : "";
 }
 
-void InputFile::TellAdapting(const Notes& notes) {
+std::string InputFile::Fragments() const {
+  const FileBoxes boxes = ReadFileBoxes(Name());
+  if (boxes.hasFragments) return "moof";
+  return boxes.movie && BoxAt(*boxes.movie, {"mvex"}) ? "mvex" : "";
+}
+
+void InputFile::RequireNoFragments(const std::string& what) const {
+  const std::string box = PassedFragments();
+  if (box.empty()) return;
+  throw Failure("cannot " + what + " " + Quoted(Name()) + ": it is fragmented (\"" + box +
+                "\"), and what is in the fragments would be lost; --adapt reads them");
+}
+
+void InputFile::TellFragments(const Notes& notes) const {
+  const std::string box = PassedFragments();
+  if (box.empty()) return;
+  notes(Quoted(Name()) + " is fragmented (\"" + box +
+        "\"), and what is in the fragments is not read; --adapt reads it");
+}
+
+void InputFile::TellReading(const Notes& notes) {
+  TellFragments(notes);
   for (const AdaptedTrack& track : AdaptedTracks(*m_file)) Tell(notes, track, ~u32{0});
 }
 
-void InputFile::TellAdapting(const Notes& notes, u32 index) {
+void InputFile::TellReading(const Notes& notes, u32 index) {
+  TellFragments(notes);
   for (const AdaptedTrack& track : AdaptedTracks(*m_file)) {
     if (track.position == index) Tell(notes, track, ~kNotesOfEntries);
   }

@@ -45,10 +45,16 @@ class InputFile {
 
   CMp4File& File() { return *m_file; }
   u64 Size() const { return FileSize(Name()); }
-  /// What adapting did to the tracks of the file, in a line each.
-  void TellAdapting(const Notes& notes);
+  /// The box by which the file tells that samples are in fragments ("moof", or "mvex" where these are in
+  /// other files). Empty when there is none.
+  std::string Fragments() const;
+  /// Throws a `Failure` when fragments are there and passed over, as by a strict reader. `what` is what the
+  /// command does: "copy".
+  void RequireNoFragments(const std::string& what) const;
+  /// What reading loses: fragments that are passed over; what adapting did to the tracks, in a line each.
+  void TellReading(const Notes& notes);
   /// The same of the samples and times of a track, by its index.
-  void TellAdapting(const Notes& notes, u32 index);
+  void TellReading(const Notes& notes, u32 index);
   /// Opens a track by its index, or throws a `Failure`.
   TrackHandle OpenTrack(u32 index);
   /// The same for a hint track.
@@ -58,6 +64,8 @@ class InputFile {
 
  private:
   std::string AdaptHint() const;
+  std::string PassedFragments() const { return IsAdapted() ? "" : Fragments(); }
+  void TellFragments(const Notes& notes) const;
   void Tell(const Notes& notes, const AdaptedTrack& track, u32 wanted) const;
 
   InputChoice m_choice;

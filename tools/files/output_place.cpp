@@ -36,10 +36,21 @@ void RequireReplaceable(const fs::path& target, const std::vector<std::string>& 
   std::fclose(stream);
 }
 
+std::string OperationOf(const std::string& name) {
+  return "cannot write " + Quoted(name);
+}
+
 }  // namespace
 
+void RequireFree(const std::string& name, bool force) {
+  std::error_code error;
+  if (!force && fs::is_regular_file(name, error)) {
+    throw Failure(OperationOf(name) + ": there is such a file already (--force replaces it)");
+  }
+}
+
 OutputPlace::OutputPlace(const std::string& name, const std::vector<std::string>& inputs)
-    : m_operation("cannot write " + Quoted(name)), m_target(name) {
+    : m_operation(OperationOf(name)), m_target(name) {
   RequireReplaceable(m_target, inputs, m_operation);
   // Through a link the file itself is replaced, and not the link.
   std::error_code error;

@@ -6,6 +6,9 @@
 
 namespace kt {
 
+/// Throws a `Failure` when a regular file has the name already and may not be replaced.
+void RequireFree(const std::string& name, bool force);
+
 /// Where a file is written that gets its name only when it is complete. Until `Commit` its bytes gather
 /// beside it under another name; without a `Commit` they go, and what stood under the name stays untouched.
 /// All failures are thrown as `Failure`.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include <ktmp4/result.h>
+#include "tools/terminal/shown_text.h"
 
 namespace kt {
 
@@ -20,14 +21,5 @@ Failure ResultFailure(const std::string& operation, Mp4Result result, const std:
 
 /// `operation` failed with what the system keeps in `errno`.
 Failure SystemFailure(const std::string& operation);
-
-/// "\x1B" for the byte of that number.
-std::string ByteInHex(char byte);
-
-/// The text in one line: the control characters of ASCII, ends of lines among them, by their numbers.
-std::string OneLine(const std::string& text);
-
-/// A file name for a message: in quotes, and in one line whatever characters it has.
-std::string Quoted(const std::string& name);
 
 }  // namespace kt

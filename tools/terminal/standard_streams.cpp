@@ -4,6 +4,7 @@
 
 #include "tools/terminal/failure.h"
 #include "tools/terminal/memory_lack.h"
+#include "tools/terminal/shown_text.h"
 
 #include <fcntl.h>
 #ifdef _WIN32
@@ -15,36 +16,6 @@ namespace kt {
 namespace {
 
 constexpr const char* kWriteOutput = "cannot write on standard output";
-
-bool IsContinuation(unsigned char byte) {
-  return (byte & 0xC0) == 0x80;
-}
-
-// Bytes of the UTF-8 character that the text begins with; 0 when it begins with none.
-std::size_t CharacterSize(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const std::size_t size = lead < 0x80   ? 1
-                           : lead < 0xC2 ? 0
-                           : lead < 0xE0 ? 2
-                           : lead < 0xF0 ? 3
-                           : lead < 0xF5 ? 4
-                                         : 0;
-  if (size > text.size()) return 0;
-  for (std::size_t i = 1; i < size; ++i) {
-    if (!IsContinuation(static_cast<unsigned char>(text[i]))) return 0;
-  }
-  return size;
-}
-
-// Whether a terminal may take the first byte, or the first character, for a command: the control characters
-// of ASCII and those from 0x80 on, which UTF-8 begins with 0xC2.
-bool BeginsWithControl(std::string_view text, std::size_t characterSize) {
-  const auto first = static_cast<unsigned char>(text[0]);
-  if (characterSize == 0) return first < 0xA0;
-  if (characterSize == 2) return first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0;
-  if (first == '\n' || first == '\t' || text.starts_with("\r\n")) return false;
-  return first < 0x20 || first == 0x7F;
-}
 
 // Hands on what comes through the pipe, line by line, so that no character is cut.
 void Pump(int from, int to) {
@@ -83,22 +54,6 @@ void KeepOutputAsWritten() {
   std::fflush(stdout);
   _setmode(_fileno(stdout), _O_BINARY);
 #endif
-}
-
-std::string Shown(std::string_view text) {
-  std::string shown;
-  shown.reserve(text.size());
-  while (!text.empty()) {
-    const std::size_t character = CharacterSize(text);
-    const std::size_t size = character == 0 ? 1 : character;
-    if (BeginsWithControl(text, character)) {
-      for (const char byte : text.substr(0, size)) shown += ByteInHex(byte);
-    } else {
-      shown += text.substr(0, size);
-    }
-    text.remove_prefix(size);
-  }
-  return shown;
 }
 
 void Print(std::string_view text) {

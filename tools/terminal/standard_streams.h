@@ -14,10 +14,6 @@ bool IsTerminal(std::FILE* stream);
 /// its lines in its own way, and the other texts are the same bytes everywhere.
 void KeepOutputAsWritten();
 
-/// The text with its control bytes written out ("\x1B"), so that no name and no text of a file can tell a
-/// terminal what to do. Ends of lines and tabs stay.
-std::string Shown(std::string_view text);
-
 /// Writes on standard output, on a terminal as `Shown`; throws a `Failure` when that cannot take it.
 void Print(std::string_view text);
 
