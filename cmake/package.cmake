@@ -4,11 +4,15 @@ if(NOT WIN32)
   return()
 endif()
 
-# The guide, in a form that every editor of Windows shows.
-file(READ ${PROJECT_SOURCE_DIR}/docs/windows.md guide)
-file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/README.txt CONTENT "${guide}" @ONLY NEWLINE_STYLE DOS)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS docs/windows.md)
-install(FILES ${PROJECT_BINARY_DIR}/README.txt DESTINATION . COMPONENT guide)
+# The guide and the limits, in a form that every editor of Windows shows.
+function(ktmp4_install_page page name)
+  file(READ ${PROJECT_SOURCE_DIR}/docs/${page}.md text)
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/${name}.txt CONTENT "${text}" @ONLY NEWLINE_STYLE DOS)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS docs/${page}.md)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.txt DESTINATION . COMPONENT guide)
+endfunction()
+ktmp4_install_page(windows README)
+ktmp4_install_page(limits LIMITS)
 
 install(TARGETS ktmp4source ktmp4decoder LIBRARY DESTINATION bin COMPONENT module)
 # Not built everywhere.
@@ -31,4 +35,6 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL guide module program headers example)
 set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+# All of it in one folder.
+set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
 include(CPack)
