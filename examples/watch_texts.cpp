@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cwchar>
+#include <string>
 
 namespace {
 
@@ -129,22 +130,50 @@ HRESULT Watch(const wchar_t* name) {
   return result;
 }
 
+// A URL is taken as it stands. Of a file the captions are wanted, which its plain name does not ask for.
+std::wstring LoadedName(const std::wstring& name) {
+  constexpr wchar_t kScheme[] = L"ktmp4file://";
+  if (name.rfind(kScheme, 0) == 0) return name;
+  wchar_t whole[MAX_PATH] = {};
+  const DWORD length = GetFullPathNameW(name.c_str(), MAX_PATH, whole, nullptr);
+  const bool hasDrive = length > 2 && length < MAX_PATH && whole[1] == L':';
+  // Behind "&" a URL has its parameters.
+  return hasDrive && name.find(L'&') == name.npos ? kScheme + std::wstring(whole) + L"&cc=on" : name;
+}
+
+// What the result says, and in the system's words where it has some.
+void PrintFailure(const wchar_t* name, HRESULT result) {
+  wchar_t text[MAX_ERROR_TEXT_LEN] = {};
+  if (GetFileAttributesW(name) == INVALID_FILE_ATTRIBUTES && std::wcsstr(name, L"://") == nullptr) {
+    std::wcscpy(text, L"there is no such file");
+  } else if (result == REGDB_E_CLASSNOTREG) {
+    std::wcscpy(text, L"the filter is not registered: regsvr32 ktmp4source.ax");
+  } else if (AMGetErrorTextW(result, text, MAX_ERROR_TEXT_LEN) == 0) {
+    std::wcscpy(text, L"the system has no words for it");
+  }
+  std::fprintf(stderr, "watch_texts: cannot play \"%ls\": %ls (0x%08lx)\n", name, text,
+               static_cast<unsigned long>(result));
+}
+
 }  // namespace
 
 int main() {
   int count = 0;
   LPWSTR* const words = CommandLineToArgvW(GetCommandLineW(), &count);
   if (words == nullptr || count != 2) {
-    std::fprintf(stderr, "watch_texts FILE|ktmp4file://FILE&cc=on\n");
+    std::fprintf(
+        stderr,
+        "watch_texts FILE|URL\n"
+        "Plays a file without showing it, and prints captions and metadata texts as they come. A FILE is\n"
+        "loaded as ktmp4file://FILE&cc=on, a URL as it stands.\n");
     return 2;
   }
   HRESULT result = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
   if (SUCCEEDED(result)) {
-    result = Watch(words[1]);
+    result = Watch(LoadedName(words[1]).c_str());
     CoUninitialize();
   }
+  if (FAILED(result)) PrintFailure(words[1], result);
   LocalFree(words);
-  if (SUCCEEDED(result)) return 0;
-  std::fprintf(stderr, "watch_texts: 0x%08lx\n", static_cast<unsigned long>(result));
-  return 1;
+  return SUCCEEDED(result) ? 0 : 1;
 }
