@@ -23,12 +23,12 @@ std::string CommandName(const CLI::App& program) {
 
 using Arguments = std::span<char* const>;  // those behind the program's name
 
-// The first one that looks like options of one letter each and is none of them; empty when there is none.
+// The first one that looks like options of one letter each, which would have acted; empty when there is none.
 std::string DashedName(Arguments arguments) {
   for (const std::string_view argument : arguments) {
     if (argument == "--") break;
     const bool isNumber = argument.find_first_not_of("-0123456789.") == argument.npos;
-    if (argument.size() > 2 && argument[0] == '-' && argument[1] != '-' && !isNumber) {
+    if (argument.size() > 1 && argument[0] == '-' && argument[1] != '-' && !isNumber) {
       return std::string(argument);
     }
   }

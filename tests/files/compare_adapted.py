@@ -80,7 +80,7 @@ def compare_track(samples, data, stream, scale):
 def bytes_of(ktmp4, file, track, place):
     """The bytes of all samples; None where the file ends ahead of the last one."""
     try:
-        run(ktmp4, "extract", "--adapt", "--track", track, file, place)
+        run(ktmp4, "extract", "--adapt", "--force", "--track", track, file, place)
         return place.read_bytes()
     except RuntimeError as failure:
         if "MP4_FILE_IO" not in str(failure) and "and the file has" not in str(failure):
@@ -130,6 +130,10 @@ def compare_file(ktmp4, file, folder):
         data = b""
         if samples:
             data = bytes_of(ktmp4, file, track["index"], folder / "samples")
+        if streams[number].get("codec_name") in ("aac", "amr_nb", "amr_wb"):
+            heard = [str(track["sampleRate"]), track["channels"]]
+            if heard != [streams[number]["sample_rate"], streams[number]["channels"]]:
+                raise AssertionError(f"track {number}: sound of {heard}")
         if data and track["format"] and streams[number].get("codec_name") in WRITABLE:
             whole.append(track)
         try:
@@ -163,6 +167,8 @@ RECIPES = {
     "mp3.mp4": f"{PICTURES} {SOUND} {VIDEO} -c:a libmp3lame",
     "opus.mp4": f"{PICTURES} -f lavfi -i sine=sample_rate=48000:duration=2 {VIDEO} -c:a libopus -strict -2",
     "sound.m4a": f"{SOUND} {AAC}",
+    "six.m4a": f"{SOUND} {AAC} -ac 6",
+    "high.m4a": f"{SOUND} {AAC} -ar 96000 -ac 2",
     "faststart.mp4": f"{BOTH} -movflags faststart",
     "negative.mp4": f"{BOTH} -movflags negative_cts_offsets",
     "no-edits.mp4": f"{BOTH} -use_editlist 0",

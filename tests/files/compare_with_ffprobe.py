@@ -119,7 +119,7 @@ def compare_file(ktmp4, file, folder):
         if len(samples) != track["samples"]:
             raise AssertionError(f"track {index}: {len(samples)} samples listed, {track['samples']} counted")
         extracted = folder / "samples"
-        run(ktmp4, "extract", "--track", index, file, extracted)
+        run(ktmp4, "extract", "--force", "--track", index, file, extracted)
         try:
             compare_track(samples, extracted.read_bytes(), streams[index - 1])
         except AssertionError as difference:

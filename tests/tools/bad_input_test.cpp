@@ -124,12 +124,6 @@ TEST(BadFile, ThatClaimsMoreThanItHoldsIsRefusedByEachCommand) {
 }
 
 #ifndef _WIN32
-// A file name can hold anything; the message stays one line.
-TEST(BadFile, WithALineEndInItsName) {
-  ExpectOneLine(CommandLine({"info", "no\nsuch\x1b[31m.mp4"}), 1, "ktmp4 info",
-                {"\"no\\x0Asuch\\x1B[31m.mp4\""});
-}
-
 // A terminal does what control bytes tell it, and anybody may have written the file.
 TEST(Terminal, GetsNoControlBytes) {
   if (std::system("script --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "there is no terminal to be had";
