@@ -130,7 +130,7 @@ def compare_file(ktmp4, file, folder):
         data = b""
         if samples:
             data = bytes_of(ktmp4, file, track["index"], folder / "samples")
-        if streams[number].get("codec_name") in ("aac", "amr_nb", "amr_wb"):
+        if track["format"] and streams[number].get("codec_name") in ("aac", "amr_nb", "amr_wb"):
             heard = [str(track["sampleRate"]), track["channels"]]
             if heard != [streams[number]["sample_rate"], streams[number]["channels"]]:
                 raise AssertionError(f"track {number}: sound of {heard}")

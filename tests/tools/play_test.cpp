@@ -95,12 +95,6 @@ TEST(Play, TellsWhyAStreamEndsEarly) {
                "not connected: E_INVALIDARG\n", "pin 1: 0 of 4 samples delivered, 0 bytes, not connected\n"});
 }
 
-TEST(Play, ShowsTextsThatRideInSamples) {
-  const Bytes sample = Bytes().U32(0x1B3).U24(0).U32(0x1B2).U32(0x11223344).U8(1).U8(5).Text("hello");
-  const Track track = Track().WithOneChunk(3, ConstantStsz(22, 3));
-  ExpectParts(Play(MovieOver(Bytes(sample).Zeros(44), track)), {"text at 0.0000000: \"hello\"\n"});
-}
-
 // A caption track that begins at time 0 with a pair without data, and its media data: samples of three
 // bytes, the first of which means nothing. A line begins at a second, with a pair to each tick of a 30th of
 // it, and has to end before the next one begins.

@@ -29,8 +29,7 @@ TEST(Info, TellsScriptsWhatTheTracksAre) {
   json.erase("file");
   EXPECT_EQ(json, expected) << json.dump(2);
   const Json opus = InfoOf(TempFile(MovieOf(SoundTrack(AudioEntry("Opus", 2, 0, {}))).Build()).Name());
-  EXPECT_TRUE(opus.at("tracks")[0].at("sampleRate").is_null());
-  EXPECT_TRUE(opus.at("tracks")[0].at("decoderInfo").is_null());
+  for (const char* name : {"sampleRate", "decoderInfo"}) EXPECT_TRUE(opus.at("tracks")[0].at(name).is_null());
 }
 
 TEST(Info, TellsPeopleTheSameInWords) {

@@ -39,6 +39,7 @@ TEST(Remux, TheTypeIsAskedForOrFollowsTheName) {
     arguments.insert(arguments.end(), named.begin() + 1, named.end());
     ExpectRun(arguments, 0, {"SoundHandler", remark});
     EXPECT_EQ(ReadText(folder / named[0]).substr(8, 4), brand);
+    ExpectRun(arguments, 1, {"there is such a file already (--force replaces it)"});
   }
 }
 
@@ -62,18 +63,6 @@ TEST(Remux, TakesTheTracksThatAreAskedForInThatOrder) {
   ExpectRun({"remux", "--force", "--track", "99", in, out}, 1, {"the file has 2 tracks"});
 }
 
-TEST(Remux, ReplacesAFileOnlyWhenToldTo) {
-  const TempFolder folder;
-  const std::string out = folder / "out.mp4";
-  std::ofstream(out) << "old";
-  ExpectRun({"remux", Media("aac.m4a"), out}, 1, {"--force"});
-  EXPECT_EQ(ReadText(out), "old");
-  ExpectRun({"remux", "--force", Media("aac.m4a"), out}, 0, {"SoundHandler"});
-  EXPECT_GT(fs::file_size(out), 1000u);
-  ExpectRun({"remux", "--force", out, out}, 1, {"the file that is being read"});
-  EXPECT_EQ(folder.Names(), std::vector<std::string>{"out.mp4"});
-}
-
 // What the writer would find out half-way is found out before.
 TEST(Remux, NamesTheSampleThatTheWriterWouldRefuseOrChange) {
   using Runs = std::vector<std::pair<u32, u32>>;
@@ -91,10 +80,7 @@ TEST(Remux, NamesTheSampleThatTheWriterWouldRefuseOrChange) {
       {"negative offsets", shifted({{1, 20}, {3, 0xFFFFFFF0}}), 0, {"sample 2 of track 1"}},
       {"an offset that wraps", wrapping, 0, {"sample 2 of track 1", "wraps"}},
       {"a last step", timed({{3, 10}, {1, 2000}}), 0, {"lasts 2.000 s; in the copy", "before it, 0.010 s"}},
-      {"an edit",
-       Pictures().With(&Track::edts, Edts({{30, 10}})),
-       0,
-       {"its edit, which begins 0.010 s into"}},
+      {"an edit", Pictures().With(&Track::edts, Edts({{30, 10}})), 0, {"its edit, which begins 0.010"}},
       {"a start delay", Pictures().With(&Track::edts, Edts({{500, -1}, {40, 0}})), 0, {"0.500 s late"}},
   };
   for (const auto& [what, track, exitCode, remark] : cases) {
@@ -173,8 +159,7 @@ TEST(Remux, KeepsWhatItCanAndNamesWhatItLoses) {
   const auto copied = opened.OpenTrack();
   char language[4];
   i32 matrix[9];
-  ASSERT_EQ(std::pair(GetTrackLanguage(copied.get(), language), GetTrackMatrix(copied.get(), matrix)),
-            std::pair(MP4_OK, MP4_OK));
+  ASSERT_TRUE(!GetTrackLanguage(copied.get(), language) && !GetTrackMatrix(copied.get(), matrix));
   EXPECT_EQ(std::pair(std::string(language), matrix[0]), std::pair(std::string("deu"), 0x01000000));
   EXPECT_EQ(SetTrackLanguage(copied.get(), "deu"), MP4_NOT_READY);
   EXPECT_EQ(SetTrackLanguage(copied.get(), "DE"), MP4_BAD_ARGUMENT);

@@ -119,14 +119,15 @@ void InputFile::RequireNoFragments(const std::string& what) const {
   const std::string box = PassedFragments();
   if (box.empty()) return;
   throw Failure("cannot " + what + " " + Quoted(Name()) + ": it is fragmented (\"" + box +
-                "\"), and what is in the fragments would be lost; --adapt reads them");
+                "\"), and what is in the fragments would be lost" +
+                (m_choice.adapt ? "" : "; --adapt reads them"));
 }
 
 void InputFile::TellFragments(const Notes& notes) const {
   const std::string box = PassedFragments();
   if (box.empty()) return;
-  notes(Quoted(Name()) + " is fragmented (\"" + box +
-        "\"), and what is in the fragments is not read; --adapt reads it");
+  notes(Quoted(Name()) + " is fragmented (\"" + box + "\"), and what is in the fragments is not read" +
+        (m_choice.adapt ? "" : "; --adapt reads it"));
 }
 
 void InputFile::TellReading(const Notes& notes) {
