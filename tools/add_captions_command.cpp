@@ -118,11 +118,11 @@ void AddAddCaptionsCommand(CLI::App& program) {
   command->footer(
       "IN is copied as \"ktmp4 remux\" does it, and the captions become the last track. The time code\n"
       "00:00:00:00, or that of --offset, stands for its first picture; a note says when the first caption\n"
-      "comes behind the end. Time codes with a\n"
-      "semicolon before the frames are drop frame, at 29.97 frames a second; others count each frame, at\n"
-      "29.97 a second unless --rate says 30. The pairs of a line go out one to a frame, as they are, parity\n"
-      "and all. A line whose time comes while the one before still goes out follows behind that one, with a\n"
-      "note. Pairs without data stand at the begin of the track, unless a caption does, and at its end.");
+      "comes behind the end. Time codes with a semicolon before the frames are drop frame, at 29.97 frames\n"
+      "a second; others count each frame, at 29.97 a second unless --rate says 30. The pairs of a line go\n"
+      "out one to a frame, as they are, parity and all. A line whose time comes while the one before still\n"
+      "goes out follows behind that one, with a note. Pairs without data stand at the begin of the track,\n"
+      "unless a caption does, and at its end.");
   command->callback([arguments] { AddCaptions(*arguments); });
 }
 

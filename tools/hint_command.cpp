@@ -121,9 +121,9 @@ void AddHintCommand(CLI::App& program) {
       "each, and standard error says which others do not and why. A file of type mp4 also gets the object\n"
       "descriptor and scene tracks that its session description needs. The samples that still gather for a\n"
       "packet at the end of a track are not hinted: the last one, up to two of captions, up to three of\n"
-      "LATM; a track that has no more gets no hints. Packets tell when samples are decoded, so that players\n"
-      "show B-frames out of order. Captions go as\n"
-      "\"608B\", a payload format of this program's own. \"ktmp4 sdp\" prints the session description.");
+      "LATM; a track that has no more gets no hints. Packets tell when samples are decoded, so that\n"
+      "players show B-frames out of order. Captions go as \"608B\", a payload format of this program's own.\n"
+      "\"ktmp4 sdp\" prints the session description.");
   command->callback([arguments] { Hint(*arguments); });
 }
 
