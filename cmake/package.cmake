@@ -1,6 +1,6 @@
 # What Windows users get: one zip, made by `cpack` in the build folder, with the module, the program, and what an
 # application that talks to the filter needs.
-if(NOT WIN32)
+if(NOT WIN32 OR NOT KTMP4_TOOLS)
   return()
 endif()
 
