@@ -222,7 +222,7 @@ void AddCaptionsCommand(CLI::App& program) {
       "srt   what is on screen, from when to when, as SubRip subtitles; a row that is written letter by\n"
       "      letter shows as a whole from the first one on\n"
       "scc   the byte pairs as they are, as a Scenarist caption file; for a track that add-captions has\n"
-      "      made, with the time codes that it was made from");
+      "      made, with the time codes that it was made from, less its --offset");
   command->callback([arguments] { Captions(*arguments); });
 }
 
