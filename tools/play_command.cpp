@@ -129,7 +129,7 @@ std::string Counted(u64 count, const char* one, const char* many) {
 // Where there are no drives, "ktmp4file:///folder/film.mp4&cc=on" names a file by its whole path. The source
 // would take the first letter for a drive, so that such a URL is taken apart here: its parameters go to the
 // source, and the path is what it loads. Any other name is loaded as it stands.
-std::string LoadedName(const std::string& name, CReaderSource& source) {
+std::string LoadedName(const std::string& name, [[maybe_unused]] CReaderSource& source) {
 #ifndef _WIN32
   constexpr std::string_view kScheme = "ktmp4file://";
   if (name.starts_with(std::string(kScheme) + "/")) {
