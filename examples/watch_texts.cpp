@@ -148,6 +148,8 @@ void PrintFailure(const wchar_t* name, HRESULT result) {
     std::wcscpy(text, L"there is no such file");
   } else if (result == REGDB_E_CLASSNOTREG) {
     std::wcscpy(text, L"the filter is not registered: regsvr32 ktmp4source.ax");
+  } else if (result == E_FAIL) {
+    std::wcscpy(text, L"the filter cannot read it; \"ktmp4 info\" tells why");
   } else if (AMGetErrorTextW(result, text, MAX_ERROR_TEXT_LEN) == 0) {
     std::wcscpy(text, L"the system has no words for it");
   }
