@@ -130,16 +130,27 @@ bool CFileStream::Open(const char* path, bool toWrite) {
   m_bufferStart = 0;
   m_filled = 0;
   m_cursor = 0;
+  if (toWrite) GatherFrom(0);
   return true;
+}
+
+// Empties the buffer for bytes that go to a position. It is full at a multiple of its size: the system takes
+// whole pages more readily than parts of them.
+void CFileStream::GatherFrom(u64 position) {
+  m_bufferStart = position;
+  m_cursor = 0;
+  m_room = kBufferSize - static_cast<u32>(position % kBufferSize);
 }
 
 bool CFileStream::Flush() {
   if (!m_writing || m_cursor == 0) return IsOpen();
-  const std::size_t done = WriteFullyAt(m_handle, m_buffer.get(), m_cursor, m_bufferStart);
-  m_bufferStart += done;
-  m_cursor -= static_cast<u32>(done);
-  if (m_cursor > 0 && done > 0) std::memmove(m_buffer.get(), m_buffer.get() + done, m_cursor);
-  return m_cursor == 0;
+  const u32 waiting = m_cursor;
+  const u32 done = static_cast<u32>(WriteFullyAt(m_handle, m_buffer.get(), waiting, m_bufferStart));
+  GatherFrom(m_bufferStart + done);
+  if (done == waiting) return true;
+  m_cursor = waiting - done;
+  if (done > 0) std::memmove(m_buffer.get(), m_buffer.get() + done, m_cursor);
+  return false;
 }
 
 bool CFileStream::Close() {
@@ -151,6 +162,7 @@ bool CFileStream::Close() {
   m_bufferStart = 0;
   m_filled = 0;
   m_cursor = 0;
+  m_room = 0;
   return closed;
 }
 
@@ -206,14 +218,23 @@ std::size_t CFileStream::Read(void* buffer, std::size_t count) {
 bool CFileStream::Write(const void* buffer, std::size_t count) {
   if (!IsOpen() || !m_writing) return false;
   const u8* bytes = static_cast<const u8*>(buffer);
-  if (count > kBufferSize - m_cursor && !Flush()) return false;
-  if (count >= kBufferSize) {
-    const std::size_t done = WriteFullyAt(m_handle, bytes, count, m_bufferStart);
-    m_bufferStart += done;
-    return done == count;
+  while (count > 0) {
+    std::size_t taken = std::min<std::size_t>(count, m_room - m_cursor);
+    if (m_cursor == 0 && taken == m_room) {
+      // Past the buffer, which stays empty, up to the last place where it would be full.
+      taken += (count - taken) / kBufferSize * kBufferSize;
+      const std::size_t done = WriteFullyAt(m_handle, bytes, taken, m_bufferStart);
+      GatherFrom(m_bufferStart + done);
+      if (done < taken) return false;
+    } else if (taken > 0) {
+      std::memcpy(m_buffer.get() + m_cursor, bytes, taken);
+      m_cursor += static_cast<u32>(taken);
+    } else if (!Flush()) {
+      return false;
+    }
+    bytes += taken;
+    count -= taken;
   }
-  std::memcpy(m_buffer.get() + m_cursor, bytes, count);
-  m_cursor += static_cast<u32>(count);
   return true;
 }
 
@@ -222,7 +243,7 @@ bool CFileStream::Seek(u64 position) {
   if (m_writing) {
     if (position == Tell()) return true;
     if (!Flush()) return false;
-    m_bufferStart = position;
+    GatherFrom(position);
     return true;
   }
   m_eof = false;
@@ -243,8 +264,7 @@ bool CFileStream::ResumeAt(u64 position) {
   if (position >= m_bufferStart && position <= Tell()) {
     m_cursor = static_cast<u32>(position - m_bufferStart);
   } else {
-    m_bufferStart = position;
-    m_cursor = 0;
+    GatherFrom(position);
   }
   return true;
 }

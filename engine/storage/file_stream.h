@@ -34,7 +34,7 @@ class CFileStream {
 
   /// Reads up to `count` bytes and answers how many arrived.
   std::size_t Read(void* buffer, std::size_t count);
-  /// True when all `count` bytes were taken.
+  /// True when all `count` bytes were taken, otherwise some of them may have been: `ResumeAt` gives them up.
   bool Write(const void* buffer, std::size_t count);
 
   /// Moves to an absolute position, also one beyond the end of the file.
@@ -65,11 +65,19 @@ class CFileStream {
     return Read(value, 1) == 1;
   }
   bool WriteByte(u8 value) {
-    if (m_writing && m_cursor < kBufferSize) {
+    if (m_cursor < m_room) {
       m_buffer[m_cursor++] = value;
       return true;
     }
     return Write(&value, 1);
+  }
+  /// Where the next `count` bytes are to be put, when the buffer has room for all of them, otherwise null;
+  /// moves behind them.
+  u8* PutBuffered(u32 count) {
+    if (m_cursor + count > m_room) return nullptr;
+    u8* const bytes = m_buffer.get() + m_cursor;
+    m_cursor += count;
+    return bytes;
   }
   /// The next `count` bytes when all of them are buffered, otherwise null; moves behind them.
   const u8* TakeBuffered(u32 count) {
@@ -83,6 +91,7 @@ class CFileStream {
   static constexpr int kNoHandle = -1;
   static constexpr u32 kBufferSize = 64 * 1024;
 
+  void GatherFrom(u64 position);
   bool FillBuffer();
   std::size_t ReadFully(u8* buffer, std::size_t count, u64 position);
 
@@ -92,11 +101,13 @@ class CFileStream {
   bool m_atEnd = false;  // the last transfer from the file met its end and no failure
   bool m_far = false;    // nothing has been read yet where a seek has led, more than a buffer away
   // The buffer mirrors the file from m_bufferStart on. Reading: m_filled bytes of it are valid and m_cursor
-  // is the next one. Writing: the first m_cursor bytes wait to be written, and m_filled stays 0.
+  // is the next one. Writing: the first m_cursor bytes wait to be written, m_room of them at most, and
+  // m_filled stays 0.
   std::unique_ptr<u8[]> m_buffer;
   u64 m_bufferStart = 0;
   u32 m_filled = 0;
   u32 m_cursor = 0;
+  u32 m_room = 0;  // 0 unless writing
 };
 
 }  // namespace kt

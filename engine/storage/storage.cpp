@@ -27,6 +27,11 @@ Mp4Result CStorage::ReadBigEndian(Value* value) {
 
 template <unsigned Width>
 Mp4Result CStorage::WriteBigEndian(u64 value) {
+  if (u8* const bytes = m_stream.PutBuffered(Width)) {
+    for (unsigned i = 0; i < Width; ++i) bytes[i] = static_cast<u8>(value >> (8 * (Width - 1 - i)));
+    return MP4_OK;
+  }
+  // At the edge of the buffer byte by byte: a failure leaves the bytes before it.
   for (unsigned shift = Width * 8; shift > 0; shift -= 8) {
     if (!m_stream.WriteByte(static_cast<u8>(value >> (shift - 8)))) return MP4_FILE_IO;
   }
