@@ -5,19 +5,27 @@
 #include <memory>
 #include <new>
 #include <span>
+#include <utility>
 
 #include <ktmp4/result.h>
 
 namespace kt {
 
-/// Plain values one behind the other, in memory that grows with them and is kept for the next ones.
+/// Values one behind the other, in memory that grows with them and is kept for the next ones.
 template <class Value>
 class CGrowingArray {
  public:
   /// MP4_NO_MEMORY, with what stands there kept.
-  Mp4Result Append(const Value& value) {
-    if (m_count == m_capacity) KT_TRY(Grow());
-    m_values[m_count++] = value;
+  Mp4Result Append(Value value) {
+    if (m_count == m_capacity) KT_TRY(Grow(1));
+    m_values[m_count++] = std::move(value);
+    return MP4_OK;
+  }
+  /// Makes it so many values, of which those at the end may be without meaning. MP4_NO_MEMORY, with what
+  /// stands there kept.
+  Mp4Result Resize(u32 count) {
+    if (count > m_capacity) KT_TRY(Grow(count - m_capacity));
+    m_count = count;
     return MP4_OK;
   }
   /// Forgets the values; the memory stays.
@@ -27,12 +35,14 @@ class CGrowingArray {
   std::span<Value> All() const { return {m_values.get(), m_count}; }
 
  private:
-  Mp4Result Grow() {
-    if (m_capacity > std::numeric_limits<u32>::max() / 2) return MP4_NO_MEMORY;
-    const u32 capacity = m_capacity == 0 ? 8 : 2 * m_capacity;
+  Mp4Result Grow(u32 missing) {
+    constexpr u32 kFirstCapacity = 8;
+    const u32 more = std::max({missing, m_capacity, kFirstCapacity});
+    if (more > std::numeric_limits<u32>::max() - m_capacity) return MP4_NO_MEMORY;
+    const u32 capacity = m_capacity + more;
     std::unique_ptr<Value[]> grown(new (std::nothrow) Value[capacity]);
     if (!grown) return MP4_NO_MEMORY;
-    std::copy_n(m_values.get(), m_count, grown.get());
+    std::move(m_values.get(), m_values.get() + m_count, grown.get());
     m_values = std::move(grown);
     m_capacity = capacity;
     return MP4_OK;

@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "engine/box/box_list.h"
-#include "engine/storage/item_list.h"
+#include "hint/growing_array.h"
 #include "hint/packet_constructor.h"
 
 namespace kt {
@@ -12,6 +12,8 @@ namespace kt {
 /// 14496-12, 9.1.3.1; RFC 3550, 5.1.
 class CHintPacket {
  public:
+  /// Makes a new packet of it, which uses the memory of its constructors.
+  void Restart();
   /// `bFrame` is 1 for a packet that can be left out. `relativeTime` is in ticks of the RTP clock. Sets the
   /// number of entries to 0, also when there are constructors: callers rely on it.
   Mp4Result SetHeader(u8 payloadType, u16 sequenceNumber, u32 bFrame, i32 relativeTime);
@@ -37,25 +39,37 @@ class CHintPacket {
   Mp4Result GetPacketSize(u32* size) const;
 
  private:
-  Mp4Result Append(std::unique_ptr<CRTPBaseConstructor> constructor);
+  // A constructor as it stands in the file.
+  struct ConstructorBytes {
+    u8 bytes[CRTPBaseConstructor::kSize];
+  };
+
+  Mp4Result Append(CRTPBaseConstructor* constructor);
+  Mp4Result Keep(CRTPBaseConstructor* constructor);
   Mp4Result ReadHeader(CStorage* storage);
   Mp4Result ReadExtraList(CStorage* storage, u32* remaining);
   Mp4Result ReadConstructor(CStorage* storage, u32* remaining);
+  Mp4Result DumpConstructors(int indent);
 
-  i32 m_relativeTime = 0;
-  u32 m_paddingFlag = 0;  // this and the other flags are 0 or 1
-  u32 m_extensionFlag = 0;
-  u32 m_markerFlag = 0;
-  u8 m_payloadType = 0;
-  u16 m_sequenceNumber = 0;
-  u32 m_extraFlag = 0;
-  u32 m_bFrameFlag = 0;
-  u32 m_repeatFlag = 0;
-  u16 m_entryCount = 0;
-  u32 m_extraLength = 0;
+  // What there is to be said of the packet, beside its lists.
+  struct Facts {
+    i32 relativeTime = 0;
+    u32 paddingFlag = 0;  // this and the other flags are 0 or 1
+    u32 extensionFlag = 0;
+    u32 markerFlag = 0;
+    u8 payloadType = 0;
+    u16 sequenceNumber = 0;
+    u32 extraFlag = 0;
+    u32 bFrameFlag = 0;
+    u32 repeatFlag = 0;
+    u16 entryCount = 0;
+    u32 extraLength = 0;
+    u32 packetSize = 0;
+  };
+
+  Facts m_facts;
   std::optional<CBoxList> m_extraList;
-  CItemList<CRTPBaseConstructor> m_constructors;
-  u32 m_packetSize = 0;
+  CGrowingArray<ConstructorBytes> m_constructors;
 };
 
 }  // namespace kt

@@ -14,17 +14,27 @@ constexpr u32 kHeaderSize = 4;
 
 Mp4Result CHintSample::AddPacket(CHintPacket** packet) {
   if (m_packetCount == std::numeric_limits<u16>::max()) return MP4_NOT_READY;
-  std::unique_ptr<CHintPacket> added(new (std::nothrow) CHintPacket);
-  if (!added) return MP4_NO_MEMORY;
-  CHintPacket* const borrowed = added.get();
-  KT_TRY(m_packets.Add(std::move(added)));
+  KT_TRY(TakePacket(packet));
   ++m_packetCount;
-  *packet = borrowed;
+  return MP4_OK;
+}
+
+Mp4Result CHintSample::TakePacket(CHintPacket** packet) {
+  if (m_packetsInUse == m_packets.Count()) {
+    std::unique_ptr<CHintPacket> made(new (std::nothrow) CHintPacket);
+    if (!made) return MP4_NO_MEMORY;
+    KT_TRY(m_packets.Append(std::move(made)));
+  }
+  *packet = m_packets.All()[m_packetsInUse++].get();
+  (*packet)->Restart();
   return MP4_OK;
 }
 
 Mp4Result CHintSample::GetPacket(u32 index, CHintPacket** packet) {
-  return m_packets.GetByIndex(index, packet);
+  if (index == 0) return MP4_ZERO_INDEX;
+  if (index > m_packetsInUse) return MP4_NOT_FOUND;
+  *packet = Packets()[index - 1].get();
+  return MP4_OK;
 }
 
 Mp4Result CHintSample::Deserialize(CStorage* storage, u32 size) {
@@ -35,13 +45,17 @@ Mp4Result CHintSample::Deserialize(CStorage* storage, u32 size) {
   KT_TRY(storage->ReadUInt16(&reserved));
   if (size < kHeaderSize) return MP4_CORRUPT;
   m_remaining = size - kHeaderSize;
-  for (u32 i = 0; i < m_packetCount; ++i) {
-    std::unique_ptr<CHintPacket> packet(new (std::nothrow) CHintPacket);
-    if (!packet) return MP4_NO_MEMORY;
-    KT_TRY(packet->Deserialize(storage, &m_remaining));
-    KT_TRY(m_packets.Add(std::move(packet)));
-  }
+  for (u32 i = 0; i < m_packetCount; ++i) KT_TRY(ReadPacket(storage));
   return ReadExtraData(storage);
+}
+
+// A packet that cannot be read to its end is none of the sample's.
+Mp4Result CHintSample::ReadPacket(CStorage* storage) {
+  CHintPacket* packet = nullptr;
+  KT_TRY(TakePacket(&packet));
+  const Mp4Result result = packet->Deserialize(storage, &m_remaining);
+  if (result != MP4_OK) --m_packetsInUse;
+  return result;
 }
 
 Mp4Result CHintSample::ReadExtraData(CStorage* storage) {
@@ -58,11 +72,7 @@ Mp4Result CHintSample::ReadExtraData(CStorage* storage) {
 Mp4Result CHintSample::Serialize(CStorage* storage) {
   KT_TRY(storage->WriteUInt16(m_packetCount));
   KT_TRY(storage->WriteUInt16(0));
-  for (u32 i = 1; i <= m_packets.GetCount(); ++i) {
-    CHintPacket* packet = nullptr;
-    KT_TRY(m_packets.GetByIndex(i, &packet));
-    KT_TRY(packet->Serialize(storage));
-  }
+  for (const auto& packet : Packets()) KT_TRY(packet->Serialize(storage));
   if (m_extraDataSize == 0) return MP4_OK;
   if (!m_extraData) return MP4_NOT_READY;
   return storage->ReadBlock(m_extraData.get(), m_extraDataSize);
@@ -70,10 +80,8 @@ Mp4Result CHintSample::Serialize(CStorage* storage) {
 
 Mp4Result CHintSample::CalculateSize() {
   m_size += kHeaderSize;
-  for (u32 i = 1; i <= m_packets.GetCount(); ++i) {
-    CHintPacket* packet = nullptr;
+  for (const auto& packet : Packets()) {
     u32 packetSize = 0;
-    KT_TRY(m_packets.GetByIndex(i, &packet));
     KT_TRY(packet->CalculatePacketSize());
     KT_TRY(packet->GetPacketSize(&packetSize));
     m_size += packetSize;
@@ -92,11 +100,7 @@ Mp4Result CHintSample::Dump(int indent) {
   std::printf("Packet Count %d\n", m_packetCount);
   PrintIndent(indent);
   std::printf("{\n");
-  for (u32 i = 1; i <= m_packets.GetCount(); ++i) {
-    CHintPacket* packet = nullptr;
-    KT_TRY(m_packets.GetByIndex(i, &packet));
-    KT_TRY(packet->Dump(indent + 1));
-  }
+  for (const auto& packet : Packets()) KT_TRY(packet->Dump(indent + 1));
   PrintIndent(indent);
   std::printf("}\n");
   if (m_extraDataSize > 0) {
@@ -107,11 +111,20 @@ Mp4Result CHintSample::Dump(int indent) {
 }
 
 Mp4Result CHintSample::Free() {
-  m_packets.Clear();
+  m_packets = {};
+  m_packetsInUse = 0;
   m_packetCount = 0;
   m_extraData.reset();
   m_extraDataSize = 0;
   return MP4_OK;
+}
+
+void CHintSample::Restart() {
+  m_packetsInUse = 0;
+  m_packetCount = 0;
+  m_extraData.reset();
+  m_extraDataSize = 0;
+  m_size = 0;
 }
 
 }  // namespace kt

@@ -33,10 +33,15 @@ class CHintSample {
   Mp4Result Dump(int indent);
   /// Frees the packets and the extra data.
   Mp4Result Free();
+  /// Makes a new sample of it, whose packets use the memory of those that it had.
+  void Restart();
 
   CMp4HintTrack* GetOwner() const { return m_owner; }
 
  private:
+  std::span<std::unique_ptr<CHintPacket>> Packets() const { return m_packets.All().first(m_packetsInUse); }
+  Mp4Result TakePacket(CHintPacket** packet);
+  Mp4Result ReadPacket(CStorage* storage);
   Mp4Result ReadExtraData(CStorage* storage);
 
   u16 m_packetCount = 0;
@@ -45,7 +50,8 @@ class CHintSample {
   CMp4HintTrack* m_owner;
   u32 m_size = 0;
   u32 m_remaining = 0;
-  CItemList<CHintPacket> m_packets;
+  CGrowingArray<std::unique_ptr<CHintPacket>> m_packets;  // those behind the ones in use are spare
+  u32 m_packetsInUse = 0;
 };
 
 }  // namespace kt

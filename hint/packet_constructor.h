@@ -42,8 +42,10 @@ class CFieldsConstructor : public CRTPBaseConstructor {
   }
   Mp4Result Serialize(CStorage* storage) override {
     KT_TRY(CRTPBaseConstructor::Serialize(storage));
-    CFieldWriter writer(storage);
-    return static_cast<Derived*>(this)->VisitFields(writer);
+    u8 bytes[kSize - 1];
+    CFieldEncoder encoder(bytes);
+    KT_TRY(static_cast<Derived*>(this)->VisitFields(encoder));
+    return storage->WriteBytes(bytes, sizeof bytes);
   }
 
  protected:

@@ -106,7 +106,7 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   Mp4Result AddMediaHeader();
   Mp4Result AddSessionDescription(u32 trackCount, const u32* trackNumbers);
   Mp4Result Gather(const CMediaTracks::Turn& turn, u32 size, Gathering* gathering);
-  Mp4Result WriteHintSample(CHintSample* hintSample, u64 time);
+  Mp4Result WriteHintSample(u64 time);
 
   u32 m_bound = 0;
   u32 m_writable = 0;
@@ -120,7 +120,10 @@ class CMp4RtpHintTrackImpl : public CMp4RtpHintTrack, public CHostedTrack {
   u32 m_rtpTimeScale = 0;
   u32 m_maxBitrate = 500000;
   u32 m_avgBitrate = 300000;
-  CGrowingArray<MediaSample> m_group;  // of `AddPacketGroup`, which has no use for it in between
+  // Of the sample that is being written; in between their memory alone counts.
+  CGrowingArray<MediaSample> m_group;
+  CHintSample m_hintSample{this};
+  CGrowingArray<u8> m_block;
 };
 
 }  // namespace kt

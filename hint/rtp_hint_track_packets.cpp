@@ -1,7 +1,5 @@
 // From the samples of the media tracks to the samples of the hint track.
 
-#include <new>
-
 #include "engine/storage/memory_storage.h"
 #include "engine/track/track_impl.h"
 #include "hint/rfc3016_latm_hint_track.h"
@@ -83,31 +81,29 @@ Mp4Result CMp4RtpHintTrackImpl::AddPacketGroup(u32 /*trackNumber*/, CMp4Track* t
     KT_TRY(track->GetSampleSize(sample.number, &sample.size));
     KT_TRY(m_group.Append(sample));
   }
-  CHintSample hintSample(this);
-  KT_TRY(m_format->buildGroup(&m_stream, m_group.All(), &hintSample));
-  return WriteHintSample(&hintSample, time);
+  m_hintSample.Restart();
+  KT_TRY(m_format->buildGroup(&m_stream, m_group.All(), &m_hintSample));
+  return WriteHintSample(time);
 }
 
 Mp4Result CMp4RtpHintTrackImpl::AddFragmentedSample(u32 /*trackNumber*/, CMp4Track* track, u32 sample,
                                                     u32 size, u64 time) {
   if (track == nullptr) return MP4_BAD_ARGUMENT;
-  CHintSample hintSample(this);
-  KT_TRY(m_format->buildFragments(&m_stream, {sample, size}, &hintSample));
-  return WriteHintSample(&hintSample, time);
+  m_hintSample.Restart();
+  KT_TRY(m_format->buildFragments(&m_stream, {sample, size}, &m_hintSample));
+  return WriteHintSample(time);
 }
 
-Mp4Result CMp4RtpHintTrackImpl::WriteHintSample(CHintSample* hintSample, u64 time) {
+Mp4Result CMp4RtpHintTrackImpl::WriteHintSample(u64 time) {
   if (!m_track) return MP4_NOT_READY;
   u32 size = 0;
-  KT_TRY(hintSample->CalculateSize());
-  KT_TRY(hintSample->GetSize(&size));
-  const std::unique_ptr<u8[]> block(new (std::nothrow) u8[size]);
-  if (!block) return MP4_NO_MEMORY;
+  KT_TRY(m_hintSample.CalculateSize());
+  KT_TRY(m_hintSample.GetSize(&size));
+  KT_TRY(m_block.Resize(size));
   CMemoryStorage storage;
-  KT_TRY(storage.Open(block.get(), size, MP4_MODE_WRITE));
-  KT_TRY(hintSample->Serialize(&storage));
-  KT_TRY(hintSample->Free());
-  return m_track->WriteSample(block.get(), size, time, time, 0);
+  KT_TRY(storage.Open(m_block.All().data(), size, MP4_MODE_WRITE));
+  KT_TRY(m_hintSample.Serialize(&storage));
+  return m_track->WriteSample(m_block.All().data(), size, time, time, 0);
 }
 
 Mp4Result CRfc3016LatmHintTrackImpl::BuildPackets(u32 trackCount, const u32* trackNumbers) {

@@ -127,6 +127,39 @@ class CFieldDecoder {
   const u8* m_bytes;
 };
 
+/// Puts fields into bytes at hand, of which the caller knows that there are enough.
+class CFieldEncoder {
+ public:
+  explicit CFieldEncoder(u8* bytes) : m_bytes(bytes) {}
+
+  template <class... Fields>
+  Mp4Result operator()(const Fields&... fields) {
+    (Visit(fields), ...);
+    return MP4_OK;
+  }
+  Mp4Result Reserved(u32 count) {
+    for (; count > 0; --count) *m_bytes++ = 0;
+    return MP4_OK;
+  }
+
+ private:
+  template <class Field, std::size_t Count>
+  void Visit(const Field (&fields)[Count]) {
+    for (const Field& field : fields) Visit(field);
+  }
+  template <class Field>
+  void Visit(const Field& field) {
+    Split(static_cast<std::make_unsigned_t<Field>>(field), std::make_index_sequence<sizeof(Field)>());
+    m_bytes += sizeof(Field);
+  }
+  template <class Field, std::size_t... Index>
+  void Split(Field value, std::index_sequence<Index...> /*bytes*/) {
+    ((m_bytes[Index] = static_cast<u8>(value >> (8 * (sizeof(Field) - 1 - Index)))), ...);
+  }
+
+  u8* m_bytes;
+};
+
 /// Writes.
 class CFieldWriter {
  public:

@@ -45,9 +45,9 @@ TEST(PacketBuilding, LaysGroupsAndPiecesIntoPackets) {
       // Cut captions lose their first byte.
       {kCaptionPayload, 5, {{kCut, 8}}, " #65535 70000:5 #0* 70000:3@5"},
   };
-  for (const auto& [format, maxPacketSize, group, expected] : cases) {
+  for (CHintSample hintSample(nullptr); const auto& [format, maxPacketSize, group, expected] : cases) {
     RtpStream stream = {97, 65535, maxPacketSize};
-    CHintSample hintSample(nullptr);
+    hintSample.Restart();
     EXPECT_EQ(format.buildGroup(&stream, {}, &hintSample), MP4_BAD_ARGUMENT);
     const Mp4Result result = group[0].number == kCut ? format.buildFragments(&stream, group[0], &hintSample)
                                                      : format.buildGroup(&stream, group, &hintSample);
