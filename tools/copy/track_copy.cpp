@@ -68,19 +68,19 @@ class TrackCopy::Timing {
   explicit Timing(std::string where) : m_where(std::move(where)) {}
 
   // Throws a `Failure` for a sample that the writer refuses.
-  void Take(u64 number, const Sample& sample, const std::string& name) {
+  void Take(u64 number, const Sample& sample) {
     u64 decodingTime = sample.decodingTime;
     if (number > 1 && decodingTime <= m_last) {
       decodingTime = m_last + 2;
       Note(&m_raised, number);
     }
     if (decodingTime - m_last > kLargestStep) {
-      throw Failure("cannot write " + name + ": it comes " + std::to_string(decodingTime - m_last) +
+      throw Failure("cannot write " + Name(number) + ": it comes " + std::to_string(decodingTime - m_last) +
                     " ticks behind the one before it, and a step must stay below 2^31");
     }
     if (number == 1) m_hasOffsets = decodingTime < sample.compositionTime;
     if (!m_hasOffsets && decodingTime < sample.compositionTime) {
-      throw Failure("cannot write " + name + ": it is the first one with a composition offset (" +
+      throw Failure("cannot write " + Name(number) + ": it is the first one with a composition offset (" +
                     std::to_string(sample.compositionTime - decodingTime) +
                     " ticks), and offsets have to begin with sample 1");
     }
@@ -101,12 +101,13 @@ class TrackCopy::Timing {
     u64 count = 0;
   };
 
+  std::string Name(u64 number) const { return "sample " + std::to_string(number) + m_where; }
   static void Note(Finding* finding, u64 number) {
     if (finding->count++ == 0) finding->first = number;
   }
   void Report(const Notes& notes, const Finding& finding, const char* what) const {
     if (finding.count == 0) return;
-    std::string text = "sample " + std::to_string(finding.first) + m_where + " " + what;
+    std::string text = Name(finding.first) + " " + what;
     if (finding.count > 1) text += " (the first of " + Count(finding.count) + ")";
     notes(text);
   }
@@ -137,6 +138,10 @@ void TrackCopy::Require(const std::string& what, Mp4Result result) const {
   if (result) throw ResultFailure(what, result);
 }
 
+void TrackCopy::RequireOf(u64 sample, const char* what, Mp4Result result) const {
+  if (result) throw ResultFailure(what + SampleName(sample), result);
+}
+
 std::string TrackCopy::SampleName(u64 sample) const {
   return "sample " + std::to_string(sample) + " of " + m_name;
 }
@@ -144,11 +149,11 @@ std::string TrackCopy::SampleName(u64 sample) const {
 TrackCopy::Sample TrackCopy::Look(u64 sample) {
   const u32 number = static_cast<u32>(sample);
   Sample found;
-  Require("cannot find the size of " + SampleName(sample), m_input->GetSampleSize(number, &found.size));
-  Require("cannot find the decoding time of " + SampleName(sample),
-          m_input->GetSampleDecodingTime(number, &found.decodingTime));
-  Require("cannot find the composition time of " + SampleName(sample),
-          m_input->GetSampleCompositionTime(number, &found.compositionTime));
+  RequireOf(sample, "cannot find the size of ", m_input->GetSampleSize(number, &found.size));
+  RequireOf(sample, "cannot find the decoding time of ",
+            m_input->GetSampleDecodingTime(number, &found.decodingTime));
+  RequireOf(sample, "cannot find the composition time of ",
+            m_input->GetSampleCompositionTime(number, &found.compositionTime));
   found.decodingTime -= m_start;
   found.compositionTime -= m_start;
   // The writer begins with 0. So a track that is to start late begins there with one long sample, which is
@@ -234,7 +239,7 @@ bool TrackCopy::LooksLikeMpeg4Visual() {
 void TrackCopy::Examine(const Interrupts& interrupts) {
   RequireSamplesFit(*m_input, m_fileSize, m_name);
   if (m_sampleCount > 0) {
-    Require("cannot find the decoding time of " + SampleName(1), m_input->GetSampleDecodingTime(1, &m_start));
+    RequireOf(1, "cannot find the decoding time of ", m_input->GetSampleDecodingTime(1, &m_start));
   }
   // The edits of an adapted file act, and its tracks keep their distance.
   if (m_details.isAdapted) m_delay = std::exchange(m_start, 0);
@@ -253,7 +258,7 @@ void TrackCopy::Examine(const Interrupts& interrupts) {
     if (sample.compositionTime < latest) m_isReordered = true;
     latest = std::max(latest, sample.compositionTime);
     m_byteCount += sample.size;
-    timing.Take(number, sample, SampleName(number));
+    timing.Take(number, sample);
     if (number > 1) m_lastStep = sample.decodingTime - std::exchange(m_lastTime, sample.decodingTime);
   }
   timing.Report(m_notes);
@@ -352,7 +357,7 @@ void TrackCopy::ReadInput(u64 sample, u32 size) {
     if (size > m_buffer.size()) m_buffer.resize(size);
     result = m_input->ReadSample(static_cast<u32>(sample), size, &size, m_buffer.data());
   }
-  Require("cannot read " + SampleName(sample), result);
+  RequireOf(sample, "cannot read ", result);
 }
 
 Mp4Result TrackCopy::WriteNext() {

@@ -57,6 +57,8 @@ class TrackCopy final : public TrackSource {
   class Timing;
 
   void Require(const std::string& what, Mp4Result result) const;
+  // The same for what is asked of every sample: no text is made unless it is needed.
+  void RequireOf(u64 sample, const char* what, Mp4Result result) const;
   std::string SampleName(u64 sample) const;
   Sample Look(u64 sample);
   bool IsSync(u64 sample, u64 compositionTime) const;
