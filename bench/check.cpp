@@ -8,8 +8,7 @@
 
 namespace kt {
 
-void Check(Mp4Result result, const char* what) {
-  if (result == MP4_OK) return;
+void Fail(Mp4Result result, const char* what) {
   std::fprintf(stderr, "ktmp4_bench: %s: %s (%u): %s\n", what, Mp4ResultName(result), result,
                Mp4ResultText(result));
   std::exit(1);

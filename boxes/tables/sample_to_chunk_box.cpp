@@ -58,7 +58,7 @@ Mp4Result CSampleToChunkBox::PassBelow(const CBlockMaxima& maxima, RunNumber num
 }
 
 Mp4Result CSampleToChunkBox::GetChunkOfSample(u32 sample, u32* chunk) {
-  m_Found = {};
+  ForgetFound();
   *chunk = 1;
   if (m_ui32CursorSample > sample) {
     m_ui32CursorEntry = 1;
@@ -77,7 +77,7 @@ Mp4Result CSampleToChunkBox::GetChunkOfSample(u32 sample, u32* chunk) {
 }
 
 Mp4Result CSampleToChunkBox::GetFirstSampleOfChunk(u32 chunk, u32* sample) {
-  m_Found = {};
+  ForgetFound();
   *sample = 1;
   if (m_ui32CursorChunk > chunk) {
     // The chunk stays, so that the next call starts over as well if it asks for one below it.
@@ -92,28 +92,44 @@ Mp4Result CSampleToChunkBox::GetFirstSampleOfChunk(u32 chunk, u32* sample) {
 }
 
 Mp4Result CSampleToChunkBox::SearchChunk(u32 sample) {
-  Found found{sample, 0, 0, 0};
+  CChunkOfSample found;
   KT_TRY(GetChunkOfSample(sample, &found.chunk));
   // A chunk ahead of its run, as wrapped numbers give it, sends the cursor back.
-  if (found.chunk >= m_ui32CursorChunk) found.samples = CountSamplesLeft(sample);
+  if (found.chunk >= m_ui32CursorChunk) found.lastSample = LastSampleAlike(sample);
   KT_TRY(GetFirstSampleOfChunk(found.chunk, &found.firstSample));
   m_Found = found;
+  m_ui32FoundSample = std::max(sample, 1U);
   return MP4_OK;
 }
 
-// The samples from this one on that `GetChunkOfSample`, which has just found it, finds in the same chunk with
-// the cursor where it is.
-u32 CSampleToChunkBox::CountSamplesLeft(u32 sample) const {
+// The last sample from this one on that `GetChunkOfSample`, which has just found it, finds in the same chunk
+// with the cursor where it is; 0 when not even this one.
+u32 CSampleToChunkBox::LastSampleAlike(u32 sample) const {
   const Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
   if (sample < run.firstSample) return 0;
   u32 behind = run.samplesPerChunk - 1 - (sample - run.firstSample) % run.samplesPerChunk;
   if (run.index < m_List.GetCount()) behind = std::min(behind, RunBehind(run).firstSample - sample);
-  return std::min(behind, std::numeric_limits<u32>::max() - sample) + 1;
+  return sample + std::min(behind, std::numeric_limits<u32>::max() - sample);
+}
+
+// The place in the table may be one run short of the sample.
+u32 CSampleToChunkBox::GuessLastOfChunk(u32 sample) const {
+  Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
+  if (run.index < m_List.GetCount() && RunBehind(run).firstSample <= sample) run = RunBehind(run);
+  if (sample < run.firstSample || run.samplesPerChunk == 0) return sample;
+  const u32 behind = run.samplesPerChunk - 1 - (sample - run.firstSample) % run.samplesPerChunk;
+  return sample + std::min(behind, std::numeric_limits<u32>::max() - sample);
+}
+
+void CSampleToChunkBox::ForgetFound() {
+  m_Found = {};
+  m_ui32FoundSample = 1;
+  ++m_ui64Questions;
 }
 
 Mp4Result CSampleToChunkBox::AddChunk(u32 chunk, u32 samplesPerChunk, u32 sampleDescriptionIndex) {
   if (chunk != m_ui32NextChunk) return MP4_BAD_ARGUMENT;
-  m_Found = {};
+  ForgetFound();
   CSampleToChunkTableEntry last{};
   const bool extends = m_List.GetAt(m_ui32EntryCount, &last) == MP4_OK &&
                        last.samplesPerChunk == samplesPerChunk &&

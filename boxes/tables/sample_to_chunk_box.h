@@ -11,6 +11,14 @@ struct CSampleToChunkTableEntry {
   u32 sampleDescriptionIndex;
 };
 
+/// Where a sample lies, and up to which one both questions about it have the same answer as long as nobody
+/// asks the table again.
+struct CChunkOfSample {
+  u32 chunk = 0;
+  u32 firstSample = 0;  // of the chunk
+  u32 lastSample = 0;
+};
+
 /// "stsc": which chunk holds a sample, as runs of chunks with the same number of samples. All numbers count
 /// from 1. ISO/IEC 14496-12, 8.7.4.
 ///
@@ -36,12 +44,16 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
   /// from. MP4_NOT_FOUND and sample 1 for an empty table; MP4_NO_MEMORY.
   Mp4Result GetFirstSampleOfChunk(u32 chunk, u32* sample);
   /// Both questions in their order, at once for a sample that follows in the chunk found last.
-  Mp4Result FindChunk(u32 sample, u32* chunk, u32* firstSample) {
-    if (sample - m_Found.sample >= m_Found.samples) KT_TRY(SearchChunk(sample));
-    *chunk = m_Found.chunk;
-    *firstSample = m_Found.firstSample;
+  Mp4Result FindChunk(u32 sample, CChunkOfSample* found) {
+    if (sample < m_ui32FoundSample || sample > m_Found.lastSample) KT_TRY(SearchChunk(sample));
+    *found = m_Found;
     return MP4_OK;
   }
+  /// The last sample of the chunk that holds this one, to be asked behind `FindChunk` of it. As far as the
+  /// runs there tell: the sample itself when they do not.
+  u32 GuessLastOfChunk(u32 sample) const;
+  /// How often the place in the table may have changed: what `FindChunk` has found holds while this does.
+  u64 GetQuestionCount() const { return m_ui64Questions; }
 
   /// Records the next chunk; like chunks share a record. MP4_BAD_ARGUMENT for a number out of turn,
   /// MP4_NO_MEMORY.
@@ -56,14 +68,6 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
     u32 firstSample;
   };
   using RunNumber = decltype(&Run::firstChunk);
-  // What `FindChunk` has found, and for how many samples from that one on both questions have this answer as
-  // long as the cursor stays; none once another question has been asked.
-  struct Found {
-    u32 sample = 0;
-    u32 samples = 0;
-    u32 chunk = 0;
-    u32 firstSample = 0;
-  };
   // Records to a block of `m_Samples` and `m_Chunks`.
   static constexpr u32 kBlockSize = 16;
 
@@ -73,13 +77,17 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
   Mp4Result IndexBlocks();
   bool SkipBlocks(const CBlockMaxima& maxima, u64 bound, Run* run) const;
   Mp4Result SearchChunk(u32 sample);
-  u32 CountSamplesLeft(u32 sample) const;
+  u32 LastSampleAlike(u32 sample) const;
+  void ForgetFound();
 
   // Reading: the record that `GetChunkOfSample` found last, the first chunk and the first sample of its run.
   u32 m_ui32CursorEntry = 1;
   u32 m_ui32CursorChunk = 1;
   u32 m_ui32CursorSample = 1;
-  Found m_Found;
+  // What `FindChunk` has found for which sample; nothing once another question has been asked.
+  CChunkOfSample m_Found;
+  u32 m_ui32FoundSample = 1;
+  u64 m_ui64Questions = 0;
   // For searches that leave a block of records: the largest first sample and first chunk of the runs of each,
   // and the first sample of its last run. Made when the first search does.
   CBlockMaxima m_Samples;

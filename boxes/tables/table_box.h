@@ -52,6 +52,8 @@ class CTableBox : public CFullBox {
   u32 GetEntryCount() const { return m_ui32EntryCount; }
   /// Record `index` as it stands in the file. MP4_ZERO_INDEX for 0, MP4_NOT_FOUND beyond the count.
   Mp4Result GetEntry(u32 index, Entry* entry) const { return m_List.GetAt(index, entry); }
+  /// The records that are there: fewer than the count behind a failed `Deserialize`.
+  const CDataList<Entry>& GetList() const { return m_List; }
 
  protected:
   Mp4Result ReadEntries(CStorage* storage) {

@@ -238,10 +238,10 @@ Mp4Result CMp4FileImpl::CloseTrack(CMp4Track* track) {
   return MP4_OK;
 }
 
-Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size) {
+Mp4Result CMp4FileImpl::ReadData(u8* buffer, u64 position, u32 size, u64 ahead) {
   // A file that is written is not read: moving would put the next chunk over samples that are there.
   if (!IsOpenToRead()) return MP4_FILE_IO;
-  return m_storage->ReadBlockAt(position, buffer, size);
+  return m_storage->ReadBlockAt(position, buffer, size, ahead);
 }
 
 Mp4Result CMp4FileImpl::GetDataSize(u64* size) {

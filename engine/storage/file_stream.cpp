@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <limits>
 #include <new>
 
@@ -126,7 +127,8 @@ bool CFileStream::Open(const char* path, bool toWrite) {
   m_handle = handle;
   m_writing = toWrite;
   m_eof = false;
-  m_far = false;
+  m_limited = false;
+  m_move = CMove::kOn;
   m_bufferStart = 0;
   m_filled = 0;
   m_cursor = 0;
@@ -180,14 +182,20 @@ std::size_t CFileStream::ReadFully(u8* buffer, std::size_t count, u64 position) 
   return done;
 }
 
-bool CFileStream::FillBuffer() {
+bool CFileStream::FillBuffer(u64 ahead) {
+  // Who reads one part of the file here and one there pays for what lies between with every whole buffer; who
+  // has read one part and goes on with the next is not one of these.
+  const bool isPart = m_move == CMove::kAhead || (m_move == CMove::kOn && !m_limited);
+  m_limited = isPart && ahead < kBufferSize;
+  m_move = CMove::kOn;
   m_bufferStart += m_cursor;
   m_cursor = 0;
-  m_filled = static_cast<u32>(ReadFully(m_buffer.get(), kBufferSize, m_bufferStart));
+  const std::size_t wanted = m_limited ? static_cast<std::size_t>(ahead) : kBufferSize;
+  m_filled = static_cast<u32>(ReadFully(m_buffer.get(), wanted, m_bufferStart));
   return m_filled > 0;
 }
 
-std::size_t CFileStream::Read(void* buffer, std::size_t count) {
+std::size_t CFileStream::Read(void* buffer, std::size_t count, u64 ahead) {
   if (!IsOpen() || m_writing || m_eof) return 0;
   u8* out = static_cast<u8*>(buffer);
   std::size_t done = 0;
@@ -197,17 +205,18 @@ std::size_t CFileStream::Read(void* buffer, std::size_t count) {
       std::memcpy(out + done, m_buffer.get() + m_cursor, ready);
       m_cursor += static_cast<u32>(ready);
       done += ready;
-    } else if (count - done >= kBufferSize || m_far) {
+    } else if (count - done >= kBufferSize || m_move == CMove::kFar) {
       // Past the buffer, which is left empty behind it.
       const u64 position = Tell();
       const std::size_t got = ReadFully(out + done, count - done, position);
       m_bufferStart = position + got;
       m_filled = 0;
       m_cursor = 0;
-      m_far = false;
+      m_limited = false;
+      m_move = CMove::kOn;
       done += got;
       break;
-    } else if (!FillBuffer()) {
+    } else if (!FillBuffer(std::max<u64>(ahead, count) - done)) {
       break;
     }
   }
@@ -250,13 +259,19 @@ bool CFileStream::Seek(u64 position) {
   if (position >= m_bufferStart && position - m_bufferStart <= m_filled) {
     m_cursor = static_cast<u32>(position - m_bufferStart);
   } else {
-    const u64 end = m_bufferStart + m_filled;
-    m_far = position > m_bufferStart ? position - end > kBufferSize : m_bufferStart - position > kBufferSize;
+    m_move = MoveTo(position);
     m_bufferStart = position;
     m_filled = 0;
     m_cursor = 0;
   }
   return true;
+}
+
+// Of a position outside of the buffer.
+CFileStream::CMove CFileStream::MoveTo(u64 position) const {
+  const u64 end = m_bufferStart + m_filled;
+  if (position > end) return position - end > kBufferSize ? CMove::kFar : CMove::kAhead;
+  return m_bufferStart - position > kBufferSize ? CMove::kFar : CMove::kBack;
 }
 
 bool CFileStream::ResumeAt(u64 position) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstring>
 #include <memory>
 
 #include <ktmp4/types.h>
@@ -11,8 +10,11 @@ namespace kt {
 ///
 /// It behaves like a C stream: a read that runs into the end of the file sets the end-of-file indicator,
 /// which stops further reads until a seek clears it. Reads and writes of a few bytes are served from a buffer
-/// inline; large blocks go to the file in one call, and so does the first read behind a jump far away, since
-/// the next one may be far from there again. A stream is opened either to read or to write.
+/// inline; large blocks go to the file in one call. A stream is opened either to read or to write.
+///
+/// How much a read fetches beyond what was asked for goes by how it was come to. Behind a jump far away it is
+/// nothing, since the next read may be far from there again. Behind a jump ahead it is what the reader tells
+/// that it will want; only who reads on behind that, or goes back a little, gets whole buffers.
 class CFileStream {
  public:
   CFileStream() = default;
@@ -32,8 +34,8 @@ class CFileStream {
   /// Gives the handle back, whatever the system answers; the buffer has to be flushed before.
   bool Close();
 
-  /// Reads up to `count` bytes and answers how many arrived.
-  std::size_t Read(void* buffer, std::size_t count);
+  /// Reads up to `count` bytes and answers how many arrived. `ahead` of them will be wanted from here on.
+  std::size_t Read(void* buffer, std::size_t count, u64 ahead = kBufferSize);
   /// True when all `count` bytes were taken, otherwise some of them may have been: `ResumeAt` gives them up.
   bool Write(const void* buffer, std::size_t count);
 
@@ -43,15 +45,14 @@ class CFileStream {
   /// when it lies elsewhere.
   bool ResumeAt(u64 position);
   u64 Tell() const { return m_bufferStart + m_cursor; }
-  /// Moves and reads as `Seek` and `Read` would, when all of the bytes are buffered; false when they are not,
-  /// with nothing done.
-  bool ReadBuffered(u64 position, void* buffer, u32 count) {
+  /// Moves as `Seek` and `Read` would and answers the bytes, good until the next call, when all of them are
+  /// buffered; null when they are not, with nothing done.
+  const u8* TakeBuffered(u64 position, u32 count) {
     const u64 start = position - m_bufferStart;  // far too large for a position ahead of the buffer
-    if (m_filled == 0 || start > m_filled || count > m_filled - start) return false;
-    if (count > 0) std::memcpy(buffer, m_buffer.get() + start, count);
+    if (m_filled == 0 || start > m_filled || count > m_filled - start) return nullptr;
     m_cursor = static_cast<u32>(start) + count;
     m_eof = false;
-    return true;
+    return m_buffer.get() + start;
   }
   /// The file's length as the system knows it now; bytes not yet flushed are not counted.
   bool Length(u64* length) const;
@@ -91,15 +92,20 @@ class CFileStream {
   static constexpr int kNoHandle = -1;
   static constexpr u32 kBufferSize = 64 * 1024;
 
+  // How the stream has come to where the next read of the file begins.
+  enum class CMove : u8 { kOn, kAhead, kBack, kFar };
+
   void GatherFrom(u64 position);
-  bool FillBuffer();
+  CMove MoveTo(u64 position) const;
+  bool FillBuffer(u64 ahead);
   std::size_t ReadFully(u8* buffer, std::size_t count, u64 position);
 
   int m_handle = kNoHandle;
   bool m_writing = false;
   bool m_eof = false;
-  bool m_atEnd = false;  // the last transfer from the file met its end and no failure
-  bool m_far = false;    // nothing has been read yet where a seek has led, more than a buffer away
+  bool m_atEnd = false;    // the last transfer from the file met its end and no failure
+  bool m_limited = false;  // the buffer was filled as far as the reader told
+  CMove m_move = CMove::kOn;
   // The buffer mirrors the file from m_bufferStart on. Reading: m_filled bytes of it are valid and m_cursor
   // is the next one. Writing: the first m_cursor bytes wait to be written, m_room of them at most, and
   // m_filled stays 0.

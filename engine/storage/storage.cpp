@@ -149,10 +149,9 @@ Mp4Result CStorage::ReadBlock(void* buffer, u32 count) {
   return MP4_OK;
 }
 
-Mp4Result CStorage::ReadBlockAt(u64 position, void* buffer, u32 count) {
-  if (m_stream.ReadBuffered(position, buffer, count)) return MP4_OK;
+Mp4Result CStorage::ReadBlockAt(u64 position, void* buffer, u32 count, u64 ahead) {
   KT_TRY(SetPosition(position));
-  return ReadBlock(buffer, count);
+  return m_stream.Read(buffer, count, ahead) == count ? MP4_OK : MP4_FILE_IO;
 }
 
 Mp4Result CStorage::ReadString(char* /*text*/) {

@@ -80,8 +80,11 @@ class CStorage {
   /// MP4_FILE_IO when the storage is not open to write.
   virtual Mp4Result ResumeAt(u64 position);
 
-  /// `SetPosition` and `ReadBlock` in one, without a search for bytes that are at hand.
-  Mp4Result ReadBlockAt(u64 position, void* buffer, u32 count);
+  /// `SetPosition` and `ReadBlock` in one. `ahead` bytes from there on are likely to be wanted next.
+  Mp4Result ReadBlockAt(u64 position, void* buffer, u32 count, u64 ahead);
+  /// The same for bytes that are at hand: where they stand until the next call, or null when they are not,
+  /// with nothing done.
+  const u8* TakeBlockAt(u64 position, u32 count) { return m_stream.TakeBuffered(position, count); }
 
   /// `mode` 0 opens an existing file to read, 1 creates or truncates one to write. MP4_NOT_FOUND when already
   /// open, MP4_BAD_ARGUMENT for another mode, MP4_FILE_IO when the file is no regular file or does not open.

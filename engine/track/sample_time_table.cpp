@@ -84,9 +84,9 @@ void CSampleTimeTable::TakeTimes(CWalk* walk) const {
   // Behind the last run: the sample that it stands for when empty.
   walk->timesLeft = 1;
   walk->run.delta = 0;
-  while (walk->timesRecord < m_pTimes->GetEntryCount()) {
-    CTimeToSampleTableEntry record{};
-    if (m_pTimes->GetEntry(++walk->timesRecord, &record) != MP4_OK || record.sampleCount == 0) continue;
+  while (walk->timesRecord < m_pTimes->GetList().GetCount()) {
+    const CTimeToSampleTableEntry& record = m_pTimes->GetList().At(++walk->timesRecord);
+    if (record.sampleCount == 0) continue;
     walk->timesLeft = record.sampleCount;
     walk->run.delta = record.sampleDelta;
     return;
@@ -96,9 +96,9 @@ void CSampleTimeTable::TakeTimes(CWalk* walk) const {
 void CSampleTimeTable::TakeOffsets(CWalk* walk) const {
   walk->offsetsLeft = std::numeric_limits<u32>::max();
   walk->run.offset = 0;
-  while (m_pOffsets != nullptr && walk->offsetsRecord < m_pOffsets->GetEntryCount()) {
-    CCompositionOffsetTableEntry record{};
-    if (m_pOffsets->GetEntry(++walk->offsetsRecord, &record) != MP4_OK || record.sampleCount == 0) continue;
+  while (m_pOffsets != nullptr && walk->offsetsRecord < m_pOffsets->GetList().GetCount()) {
+    const CCompositionOffsetTableEntry& record = m_pOffsets->GetList().At(++walk->offsetsRecord);
+    if (record.sampleCount == 0) continue;
     walk->offsetsLeft = record.sampleCount;
     walk->run.offset = record.sampleOffset;
     return;
@@ -130,6 +130,11 @@ Mp4Result CSampleTimeTable::Index() {
   const u64 ticks = place.latest.first.time - m_ui64StartOffset;
   m_PlacesPerTick = m_Places.GetCount() / (static_cast<double>(ticks) + 1);
   return MP4_OK;
+}
+
+Mp4Result CSampleTimeTable::FindSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime) {
+  KT_TRY(WalkTo(sample));
+  return GetSampleTimes(sample, decodingTime, compositionTime);
 }
 
 // Makes `m_Walk` stand at the stretch of a sample, most often the next one.
@@ -309,6 +314,7 @@ u32 CSampleTimeTable::LatestNotAfter(u64 compositionTime) {
       const u32 index = run.delta == 0 ? 0 : below - 1;
       const u64 time = CompositionTimeOf(run, index);
       if (best.sample == 0 || time > best.time) best = {time, run.firstSample + index};
+      if (time == compositionTime) break;  // none is later, and of equals the first one counts
     }
     if (below < run.count) {
       if (oneAbove || run.count - below > 1) break;

@@ -37,10 +37,11 @@ class CSampleTimeTable {
   /// Either pointer may be null. MP4_NOT_READY while writing, MP4_NOT_FOUND beyond the last sample,
   /// MP4_ZERO_INDEX for sample 0, MP4_NO_MEMORY.
   Mp4Result GetSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime) {
-    if (sample - m_Walk.run.firstSample >= m_Walk.run.count) KT_TRY(WalkTo(sample));
-    const u64 time = m_Walk.run.decodingTime + u64{sample - m_Walk.run.firstSample} * m_Walk.run.delta;
+    const CSampleTimeRun& run = m_Walk.run;
+    if (sample - run.firstSample >= run.count) return FindSampleTimes(sample, decodingTime, compositionTime);
+    const u64 time = run.decodingTime + u64{sample - run.firstSample} * run.delta;
     if (decodingTime != nullptr) *decodingTime = time;
-    if (compositionTime != nullptr) *compositionTime = time + m_Walk.run.offset;
+    if (compositionTime != nullptr) *compositionTime = time + run.offset;
     return MP4_OK;
   }
 
@@ -112,6 +113,7 @@ class CSampleTimeTable {
   bool Step(CWalk* walk) const;
   void TakeTimes(CWalk* walk) const;
   void TakeOffsets(CWalk* walk) const;
+  Mp4Result FindSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime);
   Mp4Result WalkTo(u32 sample);
   Mp4Result Index();
   template <class IsReached>

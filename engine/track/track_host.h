@@ -20,9 +20,13 @@ class CTrackHost {
   virtual Mp4Result GetMediaData(CMediaDataBox** mediaData) = 0;
   /// Movie ticks per second.
   virtual Mp4Result GetMovieTimeScale(u32* timeScale) = 0;
-  /// Reads exactly `size` bytes at an absolute position. MP4_FILE_IO when the file is not open to read
-  /// or ends before. The position is shared by all tracks: one caller at a time.
-  virtual Mp4Result ReadData(u8* buffer, u64 position, u32 size) = 0;
+  /// Reads exactly `size` bytes at an absolute position; `ahead` bytes from there on are likely to be wanted
+  /// next. MP4_FILE_IO when the file is not open to read or ends before. The position is shared by all
+  /// tracks: one caller at a time.
+  virtual Mp4Result ReadData(u8* buffer, u64 position, u32 size, u64 ahead) = 0;
+  /// The same for bytes that are at hand: where they stand until the next call, or null when they are not,
+  /// with nothing done.
+  virtual const u8* TakeData(u64 position, u32 size) = 0;
   /// Bytes of the file, which no sample can exceed. MP4_FILE_IO when the file is not open to read.
   virtual Mp4Result GetDataSize(u64* size) = 0;
 

@@ -122,13 +122,14 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
     CAMRSampleEntry* amr = nullptr;
   };
 
-  // The sample behind the one whose place was found last, and where it lies if it is in that one's chunk.
-  struct NextSample {
+  // Where a sample lies, and those behind it up to the last one of its chunk.
+  struct SamplePlace {
     u32 sample = 0;  // 0 for none
+    u32 lastSample = 0;
     u32 chunk = 0;
-    u32 firstSample = 0;    // of the chunk
     u32 offsetInChunk = 0;  // modulo 2^32
     u64 chunkOffset = 0;
+    u64 question = 0;  // to "stsc" that has led here
   };
 
   void OnDetached() override;
@@ -152,7 +153,9 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
   Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
   Mp4Result FindSyncRange(u32 sample);
-  Mp4Result FindSamplePosition(u32 sample, u32 size, u64* position);
+  bool IsNext(u32 sample) const;
+  Mp4Result FindPlace(u32 sample);
+  u64 CountBytesAhead(u64 position, u32 sample);
   Mp4Result GetChunkOffset(u32 chunk, u64* offset);
   Mp4Result GetEntry(u32 entryIndex, Entry* entry);
   Mp4Result GetBoundEntry(u32 entryIndex, Entry* entry);
@@ -163,7 +166,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   u32 m_kind = MP4_KIND_UNKNOWN;
   Boxes m_boxes;
   // What was asked last, so that the next question in order costs little.
-  NextSample m_next;
+  SamplePlace m_next;
   CSyncRange m_sync;  // and the composition time of its sync sample
   u64 m_syncTime = 0;
   std::unique_ptr<CSampleTimeTable> m_timeTable;

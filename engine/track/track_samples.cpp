@@ -1,5 +1,8 @@
 // Samples by number and by time.
 
+#include <cstring>
+#include <limits>
+
 #include "boxes/tables/chunk_large_offset_box.h"
 #include "boxes/tables/chunk_offset_box.h"
 #include "boxes/tables/sample_size_box.h"
@@ -14,26 +17,48 @@ Mp4Result CTrackImpl::ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buff
   if (sample == 0) return MP4_ZERO_INDEX;
   KT_TRY(m_boxes.sampleSize->GetSampleSize(sample, size));
   if (*size > bufferSize) return MP4_BUFFER_TOO_SMALL;
-  u64 position = 0;
-  KT_TRY(FindSamplePosition(sample, *size, &position));
-  return m_file->ReadData(buffer, position, *size);
+  if (!IsNext(sample)) KT_TRY(FindPlace(sample));
+  const u64 position = m_next.chunkOffset + m_next.offsetInChunk;
+  m_next.sample = sample + 1;
+  m_next.offsetInChunk += *size;
+  const u8* const bytes = m_file->TakeData(position, *size);
+  if (bytes == nullptr) return m_file->ReadData(buffer, position, *size, CountBytesAhead(position, sample));
+  if (*size > 0) std::memcpy(buffer, bytes, *size);
+  return MP4_OK;
 }
 
-Mp4Result CTrackImpl::FindSamplePosition(u32 sample, u32 size, u64* position) {
-  NextSample here;
-  KT_TRY(m_boxes.sampleToChunk->FindChunk(sample, &here.chunk, &here.firstSample));
-  if (sample == m_next.sample && here.chunk == m_next.chunk && here.firstSample == m_next.firstSample) {
-    here = m_next;
-  } else {
-    // Chunks out of order can put the first sample behind the wanted one: the sum is 0 then.
-    KT_TRY(m_boxes.sampleSize->SumSampleSizes(here.firstSample, sample, &here.offsetInChunk));
-    KT_TRY(GetChunkOffset(here.chunk, &here.chunkOffset));
-  }
-  *position = here.chunkOffset + here.offsetInChunk;
-  here.sample = here.firstSample <= sample ? sample + 1 : 0;
-  here.offsetInChunk += size;
-  m_next = here;
+bool CTrackImpl::IsNext(u32 sample) const {
+  return sample == m_next.sample && sample <= m_next.lastSample &&
+         m_next.question == m_boxes.sampleToChunk->GetQuestionCount();
+}
+
+Mp4Result CTrackImpl::FindPlace(u32 sample) {
+  m_next = {};
+  CChunkOfSample found;
+  KT_TRY(m_boxes.sampleToChunk->FindChunk(sample, &found));
+  SamplePlace place{.sample = sample, .chunk = found.chunk};
+  // Chunks out of order can put the first sample behind the wanted one: the sum is 0 then, for each of them.
+  if (found.firstSample <= sample) place.lastSample = found.lastSample;
+  KT_TRY(m_boxes.sampleSize->SumSampleSizes(found.firstSample, sample, &place.offsetInChunk));
+  KT_TRY(GetChunkOffset(found.chunk, &place.chunkOffset));
+  place.question = m_boxes.sampleToChunk->GetQuestionCount();
+  m_next = place;
   return MP4_OK;
+}
+
+// Bytes from a sample on that are worth a fetch of their own: to the end of its chunk, when the next one lies
+// well behind that.
+u64 CTrackImpl::CountBytesAhead(u64 position, u32 sample) {
+  constexpr u64 kWorthSkipping = 2048;
+  const u32 last = m_boxes.sampleToChunk->GuessLastOfChunk(sample);
+  u32 bytes = 0;
+  u64 nextChunk = 0;
+  if (m_boxes.sampleSize->SumSampleSizes(sample, last + 1, &bytes) != MP4_OK ||
+      GetChunkOffset(m_next.chunk + 1, &nextChunk) != MP4_OK ||
+      nextChunk < position + bytes + kWorthSkipping) {
+    return std::numeric_limits<u64>::max();
+  }
+  return bytes;
 }
 
 Mp4Result CTrackImpl::GetChunkOffset(u32 chunk, u64* offset) {

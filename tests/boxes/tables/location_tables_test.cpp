@@ -79,8 +79,11 @@ TEST(SampleToChunkBox, AnswersLikeAWalkFromItsPlace) {
     for (u32 i = 0, sample = 1; i < 400; ++i) {
       const u32 far = wildness > 0 && below(8) == 0 ? ~0u - below(5) : 8 * static_cast<u32>(runs.size()) + 9;
       sample = below(12) == 0 ? below(far) : sample + (below(9) == 0 ? 0 : 1);
+      CChunkOfSample found;
       Number chunk, first;
-      chunk.result = first.result = box->FindChunk(sample, &chunk.value, &first.value);
+      chunk.result = first.result = box->FindChunk(sample, &found);
+      chunk.value = found.chunk;
+      first.value = found.firstSample;
       if (chunk.result != MP4_OK) chunk.value = 1;
       ASSERT_EQ(chunk, plain.ChunkOf(sample)) << round;
       if (chunk.result == MP4_OK) {

@@ -124,8 +124,8 @@ TEST(FileStorage, NoticesThatAFileGrowsAndThatItIsCut) {
   std::filesystem::resize_file(file.Path(), 101);
   EXPECT_EQ(storage.RequireBytes(101), MP4_OK);
   std::filesystem::resize_file(file.Path(), 30);
-  EXPECT_EQ(storage.ReadBlockAt(20, block, 20), MP4_FILE_IO);
-  EXPECT_EQ(storage.ReadBlockAt(10, block, 20), MP4_OK);
+  EXPECT_EQ(storage.ReadBlockAt(20, block, 20, 40), MP4_FILE_IO);
+  EXPECT_EQ(storage.ReadBlockAt(10, block, 20, 40), MP4_OK);
 }
 
 // The buffer holds 64 KiB: blocks that straddle its edge, and blocks that pass it by.
@@ -140,7 +140,8 @@ TEST(FileStorage, ReadsAcrossTheBufferAlike) {
     const u32 length = static_cast<u32>(i % 3 == 0 ? random() % 20 : 65'530 + random() % 10);
     const u32 count = static_cast<u32>(std::min<u64>(length, 200'000 - position));
     Bytes block(count);
-    ASSERT_EQ(reader->ReadBlockAt(position, block.data(), count), MP4_OK) << position << "+" << count;
+    ASSERT_EQ(reader->ReadBlockAt(position, block.data(), count, random() % 99'999), MP4_OK)
+        << position << "+" << count;
     const auto begin = content.begin() + static_cast<std::ptrdiff_t>(position);
     ASSERT_TRUE(std::equal(block.begin(), block.end(), begin)) << position << "+" << count;
     ASSERT_EQ(PositionOf(*reader), position + count);

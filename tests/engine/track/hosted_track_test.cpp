@@ -40,7 +40,8 @@ class BareHost : public CTrackHost {
     *timeScale = 1000;
     return MP4_OK;
   }
-  Mp4Result ReadData(u8* /*buffer*/, u64 /*position*/, u32 /*size*/) override { return MP4_FILE_IO; }
+  Mp4Result ReadData(u8*, u64, u32, u64) override { return MP4_FILE_IO; }
+  const u8* TakeData(u64, u32) override { return nullptr; }
   Mp4Result GetDataSize(u64* /*size*/) override { return MP4_FILE_IO; }
 
   /// The movie so far, as it would be written.
