@@ -69,7 +69,7 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
   };
   using RunNumber = decltype(&Run::firstChunk);
   // Records to a block of `m_Samples` and `m_Chunks`.
-  static constexpr u32 kBlockSize = 16;
+  static constexpr u32 kBlockSize = 8;
 
   Run RunAt(u32 index, u32 firstSample) const;
   Run RunBehind(const Run& run) const;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "engine/storage/last_reached.h"
+
 namespace kt {
 
 Mp4Result CSyncSampleBox::FindPrecedingSyncSample(u32 sample, u32* syncSample) {
@@ -21,15 +23,10 @@ Mp4Result CSyncSampleBox::FindSyncRange(u32 sample, CSyncRange* range) {
   // The blocks whose entries all stay at or below the sample can be passed over, rising or not. The first
   // entry counts among them without harm: it is not above the sample.
   KT_TRY(m_Largest.Update(m_List));
-  u32 passed = 0;
-  for (u32 end = m_Largest.GetCount(); passed < end;) {
-    const u32 middle = passed + (end - passed) / 2;
-    if (m_Largest.UpTo(middle + 1) > sample) {
-      end = middle;
-    } else {
-      passed = middle + 1;
-    }
-  }
+  const u32 blocks = m_Largest.GetCount();
+  const u64 guess = u64{sample} * blocks / std::max(m_Largest.UpTo(blocks), 1U);
+  const u32 passed = FindLastReached(0, static_cast<u32>(std::min<u64>(guess, blocks)), blocks,
+                                     [=, this](u32 block) { return m_Largest.UpTo(block) <= sample; });
   u32 largest = m_Largest.UpTo(passed);
   u32 index = passed * m_Largest.kBlockSize + 1;
   for (; index <= m_List.GetCount() && m_List.At(index).sampleNumber <= sample; ++index) {

@@ -48,7 +48,7 @@ class CSyncSampleBox : public CTableBox<CSyncSampleBox, CSyncSampleTableEntry> {
     }
   };
 
-  CBlockTotals<CSyncSampleTableEntry, Larger, 16> m_Largest;
+  CBlockTotals<CSyncSampleTableEntry, Larger, 8> m_Largest;
 };
 
 }  // namespace kt

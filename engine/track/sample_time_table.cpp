@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "engine/storage/last_reached.h"
+
 namespace kt {
 namespace {
 
@@ -20,9 +22,26 @@ u64 LastDecodingTimeOf(const CSampleTimeRun& run) {
   return run.decodingTime + u64{run.count - 1} * run.delta;
 }
 
+// The next record of a run table, which may be null, that has samples; null behind the last.
+template <class Table>
+auto NextRecord(const Table* table, u32* index) -> decltype(&table->GetList().At(1)) {
+  while (table != nullptr && *index < table->GetList().GetCount()) {
+    const auto& record = table->GetList().At(++*index);
+    if (record.sampleCount != 0) return &record;
+  }
+  return nullptr;
+}
+
 // How many ticks of `delta` lie between two times of one run, the number rounded down.
 u64 StepsBetween(u64 from, u64 to, u32 delta) {
   return delta == 0 ? 0 : (to - from) / delta;
+}
+
+// When a time passes 2^64 on the way, the stretch ends before it does.
+void EndBeforeOverflow(CSampleTimeRun* run) {
+  const u64 later = std::max(run->decodingTime, run->decodingTime + run->offset);
+  if (later + u64{run->count - 1} * run->delta >= later) return;
+  run->count = static_cast<u32>(StepsBetween(later, std::numeric_limits<u64>::max(), run->delta)) + 1;
 }
 
 }  // namespace
@@ -69,44 +88,23 @@ bool CSampleTimeTable::Step(CWalk* walk) const {
   run.firstSample = sample;
   walk->timesLeft -= run.count;
   walk->offsetsLeft -= run.count;
-  if (walk->timesLeft == 0) TakeTimes(walk);
-  if (walk->offsetsLeft == 0) TakeOffsets(walk);
-  run.count = std::min(walk->timesLeft, walk->offsetsLeft);
-  const u64 later = std::max(run.decodingTime, run.decodingTime + run.offset);
-  if (later + u64{run.count - 1} * run.delta < later) {
-    // A time passes 2^64 on the way: the stretch ends before it does.
-    run.count = static_cast<u32>(StepsBetween(later, std::numeric_limits<u64>::max(), run.delta)) + 1;
+  if (walk->timesLeft == 0) {
+    const CTimeToSampleTableEntry* record = NextRecord(m_pTimes, &walk->timesRecord);
+    // Behind the last run: the sample that it stands for when empty.
+    walk->timesLeft = record == nullptr ? 1 : record->sampleCount;
+    run.delta = record == nullptr ? 0 : record->sampleDelta;
   }
+  if (walk->offsetsLeft == 0) {
+    const CCompositionOffsetTableEntry* record = NextRecord(m_pOffsets, &walk->offsetsRecord);
+    walk->offsetsLeft = record == nullptr ? std::numeric_limits<u32>::max() : record->sampleCount;
+    run.offset = record == nullptr ? 0 : record->sampleOffset;
+  }
+  run.count = std::min(walk->timesLeft, walk->offsetsLeft);
+  if (run.count > 1) EndBeforeOverflow(&run);
   return true;
 }
 
-void CSampleTimeTable::TakeTimes(CWalk* walk) const {
-  // Behind the last run: the sample that it stands for when empty.
-  walk->timesLeft = 1;
-  walk->run.delta = 0;
-  while (walk->timesRecord < m_pTimes->GetList().GetCount()) {
-    const CTimeToSampleTableEntry& record = m_pTimes->GetList().At(++walk->timesRecord);
-    if (record.sampleCount == 0) continue;
-    walk->timesLeft = record.sampleCount;
-    walk->run.delta = record.sampleDelta;
-    return;
-  }
-}
-
-void CSampleTimeTable::TakeOffsets(CWalk* walk) const {
-  walk->offsetsLeft = std::numeric_limits<u32>::max();
-  walk->run.offset = 0;
-  while (m_pOffsets != nullptr && walk->offsetsRecord < m_pOffsets->GetList().GetCount()) {
-    const CCompositionOffsetTableEntry& record = m_pOffsets->GetList().At(++walk->offsetsRecord);
-    if (record.sampleCount == 0) continue;
-    walk->offsetsLeft = record.sampleCount;
-    walk->run.offset = record.sampleOffset;
-    return;
-  }
-}
-
 Mp4Result CSampleTimeTable::Index() {
-  if (m_Places.GetCount() > 0) return MP4_OK;
   CPlace place{};
   CWalk& walk = place.walk;
   walk.run.decodingTime = m_ui64StartOffset;
@@ -146,42 +144,17 @@ Mp4Result CSampleTimeTable::WalkTo(u32 sample) {
     Step(&m_Walk);
     return MP4_OK;
   }
-  KT_TRY(Index());
+  if (m_Places.GetCount() == 0) KT_TRY(Index());
   m_ui32LastPlace = PlaceOfSample(sample);
   m_Walk = m_Places.At(m_ui32LastPlace).walk;
   while (sample - m_Walk.run.firstSample >= m_Walk.run.count) Step(&m_Walk);
   return MP4_OK;
 }
 
-// The last of the places that are reached, which all come ahead of those that are not; the first one always
-// is. Strides that double lead from `place` to where it has to be.
-template <class IsReached>
-u32 CSampleTimeTable::LastReached(u32 place, const IsReached& isReached) const {
-  const u32 places = m_Places.GetCount();
-  u32 last = place;
-  for (u32 stride = 1; last < places && isReached(m_Places.At(last + 1)); stride *= 2) {
-    place = last + 1;
-    last += std::min(stride, places - last);
-  }
-  for (u32 stride = 1; place > 1 && !isReached(m_Places.At(place)); stride *= 2) {
-    last = place - 1;
-    place -= std::min(stride, last);
-  }
-  while (place < last) {
-    const u32 middle = last - (last - place) / 2;
-    if (isReached(m_Places.At(middle))) {
-      place = middle;
-    } else {
-      last = middle - 1;
-    }
-  }
-  return place;
-}
-
 // The last place that is not behind the sample: mostly not far from where the last search has led.
 u32 CSampleTimeTable::PlaceOfSample(u32 sample) const {
-  return LastReached(m_ui32LastPlace,
-                     [=](const CPlace& place) { return place.walk.run.firstSample <= sample; });
+  return FindLastReached(1, m_ui32LastPlace, m_Places.GetCount(),
+                         [=, this](u32 place) { return m_Places.At(place).walk.run.firstSample <= sample; });
 }
 
 Mp4Result CSampleTimeTable::GetSampleCount(u32* count) const {
@@ -192,7 +165,7 @@ Mp4Result CSampleTimeTable::GetSampleCount(u32* count) const {
 Mp4Result CSampleTimeTable::FindByDecodingTime(u64 time, u32* sample) {
   u64 found = 0;
   KT_TRY(GetSampleTimes(m_ui32LastFoundSample, &found, nullptr));
-  KT_TRY(Index());
+  if (m_Places.GetCount() == 0) KT_TRY(Index());
   u32 reached = 0;
   if (!FirstSampleReaching(time, found > time ? 1 : m_ui32LastFoundSample, &reached)) {
     *sample = m_ui32SampleCount;
@@ -223,15 +196,8 @@ bool CSampleTimeTable::FirstSampleReaching(u64 decodingTime, u32 start, u32* sam
 // The last of the places `firstPlace` to `endPlace` - 1, which rise, that lies below the time, or the first
 // one. The wanted sample stands behind it, or else at the next place.
 u32 CSampleTimeTable::PlaceOfDecodingTime(u64 time, u32 firstPlace, u32 endPlace) const {
-  while (endPlace - firstPlace > 1) {
-    const u32 middle = firstPlace + (endPlace - firstPlace) / 2;
-    if (m_Places.At(middle).walk.run.decodingTime < time) {
-      firstPlace = middle;
-    } else {
-      endPlace = middle;
-    }
-  }
-  return firstPlace;
+  return FindLastReached(firstPlace, firstPlace, endPlace - 1,
+                         [=, this](u32 place) { return m_Places.At(place).walk.run.decodingTime < time; });
 }
 
 // Looks for that sample between a place and the next one.
@@ -255,7 +221,7 @@ bool CSampleTimeTable::FindReachingBehind(u32 place, u64 decodingTime, u32 start
 Mp4Result CSampleTimeTable::FindByCompositionTime(u64 time, u32* sample) {
   if (m_ui32Writing != 0) return MP4_NOT_READY;
   if (m_ui32SampleCount == 0) return MP4_NOT_FOUND;
-  KT_TRY(Index());
+  if (m_Places.GetCount() == 0) KT_TRY(Index());
   const u64 first = CompositionTimeOf(m_Places.At(1).walk.run, 0);
   // A time before sample 1 answers sample 1, unlike in the search by decoding time: readers rely on it.
   *sample = first > time ? 1 : LatestNotAfter(time);
@@ -283,11 +249,11 @@ void CSampleTimeTable::CLatestTwo::OfferRun(const CSampleTimeRun& run) {
 // not far from where it would be if times rose evenly.
 u32 CSampleTimeTable::PlaceOfCompositionTime(u64 time) const {
   const u32 places = m_Places.GetCount();
-  const auto isReached = [=](const CPlace& place) { return !place.latest.TwoAbove(time); };
+  const auto isReached = [=, this](u32 place) { return !m_Places.At(place).latest.TwoAbove(time); };
   const u32 last = m_ui32LastPlace;
-  if (isReached(m_Places.At(last)) && (last == places || !isReached(m_Places.At(last + 1)))) return last;
+  if (isReached(last) && (last == places || !isReached(last + 1))) return last;
   const double part = static_cast<double>(time - m_ui64StartOffset) * m_PlacesPerTick;
-  return LastReached(part < places ? static_cast<u32>(part) + 1 : places, isReached);
+  return FindLastReached(1, part < places ? static_cast<u32>(part) + 1 : places, places, isReached);
 }
 
 // The latest sample not above the time, of those before the second sample above it; sample 1 is not above it.

@@ -111,13 +111,9 @@ class CSampleTimeTable {
 
   Mp4Result CountSamples();
   bool Step(CWalk* walk) const;
-  void TakeTimes(CWalk* walk) const;
-  void TakeOffsets(CWalk* walk) const;
   Mp4Result FindSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime);
   Mp4Result WalkTo(u32 sample);
   Mp4Result Index();
-  template <class IsReached>
-  u32 LastReached(u32 place, const IsReached& isReached) const;
   u32 PlaceOfSample(u32 sample) const;
   u32 PlaceOfDecodingTime(u64 time, u32 firstPlace, u32 endPlace) const;
   u32 PlaceOfCompositionTime(u64 time) const;

@@ -43,7 +43,7 @@ u32 KindOfHandler(u32 handlerType) {
 Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
   m_next = {};
-  m_sync = {};
+  m_sync = m_syncBefore = {};
   CTrackBox* track = nullptr;
   KT_TRY(m_file->GetTrackBox(trackIndex, &track));
   m_boxes.track = track;

@@ -132,6 +132,12 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
     u64 question = 0;  // to "stsc" that has led here
   };
 
+  // Samples with one last sync sample, and its composition time.
+  struct SyncPoint {
+    CSyncRange range;
+    u64 time = 0;
+  };
+
   void OnDetached() override;
   Mp4Result RequireWriting() const;
   Mp4Result AddMediaBoxes();
@@ -152,7 +158,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result FindStartOffset(u64* offsetTicks);
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
   Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
-  Mp4Result FindSyncRange(u32 sample);
+  Mp4Result FindSyncPoint(u32 sample);
   bool IsNext(u32 sample) const;
   Mp4Result FindPlace(u32 sample);
   u64 CountBytesAhead(u64 position, u32 sample);
@@ -167,8 +173,8 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Boxes m_boxes;
   // What was asked last, so that the next question in order costs little.
   SamplePlace m_next;
-  CSyncRange m_sync;  // and the composition time of its sync sample
-  u64 m_syncTime = 0;
+  SyncPoint m_sync;
+  SyncPoint m_syncBefore;  // around a sync sample both are asked about in turn
   std::unique_ptr<CSampleTimeTable> m_timeTable;
   std::unique_ptr<CTrackWriting> m_writing;  // null unless the track is being written
 };

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "boxes/tables/chunk_large_offset_box.h"
 #include "boxes/tables/chunk_offset_box.h"
@@ -17,12 +18,17 @@ Mp4Result CTrackImpl::ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buff
   if (sample == 0) return MP4_ZERO_INDEX;
   KT_TRY(m_boxes.sampleSize->GetSampleSize(sample, size));
   if (*size > bufferSize) return MP4_BUFFER_TOO_SMALL;
+  const bool follows = sample == m_next.sample;
   if (!IsNext(sample)) KT_TRY(FindPlace(sample));
   const u64 position = m_next.chunkOffset + m_next.offsetInChunk;
   m_next.sample = sample + 1;
   m_next.offsetInChunk += *size;
   const u8* const bytes = m_file->TakeData(position, *size);
-  if (bytes == nullptr) return m_file->ReadData(buffer, position, *size, CountBytesAhead(position, sample));
+  if (bytes == nullptr) {
+    // Whoever asks for samples here and there is to have no more than these fetched.
+    const u64 ahead = follows ? CountBytesAhead(position, sample) : *size;
+    return m_file->ReadData(buffer, position, *size, ahead);
+  }
   if (*size > 0) std::memcpy(buffer, bytes, *size);
   return MP4_OK;
 }
@@ -102,21 +108,23 @@ Mp4Result CTrackImpl::FindSyncSample(u64 time, u32* sample) {
     *sample = found;
     return MP4_OK;
   }
-  for (u32 probe = found + 1;; probe = m_sync.syncSample - 1) {
-    if (!m_sync.Holds(probe)) KT_TRY(FindSyncRange(probe));
-    if (m_syncTime <= time) {
-      *sample = m_sync.syncSample;
+  for (u32 probe = found + 1;; probe = m_sync.range.syncSample - 1) {
+    if (!m_sync.range.Holds(probe)) KT_TRY(FindSyncPoint(probe));
+    if (m_sync.time <= time) {
+      *sample = m_sync.range.syncSample;
       return MP4_OK;
     }
-    if (m_sync.syncSample == 1) return MP4_NOT_FOUND;
+    if (m_sync.range.syncSample == 1) return MP4_NOT_FOUND;
   }
 }
 
-Mp4Result CTrackImpl::FindSyncRange(u32 sample) {
-  CSyncRange range;
-  KT_TRY(m_boxes.syncSample->FindSyncRange(sample, &range));
-  KT_TRY(GetSampleCompositionTime(range.syncSample, &m_syncTime));
-  m_sync = range;
+Mp4Result CTrackImpl::FindSyncPoint(u32 sample) {
+  std::swap(m_sync, m_syncBefore);
+  if (m_sync.range.Holds(sample)) return MP4_OK;
+  SyncPoint point;
+  KT_TRY(m_boxes.syncSample->FindSyncRange(sample, &point.range));
+  KT_TRY(GetSampleCompositionTime(point.range.syncSample, &point.time));
+  m_sync = point;
   return MP4_OK;
 }
 
