@@ -99,6 +99,7 @@ class CLongFileWriter {
 
   u32 Size(bool video, bool key) {
     const u32 noise = static_cast<u32>(m_random());
+    if (m_wanted.small) return 8 + noise % 16;
     if (m_wanted.samplesPerChunk > 0) return 40 + noise % 50;
     if (!video) return 120 + noise % 200;
     return key ? 1000 + noise % 500 : 200 + noise % 800;
@@ -143,7 +144,8 @@ class CLongFileWriter {
 
 std::string MakeLongFile(const LongFile& wanted, const std::string& folder) {
   const std::string path =
-      folder + "/" + (wanted.withVideo ? "film" : "sound") + "-" + std::to_string(wanted.seconds) + "s-" +
+      folder + "/" + (wanted.small ? "small-" : "") + (wanted.withVideo ? "film" : "sound") + "-" +
+      std::to_string(wanted.seconds) + "s-" +
       (wanted.fragmented ? "fragments" : "chunk" + std::to_string(wanted.samplesPerChunk)) + ".mp4";
   if (std::filesystem::exists(path)) return path;
   const std::string unfinished = path + ".unfinished";

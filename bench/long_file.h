@@ -16,6 +16,8 @@ struct LongFile {
   bool withVideo = true;
   /// Chunks of this many samples; 0 lays out half a second of each track in turn.
   u32 samplesPerChunk = 0;
+  /// Samples of a few bytes, so that many hours take little room.
+  bool small = false;
   /// A fragment from each key frame to the next, and no sample in "moov".
   bool fragmented = false;
 

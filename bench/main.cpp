@@ -6,9 +6,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <string>
 #include <string_view>
@@ -36,6 +38,9 @@ struct Plan {
   std::string json;  // empty for none
 
   u32 Seconds() const { return smoke ? 20 : 7200; }
+  std::array<u32, 3> GrowingSeconds() const {
+    return smoke ? std::array{5U, 10U, 20U} : std::array{600U, 7200U, 72000U};
+  }
   Sound WrittenSound() const { return {.samples = smoke ? 10'000U : 1'000'000U}; }
   std::string WrittenFile(const char* name) const { return folder + "/written-" + name + ".mp4"; }
   int Repetitions() const { return smoke ? 1 : 5; }
@@ -110,6 +115,16 @@ void RegisterRange(const Plan& plan, const std::string& name, const std::string&
       benchmark::DoNotOptimize(reader.DeliverRange(kVideo, atEnd ? samples - count + 1 : 1, count).checksum);
     }
     state.SetItemsProcessed(static_cast<i64>(count) * state.iterations());
+  });
+}
+
+// The same samples without the questions.
+void RegisterReadRange(const Plan& plan, const std::string& name, const std::string& file) {
+  Register(plan, name, [=](benchmark::State& state) {
+    COurReader reader(file);
+    std::vector<u32> samples(std::min(kRange, reader.SampleCount(kVideo)));
+    std::iota(samples.begin(), samples.end(), 1U);
+    for (auto _ : state) benchmark::DoNotOptimize(reader.ReadThese(kVideo, samples).checksum);
   });
 }
 
@@ -218,6 +233,41 @@ u64 HeapWhileWriting(const Plan& plan, const char* name) {
   });
 }
 
+// Opening and the first search, for which each side has its index.
+template <typename Reader, typename Stream>
+void RegisterFirstSeek(const Plan& plan, const std::string& name, const std::string& film,
+                       u64 (Reader::*search)(Stream, const std::vector<u64>&), u64 time) {
+  Register(plan, name, [=](benchmark::State& state) {
+    for (auto _ : state) {
+      auto reader = std::make_unique<Reader>(film);
+      benchmark::DoNotOptimize((reader.get()->*search)(Stream{kVideo}, {time}));
+      state.PauseTiming();
+      reader.reset();
+      state.ResumeTiming();
+    }
+  });
+}
+
+std::string GrowthName(const char* what, u32 seconds) {
+  return "growth/" + std::string(what) + "/" + std::to_string(seconds) + " s";
+}
+
+// Films of growing length with samples of a few bytes, so that the tables are what grows.
+void RegisterGrowth(const Plan& plan, u32 seconds) {
+  const std::string film = MakeLongFile({.seconds = seconds, .small = true}, plan.folder);
+  const Tally expected = CPeerReader(film).ReadAll();
+  const std::vector<u64> times = RandomTimes(kSeeks, COurReader(film).LastTime(kVideo));
+  const auto name = [=](const char* what) { return GrowthName(what, seconds); };
+  RegisterOpen<COurReader>(plan, name("open"), film);
+  RegisterOpen<CPeerReader>(plan, name("open/libavformat"), film);
+  RegisterFirstSeek(plan, name("first seek"), film, &COurReader::FindSyncSamples, times[0]);
+  RegisterFirstSeek(plan, name("first seek/libavformat"), film, &CPeerReader::SearchIndex, times[0]);
+  RegisterRead(plan, name("read"), film, &COurReader::ReadByTrack, expected);
+  RegisterRead(plan, name("read/libavformat"), film, &CPeerReader::ReadAll, expected);
+  RegisterSeek(plan, name("seek"), film, &COurReader::FindSyncSamples, times);
+  RegisterSeek(plan, name("seek/libavformat"), film, &CPeerReader::SearchIndex, times);
+}
+
 constexpr u32 kChunkLengths[] = {10, 100, 10000};
 
 std::string SoundName(const char* what, u32 samplesPerChunk) {
@@ -240,11 +290,16 @@ void RegisterAll(const Plan& plan, const std::string& film, const std::string& f
   RegisterSeek(plan, "search/libavformat", film, &CPeerReader::SearchIndex, times);
   RegisterRange(plan, "deliver/first samples", film, false);
   RegisterRange(plan, "deliver/last samples", film, true);
+  RegisterReadRange(plan, "deliver/read alone", film);
   RegisterWriting(plan, film, expected);
   RegisterPass(plan, "list/ktmp4", film, &COurReader::ListByTrack);
   RegisterRaw(plan, "read/raw", film);
   RegisterRandom(plan, "read pictures at random", film);
   RegisterRawRandom(plan, "read pictures at random/raw", film);
+  Register(plan, "remux/raw", [plan, film](benchmark::State& state) {
+    CRawReader reader(film);
+    for (auto _ : state) benchmark::DoNotOptimize(reader.ReadAndWrite(plan.WrittenFile("raw")));
+  });
   Register(plan, "write/raw", [plan](benchmark::State& state) {
     for (auto _ : state) WriteRaw(plan.WrittenSound(), plan.WrittenFile("raw"));
   });
@@ -258,6 +313,7 @@ void RegisterAll(const Plan& plan, const std::string& film, const std::string& f
     RegisterPass(plan, SoundName("read", length), sound, &COurReader::ReadByTrack);
     RegisterRaw(plan, SoundName("read/raw", length), sound);
   }
+  for (const u32 seconds : plan.GrowingSeconds()) RegisterGrowth(plan, seconds);
 }
 
 template <typename Reader>
@@ -318,8 +374,31 @@ void CompareWithBound(CComparison& to, const Plan& plan, const CRatioReporter& r
     to.Add(SoundName("random sound", length), report.Median(SoundName("read at random", length)),
            report.Median(SoundName("read at random/raw", length)), kMicro / kRange, "us/sample");
   }
+  // Here the bound is what the same samples cost without the questions, through the same door.
+  to.Add("a picture delivered, to its bytes alone", median("deliver/first samples"),
+         median("deliver/read alone"), kNano / kRange, "ns/sample");
   to.Add("write samples of 200 bytes", median("write/ktmp4"), median("write/raw"),
          kNano / plan.WrittenSound().samples, "ns/sample");
+  to.Add("copy the film, to a read and a write", median("remux/ktmp4"), median("remux/raw"), kNano / samples,
+         "ns/sample");
+}
+
+// `scripts/draw_growth.py` draws these: what, a comma, and the length of the film.
+void CompareGrowth(CComparison& to, const Plan& plan, const CRatioReporter& report) {
+  to.Begin("growth", "ktmp4", "libavformat");
+  for (const u32 seconds : plan.GrowingSeconds()) {
+    const auto add = [&](const char* row, const std::string& what, double scale, const char* unit) {
+      to.Add(row + std::string(", ") + std::to_string(seconds) + " s",
+             report.Median(GrowthName(what.c_str(), seconds)),
+             report.Median(GrowthName((what + "/libavformat").c_str(), seconds)), scale, unit);
+    };
+    constexpr double kSoundsPerSecond = 1.0 * LongFile::kSoundRate / LongFile::kTicksPerSoundSample;
+    add("open and bind all tracks", "open", kMilli, "ms");
+    add("open and search once", "first seek", kMilli, "ms");
+    add("read a sample", "read", kNano / (seconds * (LongFile::kPictureRate + kSoundsPerSecond)),
+        "ns/sample");
+    add("sync sample at a random time", "seek", kNano / kSeeks, "ns/seek");
+  }
 }
 
 // What the door for files of other writers costs, on the film as it is and in fragments.
@@ -396,6 +475,7 @@ int main(int argc, char** argv) {
   CompareWithBound(comparison, plan, report, samples);
   CompareAdapting(comparison, report, film, fragments, samples);
   CompareEnds(comparison, report);
+  CompareGrowth(comparison, plan, report);
   if (!plan.json.empty() && !comparison.WriteJson(plan.json)) {
     std::fprintf(stderr, "ktmp4_bench: cannot write %s\n", plan.json.c_str());
     return 1;

@@ -48,7 +48,7 @@ class COurReader {
   /// What the delivery to a pin asks for each of `count` samples from `first` on: size, bytes, its time and
   /// the next one's, and whether it is a sync sample.
   Tally DeliverRange(u32 track, u32 first, u32 count);
-  /// Reads `samples` by number, in that order.
+  /// The bytes alone of `samples` by number, in that order.
   Tally ReadThese(u32 track, const std::vector<u32>& samples);
   /// The sync samples at `times`, summed up.
   u64 FindSyncSamples(u32 track, const std::vector<u64>& times);

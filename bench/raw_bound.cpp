@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "bench/check.h"
 
@@ -15,6 +16,35 @@ namespace {
 void CheckSystem(bool worked, const char* what) {
   Check(worked ? MP4_OK : MP4_FILE_IO, what);
 }
+
+// Gathers samples and writes 64 KiB of them at a time.
+class CRawWriter {
+ public:
+  explicit CRawWriter(const std::string& path)
+      : m_file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+    CheckSystem(m_file >= 0, path.c_str());
+  }
+
+  void Write(std::span<const u8> sample) {
+    if (m_used + sample.size() > m_block.size()) Flush();
+    std::memcpy(m_block.data() + m_used, sample.data(), sample.size());
+    m_used += sample.size();
+  }
+  void Finish() {
+    Flush();
+    CheckSystem(close(m_file) == 0, "close");
+  }
+
+ private:
+  void Flush() {
+    CheckSystem(write(m_file, m_block.data(), m_used) == static_cast<ssize_t>(m_used), "write");
+    m_used = 0;
+  }
+
+  int m_file;
+  std::size_t m_used = 0;
+  std::vector<u8> m_block = std::vector<u8>(1 << 16);
+};
 
 }  // namespace
 
@@ -30,7 +60,8 @@ CRawReader::~CRawReader() {
   close(m_file);
 }
 
-u64 CRawReader::ReadAndCopy() {
+template <typename Take>
+u64 CRawReader::ReadSamples(Take take) {
   u64 position = 0, samples = 0;
   std::size_t filled = 0, used = 0;
   for (const std::vector<u32>& sizes : m_sizes) {
@@ -48,9 +79,21 @@ u64 CRawReader::ReadAndCopy() {
         done += part;
         used += part;
       }
+      take(std::span<const u8>(m_sample.data(), size));
       ++samples;
     }
   }
+  return samples;
+}
+
+u64 CRawReader::ReadAndCopy() {
+  return ReadSamples([](std::span<const u8>) {});
+}
+
+u64 CRawReader::ReadAndWrite(const std::string& path) {
+  CRawWriter writer(path);
+  const u64 samples = ReadSamples([&writer](std::span<const u8> sample) { writer.Write(sample); });
+  writer.Finish();
   return samples;
 }
 
@@ -67,23 +110,13 @@ u64 CRawReader::ReadEach(u32 track, const std::vector<u32>& samples) {
 }
 
 void WriteRaw(const Sound& sound, const std::string& path) {
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  CheckSystem(file >= 0, path.c_str());
+  CRawWriter writer(path);
   std::vector<u8> bytes(sound.sampleSize);
-  std::vector<u8> block(1 << 16);
-  std::size_t used = 0;
-  const auto flush = [&] {
-    CheckSystem(write(file, block.data(), used) == static_cast<ssize_t>(used), "write");
-    used = 0;
-  };
   for (u32 i = 0; i < sound.samples; ++i) {
     FillSample(bytes, i);
-    if (used + bytes.size() > block.size()) flush();
-    std::memcpy(block.data() + used, bytes.data(), bytes.size());
-    used += bytes.size();
+    writer.Write(bytes);
   }
-  flush();
-  CheckSystem(close(file) == 0, "close");
+  writer.Finish();
 }
 
 }  // namespace kt

@@ -21,11 +21,16 @@ class CRawReader {
   /// The file from its first byte on in reads of 64 KiB, and out of these as many bytes for each sample as it
   /// has; one pass, whatever the tracks. Answers the samples.
   u64 ReadAndCopy();
+  /// The same, and the samples one after the other into a file in writes of 64 KiB.
+  u64 ReadAndWrite(const std::string& path);
   /// Bytes of one track's samples by one call of the system for each, at places spread over the file as the
   /// samples are over their track.
   u64 ReadEach(u32 track, const std::vector<u32>& samples);
 
  private:
+  template <typename Take>
+  u64 ReadSamples(Take take);
+
   int m_file;
   u64 m_size = 0;
   std::vector<std::vector<u32>> m_sizes;  // by track
