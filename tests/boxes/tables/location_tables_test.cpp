@@ -76,16 +76,27 @@ TEST(SampleToChunkBox, AnswersLikeAWalkFromItsPlace) {
     }
     const auto box = ReadBoxAs<CSampleToChunkBox>(Stsc(runs));
     PlainSampleToChunk plain{runs};
+    CChunkOfSample found;
+    u64 question = 0;
+    u32 from = 0;
     for (u32 i = 0, sample = 1; i < 400; ++i) {
       const u32 far = wildness > 0 && below(8) == 0 ? ~0u - below(5) : 8 * static_cast<u32>(runs.size()) + 9;
       sample = below(12) == 0 ? below(far) : sample + (below(9) == 0 ? 0 : 1);
-      CChunkOfSample found;
+      // What was found holds for the samples behind it until the place in the table may have changed.
+      const bool holds =
+          sample > 0 && question == box->GetQuestionCount() && sample >= from && sample <= found.lastSample;
+      const u32 heldChunk = found.chunk;
       Number chunk, first;
       chunk.result = first.result = box->FindChunk(sample, &found);
       chunk.value = found.chunk;
       first.value = found.firstSample;
-      if (chunk.result != MP4_OK) chunk.value = 1;
+      if (question != box->GetQuestionCount()) from = sample;
+      question = box->GetQuestionCount();
+      if (chunk.result != MP4_OK) chunk.value = 1, found = {};
       ASSERT_EQ(chunk, plain.ChunkOf(sample)) << round;
+      if (holds) {
+        ASSERT_EQ(chunk.value, heldChunk) << round;
+      }
       if (chunk.result == MP4_OK) {
         ASSERT_EQ(first, plain.FirstSampleOf(chunk.value)) << round;
       }
