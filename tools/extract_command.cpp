@@ -60,13 +60,11 @@ void Extract(const ExtractArguments& arguments) {
   input.TellReading(NotesOf("extract"), arguments.track);
   const u32 count = reader.Count();
   const Interrupts interrupts;
-  OutputFile output(arguments.output, arguments.input.name);
-  RequireFree(arguments.output, arguments.force);
+  OutputFile output(arguments.output, arguments.input.name, arguments.force);
   for (u32 sample = 1; sample <= count && sample != 0; ++sample) {
     interrupts.Check();
     reader.CopyTo(output, sample);
   }
-  RequireFree(arguments.output, arguments.force);  // what has come meanwhile is not replaced either
   output.Finish();
 }
 

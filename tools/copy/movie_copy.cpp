@@ -152,9 +152,8 @@ void MovieCopy::Write(const Finish& finish) {
   }
   NoteType();
   NoteLength();
-  OutputPlace place(m_target.name, m_inputNames);
+  OutputPlace place(m_target.name, m_inputNames, m_target.force);
   WriteTo(place, interrupts, finish);
-  RequireFree(m_target.name, m_target.force);  // what has come meanwhile is not replaced either
   place.Commit();
 }
 

@@ -4,8 +4,8 @@
 
 namespace kt {
 
-OutputFile::OutputFile(const std::string& name, const std::string& input)
-    : m_place(name, {input}), m_stream(std::fopen(m_place.PartialName().c_str(), "wb")) {
+OutputFile::OutputFile(const std::string& name, const std::string& input, bool force)
+    : m_place(name, {input}, force), m_stream(std::fopen(m_place.PartialName().c_str(), "wb")) {
   if (m_stream == nullptr) throw SystemFailure(m_place.Operation());
 }
 

@@ -12,7 +12,7 @@ namespace kt {
 class OutputFile {
  public:
   /// As `OutputPlace`, with one file that is read.
-  OutputFile(const std::string& name, const std::string& input);
+  OutputFile(const std::string& name, const std::string& input, bool force);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;

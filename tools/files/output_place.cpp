@@ -1,5 +1,16 @@
 #include "tools/files/output_place.h"
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+#include <cerrno>
 #include <cstdio>
 #include <random>
 #include <system_error>
@@ -12,6 +23,44 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kInTheWay = ": there is such a file already (--force replaces it)";
+
+// Makes an empty file where there is nothing yet, not even a link; false with `errno` when it cannot.
+bool MakeFile(const fs::path& path) {
+#ifdef _WIN32
+  const int handle = _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY, _S_IREAD | _S_IWRITE);
+  return handle >= 0 && _close(handle) == 0;
+#else
+  const int handle = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+  return handle >= 0 && close(handle) == 0;
+#endif
+}
+
+// Gives a file another name, unless something has that name, whenever it came there.
+std::error_code MoveToFreeName(const fs::path& from, const fs::path& to) {
+#ifdef _WIN32
+  if (MoveFileExW(from.c_str(), to.c_str(), 0)) return {};
+  const DWORD error = GetLastError();
+  if (error == ERROR_ALREADY_EXISTS) return std::make_error_code(std::errc::file_exists);
+  return {static_cast<int>(error), std::system_category()};
+#else
+#ifdef RENAME_NOREPLACE
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return {};
+  if (errno != EINVAL && errno != ENOSYS) return {errno, std::generic_category()};
+#endif
+  // A file system that cannot do this at one stroke may know second names.
+  if (link(from.c_str(), to.c_str()) == 0) {
+    unlink(from.c_str());
+    return {};
+  }
+  if (errno == EEXIST) return std::make_error_code(std::errc::file_exists);
+  std::error_code error;
+  if (fs::exists(fs::symlink_status(to, error))) return std::make_error_code(std::errc::file_exists);
+  fs::rename(from, to, error);
+  return error;
+#endif
+}
+
 // A name beside `target` that nobody else uses. It does not contain the target's own name, to which nothing
 // might be added any more.
 fs::path NameBeside(const fs::path& target) {
@@ -19,7 +68,7 @@ fs::path NameBeside(const fs::path& target) {
   return target.parent_path() / (".ktmp4-" + std::to_string(random()) + ".part");
 }
 
-// The file that stands under the name already has to be one that may be replaced.
+// The file that stands under the name already has to be one that can be replaced.
 void RequireReplaceable(const fs::path& target, const std::vector<std::string>& inputs,
                         const std::string& operation) {
   std::error_code error;
@@ -45,22 +94,22 @@ std::string OperationOf(const std::string& name) {
 void RequireFree(const std::string& name, bool force) {
   std::error_code error;
   if (!force && fs::is_regular_file(name, error)) {
-    throw Failure(OperationOf(name) + ": there is such a file already (--force replaces it)");
+    throw Failure(OperationOf(name) + kInTheWay);
   }
 }
 
-OutputPlace::OutputPlace(const std::string& name, const std::vector<std::string>& inputs)
-    : m_operation(OperationOf(name)), m_target(name) {
+OutputPlace::OutputPlace(const std::string& name, const std::vector<std::string>& inputs, bool force)
+    : m_operation(OperationOf(name)), m_target(name), m_force(force) {
   RequireReplaceable(m_target, inputs, m_operation);
+  RequireFree(name, force);
   // Through a link the file itself is replaced, and not the link.
   std::error_code error;
   if (const fs::path real = fs::canonical(m_target, error); !error) m_target = real;
   if (m_target.empty()) throw Failure(m_operation + ": the name is empty");
   if (!m_target.has_filename()) throw Failure(m_operation + ": it is the name of a directory");
   m_partial = NameBeside(m_target);
-  std::FILE* stream = std::fopen(m_partial.string().c_str(), "wb");
-  if (stream == nullptr) throw SystemFailure(m_operation);
-  std::fclose(stream);  // nothing fails from here on, so that the destructor will run
+  // Nothing fails behind this, so that the destructor will run.
+  if (!MakeFile(m_partial)) throw SystemFailure(m_operation);
 }
 
 OutputPlace::~OutputPlace() {
@@ -71,10 +120,15 @@ OutputPlace::~OutputPlace() {
 void OutputPlace::Commit() {
   RequireEnoughMemory();
   std::error_code error;
-  if (const fs::file_status before = fs::status(m_target, error); fs::exists(before)) {
-    fs::permissions(m_partial, before.permissions(), error);
+  if (m_force) {
+    if (const fs::file_status before = fs::status(m_target, error); fs::exists(before)) {
+      fs::permissions(m_partial, before.permissions(), error);
+    }
+    fs::rename(m_partial, m_target, error);
+  } else {
+    error = MoveToFreeName(m_partial, m_target);
+    if (error == std::errc::file_exists) throw Failure(m_operation + kInTheWay);
   }
-  fs::rename(m_partial, m_target, error);
   if (error) throw Failure(m_operation + ": " + error.message());
   m_partial.clear();
 }

@@ -15,8 +15,9 @@ void RequireFree(const std::string& name, bool force);
 class OutputPlace {
  public:
   /// Makes sure that the file can be written, and lays down an empty one under the other name. `inputs`
-  /// are the names of the files that are being read, which the output must not replace.
-  OutputPlace(const std::string& name, const std::vector<std::string>& inputs);
+  /// are the names of the files that are being read, which the output must not replace. Any other file is
+  /// replaced with `force` alone; without it one that comes meanwhile makes `Commit` fail and stays.
+  OutputPlace(const std::string& name, const std::vector<std::string>& inputs, bool force);
   ~OutputPlace();
   OutputPlace(const OutputPlace&) = delete;
   OutputPlace& operator=(const OutputPlace&) = delete;
@@ -31,6 +32,7 @@ class OutputPlace {
   std::string m_operation;
   std::filesystem::path m_target;
   std::filesystem::path m_partial;
+  bool m_force;
 };
 
 }  // namespace kt
