@@ -124,14 +124,13 @@ const Bomb kBombs[] = {
      }},
     {"samples of one size, as many as there can be",
      [](u32 n) {
-       return MovieOf(Track()
-                          .WithOneChunk(kAll - 1, ConstantStsz(1, kAll - 1))
-                          .With(&Track::udta, Box("udta", Box("free", Bytes(n, 1)))))
-           .Build();
+       const Track track = Track().WithOneChunk(kAll - 1, ConstantStsz(1, kAll - 1));
+       return MovieOf(track.With(&Track::udta, Box("udta", Box("free", Bytes(n, 1))))).Build();
      }},
     {"offsets for no sample",
      [](u32 n) {
-       return FileWith(&Track::ctts, Runs("ctts", n, [](u32 i) { return std::vector{i % 2 * 0u, i}; }));
+       const Bytes runs = Runs("ctts", n, [](u32 i) { return std::vector{0u, i}; });
+       return FileWith(&Track::ctts, runs);
      }},
     {"offsets of all samples, again and again",
      [](u32 n) {
@@ -139,34 +138,23 @@ const Bomb kBombs[] = {
      }},
     {"offsets up and down",
      [](u32 n) {
-       return MovieOf(Sparse(n).With(&Track::ctts, Runs("ctts", n,
-                                                        [](u32 i) {
-                                                          return std::vector{1u, i % 2 * 90'000};
-                                                        })))
-           .Build();
+       const Bytes runs = Runs("ctts", n, [](u32 i) { return std::vector{1u, i % 2 * 90'000}; });
+       return MovieOf(Sparse(n).With(&Track::ctts, runs)).Build();
      }},
     {"runs of chunks that jump",
      [](u32 n) {
-       return MovieOf(
-                  Sparse(n).With(&Track::stsc, Runs("stsc", n,
-                                                    [n](u32 i) {
-                                                      return std::vector{i % 2 ? n - i : i + 1, i % 3, 1u};
-                                                    })))
-           .Build();
+       const auto run = [n](u32 i) { return std::vector{i % 2 ? n - i : i + 1, i % 3, 1u}; };
+       return MovieOf(Sparse(n).With(&Track::stsc, Runs("stsc", n, run))).Build();
      }},
     {"runs of empty chunks",
      [](u32 n) {
-       return MovieOf(Sparse(n).With(&Track::stsc, Runs("stsc", n,
-                                                        [](u32 i) {
-                                                          return std::vector{i * 4'000, 0u, 1u};
-                                                        })))
-           .Build();
+       const Bytes runs = Runs("stsc", n, [](u32 i) { return std::vector{i * 4'000, 0u, 1u}; });
+       return MovieOf(Sparse(n).With(&Track::stsc, runs)).Build();
      }},
     {"sync samples that fall",
      [](u32 n) {
-       return MovieOf(
-                  Sparse(n).With(&Track::stss, Runs("stss", n, [n](u32 i) { return std::vector{n - i}; })))
-           .Build();
+       const Bytes samples = Runs("stss", n, [n](u32 i) { return std::vector{n - i}; });
+       return MovieOf(Sparse(n).With(&Track::stss, samples)).Build();
      }},
     {"edits that jump",
      [](u32 n) {
