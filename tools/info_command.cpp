@@ -131,8 +131,7 @@ TrackFacts GatherTrack(CMp4File& file, u32 index) {
   return facts;
 }
 
-void TakeCodes(const std::string& name, FileFacts* facts) {
-  const FileBoxes boxes = ReadFileBoxes(name);
+void TakeCodes(const FileBoxes& boxes, FileFacts* facts) {
   std::size_t track = 0;
   if (!boxes.movie) return;
   ForEachBox(*boxes.movie, "trak", [&](ByteSpan box) {
@@ -154,7 +153,7 @@ FileFacts Gather(InputFile& input) {
   for (u32 index = 1; index <= count; ++index) facts.tracks.push_back(GatherTrack(file, index));
   facts.fragments = input.Fragments();
   facts.isAdapted = input.IsAdapted();
-  if (!facts.isAdapted) TakeCodes(input.Name(), &facts);
+  if (!facts.isAdapted) TakeCodes(input.Boxes(), &facts);
   for (const AdaptedTrack& track : AdaptedTracks(file)) {
     if (track.position == 0 || track.position > count) {
       facts.leftOut.push_back(track);

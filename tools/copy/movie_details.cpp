@@ -170,12 +170,12 @@ bool TrackDetails::IsSync(u32 sampleNumber) const {
 }
 
 MovieDetails::MovieDetails(InputFile& input) : m_input(input), m_isAdapted(input.IsAdapted()) {
-  auto movie = ReadFileBoxes(input.Name()).movie;
+  const auto& movie = input.Boxes().movie;
   if (!movie && !m_isAdapted) {
     throw Failure("cannot read the tracks of " + Quoted(input.Name()) +
                   ": its \"moov\" is not there any more");
   }
-  if (movie) m_movie = std::move(*movie);
+  if (movie) m_movie = *movie;
   ForEachBox(m_movie, "trak", [&](ByteSpan track) { m_tracks.push_back(track); });
   if (m_isAdapted) {
     // By the index of the library, which does not count those that are left out.

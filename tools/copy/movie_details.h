@@ -40,7 +40,7 @@ struct TrackDetails {
 /// adapted file that is what stands in any file alike; what its boxes do not give is left empty.
 class MovieDetails {
  public:
-  /// Throws a `Failure` when the file cannot be read any more.
+  /// Throws a `Failure` when the file cannot be read any more. The input is borrowed.
   explicit MovieDetails(InputFile& input);
 
   /// Of a track that is not there, and for boxes that are missing, the details are empty.
@@ -54,7 +54,7 @@ class MovieDetails {
 
   InputFile& m_input;
   bool m_isAdapted;
-  std::vector<u8> m_movie;  // the payload of "moov"
+  ByteSpan m_movie;  // the payload of "moov", which the input holds
   std::vector<ByteSpan> m_tracks;
 };
 

@@ -10,7 +10,6 @@
 #include <system_error>
 #include <utility>
 
-#include "tools/files/file_boxes.h"
 #include "tools/terminal/failure.h"
 
 namespace kt {
@@ -109,8 +108,13 @@ std::string InputFile::AdaptHint() const {
   return InputFile({Name(), true}).Result() == MP4_OK ? "; --adapt may read it" : "";
 }
 
+const FileBoxes& InputFile::Boxes() const {
+  if (!m_boxes) m_boxes = ReadFileBoxes(Name());
+  return *m_boxes;
+}
+
 std::string InputFile::Fragments() const {
-  const FileBoxes boxes = ReadFileBoxes(Name());
+  const FileBoxes& boxes = Boxes();
   if (boxes.hasFragments) return "moof";
   return boxes.movie && BoxAt(*boxes.movie, {"mvex"}) ? "mvex" : "";
 }

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <ktmp4/mp4_file.h>
 #include <ktmp4/mp4_hint_track.h>
 #include "tools/files/adapted_facts.h"
+#include "tools/files/file_boxes.h"
 #include "tools/terminal/notes.h"
 
 namespace kt {
@@ -45,6 +47,8 @@ class InputFile {
 
   CMp4File& File() { return *m_file; }
   u64 Size() const { return FileSize(Name()); }
+  /// What stands at the top of the file, read at the first call.
+  const FileBoxes& Boxes() const;
   /// The box by which the file tells that samples are in fragments ("moof", or "mvex" where these are in
   /// other files). Empty when there is none.
   std::string Fragments() const;
@@ -71,6 +75,7 @@ class InputFile {
   InputChoice m_choice;
   std::unique_ptr<CMp4File> m_file;
   Mp4Result m_result = MP4_OK;
+  mutable std::optional<FileBoxes> m_boxes;
 };
 
 }  // namespace kt
