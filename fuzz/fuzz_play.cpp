@@ -17,6 +17,7 @@
 #include "filter/logic/text_delivery.h"
 #include "filter/logic/time_conversion.h"
 #include "fuzz/memory_file.h"
+#include "support/fake_media_sample.h"
 
 namespace {
 
@@ -66,22 +67,12 @@ class Roads final : public TextRoads {
 };
 
 // A buffer of exactly the room that the pin asked for.
-class Sample final : public MediaSample {
+class Sample final : public test::FakeMediaSample {
  public:
-  explicit Sample(u32 room) : m_bytes(std::min(room, kLargestBuffer)) {}
-  u8* GetPointer() override { return m_bytes.data(); }
-  u64 GetSize() override { return m_bytes.size(); }
+  explicit Sample(u32 room) : FakeMediaSample(std::min(room, kLargestBuffer)) {}
   void SetActualDataLength(u32 length) override {
-    Require(length <= m_bytes.size(), "a sample fits into its buffer");
+    Require(length <= GetSize(), "a sample fits into its buffer");
   }
-  void SetTime(i64 /*start*/, i64 /*stop*/) override {}
-  void SetMediaTime(i64 /*start*/, i64 /*stop*/) override {}
-  void SetSyncPoint(bool /*isSyncPoint*/) override {}
-  void SetDiscontinuity(bool /*isDiscontinuity*/) override {}
-  void SetPreroll(bool /*isPreroll*/) override {}
-
- private:
-  std::vector<u8> m_bytes;
 };
 
 int OpenFolder(const char* path) {

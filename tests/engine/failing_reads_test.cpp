@@ -1,7 +1,6 @@
 // Reads that fail, come short or meet the end of a file that was cut, at every read in turn: for that one
 // alone or from there on. This is a program of its own, since it replaces pread.
 
-#include <ktmp4/adapting_file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -56,9 +55,7 @@ std::string TextOfSample(CMp4Track& track, u32 sample) {
 }
 
 Answers AskFile(const std::string& name, bool adapting) {
-  CMp4File* made = nullptr;
-  EXPECT_EQ((adapting ? CreateAdaptingMp4File : CreateMp4File)(&made), MP4_OK);
-  const std::unique_ptr<CMp4File> file(made);
+  const auto file = NewFile(adapting);
   Answers answers;
   answers["open"] = Mp4ResultName(file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4));
   if (answers["open"] != "MP4_OK") return answers;

@@ -2,7 +2,6 @@
 // faster: the bounds are on growth and on memory to a byte of the file, and not on speed.
 
 #include <fcntl.h>
-#include <ktmp4/adapting_file.h>
 #include <ktmp4/mp4_hint_track.h>
 #include <time.h>
 #include <unistd.h>
@@ -236,9 +235,7 @@ Cost CostOf(const std::string& name, bool adapting) {
   memory.peak = memory.bytes;
   const std::size_t before = memory.bytes;
   const double start = Seconds();
-  CMp4File* made = nullptr;
-  EXPECT_EQ((adapting ? CreateAdaptingMp4File : CreateMp4File)(&made), MP4_OK);
-  const std::unique_ptr<CMp4File> file(made);
+  const auto file = NewFile(adapting);
   Cost cost{.opened = file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4)};
   u32 tracks = 0;
   static_cast<void>(file->GetTrackCount(&tracks));

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <ktmp4/mp4_file.h>
+#include <ktmp4/adapting_file.h>
 #include "support/answer.h"
 #include "support/descriptor_writer.h"
 #include "support/temp_file.h"
@@ -117,9 +117,9 @@ inline Bytes SampleOf(CMp4Track& track, u32 sample, Mp4Result expected = MP4_OK)
   return expected == MP4_OK ? bytes : Bytes();
 }
 
-inline std::unique_ptr<CMp4File> NewFile() {
+inline std::unique_ptr<CMp4File> NewFile(bool adapting = false) {
   CMp4File* file = nullptr;
-  EXPECT_EQ(CreateMp4File(&file), MP4_OK);
+  EXPECT_EQ((adapting ? CreateAdaptingMp4File : CreateMp4File)(&file), MP4_OK);
   return std::unique_ptr<CMp4File>(file);
 }
 

@@ -7,6 +7,7 @@
 
 #include "filter/logic/sample_delivery.h"
 #include "filter/logic/seeking.h"
+#include "support/fake_media_sample.h"
 #include "support/written_movie.h"
 
 namespace kt::test {
@@ -74,21 +75,6 @@ class Silent final : public ReaderHost, public StreamClock, public TextReceiver,
   void Decode(const u8* /*bytes*/, i32 /*count*/, i64 /*time*/) override {}
 };
 
-class Buffer final : public MediaSample {
- public:
-  u8* GetPointer() override { return m_bytes.data(); }
-  u64 GetSize() override { return m_bytes.size(); }
-  void SetActualDataLength(u32 /*length*/) override {}
-  void SetTime(i64 /*start*/, i64 /*stop*/) override {}
-  void SetMediaTime(i64 /*start*/, i64 /*stop*/) override {}
-  void SetSyncPoint(bool /*isSyncPoint*/) override {}
-  void SetDiscontinuity(bool /*isDiscontinuity*/) override {}
-  void SetPreroll(bool /*isPreroll*/) override {}
-
- private:
-  std::vector<u8> m_bytes = std::vector<u8>(1 << 16);
-};
-
 // Delivers a pin's samples, again and again, until it is stopped.
 class Worker final : public PinWorker, public RequestWait {
  public:
@@ -112,7 +98,7 @@ class Worker final : public PinWorker, public RequestWait {
 
  private:
   CSampleDelivery m_delivery;
-  Buffer m_buffer;
+  FakeMediaSample m_buffer{1 << 16};
   std::atomic<bool> m_isStopped{true};
   std::atomic<u32> m_delivered{0};
   std::thread m_thread;

@@ -9,34 +9,14 @@
 #include "filter/logic/position_change.h"
 #include "support/box_writer.h"
 #include "support/fake_host.h"
+#include "support/fake_media_sample.h"
 
 namespace kt::test {
 namespace {
 
 constexpr i64 kSecond = 10'000'000;
 
-using Span = std::pair<i64, i64>;
-
-/// A media buffer that remembers what it was told last.
-class FakeMediaSample final : public MediaSample {
- public:
-  explicit FakeMediaSample(std::size_t room) : bytes(room, 0xEE) {}
-
-  u8* GetPointer() override { return bytes.data(); }
-  u64 GetSize() override { return bytes.size(); }
-  void SetActualDataLength(u32 value) override { length = value; }
-  void SetTime(i64 start, i64 stop) override { time = {start, stop}; }
-  void SetMediaTime(i64 start, i64 stop) override { mediaTime = {start, stop}; }
-  void SetSyncPoint(bool isSyncPoint) override { sync = isSyncPoint; }
-  void SetDiscontinuity(bool isDiscontinuity) override { flags += isDiscontinuity ? "d" : "-"; }
-  void SetPreroll(bool isPreroll) override { flags += isPreroll ? "p" : "-"; }
-
-  std::vector<u8> bytes;
-  std::optional<u32> length;
-  std::optional<Span> time, mediaTime;
-  std::optional<bool> sync;
-  std::string flags;
-};
+using Span = FakeMediaSample::Span;
 
 /// A source over a fake file with everything that a delivery works with, all of it scripted.
 class Bench : public FakeHost, StreamClock, RequestWait, TextReceiver, CaptionDecoder {
