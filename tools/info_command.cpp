@@ -1,219 +1,26 @@
 #include <algorithm>
-#include <array>
 #include <cstdio>
-#include <iterator>
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "filter/formats/audio_config.h"
 #include "tools/arguments.h"
 #include "tools/commands.h"
+#include "tools/facts/file_facts.h"
 #include "tools/files/adapted_facts.h"
-#include "tools/files/file_boxes.h"
 #include "tools/files/input_file.h"
 #include "tools/terminal/failure.h"
+#include "tools/terminal/json_text.h"
 #include "tools/terminal/standard_streams.h"
 
 namespace kt {
 namespace {
 
-using Json = nlohmann::json;
-using Date = std::array<u32, 6>;
-
-constexpr const char* kFileTypes[] = {"MP4", "3GP", "M4A"};
-constexpr const char* kKinds[] = {"unknown",           "video", "audio", "hint", "object descriptors",
-                                  "scene description", "text"};
-constexpr const char* kFormats[] = {"unknown", "mp4v", "mp4a", "mp4s", "s263", "sawb", "samr"};
-
-struct TrackFacts {
-  u32 index = 0;
-  Mp4Result result = MP4_OK;
-  std::optional<u32> id, kind, samples, timeScale, rate;
-  std::optional<u64> duration;
-  std::optional<u16> channels;
-  u32 format = MP4_FORMAT_UNKNOWN;
-  std::string code;  // of the first sample entry
-  std::optional<std::pair<u32, u32>> picture;
-  std::vector<u8> decoderInfo;
-  // Of an adapted file.
-  std::vector<AdaptedEntry> entries;
-  std::optional<AdaptedTrack> adapted;
-};
-
-struct FileFacts {
-  u32 fileType = 0;
-  std::optional<u32> timeScale;
-  std::optional<Date> created;
-  std::vector<TrackFacts> tracks;
-  std::string fragments;  // the box that tells of them
-  bool isAdapted = false;
-  std::vector<AdaptedTrack> leftOut;
-};
-
-// What a getter stores, or nothing when it fails.
-template <class Object, class Value>
-std::optional<Value> Ask(Object& object, Mp4Result (Object::*getter)(Value*)) {
-  Value value{};
-  if ((object.*getter)(&value)) return std::nullopt;
-  return value;
-}
-
-std::optional<std::pair<u32, u32>> PictureSize(CMp4Track& track, std::optional<u32> kind) {
-  u16 width = 0, height = 0;
-  if (track.GetVideoSize(&width, &height) == MP4_OK) return std::pair<u32, u32>(width, height);
-  // Of a coding that the library does not know the track header still tells the size of presentation.
-  std::pair<u32, u32> shown;
-  if (kind != MP4_KIND_VIDEO || track.GetDimensions(&shown.first, &shown.second)) return std::nullopt;
-  return shown;
-}
-
-std::vector<u8> DecoderInfo(CMp4Track& track) {
-  u32 size = 0;
-  if (track.GetDecoderSpecificInfoSize(1, &size)) return {};
-  std::vector<u8> info(size);
-  if (track.GetDecoderSpecificInfo(1, size, &size, info.data()) || size != info.size()) return {};
-  return info;
-}
-
-// What comes out of the decoder. Sample entries tell 2 channels and 16 bits of a rate whatever is in the
-// stream, and those of AMR how many frames a sample has.
-void TakeSoundFacts(TrackFacts* facts) {
-  constexpr u32 kNarrowBand = 8000, kWideBand = 16000;
-  if (facts->format == MP4_FORMAT_SAMR || facts->format == MP4_FORMAT_SAWB) {
-    facts->rate = facts->format == MP4_FORMAT_SAMR ? kNarrowBand : kWideBand;
-    facts->channels = u16{1};
-  }
-  if (facts->format != MP4_FORMAT_MP4A) return;
-  if (const auto config = ReadAudioConfig(facts->decoderInfo)) {
-    facts->rate = config->outputRate;
-    facts->channels = static_cast<u16>(config->outputChannels);
-  }
-}
-
-// The code of the first sample entry as the boxes have it.
-std::string EntryCode(ByteSpan track) {
-  const auto table = BoxAt(track, {"mdia", "minf", "stbl", "stsd"});
-  const u32 code = table ? static_cast<u32>(Number(*table, 12, 4)) : 0;
-  return code != 0 ? CodeText(code) : "";
-}
-
-TrackFacts GatherTrack(CMp4File& file, u32 index) {
-  TrackFacts facts;
-  facts.index = index;
-  CMp4Track* opened = nullptr;
-  facts.result = file.OpenTrack(index, &opened);
-  if (facts.result) return facts;
-  const TrackHandle track(opened, TrackCloser{&file});
-  facts.id = Ask(*track, &CMp4Track::GetTrackId);
-  facts.kind = Ask(*track, &CMp4Track::GetTrackType);
-  facts.format = Ask(*track, &CMp4Track::GetSampleFormat).value_or(MP4_FORMAT_UNKNOWN);
-  facts.samples = Ask(*track, &CMp4Track::GetSampleCount);
-  facts.timeScale = Ask(*track, &CMp4Track::GetTimeScale);
-  facts.duration = Ask(*track, &CMp4Track::GetDuration);
-  facts.picture = PictureSize(*track, facts.kind);
-  facts.rate = Ask(*track, &CMp4Track::GetSampleRate);
-  facts.channels = Ask(*track, &CMp4Track::GetChannelCount);
-  facts.decoderInfo = DecoderInfo(*track);
-  TakeSoundFacts(&facts);
-  // What the library does not know, the entries themselves tell.
-  facts.entries = AdaptedEntries(file, index);
-  if (!facts.entries.empty()) facts.code = CodeText(facts.entries[0].code);
-  if (facts.entries.empty() || facts.format != MP4_FORMAT_UNKNOWN) return facts;
-  const AdaptedEntry& entry = facts.entries[0];
-  if (entry.width != 0 || entry.height != 0) facts.picture = {entry.width, entry.height};
-  if (entry.channels != 0) facts.channels = static_cast<u16>(std::min(entry.channels, 0xFFFFU));
-  if (entry.sampleRate != 0) facts.rate = entry.sampleRate;
-  return facts;
-}
-
-void TakeCodes(const FileBoxes& boxes, FileFacts* facts) {
-  std::size_t track = 0;
-  if (!boxes.movie) return;
-  ForEachBox(*boxes.movie, "trak", [&](ByteSpan box) {
-    if (track < facts->tracks.size()) facts->tracks[track].code = EntryCode(box);
-    ++track;
-  });
-}
-
-FileFacts Gather(InputFile& input) {
-  CMp4File& file = input.File();
-  FileFacts facts;
-  facts.fileType = Ask(file, &CMp4File::GetFileType).value_or(MP4_TYPE_MP4);
-  facts.timeScale = Ask(file, &CMp4File::GetMovieTimeScale);
-  Date date{};
-  if (file.GetCreationDate(&date[0], &date[1], &date[2], &date[3], &date[4], &date[5]) == MP4_OK) {
-    if (date != Date{1904, 1, 1, 0, 0, 0}) facts.created = date;  // which stands for none
-  }
-  const u32 count = Ask(file, &CMp4File::GetTrackCount).value_or(0);
-  for (u32 index = 1; index <= count; ++index) facts.tracks.push_back(GatherTrack(file, index));
-  facts.fragments = input.Fragments();
-  facts.isAdapted = input.IsAdapted();
-  if (!facts.isAdapted) TakeCodes(input.Boxes(), &facts);
-  for (const AdaptedTrack& track : AdaptedTracks(file)) {
-    if (track.position == 0 || track.position > count) {
-      facts.leftOut.push_back(track);
-    } else {
-      facts.tracks[track.position - 1].adapted = track;
-    }
-  }
-  return facts;
-}
-
-std::string DateText(const Date& date, char between) {
-  char text[80];
-  std::snprintf(text, sizeof text, "%04u-%02u-%02u%c%02u:%02u:%02u", date[0], date[1], date[2], between,
-                date[3], date[4], date[5]);
-  return text;
-}
-
-std::string Hex(const std::vector<u8>& bytes) {
-  std::string text;
-  for (const u8 byte : bytes) {
-    text += "0123456789abcdef"[byte >> 4];
-    text += "0123456789abcdef"[byte & 15];
-  }
-  return text;
-}
-
-std::string JsonText(const std::string& text) {
-  // A name need not be UTF-8, JSON has to be.
-  return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-// An object on one line. The text is made at once: a tree of JSON values cannot be given back without
-// memory.
-class JsonObject {
- public:
-  JsonObject& Add(const char* name, const std::string& json) {
-    m_text += std::string(m_text.empty() ? "{" : ",") + "\"" + name + "\":" + json;
-    return *this;
-  }
-  JsonObject& Add(const char* name, u32 number) { return Add(name, std::to_string(number)); }
-  template <class Value>
-  JsonObject& Add(const char* name, const std::optional<Value>& number) {
-    return Add(name, number ? std::to_string(*number) : "null");
-  }
-  std::string Finish() const { return m_text + "}"; }
-
- private:
-  std::string m_text;
-};
-
-template <class Values, class Text>
-std::string JsonArray(const Values& values, Text&& text) {
-  std::string array;
-  for (const auto& value : values) array += (array.empty() ? "" : ",") + text(value);
-  return "[" + array + "]";
-}
-
 std::string EntryJson(const AdaptedEntry& entry) {
+  const std::string code = CodeText(entry.code);
   JsonObject json;
-  json.Add("code", JsonText(CodeText(entry.code))).Add("name", JsonText(CodingName(CodeText(entry.code))));
+  json.AddText("code", code).AddText("name", CodingName(code)).AddText("coding", CodingText(EntryOf(entry)));
   if (entry.width != 0 || entry.height != 0) json.Add("width", entry.width).Add("height", entry.height);
   if (entry.channels != 0) json.Add("channels", entry.channels);
   if (entry.sampleRate != 0) json.Add("sampleRate", entry.sampleRate);
@@ -228,22 +35,45 @@ std::string AdaptedJson(const AdaptedTrack& track) {
   return json.Add("notes", JsonArray(NoteTexts(track), JsonText)).Finish();
 }
 
+std::string EditJson(const Edit& edit) {
+  return JsonObject()
+      .Add("duration", edit.duration)
+      .Add("mediaTime", edit.mediaTime)
+      .Add("rate", JsonNumber(edit.rate))
+      .Finish();
+}
+
+// Names beside numbers, and what comes of them.
+void AddTrackFacts(const TrackFacts& facts, JsonObject* json) {
+  json->AddText("kindName", KindName(facts.kind.value_or(MP4_KIND_UNKNOWN)));
+  json->AddText("formatName", FormatName(facts.format)).AddTextOrNull("coding", facts.coding);
+  json->AddTextOrNull("language", facts.language).AddTextOrNull("handler", facts.handlerName);
+  json->Add("seconds", facts.seconds).Add("start", facts.start);
+  json->Add("bytes", facts.bytes).Add("bitRate", facts.bitRate);
+  json->Add("samplesPerSecond", facts.samplesPerSecond);
+  if (facts.kind == MP4_KIND_VIDEO) {
+    json->Add("rotation", facts.rotation ? facts.rotation->degrees : 0);
+    json->AddFlag("mirrored", facts.rotation && facts.rotation->mirrored);
+  }
+  json->Add("edits", JsonArray(facts.edits, EditJson));
+}
+
 std::string TrackJson(const TrackFacts& facts) {
   JsonObject json;
   json.Add("index", facts.index).Add("result", facts.result);
   if (facts.result) {
-    json.Add("resultName", JsonText(Mp4ResultName(facts.result)));
-    return json.Add("resultText", JsonText(Mp4ResultText(facts.result))).Finish();
+    json.AddText("resultName", Mp4ResultName(facts.result));
+    return json.AddText("resultText", Mp4ResultText(facts.result)).Finish();
   }
   json.Add("id", facts.id).Add("kind", facts.kind).Add("format", facts.format).Add("samples", facts.samples);
-  json.Add("timeScale", facts.timeScale).Add("duration", facts.duration);
-  json.Add("code", facts.code.empty() ? "null" : JsonText(facts.code));
+  json.Add("timeScale", facts.timeScale).Add("duration", facts.duration).AddTextOrNull("code", facts.code);
   if (facts.kind == MP4_KIND_VIDEO) {
     json.Add("width", facts.picture ? std::optional(facts.picture->first) : std::nullopt);
     json.Add("height", facts.picture ? std::optional(facts.picture->second) : std::nullopt);
   }
   if (facts.kind == MP4_KIND_AUDIO) json.Add("sampleRate", facts.rate).Add("channels", facts.channels);
-  json.Add("decoderInfo", facts.decoderInfo.empty() ? "null" : JsonText(Hex(facts.decoderInfo)));
+  json.AddTextOrNull("decoderInfo", HexText(facts.decoderInfo));
+  AddTrackFacts(facts, &json);
   if (facts.adapted) {
     json.Add("entries", JsonArray(facts.entries, EntryJson)).Add("adapted", AdaptedJson(*facts.adapted));
   }
@@ -252,33 +82,33 @@ std::string TrackJson(const TrackFacts& facts) {
 
 std::string FileJson(const InputFile& input, const FileFacts& facts) {
   JsonObject json;
-  json.Add("file", JsonText(input.Name())).Add("result", input.Result());
+  json.AddText("file", input.Name()).Add("result", input.Result());
   if (input.Result()) {
-    json.Add("resultName", JsonText(Mp4ResultName(input.Result())));
-    return json.Add("resultText", JsonText(input.Reason())).Finish();
+    json.AddText("resultName", Mp4ResultName(input.Result()));
+    return json.AddText("resultText", input.Reason()).Finish();
   }
-  json.Add("fileType", facts.fileType);
-  json.Add("created", facts.created ? JsonText(DateText(*facts.created, 'T')) : "null");
-  json.Add("fragmented", facts.fragments.empty() ? "false" : "true");
-  json.Add("movieTimeScale", facts.timeScale);
+  json.Add("fileType", facts.fileType).AddText("fileTypeName", FileTypeName(facts.fileType));
+  json.Add("size", facts.size).Add("brands", JsonArray(facts.brands, JsonText));
+  json.AddTextOrNull("created", facts.created ? DateText(*facts.created, 'T') : "");
+  json.AddFlag("fragmented", !facts.fragments.empty());
+  json.Add("movieTimeScale", facts.timeScale).Add("seconds", facts.seconds);
   json.Add("tracks", JsonArray(facts.tracks, TrackJson));
   if (facts.isAdapted) json.Add("leftOut", JsonArray(facts.leftOut, AdaptedJson));
   return json.Finish();
-}
-
-// "1 video"; a number beyond the table stands alone.
-template <std::size_t Count>
-std::string Named(u32 number, const char* const (&names)[Count]) {
-  std::string text = std::to_string(number);
-  if (number < Count) text.append(" ").append(names[number]);
-  return text;
 }
 
 void PrintRow(std::string_view label, const std::string& value) {
   constexpr std::size_t kLabelWidth = 18;
   std::string row(label);
   row.resize(kLabelWidth, ' ');
-  Print(row + value + "\n");
+  PrintStyled(row, Style::kDim);
+  Print(value + "\n");
+}
+
+void PrintHeading(const std::string& text) {
+  Print("\n");
+  PrintStyled(text, Style::kBold);
+  Print("\n");
 }
 
 template <class Value>
@@ -286,74 +116,114 @@ void PrintNumber(std::string_view label, const std::optional<Value>& value, cons
   PrintRow(label, value ? std::to_string(*value) + unit : "?");
 }
 
-// "avc1 (H.264), 640 x 360 pixels"
+std::string SecondsText(double seconds) {
+  char text[400];
+  std::snprintf(text, sizeof text, "%.3f s", seconds);
+  return text;
+}
+
+std::string PictureText(u32 width, u32 height) {
+  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+}
+
+std::string ChannelText(u32 channels) {
+  return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
+}
+
+// "avc1 (H.264, High profile, level 3.1)"
+std::string CodeAndName(const std::string& code, const std::string& name) {
+  return code + (name.empty() ? "" : " (" + name + ")");
+}
+
 std::string EntryText(const AdaptedEntry& entry) {
-  std::string text = CodeText(entry.code);
-  if (const std::string name = CodingName(CodeText(entry.code)); !name.empty()) text += " (" + name + ")";
-  if (entry.width != 0 || entry.height != 0) {
-    text += ", " + std::to_string(entry.width) + " x " + std::to_string(entry.height) + " pixels";
-  }
-  if (entry.channels != 0) {
-    text += ", " + std::to_string(entry.channels) + (entry.channels == 1 ? " channel" : " channels");
-  }
+  std::string text = CodeAndName(CodeText(entry.code), CodingText(EntryOf(entry)));
+  if (entry.width != 0 || entry.height != 0) text += ", " + PictureText(entry.width, entry.height);
+  if (entry.channels != 0) text += ", " + ChannelText(entry.channels);
   if (entry.sampleRate != 0) text += ", " + std::to_string(entry.sampleRate) + " Hz";
   return text;
 }
 
-void PrintAdapting(const TrackFacts& facts) {
+// What the entries of an adapted file say. That of a track with one says the same as its other rows.
+void PrintEntries(const TrackFacts& facts) {
   constexpr std::size_t kMostRows = 10;
+  if (facts.entries.size() < 2) {
+    return PrintRow("  coded as", facts.code.empty() ? "?" : CodeAndName(facts.code, facts.coding));
+  }
   for (std::size_t i = 0; i < std::min(facts.entries.size(), kMostRows); ++i) {
     PrintRow("  coded as", EntryText(facts.entries[i]));
   }
   if (facts.entries.size() > kMostRows) {
     PrintRow("  coded as", std::to_string(facts.entries.size() - kMostRows) + " further sample entries");
   }
-  if (!facts.adapted) return;
-  for (const std::string& text : NoteTexts(*facts.adapted)) PrintRow("  adapted", text);
 }
 
-// "1 mp4v"; of a format that the library has no number for, what the file calls it.
-std::string FormatText(const TrackFacts& facts) {
-  std::string text = Named(facts.format, kFormats);
-  if (facts.format != MP4_FORMAT_UNKNOWN || facts.code.empty()) return text;
-  text = "0 " + facts.code;
-  const std::string name = CodingName(facts.code);
-  return name.empty() ? text : text + " (" + name + ")";
+void PrintPictureAndSound(const TrackFacts& facts) {
+  if (facts.picture) {
+    std::string text = PictureText(facts.picture->first, facts.picture->second);
+    if (facts.samplesPerSecond) text += ", " + ShortNumber(*facts.samplesPerSecond) + " a second";
+    PrintRow("  picture", text);
+  }
+  if (facts.rotation) PrintRow("  shown", RotationText(*facts.rotation));
+  if (!facts.rate && !facts.channels) return;
+  std::string text = facts.rate ? std::to_string(*facts.rate) + " Hz" : "";
+  if (facts.channels) text += (text.empty() ? "" : ", ") + ChannelText(*facts.channels);
+  PrintRow("  sound", text);
+}
+
+void PrintEdits(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
+  constexpr std::size_t kMostRows = 5;
+  for (std::size_t i = 0; i < std::min(facts.edits.size(), kMostRows); ++i) {
+    PrintRow(i == 0 ? "  edits" : "", EditText(facts.edits[i], facts, movieTimeScale));
+  }
+  if (facts.editCount > kMostRows) PrintRow("", std::to_string(facts.editCount - kMostRows) + " more");
 }
 
 void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
-  Print("\nTrack " + std::to_string(facts.index) + "\n");
+  const std::string kind =
+      facts.result ? "" : std::string(": ") + KindName(facts.kind.value_or(MP4_KIND_UNKNOWN));
+  PrintHeading("Track " + std::to_string(facts.index) + kind);
   if (facts.result) {
     return PrintRow("  not readable", std::string(Mp4ResultName(facts.result)) + " (" +
                                           std::to_string(facts.result) + "): " + Mp4ResultText(facts.result));
   }
-  PrintNumber("  id", facts.id);
-  PrintRow("  kind", Named(facts.kind.value_or(MP4_KIND_UNKNOWN), kKinds));
-  PrintRow("  format", FormatText(facts));
-  PrintNumber("  samples", facts.samples);
+  PrintEntries(facts);
+  PrintPictureAndSound(facts);
+  PrintNumber("  samples", facts.samples, facts.bytes ? ", " + std::to_string(*facts.bytes) + " bytes" : "");
+  if (facts.bitRate) PrintRow("  bit rate", BitRateText(*facts.bitRate));
+  PrintNumber("  duration", facts.duration,
+              " movie ticks" + (facts.seconds ? " = " + SecondsText(*facts.seconds) : ""));
   PrintNumber("  time scale", facts.timeScale, " ticks per second");
-  std::string seconds = " movie ticks";
-  if (facts.duration && movieTimeScale.value_or(0) != 0) {
-    char text[64];
-    std::snprintf(text, sizeof text, " movie ticks = %.3f s",
-                  static_cast<double>(*facts.duration) / *movieTimeScale);
-    seconds = text;
+  if (facts.start.value_or(0) != 0) PrintRow("  starts at", SecondsText(*facts.start));
+  PrintEdits(facts, movieTimeScale);
+  if (!facts.language.empty()) PrintRow("  language", facts.language);
+  if (!facts.handlerName.empty()) PrintRow("  name", OneLine(facts.handlerName));
+  PrintNumber("  id", facts.id);
+  if (!facts.decoderInfo.empty()) PrintRow("  decoder info", HexText(facts.decoderInfo));
+  if (!facts.adapted) return;
+  for (const std::string& text : NoteTexts(*facts.adapted)) PrintRow("  adapted", text);
+}
+
+// "isom, and mp41, avc1"
+std::string BrandText(const std::vector<std::string>& brands) {
+  constexpr std::size_t kMost = 12;
+  std::string text;
+  for (std::size_t i = 1; i < std::min(brands.size(), kMost); ++i) {
+    if (brands[i] != "\\x00\\x00\\x00\\x00") text += (text.empty() ? "" : ", ") + brands[i];
   }
-  PrintNumber("  duration", facts.duration, seconds);
-  if (facts.picture) {
-    PrintRow("  picture", std::to_string(facts.picture->first) + " x " +
-                              std::to_string(facts.picture->second) + " pixels");
-  }
-  if (facts.rate) PrintNumber("  sample rate", facts.rate, " Hz");
-  if (facts.channels) PrintNumber("  channels", facts.channels);
-  if (!facts.decoderInfo.empty()) PrintRow("  decoder info", Hex(facts.decoderInfo));
-  PrintAdapting(facts);
+  if (brands.size() > kMost) text += " and " + std::to_string(brands.size() - kMost) + " more";
+  return brands[0] + (text.empty() ? "" : "; can be read as " + text);
 }
 
 void PrintText(const InputFile& input, const FileFacts& facts) {
   PrintRow("File", OneLine(input.Name()));
-  PrintRow("Type", Named(facts.fileType, kFileTypes));
+  PrintRow("Type", FileTypeName(facts.fileType));
+  if (!facts.brands.empty()) PrintRow("Brand", BrandText(facts.brands));
+  PrintRow("Size", std::to_string(facts.size) + " bytes");
   PrintRow("Created", facts.created ? DateText(*facts.created, ' ') : "not set");
+  if (facts.seconds) PrintRow("Duration", SecondsText(*facts.seconds));
+  if (facts.seconds.value_or(0) > 0) {
+    PrintRow("Bit rate", BitRateText(static_cast<double>(facts.size) * 8 / *facts.seconds));
+  }
   PrintNumber("Movie time scale", facts.timeScale, " ticks per second");
   if (!facts.fragments.empty()) {
     PrintRow("Fragmented",
@@ -363,46 +233,73 @@ void PrintText(const InputFile& input, const FileFacts& facts) {
   PrintRow("Tracks", std::to_string(facts.tracks.size()));
   for (const TrackFacts& track : facts.tracks) PrintTrack(track, facts.timeScale);
   for (const AdaptedTrack& track : facts.leftOut) {
-    Print("\nTrack in place " + std::to_string(track.positionInFile) + " of the file\n");
+    PrintHeading("Track in place " + std::to_string(track.positionInFile) + " of the file");
     PrintNumber("  id", std::optional(track.trackId));
     for (const std::string& text : NoteTexts(track)) PrintRow("  left out", text);
   }
 }
 
 struct InfoArguments {
-  InputChoice input;
+  std::vector<std::string> names;
+  bool adapt = false;
   bool json = false;
 };
 
-void Info(const InfoArguments& arguments) {
-  InputFile input(arguments.input);
+// One file; throws a `Failure` when it was refused.
+void Tell(const InputChoice& choice, bool json) {
+  InputFile input(choice);
   FileFacts facts;
-  if (!input.Result()) facts = Gather(input);
-  if (arguments.json) {
-    Print(FileJson(input, facts) + "\n");
+  if (!input.Result()) facts = GatherFacts(input);
+  if (json) {
+    Print(FileJson(input, facts));
   } else if (!input.Result()) {
     PrintText(input, facts);
   }
   input.RequireOpen();
 }
 
+void Info(const InfoArguments& arguments) {
+  const bool isArray = arguments.json && arguments.names.size() > 1;
+  bool hasFailed = false;
+  if (isArray) Print("[");
+  for (std::size_t i = 0; i < arguments.names.size(); ++i) {
+    if (i > 0) Print(isArray ? ",\n" : "\n\n");
+    try {
+      Tell({arguments.names[i], arguments.adapt}, arguments.json);
+    } catch (const Failure& failure) {
+      FlushOutput();
+      PrintMessage("ktmp4 info", failure.what(), Style::kRed);
+      hasFailed = true;
+    }
+  }
+  if (isArray) Print("]");
+  if (arguments.json) Print("\n");
+  if (hasFailed) throw FailureTold();
+}
+
 }  // namespace
 
 void AddInfoCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("info", "Tell what a file and its tracks are");
+  CLI::App* command = program.add_subcommand("info", "Tell what files and their tracks are");
   const auto arguments = std::make_shared<InfoArguments>();
-  command->add_flag("--json", arguments->json, "Print one line of JSON instead of text");
-  AddInputArgument(*command, &arguments->input);
+  command->add_flag("--json", arguments->json,
+                    "Print JSON instead of text: an object, of several files an array");
+  AddAdaptOption(*command, &arguments->adapt);
+  command->add_option("FILE", arguments->names, "The files to read")->required()->type_name("");
   command->footer(
-      "A track that cannot be opened is listed with its result. Durations are in movie ticks.\n"
+      "A track that cannot be opened is listed with its result. Bit rates and pictures a second are means\n"
+      "over all samples; that of the file counts all its bytes. Rate and channels of sound are those that\n"
+      "come out of its decoder, where its set-up tells. A track starts when its first sample is shown.\n"
+      "Edits are listed as the file has them; without --adapt they hardly act. With --adapt what adapting\n"
+      "did to a track is told, also of tracks that were left out.\n"
+      "With --json names stand beside the numbers:\n"
       "kind:   1 video, 2 audio, 3 hint, 4 object descriptors, 5 scene description, 6 text, 0 unknown\n"
       "format: 1 mp4v, 2 mp4a, 3 mp4s, 4 s263, 5 sawb, 6 samr, 0 any other, with its code\n"
-      "Rate and channels of sound are those that come out of its decoder, where its set-up tells.\n"
-      "With --adapt each sample entry is named as it stands in the file, and what adapting did to a track "
-      "is\n"
-      "told, also of tracks that were left out.\n"
-      "With --json a refused file gives {\"file\":...,\"result\":6,...} on standard output, besides the\n"
-      "message and exit code 1; what a file does not tell is null.");
+      "Times in seconds say so; \"duration\" and the durations of edits are in movie ticks, the "
+      "\"mediaTime\"\n"
+      "of an edit in ticks of its track, null for an empty edit. A refused file gives\n"
+      "{\"file\":...,\"result\":6,...} besides the message and exit code 1; what a file does not tell is "
+      "null.");
   command->callback([arguments] { Info(*arguments); });
 }
 

@@ -51,7 +51,7 @@ std::string WrongUse(const CLI::App& program, const std::string& message, Argume
 int Report(const CLI::App& program, const std::string& text, ExitCode code) {
   // What went to standard output belongs before the line that ends it.
   std::fflush(stdout);
-  kt::PrintMessage(CommandName(program), text);
+  kt::PrintMessage(CommandName(program), text, kt::Style::kRed);
   return code;
 }
 
@@ -93,6 +93,9 @@ int Run(int argc, char** argv) {
   } catch (const kt::Interrupted& interrupted) {
     Report(program, "interrupted", kFailed);
     kt::EndBySignal(interrupted.signalNumber);
+  } catch (const kt::FailureTold&) {
+    kt::FlushOutput();
+    return kFailed;
   } catch (const std::bad_alloc&) {
     return Report(program, "there is not enough memory", kFailed);
   } catch (const std::exception& failure) {

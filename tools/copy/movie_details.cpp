@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "tools/facts/sample_entry.h"
 #include "tools/terminal/failure.h"
 
 namespace kt {
@@ -39,52 +40,11 @@ std::string LanguageOf(ByteSpan mediaHeader) {
   return language == "und" ? "" : language;
 }
 
-// QuickTime counts the letters, ahead of them.
-std::string HandlerName(ByteSpan handler, bool mayBeCounted) {
-  ByteSpan name = From(handler, 24);
-  if (mayBeCounted && !name.empty() && name[0] + u64{1} == name.size()) name = From(name, 1);
-  return {name.begin(), std::ranges::find(name, u8{0})};
-}
-
-// Goes behind the header of a descriptor, which has to have this tag.
-bool EnterDescriptor(ByteSpan* bytes, u64 tag) {
-  if (bytes->empty() || Number(*bytes, 0, 1) != tag) return false;
-  u64 header = 1;
-  while (header < 4 && (Number(*bytes, header, 1) & 0x80) != 0) ++header;
-  *bytes = From(*bytes, header + 1);
-  return true;
-}
-
-// The object type in the payload of "esds" (ISO/IEC 14496-1, 7.2.6.5).
-std::optional<u8> ObjectTypeIn(const std::optional<ByteSpan>& info) {
-  constexpr u64 kFullBoxFields = 4;
-  if (!info) return std::nullopt;
-  ByteSpan bytes = From(*info, kFullBoxFields);
-  if (!EnterDescriptor(&bytes, 3)) return std::nullopt;
-  const u64 flags = Number(bytes, 2, 1);
-  u64 fields = 3;
-  if ((flags & 0x80) != 0) fields += 2;
-  if ((flags & 0x40) != 0) fields += 1 + Number(bytes, fields, 1);
-  if ((flags & 0x20) != 0) fields += 2;
-  bytes = From(bytes, fields);
-  if (!EnterDescriptor(&bytes, 4) || bytes.empty()) return std::nullopt;
-  return bytes[0];
-}
-
-// Of a sample description.
-std::optional<u8> ObjectTypeOf(ByteSpan description) {
-  constexpr u64 kSoundFields = 28;
-  const auto entry = BoxAt(From(description, 8), {"mp4a"});
-  return entry ? ObjectTypeIn(BoxAt(From(*entry, kSoundFields), {"esds"})) : std::nullopt;
-}
-
-// Of the boxes in a sample entry of whatever file; QuickTime has the one that counts inside of another.
-std::optional<u8> ObjectTypeOf(const AdaptedEntry& entry) {
-  constexpr u32 kMpeg4Sound = 0x6D703461;  // "mp4a"
-  if (entry.code != kMpeg4Sound) return std::nullopt;
-  const ByteSpan boxes(entry.boxes, entry.boxesSize);
-  const auto info = BoxAt(boxes, {"esds"});
-  return ObjectTypeIn(info ? info : BoxAt(boxes, {"wave", "esds"}));
+// The object type of sound in an entry "mp4a".
+std::optional<u8> ObjectTypeOf(const SampleEntry& entry) {
+  if (entry.code != "mp4a") return std::nullopt;
+  const auto stream = MpegStreamOf(entry);
+  return stream ? std::optional(stream->objectType) : std::nullopt;
 }
 
 void ReadTimes(ByteSpan table, TrackDetails* details) {
@@ -176,17 +136,7 @@ MovieDetails::MovieDetails(InputFile& input) : m_input(input), m_isAdapted(input
                   ": its \"moov\" is not there any more");
   }
   if (movie) m_movie = *movie;
-  ForEachBox(m_movie, "trak", [&](ByteSpan track) { m_tracks.push_back(track); });
-  if (m_isAdapted) {
-    // By the index of the library, which does not count those that are left out.
-    std::vector<ByteSpan> present;
-    for (const AdaptedTrack& track : AdaptedTracks(input.File())) {
-      if (track.position == 0) continue;
-      const bool isFound = track.positionInFile <= m_tracks.size();
-      present.push_back(isFound ? m_tracks[track.positionInFile - 1] : ByteSpan());
-    }
-    m_tracks = std::move(present);
-  }
+  m_tracks = input.TrackBoxes();
 }
 
 std::vector<std::string> MovieDetails::Losses() const {
@@ -212,7 +162,7 @@ TrackDetails MovieDetails::Track(u32 index) const {
   const std::vector<AdaptedEntry> entries = AdaptedEntries(m_input.File(), index);
   details.isAdapted = true;
   details.sampleEntries = static_cast<u32>(entries.size());
-  details.objectType = entries.empty() ? std::nullopt : ObjectTypeOf(entries[0]);
+  details.objectType = entries.empty() ? std::nullopt : ObjectTypeOf(EntryOf(entries[0]));
   details.syncSamples.reset();
   return details;
 }
@@ -231,10 +181,10 @@ TrackDetails MovieDetails::DetailsOf(u32 index) const {
     details.edits = EditsOf(*box, timeScale);
   }
   if (const auto box = BoxAt(track, {"mdia", "minf", "stbl", "stts"})) ReadTimes(*box, &details);
-  if (const auto box = BoxAt(track, {"mdia", "hdlr"})) details.handlerName = HandlerName(*box, m_isAdapted);
+  details.handlerName = HandlerName(track, m_isAdapted);
   if (const auto box = BoxAt(track, {"mdia", "minf", "stbl", "stsd"})) {
     details.sampleEntries = static_cast<u32>(Number(*box, 4, 4));
-    details.objectType = ObjectTypeOf(*box);
+    details.objectType = ObjectTypeOf(FirstEntry(track));
   }
   if (const auto box = BoxAt(track, {"mdia", "minf", "stbl", "stss"}))
     details.syncSamples = SyncSamplesOf(*box);

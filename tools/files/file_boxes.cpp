@@ -6,6 +6,7 @@ namespace kt {
 namespace {
 
 constexpr u64 kLongestHeader = 16;
+constexpr u64 kMostOfFileType = 8 + 4 * 1000;
 
 std::vector<u8> ReadAt(std::ifstream& stream, u64 position, u64 size) {
   std::vector<u8> bytes(static_cast<std::size_t>(size));
@@ -64,8 +65,11 @@ FileBoxes ReadFileBoxes(const std::string& name) {
     const auto header = HeaderOf(head, left);
     if (!header) break;
     boxes.hasFragments = header->type == "moof";
+    const u64 size = header->size - header->headerSize;
+    if (boxes.fileType.empty() && header->type == "ftyp") {
+      boxes.fileType = ReadAt(stream, position + header->headerSize, std::min(size, kMostOfFileType));
+    }
     if (!boxes.movie && header->type == "moov") {
-      const u64 size = header->size - header->headerSize;
       boxes.movie = ReadAt(stream, position + header->headerSize, size);
       if (boxes.movie->size() != size) boxes.movie.reset();
     }

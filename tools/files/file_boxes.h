@@ -54,6 +54,8 @@ std::optional<ByteSpan> BoxAt(ByteSpan bytes, std::initializer_list<std::string_
 
 /// What stands at the top of a file.
 struct FileBoxes {
+  /// The payload of "ftyp", cut behind a thousand brands; empty when the file has none.
+  std::vector<u8> fileType;
   /// The payload of the first "moov"; nothing when there is none, or when the file ends inside of it.
   std::optional<std::vector<u8>> movie;
   /// A "moof" stands among the first boxes: samples are in fragments (ISO/IEC 14496-12, 8.8).

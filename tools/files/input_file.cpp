@@ -113,6 +113,22 @@ const FileBoxes& InputFile::Boxes() const {
   return *m_boxes;
 }
 
+std::vector<ByteSpan> InputFile::TrackBoxes() {
+  std::vector<ByteSpan> tracks;
+  if (const auto& movie = Boxes().movie) {
+    ForEachBox(*movie, "trak", [&](ByteSpan track) { tracks.push_back(track); });
+  }
+  if (!IsAdapted()) return tracks;
+  // By the index of the library, which does not count those that are left out.
+  std::vector<ByteSpan> present;
+  for (const AdaptedTrack& track : AdaptedTracks(*m_file)) {
+    if (track.position == 0) continue;
+    const bool isFound = track.positionInFile <= tracks.size();
+    present.push_back(isFound ? tracks[track.positionInFile - 1] : ByteSpan());
+  }
+  return present;
+}
+
 std::string InputFile::Fragments() const {
   const FileBoxes& boxes = Boxes();
   if (boxes.hasFragments) return "moof";

@@ -49,6 +49,9 @@ class InputFile {
   u64 Size() const { return FileSize(Name()); }
   /// What stands at the top of the file, read at the first call.
   const FileBoxes& Boxes() const;
+  /// The payload of "trak" for each track of the library, as it stands in the file; empty where it is not
+  /// found. Borrowed from the file.
+  std::vector<ByteSpan> TrackBoxes();
   /// The box by which the file tells that samples are in fragments ("moof", or "mvex" where these are in
   /// other files). Empty when there is none.
   std::string Fragments() const;

@@ -15,6 +15,9 @@ class Failure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// What failed has been told already; the program ends with exit code 1 without a further word.
+struct FailureTold {};
+
 /// `operation` failed with `result`: "cannot open "x.mp4": MP4_CORRUPT (6): the sizes of ...". `reason` takes
 /// the place of the general sentence where more is known.
 Failure ResultFailure(const std::string& operation, Mp4Result result, const std::string& reason = {});

@@ -1,5 +1,6 @@
 #include "tools/terminal/standard_streams.h"
 
+#include <cstdlib>
 #include <exception>
 
 #include "tools/terminal/failure.h"
@@ -9,6 +10,7 @@
 #include <fcntl.h>
 #ifdef _WIN32
 #include <io.h>
+#include <windows.h>
 #endif
 #include <unistd.h>
 
@@ -43,6 +45,35 @@ void Pump(int from, int to) {
   close(from);
 }
 
+bool TakesColours(std::FILE* stream) {
+  const char* const refusal = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  if (!IsTerminal(stream) || (refusal != nullptr && *refusal != 0)) return false;
+#ifdef _WIN32
+  // A console has to be told once that it shall read them.
+  const auto console = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
+  DWORD mode = 0;
+  return terminal == nullptr && GetConsoleMode(console, &mode) &&
+         SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+#else
+  return terminal != nullptr && std::string_view(terminal) != "dumb" && *terminal != 0;
+#endif
+}
+
+const char* BeginOf(Style style) {
+  switch (style) {
+    case Style::kBold:
+      return "\x1b[1m";
+    case Style::kDim:
+      return "\x1b[2m";
+    case Style::kRed:
+      return "\x1b[1;31m";
+    default:
+      return "";
+  }
+}
+constexpr const char* kEndOfStyle = "\x1b[0m";
+
 }  // namespace
 
 bool IsTerminal(std::FILE* stream) {
@@ -63,9 +94,22 @@ void Print(std::string_view text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) throw SystemFailure(kWriteOutput);
 }
 
-void PrintMessage(const std::string& speaker, const std::string& text) {
-  const std::string line = speaker + ": " + text + "\n";
-  std::fputs(IsTerminal(stderr) ? Shown(line).c_str() : line.c_str(), stderr);
+void PrintStyled(std::string_view text, Style style) {
+  static const bool takesColours = TakesColours(stdout);
+  if (!takesColours || style == Style::kPlain) return Print(text);
+  std::fputs(BeginOf(style), stdout);
+  Print(text);
+  std::fputs(kEndOfStyle, stdout);
+}
+
+void PrintMessage(const std::string& speaker, const std::string& text, Style style) {
+  std::string line = speaker + ": " + text + "\n";
+  if (IsTerminal(stderr)) line = Shown(line);
+  const std::size_t head = speaker.size() + 1;
+  if (style != Style::kPlain && line.starts_with(speaker + ":") && TakesColours(stderr)) {
+    line = BeginOf(style) + line.substr(0, head) + kEndOfStyle + line.substr(head);
+  }
+  std::fputs(line.c_str(), stderr);
 }
 
 void FlushOutput() {

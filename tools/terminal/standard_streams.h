@@ -14,11 +14,17 @@ bool IsTerminal(std::FILE* stream);
 /// its lines in its own way, and the other texts are the same bytes everywhere.
 void KeepOutputAsWritten();
 
-/// Writes on standard output, on a terminal as `Shown`; throws a `Failure` when that cannot take it.
+/// How a text stands out.
+enum class Style { kPlain, kBold, kDim, kRed };
+
+/// Writes on standard output, on a terminal as `Shown`, with a style there; throws a `Failure` when that
+/// cannot take it. Nobody gets colours who has set NO_COLOR, or a terminal that is called "dumb".
 void Print(std::string_view text);
+void PrintStyled(std::string_view text, Style style);
 
 /// Writes one line on standard error, behind who says it; on a terminal as `Shown`.
-void PrintMessage(const std::string& speaker, const std::string& text);
+/// `style` is that of who says it.
+void PrintMessage(const std::string& speaker, const std::string& text, Style style = Style::kPlain);
 
 /// Hands on everything that standard output still holds back; throws a `Failure` when something was lost, and
 /// `std::bad_alloc` when memory has run out on the way there.

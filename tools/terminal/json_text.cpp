@@ -1,0 +1,29 @@
+#include "tools/terminal/json_text.h"
+
+#include <cmath>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+namespace kt {
+
+std::string JsonText(std::string_view text) {
+  using Json = nlohmann::json;
+  return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string JsonNumber(double number) {
+  if (!std::isfinite(number)) return "null";
+  char text[400];
+  std::snprintf(text, sizeof text, "%.6f", number);
+  std::string shortest = text;
+  shortest.erase(shortest.find_last_not_of('0') + 1);
+  if (shortest.ends_with('.')) shortest.pop_back();
+  return shortest;
+}
+
+JsonObject& JsonObject::Add(const char* name, const std::string& json) {
+  m_text += std::string(m_text.empty() ? "{" : ",") + "\"" + name + "\":" + json;
+  return *this;
+}
+
+}  // namespace kt
