@@ -4,8 +4,6 @@
 #include <iterator>
 #include <string_view>
 
-#include "tools/terminal/failure.h"
-
 namespace kt {
 
 std::vector<AdaptedTrack> AdaptedTracks(CMp4File& file) {
@@ -35,15 +33,6 @@ std::vector<std::string> NoteTexts(const AdaptedTrack& track, u32 wanted) {
     if (note == ADAPT_FURTHER_EDITS) texts.back() += " (" + std::to_string(track.furtherEdits) + " more)";
   }
   return texts;
-}
-
-std::string CodeText(u32 code) {
-  std::string text;
-  for (const u32 shift : {24U, 16U, 8U, 0U}) {
-    const char letter = static_cast<char>(code >> shift & 0xFF);
-    text += static_cast<unsigned char>(letter) < 0x80 ? OneLine(std::string(1, letter)) : ByteInHex(letter);
-  }
-  return text;
 }
 
 std::string CodingName(const std::string& code) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <ktmp4/adapting_file.h>
+#include "tools/terminal/shown_text.h"
 
 namespace kt {
 
@@ -19,8 +20,6 @@ std::vector<std::string> NoteTexts(const AdaptedTrack& track, u32 wanted = ~u32{
 /// The notes that speak of what sets a decoder up, and not of samples and times.
 inline constexpr u32 kNotesOfEntries = ADAPT_ENTRY_BOXES | ADAPT_NO_DECODER_SET_UP | ADAPT_ENTRY_REPLACED;
 
-/// The four characters of a code; what is no letter, digit or sign of ASCII by its number.
-std::string CodeText(u32 code);
 /// What a well-known sample entry code stands for; empty for any other.
 std::string CodingName(const std::string& code);
 

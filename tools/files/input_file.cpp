@@ -1,30 +1,18 @@
 #include "tools/files/input_file.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "tools/diagnosis/diagnosis.h"
 #include "tools/terminal/failure.h"
 
 namespace kt {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Whether the first box is one that files of this format begin with (ISO/IEC 14496-12, and QuickTime).
-bool BeginsLikeMp4(const std::string& name) {
-  static constexpr std::string_view kFirstCodes[] = {"ftyp", "moov", "mdat", "free", "skip",
-                                                     "wide", "uuid", "udta", "styp", "pnot"};
-  char head[8] = {};
-  std::ifstream(name, std::ios::binary).read(head, sizeof head);
-  return std::ranges::find(kFirstCodes, std::string_view(head + 4, 4)) != std::end(kFirstCodes);
-}
 
 // What the system has to say about a file that could not be read; empty when it finds nothing wrong with it.
 std::string SystemReason(const std::string& name) {
@@ -54,22 +42,13 @@ std::string SystemReason(const std::string& name) {
   return {};
 }
 
-// What is wrong with a file that was refused, for a person; of a file one knows more than the general
+// What is wrong with a file that was refused, for a person: where there is more to say than the general
 // sentence.
 std::string OpenReason(const std::string& name, Mp4Result result) {
-  struct ReasonRow {
-    Mp4Result result;
-    const char* text;
-  };
-  static constexpr ReasonRow kReasons[] = {
-      {MP4_FILE_IO, "the file ends inside a box: it is cut short"},
-      {MP4_NOT_FOUND, "there is no \"moov\" box in it: it is unfinished"},
-      {MP4_CORRUPT, "the sizes of the boxes contradict each other, or the file is cut short"},
-  };
-  const auto* const row = std::ranges::find(kReasons, result, &ReasonRow::result);
-  if (row == std::end(kReasons)) return Mp4ResultText(result);
+  if (result == MP4_NO_MEMORY) return Mp4ResultText(result);
   if (std::string reason = SystemReason(name); !reason.empty()) return reason;
-  return BeginsLikeMp4(name) ? row->text : "it does not begin like an MP4 file";
+  const auto diagnosis = Diagnose(name);
+  return diagnosis ? diagnosis->Text() : Mp4ResultText(result);
 }
 
 }  // namespace

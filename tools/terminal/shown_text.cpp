@@ -67,6 +67,15 @@ std::string OneLine(std::string_view text) {
   return line;
 }
 
+std::string CodeText(u32 code) {
+  std::string text;
+  for (const u32 shift : {24U, 16U, 8U, 0U}) {
+    const char letter = static_cast<char>(code >> shift & 0xFF);
+    text += static_cast<unsigned char>(letter) < 0x80 ? OneLine(std::string(1, letter)) : ByteInHex(letter);
+  }
+  return text;
+}
+
 std::string Quoted(std::string_view name) {
   return "\"" + OneLine(name) + "\"";
 }

@@ -1,0 +1,41 @@
+#include "tools/diagnosis/file_bytes.h"
+
+#include <algorithm>
+
+namespace kt {
+namespace {
+
+constexpr u64 kLongestPiece = 0x10000;
+// Boxes lie far apart where there is media data between them.
+constexpr u64 kShortestPiece = 0x400;
+
+}  // namespace
+
+u64 BigEndian(ByteView bytes, u64 offset, u32 width) {
+  if (offset > bytes.size() || bytes.size() - offset < width) return 0;
+  u64 number = 0;
+  for (const u8 byte : bytes.subspan(static_cast<std::size_t>(offset), width)) number = number << 8 | byte;
+  return number;
+}
+
+FileBytes::FileBytes(const std::string& name) : m_stream(name, std::ios::binary | std::ios::ate) {
+  const std::streamoff size = m_stream ? static_cast<std::streamoff>(m_stream.tellg()) : 0;
+  m_size = size > 0 ? static_cast<u64>(size) : 0;
+}
+
+ByteView FileBytes::At(u64 position, u64 wanted) {
+  if (position >= m_size) return {};
+  const u64 size = std::min({wanted, m_size - position, kLongestPiece});
+  if (position < m_begin || position + size > m_begin + m_piece.size()) {
+    m_begin = position;
+    m_piece.resize(static_cast<std::size_t>(std::max(size, std::min(kShortestPiece, m_size - position))));
+    m_stream.clear();
+    m_stream.seekg(static_cast<std::streamoff>(position));
+    m_stream.read(reinterpret_cast<char*>(m_piece.data()), static_cast<std::streamsize>(m_piece.size()));
+    m_piece.resize(static_cast<std::size_t>(m_stream.gcount()));
+  }
+  const ByteView from = ByteView(m_piece).subspan(static_cast<std::size_t>(position - m_begin));
+  return from.first(std::min(from.size(), static_cast<std::size_t>(size)));
+}
+
+}  // namespace kt
