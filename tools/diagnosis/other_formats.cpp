@@ -9,7 +9,7 @@
 namespace kt {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 struct FormatRow {
   std::size_t offset;
