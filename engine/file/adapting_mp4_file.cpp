@@ -18,6 +18,13 @@ Mp4Result CreateAdaptingMp4File(CMp4File** file) {
   return *file != nullptr ? MP4_OK : MP4_NO_MEMORY;
 }
 
+Mp4Result CreateAdaptingMp4FileOver(const void* bytes, std::size_t size, CMp4File** file) {
+  *file = nullptr;
+  if (bytes == nullptr && size > 0) return MP4_BAD_ARGUMENT;
+  *file = new (std::nothrow) CAdaptingMp4File(std::span(static_cast<const u8*>(bytes), size));
+  return *file != nullptr ? MP4_OK : MP4_NO_MEMORY;
+}
+
 // A file that cannot be adapted is read as it stands, and so is one whose image is refused.
 Mp4Result CAdaptingMp4File::Open(const char* fileName, u32 mode, u32 fileType) {
   if (!IsOpenToRead()) m_adapted.reset();  // what was told of an earlier file

@@ -11,6 +11,8 @@ namespace kt {
 /// The file object that reads its tree from the image of an adapted file, and all else as its base does.
 class CAdaptingMp4File final : public CMp4FileImpl {
  public:
+  using CMp4FileImpl::CMp4FileImpl;
+
   Mp4Result Open(const char* fileName, u32 mode, u32 fileType) override;
   /// What adapting told; null unless a file is open that was adapted. Borrowed.
   const CAdaptedFile* Adapted() const { return IsOpenToRead() ? m_adapted.get() : nullptr; }

@@ -20,6 +20,13 @@ Mp4Result CreateMp4File(CMp4File** file) {
   return *file != nullptr ? MP4_OK : MP4_NO_MEMORY;
 }
 
+Mp4Result CreateMp4FileOver(const void* bytes, std::size_t size, CMp4File** file) {
+  *file = nullptr;
+  if (bytes == nullptr && size > 0) return MP4_BAD_ARGUMENT;
+  *file = new (std::nothrow) CMp4FileImpl(std::span(static_cast<const u8*>(bytes), size));
+  return *file != nullptr ? MP4_OK : MP4_NO_MEMORY;
+}
+
 CMp4FileImpl::~CMp4FileImpl() {
   ReleaseTree();
 }
@@ -37,6 +44,7 @@ Mp4Result CMp4FileImpl::Open(const char* fileName, u32 mode, u32 fileType) {
 }
 
 Mp4Result CMp4FileImpl::TakeArguments(const char* fileName, u32 mode, u32 fileType) {
+  if (m_memory) fileName = "";
   if (fileName == nullptr) return MP4_BAD_ARGUMENT;
   const std::size_t nameSize = std::strlen(fileName) + 1;
   m_fileName.reset(new (std::nothrow) char[nameSize]);
@@ -45,7 +53,7 @@ Mp4Result CMp4FileImpl::TakeArguments(const char* fileName, u32 mode, u32 fileTy
   if (Tracing()) std::printf("CMp4FileImpl::Open >> Filename %s is OK\n", m_fileName.get());
 
   constexpr const char* kModes[] = {"READ", "WRITE"};
-  if (mode > MP4_MODE_WRITE) return MP4_BAD_ARGUMENT;
+  if (mode > MP4_MODE_WRITE || (m_memory && mode != MP4_MODE_READ)) return MP4_BAD_ARGUMENT;
   m_mode = mode;
   if (Tracing()) std::printf("CMp4FileImpl::Open >> Filemode %s is OK\n", kModes[mode]);
 
@@ -60,7 +68,7 @@ Mp4Result CMp4FileImpl::OpenStorage() {
   // The tree of a failed `Open` borrows its storage, so both stay until there is another.
   std::unique_ptr<CStorage> storage(new (std::nothrow) CStorage);
   if (!storage) return MP4_NO_MEMORY;
-  KT_TRY(storage->Open(m_fileName.get(), m_mode));
+  KT_TRY(m_memory ? storage->OpenOver(*m_memory) : storage->Open(m_fileName.get(), m_mode));
   if (Tracing()) std::printf("CMp4FileImpl::Open >> Storage opened successfully\n");
   ReleaseTree();
   m_storage = std::move(storage);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "engine/box/box_list.h"
@@ -21,6 +22,8 @@ class CTrackReferenceBox;
 class CMp4FileImpl : public CHintTrackHost {
  public:
   CMp4FileImpl() = default;
+  /// Over bytes in memory, which are borrowed.
+  explicit CMp4FileImpl(std::span<const u8> bytes) : m_memory(bytes) {}
   ~CMp4FileImpl() override;
 
   Mp4Result Open(const char* fileName, u32 mode, u32 fileType) override;
@@ -91,6 +94,7 @@ class CMp4FileImpl : public CHintTrackHost {
 
   bool Tracing() const { return m_traceLevel != 0; }
 
+  std::optional<std::span<const u8>> m_memory;  // read in place of a file
   std::unique_ptr<CStorage> m_storage;
   std::unique_ptr<char[]> m_fileName;
   u32 m_isOpen = 0;

@@ -110,13 +110,11 @@ std::size_t WriteFullyAt(int handle, const u8* buffer, std::size_t count, u64 po
 }  // namespace
 
 CFileStream::~CFileStream() {
-  if (IsOpen()) CloseHandle(m_handle);
+  if (IsOpen() && m_handle != kMemory) CloseHandle(m_handle);
 }
 
 bool CFileStream::Open(const char* path, bool toWrite) {
-  if (IsOpen() || path == nullptr) return false;
-  if (!m_buffer) m_buffer.reset(new (std::nothrow) u8[kBufferSize]);
-  if (!m_buffer) return false;
+  if (IsOpen() || path == nullptr || !TakeBuffer()) return false;
   const int handle = OpenHandle(path, toWrite);
   if (handle < 0) return false;
   FileStatus status;
@@ -124,6 +122,23 @@ bool CFileStream::Open(const char* path, bool toWrite) {
     CloseHandle(handle);
     return false;
   }
+  Begin(handle, toWrite);
+  return true;
+}
+
+bool CFileStream::OpenOver(std::span<const u8> bytes) {
+  if (IsOpen() || !TakeBuffer()) return false;
+  m_memory = bytes;
+  Begin(kMemory, false);
+  return true;
+}
+
+bool CFileStream::TakeBuffer() {
+  if (!m_buffer) m_buffer.reset(new (std::nothrow) u8[kBufferSize]);
+  return m_buffer != nullptr;
+}
+
+void CFileStream::Begin(int handle, bool toWrite) {
   m_handle = handle;
   m_writing = toWrite;
   m_eof = false;
@@ -133,7 +148,6 @@ bool CFileStream::Open(const char* path, bool toWrite) {
   m_filled = 0;
   m_cursor = 0;
   if (toWrite) GatherFrom(0);
-  return true;
 }
 
 // Empties the buffer for bytes that go to a position. It is full at a multiple of its size: the system takes
@@ -157,7 +171,7 @@ bool CFileStream::Flush() {
 
 bool CFileStream::Close() {
   if (!IsOpen()) return false;
-  const bool closed = CloseHandle(m_handle) == 0;
+  const bool closed = m_handle == kMemory || CloseHandle(m_handle) == 0;
   m_handle = kNoHandle;
   m_writing = false;
   m_eof = false;
@@ -170,6 +184,7 @@ bool CFileStream::Close() {
 
 // Reads until `count` bytes, the end of the file or a failure; answers the bytes that arrived.
 std::size_t CFileStream::ReadFully(u8* buffer, std::size_t count, u64 position) {
+  if (m_handle == kMemory) return CopyFromMemory(buffer, count, position);
   std::size_t done = 0;
   while (done < count && position + done <= kLastPosition) {
     const i64 got =
@@ -180,6 +195,15 @@ std::size_t CFileStream::ReadFully(u8* buffer, std::size_t count, u64 position) 
     done += static_cast<std::size_t>(got);
   }
   return done;
+}
+
+std::size_t CFileStream::CopyFromMemory(u8* buffer, std::size_t count, u64 position) {
+  const std::size_t left =
+      position < m_memory.size() ? m_memory.size() - static_cast<std::size_t>(position) : 0;
+  const std::size_t taken = std::min(count, left);
+  if (taken > 0) std::memcpy(buffer, m_memory.data() + position, taken);
+  m_atEnd = taken < count;
+  return taken;
 }
 
 bool CFileStream::FillBuffer(u64 ahead) {
@@ -285,6 +309,10 @@ bool CFileStream::ResumeAt(u64 position) {
 }
 
 bool CFileStream::Length(u64* length) const {
+  if (m_handle == kMemory) {
+    *length = m_memory.size();
+    return true;
+  }
   FileStatus status;
   if (!IsOpen() || !StatusOf(m_handle, &status) || status.st_size < 0) return false;
   *length = static_cast<u64>(status.st_size);

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include <ktmp4/types.h>
 
 namespace kt {
 
-/// A buffered stream of bytes on one regular file, with 64-bit positions.
+/// A buffered stream of bytes on one regular file, or on bytes in memory as on a file of them, with 64-bit
+/// positions.
 ///
 /// It behaves like a C stream: a read that runs into the end of the file sets the end-of-file indicator,
 /// which stops further reads until a seek clears it. Reads and writes of a few bytes are served from a buffer
@@ -26,6 +28,8 @@ class CFileStream {
   /// Opens an existing file to read, or creates or truncates one to write. Anything but a regular file is
   /// refused, without waiting on it. `path` is in the system's 8-bit encoding.
   bool Open(const char* path, bool toWrite);
+  /// Opens bytes in memory to read; they are borrowed until the stream is closed.
+  bool OpenOver(std::span<const u8> bytes);
   bool IsOpen() const { return m_handle != kNoHandle; }
   bool IsEof() const { return m_eof; }
 
@@ -90,17 +94,22 @@ class CFileStream {
 
  private:
   static constexpr int kNoHandle = -1;
+  static constexpr int kMemory = -2;
   static constexpr u32 kBufferSize = 64 * 1024;
 
   // How the stream has come to where the next read of the file begins.
   enum class CMove : u8 { kOn, kAhead, kBack, kFar };
 
+  bool TakeBuffer();
+  void Begin(int handle, bool toWrite);
   void GatherFrom(u64 position);
   CMove MoveTo(u64 position) const;
   bool FillBuffer(u64 ahead);
   std::size_t ReadFully(u8* buffer, std::size_t count, u64 position);
+  std::size_t CopyFromMemory(u8* buffer, std::size_t count, u64 position);
 
   int m_handle = kNoHandle;
+  std::span<const u8> m_memory;  // what stands in for the file
   bool m_writing = false;
   bool m_eof = false;
   bool m_atEnd = false;    // the last transfer from the file met its end and no failure

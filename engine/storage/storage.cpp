@@ -46,6 +46,13 @@ Mp4Result CStorage::Open(const char* path, u32 mode) {
   return GetSize(&m_knownSize);
 }
 
+Mp4Result CStorage::OpenOver(std::span<const u8> bytes) {
+  if (m_readOpen || m_writeOpen) return MP4_NOT_FOUND;
+  if (!m_stream.OpenOver(bytes)) return MP4_FILE_IO;
+  m_readOpen = 1;
+  return GetSize(&m_knownSize);
+}
+
 Mp4Result CStorage::Close() {
   if (!m_readOpen && !m_writeOpen) return MP4_NOT_FOUND;
   if (!m_stream.IsOpen() || !m_stream.Flush() || !m_stream.Close()) return MP4_FILE_IO;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <span>
+
 #include <ktmp4/result.h>
 #include "engine/storage/file_stream.h"
 
@@ -89,6 +91,8 @@ class CStorage {
   /// `mode` 0 opens an existing file to read, 1 creates or truncates one to write. MP4_NOT_FOUND when already
   /// open, MP4_BAD_ARGUMENT for another mode, MP4_FILE_IO when the file is no regular file or does not open.
   Mp4Result Open(const char* path, u32 mode);
+  /// Opens bytes in memory to read, with the results of a file of them; borrowed until `Close`.
+  Mp4Result OpenOver(std::span<const u8> bytes);
   /// Flushes and closes. MP4_NOT_FOUND when not open. After a failed flush all stays as it was, and `Close`
   /// may be tried again; after a failed close the handle is gone and every call answers MP4_FILE_IO.
   Mp4Result Close();

@@ -4,6 +4,7 @@
 
 #include "boxes/containers/media_box.h"
 #include "boxes/containers/track_box.h"
+#include "boxes/entries/sample_description_box.h"
 #include "boxes/headers/media_header_box.h"
 #include "boxes/headers/track_header_box.h"
 #include "engine/box/child_boxes.h"
@@ -34,6 +35,16 @@ Mp4Result FindTrackHeader(CMp4Track* track, CTrackHeaderBox** header) {
 }
 
 }  // namespace
+
+Mp4Result GetTrackCoding(CMp4Track* track, u32 entryIndex, u32* code) {
+  if (track == nullptr || code == nullptr) return MP4_BAD_ARGUMENT;
+  *code = 0;
+  CSampleDescriptionBox* const description = Implementation(track)->GetSampleDescriptionBox();
+  if (description == nullptr) return MP4_NOT_READY;
+  CBox* entry = nullptr;
+  KT_TRY(description->GetSampleEntry(entryIndex, &entry));
+  return entry->GetType(code);
+}
 
 Mp4Result GetTrackLanguage(CMp4Track* track, char language[4]) {
   CMediaHeaderBox* header = nullptr;

@@ -16,7 +16,9 @@ namespace kt {
 /// beyond the end of the file fails when it is read.
 ///
 /// The caller owns `*file`. MP4_NO_MEMORY, with `*file` null.
-Mp4Result CreateAdaptingMp4File(CMp4File** file);
+KT_API Mp4Result CreateAdaptingMp4File(CMp4File** file);
+/// The same over a whole file in memory; with `bytes`, `size` and results as `CreateMp4FileOver` has them.
+KT_API Mp4Result CreateAdaptingMp4FileOver(const void* bytes, std::size_t size, CMp4File** file);
 
 /// What adapting did to a track that its user may want to know; one bit each.
 enum AdaptNote : u32 {
@@ -41,39 +43,40 @@ enum AdaptNote : u32 {
 };
 
 /// One clause for a person to read, as in "track 2 is left out: its tables contradict each other".
-const char* AdaptNoteText(AdaptNote note);
+KT_API const char* AdaptNoteText(AdaptNote note);
 
 /// What became of a track of an adapted file.
 struct AdaptedTrack {
-  u32 trackId = 0;
-  u32 positionInFile = 0;  // among the tracks of the file, from 1
-  u32 position = 0;        // the index for `CMp4File::OpenTrack`; 0 for a track that was left out
-  u32 notes = 0;           // of AdaptNote
-  u32 furtherEdits = 0;    // that do not act
+  u32 trackId = 0;         ///< As the file has it.
+  u32 positionInFile = 0;  ///< Among the tracks of the file, from 1.
+  u32 position = 0;        ///< The index for `CMp4File::OpenTrack`; 0 for a track that was left out.
+  u32 notes = 0;           ///< Of `AdaptNote`.
+  u32 furtherEdits = 0;    ///< How many edits do not act.
 };
 
 /// What a sample entry of an adapted file says, as it stands in the file. ISO/IEC 14496-12, 8.5.2.
 struct AdaptedEntry {
-  u32 position = 0;  // of its track, the index for `CMp4File::OpenTrack`
-  u32 index = 0;     // among the entries of the track, from 1
-  u32 code = 0;      // four characters
-  u32 width = 0;     // of a picture, else 0
-  u32 height = 0;
-  u32 channels = 0;  // of sound, else 0
-  u32 sampleRate = 0;
+  u32 position = 0;    ///< Of its track, the index for `CMp4File::OpenTrack`.
+  u32 index = 0;       ///< Among the entries of the track, from 1.
+  u32 code = 0;        ///< Four characters, as `FourCc` has them.
+  u32 width = 0;       ///< Pixels of a picture, else 0.
+  u32 height = 0;      ///< Pixels of a picture, else 0.
+  u32 channels = 0;    ///< Of sound, else 0.
+  u32 sampleRate = 0;  ///< Samples of sound per second, else 0.
   /// What stands behind the fields: the boxes that set a decoder up ("avcC", "dOps", ...), with their
   /// headers. Borrowed; good until the file is closed.
   const u8* boxes = nullptr;
-  u32 boxesSize = 0;  // in bytes
+  u32 boxesSize = 0;  ///< Bytes of `boxes`.
 };
 
-/// How many tracks the file has, those included that were left out. All three answer MP4_NOT_FOUND unless the
-/// file is open, was made by `CreateAdaptingMp4File`, and has been adapted; MP4_BAD_ARGUMENT for null.
-Mp4Result GetAdaptedTrackCount(CMp4File* file, u32* count);
+/// How many tracks the file has, those included that were left out. This and the next two answer
+/// MP4_NOT_FOUND unless the file is open, was made by `CreateAdaptingMp4File`, and has been adapted;
+/// MP4_BAD_ARGUMENT for null.
+KT_API Mp4Result GetAdaptedTrackCount(CMp4File* file, u32* count);
 /// Tells of a track by its position in the file, from 1. MP4_NOT_FOUND beyond the last, MP4_ZERO_INDEX for 0.
-Mp4Result GetAdaptedTrack(CMp4File* file, u32 positionInFile, AdaptedTrack* track);
+KT_API Mp4Result GetAdaptedTrack(CMp4File* file, u32 positionInFile, AdaptedTrack* track);
 /// Tells of a sample entry; track and entry count from 1. MP4_NOT_FOUND for one that is not there,
 /// MP4_ZERO_INDEX.
-Mp4Result GetAdaptedEntry(CMp4File* file, u32 trackIndex, u32 entryIndex, AdaptedEntry* entry);
+KT_API Mp4Result GetAdaptedEntry(CMp4File* file, u32 trackIndex, u32 entryIndex, AdaptedEntry* entry);
 
 }  // namespace kt

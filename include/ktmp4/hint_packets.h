@@ -6,12 +6,12 @@ namespace kt {
 
 /// What a hint sample says of the header of an RTP packet. RFC 3550, 5.1.
 struct RtpHeader {
-  u32 padding = 0;  // this and the other flags are 0 or 1
-  u32 extension = 0;
-  u32 marker = 0;
-  u8 payloadType = 0;
-  u16 sequenceNumber = 0;
-  i32 relativeTime = 0;  // of sending, in ticks of the RTP clock behind the time of the hint sample
+  u32 padding = 0;         ///< The P bit, 0 or 1.
+  u32 extension = 0;       ///< The X bit, 0 or 1.
+  u32 marker = 0;          ///< The M bit, 0 or 1.
+  u8 payloadType = 0;      ///< PT, from 0 to 127.
+  u16 sequenceNumber = 0;  ///< A server adds its offset, modulo 2^16.
+  i32 relativeTime = 0;    ///< Of sending, in ticks of the RTP clock behind the time of the hint sample.
 };
 
 /// What one instruction for the payload of a packet does. ISO/IEC 14496-12, 9.1.3.2.
@@ -27,6 +27,7 @@ struct RtpPiece {
   /// `trackReference` of a piece that comes from the hint track's own samples.
   static constexpr u8 kHintTrack = 0xFF;
 
+  /// Where the bytes come from.
   RtpConstructorType type = RTP_CONSTRUCTOR_NO_OP;
   /// IMMEDIATE: the bytes themselves, at most 14 of them, within the hint sample.
   const u8* bytes = nullptr;
@@ -59,10 +60,10 @@ class CHintPackets {
 
   /// Passes over what is left of the packet before. MP4_CORRUPT when the sample ends before the packet's
   /// header or its list of extra information does.
-  Mp4Result NextPacket(RtpHeader* header);
+  KT_API Mp4Result NextPacket(RtpHeader* header);
   /// The next piece of the packet that `NextPacket` told of. MP4_CORRUPT when the sample ends before the
   /// piece, MP4_BAD_VALUE for an instruction that is not known, behind which the next one can be had.
-  Mp4Result NextPiece(RtpPiece* piece);
+  KT_API Mp4Result NextPiece(RtpPiece* piece);
 
  private:
   bool Take(u32 size, const u8** bytes);

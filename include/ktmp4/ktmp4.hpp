@@ -21,6 +21,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <ranges>
 #include <span>
 #include <string>
 #include <system_error>
@@ -43,9 +44,11 @@ using kt::Mp4Result;
 /// What `Result::value` throws when there is none.
 class Error : public std::runtime_error {
  public:
+  /// Its text is the result's name and sentence.
   explicit Error(Mp4Result result)
       : std::runtime_error(std::string(kt::Mp4ResultName(result)) + ": " + kt::Mp4ResultText(result)),
         m_result(result) {}
+  /// The result that there was in place of a value.
   Mp4Result Code() const { return m_result; }
 
  private:
@@ -69,22 +72,32 @@ namespace detail {
 template <class T>
 class [[nodiscard]] Result {
  public:
-  using value_type = T;
+  using value_type = T;  ///< As `std::expected` calls it.
+  /// For a success.
   Result(T value) : m_value(std::move(value)) {}
   /// For a failure: with MP4_OK there is still no value.
   Result(Mp4Result error) : m_error(error) {}
 
+  /// Whether there is a value.
   bool has_value() const { return m_value.has_value(); }
+  /// The same.
   explicit operator bool() const { return has_value(); }
   /// MP4_OK with a value.
   Mp4Result error() const { return m_error; }
+  /// @{
+  /// The value; without one `Error` is thrown, or the program ends where exceptions are off.
   T& value() & { return Checked(), *m_value; }
   const T& value() const& { return Checked(), *m_value; }
   T value() && { return Checked(), std::move(*m_value); }
+  /// @}
+  /// @{
+  /// The value, which has to be there.
   T& operator*() { return *m_value; }
   const T& operator*() const { return *m_value; }
   T* operator->() { return &*m_value; }
   const T* operator->() const { return &*m_value; }
+  /// @}
+  /// The value, or another one where there is none.
   template <class Other>
   T value_or(Other&& other) const {
     return m_value.value_or(std::forward<Other>(other));
@@ -103,12 +116,17 @@ class [[nodiscard]] Result {
 template <>
 class [[nodiscard]] Result<void> {
  public:
-  using value_type = void;
+  using value_type = void;  ///< As `std::expected` calls it.
   Result() = default;
+  /// MP4_OK is success.
   Result(Mp4Result error) : m_error(error) {}
+  /// Whether it went well.
   bool has_value() const { return m_error == kt::MP4_OK; }
+  /// The same.
   explicit operator bool() const { return has_value(); }
+  /// MP4_OK for a success.
   Mp4Result error() const { return m_error; }
+  /// Throws `Error` for a failure, or ends the program where exceptions are off.
   void value() const {
     if (!has_value()) detail::Fail(m_error);
   }
@@ -119,8 +137,8 @@ class [[nodiscard]] Result<void> {
 
 /// A time or a length in ticks of a track.
 struct Ticks {
-  kt::u64 count = 0;
-  kt::u32 scale = 1;  // ticks per second
+  kt::u64 count = 0;  ///< How many.
+  kt::u32 scale = 1;  ///< Ticks per second.
 
   /// Rounded down; the largest there is where it does not fit, and for a scale of 0.
   constexpr std::chrono::nanoseconds Nanoseconds() const {
@@ -130,6 +148,7 @@ struct Ticks {
     const kt::u64 whole = count / scale * kPerSecond + count % scale * kPerSecond / scale;
     return std::chrono::nanoseconds(static_cast<std::chrono::nanoseconds::rep>(whole));
   }
+  /// As near as a `double` comes; no number for a scale of 0.
   constexpr double Seconds() const { return static_cast<double>(count) / scale; }
   /// The ticks that a time takes, rounded down; none of a time below 0.
   static constexpr Ticks From(std::chrono::nanoseconds time, kt::u32 scale) {
@@ -137,6 +156,7 @@ struct Ticks {
     const auto whole = static_cast<kt::u64>(std::max(time, std::chrono::nanoseconds(0)).count());
     return {whole / kPerSecond * scale + whole % kPerSecond * scale / kPerSecond, scale};
   }
+  /// The same number of the same ticks.
   bool operator==(const Ticks&) const = default;
 };
 
@@ -145,10 +165,13 @@ class Track;
 /// One sample of a track, by its number; nothing is read before it is asked for. Good as long as its track.
 class Sample {
  public:
+  /// In its track, from 1 on.
   kt::u32 Number() const { return m_number; }
-  /// Bytes.
+  /// In bytes. The results of `CMp4Track::GetSampleSize`.
   Result<kt::u32> Size() const { return Ask<kt::u32>(&kt::CMp4Track::GetSampleSize); }
+  /// The results of `CMp4Track::GetSampleDecodingTime`.
   Result<Ticks> DecodingTime() const { return AskTime(&kt::CMp4Track::GetSampleDecodingTime); }
+  /// The results of `CMp4Track::GetSampleCompositionTime`.
   Result<Ticks> CompositionTime() const { return AskTime(&kt::CMp4Track::GetSampleCompositionTime); }
   /// Whether a search for a sync sample at the sample's own composition time finds it.
   Result<bool> IsSync() const {
@@ -205,6 +228,7 @@ class Sample {
 /// The samples of a track in decoding order, made as they are asked for. Good as long as the track.
 class SampleRange {
  public:
+  /// A place in the range, by which samples are had at random.
   class iterator {
    public:
     using value_type = Sample;
@@ -239,11 +263,11 @@ class SampleRange {
     difference_type m_index = 0;
   };
 
-  iterator begin() const { return {m_track, 0}; }
-  iterator end() const { return {m_track, m_count}; }
-  std::size_t size() const { return m_count; }
-  bool empty() const { return m_count == 0; }
-  Sample operator[](kt::u32 index) const;
+  iterator begin() const { return {m_track, 0}; }      ///< At the first sample.
+  iterator end() const { return {m_track, m_count}; }  ///< Behind the last one.
+  std::size_t size() const { return m_count; }         ///< How many samples.
+  bool empty() const { return m_count == 0; }          ///< Whether there is none.
+  Sample operator[](kt::u32 index) const;  ///< By its place from 0 on, which is its number less 1.
 
  private:
   friend class Track;
@@ -255,16 +279,27 @@ class SampleRange {
 /// A track that is read. It may outlive its movie and answers MP4_NOT_READY then.
 class Track {
  public:
+  /// The object behind it, borrowed.
   kt::CMp4Track& Get() const { return *m_track; }
   /// An `Mp4TrackKind`.
   kt::u32 Kind() const { return m_kind; }
   /// Ticks per second.
   kt::u32 TimeScale() const { return m_timeScale; }
+  /// How many samples it has.
   kt::u32 SampleCount() const { return m_sampleCount; }
+  /// The number by which the file knows it, which is no index.
   Result<kt::u32> Id() const { return Ask(&kt::CMp4Track::GetTrackId); }
   /// An `Mp4SampleFormat`; MP4_NOT_FOUND for a coding that is none.
   Result<kt::u32> Format() const { return Ask(&kt::CMp4Track::GetSampleFormat); }
+  /// The four characters of the coding of a sample entry, counted from 1, as `kt::FourCc` has them.
+  Result<kt::u32> Coding(kt::u32 entry = 1) const {
+    kt::u32 code = 0;
+    if (const Mp4Result result = kt::GetTrackCoding(m_track.get(), entry, &code)) return result;
+    return code;
+  }
+  /// Channels of sound. MP4_NOT_FOUND as for `Format`.
   Result<kt::u16> ChannelCount() const { return Ask(&kt::CMp4Track::GetChannelCount); }
+  /// Samples of sound per second. MP4_NOT_FOUND as for `Format`.
   Result<kt::u32> SampleRate() const { return Ask(&kt::CMp4Track::GetSampleRate); }
   /// Width and height of the coded picture in pixels.
   Result<std::pair<kt::u16, kt::u16>> VideoSize() const {
@@ -298,6 +333,7 @@ class Track {
   ktmp4::Sample Sample(kt::u32 number) const {
     return ktmp4::Sample(m_track.get(), number, m_timeScale, m_fileSize);
   }
+  /// All samples in decoding order.
   SampleRange Samples() const { return {this, m_sampleCount}; }
   /// The last sync sample that is shown at or before a time.
   Result<ktmp4::Sample> FindSync(std::chrono::nanoseconds time) const {
@@ -329,6 +365,18 @@ class Track {
   kt::u32 m_sampleCount = 0;
 };
 
+}  // namespace ktmp4
+
+/// @cond
+// It borrows its track, and so it goes on through the views of <ranges> as one of them does.
+template <>
+inline constexpr bool std::ranges::enable_view<ktmp4::SampleRange> = true;
+template <>
+inline constexpr bool std::ranges::enable_borrowed_range<ktmp4::SampleRange> = true;
+/// @endcond
+
+namespace ktmp4 {
+
 inline Sample SampleRange::iterator::operator*() const {
   return m_track->Sample(static_cast<kt::u32>(m_index + 1));
 }
@@ -339,6 +387,7 @@ inline Sample SampleRange::operator[](kt::u32 index) const {
 /// A hint track that is read: what a sender of RTP needs beside the samples of the track (hint_packets.h).
 class HintTrack {
  public:
+  /// The object behind it, borrowed.
   kt::CMp4HintTrack& Get() const { return *m_track; }
   /// The session description of the track.
   Result<std::string> SessionText() const {
@@ -372,19 +421,25 @@ class Movie {
  public:
   /// `name` is in the system's 8-bit encoding. The results of `CMp4File::Open`.
   static Result<Movie> Open(const std::string& name, Reading reading = Reading::Strict) {
-    kt::CMp4File* made = nullptr;
-    const bool adapts = reading == Reading::Adapting;
-    const Mp4Result creation = adapts ? kt::CreateAdaptingMp4File(&made) : kt::CreateMp4File(&made);
-    Movie movie(made);
-    if (creation != kt::MP4_OK) return creation;
-    const Mp4Result opening = made->Open(name.c_str(), kt::MP4_MODE_READ, kt::MP4_TYPE_MP4);
-    if (opening != kt::MP4_OK) return opening;
+    const auto create = reading == Reading::Adapting ? kt::CreateAdaptingMp4File : kt::CreateMp4File;
+    Result<Movie> movie = OpenMade(create, name.c_str());
     std::error_code unknown;  // the size is then the largest there is
-    movie.m_fileSize = std::filesystem::file_size(name, unknown);
+    if (movie) movie->m_fileSize = std::filesystem::file_size(name, unknown);
+    return movie;
+  }
+  /// A whole file in memory, with the results of that file. The bytes are borrowed: they have to outlive the
+  /// movie, unchanged.
+  static Result<Movie> OpenMemory(std::span<const kt::u8> bytes, Reading reading = Reading::Strict) {
+    const auto create = reading == Reading::Adapting ? kt::CreateAdaptingMp4FileOver : kt::CreateMp4FileOver;
+    Result<Movie> movie =
+        OpenMade([&](kt::CMp4File** made) { return create(bytes.data(), bytes.size(), made); }, nullptr);
+    if (movie) movie->m_fileSize = bytes.size();
     return movie;
   }
 
+  /// The object behind it, borrowed.
   kt::CMp4File& Get() const { return *m_file; }
+  /// How many tracks it has, of all kinds.
   kt::u32 TrackCount() const {
     kt::u32 count = 0;
     static_cast<void>(m_file->GetTrackCount(&count));
@@ -415,26 +470,40 @@ class Movie {
 
  private:
   explicit Movie(kt::CMp4File* file) : m_file(file) {}
+  template <class Create>
+  static Result<Movie> OpenMade(const Create& create, const char* name) {
+    kt::CMp4File* made = nullptr;
+    const Mp4Result creation = create(&made);
+    Movie movie(made);
+    if (creation != kt::MP4_OK) return creation;
+    const Mp4Result opening = made->Open(name, kt::MP4_MODE_READ, kt::MP4_TYPE_MP4);
+    if (opening != kt::MP4_OK) return opening;
+    return movie;
+  }
   std::unique_ptr<kt::CMp4File> m_file;
   kt::u64 m_fileSize = 0;
 };
 
+/// What pictures are, for `Writer::AddVideo`.
 struct VideoFormat {
-  kt::u32 width = 0, height = 0;  // pixels
-  std::span<const kt::u8> setUp;  // for the decoder
-  kt::u32 timeScale = 90'000;     // ticks per second
-  kt::u32 format = kt::MP4_FORMAT_MP4V;
+  kt::u32 width = 0;                     ///< Pixels.
+  kt::u32 height = 0;                    ///< Pixels.
+  std::span<const kt::u8> setUp;         ///< For the decoder; it is copied.
+  kt::u32 timeScale = 90'000;            ///< Ticks per second.
+  kt::u32 format = kt::MP4_FORMAT_MP4V;  ///< An `Mp4SampleFormat` of pictures.
 };
 
+/// What sound is, for `Writer::AddAudio`.
 struct AudioFormat {
-  kt::u32 sampleRate = 0;         // is the time scale as well
-  std::span<const kt::u8> setUp;  // for the decoder
-  kt::u32 format = kt::MP4_FORMAT_MP4A;
+  kt::u32 sampleRate = 0;                ///< Samples per second, which is the time scale as well.
+  std::span<const kt::u8> setUp;         ///< For the decoder; it is copied.
+  kt::u32 format = kt::MP4_FORMAT_MP4A;  ///< An `Mp4SampleFormat` of sound.
 };
 
 /// A track that is being written. Unless it is closed its file cannot be finished.
 class TrackWriter {
  public:
+  /// The object behind it, borrowed; not to be asked for once it is closed.
   kt::CMp4Track& Get() const { return *m_track; }
   /// In the file, from 1 on.
   kt::u32 Index() const { return m_index; }
@@ -478,13 +547,16 @@ class Writer {
     return writer;
   }
 
+  /// The object behind it, borrowed.
   kt::CMp4File& Get() const { return *m_file; }
+  /// Adds a track of pictures. The results of `CMp4File::AddTrack` and `CMp4Track::SetVideoFormat`.
   Result<TrackWriter> AddVideo(const VideoFormat& format) {
     return Add(kt::MP4_KIND_VIDEO, format.timeScale, [&](kt::CMp4Track& track) {
       return track.SetVideoFormat(format.width, format.height, format.setUp.data(),
                                   static_cast<kt::u32>(format.setUp.size()), format.format);
     });
   }
+  /// Adds a track of sound. The results of `CMp4File::AddTrack` and `CMp4Track::SetAudioFormat`.
   Result<TrackWriter> AddAudio(const AudioFormat& format) {
     constexpr kt::i16 kFullVolume = 0x100;
     return Add(kt::MP4_KIND_AUDIO, format.sampleRate, [&](kt::CMp4Track& track) {

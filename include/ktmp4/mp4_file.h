@@ -6,13 +6,13 @@ namespace kt {
 
 class CMp4HintTrack;
 
-/// One ISO base media file (.mp4, .3gp, .m4a), for reading or for writing. `CreateMp4File` is the only way to
-/// make one; the caller owns and deletes it. ISO/IEC 14496-12.
+/// One ISO base media file (.mp4, .3gp, .m4a), for reading or for writing. `CreateMp4File` makes one, and so
+/// do `CreateMp4FileOver` and those of adapting_file.h; the caller owns and deletes it. ISO/IEC 14496-12.
 ///
 /// Track indices count from 1 and are positions of "trak" boxes in "moov", not track ids. No operation locks:
 /// all calls on one file and its tracks have to be serialised by the caller. On a file without a tree (never
 /// opened, or closed) an operation that needs one answers MP4_NOT_FOUND.
-class CMp4File {
+class KT_API CMp4File {
  public:
   CMp4File() = default;
   CMp4File(const CMp4File&) = delete;
@@ -120,6 +120,13 @@ class CMp4File {
 };
 
 /// Makes a file object. MP4_NO_MEMORY, with `*file` null.
-Mp4Result CreateMp4File(CMp4File** file);
+KT_API Mp4Result CreateMp4File(CMp4File** file);
+
+/// Makes a file object that reads a whole file out of memory, with the results that the file itself would
+/// give. `bytes` stay the caller's and have to outlive the object, unchanged while it is open. `Open` does
+/// not look at the name, which may be null, and answers MP4_BAD_ARGUMENT for MP4_MODE_WRITE.
+///
+/// MP4_BAD_ARGUMENT for null `bytes` with a size, MP4_NO_MEMORY, both with `*file` null.
+KT_API Mp4Result CreateMp4FileOver(const void* bytes, std::size_t size, CMp4File** file);
 
 }  // namespace kt

@@ -29,7 +29,7 @@ enum Mp4HintType : u32 {
 ///
 /// Results that recur: MP4_NOT_READY when the track is not bound to its boxes or has outlived its file. No
 /// operation locks: all calls on one file and its tracks have to be serialised by the caller.
-class CMp4HintTrack {
+class KT_API CMp4HintTrack {
  public:
   CMp4HintTrack() = default;
   CMp4HintTrack(const CMp4HintTrack&) = delete;
@@ -64,9 +64,11 @@ class CMp4HintTrack {
   /// Copies the hint track's part of the session description with its terminating zero: a media block of RFC
   /// 4566. MP4_NOT_FOUND when there is none, MP4_BUFFER_TOO_SMALL.
   virtual Mp4Result GetTrackSdp(char* buffer, u32 capacity) = 0;
-  /// These three always answer MP4_NOT_READY: callers rely on it.
+  /// Always MP4_NOT_READY: callers rely on it.
   virtual Mp4Result GetTimeScale(u32* scale) = 0;
+  /// Always MP4_NOT_READY: callers rely on it.
   virtual Mp4Result GetTimeOffset(i32* offset) = 0;
+  /// Always MP4_NOT_READY: callers rely on it.
   virtual Mp4Result GetSequenceOffset(i32* offset) = 0;
   /// Ticks per second of the RTP clock and of the hint track; what closing the track sets in the end. These
   /// three answer MP4_NOT_READY unless the hint track is being written, and MP4_NO_MEMORY.
@@ -79,15 +81,16 @@ class CMp4HintTrack {
   /// captions have 90000. Always MP4_OK.
   virtual Mp4Result SetRtpTimeScale(u32 scale) = 0;
 
+  /// Finishes nothing.
   virtual ~CMp4HintTrack() = default;
 };
 
 /// A hint track for RTP, which is the only protocol there are hint tracks for.
-class CMp4RtpHintTrack : public CMp4HintTrack {};
+class KT_API CMp4RtpHintTrack : public CMp4HintTrack {};
 
 /// The id of the `index`-th media track, counted from 1, that the packets of a hint track of this library
 /// take their bytes from. MP4_NOT_FOUND beyond the last, MP4_BAD_ARGUMENT for 0 and for a null hint track;
 /// MP4_NOT_READY as above.
-Mp4Result GetReferencedTrack(CMp4HintTrack* hintTrack, u32 index, u32* trackId);
+KT_API Mp4Result GetReferencedTrack(CMp4HintTrack* hintTrack, u32 index, u32* trackId);
 
 }  // namespace kt

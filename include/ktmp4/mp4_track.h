@@ -15,17 +15,19 @@ namespace kt {
 /// MP4_NOT_FOUND for a sample beyond the last, MP4_ZERO_INDEX for sample 0. While a track is being written
 /// its times answer MP4_NOT_READY. No sample of a file that is being written can be read: MP4_FILE_IO, and
 /// MP4_NOT_FOUND for one whose chunk has not gone to the file yet.
-class CMp4Track {
+class KT_API CMp4Track {
  public:
   CMp4Track() = default;
   CMp4Track(const CMp4Track&) = delete;
   CMp4Track& operator=(const CMp4Track&) = delete;
 
+  /// How many samples the track has, or has been given. ISO/IEC 14496-12, 8.7.3.
   virtual Mp4Result GetSampleCount(u32* count) = 0;
   /// Stores an `Mp4TrackKind`.
   virtual Mp4Result GetTrackType(u32* kind) = 0;
   /// Stores an `Mp4SampleFormat` by the first sample entry; 0 and MP4_NOT_FOUND for any other code or none.
   virtual Mp4Result GetSampleFormat(u32* format) = 0;
+  /// The number by which the file knows the track, which is no index. ISO/IEC 14496-12, 8.3.2.
   virtual Mp4Result GetTrackId(u32* id) = 0;
   /// Media ticks per second.
   virtual Mp4Result GetTimeScale(u32* scale) = 0;
@@ -53,6 +55,7 @@ class CMp4Track {
   /// MP4_OK and copy nothing when the buffer is too small, so compare `*size`. 0 and MP4_NOT_FOUND for an
   /// entry of another code.
   virtual Mp4Result GetDecoderSpecificInfo(u32 entryIndex, u32 bufferSize, u32* size, void* buffer) = 0;
+  /// How many bytes `GetDecoderSpecificInfo` copies; 0 and MP4_NOT_FOUND for an entry of another code.
   virtual Mp4Result GetDecoderSpecificInfoSize(u32 entryIndex, u32* size) = 0;
   /// Reads a sample's bytes. `*size` takes the sample's size, also with MP4_BUFFER_TOO_SMALL, when the file
   /// is not touched. MP4_FILE_IO when the file is shorter than its tables say, MP4_CORRUPT for chunks of 0
@@ -60,7 +63,9 @@ class CMp4Track {
   virtual Mp4Result ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buffer) = 0;
   /// Size in bytes.
   virtual Mp4Result GetSampleSize(u32 sample, u32* size) = 0;
+  /// When the sample is decoded, in media ticks with a start delay included. ISO/IEC 14496-12, 8.6.1.2.
   virtual Mp4Result GetSampleDecodingTime(u32 sample, u64* time) = 0;
+  /// When the sample is shown, in media ticks with a start delay included. ISO/IEC 14496-12, 8.6.1.3.
   virtual Mp4Result GetSampleCompositionTime(u32 sample, u64* time) = 0;
   /// The sample with the latest composition time that is not after `time`; sample 1 for an earlier time. One
   /// sample beyond `time` is passed over, the second one ends the search.

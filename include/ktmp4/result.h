@@ -30,10 +30,10 @@ enum Mp4Result : u32 {
 };
 
 /// The name of a result as it stands in the code ("MP4_CORRUPT"); "MP4_UNKNOWN" for a number that is none.
-const char* Mp4ResultName(Mp4Result result);
+KT_API const char* Mp4ResultName(Mp4Result result);
 
 /// One sentence on what a result means, without a full stop, for a person to read.
-const char* Mp4ResultText(Mp4Result result);
+KT_API const char* Mp4ResultText(Mp4Result result);
 
 }  // namespace kt
 

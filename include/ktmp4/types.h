@@ -3,6 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 
+// What the shared library shows of itself; all else in it is hidden.
+#ifdef _WIN32
+#define KT_API
+#else
+#define KT_API __attribute__((visibility("default")))
+#endif
+
 namespace kt {
 
 using u8 = std::uint8_t;
