@@ -6,13 +6,6 @@
 #include <ktmp4/result.h>
 
 namespace kt {
-namespace {
-
-void Limit(CLI::Option* track) {
-  track->type_name("N")->check(CLI::Range(1U, std::numeric_limits<u32>::max()).description(""));
-}
-
-}  // namespace
 
 void AddAdaptOption(CLI::App& command, bool* adapt) {
   command.add_flag("--adapt", *adapt, "Read what other writers make of the format, too");
@@ -23,12 +16,10 @@ void AddInputArgument(CLI::App& command, InputChoice* input, const std::string& 
   command.add_option(name, input->name, "The file to read")->required()->type_name("");
 }
 
-void AddTrackOption(CLI::App& command, u32* track) {
-  Limit(command.add_option("--track", *track, "Which track, counted from 1")->required());
-}
-
 void AddTrackOption(CLI::App& command, std::optional<u32>* track) {
-  Limit(command.add_option("--track", *track, "Which track, counted from 1"));
+  command.add_option("--track", *track, "Which track, counted from 1")
+      ->type_name("N")
+      ->check(CLI::Range(1U, std::numeric_limits<u32>::max()).description(""));
 }
 
 void AddTypeOption(CLI::App& command, std::optional<u32>* type) {

@@ -28,8 +28,7 @@ CLI::Validator Words(const std::map<std::string, Value>& values) {
 void AddInputArgument(CLI::App& command, InputChoice* input, const std::string& name = "FILE");
 /// `--adapt`, for a command with an argument of its own.
 void AddAdaptOption(CLI::App& command, bool* adapt);
-void AddTrackOption(CLI::App& command, u32* track);
-/// For a command that finds a track by itself.
+/// `--track`, for a command that can also find one by itself.
 void AddTrackOption(CLI::App& command, std::optional<u32>* track);
 /// `--type`, an Mp4FileType.
 void AddTypeOption(CLI::App& command, std::optional<u32>* type);

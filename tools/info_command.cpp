@@ -37,8 +37,8 @@ std::string AdaptedJson(const AdaptedTrack& track) {
 
 std::string EditJson(const Edit& edit) {
   return JsonObject()
-      .Add("duration", edit.duration)
-      .Add("mediaTime", edit.mediaTime)
+      .Add("seconds", JsonNumber(edit.seconds))
+      .Add("from", edit.from)
       .Add("rate", JsonNumber(edit.rate))
       .Finish();
 }
@@ -116,12 +116,6 @@ void PrintNumber(std::string_view label, const std::optional<Value>& value, cons
   PrintRow(label, value ? std::to_string(*value) + unit : "?");
 }
 
-std::string SecondsText(double seconds) {
-  char text[400];
-  std::snprintf(text, sizeof text, "%.3f s", seconds);
-  return text;
-}
-
 std::string PictureText(u32 width, u32 height) {
   return std::to_string(width) + " x " + std::to_string(height) + " pixels";
 }
@@ -130,9 +124,13 @@ std::string ChannelText(u32 channels) {
   return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
 }
 
+std::string Trimmed(std::string text) {
+  return text.erase(text.find_last_not_of(' ') + 1);
+}
+
 // "avc1 (H.264, High profile, level 3.1)"
 std::string CodeAndName(const std::string& code, const std::string& name) {
-  return code + (name.empty() ? "" : " (" + name + ")");
+  return Trimmed(code) + (name.empty() ? "" : " (" + name + ")");
 }
 
 std::string EntryText(const AdaptedEntry& entry) {
@@ -170,15 +168,18 @@ void PrintPictureAndSound(const TrackFacts& facts) {
   PrintRow("  sound", text);
 }
 
-void PrintEdits(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
+void PrintEdits(const TrackFacts& facts) {
   constexpr std::size_t kMostRows = 5;
-  for (std::size_t i = 0; i < std::min(facts.edits.size(), kMostRows); ++i) {
-    PrintRow(i == 0 ? "  edits" : "", EditText(facts.edits[i], facts, movieTimeScale));
+  const std::vector<Edit>& edits = facts.edits;
+  // One that lets all of the media be shown is no news.
+  if (facts.editCount == 1 && edits[0].from == 0 && edits[0].rate == 1) return;
+  for (std::size_t i = 0; i < std::min(edits.size(), kMostRows); ++i) {
+    PrintRow(i == 0 ? "  edits" : "", EditText(edits[i]));
   }
   if (facts.editCount > kMostRows) PrintRow("", std::to_string(facts.editCount - kMostRows) + " more");
 }
 
-void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
+void PrintTrack(const TrackFacts& facts) {
   const std::string kind =
       facts.result ? "" : std::string(": ") + KindName(facts.kind.value_or(MP4_KIND_UNKNOWN));
   PrintHeading("Track " + std::to_string(facts.index) + kind);
@@ -194,7 +195,7 @@ void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
               " movie ticks" + (facts.seconds ? " = " + SecondsText(*facts.seconds) : ""));
   PrintNumber("  time scale", facts.timeScale, " ticks per second");
   if (facts.start.value_or(0) != 0) PrintRow("  starts at", SecondsText(*facts.start));
-  PrintEdits(facts, movieTimeScale);
+  PrintEdits(facts);
   if (!facts.language.empty()) PrintRow("  language", facts.language);
   if (!facts.handlerName.empty()) PrintRow("  name", OneLine(facts.handlerName));
   PrintNumber("  id", facts.id);
@@ -203,15 +204,16 @@ void PrintTrack(const TrackFacts& facts, std::optional<u32> movieTimeScale) {
   for (const std::string& text : NoteTexts(*facts.adapted)) PrintRow("  adapted", text);
 }
 
-// "isom, and mp41, avc1"
+// "M4A, readable as isom, iso2"
 std::string BrandText(const std::vector<std::string>& brands) {
   constexpr std::size_t kMost = 12;
   std::string text;
   for (std::size_t i = 1; i < std::min(brands.size(), kMost); ++i) {
-    if (brands[i] != "\\x00\\x00\\x00\\x00") text += (text.empty() ? "" : ", ") + brands[i];
+    const bool isNews = brands[i] != brands[0] && brands[i] != "\\x00\\x00\\x00\\x00";
+    if (isNews) text += (text.empty() ? "" : ", ") + Trimmed(brands[i]);
   }
   if (brands.size() > kMost) text += " and " + std::to_string(brands.size() - kMost) + " more";
-  return brands[0] + (text.empty() ? "" : "; can be read as " + text);
+  return Trimmed(brands[0]) + (text.empty() ? "" : ", readable as " + text);
 }
 
 void PrintText(const InputFile& input, const FileFacts& facts) {
@@ -221,9 +223,6 @@ void PrintText(const InputFile& input, const FileFacts& facts) {
   PrintRow("Size", std::to_string(facts.size) + " bytes");
   PrintRow("Created", facts.created ? DateText(*facts.created, ' ') : "not set");
   if (facts.seconds) PrintRow("Duration", SecondsText(*facts.seconds));
-  if (facts.seconds.value_or(0) > 0) {
-    PrintRow("Bit rate", BitRateText(static_cast<double>(facts.size) * 8 / *facts.seconds));
-  }
   PrintNumber("Movie time scale", facts.timeScale, " ticks per second");
   if (!facts.fragments.empty()) {
     PrintRow("Fragmented",
@@ -231,7 +230,7 @@ void PrintText(const InputFile& input, const FileFacts& facts) {
                  (facts.isAdapted ? "" : ", and what is in the fragments is not read; --adapt reads it"));
   }
   PrintRow("Tracks", std::to_string(facts.tracks.size()));
-  for (const TrackFacts& track : facts.tracks) PrintTrack(track, facts.timeScale);
+  for (const TrackFacts& track : facts.tracks) PrintTrack(track);
   for (const AdaptedTrack& track : facts.leftOut) {
     PrintHeading("Track in place " + std::to_string(track.positionInFile) + " of the file");
     PrintNumber("  id", std::optional(track.trackId));
@@ -288,18 +287,17 @@ void AddInfoCommand(CLI::App& program) {
   command->add_option("FILE", arguments->names, "The files to read")->required()->type_name("");
   command->footer(
       "A track that cannot be opened is listed with its result. Bit rates and pictures a second are means\n"
-      "over all samples; that of the file counts all its bytes. Rate and channels of sound are those that\n"
-      "come out of its decoder, where its set-up tells. A track starts when its first sample is shown.\n"
-      "Edits are listed as the file has them; without --adapt they hardly act. With --adapt what adapting\n"
-      "did to a track is told, also of tracks that were left out.\n"
-      "With --json names stand beside the numbers:\n"
+      "over all samples. Rate and channels of sound are those that come out of its decoder, where its\n"
+      "set-up tells. A track starts when its first sample is shown. Edits are listed as the file has them;\n"
+      "without --adapt they hardly act. With --adapt what adapting did to a track is told, also of tracks\n"
+      "that were left out.\n"
+      "With --json names stand beside numbers:\n"
       "kind:   1 video, 2 audio, 3 hint, 4 object descriptors, 5 scene description, 6 text, 0 unknown\n"
       "format: 1 mp4v, 2 mp4a, 3 mp4s, 4 s263, 5 sawb, 6 samr, 0 any other, with its code\n"
-      "Times in seconds say so; \"duration\" and the durations of edits are in movie ticks, the "
-      "\"mediaTime\"\n"
-      "of an edit in ticks of its track, null for an empty edit. A refused file gives\n"
-      "{\"file\":...,\"result\":6,...} besides the message and exit code 1; what a file does not tell is "
-      "null.");
+      "\"duration\" is in movie ticks, \"seconds\", \"start\" and the times of edits are in seconds. A "
+      "refused\n"
+      "file gives {\"file\":...,\"result\":6,...} besides the message and exit code 1. What a file does not\n"
+      "tell is null.");
   command->callback([arguments] { Info(*arguments); });
 }
 

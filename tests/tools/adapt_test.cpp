@@ -39,11 +39,11 @@ TEST(Adapt, ReadsARefusedFileAndSaysWhatItDid) {
             Json::parse(R"({"positionInFile": 2, "id": 2, "furtherEdits": 0,
     "notes": ["further boxes of its sample entries are left out"]})"));
   EXPECT_EQ(json.at("tracks")[1].at("entries"),
-            Json::parse(R"([{"code": "Opus", "name": "Opus", "channels": 2,
+            Json::parse(R"([{"code": "Opus", "name": "Opus", "coding": "Opus", "channels": 2,
     "sampleRate": 48000}])"));
-  ExpectParts(
-      ExpectRun({"info", "--adapt", file.Name()}),
-      {"  coded as        Opus (Opus), 2 channels, 48000 Hz\n", "  left out        its tables contradict"});
+  ExpectParts(ExpectRun({"info", "--adapt", file.Name()}),
+              {"  coded as        Opus (Opus)\n  sound           48000 Hz, 2 channels\n",
+               "  left out        its tables contradict"});
   // Coded in a way that the pin does not know, and delivered all the same.
   ExpectParts(ExpectRun({"play", "--adapt", file.Name()}, 0, {"the track in place 1 of"}),
               {"connected with type 0, 1 buffer of 153616",

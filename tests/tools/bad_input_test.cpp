@@ -30,7 +30,7 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
       {{"inform"}, "ktmp4", "inform"},
       {{"info"}, "ktmp4 info", "FILE"},
       {{"info", "--jason", "a.mp4"}, "ktmp4 info", "--jason"},
-      {{"samples", "a.mp4"}, "ktmp4 samples", "--track"},
+      {{"samples", "--columns", "size,colour", "a.mp4"}, "ktmp4 samples", "colour"},
       {{"samples", "--track", "0", "a.mp4"}, "ktmp4 samples", "--track"},
       {{"samples", "--track", "4294967296", "a.mp4"}, "ktmp4 samples", "--track"},
   };
@@ -134,9 +134,16 @@ TEST(Terminal, GetsNoControlBytes) {
                                             {"info", "a\\x1B[31m\\x0Ab", "a\\x1B[31m\\x0Ab"}}) {
     const std::string line = CommandLine({command, file});
     ExpectParts(ExpectShell(line, 0, {}), {raw});
-    const std::string seen = RunShell("script -qec " + ShellWord(line) + " /dev/null </dev/null").out;
-    ExpectParts(seen, {shown});
-    EXPECT_EQ(seen.find('\x1B'), std::string::npos);
+    const auto seenWith = [&line](const std::string& setting) {
+      return RunShell(setting + " script -qec " + ShellWord(line) + " /dev/null </dev/null").out;
+    };
+    for (const char* setting : {"TERM=xterm NO_COLOR=1", "TERM=dumb NO_COLOR="}) {
+      const std::string seen = seenWith(setting);
+      ExpectParts(seen, {shown});
+      EXPECT_EQ(seen.find('\x1B'), std::string::npos);
+    }
+    ExpectParts(seenWith("TERM=xterm NO_COLOR="),
+                {command == std::string("info") ? "\x1B[1mTrack 1: video\x1B[0m" : shown});
   }
 }
 #endif

@@ -8,6 +8,7 @@
 #include <ktmp4/track_presentation.h>
 #include "filter/formats/audio_config.h"
 #include "tools/files/adapted_facts.h"
+#include "tools/terminal/json_text.h"
 
 namespace kt {
 namespace {
@@ -113,16 +114,26 @@ void TakeEntry(const SampleEntry& entry, TrackFacts* facts) {
   if (entry.sampleRate != 0) facts->rate = entry.sampleRate;
 }
 
-void TakeEdits(ByteSpan track, TrackFacts* facts) {
+// A movie or media header's ticks per second; 1 where it has none.
+double ScaleIn(const std::optional<ByteSpan>& header) {
+  if (!header) return 1;
+  return static_cast<double>(std::max<u64>(1, Number(*header, Number(*header, 0, 1) == 1 ? 20 : 12, 4)));
+}
+
+// Both scales as the file has them: adapting may count in others.
+void TakeEdits(ByteSpan movie, ByteSpan track, TrackFacts* facts) {
   const auto list = BoxAt(track, {"edts", "elst"});
   if (!list) return;
+  const double movieScale = ScaleIn(BoxAt(movie, {"mvhd"}));
+  const double mediaScale = ScaleIn(BoxAt(track, {"mdia", "mdhd"}));
   const u32 width = Number(*list, 0, 1) == 1 ? 8 : 4;
   const u64 size = 2 * width + 4, empty = width == 8 ? ~u64{0} : 0xFFFFFFFF;
   facts->editCount = std::min<u64>(Number(*list, 4, 4), From(*list, 8).size() / size);
   for (u64 at = 8; facts->edits.size() < std::min(facts->editCount, kMostEdits); at += size) {
     Edit edit;
-    edit.duration = Number(*list, at, width);
-    if (const u64 time = Number(*list, at + width, width); time != empty) edit.mediaTime = time;
+    edit.seconds = static_cast<double>(Number(*list, at, width)) / movieScale;
+    const u64 time = Number(*list, at + width, width);
+    if (time != empty) edit.from = static_cast<double>(time) / mediaScale;
     edit.rate = static_cast<i32>(Number(*list, at + 2 * width, 4)) / 65536.0;
     facts->edits.push_back(edit);
   }
@@ -196,7 +207,7 @@ class Gathering {
     TakeRates(*track, m_facts.isAdapted ? ~u64{0} : m_facts.size, facts);
     TakePresentation(*track, facts);
     facts->handlerName = HandlerName(boxes, m_facts.isAdapted);
-    TakeEdits(boxes, facts);
+    if (const auto& movie = m_input.Boxes().movie) TakeEdits(*movie, boxes, facts);
     facts->entries = AdaptedEntries(m_file, facts->index);
     TakeEntry(facts->entries.empty() ? FirstEntry(boxes) : EntryOf(facts->entries[0]), facts);
   }
@@ -209,13 +220,6 @@ class Gathering {
 template <std::size_t Count>
 const char* NameAt(u32 number, const char* const (&names)[Count]) {
   return number < Count ? names[number] : "unknown";
-}
-
-std::string SecondsText(u64 ticks, u32 timeScale) {
-  if (timeScale == 0) return std::to_string(ticks) + " ticks";
-  char text[64];
-  std::snprintf(text, sizeof text, "%.3f s", static_cast<double>(ticks) / timeScale);
-  return text;
 }
 
 }  // namespace
@@ -256,15 +260,6 @@ std::string HexText(const std::vector<u8>& bytes) {
   return text;
 }
 
-std::string ShortNumber(double number) {
-  char text[400];
-  std::snprintf(text, sizeof text, "%.3f", number);
-  std::string shortest = text;
-  shortest.erase(shortest.find_last_not_of('0') + 1);
-  if (shortest.ends_with('.')) shortest.pop_back();
-  return shortest;
-}
-
 std::string BitRateText(double bitsPerSecond) {
   char text[400];
   std::snprintf(text, sizeof text, bitsPerSecond < 10'000 ? "%.1f kbit/s" : "%.0f kbit/s",
@@ -278,14 +273,18 @@ std::string RotationText(const Rotation& rotation) {
   return rotation.degrees == 0 ? "mirrored" : "mirrored and " + turned;
 }
 
-std::string EditText(const Edit& edit, const TrackFacts& facts, std::optional<u32> movieTimeScale) {
-  const std::string length = SecondsText(edit.duration, movieTimeScale.value_or(0));
-  if (!edit.mediaTime) return "nothing for " + length;
-  const std::string from = SecondsText(*edit.mediaTime, facts.timeScale.value_or(0));
-  if (edit.rate == 0) return "the picture at " + from + " for " + length;
-  // Fragmented files do not know their length.
-  std::string text = (edit.duration == 0 ? "all" : length) + " from " + from + " on";
+std::string EditText(const Edit& edit) {
+  if (!edit.from) return "nothing for " + SecondsText(edit.seconds);
+  const std::string from = SecondsText(*edit.from);
+  if (edit.rate == 0) return "the picture at " + from + " for " + SecondsText(edit.seconds);
+  std::string text = (edit.seconds == 0 ? "all" : SecondsText(edit.seconds)) + " from " + from + " on";
   if (edit.rate != 1) text += " at " + ShortNumber(edit.rate) + " times the speed";
+  return text;
+}
+
+std::string SecondsText(double seconds) {
+  char text[400];
+  std::snprintf(text, sizeof text, "%.3f s", seconds);
   return text;
 }
 

@@ -18,10 +18,10 @@ using Date = std::array<u32, 6>;
 
 /// One entry of an edit list: ISO/IEC 14496-12, 8.6.6.
 struct Edit {
-  /// In movie ticks.
-  u64 duration = 0;
-  /// In media ticks; nothing for an empty edit, while which nothing is shown.
-  std::optional<u64> mediaTime;
+  /// How long it lasts; 0 when the file says so, as a fragmented one may that does not know its length.
+  double seconds = 0;
+  /// Where it begins in the media, in seconds; nothing for an empty edit, while which nothing is shown.
+  std::optional<double> from;
   /// 1 is the speed of the media, 0 holds a picture.
   double rate = 1;
 };
@@ -100,13 +100,13 @@ const char* FormatName(u32 format);
 /// "1904-01-02 00:00:00", with `between` between date and time.
 std::string DateText(const Date& date, char between);
 std::string HexText(const std::vector<u8>& bytes);
-/// A number for people: up to three places, and none that say nothing: "29.97".
-std::string ShortNumber(double number);
 /// Bits a second for people: "1234 kbit/s".
 std::string BitRateText(double bitsPerSecond);
 /// "mirrored, turned clockwise by 90 degrees"
 std::string RotationText(const Rotation& rotation);
-/// "waits 0.500 s", "4.000 s from 0.067 s on"; `facts` have the scale of the media.
-std::string EditText(const Edit& edit, const TrackFacts& facts, std::optional<u32> movieTimeScale);
+/// "nothing for 0.500 s", "4.000 s from 0.067 s on"
+std::string EditText(const Edit& edit);
+/// "4.000 s"
+std::string SecondsText(double seconds);
 
 }  // namespace kt

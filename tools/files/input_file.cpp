@@ -153,6 +153,13 @@ void InputFile::RequireOpen() const {
   if (m_result) throw ResultFailure("cannot open " + Quoted(Name()), m_result, Reason());
 }
 
+u32 InputFile::ChosenTrack(const std::optional<u32>& choice) {
+  u32 count = 0;
+  if (choice || (m_file->GetTrackCount(&count) == MP4_OK && count == 1)) return choice.value_or(1);
+  if (count == 0) throw Failure("there is no track in " + Quoted(Name()));
+  throw Failure(Quoted(Name()) + " has " + std::to_string(count) + " tracks; --track says which is meant");
+}
+
 TrackHandle InputFile::OpenTrack(u32 index) {
   CMp4Track* track = nullptr;
   if (const Mp4Result result = m_file->OpenTrack(index, &track)) {

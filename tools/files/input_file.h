@@ -62,6 +62,8 @@ class InputFile {
   void TellReading(const Notes& notes);
   /// The same of the samples and times of a track, by its index.
   void TellReading(const Notes& notes, u32 index);
+  /// The track that was chosen; without a choice the only one. Throws a `Failure` when there are several.
+  u32 ChosenTrack(const std::optional<u32>& choice);
   /// Opens a track by its index, or throws a `Failure`.
   TrackHandle OpenTrack(u32 index);
   /// The same for a hint track.

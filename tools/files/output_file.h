@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include <ktmp4/types.h>
@@ -8,10 +9,11 @@
 
 namespace kt {
 
-/// A stream into an `OutputPlace`. All failures are thrown as `Failure`.
+/// A stream into an `OutputPlace`, or onto standard output for the name "-". All failures are thrown as
+/// `Failure`.
 class OutputFile {
  public:
-  /// As `OutputPlace`, with one file that is read.
+  /// As `OutputPlace`, with one file that is read. A terminal gets no bytes of a stranger.
   OutputFile(const std::string& name, const std::string& input, bool force);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -22,7 +24,8 @@ class OutputFile {
   void Finish();
 
  private:
-  OutputPlace m_place;  // goes behind the stream, which is closed then
+  std::optional<OutputPlace> m_place;  // goes behind the stream, which is closed then
+  std::string m_operation;
   std::FILE* m_stream = nullptr;
 };
 

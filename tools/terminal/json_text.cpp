@@ -11,14 +11,17 @@ std::string JsonText(std::string_view text) {
   return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-std::string JsonNumber(double number) {
-  if (!std::isfinite(number)) return "null";
+std::string ShortNumber(double number, int places) {
   char text[400];
-  std::snprintf(text, sizeof text, "%.6f", number);
+  std::snprintf(text, sizeof text, "%.*f", places, number);
   std::string shortest = text;
   shortest.erase(shortest.find_last_not_of('0') + 1);
   if (shortest.ends_with('.')) shortest.pop_back();
   return shortest;
+}
+
+std::string JsonNumber(double number) {
+  return std::isfinite(number) ? ShortNumber(number, 6) : "null";
 }
 
 JsonObject& JsonObject::Add(const char* name, const std::string& json) {

@@ -10,6 +10,9 @@ namespace kt {
 
 // JSON as text. It is made at once: a tree of JSON values cannot be given back without memory.
 
+/// With up to so many places, and none that say nothing: "29.97".
+std::string ShortNumber(double number, int places = 3);
+
 /// In quotes. A text of a file need not be UTF-8, JSON has to be: what is none becomes U+FFFD.
 std::string JsonText(std::string_view text);
 /// With up to six places, and as few as tell it; null for what is no number.
