@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "tools/arguments.h"
+#include "tools/captions/pop_on.h"
+#include "tools/captions/srt_file.h"
 #include "tools/commands.h"
 #include "tools/copy/caption_track.h"
 #include "tools/copy/movie_copy.h"
@@ -62,6 +64,14 @@ void NoteLateCaptions(const MovieCopy& copy, const std::string& name, double beg
         "; --offset takes the time code at which the film begins");
 }
 
+// A Scenarist caption file, or subtitles that become captions. These count in drop frame, which keeps pace
+// with their clock, unless somebody wants 30 frames a second.
+SccFile ReadFile(const std::string& text, std::optional<FrameRate> rate, const Notes& note) {
+  if (!LooksLikeSrt(text)) return ReadScc(text, rate);
+  const FrameCount count = rate == FrameRate::kThirty ? FrameCount::kThirty : FrameCount::kDrop;
+  return PopOnCaptions(ReadSrt(text), count, note);
+}
+
 std::unique_ptr<CaptionTrack> ReadCaptions(const AddCaptionsArguments& arguments, const Notes& notes) {
   constexpr u64 kStepLimit = u64{1} << 31;  // the writer counts such a step as one backwards
   const std::string name = Quoted(arguments.captions);
@@ -69,11 +79,11 @@ std::unique_ptr<CaptionTrack> ReadCaptions(const AddCaptionsArguments& arguments
   SccFile captions;
   std::vector<CaptionSample> samples;
   try {
-    captions = ReadScc(text, arguments.rate);
+    const Notes note = [&](const std::string& what) { notes(name + ": " + what); };
+    captions = ReadFile(text, arguments.rate, note);
     if (!captions.cues.empty()) {
       TakeOffset(arguments.offset, &captions);
-      samples = LayOut(captions, (kStepLimit - 1) / ClockOf(captions.count).ticksPerFrame,
-                       [&](const std::string& note) { notes(name + ": " + note); });
+      samples = LayOut(captions, (kStepLimit - 1) / ClockOf(captions.count).ticksPerFrame, note);
     }
   } catch (const Failure& failure) {
     throw Failure("cannot read " + name + ": " + failure.what());
@@ -111,7 +121,9 @@ void AddAddCaptionsCommand(CLI::App& program) {
       ->type_name("HH:MM:SS:FF")
       ->check(CLI::Validator(RefuseNoTimeCode, ""));
   AddInputArgument(*command, &arguments->input, "IN");
-  command->add_option("CAPTIONS", arguments->captions, "The Scenarist caption file (.scc)")
+  command
+      ->add_option("CAPTIONS", arguments->captions,
+                   "The Scenarist caption file (.scc), or SubRip subtitles (.srt)")
       ->required()
       ->type_name("");
   AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
@@ -122,7 +134,10 @@ void AddAddCaptionsCommand(CLI::App& program) {
       "a second; others count each frame, at 29.97 a second unless --rate says 30. The pairs of a line go\n"
       "out one to a frame, as they are, parity and all. A line whose time comes while the one before still\n"
       "goes out follows behind that one, with a note. Pairs without data stand at the begin of the track,\n"
-      "unless a caption does, and at its end.");
+      "unless a caption does, and at its end.\n"
+      "Subtitles become pop-on captions: at the bottom, in up to four rows of 32 characters, broken between\n"
+      "words, sent ahead of their times and shown at these. Styles are left out; a note tells of what does\n"
+      "not fit, comes late, or has characters that captions do not have.");
   command->callback([arguments] { AddCaptions(*arguments); });
 }
 

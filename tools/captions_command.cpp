@@ -1,34 +1,48 @@
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "filter/logic/line21_text_decoder.h"
 #include "filter/logic/time_conversion.h"
 #include "tools/arguments.h"
 #include "tools/captions/caption_samples.h"
+#include "tools/captions/cues.h"
 #include "tools/captions/line21_track.h"
-#include "tools/captions/srt_text.h"
 #include "tools/commands.h"
 #include "tools/files/input_file.h"
 #include "tools/files/sample_claims.h"
 #include "tools/terminal/failure.h"
 #include "tools/terminal/interrupts.h"
+#include "tools/terminal/json_text.h"
 #include "tools/terminal/standard_streams.h"
 
 namespace kt {
 namespace {
 
-enum class CaptionFormat { kText, kSrt, kScc };
+enum class CaptionFormat { kText, kSrt, kVtt, kScc };
 
 struct CaptionsArguments {
   InputChoice input;
   CaptionFormat format = CaptionFormat::kText;
+  bool json = false;
   std::optional<u32> track;
 };
+
+constexpr double kHnsPerSecond = 1e7;
+
+std::string CueJson(const Cue& cue) {
+  return JsonObject()
+      .Add("begin", JsonNumber(static_cast<double>(cue.begin) / kHnsPerSecond))
+      .Add("end", JsonNumber(static_cast<double>(cue.end) / kHnsPerSecond))
+      .Add("rows", JsonArray(cue.rows, JsonText))
+      .Finish();
+}
 
 // The first track that holds captions.
 u32 FindCaptions(InputFile& input) {
@@ -135,10 +149,12 @@ class CaptionReader {
   u8 m_bytes[kLongestLine21Sample] = {};
 };
 
-/// Prints the rows as they are completed, or the screens as subtitles.
+/// Prints the rows as they are completed, or hands the screens on as cues.
 class DecodedCaptions final : public CaptionReceiver {
  public:
-  explicit DecodedCaptions(CaptionFormat format) : m_printRows(format == CaptionFormat::kText) {}
+  /// Without `take` rows are printed.
+  explicit DecodedCaptions(std::function<void(const Cue& cue)> take)
+      : m_printRows(!take), m_cues(std::move(take)) {}
 
   /// A screen that is left over stays until `end`.
   void Decode(CaptionReader& reader, i64 end) {
@@ -162,7 +178,7 @@ class DecodedCaptions final : public CaptionReceiver {
  private:
   const bool m_printRows;
   i64 m_time = 0;
-  SrtCues m_cues{Print};
+  ScreenCues m_cues;
 };
 
 // The frame at the reader's time; one behind the last for whatever is later.
@@ -189,6 +205,25 @@ void PrintPairs(CaptionReader& reader) {
   writer.Finish();
 }
 
+void PrintCues(const CaptionsArguments& arguments, u32 track, CaptionReader& reader, i64 end) {
+  if (arguments.json) {
+    Print("{\"track\":" + std::to_string(track) + ",\"captions\":[");
+    DecodedCaptions([](const Cue& cue) {
+      Print((cue.number > 1 ? ",\n" : "\n") + CueJson(cue));
+    }).Decode(reader, end);
+    return Print("]}\n");
+  }
+  switch (arguments.format) {
+    case CaptionFormat::kSrt:
+      return DecodedCaptions([](const Cue& cue) { Print(SrtText(cue)); }).Decode(reader, end);
+    case CaptionFormat::kVtt:
+      Print(kVttHead);
+      return DecodedCaptions([](const Cue& cue) { Print(VttText(cue)); }).Decode(reader, end);
+    default:
+      return DecodedCaptions({}).Decode(reader, end);
+  }
+}
+
 void Captions(const CaptionsArguments& arguments) {
   InputFile input(arguments.input);
   input.RequireOpen();
@@ -196,24 +231,30 @@ void Captions(const CaptionsArguments& arguments) {
   const u32 track = arguments.track ? *arguments.track : FindCaptions(input);
   CaptionReader reader(input, track);
   input.TellReading(NotesOf("captions"), track);
-  if (arguments.format == CaptionFormat::kScc) {
+  if (arguments.format == CaptionFormat::kScc && !arguments.json) {
     PrintPairs(reader);
     return;
   }
-  DecodedCaptions(arguments.format).Decode(reader, end);
+  PrintCues(arguments, track, reader, end);
 }
 
 }  // namespace
 
 void AddCaptionsCommand(CLI::App& program) {
   CLI::App* command =
-      program.add_subcommand("captions", "Print a caption track as text, SubRip or Scenarist captions");
+      program.add_subcommand("captions", "Print a caption track as text, subtitles or Scenarist captions");
   const auto arguments = std::make_shared<CaptionsArguments>();
-  const std::map<std::string, CaptionFormat> formats = {
-      {"text", CaptionFormat::kText}, {"srt", CaptionFormat::kSrt}, {"scc", CaptionFormat::kScc}};
-  command->add_option("--format", arguments->format, "What to print: text, srt or scc; text without it")
+  const std::map<std::string, CaptionFormat> formats = {{"text", CaptionFormat::kText},
+                                                        {"srt", CaptionFormat::kSrt},
+                                                        {"vtt", CaptionFormat::kVtt},
+                                                        {"scc", CaptionFormat::kScc}};
+  command->add_option("--format", arguments->format, "What to print: text, srt, vtt or scc; text without it")
       ->type_name("FORMAT")
       ->transform(Words(formats));
+  command
+      ->add_flag("--json", arguments->json,
+                 "Print JSON: what is on screen, with its begin and end in seconds")
+      ->excludes("--format");
   AddTrackOption(*command, &arguments->track);
   AddInputArgument(*command, &arguments->input);
   command->footer(
@@ -221,6 +262,7 @@ void AddCaptionsCommand(CLI::App& program) {
       "text  each row that is complete, behind its time\n"
       "srt   what is on screen, from when to when, as SubRip subtitles; a row that is written letter by\n"
       "      letter shows as a whole from the first one on\n"
+      "vtt   the same as WebVTT\n"
       "scc   the byte pairs as they are, as a Scenarist caption file; for a track that add-captions has\n"
       "      made, with the time codes that it was made from, less its --offset");
   command->callback([arguments] { Captions(*arguments); });

@@ -96,7 +96,7 @@ TEST(CaptionsCommand, SaysWhenThereAreNone) {
       {{"--track", "1", claims.Name()}, 1, "bytes, and the file has"},
       {{"--track", "1", Media("aac.m4a")}, 1, "is no caption track"},
       {{"--track", "9", Media("aac.m4a")}, 1, "the file has 1 track"},
-      {{"--format", "vtt", Media("aac.m4a")}, 2, "vtt"},
+      {{"--format", "vtx", Media("aac.m4a")}, 2, "vtx"},
   };
   for (auto [arguments, exitCode, message] : rows) {
     arguments.insert(arguments.begin(), "captions");

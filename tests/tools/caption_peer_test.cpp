@@ -105,7 +105,36 @@ TEST(CaptionPeer, HasTheSamePairsAndRows) {
     std::erase(again, '\r');
     EXPECT_EQ(again, srt + "\n");
     ExpectParts(srt, rows);
+    std::string fromVtt = Converted(ExpectRun({"captions", "--format", "vtt", movie}), "webvtt", "-f srt");
+    std::erase(fromVtt, '\r');
+    EXPECT_EQ(fromVtt, again);
   }
+}
+
+// What is made of subtitles says the same to both, at the same times but for a frame.
+TEST(CaptionPeer, ReadsTheCaptionsThatSubtitlesBecome) {
+  const std::string text =
+      "1\n00:00:01,001 --> 00:00:02,002\nGood morning,\n\xC3\x89milie!\n\n"
+      "2\n00:00:02,102 --> 00:00:04,004\nThis is a row that has to be broken between two words.\n";
+  const Rows expected = {"00:00:01,001 --> 00:00:02,002",
+                         "Good morning,",
+                         "\xC3\x89milie!",
+                         "00:00:02,136 --> 00:00:04,004",
+                         "This is a row that has to be",
+                         "broken between two words."};
+  const TempFolder folder;
+  const std::string movie = folder / "movie.mp4";
+  ExpectRun({"add-captions", Media("aac.m4a"), TempFile(Bytes().Text(text)).Name(), movie}, 0,
+            {"SoundHandler"});
+  Rows theirs;
+  for (const std::string& line :
+       Lines(Converted(ExpectRun({"captions", "--format", "scc", movie}), "scc", "-f srt"))) {
+    const std::string plain = Plain(line);
+    if (plain.size() > 1) theirs.push_back(plain.substr(0, plain.find_last_not_of(' ') + 1));
+  }
+  EXPECT_EQ(theirs, expected);
+  ExpectParts(ExpectRun({"captions", "--json", movie}),
+              {"\"begin\":1.001,\"end\":2.002,\"rows\":[\"Good morning,\",\"E"});
 }
 
 }  // namespace

@@ -7,7 +7,8 @@
 #include <utility>
 
 #include "tools/captions/caption_samples.h"
-#include "tools/captions/srt_text.h"
+#include "tools/captions/cues.h"
+#include "tools/captions/pop_on.h"
 #include "tools/terminal/failure.h"
 
 namespace kt::test {
@@ -143,6 +144,42 @@ TEST(CaptionSamples, EndWithTheLastTimeCode) {
   }
 }
 
+// Subtitles, the pairs that they become behind their frames (without parity), and what is noted.
+TEST(Subtitles, BecomePopOnCaptions) {
+  const std::tuple<std::string, const char*, const char*> rows[] = {
+      {"1\r\n00:00:02,002 --> 00:00:03,003\r\n<i>Hi</i>\r\n",
+       "51: 1420 1420 142e 142e 1476 1476 1723 1723 4869 142f 142f 90: 142c 142c", ""},
+      // An erasure between the pairs of the next; characters of further sets, and one of none.
+      {"00:00:01.001 --> 00:00:02,002\nA\n\n00:00:02,302 --> 00:00:09,000\n\u00C9\u266A\u2603b\n",
+       "21: 1420 1420 142e 142e 1476 1476 1723 1723 4100 142f 142f 53: 1420 1420 142e 142e 1476 1476 1722 "
+       "1722 "
+       "142c 142c 4500 1220 1220 1137 1137 3f62 142f 142f 270: 142c 142c",
+       "line 4: a character that captions do not have becomes \"?\""},
+      {"00:00:00,000 --> 00:00:01,001\nNo time for this\n",
+       "0: 1420 1420 142e 142e 1474 1474 4e6f 2074 696d 6520 666f 7220 7468 6973 142f 142f 30: 142c 142c",
+       "line 1: there is no time to send it ahead of its own, so it comes late"},
+      {"00:00:20,000 --> 00:00:30,030\n" + std::string(31, 'w') + " x y\n" + std::string(97, 'z'), nullptr,
+       "line 1: it takes more than four rows of 32 characters, and the others are left out"},
+  };
+  for (const auto& [text, expected, note] : rows) {
+    std::string told, noted;
+    const auto take = [&noted](const std::string& line) { noted += line; };
+    for (const SccCue& cue : PopOnCaptions(ReadSrt(text), FrameCount::kDrop, take).cues) {
+      told += (told.empty() ? "" : " ") + std::to_string(cue.frame) + ":";
+      char word[16];
+      for (const BytePair& pair : cue.pairs) {
+        std::snprintf(word, sizeof word, " %02x%02x", pair[0] & 0x7F, pair[1] & 0x7F);
+        told += word;
+      }
+    }
+    EXPECT_EQ(told, expected != nullptr ? expected : told);
+    EXPECT_EQ(noted, note);
+  }
+  ExpectFailure([] { ReadSrt("1\n00:00:02,000 -> 00:00:03,000\n"); }, "line 2: \"00:00:02,000 -> ");
+  ExpectFailure([] { ReadSrt("00:00:02,000 --> 00:00:03,000\n\n00:00:01,000 --> 00:00:03,000"); },
+                "line 3: its time lies before that of line 1");
+}
+
 // Screens each behind the milliseconds of its time, and the subtitles that become of them.
 TEST(SrtText, AScreenLastsUntilItChanges) {
   const std::pair<std::vector<std::pair<i64, const char*>>, const char*> rows[] = {
@@ -174,7 +211,7 @@ TEST(SrtText, AScreenLastsUntilItChanges) {
   };
   for (const auto& [screens, text] : rows) {
     std::string printed;
-    SrtCues cues([&](const std::string& cue) { printed += cue; });
+    ScreenCues cues([&](const Cue& cue) { printed += SrtText(cue); });
     i64 last = 0;
     for (const auto& [milliseconds, screen] : screens) {
       // A pair may show two.

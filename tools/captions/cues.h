@@ -9,14 +9,29 @@
 
 namespace kt {
 
-/// Makes SubRip text of what a caption decoder shows: a cue lasts until the screen changes, and goes out
-/// then. Captions that appear letter by letter would give a cue for each of them; a row that grows keeps its
-/// cue, so it stands there as a whole from its first letter on. Cues of less than a millisecond are left out.
+/// What is on screen from one time to another, in 100 ns units.
+struct Cue {
+  /// From 1.
+  u32 number = 0;
+  i64 begin = 0;
+  i64 end = 0;
+  /// From top to bottom, as `PrintableRow` gives them.
+  std::vector<std::string> rows;
+};
+
+/// A cue as SubRip text, with the blank line that parts it from the one before.
+std::string SrtText(const Cue& cue);
+/// The same as WebVTT text, which begins with `kVttHead`.
+std::string VttText(const Cue& cue);
+inline constexpr std::string_view kVttHead = "WEBVTT\n";
+
+/// Makes cues of what a caption decoder shows: one lasts until the screen changes, and goes out then.
+/// Captions that appear letter by letter would give a cue for each of them; a row that grows keeps its cue,
+/// so it stands there as a whole from its first letter on. Cues of less than a millisecond are left out.
 /// Times are in 100 ns units.
-class SrtCues {
+class ScreenCues {
  public:
-  /// `print` takes the text of a cue as a whole.
-  explicit SrtCues(std::function<void(const std::string& text)> print) : m_print(std::move(print)) {}
+  explicit ScreenCues(std::function<void(const Cue& cue)> take) : m_take(std::move(take)) {}
 
   /// The screen from `time` on: rows with "<br>" between them. Times do not fall.
   void Show(i64 time, std::string_view screen);
@@ -31,8 +46,8 @@ class SrtCues {
   bool Grows(i64 time, const Rows& rows) const;
   void EndCue(i64 time);
 
-  const std::function<void(const std::string& text)> m_print;
-  u32 m_printed = 0;
+  const std::function<void(const Cue& cue)> m_take;
+  u32 m_taken = 0;
   /// What is on screen.
   Rows m_rows;
   i64 m_begin = 0;

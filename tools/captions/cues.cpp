@@ -1,4 +1,4 @@
-#include "tools/captions/srt_text.h"
+#include "tools/captions/cues.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -30,9 +30,37 @@ std::string WithoutArrows(std::string row) {
   return row;
 }
 
+// Three characters mean something there.
+std::string Escaped(const std::string& row) {
+  std::string text;
+  for (const char letter : row) {
+    text += letter == '&'   ? "&amp;"
+            : letter == '<' ? "&lt;"
+            : letter == '>' ? "&gt;"
+                            : std::string(1, letter);
+  }
+  return text;
+}
+
+std::string TimesText(const Cue& cue, char point) {
+  return ClockText(cue.begin, point) + " --> " + ClockText(cue.end, point) + "\n";
+}
+
 }  // namespace
 
-bool SrtCues::Grows(i64 time, const Rows& rows) const {
+std::string SrtText(const Cue& cue) {
+  std::string text = (cue.number > 1 ? "\n" : "") + std::to_string(cue.number) + "\n" + TimesText(cue, ',');
+  for (const std::string& row : cue.rows) text += WithoutArrows(row) + "\n";
+  return text;
+}
+
+std::string VttText(const Cue& cue) {
+  std::string text = "\n" + TimesText(cue, '.');
+  for (const std::string& row : cue.rows) text += Escaped(row) + "\n";
+  return text;
+}
+
+bool ScreenCues::Grows(i64 time, const Rows& rows) const {
   if (rows.empty() || rows.size() != m_rows.size() || time - m_lastChange > kLongestPause) return false;
   if (!std::equal(rows.begin(), rows.end() - 1, m_rows.begin())) return false;
   const std::string &before = m_rows.back(), &after = rows.back();
@@ -41,16 +69,14 @@ bool SrtCues::Grows(i64 time, const Rows& rows) const {
   return longer - shorter <= kLettersAtOnce && before.compare(0, shorter, after, 0, shorter) == 0;
 }
 
-void SrtCues::EndCue(i64 time) {
+void ScreenCues::EndCue(i64 time) {
   if (m_rows.empty() || time / kHnsPerMillisecond <= m_begin / kHnsPerMillisecond) return;
-  std::string text = m_printed > 0 ? "\n" : "";
-  text +=
-      std::to_string(++m_printed) + "\n" + ClockText(m_begin, ',') + " --> " + ClockText(time, ',') + "\n";
-  for (const std::string& row : m_rows) text += WithoutArrows(PrintableRow(row)) + "\n";
-  m_print(text);
+  Cue cue{++m_taken, m_begin, time, {}};
+  for (const std::string& row : m_rows) cue.rows.push_back(PrintableRow(row));
+  m_take(cue);
 }
 
-void SrtCues::Show(i64 time, std::string_view screen) {
+void ScreenCues::Show(i64 time, std::string_view screen) {
   Rows rows = RowsOf(screen);
   if (rows == m_rows) return;
   if (rows.empty()) {
@@ -68,7 +94,7 @@ void SrtCues::Show(i64 time, std::string_view screen) {
   m_lastChange = time;
 }
 
-void SrtCues::Finish(i64 end) {
+void ScreenCues::Finish(i64 end) {
   EndCue(end);
   m_rows.clear();
 }
