@@ -12,13 +12,16 @@ template <class T, class Fold, u32 BlockSize>
 class CBlockTotals {
  public:
   static constexpr u32 kBlockSize = BlockSize;
+  static_assert(CDataList<T>::kBlockSize % kBlockSize == 0,
+                "the records of a block lie one behind the other");
 
   /// Makes the numbers of the blocks that have filled since the last call. MP4_NO_MEMORY.
   Mp4Result Update(const CDataList<T>& list) {
     const u32 fullBlocks = list.GetCount() / kBlockSize;
     for (u32 block = m_Totals.GetCount(); block < fullBlocks; ++block) {
       u32 total = UpTo(block);
-      for (u32 i = 1; i <= kBlockSize; ++i) total = Fold()(total, list.At(block * kBlockSize + i));
+      const T* const records = &list.At(block * kBlockSize + 1);
+      for (u32 i = 0; i < kBlockSize; ++i) total = Fold()(total, records[i]);
       KT_TRY(m_Totals.Append(&total));
     }
     return MP4_OK;

@@ -9,6 +9,18 @@ struct CSampleSizeTableEntry {
   u32 sampleSize;
 };
 
+/// The sizes of neighbouring samples.
+struct CSampleSizeRun {
+  bool Holds(u32 sample) const { return sample - first < count; }
+  /// Of a sample that it holds.
+  u32 SizeOf(u32 sample) const { return entries[std::size_t{sample - first} * step].sampleSize; }
+
+  u32 first = 1;
+  u32 count = 0;
+  u32 step = 1;  // 0 where one entry stands for all
+  const CSampleSizeTableEntry* entries = nullptr;
+};
+
 /// "stsz": the size of each sample in bytes, as one constant or as a table. ISO/IEC 14496-12, 8.7.3.2.
 ///
 /// Samples are numbered from 1. A written table begins as a constant and becomes a table at the first size
@@ -33,14 +45,20 @@ class CSampleSizeBox : public CTableBox<CSampleSizeBox, CSampleSizeTableEntry> {
   /// MP4_ZERO_INDEX.
   Mp4Result GetSampleSize(u32 sample, u32* size) const {
     if (sample > m_ui32EntryCount) return MP4_NOT_FOUND;
-    if (m_ui32SampleSize == 0) {
+    if (m_Constant.sampleSize == 0) {
       CSampleSizeTableEntry entry{};
       KT_TRY(m_List.GetAt(sample, &entry));
       *size = entry.sampleSize;
       return MP4_OK;
     }
-    *size = m_ui32SampleSize;  // also of sample 0: readers rely on it
+    *size = m_Constant.sampleSize;  // also of sample 0: readers rely on it
     return MP4_OK;
+  }
+  /// The sizes around a sample that the box has, which is not 0. Good until a size is added.
+  CSampleSizeRun FindRun(u32 sample) const {
+    if (m_Constant.sampleSize != 0) return {1, m_ui32EntryCount, 0, &m_Constant};
+    const u32 first = (sample - 1) / m_List.kBlockSize * m_List.kBlockSize + 1;
+    return {first, std::min(m_List.GetCount() - first + 1, m_List.kBlockSize), 1, &m_List.At(first)};
   }
   /// The sum of the sizes of samples `first` to `end` - 1, modulo 2^32; 0 when there is none. Results as
   /// `GetSampleSize` of each of them, and MP4_NO_MEMORY. Costs the same wherever the samples lie.
@@ -56,8 +74,9 @@ class CSampleSizeBox : public CTableBox<CSampleSizeBox, CSampleSizeTableEntry> {
   };
 
   u32 SumUpTo(u32 sample) const;
+  u32 AddUp(u32 first, u32 end) const;
 
-  u32 m_ui32SampleSize = 0;  // the constant, 0 when the sizes stand in the list
+  CSampleSizeTableEntry m_Constant{0};  // the size of all samples; 0 when the sizes stand in the list
   CBlockTotals<CSampleSizeTableEntry, AddSize, 64> m_Sums;
 };
 

@@ -95,11 +95,51 @@ Mp4Result CSampleToChunkBox::SearchChunk(u32 sample) {
   CChunkOfSample found;
   KT_TRY(GetChunkOfSample(sample, &found.chunk));
   // A chunk ahead of its run, as wrapped numbers give it, sends the cursor back.
-  if (found.chunk >= m_ui32CursorChunk) found.lastSample = LastSampleAlike(sample);
-  KT_TRY(GetFirstSampleOfChunk(found.chunk, &found.firstSample));
+  const bool isInRun = found.chunk >= m_ui32CursorChunk;
+  if (isInRun && sample > 0 && Rises()) {
+    FindEndsOfChunk(&found);
+    m_ui32FoundSample = found.firstSample;
+  } else {
+    if (isInRun) found.lastSample = LastSampleAlike(sample);
+    KT_TRY(GetFirstSampleOfChunk(found.chunk, &found.firstSample));
+    m_ui32FoundSample = std::max(sample, 1U);
+  }
   m_Found = found;
-  m_ui32FoundSample = std::max(sample, 1U);
   return MP4_OK;
+}
+
+// Whether runs of chunks with samples follow one another, as they have to: no answer then depends on the
+// place in the table from which a question goes on.
+bool CSampleToChunkBox::Rises() {
+  const u32 count = m_List.GetCount();
+  if (m_ui32ComparedEntries == count) return m_rises;
+  m_ui32ComparedEntries = count;
+  u64 firstSample = 1;
+  m_rises = m_List.At(count).samplesPerChunk > 0;
+  for (u32 i = 1; m_rises && i < count; ++i) {
+    const CSampleToChunkTableEntry& run = m_List.At(i);
+    const u32 end = m_List.At(i + 1).firstChunk;
+    m_rises = run.samplesPerChunk > 0 && run.firstChunk < end;
+    if (m_rises) firstSample += u64{end - run.firstChunk} * run.samplesPerChunk;
+    m_rises = m_rises && firstSample <= std::numeric_limits<u32>::max();
+  }
+  return m_rises;
+}
+
+// The first and the last sample of the chunk that `GetChunkOfSample` has just found in numbers that rise. It
+// leaves the first sample of a run in the run before.
+void CSampleToChunkBox::FindEndsOfChunk(CChunkOfSample* found) {
+  Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
+  if (run.index < m_List.GetCount() && m_List.At(run.index + 1).firstChunk == found->chunk) {
+    run = RunBehind(run);
+    m_ui32CursorEntry = run.index;
+    m_ui32CursorChunk = run.firstChunk;
+    m_ui32CursorSample = run.firstSample;
+  }
+  found->firstSample = run.firstSample + (found->chunk - run.firstChunk) * run.samplesPerChunk;
+  const u32 behind = run.samplesPerChunk - 1;
+  found->lastSample =
+      found->firstSample + std::min(behind, std::numeric_limits<u32>::max() - found->firstSample);
 }
 
 // The last sample from this one on that `GetChunkOfSample`, which has just found it, finds in the same chunk
@@ -109,15 +149,6 @@ u32 CSampleToChunkBox::LastSampleAlike(u32 sample) const {
   if (sample < run.firstSample) return 0;
   u32 behind = run.samplesPerChunk - 1 - (sample - run.firstSample) % run.samplesPerChunk;
   if (run.index < m_List.GetCount()) behind = std::min(behind, RunBehind(run).firstSample - sample);
-  return sample + std::min(behind, std::numeric_limits<u32>::max() - sample);
-}
-
-// The place in the table may be one run short of the sample.
-u32 CSampleToChunkBox::GuessLastOfChunk(u32 sample) const {
-  Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
-  if (run.index < m_List.GetCount() && RunBehind(run).firstSample <= sample) run = RunBehind(run);
-  if (sample < run.firstSample || run.samplesPerChunk == 0) return sample;
-  const u32 behind = run.samplesPerChunk - 1 - (sample - run.firstSample) % run.samplesPerChunk;
   return sample + std::min(behind, std::numeric_limits<u32>::max() - sample);
 }
 

@@ -49,9 +49,6 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
     *found = m_Found;
     return MP4_OK;
   }
-  /// The last sample of the chunk that holds this one, to be asked behind `FindChunk` of it. As far as the
-  /// runs there tell: the sample itself when they do not.
-  u32 GuessLastOfChunk(u32 sample) const;
   /// How often the place in the table may have changed: what `FindChunk` has found holds while this does.
   u64 GetQuestionCount() const { return m_ui64Questions; }
 
@@ -77,6 +74,8 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
   Mp4Result IndexBlocks();
   bool SkipBlocks(const CBlockMaxima& maxima, u64 bound, Run* run) const;
   Mp4Result SearchChunk(u32 sample);
+  bool Rises();
+  void FindEndsOfChunk(CChunkOfSample* found);
   u32 LastSampleAlike(u32 sample) const;
   void ForgetFound();
 
@@ -94,6 +93,9 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
   CBlockMaxima m_Chunks;
   CDataList<u32> m_LastSamples;
   u32 m_ui32IndexedEntries = 0;
+  // Whether the numbers of that many entries rise.
+  bool m_rises = true;
+  u32 m_ui32ComparedEntries = 0;
   // Writing: the chunk expected next.
   u32 m_ui32NextChunk = 1;
 };

@@ -40,6 +40,7 @@ Mp4Result CMp4FileImpl::Open(const char* fileName, u32 mode, u32 fileType) {
   KT_TRY(OpenStorage());
   KT_TRY(m_mode == MP4_MODE_WRITE ? StartFile() : ReadTree());
   m_isOpen = 1;
+  if (m_mode == MP4_MODE_READ) m_data = m_storage.get();
   return MP4_OK;
 }
 
@@ -132,6 +133,7 @@ Mp4Result CMp4FileImpl::Close() {
     return result;
   }
   m_isOpen = 0;
+  m_data = nullptr;
   m_storage.reset();
   ReleaseTree();
   m_fileName.reset();

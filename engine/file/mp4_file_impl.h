@@ -51,9 +51,6 @@ class CMp4FileImpl : public CHintTrackHost {
   Mp4Result AddTrackBox(CTrackBox** box) override;
   Mp4Result GetMediaData(CMediaDataBox** mediaData) override;
   Mp4Result ReadData(u8* buffer, u64 position, u32 size, u64 ahead) override;
-  const u8* TakeData(u64 position, u32 size) override {
-    return IsOpenToRead() ? m_storage->TakeBlockAt(position, size) : nullptr;
-  }
   Mp4Result GetDataSize(u64* size) override;
 
  protected:

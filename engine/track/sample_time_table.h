@@ -10,6 +10,11 @@ namespace kt {
 /// A stretch of samples whose times rise by the same step and differ by the same offset, without either time
 /// passing 2^64.
 struct CSampleTimeRun {
+  bool Holds(u32 sample) const { return sample - firstSample < count; }
+  /// Of a sample that it holds.
+  u64 DecodingTimeOf(u32 sample) const { return decodingTime + u64{sample - firstSample} * delta; }
+  u64 CompositionTimeOf(u32 sample) const { return DecodingTimeOf(sample) + offset; }
+
   u64 decodingTime = 0;  // of the first sample
   u32 firstSample = 1;
   u32 count = 0;
@@ -38,12 +43,13 @@ class CSampleTimeTable {
   /// MP4_ZERO_INDEX for sample 0, MP4_NO_MEMORY.
   Mp4Result GetSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime) {
     const CSampleTimeRun& run = m_Walk.run;
-    if (sample - run.firstSample >= run.count) return FindSampleTimes(sample, decodingTime, compositionTime);
-    const u64 time = run.decodingTime + u64{sample - run.firstSample} * run.delta;
-    if (decodingTime != nullptr) *decodingTime = time;
-    if (compositionTime != nullptr) *compositionTime = time + run.offset;
+    if (!run.Holds(sample)) return FindSampleTimes(sample, decodingTime, compositionTime);
+    if (decodingTime != nullptr) *decodingTime = run.DecodingTimeOf(sample);
+    if (compositionTime != nullptr) *compositionTime = run.CompositionTimeOf(sample);
     return MP4_OK;
   }
+  /// The stretch of the sample asked for last. It holds none until one is.
+  const CSampleTimeRun& LastRun() const { return m_Walk.run; }
 
   /// The last sample whose decoding time is not above `time`; of several at that very time the first one at
   /// or behind the sample found last, where the search begins unless that one lies after `time`. A time

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ktmp4/result.h>
+#include "engine/storage/storage.h"
 
 namespace kt {
 
@@ -26,7 +27,9 @@ class CTrackHost {
   virtual Mp4Result ReadData(u8* buffer, u64 position, u32 size, u64 ahead) = 0;
   /// The same for bytes that are at hand: where they stand until the next call, or null when they are not,
   /// with nothing done.
-  virtual const u8* TakeData(u64 position, u32 size) = 0;
+  const u8* TakeData(u64 position, u32 size) {
+    return m_data != nullptr ? m_data->TakeBlockAt(position, size) : nullptr;
+  }
   /// Bytes of the file, which no sample can exceed. MP4_FILE_IO when the file is not open to read.
   virtual Mp4Result GetDataSize(u64* size) = 0;
 
@@ -38,6 +41,8 @@ class CTrackHost {
 
   /// Parts from every track that still lives; to be called before the boxes go.
   void DetachTracks();
+
+  CStorage* m_data = nullptr;  // that `ReadData` reads; null unless it is open to read
 
  private:
   friend class CHostedTrack;

@@ -42,6 +42,7 @@ u32 KindOfHandler(u32 handlerType) {
 
 Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   if (m_file == nullptr) return MP4_NOT_READY;
+  m_sizes = {};
   m_next = {};
   m_sync = m_syncBefore = {};
   CTrackBox* track = nullptr;
@@ -121,20 +122,21 @@ Mp4Result CTrackImpl::FindChunkOffsets(CSampleTableBox* sampleTable) {
 }
 
 Mp4Result CTrackImpl::BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks) {
-  m_timeTable.reset(new (std::nothrow) CSampleTimeTable);
-  if (!m_timeTable) return MP4_NO_MEMORY;
-  return m_timeTable->Build(m_boxes.timeToSample, compositionOffset, startOffsetTicks);
+  m_times = {};
+  return m_times.Build(m_boxes.timeToSample, compositionOffset, startOffsetTicks);
 }
 
 void CTrackImpl::OnDetached() {
   m_bound = 0;
   m_writing.reset();
   m_boxes = {};
-  m_timeTable.reset();
+  m_sizes = {};
+  m_next = {};
+  m_times = {};
 }
 
 Mp4Result CTrackImpl::GetSampleCount(u32* count) {
-  return m_bound ? m_timeTable->GetSampleCount(count) : MP4_NOT_READY;
+  return m_bound ? m_times.GetSampleCount(count) : MP4_NOT_READY;
 }
 
 Mp4Result CTrackImpl::GetTrackType(u32* kind) {

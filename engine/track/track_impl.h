@@ -2,7 +2,8 @@
 
 #include <memory>
 
-#include <ktmp4/mp4_track.h>
+#include <ktmp4/sample_info.h>
+#include "boxes/tables/sample_size_box.h"
 #include "boxes/tables/sync_sample_box.h"
 #include "engine/track/sample_time_table.h"
 #include "engine/track/track_host.h"
@@ -19,7 +20,6 @@ class CMediaHeaderBox;
 class CMediaInformationBox;
 class CMP4SampleEntry;
 class CSampleDescriptionBox;
-class CSampleSizeBox;
 class CSampleTableBox;
 class CSampleToChunkBox;
 class CTrackBox;
@@ -85,6 +85,10 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   /// Makes a sample entry of one of the codes that can be written, and copies `info`. MP4_BAD_ARGUMENT for
   /// another code, MP4_NOT_READY unless being written, MP4_NO_MEMORY.
   Mp4Result AddSampleEntry(const void* info, u32 infoSize, u32 code);
+  /// See sample_info.h.
+  Mp4Result GetSampleInfo(u32 sample, SampleInfo* info);
+  Mp4Result ReadSampleAndInfo(u32 sample, u32 bufferSize, u8* buffer, SampleInfo* info);
+
   /// The ES descriptor of an MPEG-4 sample entry, borrowed. MP4_NOT_FOUND for any other entry, MP4_NOT_READY
   /// when the track is not bound or the entry has no descriptor.
   Mp4Result GetEsDescriptor(u32 entryIndex, CESDescriptor** descriptor);
@@ -124,6 +128,13 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
 
   // Where a sample lies, and those behind it up to the last one of its chunk.
   struct SamplePlace {
+    u64 Position() const { return chunkOffset + offsetInChunk; }
+    // Goes on to the sample behind this one, which has that many bytes.
+    void Pass(u32 size) {
+      ++sample;
+      offsetInChunk += size;
+    }
+
     u32 sample = 0;  // 0 for none
     u32 lastSample = 0;
     u32 chunk = 0;
@@ -159,6 +170,11 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
   Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
   Mp4Result FindSyncPoint(u32 sample);
+  Mp4Result FindSampleSize(u32 sample, u32* size);
+  Mp4Result FindSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime);
+  Mp4Result GetBothTimes(u32 sample, SampleInfo* info);
+  Mp4Result ReadElsewhere(u32 sample, u32 bufferSize, u32* size, u8* buffer);
+  Mp4Result FetchSample(u32 size, u8* buffer, bool follows);
   bool IsNext(u32 sample) const;
   Mp4Result FindPlace(u32 sample);
   u64 CountBytesAhead(u64 position, u32 sample);
@@ -172,10 +188,11 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   u32 m_kind = MP4_KIND_UNKNOWN;
   Boxes m_boxes;
   // What was asked last, so that the next question in order costs little.
+  CSampleSizeRun m_sizes;  // empty while sizes are added
   SamplePlace m_next;
   SyncPoint m_sync;
   SyncPoint m_syncBefore;  // around a sync sample both are asked about in turn
-  std::unique_ptr<CSampleTimeTable> m_timeTable;
+  CSampleTimeTable m_times;
   std::unique_ptr<CTrackWriting> m_writing;  // null unless the track is being written
 };
 

@@ -1,5 +1,6 @@
 // Samples by number and by time.
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -13,24 +14,40 @@
 
 namespace kt {
 
+// The next sample, most often, and bytes that are at hand: nothing else is to cost anything here.
 Mp4Result CTrackImpl::ReadSample(u32 sample, u32 bufferSize, u32* size, u8* buffer) {
+  if (!m_sizes.Holds(sample) || !IsNext(sample)) return ReadElsewhere(sample, bufferSize, size, buffer);
+  const u32 count = m_sizes.SizeOf(sample);
+  *size = count;
+  if (count > bufferSize) return MP4_BUFFER_TOO_SMALL;
+  const u8* const bytes = m_file->TakeData(m_next.Position(), count);
+  if (bytes == nullptr) return FetchSample(count, buffer, true);
+  m_next.Pass(count);
+  if (count > 0) std::memcpy(buffer, bytes, count);
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::ReadElsewhere(u32 sample, u32 bufferSize, u32* size, u8* buffer) {
   if (!m_bound) return MP4_NOT_READY;
   if (sample == 0) return MP4_ZERO_INDEX;
-  KT_TRY(m_boxes.sampleSize->GetSampleSize(sample, size));
+  KT_TRY(FindSampleSize(sample, size));
   if (*size > bufferSize) return MP4_BUFFER_TOO_SMALL;
   const bool follows = sample == m_next.sample;
   if (!IsNext(sample)) KT_TRY(FindPlace(sample));
-  const u64 position = m_next.chunkOffset + m_next.offsetInChunk;
-  m_next.sample = sample + 1;
-  m_next.offsetInChunk += *size;
-  const u8* const bytes = m_file->TakeData(position, *size);
-  if (bytes == nullptr) {
-    // Whoever asks for samples here and there is to have no more than these fetched.
-    const u64 ahead = follows ? CountBytesAhead(position, sample) : *size;
-    return m_file->ReadData(buffer, position, *size, ahead);
-  }
+  const u8* const bytes = m_file->TakeData(m_next.Position(), *size);
+  if (bytes == nullptr) return FetchSample(*size, buffer, follows);
+  m_next.Pass(*size);
   if (*size > 0) std::memcpy(buffer, bytes, *size);
   return MP4_OK;
+}
+
+// The bytes of the sample at `m_next`. Whoever asks for samples here and there is to have no more than these
+// fetched.
+Mp4Result CTrackImpl::FetchSample(u32 size, u8* buffer, bool follows) {
+  const u64 position = m_next.Position();
+  const u64 ahead = follows ? CountBytesAhead(position, m_next.sample) : size;
+  m_next.Pass(size);
+  return m_file->ReadData(buffer, position, size, ahead);
 }
 
 bool CTrackImpl::IsNext(u32 sample) const {
@@ -56,7 +73,7 @@ Mp4Result CTrackImpl::FindPlace(u32 sample) {
 // well behind that.
 u64 CTrackImpl::CountBytesAhead(u64 position, u32 sample) {
   constexpr u64 kWorthSkipping = 2048;
-  const u32 last = m_boxes.sampleToChunk->GuessLastOfChunk(sample);
+  const u32 last = std::max(m_next.lastSample, sample);
   u32 bytes = 0;
   u64 nextChunk = 0;
   if (m_boxes.sampleSize->SumSampleSizes(sample, last + 1, &bytes) != MP4_OK ||
@@ -79,23 +96,74 @@ Mp4Result CTrackImpl::GetChunkOffset(u32 chunk, u64* offset) {
 }
 
 Mp4Result CTrackImpl::GetSampleSize(u32 sample, u32* size) {
-  return m_bound ? m_boxes.sampleSize->GetSampleSize(sample, size) : MP4_NOT_READY;
+  if (!m_sizes.Holds(sample)) return FindSampleSize(sample, size);
+  *size = m_sizes.SizeOf(sample);
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::FindSampleSize(u32 sample, u32* size) {
+  if (!m_bound) return MP4_NOT_READY;
+  KT_TRY(m_boxes.sampleSize->GetSampleSize(sample, size));
+  if (sample > 0 && !m_writing) m_sizes = m_boxes.sampleSize->FindRun(sample);
+  return MP4_OK;
 }
 
 Mp4Result CTrackImpl::GetSampleDecodingTime(u32 sample, u64* time) {
-  return m_bound && m_timeTable ? m_timeTable->GetSampleTimes(sample, time, nullptr) : MP4_NOT_READY;
+  const CSampleTimeRun& run = m_times.LastRun();
+  if (!run.Holds(sample)) return FindSampleTimes(sample, time, nullptr);
+  *time = run.DecodingTimeOf(sample);
+  return MP4_OK;
 }
 
 Mp4Result CTrackImpl::GetSampleCompositionTime(u32 sample, u64* time) {
-  return m_bound && m_timeTable ? m_timeTable->GetSampleTimes(sample, nullptr, time) : MP4_NOT_READY;
+  const CSampleTimeRun& run = m_times.LastRun();
+  if (!run.Holds(sample)) return FindSampleTimes(sample, nullptr, time);
+  *time = run.CompositionTimeOf(sample);
+  return MP4_OK;
+}
+
+Mp4Result CTrackImpl::FindSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime) {
+  return m_bound ? m_times.GetSampleTimes(sample, decodingTime, compositionTime) : MP4_NOT_READY;
+}
+
+Mp4Result CTrackImpl::GetSampleInfo(u32 sample, SampleInfo* info) {
+  if (!m_sizes.Holds(sample))
+    KT_TRY(FindSampleSize(sample, &info->size));
+  else
+    info->size = m_sizes.SizeOf(sample);
+  return GetBothTimes(sample, info);
+}
+
+Mp4Result CTrackImpl::ReadSampleAndInfo(u32 sample, u32 bufferSize, u8* buffer, SampleInfo* info) {
+  KT_TRY(ReadSample(sample, bufferSize, &info->size, buffer));
+  return GetBothTimes(sample, info);
+}
+
+inline Mp4Result CTrackImpl::GetBothTimes(u32 sample, SampleInfo* info) {
+  const CSampleTimeRun& run = m_times.LastRun();
+  if (!run.Holds(sample)) return FindSampleTimes(sample, &info->decodingTime, &info->compositionTime);
+  info->decodingTime = run.DecodingTimeOf(sample);
+  info->compositionTime = run.CompositionTimeOf(sample);
+  return MP4_OK;
+}
+
+Mp4Result GetSampleInfo(CMp4Track* track, u32 sample, SampleInfo* info) {
+  if (track == nullptr || info == nullptr) return MP4_BAD_ARGUMENT;
+  return static_cast<CTrackImpl*>(track)->GetSampleInfo(sample,
+                                                        info);  // the tracks of a file are all of this class
+}
+
+Mp4Result ReadSampleAndInfo(CMp4Track* track, u32 sample, u32 bufferSize, u8* buffer, SampleInfo* info) {
+  if (track == nullptr || info == nullptr) return MP4_BAD_ARGUMENT;
+  return static_cast<CTrackImpl*>(track)->ReadSampleAndInfo(sample, bufferSize, buffer, info);
 }
 
 Mp4Result CTrackImpl::FindSampleByCompositionTime(u64 time, u32* sample) {
-  return m_bound && m_timeTable ? m_timeTable->FindByCompositionTime(time, sample) : MP4_NOT_READY;
+  return m_bound ? m_times.FindByCompositionTime(time, sample) : MP4_NOT_READY;
 }
 
 Mp4Result CTrackImpl::FindSampleByDecodingTime(u64 time, u32* sample) {
-  return m_bound && m_timeTable ? m_timeTable->FindByDecodingTime(time, sample) : MP4_NOT_READY;
+  return m_bound ? m_times.FindByDecodingTime(time, sample) : MP4_NOT_READY;
 }
 
 // Composition order is not decoding order: the sample found can be a B-frame in front of the sync sample that

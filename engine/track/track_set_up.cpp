@@ -87,9 +87,10 @@ Mp4Result CTrackImpl::AddSampleTableBoxes(CTrackWriting* writing) {
   CSampleTableBox* sampleTable = nullptr;
   KT_TRY(AddNewChild(m_boxes.mediaInformation, &sampleTable));
   KT_TRY(AddNewChild(sampleTable, &m_boxes.timeToSample));
-  m_timeTable.reset(new (std::nothrow) CSampleTimeTable);
-  if (!m_timeTable) return MP4_NO_MEMORY;
-  KT_TRY(m_timeTable->BeginWriting(m_boxes.timeToSample));
+  m_sizes = {};
+  m_next = {};
+  m_times = {};
+  KT_TRY(m_times.BeginWriting(m_boxes.timeToSample));
   KT_TRY(AddNewChild(sampleTable, &m_boxes.sampleSize));
   KT_TRY(AddNewChild(sampleTable, &m_boxes.sampleToChunk));
   writing->chunkOffset.reset(new (std::nothrow) CChunkOffsetBox);

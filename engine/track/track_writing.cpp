@@ -43,7 +43,7 @@ Mp4Result CTrackImpl::WriteSample(const void* data, u32 size, u64 decodingTime, 
   if (writing.finishing) return MP4_NOT_FOUND;
   if (data == nullptr && size > 0) return MP4_BAD_ARGUMENT;
   KT_TRY(m_boxes.sampleSize->AddSampleSize(writing.nextSample, size));
-  KT_TRY(m_timeTable->AddSample(writing.nextSample, decodingTime, compositionTime));
+  KT_TRY(m_times.AddSample(writing.nextSample, decodingTime, compositionTime));
   KT_TRY(NoteSync(isSync != 0));
   KT_TRY(writing.chunk.Append(data, size));
   if (writing.chunk.IsFull()) KT_TRY(WriteChunk());
@@ -150,7 +150,7 @@ Mp4Result CTrackImpl::Finish() {
 Mp4Result CTrackImpl::FinishTimes() {
   if (m_writing->timesFinished) return MP4_OK;
   u64 startOffset = 0;  // stays 0: a track that is written starts with the movie
-  KT_TRY(m_timeTable->FinishWriting(&startOffset));
+  KT_TRY(m_times.FinishWriting(&startOffset));
   m_writing->timesFinished = true;
   return MP4_OK;
 }
@@ -159,7 +159,7 @@ Mp4Result CTrackImpl::FinishSampleTable() {
   CTrackWriting& writing = *m_writing;
   CSampleTableBox* table = nullptr;
   KT_TRY(RequireChild(m_boxes.mediaInformation, &table));
-  KT_TRY(GiveTo(table, m_timeTable->WrittenOffsets()));
+  KT_TRY(GiveTo(table, m_times.WrittenOffsets()));
   KT_TRY(GiveTo(table, &writing.syncSample));
   KT_TRY(GiveTo(table, &writing.chunkOffset));
   KT_TRY(GiveTo(table, &writing.chunkLargeOffset));
@@ -175,7 +175,7 @@ Mp4Result CTrackImpl::FinishDurations(u64* mediaDuration) {
   u64 lastTime = 0;
   u32 lastDuration = 0;
   u64 duration = 0;
-  KT_TRY(m_timeTable->GetLastSampleTime(&lastTime, &lastDuration));
+  KT_TRY(m_times.GetLastSampleTime(&lastTime, &lastDuration));
   KT_TRY(m_boxes.trackHeader->GetDuration(&duration));
   *mediaDuration = lastTime + std::min<u64>(lastDuration, std::numeric_limits<u64>::max() - lastTime);
   if (duration == 0) {  // otherwise somebody has set it, and it stays

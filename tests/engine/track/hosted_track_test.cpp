@@ -41,7 +41,6 @@ class BareHost : public CTrackHost {
     return MP4_OK;
   }
   Mp4Result ReadData(u8*, u64, u32, u64) override { return MP4_FILE_IO; }
-  const u8* TakeData(u64, u32) override { return nullptr; }
   Mp4Result GetDataSize(u64* /*size*/) override { return MP4_FILE_IO; }
 
   /// The movie so far, as it would be written.
