@@ -1,8 +1,9 @@
-// ktmp4_bench [--smoke] [--folder=FOLDER] [--json=FILE] [Google Benchmark's options]
+// ktmp4_bench [--smoke] [--readme] [--folder=FOLDER] [--json=FILE] [Google Benchmark's options]
 //
 // Opens, reads and searches a generated film of two hours, side by side with libavformat and with bare calls
-// of the system in one process, and prints how they stand to each other, --json as JSON too. --smoke takes
-// seconds in place of hours and one repetition, to see that everything works; its figures mean nothing.
+// of the system in one process, and prints how they stand to each other, --json as JSON too. --readme
+// measures what the README shows alone. --smoke takes seconds in place of hours and one repetition, to see
+// that everything works; its figures mean nothing.
 
 #include <benchmark/benchmark.h>
 
@@ -23,6 +24,7 @@
 #include "bench/peer_writer.h"
 #include "bench/ratios.h"
 #include "bench/raw_bound.h"
+#include "bench/value_reader.h"
 
 namespace {
 
@@ -34,6 +36,7 @@ constexpr u32 kRange = 10000;
 
 struct Plan {
   bool smoke = false;
+  bool forReadme = false;
   std::string folder = KTMP4_BENCH_FOLDER;
   std::string json;  // empty for none
 
@@ -145,10 +148,11 @@ void RegisterRandom(const Plan& plan, const std::string& name, const std::string
 }
 
 // What a pass over a file costs at least.
-void RegisterRaw(const Plan& plan, const std::string& name, const std::string& file) {
+void RegisterRaw(const Plan& plan, const std::string& name, const std::string& file,
+                 u64 (CRawReader::*pass)() = &CRawReader::ReadAndCopy) {
   Register(plan, name, [=](benchmark::State& state) {
     CRawReader reader(file);
-    for (auto _ : state) benchmark::DoNotOptimize(reader.ReadAndCopy());
+    for (auto _ : state) benchmark::DoNotOptimize((reader.*pass)());
   });
 }
 
@@ -285,6 +289,8 @@ void RegisterAll(const Plan& plan, const std::string& film, const std::string& f
   RegisterRead(plan, "read/libavformat", film, &CPeerReader::ReadAll, expected);
   RegisterRead(plan, "read by time/ktmp4", film, &COurReader::ReadByTime, expected);
   RegisterRead(plan, "read by track/ktmp4", film, &COurReader::ReadByTrack, expected);
+  RegisterRead(plan, "read by track/at once", film, &COurReader::ReadAtOnceByTrack, expected);
+  RegisterRead(plan, "read by track/values", film, &CValueReader::ReadByTrack, expected);
   RegisterSeek(plan, "seek/ktmp4", film, &COurReader::FindSyncSamples, times);
   RegisterSeek(plan, "seek/libavformat", film, &CPeerReader::Seek, times);
   RegisterSeek(plan, "search/libavformat", film, &CPeerReader::SearchIndex, times);
@@ -293,7 +299,9 @@ void RegisterAll(const Plan& plan, const std::string& film, const std::string& f
   RegisterReadRange(plan, "deliver/read alone", film);
   RegisterWriting(plan, film, expected);
   RegisterPass(plan, "list/ktmp4", film, &COurReader::ListByTrack);
+  RegisterPass(plan, "list/at once", film, &COurReader::ListAtOnceByTrack);
   RegisterRaw(plan, "read/raw", film);
+  RegisterRaw(plan, "read by track/raw", film, &CRawReader::ReadTurnsAndCopy);
   RegisterRandom(plan, "read pictures at random", film);
   RegisterRawRandom(plan, "read pictures at random/raw", film);
   Register(plan, "remux/raw", [plan, film](benchmark::State& state) {
@@ -311,6 +319,7 @@ void RegisterAll(const Plan& plan, const std::string& film, const std::string& f
     RegisterRandom(plan, SoundName("read at random", length), sound);
     RegisterRawRandom(plan, SoundName("read at random/raw", length), sound);
     RegisterPass(plan, SoundName("read", length), sound, &COurReader::ReadByTrack);
+    RegisterPass(plan, SoundName("read/at once", length), sound, &COurReader::ReadAtOnceByTrack);
     RegisterRaw(plan, SoundName("read/raw", length), sound);
   }
   for (const u32 seconds : plan.GrowingSeconds()) RegisterGrowth(plan, seconds);
@@ -358,15 +367,24 @@ void CompareWithPeer(CComparison& to, const Plan& plan, const CRatioReporter& re
 void CompareWithBound(CComparison& to, const Plan& plan, const CRatioReporter& report, double samples) {
   const auto median = [&](const char* name) { return report.Median(name); };
   to.Begin("beside the raw bound", "ktmp4", "raw");
-  for (const char* order : {"read/ktmp4", "read by time/ktmp4", "read by track/ktmp4"}) {
-    to.Add(order, median(order), median("read/raw"), kNano / samples, "ns/sample");
-  }
-  to.Add("size and times of every sample, to reading it", median("list/ktmp4"), median("read/raw"),
-         kNano / samples, "ns/sample");
+  const auto addPass = [&](const char* what, const char* ours, const char* raw) {
+    to.Add(what, median(ours), median(raw), kNano / samples, "ns/sample");
+  };
+  addPass("read every sample, in file order", "read/ktmp4", "read/raw");
+  addPass("..., by time", "read by time/ktmp4", "read/raw");
+  addPass("..., track after track", "read by track/ktmp4", "read/raw");
+  addPass("..., in one call for each", "read by track/at once", "read/raw");
+  addPass("..., to reads of half a second", "read by track/ktmp4", "read by track/raw");
+  addPass("..., in one call for each", "read by track/at once", "read by track/raw");
+  addPass("size and times of every sample, to reading it", "list/ktmp4", "read/raw");
+  addPass("..., in one call for each", "list/at once", "read/raw");
   for (const u32 length : kChunkLengths) {
     const double count = 2.0 * plan.Seconds() * LongFile::kSoundRate / LongFile::kTicksPerSoundSample;
-    to.Add(SoundName("read sound", length), report.Median(SoundName("read", length)),
-           report.Median(SoundName("read/raw", length)), kNano / count, "ns/sample");
+    const double raw = report.Median(SoundName("read/raw", length));
+    to.Add(SoundName("read sound", length), report.Median(SoundName("read", length)), raw, kNano / count,
+           "ns/sample");
+    to.Add("..., in one call for each", report.Median(SoundName("read/at once", length)), raw, kNano / count,
+           "ns/sample");
   }
   to.Add("a random picture's bytes", median("read pictures at random"), median("read pictures at random/raw"),
          kMicro / kRange, "us/sample");
@@ -381,6 +399,13 @@ void CompareWithBound(CComparison& to, const Plan& plan, const CRatioReporter& r
          kNano / plan.WrittenSound().samples, "ns/sample");
   to.Add("copy the film, to a read and a write", median("remux/ktmp4"), median("remux/raw"), kNano / samples,
          "ns/sample");
+}
+
+// What the values of C++ cost over the plain calls.
+void CompareValues(CComparison& to, const CRatioReporter& report, double samples) {
+  to.Begin("ktmp4", "values", "plain");
+  to.Add("read every sample, track after track", report.Median("read by track/values"),
+         report.Median("read by track/ktmp4"), kNano / samples, "ns/sample");
 }
 
 // `scripts/draw_growth.py` draws these: what, a comma, and the length of the film.
@@ -438,6 +463,8 @@ Plan TakeOwnOptions(int* argc, char** argv) {
     const std::string_view option = argv[i];
     if (option == "--smoke") {
       plan.smoke = true;
+    } else if (option == "--readme") {
+      plan.forReadme = true;
     } else if (option.starts_with(kFolder)) {
       plan.folder = option.substr(kFolder.size());
     } else if (option.starts_with(kJson)) {
@@ -457,9 +484,16 @@ int main(int argc, char** argv) {
   // The two sides take turns, so that a machine that is busy for a while is busy for both.
   std::vector<char*> options(argv, argv + argc);
   char interleave[] = "--benchmark_enable_random_interleaving=true";
+  // Five medians of a tenth of a second spread no more than those of half a second.
+  char brief[] = "--benchmark_min_time=0.1";
   char shortest[] = "--benchmark_min_time=0.001";
+  char readme[] =
+      "--benchmark_filter=^(open|read/|read by track|read pictures|read "
+      "fragments|seek|search|deliver/(first|read)|"
+      "write|remux|hint|list)";
   options.insert(options.begin() + 1, interleave);
-  if (plan.smoke) options.insert(options.begin() + 1, shortest);
+  options.insert(options.begin() + 1, plan.smoke ? shortest : brief);
+  if (plan.forReadme) options.insert(options.begin() + 1, readme);
   int count = static_cast<int>(options.size());
   benchmark::Initialize(&count, options.data());
   if (benchmark::ReportUnrecognizedArguments(count, options.data())) return 2;
@@ -473,6 +507,7 @@ int main(int argc, char** argv) {
   CComparison comparison;
   CompareWithPeer(comparison, plan, report, film, samples);
   CompareWithBound(comparison, plan, report, samples);
+  CompareValues(comparison, report, samples);
   CompareAdapting(comparison, report, film, fragments, samples);
   CompareEnds(comparison, report);
   CompareGrowth(comparison, plan, report);

@@ -1,5 +1,6 @@
 #include "bench/our_reader.h"
 
+#include <ktmp4/sample_info.h>
 #include "bench/check.h"
 
 namespace kt {
@@ -38,15 +39,10 @@ std::vector<u32> COurReader::Sizes(u32 track) {
   return sizes;
 }
 
-void COurReader::Read(const Track& track, u32 sample, Tally* tally) {
-  u32 size = 0;
-  u64 decodingTime = 0;
-  u64 compositionTime = 0;
-  Check(track.face->ReadSample(sample, static_cast<u32>(m_buffer.size()), &size, m_buffer.data()),
-        "ReadSample");
-  Check(track.face->GetSampleDecodingTime(sample, &decodingTime), "GetSampleDecodingTime");
-  Check(track.face->GetSampleCompositionTime(sample, &compositionTime), "GetSampleCompositionTime");
-  tally->Add(size, decodingTime, compositionTime, m_buffer[0]);
+bool COurReader::IsInTurn(u32 track, u32 sample, u64 turn) {
+  u64 time = 0;
+  Check(m_tracks[track].face->GetSampleDecodingTime(sample, &time), "GetSampleDecodingTime");
+  return time * 2 < turn * m_tracks[track].timeScale;
 }
 
 Tally COurReader::ReadInFileOrder() {
@@ -57,10 +53,7 @@ Tally COurReader::ReadInFileOrder() {
     more = false;
     for (std::size_t i = 0; i < m_tracks.size(); ++i) {
       const Track& track = m_tracks[i];
-      for (; next[i] <= track.samples; ++next[i]) {
-        u64 time = 0;
-        Check(track.face->GetSampleDecodingTime(next[i], &time), "GetSampleDecodingTime");
-        if (time * 2 >= turn * track.timeScale) break;
+      for (; next[i] <= track.samples && IsInTurn(static_cast<u32>(i), next[i], turn); ++next[i]) {
         Read(track, next[i], &tally);
       }
       more = more || next[i] <= track.samples;
@@ -95,6 +88,31 @@ Tally COurReader::ReadByTrack() {
   Tally tally;
   for (const Track& track : m_tracks) {
     for (u32 sample = 1; sample <= track.samples; ++sample) Read(track, sample, &tally);
+  }
+  return tally;
+}
+
+Tally COurReader::ReadAtOnceByTrack() {
+  Tally tally;
+  SampleInfo info;
+  for (const Track& track : m_tracks) {
+    for (u32 sample = 1; sample <= track.samples; ++sample) {
+      Check(ReadSampleAndInfo(track.face, sample, static_cast<u32>(m_buffer.size()), m_buffer.data(), &info),
+            "ReadSampleAndInfo");
+      tally.Add(info.size, info.decodingTime, info.compositionTime, m_buffer[0]);
+    }
+  }
+  return tally;
+}
+
+Tally COurReader::ListAtOnceByTrack() {
+  Tally tally;
+  SampleInfo info;
+  for (const Track& track : m_tracks) {
+    for (u32 sample = 1; sample <= track.samples; ++sample) {
+      Check(GetSampleInfo(track.face, sample, &info), "GetSampleInfo");
+      tally.Add(info.size, info.decodingTime, info.compositionTime, 0);
+    }
   }
   return tally;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <ktmp4/adapting_file.h>
+#include "bench/check.h"
 
 namespace kt {
 
@@ -34,6 +35,8 @@ class COurReader {
   u32 TrackCount() const { return static_cast<u32>(m_tracks.size()); }
   u32 SampleCount(u32 track) const { return m_tracks[track].samples; }
   std::vector<u32> Sizes(u32 track);
+  /// Whether a sample is decoded before the end of the `turn`-th half second.
+  bool IsInTurn(u32 track, u32 sample, u64 turn);
   /// Composition time of the last sample in ticks.
   u64 LastTime(u32 track);
 
@@ -43,8 +46,11 @@ class COurReader {
   Tally ReadByTime();
   /// One track after the other.
   Tally ReadByTrack();
+  /// The same with one call for each sample.
+  Tally ReadAtOnceByTrack();
   /// Size and both times of every sample, one track after the other; the bytes are not read.
   Tally ListByTrack();
+  Tally ListAtOnceByTrack();
   /// What the delivery to a pin asks for each of `count` samples from `first` on: size, bytes, its time and
   /// the next one's, and whether it is a sync sample.
   Tally DeliverRange(u32 track, u32 first, u32 count);
@@ -63,7 +69,16 @@ class COurReader {
     u32 timeScale;
   };
 
-  void Read(const Track& track, u32 sample, Tally* tally);
+  void Read(const Track& track, u32 sample, Tally* tally) {
+    u32 size = 0;
+    u64 decodingTime = 0;
+    u64 compositionTime = 0;
+    Check(track.face->ReadSample(sample, static_cast<u32>(m_buffer.size()), &size, m_buffer.data()),
+          "ReadSample");
+    Check(track.face->GetSampleDecodingTime(sample, &decodingTime), "GetSampleDecodingTime");
+    Check(track.face->GetSampleCompositionTime(sample, &compositionTime), "GetSampleCompositionTime");
+    tally->Add(size, decodingTime, compositionTime, m_buffer[0]);
+  }
 
   std::unique_ptr<CMp4File> m_file;
   std::vector<Track> m_tracks;

@@ -54,6 +54,48 @@ CRawReader::CRawReader(const std::string& path) : m_file(open(path.c_str(), O_RD
   m_size = static_cast<u64>(status.st_size);
   COurReader reader(path);
   for (u32 track = 0; track < reader.TrackCount(); ++track) m_sizes.push_back(reader.Sizes(track));
+  LayOutTurns(reader);
+}
+
+// Near enough to where they are: what stands ahead of the first sample is left out.
+void CRawReader::LayOutTurns(COurReader& reader) {
+  m_turns.resize(m_sizes.size());
+  std::vector<u32> passed(m_sizes.size());
+  u64 position = 0;
+  for (bool more = true; more;) {
+    more = false;
+    for (u32 track = 0; track < m_sizes.size(); ++track) {
+      const std::vector<u32>& sizes = m_sizes[track];
+      Turn turn{position, 0, 0};
+      const u64 number = m_turns[track].size() + 1;
+      for (u32& i = passed[track]; i < sizes.size() && reader.IsInTurn(track, i + 1, number); ++i) {
+        turn.size += sizes[i];
+        ++turn.samples;
+      }
+      more = more || passed[track] < sizes.size();
+      position += turn.size;
+      m_turns[track].push_back(turn);
+    }
+  }
+}
+
+u64 CRawReader::ReadTurnsAndCopy() {
+  u64 samples = 0;
+  for (std::size_t track = 0; track < m_turns.size(); ++track) {
+    const u32* size = m_sizes[track].data();
+    for (const Turn& turn : m_turns[track]) {
+      CheckSystem(turn.size <= m_block.size() &&
+                      pread(m_file, m_block.data(), turn.size, static_cast<off_t>(turn.position)) ==
+                          ssize_t{turn.size},
+                  "pread");
+      const u8* from = m_block.data();
+      for (u32 i = 0; i < turn.samples; from += *size, ++size, ++i) {
+        std::memcpy(m_sample.data(), from, *size);
+      }
+      samples += turn.samples;
+    }
+  }
+  return samples;
 }
 
 CRawReader::~CRawReader() {
