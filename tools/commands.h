@@ -19,5 +19,6 @@ void AddSdpCommand(CLI::App& program);
 void AddHintsCommand(CLI::App& program);
 void AddAddCaptionsCommand(CLI::App& program);
 void AddCaptionsCommand(CLI::App& program);
+void AddReportCommand(CLI::App& program);
 
 }  // namespace kt

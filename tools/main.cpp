@@ -75,6 +75,7 @@ void SetUp(CLI::App& program) {
   kt::AddHintCommand(program);
   kt::AddSdpCommand(program);
   kt::AddHintsCommand(program);
+  kt::AddReportCommand(program);
 }
 
 int Run(int argc, char** argv) {

@@ -1,0 +1,102 @@
+#include "tools/report/box_tree.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <optional>
+#include <string_view>
+
+namespace kt {
+namespace {
+
+constexpr u32 kDeepest = 64;
+constexpr std::size_t kMostInList = 50;
+constexpr u32 kMostInTree = 2000;
+// Beyond this many the rest of a list is not even counted.
+constexpr u64 kMostCounted = 1'000'000;
+
+// Boxes that hold boxes, and how many bytes stand ahead of these.
+struct HolderRow {
+  std::string_view code;
+  u64 ahead;
+};
+constexpr HolderRow kHolders[] = {
+    {"moov", 0}, {"trak", 0}, {"mdia", 0}, {"minf", 0}, {"stbl", 0}, {"dinf", 0}, {"edts", 0},
+    {"udta", 0}, {"tref", 0}, {"hnti", 0}, {"hinf", 0}, {"moof", 0}, {"traf", 0}, {"mvex", 0},
+    {"mfra", 0}, {"sinf", 0}, {"schi", 0}, {"wave", 0}, {"gmhd", 0}, {"ilst", 0}, {"tapt", 0},
+    {"cmov", 0}, {"iprp", 0}, {"ipco", 0}, {"stsd", 8}, {"dref", 8}};
+
+class TreeReader {
+ public:
+  explicit TreeReader(FileBytes& file) : m_file(file) {}
+
+  void ReadList(u64 at, u64 end, u32 depth, TreeBox* owner) {
+    while (at < end) {
+      TreeBox box;
+      const HeaderLook look = LookAtHeader(m_file, at, end, &box.place);
+      if (look != HeaderLook::kFits) {
+        owner->fault = FaultText(look, box.place, end - at);
+        return;
+      }
+      at = box.place.End();
+      if (owner->children.size() == kMostInList || m_count == kMostInTree) {
+        if (++owner->unlisted == kMostCounted) return;
+        continue;
+      }
+      ++m_count;
+      const std::optional<u64> inner =
+          depth < kDeepest ? ChildrenOf(box.place, owner->place.code) : std::nullopt;
+      if (inner) ReadList(*inner, box.place.End(), depth + 1, &box);
+      owner->children.push_back(std::move(box));
+    }
+  }
+
+ private:
+  static std::string FaultText(HeaderLook look, const BoxPlace& box, u64 left) {
+    if (look == HeaderLook::kLargerThanRoom && LooksLikeCode(box.code)) {
+      return QuotedCode(box.code) + " follows, which says that it has " + BytesText(box.size) + ", and " +
+             Grouped(left) + (left == 1 ? " is left" : " are left");
+    }
+    return BytesText(left) + (left == 1 ? " follows that is no box" : " follow that are no box");
+  }
+
+  // Where the boxes in a box begin.
+  std::optional<u64> ChildrenOf(const BoxPlace& box, u32 owner) {
+    const auto* const row =
+        std::ranges::find(kHolders, box.code, [](const HolderRow& each) { return CodeOf(each.code); });
+    if (row != std::end(kHolders)) return Within(box, row->ahead);
+    if (owner == CodeOf("stsd")) return BehindEntry(box);
+    if (owner == CodeOf("ilst")) return Within(box, 0);
+    if (box.code != CodeOf("meta")) return std::nullopt;
+    // QuickTime has neither version nor flags here.
+    const bool isQuickTime = m_file.NumberAt(box.Payload() + 4, 4) == CodeOf("hdlr");
+    return Within(box, isQuickTime ? 0 : 4);
+  }
+
+  static std::optional<u64> Within(const BoxPlace& box, u64 ahead) {
+    return box.PayloadSize() > ahead ? std::optional(box.Payload() + ahead) : std::nullopt;
+  }
+
+  // Behind the fields of a sample entry: of pictures, of sound in the three forms that there are, of hints,
+  // and of anything else. ISO/IEC 14496-12, 8.5.2, and QuickTime.
+  std::optional<u64> BehindEntry(const BoxPlace& box) {
+    for (const u64 ahead : {78U, 28U, 44U, 64U, 16U, 8U}) {
+      const auto begin = Within(box, ahead);
+      if (begin && AreBoxes(m_file, *begin, box.End())) return begin;
+    }
+    return std::nullopt;
+  }
+
+  FileBytes& m_file;
+  u32 m_count = 0;
+};
+
+}  // namespace
+
+TreeBox ReadBoxTree(FileBytes& file) {
+  TreeBox root;
+  TreeReader(file).ReadList(0, file.Size(), 1, &root);
+  return root;
+}
+
+}  // namespace kt

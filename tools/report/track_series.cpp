@@ -1,0 +1,153 @@
+#include "tools/report/track_series.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "tools/terminal/interrupts.h"
+
+namespace kt {
+namespace {
+
+// Tables that claim more than the file holds are not gone through: see `TrackFacts::bytes`.
+constexpr u32 kMostOfDoubtful = 1'000'000;
+
+/// The first sample of each chunk and where it lies, from "stsc" and "stco" or "co64": ISO/IEC 14496-12, 8.7.
+class ChunkTable {
+ public:
+  explicit ChunkTable(ByteSpan track) {
+    const auto table = BoxAt(track, {"mdia", "minf", "stbl"});
+    if (!table) return;
+    m_runs = BoxAt(*table, {"stsc"}).value_or(ByteSpan());
+    const auto large = BoxAt(*table, {"co64"});
+    m_offsets = large ? *large : BoxAt(*table, {"stco"}).value_or(ByteSpan());
+    m_width = large ? 8 : 4;
+    m_count = std::min<u64>(Number(m_offsets, 4, 4), From(m_offsets, 8).size() / m_width);
+  }
+
+  // Calls `take(first sample, offset)` with each, in their order.
+  template <class Take>
+  void ForEach(Take take) const {
+    const u64 runs = std::min<u64>(Number(m_runs, 4, 4), From(m_runs, 8).size() / 12);
+    u64 sample = 1;
+    for (u64 chunk = 1, run = 0; chunk <= m_count && run < runs; ++chunk) {
+      while (run + 1 < runs && Number(m_runs, 8 + 12 * (run + 1), 4) <= chunk) ++run;
+      take(sample, Number(m_offsets, 8 + m_width * (chunk - 1), m_width));
+      sample += Number(m_runs, 8 + 12 * run + 4, 4);
+    }
+  }
+
+ private:
+  ByteSpan m_runs, m_offsets;
+  u32 m_width = 4;
+  u64 m_count = 0;
+};
+
+class Gathering {
+ public:
+  Gathering(InputFile& input, const TrackFacts& facts)
+      : m_track(input.OpenTrack(facts.index)), m_timeScale(facts.timeScale.value_or(0)) {
+    m_count = facts.samples.value_or(0);
+    if (!facts.bytes && !input.IsAdapted()) m_count = std::min(m_count, kMostOfDoubtful);
+  }
+
+  TrackSeries Gather(ByteSpan boxes) {
+    if (m_count == 0 || m_timeScale == 0) return std::move(m_series);
+    TakeSpan();
+    m_series.bytes.assign(kSeriesSteps, 0);
+    for (u32 sample = 1; sample <= m_count && TakeSample(sample); ++sample) {
+      if (sample % 4096 == 0) m_interrupts.Check();
+    }
+    if (m_series.syncSamples > 0) EndGap(m_series.end);
+    TrimSizes();
+    TakeChunks(boxes);
+    return std::move(m_series);
+  }
+
+ private:
+  double Seconds(u64 ticks) const { return static_cast<double>(ticks) / m_timeScale; }
+
+  // From the first sample to the end of the last, which lasts as long as the samples do in the mean.
+  void TakeSpan() {
+    u64 first = 0, last = 0;
+    if (m_track->GetSampleDecodingTime(1, &first) != MP4_OK) return;
+    if (m_track->GetSampleDecodingTime(m_count, &last) != MP4_OK || last < first) last = first;
+    m_series.begin = Seconds(first);
+    const double step = m_count > 1 ? Seconds(last - first) / (m_count - 1) : 0;
+    m_series.end = Seconds(last) + (step > 0 ? step : 1.0 / m_timeScale);
+  }
+
+  u32 StepAt(double time) const {
+    const double part = (time - m_series.begin) / (m_series.end - m_series.begin) * kSeriesSteps;
+    return static_cast<u32>(std::clamp(part, 0.0, kSeriesSteps - 1.0));
+  }
+
+  bool TakeSample(u32 sample) {
+    u32 size = 0;
+    u64 decodingTime = 0, compositionTime = 0;
+    if (m_track->GetSampleSize(sample, &size) != MP4_OK ||
+        m_track->GetSampleDecodingTime(sample, &decodingTime) != MP4_OK ||
+        m_track->GetSampleCompositionTime(sample, &compositionTime) != MP4_OK) {
+      m_series.fault = "its tables tell of no sample behind the " + std::to_string(sample - 1) + ".";
+      return false;
+    }
+    u32 sync = 0;
+    const bool isSync = m_track->FindSyncSample(compositionTime, &sync) == MP4_OK && sync == sample;
+    const double time = Seconds(decodingTime);
+    m_series.bytes[StepAt(time)] += size;
+    ++m_series.samples;
+    if (m_series.sizes.empty()) m_series.sizes.resize(33);
+    TrackSeries::SizeClass& sizes = m_series.sizes[size == 0 ? 0 : std::bit_width(size) - 1U];
+    ++sizes.samples;
+    if (isSync) {
+      ++sizes.syncSamples;
+      TakeSync(time);
+    }
+    return true;
+  }
+
+  void TakeSync(double time) {
+    if (m_series.syncSamples++ > 0) EndGap(time);
+    m_lastSync = time;
+    if (!m_series.syncTimes.empty() && StepAt(m_series.syncTimes.back()) == StepAt(time) &&
+        m_series.syncTimes.size() >= kSeriesSteps / 2) {
+      return;
+    }
+    if (m_series.syncTimes.size() < 2 * kSeriesSteps) m_series.syncTimes.push_back(time);
+  }
+
+  void EndGap(double time) { m_series.longestGap = std::max(m_series.longestGap, time - m_lastSync); }
+
+  // Classes without samples at both ends go.
+  void TrimSizes() {
+    auto& sizes = m_series.sizes;
+    while (!sizes.empty() && sizes.back().samples == 0) sizes.pop_back();
+    const auto first = std::ranges::find_if(sizes, [](const auto& each) { return each.samples > 0; });
+    m_series.smallest = static_cast<u32>(first - sizes.begin());
+    sizes.erase(sizes.begin(), first);
+  }
+
+  void TakeChunks(ByteSpan boxes) {
+    const ChunkTable table(boxes);
+    table.ForEach([&](u64 sample, u64 offset) {
+      u64 time = 0;
+      if (sample > m_count) return;
+      if (m_track->GetSampleDecodingTime(static_cast<u32>(sample), &time) != MP4_OK) return;
+      m_series.chunks.push_back({Seconds(time), offset});
+    });
+  }
+
+  const Interrupts m_interrupts;
+  const TrackHandle m_track;
+  const u32 m_timeScale;
+  u32 m_count = 0;
+  double m_lastSync = 0;
+  TrackSeries m_series;
+};
+
+}  // namespace
+
+TrackSeries GatherSeries(InputFile& input, const TrackFacts& facts, ByteSpan boxes) {
+  return Gathering(input, facts).Gather(boxes);
+}
+
+}  // namespace kt

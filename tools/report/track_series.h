@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/facts/file_facts.h"
+
+namespace kt {
+
+/// What goes on in a track from its first sample to its last, in as many steps as a picture has.
+struct TrackSeries {
+  /// Bytes that are decoded in each of as many equal steps of the time.
+  std::vector<u64> bytes;
+  double begin = 0, end = 0;  // of all steps, in seconds
+
+  /// When sync samples are decoded, in seconds; where there are too many, the first of each step.
+  std::vector<double> syncTimes;
+  u32 samples = 0;  // that were looked at
+  u32 syncSamples = 0;
+  double longestGap = 0;  // between two sync samples, in seconds
+
+  /// How many samples have a size from 2^n on and below 2^(n+1), for each n from `smallest` on.
+  struct SizeClass {
+    u32 samples = 0;
+    u32 syncSamples = 0;
+  };
+  u32 smallest = 0;
+  std::vector<SizeClass> sizes;
+
+  /// Chunks: where in the file which time lies.
+  struct Chunk {
+    double time = 0;  // of its first sample, in seconds
+    u64 offset = 0;   // in the file, in bytes
+  };
+  std::vector<Chunk> chunks;
+
+  std::string fault;  // why it ends before its track does; empty when it does not
+};
+
+/// The steps that the series have.
+inline constexpr u32 kSeriesSteps = 240;
+
+/// Goes through all samples of a track. `boxes` is the payload of its "trak", out of which the chunks come.
+TrackSeries GatherSeries(InputFile& input, const TrackFacts& facts, ByteSpan boxes);
+
+}  // namespace kt
