@@ -16,7 +16,7 @@ constexpr u64 kLongestText = 2000;
 /// The layout of a box: a letter for the form of each field, its name behind it, a comma between two.
 ///
 ///   1 2 4 8  a number of so many bytes      w  of 4, in version 1 of 8        i  a signed w
-///   f        fixed 8.8 of 2 bytes           F  fixed 16.16                    c  four characters
+///   f        fixed 8.8 of 2 bytes           F  fixed 16.16, U without sign     c  four characters
 ///   l        a language of 5-bit letters    v  version and flags              t  text up to the end
 ///   -N       N bytes that say nothing       h  the rest in hexadecimal
 ///
@@ -83,7 +83,7 @@ constexpr LayoutRow kLayouts[] = {
 };
 // Sample entries, by what stands around them.
 constexpr LayoutRow kPicture = {"", "-6,2data reference,-16,2width,2height,-14,2pictures a sample"};
-constexpr LayoutRow kSound = {"", "-6,2data reference,2version,-6,2channels,2bits,-4,Frate"};
+constexpr LayoutRow kSound = {"", "-6,2data reference,2version,-6,2channels,2bits,-4,Urate"};
 constexpr std::string_view kPictures[] = {"mp4v", "s263", "avc1", "avc3", "hvc1", "hev1", "av01",
                                           "vp09", "vp08", "mjpa", "jpeg", "ap4h", "apch", "encv"};
 constexpr std::string_view kSounds[] = {"mp4a", "samr", "sawb", "Opus", "ac-3", "ec-3", "alac",
@@ -105,7 +105,7 @@ const LayoutRow* LayoutOf(u32 code, u32 owner) {
 
 std::string FixedText(i64 value, double one) {
   char text[64];
-  std::snprintf(text, sizeof text, "%.4g", static_cast<double>(value) / one);
+  std::snprintf(text, sizeof text, "%.7g", static_cast<double>(value) / one);
   return text;
 }
 
@@ -203,6 +203,8 @@ class FieldReader {
         return FixedText(static_cast<i16>(m_number), 256);
       case 'F':
         return FixedText(isSigned, 65536);
+      case 'U':
+        return FixedText(static_cast<i64>(m_number), 65536);
       case 'c':
         return CodeText(static_cast<u32>(m_number));
       case 'l':

@@ -1,6 +1,7 @@
 #include "tools/report/drawing.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "tools/report/html.h"
 #include "tools/terminal/shown_text.h"
@@ -22,6 +23,13 @@ std::string Axis(double begin, double end) {
   for (const double part : {0.0, 0.25, 0.5, 0.75, 1.0})
     html += "<span>" + TimeText(begin + part * (end - begin)) + "</span>";
   return html + "</div>\n";
+}
+
+// "512", "4 Ki", of a power of two.
+std::string PowerText(u64 number) {
+  if (number < 1024) return std::to_string(number);
+  return number < 1024 * 1024 ? std::to_string(number / 1024) + " Ki"
+                              : std::to_string(number / 1024 / 1024) + " Mi";
 }
 
 // Sync samples over the same time as the picture above.
@@ -82,10 +90,8 @@ std::string SizesPicture(const TrackSeries& series, u32 track) {
   std::string bars, names;
   for (std::size_t i = 0; i < series.sizes.size(); ++i) {
     const auto& each = series.sizes[i];
-    const u64 from = i + series.smallest == 0 ? 0 : u64{1} << (i + series.smallest);
-    const u64 to = (u64{2} << (i + series.smallest)) - 1;
     const u32 plain = marksSync ? each.samples - each.syncSamples : each.samples;
-    std::string title = Grouped(from) + " to " + BytesText(to) + ": " + Grouped(each.samples) + " samples";
+    std::string title = "from " + BytesText(each.from) + " on: " + Grouped(each.samples) + " samples";
     if (marksSync) title += ", " + Grouped(each.syncSamples) + " of them sync samples";
     bars += "<div title=\"" + title + "\">";
     if (plain > 0) bars += "<i style=\"height:" + PlaceText(100.0 * plain / most) + "%\"></i>";
@@ -93,7 +99,7 @@ std::string SizesPicture(const TrackSeries& series, u32 track) {
       bars += "<i class=sync style=\"height:" + PlaceText(100.0 * each.syncSamples / most) + "%\"></i>";
     }
     bars += "</div>";
-    names += "<span>" + SizeText(from) + "</span>";
+    names += "<span>" + (std::has_single_bit(each.from) ? PowerText(each.from) : "") + "</span>";
   }
   return "<div class=\"bars " + ColourClass(track) + "\">" + bars + "</div>\n<div class=under>" + names +
          "</div>\n";
@@ -147,9 +153,12 @@ std::string LayoutPicture(const std::vector<DrawnTrack>& tracks, u64 fileSize) {
       path += (path.empty() ? "M" : "L") + PlaceText(std::min(x, 1000.0)) + " " +
               PlaceText(kHeight - chunk.time / latest * kHeight);
     }
-    // A lone chunk is a dot.
-    if (!path.empty())
-      lines += "<path class=\"line " + ColourClass(track.index) + "\" d=\"" + path + "h2\"/>";
+    // Lines over each other are to be seen all the same. A lone chunk is a dot.
+    const std::size_t width =
+        2 + 3 * std::min<std::size_t>(static_cast<std::size_t>(&tracks.back() - &track), 3);
+    if (path.empty()) continue;
+    lines += "<path class=\"line " + ColourClass(track.index) +
+             "\" style=\"stroke-width:" + std::to_string(width) + "px\" d=\"" + path + "h2\"/>";
   }
   return "<div class=\"plot tall\"><span class=top>" + TimeText(latest) + "</span>" +
          Svg(1000, "time over the place in the file", lines) +

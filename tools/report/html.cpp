@@ -90,7 +90,10 @@ std::string PlaceText(double number) {
 
 std::string HtmlTable(const std::vector<std::string>& columns,
                       const std::vector<std::vector<std::string>>& rows, u64 more) {
-  std::string html = "<div class=scroll><table><tr>";
+  // What scrolls has to be reached by the keyboard.
+  constexpr std::size_t kRowsInView = 15;
+  std::string html =
+      std::string("<div class=scroll") + (rows.size() > kRowsInView ? " tabindex=0" : "") + "><table><tr>";
   for (const std::string& column : columns) html += "<th>" + Html(column);
   for (const auto& row : rows) {
     html += "\n<tr>";

@@ -187,7 +187,8 @@ class Page {
       const std::string mark =
           track.series.syncSamples < track.series.samples ? "; sync samples in full colour" : "";
       return "<figure class=card>" + TrackTitle(facts) + SizesPicture(track.series, facts.index) +
-             "<figcaption>How many samples have at least that size" + mark + "</figcaption></figure>\n";
+             "<figcaption>How many samples have which size, in bytes from there on" + mark +
+             "</figcaption></figure>\n";
     });
     return html.empty() ? html : "<div class=cards>" + html + "</div>\n";
   }
@@ -210,23 +211,24 @@ class Page {
       caption += " What two tracks have for the same time is at most " + SizeText(LargestDistance(tracks)) +
                  " apart.";
     }
-    return html + "<figure class=card style=\"margin-top:.9rem\">" + LayoutPicture(tracks, m_report.size) +
-           "<div class=legend>" + legend + "</div><figcaption>" + caption + "</figcaption></figure>\n";
+    return html + "<figure class=card>" + LayoutPicture(tracks, m_report.size) + "<div class=legend>" +
+           legend + "</div><figcaption>" + caption + "</figcaption></figure>\n";
   }
 
   std::string Edits() const {
-    return ForEachTrack([this](const TrackFacts& facts, const FileReport::TrackReport&) {
+    const std::string html = ForEachTrack([this](const TrackFacts& facts, const FileReport::TrackReport&) {
       if (facts.edits.empty() && facts.start.value_or(0) == 0) return std::string();
       std::string list;
       for (const Edit& edit : facts.edits) list += "<li>" + Html(EditText(edit, facts, m_facts.timeScale));
       if (facts.editCount > facts.edits.size()) {
         list += "<li>&hellip; " + Grouped(facts.editCount - facts.edits.size()) + " more";
       }
-      std::string html = TrackTitle(facts) + (list.empty() ? "" : "<ol>" + list + "</ol>");
+      std::string card = TrackTitle(facts) + (list.empty() ? "" : "<ol>" + list + "</ol>");
       if (facts.start)
-        html += "<p class=dim>Its first sample is shown at " + TimeText(*facts.start) + ".</p>";
-      return Card(html);
+        card += "<p class=dim>Its first sample is shown at " + TimeText(*facts.start) + ".</p>";
+      return Card(card);
     });
+    return html.empty() ? html : "<div class=cards>" + html + "</div>\n";
   }
 
   std::string Texts(TrackTexts FileReport::TrackReport::*texts) const {

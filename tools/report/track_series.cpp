@@ -1,6 +1,7 @@
 #include "tools/report/track_series.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 #include "tools/terminal/interrupts.h"
@@ -10,6 +11,8 @@ namespace {
 
 // Tables that claim more than the file holds are not gone through: see `TrackFacts::bytes`.
 constexpr u32 kMostOfDoubtful = 1'000'000;
+// Lines for sync samples, as close as they can be told apart.
+constexpr u32 kSyncSteps = 400;
 
 /// The first sample of each chunk and where it lies, from "stsc" and "stco" or "co64": ISO/IEC 14496-12, 8.7.
 class ChunkTable {
@@ -58,7 +61,7 @@ class Gathering {
       if (sample % 4096 == 0) m_interrupts.Check();
     }
     if (m_series.syncSamples > 0) EndGap(m_series.end);
-    TrimSizes();
+    if (m_series.samples > 0) TakeSizes();
     TakeChunks(boxes);
     return std::move(m_series);
   }
@@ -95,8 +98,7 @@ class Gathering {
     const double time = Seconds(decodingTime);
     m_series.bytes[StepAt(time)] += size;
     ++m_series.samples;
-    if (m_series.sizes.empty()) m_series.sizes.resize(33);
-    TrackSeries::SizeClass& sizes = m_series.sizes[size == 0 ? 0 : std::bit_width(size) - 1U];
+    TrackSeries::SizeClass& sizes = m_sizes[ClassOf(size)];
     ++sizes.samples;
     if (isSync) {
       ++sizes.syncSamples;
@@ -108,22 +110,30 @@ class Gathering {
   void TakeSync(double time) {
     if (m_series.syncSamples++ > 0) EndGap(time);
     m_lastSync = time;
-    if (!m_series.syncTimes.empty() && StepAt(m_series.syncTimes.back()) == StepAt(time) &&
-        m_series.syncTimes.size() >= kSeriesSteps / 2) {
-      return;
-    }
-    if (m_series.syncTimes.size() < 2 * kSeriesSteps) m_series.syncTimes.push_back(time);
+    const double part = (time - m_series.begin) / (m_series.end - m_series.begin) * kSyncSteps;
+    bool& isMarked = m_isMarked[static_cast<std::size_t>(std::clamp(part, 0.0, kSyncSteps - 1.0))];
+    if (!isMarked) m_series.syncTimes.push_back(time);
+    isMarked = true;
   }
 
   void EndGap(double time) { m_series.longestGap = std::max(m_series.longestGap, time - m_lastSync); }
 
-  // Classes without samples at both ends go.
-  void TrimSizes() {
-    auto& sizes = m_series.sizes;
-    while (!sizes.empty() && sizes.back().samples == 0) sizes.pop_back();
-    const auto first = std::ranges::find_if(sizes, [](const auto& each) { return each.samples > 0; });
-    m_series.smallest = static_cast<u32>(first - sizes.begin());
-    sizes.erase(sizes.begin(), first);
+  static std::size_t ClassOf(u32 size) {
+    if (size == 0) return 0;
+    const u32 power = std::bit_width(size) - 1U;
+    return 4 * power + (u64{size} - (u64{1} << power)) * 4 / (u64{1} << power);
+  }
+
+  // Those from the first to the last that has samples.
+  void TakeSizes() {
+    u64 end = 0;
+    for (std::size_t i = 0; i < m_sizes.size(); ++i) {
+      const u64 power = u64{1} << i / 4;
+      m_sizes[i].from = power + power * (i % 4) / 4;
+      if (m_sizes[i].samples > 0) end = i + 1;
+    }
+    const auto first = std::ranges::find_if(m_sizes, [](const auto& each) { return each.samples > 0; });
+    m_series.sizes.assign(first, m_sizes.begin() + static_cast<std::ptrdiff_t>(end));
   }
 
   void TakeChunks(ByteSpan boxes) {
@@ -141,6 +151,8 @@ class Gathering {
   const u32 m_timeScale;
   u32 m_count = 0;
   double m_lastSync = 0;
+  std::array<TrackSeries::SizeClass, 4 * 32> m_sizes = {};
+  std::array<bool, kSyncSteps> m_isMarked = {};
   TrackSeries m_series;
 };
 

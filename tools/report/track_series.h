@@ -13,18 +13,18 @@ struct TrackSeries {
   std::vector<u64> bytes;
   double begin = 0, end = 0;  // of all steps, in seconds
 
-  /// When sync samples are decoded, in seconds; where there are too many, the first of each step.
+  /// When sync samples are decoded, in seconds: at most the first of each of some hundred steps.
   std::vector<double> syncTimes;
   u32 samples = 0;  // that were looked at
   u32 syncSamples = 0;
   double longestGap = 0;  // between two sync samples, in seconds
 
-  /// How many samples have a size from 2^n on and below 2^(n+1), for each n from `smallest` on.
+  /// How many samples have which size. There are four classes between 2^n and 2^(n+1).
   struct SizeClass {
+    u64 from = 0;  // bytes
     u32 samples = 0;
     u32 syncSamples = 0;
   };
-  u32 smallest = 0;
   std::vector<SizeClass> sizes;
 
   /// Chunks: where in the file which time lies.

@@ -96,14 +96,18 @@ class TreePage {
   }
 
   void AddList(const TreeBox& owner, u32 depth) {
-    for (const TreeBox& box : owner.children) AddBox(box, owner.place.code, depth);
+    u32 tracks = 0;
+    for (const TreeBox& box : owner.children) {
+      const bool isTrack = box.place.code == CodeOf("trak");
+      AddBox(box, isTrack ? "[" + std::to_string(++tracks) + "]" : "", owner.place.code, depth);
+    }
     if (owner.unlisted > 0) m_html += "<div class=leaf>&hellip; " + Grouped(owner.unlisted) + " more</div>\n";
     if (!owner.fault.empty())
       m_html += "<p class=fault>Behind " + std::string(owner.children.empty() ? "the header " : "these ") +
                 Html(owner.fault) + "</p>\n";
   }
 
-  void AddBox(const TreeBox& box, u32 owner, u32 depth) {
+  void AddBox(const TreeBox& box, const std::string& ordinal, u32 owner, u32 depth) {
     const BoxContents contents = ReadBoxContents(m_file, box.place, owner);
     const bool isLeaf =
         contents.fields.empty() && contents.rows.empty() && box.children.empty() && box.fault.empty();
@@ -111,21 +115,21 @@ class TreePage {
     const std::string id = broken.empty() || m_hasLink ? "" : " id=broken";
     m_hasLink = m_hasLink || !broken.empty();
     if (isLeaf) {
-      m_html += "<div class=\"leaf" + broken + "\"" + id + ">" + Line(box) + "</div>\n";
+      m_html += "<div class=\"leaf" + broken + "\"" + id + ">" + Line(box, ordinal) + "</div>\n";
       return;
     }
     const bool isOpen = HoldsBroken(box) || (depth == 0 && box.place.code == CodeOf("moov"));
     m_html += std::string("<details") + (broken.empty() ? "" : " class=\"broken\"") + id +
-              (isOpen ? " open" : "") + "><summary>" + Line(box) + "</summary>\n";
+              (isOpen ? " open" : "") + "><summary>" + Line(box, ordinal) + "</summary>\n";
     AddContents(contents);
     AddList(box, depth + 1);
     m_html += "</details>\n";
   }
 
-  static std::string Line(const TreeBox& box) {
+  static std::string Line(const TreeBox& box, const std::string& ordinal) {
     const auto* const row =
         std::ranges::find(kNames, box.place.code, [](const NameRow& each) { return CodeOf(each.code); });
-    return "<code>" + Html(CodeText(box.place.code)) + "</code><span class=num>at " +
+    return "<code>" + Html(CodeText(box.place.code)) + ordinal + "</code><span class=num>at " +
            Grouped(box.place.begin) + ", " + BytesText(box.place.size) + "</span>" +
            (row == std::end(kNames) ? "" : "<span class=dim>" + std::string(row->name) + "</span>");
   }

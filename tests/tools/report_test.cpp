@@ -1,0 +1,71 @@
+// The page about a file.
+
+#include "support/movie_builder.h"
+#include "tools/program.h"
+
+namespace kt::test {
+namespace {
+
+TEST(Report, ShowsWhatIsInAFile) {
+  const std::string page = ExpectRun({"report", Media("bframes-aac.mp4")});
+  ExpectParts(page,
+              {"<title>bframes-aac.mp4</title>", "Track 1: video", "mp4v (MPEG-4 visual", "Track 2: audio",
+               "<dd>9 of 100, at most 0.48 s apart", "aria-label=\"bit rate over the time\"",
+               "aria-label=\"time over the place in the file\"", "<th>ticks later", "&hellip; 150 more\n",
+               "Content-Security-Policy content=\"default-src 'none'; style-src 'unsafe-inline'\""});
+  // Tables are cut, also those that thousands of samples stand in.
+  constexpr u32 kCount = 300'000;
+  Movie movie = MovieOf(Track().WithOneChunk(kCount, ConstantStsz(1, kCount)));
+  movie.mdat = Box("mdat", Bytes().Zeros(kCount));
+  EXPECT_LT(ExpectRun({"report", TempFile(movie.Build()).Name()}).size(), 40'000u);
+  ExpectParts(ExpectRun({"report", TempFile(MovieOf(CaptionedTrack()).Build()).Name()}), {"Edits", "ln21"});
+}
+
+// Names, texts and codes of a stranger are no markup.
+TEST(Report, TakesNoMarkupFromAFile) {
+  const std::string evil = "<script>alert(1)</script>\"'><img src=x onerror=alert(1)>&\x1B\xFF";
+  Movie movie = MovieOf(Track().With(&Track::hdlr, Hdlr("vide", evil)));
+  movie.udta = Box("udta", {Box("name", Bytes().Text(evil)), Box("<b>\"", {}), Box("free", {})});
+  const std::string page = ExpectRun({"report", TempFile(movie.Build()).Name()});
+  for (const char* markup : {"<script", "<img", "<b>\"", "\x1B", "\xFF"})
+    EXPECT_EQ(page.find(markup), std::string::npos) << markup;
+  ExpectParts(page, {"&lt;script&gt;", "&quot;&#39;&gt;&lt;img src=x", "&amp;\\x1B\\xFF",
+                     "<code>&lt;b&gt;&quot;</code>"});
+}
+
+TEST(Report, ShowsWhichBoxBrokeAFile) {
+  const TempFolder folder;
+  const std::string file = Media("refused-btrt.mp4"), out = folder / "page.html";
+  ExpectRun({"report", file, "-o", out}, 1, {"MP4_CORRUPT"});
+  const std::string page = ReadText(out);
+  ExpectParts(page,
+              {"This file was refused.", "behind &quot;esds&quot;; --adapt may read it", "href=\"#broken\"",
+               "class=\"broken\" id=broken open><summary><code>mp4v</code><span class=num>at 2,859"});
+  ExpectRun({"report", "--adapt", file, "-o", out}, 1, {"--force"});
+  EXPECT_EQ(ReadText(out), page);
+  ExpectRun({"report", "--adapt", "--force", file, "-o", out});
+  ExpectParts(ReadText(out), {"further boxes of its sample entries are left out"});
+}
+
+#ifdef KTMP4_CHROMIUM
+// A browser has nothing to complain about, and would complain about what the policy forbids.
+TEST(Report, OpensInABrowser) {
+  const TempFolder folder;
+  const auto console = [&](const std::string& page) {
+    WriteFile(folder / "page.html", std::vector<u8>(page.begin(), page.end()));
+    const std::string options = " --headless --no-sandbox --disable-gpu --enable-logging=stderr --dump-dom ";
+    const std::string place = " --user-data-dir=" + ShellWord(folder / "profile") + " ";
+    const Outcome outcome =
+        RunShell("timeout 60 " KTMP4_CHROMIUM + options + place + ShellWord(folder / "page.html"));
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_NE(outcome.out.find("</footer>"), std::string::npos) << outcome.out;
+    return outcome.err.find("CONSOLE") == std::string::npos ? "" : outcome.err;
+  };
+  const std::string page = ExpectRun({"report", Media("bframes-aac.mp4")});
+  EXPECT_EQ(console(page), "");
+  EXPECT_NE(console(page + "<script>alert(1)</script>"), "");
+}
+#endif
+
+}  // namespace
+}  // namespace kt::test
