@@ -49,12 +49,6 @@ std::string InLittleMemory(const std::string& line) {
 #endif
 }
 
-void WriteCut(const fs::path& path, const char* media) {
-  std::vector<u8> bytes = ReadFile(Media(media));
-  bytes.resize(bytes.size() - 100);
-  WriteFile(path, bytes);
-}
-
 // Each command refuses the file with exit code 1 and one line that tells operation, file and reason; nothing
 // hangs, and what was to be written is not there.
 TEST(BadFile, IsRefusedByEachCommand) {
@@ -64,12 +58,11 @@ TEST(BadFile, IsRefusedByEachCommand) {
       {[](const fs::path& path) { WriteFile(path, {}); }, "the file is empty"},
       {[](const fs::path& path) { WriteFile(path, Bytes().Text("Dear reader, this is a letter.\n")); },
        "it does not begin like an MP4 file"},
-      {[](const fs::path& path) { WriteCut(path, "ntsc-faststart.mp4"); },
-       "MP4_CORRUPT (6): mdat at 1,932: the file is cut at "},
-      {[](const fs::path& path) { WriteCut(path, "bframes-aac.mp4"); },
+      {[](const fs::path& path) {
+         fs::copy_file(Media("bframes-aac.mp4"), path);
+         fs::resize_file(path, 169'000);
+       },
        "MP4_FILE_IO (4): moov at 164,639: the file is cut at "},
-      {[](const fs::path& path) { fs::copy_file(Media("refused-btrt.mp4"), path); },
-       "stsd/mp4v at 2,859: 36 bytes of \"pasp\" and \"btrt\" behind \"esds\""},
 #ifndef _WIN32
       {[](const fs::path& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); },
        "MP4_FILE_IO (4): it is a FIFO"},

@@ -13,12 +13,9 @@ TEST(Report, ShowsWhatIsInAFile) {
                "<dd>9 of 100, at most 0.48 s apart", "aria-label=\"bit rate over the time\"",
                "aria-label=\"time over the place in the file\"", "<th>ticks later", "&hellip; 150 more\n",
                "Content-Security-Policy content=\"default-src 'none'; style-src 'unsafe-inline'\""});
-  // Tables are cut, also those that thousands of samples stand in.
-  constexpr u32 kCount = 300'000;
-  Movie movie = MovieOf(Track().WithOneChunk(kCount, ConstantStsz(1, kCount)));
-  movie.mdat = Box("mdat", Bytes().Zeros(kCount));
-  EXPECT_LT(ExpectRun({"report", TempFile(movie.Build()).Name()}).size(), 40'000u);
-  ExpectParts(ExpectRun({"report", TempFile(MovieOf(CaptionedTrack()).Build()).Name()}), {"Edits", "ln21"});
+  // A table costs the same however long it is.
+  const Track track = Track().With(&Track::chunkOffsets, TableBox("stco", 30'000, Bytes().Zeros(120'000)));
+  EXPECT_LT(ExpectRun({"report", TempFile(MovieOf(track).Build()).Name()}).size(), 20'000u);
 }
 
 // Names, texts and codes of a stranger are no markup.
@@ -43,8 +40,7 @@ TEST(Report, ShowsWhichBoxBrokeAFile) {
                "class=\"broken\" id=broken open><summary><code>mp4v</code><span class=num>at 2,859"});
   ExpectRun({"report", "--adapt", file, "-o", out}, 1, {"--force"});
   EXPECT_EQ(ReadText(out), page);
-  ExpectRun({"report", "--adapt", "--force", file, "-o", out});
-  ExpectParts(ReadText(out), {"further boxes of its sample entries are left out"});
+  ExpectParts(ExpectRun({"report", "--adapt", file}), {"further boxes of its sample entries are left out"});
 }
 
 #ifdef KTMP4_CHROMIUM
@@ -53,10 +49,11 @@ TEST(Report, OpensInABrowser) {
   const TempFolder folder;
   const auto console = [&](const std::string& page) {
     WriteFile(folder / "page.html", std::vector<u8>(page.begin(), page.end()));
-    const std::string options = " --headless --no-sandbox --disable-gpu --enable-logging=stderr --dump-dom ";
-    const std::string place = " --user-data-dir=" + ShellWord(folder / "profile") + " ";
-    const Outcome outcome =
-        RunShell("timeout 60 " KTMP4_CHROMIUM + options + place + ShellWord(folder / "page.html"));
+    const std::string files = ShellWord(folder / "profile") + " " + ShellWord(folder / "page.html");
+    const Outcome outcome = RunShell("timeout 60 " KTMP4_CHROMIUM
+                                     " --headless --no-sandbox --disable-gpu "
+                                     "--enable-logging=stderr --dump-dom --user-data-dir=" +
+                                     files);
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_NE(outcome.out.find("</footer>"), std::string::npos) << outcome.out;
     return outcome.err.find("CONSOLE") == std::string::npos ? "" : outcome.err;

@@ -145,15 +145,15 @@ std::string LayoutPicture(const std::vector<DrawnTrack>& tracks, u64 fileSize) {
   std::string lines = "<path class=grid d=\"M0 0H1000M0 50H1000\"/>";
   for (const DrawnTrack& track : tracks) {
     std::string path;
-    const auto& chunks = track.series->chunks;
-    const std::size_t step = chunks.size() / kMostPoints + 1;
-    for (std::size_t i = 0; i < chunks.size(); i += step) {
-      const auto& chunk = chunks[i];
-      const double x = 1000 * static_cast<double>(chunk.offset) / static_cast<double>(fileSize);
+    const auto& places = track.series->places;
+    const std::size_t step = places.size() / kMostPoints + 1;
+    for (std::size_t i = 0; i < places.size(); i += step) {
+      const auto& place = places[i];
+      const double x = 1000 * static_cast<double>(place.offset) / static_cast<double>(fileSize);
       path += (path.empty() ? "M" : "L") + PlaceText(std::min(x, 1000.0)) + " " +
-              PlaceText(kHeight - chunk.time / latest * kHeight);
+              PlaceText(kHeight - place.time / latest * kHeight);
     }
-    // Lines over each other are to be seen all the same. A lone chunk is a dot.
+    // Lines over each other are to be seen all the same. A lone place is a dot.
     const std::size_t width =
         2 + 3 * std::min<std::size_t>(static_cast<std::size_t>(&tracks.back() - &track), 3);
     if (path.empty()) continue;
@@ -170,13 +170,13 @@ u64 LargestDistance(const std::vector<DrawnTrack>& tracks) {
   u64 largest = 0;
   for (const DrawnTrack& one : tracks) {
     for (const DrawnTrack& other : tracks) {
-      const auto& chunks = other.series->chunks;
-      if (&one == &other || chunks.empty()) continue;
+      const auto& places = other.series->places;
+      if (&one == &other || places.empty()) continue;
       std::size_t next = 0;
-      for (const auto& chunk : one.series->chunks) {
-        while (next + 1 < chunks.size() && chunks[next + 1].time <= chunk.time) ++next;
-        const u64 offset = chunks[next].offset;
-        largest = std::max(largest, std::max(offset, chunk.offset) - std::min(offset, chunk.offset));
+      for (const auto& place : one.series->places) {
+        while (next + 1 < places.size() && places[next + 1].time <= place.time) ++next;
+        const u64 offset = places[next].offset;
+        largest = std::max(largest, std::max(offset, place.offset) - std::min(offset, place.offset));
       }
     }
   }

@@ -14,6 +14,11 @@ bool HasPackedMovie(const TreeBox& root) {
   });
 }
 
+// Samples that an edit hides are not counted by a track that was adapted, and by its tables they are.
+bool AreSamplesThoseOfTables(const TrackFacts& facts) {
+  return !facts.adapted || (facts.adapted->notes & ADAPT_SAMPLES_OUTSIDE_EDIT) == 0;
+}
+
 FileReport::TrackReport GatherTrack(InputFile& input, const TrackFacts& facts, ByteSpan boxes) {
   FileReport::TrackReport track;
   if (facts.result) {
@@ -21,7 +26,7 @@ FileReport::TrackReport GatherTrack(InputFile& input, const TrackFacts& facts, B
     return track;
   }
   try {
-    track.series = GatherSeries(input, facts, boxes);
+    track.series = GatherSeries(input, facts, AreSamplesThoseOfTables(facts) ? boxes : ByteSpan());
     track.captions = CaptionsOf(input, facts);
     track.packets = PacketsOf(input, facts);
   } catch (const Failure& failure) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "tools/captions/srt_text.h"
+#include "tools/captions/cues.h"
 #include "tools/diagnosis/box_place.h"
 #include "tools/report/page_style.h"
 #include "tools/terminal/shown_text.h"

@@ -6,6 +6,7 @@
 #include "tools/report/drawing.h"
 #include "tools/report/html.h"
 #include "tools/report/tree_page.h"
+#include "tools/terminal/json_text.h"
 
 namespace kt {
 namespace {
@@ -197,12 +198,11 @@ class Page {
     std::vector<DrawnTrack> tracks;
     std::string legend;
     for (std::size_t i = 0; i < m_report.tracks.size(); ++i) {
-      if (m_report.tracks[i].series.chunks.empty()) continue;
+      if (m_report.tracks[i].series.places.empty()) continue;
       tracks.push_back({m_facts.tracks[i].index, &m_report.tracks[i].series});
       legend += "<span><span class=\"key " + ColourClass(tracks.back().index) + "\"></span>Track " +
-                std::to_string(tracks.back().index) + ", " +
-                Grouped(m_report.tracks[i].series.chunks.size()) +
-                (m_report.tracks[i].series.chunks.size() == 1 ? " chunk" : " chunks") + "</span>";
+                std::to_string(tracks.back().index) + ", " + Grouped(m_report.tracks[i].series.pieces) +
+                (m_report.tracks[i].series.pieces == 1 ? " piece" : " pieces") + "</span>";
     }
     std::string html = Card(FileMap(m_report.boxes, m_report.size));
     if (tracks.empty()) return html;
@@ -216,10 +216,10 @@ class Page {
   }
 
   std::string Edits() const {
-    const std::string html = ForEachTrack([this](const TrackFacts& facts, const FileReport::TrackReport&) {
+    const std::string html = ForEachTrack([](const TrackFacts& facts, const FileReport::TrackReport&) {
       if (facts.edits.empty() && facts.start.value_or(0) == 0) return std::string();
       std::string list;
-      for (const Edit& edit : facts.edits) list += "<li>" + Html(EditText(edit, facts, m_facts.timeScale));
+      for (const Edit& edit : facts.edits) list += "<li>" + Html(EditText(edit));
       if (facts.editCount > facts.edits.size()) {
         list += "<li>&hellip; " + Grouped(facts.editCount - facts.edits.size()) + " more";
       }

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 
+#include "tools/facts/sample_places.h"
 #include "tools/terminal/interrupts.h"
 
 namespace kt {
@@ -14,46 +15,15 @@ constexpr u32 kMostOfDoubtful = 1'000'000;
 // Lines for sync samples, as close as they can be told apart.
 constexpr u32 kSyncSteps = 400;
 
-/// The first sample of each chunk and where it lies, from "stsc" and "stco" or "co64": ISO/IEC 14496-12, 8.7.
-class ChunkTable {
- public:
-  explicit ChunkTable(ByteSpan track) {
-    const auto table = BoxAt(track, {"mdia", "minf", "stbl"});
-    if (!table) return;
-    m_runs = BoxAt(*table, {"stsc"}).value_or(ByteSpan());
-    const auto large = BoxAt(*table, {"co64"});
-    m_offsets = large ? *large : BoxAt(*table, {"stco"}).value_or(ByteSpan());
-    m_width = large ? 8 : 4;
-    m_count = std::min<u64>(Number(m_offsets, 4, 4), From(m_offsets, 8).size() / m_width);
-  }
-
-  // Calls `take(first sample, offset)` with each, in their order.
-  template <class Take>
-  void ForEach(Take take) const {
-    const u64 runs = std::min<u64>(Number(m_runs, 4, 4), From(m_runs, 8).size() / 12);
-    u64 sample = 1;
-    for (u64 chunk = 1, run = 0; chunk <= m_count && run < runs; ++chunk) {
-      while (run + 1 < runs && Number(m_runs, 8 + 12 * (run + 1), 4) <= chunk) ++run;
-      take(sample, Number(m_offsets, 8 + m_width * (chunk - 1), m_width));
-      sample += Number(m_runs, 8 + 12 * run + 4, 4);
-    }
-  }
-
- private:
-  ByteSpan m_runs, m_offsets;
-  u32 m_width = 4;
-  u64 m_count = 0;
-};
-
 class Gathering {
  public:
-  Gathering(InputFile& input, const TrackFacts& facts)
-      : m_track(input.OpenTrack(facts.index)), m_timeScale(facts.timeScale.value_or(0)) {
+  Gathering(InputFile& input, const TrackFacts& facts, ByteSpan boxes)
+      : m_track(input.OpenTrack(facts.index)), m_places(boxes), m_timeScale(facts.timeScale.value_or(0)) {
     m_count = facts.samples.value_or(0);
     if (!facts.bytes && !input.IsAdapted()) m_count = std::min(m_count, kMostOfDoubtful);
   }
 
-  TrackSeries Gather(ByteSpan boxes) {
+  TrackSeries Gather() {
     if (m_count == 0 || m_timeScale == 0) return std::move(m_series);
     TakeSpan();
     m_series.bytes.assign(kSeriesSteps, 0);
@@ -62,7 +32,6 @@ class Gathering {
     }
     if (m_series.syncSamples > 0) EndGap(m_series.end);
     if (m_series.samples > 0) TakeSizes();
-    TakeChunks(boxes);
     return std::move(m_series);
   }
 
@@ -98,6 +67,7 @@ class Gathering {
     const double time = Seconds(decodingTime);
     m_series.bytes[StepAt(time)] += size;
     ++m_series.samples;
+    TakePlace(time, size);
     TrackSeries::SizeClass& sizes = m_sizes[ClassOf(size)];
     ++sizes.samples;
     if (isSync) {
@@ -136,18 +106,22 @@ class Gathering {
     m_series.sizes.assign(first, m_sizes.begin() + static_cast<std::ptrdiff_t>(end));
   }
 
-  void TakeChunks(ByteSpan boxes) {
-    const ChunkTable table(boxes);
-    table.ForEach([&](u64 sample, u64 offset) {
-      u64 time = 0;
-      if (sample > m_count) return;
-      if (m_track->GetSampleDecodingTime(static_cast<u32>(sample), &time) != MP4_OK) return;
-      m_series.chunks.push_back({Seconds(time), offset});
-    });
+  // A point where a piece of the file begins that has this track alone, and in each step of the time.
+  void TakePlace(double time, u32 size) {
+    const auto offset = m_places.Next(size);
+    if (!offset) return;
+    const bool beginsPiece = m_series.places.empty() || *offset != m_nextOffset;
+    if (beginsPiece) ++m_series.pieces;
+    if (beginsPiece || StepAt(time) != StepAt(m_series.places.back().time)) {
+      m_series.places.push_back({time, *offset});
+    }
+    m_nextOffset = *offset + size;
   }
 
   const Interrupts m_interrupts;
   const TrackHandle m_track;
+  SamplePlaces m_places;
+  u64 m_nextOffset = 0;
   const u32 m_timeScale;
   u32 m_count = 0;
   double m_lastSync = 0;
@@ -159,7 +133,7 @@ class Gathering {
 }  // namespace
 
 TrackSeries GatherSeries(InputFile& input, const TrackFacts& facts, ByteSpan boxes) {
-  return Gathering(input, facts).Gather(boxes);
+  return Gathering(input, facts, boxes).Gather();
 }
 
 }  // namespace kt

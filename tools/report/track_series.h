@@ -27,12 +27,14 @@ struct TrackSeries {
   };
   std::vector<SizeClass> sizes;
 
-  /// Chunks: where in the file which time lies.
-  struct Chunk {
-    double time = 0;  // of its first sample, in seconds
+  /// Where in the file which time lies.
+  struct Place {
+    double time = 0;  // in seconds
     u64 offset = 0;   // in the file, in bytes
   };
-  std::vector<Chunk> chunks;
+  std::vector<Place> places;
+  /// Stretches of the file that have samples of this track alone.
+  u64 pieces = 0;
 
   std::string fault;  // why it ends before its track does; empty when it does not
 };
@@ -40,7 +42,7 @@ struct TrackSeries {
 /// The steps that the series have.
 inline constexpr u32 kSeriesSteps = 240;
 
-/// Goes through all samples of a track. `boxes` is the payload of its "trak", out of which the chunks come.
+/// Goes through all samples of a track. `boxes` is the payload of its "trak", by which they lie in the file.
 TrackSeries GatherSeries(InputFile& input, const TrackFacts& facts, ByteSpan boxes);
 
 }  // namespace kt

@@ -5,8 +5,8 @@
 #include <ktmp4/hint_packets.h>
 #include "filter/logic/line21_text_decoder.h"
 #include "filter/logic/time_conversion.h"
+#include "tools/captions/cues.h"
 #include "tools/captions/line21_track.h"
-#include "tools/captions/srt_text.h"
 #include "tools/diagnosis/box_place.h"
 
 namespace kt {
