@@ -273,6 +273,7 @@ void Info(const InfoArguments& arguments) {
   }
   if (isArray) Print("]");
   if (arguments.json) Print("\n");
+  FlushOutput();
   if (hasFailed) throw FailureTold();
 }
 

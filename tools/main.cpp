@@ -95,7 +95,6 @@ int Run(int argc, char** argv) {
     Report(program, "interrupted", kFailed);
     kt::EndBySignal(interrupted.signalNumber);
   } catch (const kt::FailureTold&) {
-    kt::FlushOutput();
     return kFailed;
   } catch (const std::bad_alloc&) {
     return Report(program, "there is not enough memory", kFailed);

@@ -56,49 +56,34 @@ TEST(Extract, RefusesWhatItMustNotReplace) {
 
 // What players take, byte by byte; and what a format cannot say.
 TEST(Extract, FramesTheSamples) {
-  const auto aac = [](const std::vector<u8>& setUp) {
-    return AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, setUp));
+  const auto sound = [](const std::vector<u8>& setUp, u32 size) {
+    return SoundTrack(AudioEntry("mp4a", 2, 44100, Esds(0x40, 5, setUp))).WithOneChunk(1, Stsz({size}));
   };
   // Units behind two bytes of length; a delimiter ahead of the picture.
   const Bytes avcC = Box("avcC", Bytes().U32s({0x0164001F, 0xFDE10001}).U8(0x67).U8(1).U16(1).U8(0x68));
   const Bytes units = Bytes().U16(1).U8(9).U16(2).U16(0x6501).U16(1).U8(0x41);
   const Track pictures = TrackOf("vide", Vmhd(), VisualEntry("avc1", 64, 48, avcC));
-  const Bytes code = Bytes().U32(1);
-  const Bytes stream =
-      Bytes().Add(code).U8(9).Add(code).U8(0x67).Add(code).U8(0x68).Add(code).U16(0x6501).Add(code).U8(0x41);
+  const Bytes begin = Bytes().U32(1).U8(9).U32(1).U8(0x67).U32(1).U8(0x68).U32(1).U16(0x6501);
+  const Track amr = SoundTrack(AudioEntry("sawb", 2, 16, Box("damr", Bytes().Zeros(9))));
   const Bytes plain = Bytes().Text("abbcccdddd");
-  const struct {
-    const char* format;
-    Track track;
-    Bytes media, expected;
-    const char* complaint = nullptr;
-  } rows[] = {
-      {"raw", Track(), plain, plain},
-      {"m4v", Track(), plain, Bytes().U16(0xD0D1).Text("abbcccdddd")},
-      {"amr", SoundTrack(AudioEntry("sawb", 2, 16, Box("damr", Bytes().Zeros(9)))), plain,
-       Bytes().Text("#!AMR-WB\nabbcccdddd")},
-      {"adts", SoundTrack(aac({0x12, 0x10})).WithOneChunk(1, Stsz({4})), Bytes().Text("aaaa"),
-       Bytes().U32(0xFFF15080).U16(0x017F).U8(0xFC).Text("aaaa")},
-      {"adts", SoundTrack(aac({0xB9, 0x10, 0})), plain, {}, "object type 23"},
-      {"adts",
-       SoundTrack(aac({0x12, 0x10})).WithOneChunk(1, Stsz({8185})),
-       Bytes().Zeros(8185),
-       {},
-       "has room for 8184"},
-      {"adts", Track(), plain, {}, "is no AAC, but mp4v"},
-      {"annexb", pictures.WithOneChunk(1, Stsz({10})), units, stream},
-      {"annexb", pictures.WithOneChunk(1, Stsz({9})), units, {}, "longer than the sample"},
+  const std::tuple<const char*, Track, Bytes, Bytes, std::vector<std::string>> rows[] = {
+      {"raw", Track(), plain, plain, {}},
+      {"m4v", Track(), plain, Bytes().U16(0xD0D1).Add(plain), {}},
+      {"amr", amr, plain, Bytes().Text("#!AMR-WB\n").Add(plain), {}},
+      {"adts", sound({0x12, 0x10}, 4), plain, Bytes().U32(0xFFF15080).U16(0x017F).U8(0xFC).Text("abbc"), {}},
+      {"adts", sound({0xB9, 0x10, 0}, 4), plain, {}, {"object type 23"}},
+      {"adts", sound({0x12, 0x10}, 8185), Bytes().Zeros(8185), {}, {"has room for 8184"}},
+      {"adts", Track(), plain, {}, {"is no AAC, but mp4v"}},
+      {"annexb", pictures.WithOneChunk(1, Stsz({10})), units, Bytes(begin).U32(1).U8(0x41), {}},
+      {"annexb", pictures.WithOneChunk(1, Stsz({9})), units, begin, {"longer than the sample"}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.format);
-    Movie movie = MovieOf(row.track);
-    movie.mdat = Box("mdat", row.media);
+  for (const auto& [format, track, media, expected, complaint] : rows) {
+    Movie movie = MovieOf(track);
+    movie.mdat = Box("mdat", media);
     const TempFile file(movie.Build());
-    const std::vector<std::string> arguments = {"extract", "--format", row.format, file.Name(), "-"};
-    const std::string out = ExpectRun(
-        arguments, row.complaint != nullptr ? 1 : 0,
-        row.complaint != nullptr ? std::vector<std::string>{row.complaint} : std::vector<std::string>());
-    EXPECT_EQ(out, std::string(row.expected.begin(), row.expected.end()));
+    const int exitCode = complaint.empty() ? 0 : 1;
+    EXPECT_EQ(ExpectRun({"extract", "--format", format, file.Name(), "-"}, exitCode, complaint),
+              std::string(expected.begin(), expected.end()));
   }
 }
 

