@@ -1,8 +1,5 @@
 # What Windows users get: one zip, made by `cpack` in the build folder, with the module, the program, and what an
 # application that talks to the filter needs.
-if(NOT WIN32 OR NOT KTMP4_TOOLS)
-  return()
-endif()
 
 # The guide and the limits, in a form that every editor of Windows shows.
 function(ktmp4_install_page page name)

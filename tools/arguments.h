@@ -15,13 +15,14 @@ namespace kt {
 /// For an option that takes one of a few words, each of which stands for a value.
 template <class Value>
 CLI::Validator Words(const std::map<std::string, Value>& values) {
-  const auto replace = [values](std::string& word) {
+  const std::string words = CLI::detail::generate_map(values, true);
+  const auto replace = [values, words](std::string& word) {
     const auto found = values.find(word);
-    if (found == values.end()) return word + " not in " + CLI::detail::generate_map(values, true);
+    if (found == values.end()) return word + " not in " + words;
     word = std::to_string(static_cast<int>(found->second));
     return std::string();
   };
-  return CLI::Validator(replace, "");
+  return CLI::Validator(replace, "").name(words);
 }
 
 /// The file to read, with `--adapt`.

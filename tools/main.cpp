@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "tools/commands.h"
+#include "tools/description.h"
 #include "tools/terminal/failure.h"
 #include "tools/terminal/interrupts.h"
 #include "tools/terminal/memory_lack.h"
@@ -76,6 +77,7 @@ void SetUp(CLI::App& program) {
   kt::AddSdpCommand(program);
   kt::AddHintsCommand(program);
   kt::AddReportCommand(program);
+  kt::AddDescription(program);
 }
 
 int Run(int argc, char** argv) {
