@@ -1,6 +1,9 @@
 #include "boxes/tables/sample_to_chunk_box.h"
 
+#include <algorithm>
 #include <limits>
+
+#include "engine/storage/last_reached.h"
 
 namespace kt {
 
@@ -57,6 +60,37 @@ Mp4Result CSampleToChunkBox::PassBelow(const CBlockMaxima& maxima, RunNumber num
   return MP4_OK;
 }
 
+// The same for the first samples of numbers that rise: the block is looked for where it would be if they rose
+// evenly.
+Mp4Result CSampleToChunkBox::PassRising(u32 sample, Run* run) {
+  const u32 block = (run->index - 1) / kBlockSize + 1;
+  if (u64{block} * kBlockSize < m_List.GetCount()) KT_TRY(SkipRisingBlocks(block, sample, run));
+  while (run->index < m_List.GetCount()) {
+    const Run next = RunBehind(*run);
+    if (next.firstSample >= sample) break;
+    *run = next;
+  }
+  return MP4_OK;
+}
+
+// From a run of a block, counted from 1, to the last run of the last block that begins its last run ahead of
+// the sample, if that is this block or one behind it.
+Mp4Result CSampleToChunkBox::SkipRisingBlocks(u32 block, u32 sample, Run* run) {
+  KT_TRY(IndexBlocks());
+  const u32 blocks = m_LastSamples.GetCount();
+  const auto isPassed = [=, this](u32 passed) { return m_LastSamples.At(passed) < sample; };
+  if (!isPassed(block)) return MP4_OK;
+  u32 guess = block;
+  if (isPassed(block + 1)) {
+    const u64 even = u64{sample} * blocks / m_LastSamples.At(blocks);
+    guess = static_cast<u32>(std::clamp<u64>(even, block, blocks));
+  }
+  const u32 last = FindLastReached(block, guess, blocks, isPassed);
+  *run = RunAt(static_cast<u32>(std::min<u64>(u64{last} * kBlockSize, m_List.GetCount())),
+               m_LastSamples.At(last));
+  return MP4_OK;
+}
+
 Mp4Result CSampleToChunkBox::GetChunkOfSample(u32 sample, u32* chunk) {
   ForgetFound();
   *chunk = 1;
@@ -67,7 +101,7 @@ Mp4Result CSampleToChunkBox::GetChunkOfSample(u32 sample, u32* chunk) {
   if (m_List.GetCount() == 0) return MP4_NOT_FOUND;
   Run run = RunAt(m_ui32CursorEntry, m_ui32CursorSample);
   // The first sample of the next run still passes; the division then finds the next run's first chunk.
-  KT_TRY(PassBelow(m_Samples, &Run::firstSample, sample, &run));
+  KT_TRY(Rises() ? PassRising(sample, &run) : PassBelow(m_Samples, &Run::firstSample, sample, &run));
   if (run.samplesPerChunk == 0) return MP4_CORRUPT;
   *chunk = (sample - run.firstSample) / run.samplesPerChunk + run.firstChunk;
   m_ui32CursorEntry = run.index;

@@ -74,6 +74,8 @@ class CSampleToChunkBox : public CTableBox<CSampleToChunkBox, CSampleToChunkTabl
   Mp4Result IndexBlocks();
   bool SkipBlocks(const CBlockMaxima& maxima, u64 bound, Run* run) const;
   Mp4Result SearchChunk(u32 sample);
+  Mp4Result PassRising(u32 sample, Run* run);
+  Mp4Result SkipRisingBlocks(u32 block, u32 sample, Run* run);
   bool Rises();
   void FindEndsOfChunk(CChunkOfSample* found);
   u32 LastSampleAlike(u32 sample) const;

@@ -12,7 +12,7 @@ constexpr u32 kMostSamples = std::numeric_limits<u32>::max() - 1;
 
 // Records of the tables from one place of the index to the next, or more where a stretch ends with empty
 // runs.
-constexpr u32 kRecordsPerPlace = 8;
+constexpr u32 kRecordsPerPlace = 4;
 
 u64 CompositionTimeOf(const CSampleTimeRun& run, u32 index) {
   return run.decodingTime + u64{index} * run.delta + run.offset;
