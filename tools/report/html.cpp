@@ -1,7 +1,9 @@
 #include "tools/report/html.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <iterator>
 
 #include "tools/captions/cues.h"
 #include "tools/diagnosis/box_place.h"

@@ -91,7 +91,8 @@ class Gathering {
   static std::size_t ClassOf(u32 size) {
     if (size == 0) return 0;
     const u32 power = std::bit_width(size) - 1U;
-    return 4 * power + (u64{size} - (u64{1} << power)) * 4 / (u64{1} << power);
+    const u64 quarter = (u64{size} - (u64{1} << power)) * 4 >> power;
+    return 4 * power + static_cast<std::size_t>(quarter);
   }
 
   // Those from the first to the last that has samples.
