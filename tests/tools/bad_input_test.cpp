@@ -121,8 +121,10 @@ TEST(BadFile, ThatClaimsMoreThanItHoldsIsRefusedByEachCommand) {
 TEST(Terminal, GetsNoControlBytes) {
   if (std::system("script --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "there is no terminal to be had";
   const TempFolder folder;
-  const std::string file = folder / "a\x1B[31m\nb.mp4";
+  const std::string file = folder / "Gr\xFC\xDF a\x1B[31m\nb.mp4";
   WriteFile(file, MovieOf(Track().With(&Track::hdlr, Hdlr("\x1B\xC2\x9BH"))).Build());
+  // Nor is it UTF-8, which JSON has to be.
+  EXPECT_TRUE(nlohmann::json::accept(ExpectShell(CommandLine({"info", "--json", "--", file}), 0, {})));
   for (const auto& [command, raw, shown] : {std::tuple("dump", "type=\x1B\xC2\x9BH", "type=\\x1B\\xC2\\x9BH"),
                                             {"info", "a\\x1B[31m\\x0Ab", "a\\x1B[31m\\x0Ab"}}) {
     const std::string line = CommandLine({command, file});

@@ -8,7 +8,6 @@
 namespace kt::test {
 namespace {
 
-namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
 Json InfoOf(const std::string& file) {
@@ -77,19 +76,6 @@ TEST(Info, ListsATrackThatDoesNotOpen) {
   EXPECT_EQ(tracks[1].at("resultName"), "MP4_NOT_FOUND");
   ExpectParts(ExpectRun({"info", file.Name()}), {"MP4_NOT_FOUND (3)"});
 }
-
-#ifndef _WIN32
-TEST(Info, TakesAnyFileName) {
-  const TempFolder folder;
-  for (const char* name :
-       {"two words.mp4", "Grüße 映画.mp4", "-dash.mp4", "it's \"quoted\".mp4", "not utf-8 \xE9.mp4"}) {
-    const std::string file = folder / name;
-    fs::copy_file(Media("aac.m4a"), file);
-    EXPECT_EQ(InfoOf(file).at("tracks").size(), 1u) << name;
-  }
-  ExpectShell("cd " + ShellWord(folder.Name()) + " && " + CommandLine({"info", "--", "-dash.mp4"}), 0, {});
-}
-#endif
 
 // No sync sample ahead of it is not a failure, only no sync sample.
 TEST(Samples, AreListedAsFarAsTheyCanBeTold) {

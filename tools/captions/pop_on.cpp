@@ -142,11 +142,13 @@ std::optional<Glyph> GlyphOf(char32_t character) {
 
 using Row = std::u32string;
 
-// Rows of at most 32 characters, broken between words where that can be.
+// Rows of at most 32 characters, broken between words where that can be; one more than fit tells that there
+// are such.
 std::vector<Row> Broken(const std::vector<Row>& rows) {
   std::vector<Row> broken;
   for (Row row : rows) {
-    while (row.size() > kColumns) {
+    if (broken.size() > kRows) break;
+    while (row.size() > kColumns && broken.size() <= kRows) {
       const std::size_t blank = row.rfind(U' ', kColumns);
       const std::size_t end = blank == row.npos || blank == 0 ? kColumns : blank;
       broken.push_back(row.substr(0, end));

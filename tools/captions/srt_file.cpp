@@ -12,6 +12,7 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r";
 constexpr std::string_view kArrow = "-->";
+constexpr std::size_t kLongestMark = 200;
 
 std::string_view Trimmed(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(kBlanks);
@@ -87,7 +88,9 @@ std::u32string RowOf(std::string_view text) {
     const bool isTag =
         text.size() > 1 && text[0] == '<' &&
         (text[1] == '/' || (text[1] >= 'A' && text[1] <= 'Z') || (text[1] >= 'a' && text[1] <= 'z'));
-    const std::size_t end = isTag ? text.find('>') : text.starts_with("{\\") ? text.find('}') : text.npos;
+    const bool isPlace = text.starts_with("{\\");
+    const std::string_view mark = text.substr(0, isTag || isPlace ? kLongestMark : 0);
+    const std::size_t end = mark.find(isTag ? '>' : '}');
     if (end != text.npos) {
       text.remove_prefix(end + 1);
     } else {
@@ -134,7 +137,7 @@ std::vector<Subtitle> ReadSrt(std::string_view text) {
     if (line.empty() || IsNumber(line)) continue;
     std::optional<Subtitle> subtitle = ReadTimes(line);
     if (!subtitle) {
-      throw Failure("line " + std::to_string(number) + ": " + Quoted(line) +
+      throw Failure("line " + std::to_string(number) + ": " + Quoted(line.substr(0, kLongestMark)) +
                     " is no line of times like \"00:00:01,000 --> 00:00:02,500\"");
     }
     subtitle->line = number;
