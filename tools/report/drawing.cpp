@@ -25,9 +25,9 @@ std::string Axis(double begin, double end) {
   return html + "</div>\n";
 }
 
-// "512", "4 Ki", of a power of two.
+// "512", "4 Ki"; a number that is no whole one of these as it is.
 std::string PowerText(u64 number) {
-  if (number < 1024) return std::to_string(number);
+  if (number < 1024 || number % 1024 != 0) return Grouped(number);
   return number < 1024 * 1024 ? std::to_string(number / 1024) + " Ki"
                               : std::to_string(number / 1024 / 1024) + " Mi";
 }
@@ -99,7 +99,7 @@ std::string SizesPicture(const TrackSeries& series, u32 track) {
       bars += "<i class=sync style=\"height:" + PlaceText(100.0 * each.syncSamples / most) + "%\"></i>";
     }
     bars += "</div>";
-    names += "<span>" + (std::has_single_bit(each.from) ? PowerText(each.from) : "") + "</span>";
+    names += "<span>" + (i == 0 || std::has_single_bit(each.from) ? PowerText(each.from) : "") + "</span>";
   }
   return "<div class=\"bars " + ColourClass(track) + "\">" + bars + "</div>\n<div class=under>" + names +
          "</div>\n";
@@ -155,7 +155,7 @@ std::string LayoutPicture(const std::vector<DrawnTrack>& tracks, u64 fileSize) {
     }
     // Lines over each other are to be seen all the same. A lone place is a dot.
     const std::size_t width =
-        2 + 3 * std::min<std::size_t>(static_cast<std::size_t>(&tracks.back() - &track), 3);
+        2 + 2 * std::min<std::size_t>(static_cast<std::size_t>(&tracks.back() - &track), 3);
     if (path.empty()) continue;
     lines += "<path class=\"line " + ColourClass(track.index) +
              "\" style=\"stroke-width:" + std::to_string(width) + "px\" d=\"" + path + "h2\"/>";

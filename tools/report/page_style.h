@@ -92,6 +92,7 @@ details > summary { cursor: pointer; }
 .tree .broken > summary, .tree .leaf.broken { background: var(--bad-soft); color: var(--bad); }
 .fault { color: var(--bad); margin-left: 1.1rem; }
 footer { margin-top: 2.5rem; padding-top: .8rem; border-top: 1px solid var(--line); font-size: .88em; }
+@media (max-width: 36rem) { .axis span:nth-child(even) { display: none; } }
 @media print { body { max-width: none; background: #fff; } nav { display: none; } .card { break-inside: avoid; } }
 )css";
 
