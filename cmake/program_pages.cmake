@@ -15,7 +15,7 @@ if(NOT heading MATCHES "([0-9-]+)$")
 endif()
 set(date ${CMAKE_MATCH_1})
 set(folder ${PROJECT_BINARY_DIR}/pages)
-set(pages ${folder}/ktmp4.1 ${folder}/ktmp4.bash ${folder}/_ktmp4 ${folder}/ktmp4.fish)
+set(pages ${folder}/ktmp4.1 ${folder}/ktmp4.1.gz ${folder}/ktmp4.bash ${folder}/_ktmp4 ${folder}/ktmp4.fish)
 set(script ${PROJECT_SOURCE_DIR}/scripts/make_program_pages.py)
 add_custom_command(OUTPUT ${pages}
   COMMAND ktmp4_program --describe > ${PROJECT_BINARY_DIR}/program.json
@@ -24,7 +24,7 @@ add_custom_command(OUTPUT ${pages}
 add_custom_target(ktmp4_program_pages ALL DEPENDS ${pages})
 
 if(KTMP4_INSTALL)
-  install(FILES ${folder}/ktmp4.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
+  install(FILES ${folder}/ktmp4.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT program)
   install(FILES ${folder}/ktmp4.bash RENAME ktmp4
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT program)
   install(FILES ${folder}/ktmp4.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT program)

@@ -6,6 +6,7 @@
 Commands, options and words come out of the program alone, so that a new one needs nothing here. DATE is that of the
 version, as in 2026-11-22.
 """
+import gzip
 import json
 import os
 import re
@@ -22,6 +23,9 @@ def main():
     for name, text in pages.items():
         with open(os.path.join(folder, name), "w", encoding="utf-8") as page:
             page.write(text)
+    # As systems want it; the same for the same text.
+    with open(os.path.join(folder, "ktmp4.1.gz"), "wb") as page:
+        page.write(gzip.compress(pages["ktmp4.1"].encode(), mtime=0))
 
 
 def switches(command):
