@@ -121,8 +121,12 @@ def remarks(text):
     return lines
 
 
-# Completions. The first word behind the options is the command; options that take one of a few words offer these,
-# and whatever else is asked for is a file.
+# Completions. The first word behind the options is the command; options that take one of a few words offer these, those
+# whose value is called FILE or OUT take a file, others nothing that could be offered. An argument is a file.
+
+def takes_file(option):
+    return re.search("FILE|OUT", option["value"]) is not None
+
 
 def bash(program):
     values, silent, switch_rows = [], [], []
@@ -133,7 +137,7 @@ def bash(program):
             place = " | ".join(f'"{command["name"]} {name}"' for name in option["names"])
             if option["words"]:
                 values.append(f'    {place}) words="{" ".join(option["words"])}" ;;')
-            elif option["value"]:
+            elif option["value"] and not takes_file(option):
                 silent.append(place)
     rows = "\n".join(values + [f"    {' | '.join(silent)}) ;;"] if silent else values)
     return f"""# Completion of ktmp4 for bash.
@@ -179,7 +183,7 @@ def zsh(program):
     def spec(option):
         value = ""
         if option["value"]:
-            offered = f"({' '.join(option['words'])})" if option["words"] else " "
+            offered = f"({' '.join(option['words'])})" if option["words"] else "_files" if takes_file(option) else " "
             value = f":{option['value'].replace(':', chr(92) + ':')}:{offered}"
         repeated = "*" if option["repeats"] else f"({' '.join(option['names'])})"
         return [quoted(f"{repeated}{name}[{described(option['text'])}]{value}") for name in option["names"]]
@@ -216,7 +220,7 @@ def fish(program):
     def lines(options, condition):
         for option in options:
             names = " ".join(f"-l {n[2:]}" if n.startswith("--") else f"-s {n[1:]}" for n in option["names"])
-            value = " -x" if option["value"] else ""
+            value = "" if not option["value"] else " -r -F" if takes_file(option) else " -x"
             if option["words"]:
                 value += f" -a {quoted(' '.join(option['words']))}"
             yield f"complete -c ktmp4 -n {condition} {names}{value} -d {quoted(option['text'])}"
