@@ -127,10 +127,7 @@ Mp4Result CTrackImpl::FindSampleTimes(u32 sample, u64* decodingTime, u64* compos
 }
 
 Mp4Result CTrackImpl::GetSampleInfo(u32 sample, SampleInfo* info) {
-  if (!m_sizes.Holds(sample))
-    KT_TRY(FindSampleSize(sample, &info->size));
-  else
-    info->size = m_sizes.SizeOf(sample);
+  KT_TRY(CTrackImpl::GetSampleSize(sample, &info->size));
   return GetBothTimes(sample, info);
 }
 
@@ -147,10 +144,10 @@ inline Mp4Result CTrackImpl::GetBothTimes(u32 sample, SampleInfo* info) {
   return MP4_OK;
 }
 
+// The tracks of a file are all of this class.
 Mp4Result GetSampleInfo(CMp4Track* track, u32 sample, SampleInfo* info) {
   if (track == nullptr || info == nullptr) return MP4_BAD_ARGUMENT;
-  return static_cast<CTrackImpl*>(track)->GetSampleInfo(sample,
-                                                        info);  // the tracks of a file are all of this class
+  return static_cast<CTrackImpl*>(track)->GetSampleInfo(sample, info);
 }
 
 Mp4Result ReadSampleAndInfo(CMp4Track* track, u32 sample, u32 bufferSize, u8* buffer, SampleInfo* info) {
