@@ -96,7 +96,7 @@ TEST(MovieValues, AreTheSameOutOfMemory) {
   const TempFile whole, cut;
   Write(whole.Name());
   const std::vector<u8> bytes = ReadFile(whole.Path());
-  for (std::size_t size = 0; size <= bytes.size(); size += size + 60 < bytes.size() ? 29 : 1) {
+  for (std::size_t size = 0; size <= bytes.size(); size += size + 60 < bytes.size() ? 29U : 1U) {
     WriteFile(cut.Path(), {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)});
     for (const auto reading : {ktmp4::Reading::Strict, ktmp4::Reading::Adapting}) {
       EXPECT_EQ(Describe(ktmp4::Movie::OpenMemory(std::span(bytes).first(size), reading)),
