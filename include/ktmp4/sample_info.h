@@ -6,9 +6,9 @@ namespace kt {
 
 /// What is mostly asked of a sample beside its bytes.
 struct SampleInfo {
-  u32 size = 0;          // bytes
-  u64 decodingTime = 0;  // both in media ticks
-  u64 compositionTime = 0;
+  u32 size = 0;             ///< In bytes.
+  u64 decodingTime = 0;     ///< In media ticks.
+  u64 compositionTime = 0;  ///< In media ticks.
 };
 
 /// `GetSampleSize` and both times in one call, which costs half of what the three do. Their results, in this

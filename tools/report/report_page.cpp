@@ -207,7 +207,8 @@ class Page {
     std::string html = Card(FileMap(m_report.boxes, m_report.size));
     if (tracks.empty()) return html;
     std::string caption = "Where in the file (from left to right) which time (from below to above) lies.";
-    if (tracks.size() > 1) {
+    constexpr std::size_t kMostCompared = 20;  // each with each
+    if (tracks.size() > 1 && tracks.size() <= kMostCompared) {
       caption += " What two tracks have for the same time is at most " + SizeText(LargestDistance(tracks)) +
                  " apart.";
     }

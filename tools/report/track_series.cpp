@@ -48,9 +48,12 @@ class Gathering {
     m_series.end = Seconds(last) + (step > 0 ? step : 1.0 / m_timeScale);
   }
 
-  u32 StepAt(double time) const {
-    const double part = (time - m_series.begin) / (m_series.end - m_series.begin) * kSeriesSteps;
-    return static_cast<u32>(std::clamp(part, 0.0, kSeriesSteps - 1.0));
+  // In which of so many equal parts of the span a time lies. Times can be so late that the span is lost in
+  // them.
+  u32 StepAt(double time, u32 steps = kSeriesSteps) const {
+    const double span = m_series.end - m_series.begin;
+    if (!(span > 0)) return 0;
+    return static_cast<u32>(std::clamp((time - m_series.begin) / span * steps, 0.0, steps - 1.0));
   }
 
   bool TakeSample(u32 sample) {
@@ -80,8 +83,7 @@ class Gathering {
   void TakeSync(double time) {
     if (m_series.syncSamples++ > 0) EndGap(time);
     m_lastSync = time;
-    const double part = (time - m_series.begin) / (m_series.end - m_series.begin) * kSyncSteps;
-    bool& isMarked = m_isMarked[static_cast<std::size_t>(std::clamp(part, 0.0, kSyncSteps - 1.0))];
+    bool& isMarked = m_isMarked[StepAt(time, kSyncSteps)];
     if (!isMarked) m_series.syncTimes.push_back(time);
     isMarked = true;
   }
