@@ -127,14 +127,14 @@ void TakeEdits(ByteSpan movie, ByteSpan track, TrackFacts* facts) {
   const double movieScale = ScaleIn(BoxAt(movie, {"mvhd"}));
   const double mediaScale = ScaleIn(BoxAt(track, {"mdia", "mdhd"}));
   const u32 width = Number(*list, 0, 1) == 1 ? 8 : 4;
-  const u64 size = 2 * width + 4, empty = width == 8 ? ~u64{0} : 0xFFFFFFFF;
+  const u64 size = u64{2} * width + 4, empty = width == 8 ? ~u64{0} : 0xFFFFFFFF;
   facts->editCount = std::min<u64>(Number(*list, 4, 4), From(*list, 8).size() / size);
   for (u64 at = 8; facts->edits.size() < std::min(facts->editCount, kMostEdits); at += size) {
     Edit edit;
     edit.seconds = static_cast<double>(Number(*list, at, width)) / movieScale;
     const u64 time = Number(*list, at + width, width);
     if (time != empty) edit.from = static_cast<double>(time) / mediaScale;
-    edit.rate = static_cast<i32>(Number(*list, at + 2 * width, 4)) / 65536.0;
+    edit.rate = static_cast<i32>(Number(*list, at + u64{2} * width, 4)) / 65536.0;
     facts->edits.push_back(edit);
   }
 }
@@ -268,7 +268,7 @@ std::string BitRateText(double bitsPerSecond) {
 }
 
 std::string RotationText(const Rotation& rotation) {
-  const std::string turned = "turned clockwise by " + std::to_string(rotation.degrees) + " degrees";
+  std::string turned = "turned clockwise by " + std::to_string(rotation.degrees) + " degrees";
   if (!rotation.mirrored) return turned;
   return rotation.degrees == 0 ? "mirrored" : "mirrored and " + turned;
 }

@@ -182,7 +182,7 @@ std::optional<MpegStream> MpegStreamOf(const SampleEntry& entry) {
 }
 
 std::string CodingText(const SampleEntry& entry) {
-  const std::string name = CodingName(entry.code);
+  std::string name = CodingName(entry.code);
   if (const auto record = entry.Box("avcC")) return AvcText("H.264", *record);
   if (const auto record = entry.Box("hvcC")) return HevcText("H.265", *record);
   if (const auto stream = MpegStreamOf(entry)) return ObjectText(*stream, name);

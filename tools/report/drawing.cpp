@@ -27,9 +27,9 @@ std::string Axis(double begin, double end) {
 
 // "512", "4 Ki"; a number that is no whole one of these as it is.
 std::string PowerText(u64 number) {
-  if (number < 1024 || number % 1024 != 0) return Grouped(number);
-  return number < 1024 * 1024 ? std::to_string(number / 1024) + " Ki"
-                              : std::to_string(number / 1024 / 1024) + " Mi";
+  constexpr u64 kKi = 1024, kMi = kKi * kKi;
+  if (number < kKi || number % kKi != 0) return Grouped(number);
+  return number < kMi ? std::to_string(number / kKi) + " Ki" : std::to_string(number / kMi) + " Mi";
 }
 
 // Sync samples over the same time as the picture above.

@@ -14,6 +14,8 @@ namespace {
 constexpr u32 kMostOfDoubtful = 1'000'000;
 // Lines for sync samples, as close as they can be told apart.
 constexpr u32 kSyncSteps = 400;
+// Four to each power of two that a size can have.
+constexpr std::size_t kSizeClasses = 128;
 
 class Gathering {
  public:
@@ -94,7 +96,7 @@ class Gathering {
     if (size == 0) return 0;
     const u32 power = std::bit_width(size) - 1U;
     const u64 quarter = (u64{size} - (u64{1} << power)) * 4 >> power;
-    return 4 * power + static_cast<std::size_t>(quarter);
+    return std::size_t{4} * power + static_cast<std::size_t>(quarter);
   }
 
   // Those from the first to the last that has samples.
@@ -128,7 +130,7 @@ class Gathering {
   const u32 m_timeScale;
   u32 m_count = 0;
   double m_lastSync = 0;
-  std::array<TrackSeries::SizeClass, 4 * 32> m_sizes = {};
+  std::array<TrackSeries::SizeClass, kSizeClasses> m_sizes = {};
   std::array<bool, kSyncSteps> m_isMarked = {};
   TrackSeries m_series;
 };
