@@ -22,6 +22,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Write(const u8* data, std::size_t size) {
+  if (size == 0) return;  // what has no bytes may be null
   std::FILE* const stream = m_stream != nullptr ? m_stream : stdout;
   if (std::fwrite(data, 1, size, stream) != size) throw SystemFailure(m_operation);
 }
