@@ -94,7 +94,7 @@ class Gathering {
 
   static std::size_t ClassOf(u32 size) {
     if (size == 0) return 0;
-    const u32 power = std::bit_width(size) - 1U;
+    const u32 power = static_cast<u32>(std::bit_width(size)) - 1;
     const u64 quarter = (u64{size} - (u64{1} << power)) * 4 >> power;
     return std::size_t{4} * power + static_cast<std::size_t>(quarter);
   }
