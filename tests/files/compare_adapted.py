@@ -17,6 +17,7 @@ import pathlib
 import shutil
 import subprocess
 import sys
+from collections import Counter
 from fractions import Fraction
 from functools import partial
 
@@ -52,6 +53,7 @@ def compare_track(samples, data, stream, scale):
     tick = Fraction(stream["time_base"])
     kind = stream["codec_type"]
     rest, offset, distances = samples, 0, set()
+    shown = Counter(sample["cts"] for sample in samples)
     packets = without_hidden_end(stream["packets"], len(samples))
     for packet in packets:
         if not rest:
@@ -63,7 +65,9 @@ def compare_track(samples, data, stream, scale):
         first = rest[0]
         if data is not None and "MD5:" + hashlib.md5(data[offset : offset + size]).hexdigest() != packet["data_hash"]:
             raise AssertionError(f"sample {first['sample']}: other bytes")
-        if kind in ("video", "audio") and bool(first["sync"]) != packet["flags"].startswith("K"):
+        # A search by time finds one of two samples that are shown at the same time, as a busy ffmpeg has written them.
+        alone = shown[first["cts"]] == 1
+        if alone and kind in ("video", "audio") and bool(first["sync"]) != packet["flags"].startswith("K"):
             raise AssertionError(f"sample {first['sample']}: sync {first['sync']}, ffprobe says {packet['flags']}")
         for ours, theirs in (("dts", "dts"), ("cts", "pts")):
             if theirs in packet:
