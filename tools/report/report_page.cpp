@@ -232,7 +232,8 @@ class Page {
     return html.empty() ? html : "<div class=cards>" + html + "</div>\n";
   }
 
-  std::string Texts(TrackTexts FileReport::TrackReport::*texts) const {
+  using TextsOfTrack = decltype(&FileReport::TrackReport::captions);
+  std::string Texts(TextsOfTrack texts) const {
     return ForEachTrack([texts](const TrackFacts& facts, const FileReport::TrackReport& track) {
       const TrackTexts& shown = track.*texts;
       if (shown.columns.empty()) return std::string();
