@@ -15,6 +15,7 @@
 #include "tools/captions/cues.h"
 #include "tools/captions/line21_track.h"
 #include "tools/commands.h"
+#include "tools/facts/track_questions.h"
 #include "tools/files/input_file.h"
 #include "tools/files/sample_claims.h"
 #include "tools/terminal/failure.h"
@@ -129,9 +130,8 @@ class CaptionReader {
   }
   bool IsSync() {
     u64 time = 0;
-    u32 sync = 0;
     return m_track->GetSampleCompositionTime(m_number, &time) == MP4_OK &&
-           m_track->FindSyncSample(time, &sync) == MP4_OK && sync == m_number;
+           IsSyncSample(*m_track, m_number, time);
   }
 
  private:

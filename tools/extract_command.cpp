@@ -6,6 +6,7 @@
 
 #include "tools/arguments.h"
 #include "tools/commands.h"
+#include "tools/facts/track_questions.h"
 #include "tools/files/input_file.h"
 #include "tools/files/output_file.h"
 #include "tools/files/sample_claims.h"
@@ -49,9 +50,7 @@ class SampleReader {
   }
   bool IsSync(u32 sample) {
     u64 time = 0;
-    u32 sync = 0;
-    return m_track->GetSampleCompositionTime(sample, &time) == MP4_OK &&
-           m_track->FindSyncSample(time, &sync) == MP4_OK && sync == sample;
+    return m_track->GetSampleCompositionTime(sample, &time) == MP4_OK && IsSyncSample(*m_track, sample, time);
   }
 
  private:
@@ -84,11 +83,7 @@ Coding CodingOf(InputFile& input, u32 index, CMp4Track& track) {
     const auto list = BoxAt(boxes[index - 1], {"mdia", "minf", "stbl", "stsd"});
     coding.entryCount = static_cast<std::size_t>(Number(list.value_or(ByteSpan()), 4, 4));
   }
-  u32 size = 0;
-  if (track.GetDecoderSpecificInfoSize(1, &size) != MP4_OK) return coding;
-  coding.setUp.resize(size);
-  if (track.GetDecoderSpecificInfo(1, size, &size, coding.setUp.data()) != MP4_OK) size = 0;
-  if (size != coding.setUp.size()) coding.setUp.clear();
+  coding.setUp = DecoderInfo(track);
   return coding;
 }
 

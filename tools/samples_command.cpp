@@ -10,6 +10,7 @@
 #include "tools/arguments.h"
 #include "tools/commands.h"
 #include "tools/facts/sample_places.h"
+#include "tools/facts/track_questions.h"
 #include "tools/files/input_file.h"
 #include "tools/files/sample_claims.h"
 #include "tools/terminal/failure.h"
@@ -71,8 +72,7 @@ SampleLine Look(CMp4Track& track, u32 sample, const std::string& file) {
   require("size", track.GetSampleSize(sample, &line.size));
   require("decoding time", track.GetSampleDecodingTime(sample, &line.decodingTime));
   require("composition time", track.GetSampleCompositionTime(sample, &line.compositionTime));
-  u32 sync = 0;
-  line.isSync = track.FindSyncSample(line.compositionTime, &sync) == MP4_OK && sync == sample;
+  line.isSync = IsSyncSample(track, sample, line.compositionTime);
   return line;
 }
 

@@ -8,6 +8,7 @@
 #include <ktmp4/track_presentation.h>
 #include "tools/captions/line21_track.h"
 #include "tools/copy/copyright_copy.h"
+#include "tools/facts/track_questions.h"
 #include "tools/files/sample_claims.h"
 #include "tools/terminal/failure.h"
 
@@ -164,8 +165,7 @@ TrackCopy::Sample TrackCopy::Look(u64 sample) {
 
 bool TrackCopy::IsSync(u64 sample, u64 compositionTime) const {
   if (!m_details.isAdapted) return m_details.IsSync(static_cast<u32>(sample));
-  u32 sync = 0;
-  return m_input->FindSyncSample(compositionTime + m_start, &sync) == MP4_OK && sync == sample;
+  return IsSyncSample(*m_input, static_cast<u32>(sample), compositionTime + m_start);
 }
 
 std::vector<u8> TrackCopy::DecoderInfo() {

@@ -7,6 +7,7 @@
 
 #include <ktmp4/track_presentation.h>
 #include "filter/formats/audio_config.h"
+#include "tools/facts/track_questions.h"
 #include "tools/files/adapted_facts.h"
 #include "tools/terminal/json_text.h"
 
@@ -28,14 +29,6 @@ std::optional<std::pair<u32, u32>> PictureSize(CMp4Track& track, std::optional<u
   std::pair<u32, u32> shown;
   if (kind != MP4_KIND_VIDEO || track.GetDimensions(&shown.first, &shown.second)) return std::nullopt;
   return shown;
-}
-
-std::vector<u8> DecoderInfo(CMp4Track& track) {
-  u32 size = 0;
-  if (track.GetDecoderSpecificInfoSize(1, &size)) return {};
-  std::vector<u8> info(size);
-  if (track.GetDecoderSpecificInfo(1, size, &size, info.data()) || size != info.size()) return {};
-  return info;
 }
 
 // What comes out of the decoder. Sample entries tell 2 channels and 16 bits of a rate whatever is in the

@@ -5,6 +5,7 @@
 #include <bit>
 
 #include "tools/facts/sample_places.h"
+#include "tools/facts/track_questions.h"
 #include "tools/terminal/interrupts.h"
 
 namespace kt {
@@ -67,8 +68,7 @@ class Gathering {
       m_series.fault = "its tables tell of no sample behind the " + std::to_string(sample - 1) + ".";
       return false;
     }
-    u32 sync = 0;
-    const bool isSync = m_track->FindSyncSample(compositionTime, &sync) == MP4_OK && sync == sample;
+    const bool isSync = IsSyncSample(*m_track, sample, compositionTime);
     const double time = Seconds(decodingTime);
     m_series.bytes[StepAt(time)] += size;
     ++m_series.samples;
