@@ -34,7 +34,7 @@ Mp4Result CSyncSampleBox::FindSyncRange(u32 sample, CSyncRange* range) {
   }
   const bool isLast = index > m_List.GetCount();
   *range = {m_List.At(index - 1).sampleNumber, largest,
-            isLast ? std::numeric_limits<u32>::max() : m_List.At(index).sampleNumber - 1};
+            isLast ? std::numeric_limits<u32>::max() : m_List.At(index).sampleNumber - 1, index - 1};
   return MP4_OK;
 }
 

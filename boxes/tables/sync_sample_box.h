@@ -16,6 +16,7 @@ struct CSyncRange {
   u32 syncSample = 0;
   u32 first = 1;
   u32 last = 0;
+  u32 entry = 0;  // of the table that names the sync sample, counted from 1
 };
 
 /// "stss": the samples at which decoding can start, numbered from 1. A track without this box has sync

@@ -45,6 +45,8 @@ Mp4Result CTrackImpl::Bind(u32 trackIndex) {
   m_sizes = {};
   m_next = {};
   m_sync = m_syncBefore = {};
+  m_syncTimes.Clear();
+  m_hasSoughtSync = false;
   CTrackBox* track = nullptr;
   KT_TRY(m_file->GetTrackBox(trackIndex, &track));
   m_boxes.track = track;

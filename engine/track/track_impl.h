@@ -170,6 +170,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   Mp4Result FindChunkOffsets(CSampleTableBox* sampleTable);
   Mp4Result BuildTimes(CCompositionOffsetBox* compositionOffset, u64 startOffsetTicks);
   Mp4Result FindSyncPoint(u32 sample);
+  void FindSyncTimes();
   Mp4Result FindSampleSize(u32 sample, u32* size);
   Mp4Result FindSampleTimes(u32 sample, u64* decodingTime, u64* compositionTime);
   Mp4Result GetBothTimes(u32 sample, SampleInfo* info);
@@ -192,6 +193,8 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   SamplePlace m_next;
   SyncPoint m_sync;
   SyncPoint m_syncBefore;  // around a sync sample both are asked about in turn
+  CDataList<u64> m_syncTimes;  // composition times of the entries of "stss"; empty until one is sought
+  bool m_hasSoughtSync = false;
   CSampleTimeTable m_times;
   std::unique_ptr<CTrackWriting> m_writing;  // null unless the track is being written
 };

@@ -188,9 +188,28 @@ Mp4Result CTrackImpl::FindSyncPoint(u32 sample) {
   if (m_sync.range.Holds(sample)) return MP4_OK;
   SyncPoint point;
   KT_TRY(m_boxes.syncSample->FindSyncRange(sample, &point.range));
-  KT_TRY(GetSampleCompositionTime(point.range.syncSample, &point.time));
+  if (!m_hasSoughtSync) FindSyncTimes();
+  m_hasSoughtSync = true;
+  if (m_syncTimes.GetCount() > 0) {
+    point.time = m_syncTimes.At(point.range.entry);
+  } else {
+    KT_TRY(GetSampleCompositionTime(point.range.syncSample, &point.time));
+  }
   m_sync = point;
   return MP4_OK;
+}
+
+// All at once, or none when one has no time.
+void CTrackImpl::FindSyncTimes() {
+  const auto& list = m_boxes.syncSample->GetList();
+  for (u32 entry = 1; entry <= list.GetCount(); ++entry) {
+    u64 time = 0;
+    if (GetSampleCompositionTime(list.At(entry).sampleNumber, &time) != MP4_OK ||
+        m_syncTimes.Append(&time) != MP4_OK) {
+      m_syncTimes.Clear();
+      return;
+    }
+  }
 }
 
 }  // namespace kt
