@@ -33,13 +33,9 @@ void CRatioReporter::ReportRuns(const std::vector<Run>& runs) {
   }
 }
 
-double CRatioReporter::Median(const std::string& name) const {
+double CRatioReporter::Least(const std::string& name) const {
   const auto found = m_seconds.find(name);
-  if (found == m_seconds.end()) return 0;
-  std::vector<double> times = found->second;
-  const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-  std::nth_element(times.begin(), middle, times.end());
-  return *middle;
+  return found == m_seconds.end() ? 0 : *std::min_element(found->second.begin(), found->second.end());
 }
 
 void CComparison::Begin(const char* title, const char* ours, const char* theirs) {

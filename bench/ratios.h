@@ -15,9 +15,9 @@ class CRatioReporter : public benchmark::ConsoleReporter {
 
   void ReportRuns(const std::vector<Run>& runs) override;
 
-  /// Median of the repetitions in seconds of processor time, which a busy machine disturbs less than the
-  /// clock's; 0 when the benchmark did not run.
-  double Median(const std::string& name) const;
+  /// The least of the repetitions in seconds of processor time: whatever else a shared machine does makes a
+  /// pass longer and never shorter. 0 when the benchmark did not run.
+  double Least(const std::string& name) const;
   bool HasFailed() const { return m_failed; }
 
  private:

@@ -317,6 +317,49 @@ TEST(Track, SyncSearchStepsBackOverPicturesShownLater) {
   EXPECT_EQ(SyncAt(*track, 0).result, MP4_NOT_FOUND) << "before the first, whose time is above";
 }
 
+// The plain walk over "stss", whatever stands in it: entries that fall, repeat, are 0 or behind the last
+// sample.
+Answer<u32> PlainSyncAt(CMp4Track& track, const std::vector<u32>& entries, u64 time) {
+  u32 found = Got(track, &CMp4Track::FindSampleByCompositionTime, time);
+  for (u32 probe = found + 1;; probe = found - 1) {
+    if (entries.empty() || entries[0] > probe) return {MP4_NOT_FOUND, 0};
+    std::size_t above = 1;
+    while (above < entries.size() && entries[above] <= probe) ++above;
+    found = entries[above - 1];
+    const auto shown = Ask(track, &CMp4Track::GetSampleCompositionTime, found);
+    if (shown.result != MP4_OK) return {shown.result, 0};
+    if (shown.value <= time) return {MP4_OK, found};
+    if (found == 1) return {MP4_NOT_FOUND, 0};
+  }
+}
+
+TEST(Track, SyncSearchIsThePlainWalk) {
+  std::mt19937 random(31);
+  const auto below = [&random](u32 limit) { return static_cast<u32>(random() % limit); };
+  for (u32 round = 0; round < 60; ++round) {
+    std::vector<u32> entries;
+    for (u32 i = below(20), entry = below(2); i > 0; --i, entry += 1 + below(4)) {
+      entries.push_back(round % 3 > 0 || below(4) > 0 ? entry : below(44));
+    }
+    std::vector<std::pair<u32, u32>> offsets;
+    for (u32 i = 0; i < 40; ++i) offsets.emplace_back(1, below(50));
+    Opened track(Track()
+                     .WithOneChunk(40, ConstantStsz(1, 40))
+                     .With(&Track::stts, Stts({{40, 10}}))
+                     .With(&Track::ctts, Ctts(offsets))
+                     .With(&Track::stss, Stss({entries.begin(), entries.end()})));
+    for (u32 i = 0; i < 100; ++i) {
+      const u64 time = below(460);
+      const Answer<u32> wanted = PlainSyncAt(*track, entries, time);
+      const Answer<u32> got = SyncAt(*track, time);
+      ASSERT_EQ(got.result, wanted.result) << round << ", " << time;
+      if (got.result == MP4_OK) {
+        ASSERT_EQ(got.value, wanted.value) << round << ", " << time;
+      }
+    }
+  }
+}
+
 // Sample 2 is shown behind sample 3, a sync sample that comes later in the file: the search has to look
 // there.
 TEST(Track, SyncSearchLooksOneSampleAhead) {
