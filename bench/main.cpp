@@ -372,18 +372,18 @@ void CompareWithBound(CComparison& to, const Plan& plan, const CRatioReporter& r
   addPass("read every sample, in file order", "read/ktmp4", "read/raw");
   addPass("..., by time", "read by time/ktmp4", "read/raw");
   addPass("..., track after track", "read by track/ktmp4", "read/raw");
-  addPass("..., in one call for each", "read by track/at once", "read/raw");
+  addPass("..., in one call", "read by track/at once", "read/raw");
   addPass("..., to reads of half a second", "read by track/ktmp4", "read by track/raw");
-  addPass("..., in one call for each", "read by track/at once", "read by track/raw");
+  addPass("..., in one call, to these", "read by track/at once", "read by track/raw");
   addPass("size and times of every sample, to reading it", "list/ktmp4", "read/raw");
-  addPass("..., in one call for each", "list/at once", "read/raw");
+  addPass("..., asked in one call", "list/at once", "read/raw");
   for (const u32 length : kChunkLengths) {
     const double count = 2.0 * plan.Seconds() * LongFile::kSoundRate / LongFile::kTicksPerSoundSample;
     const double raw = report.Least(SoundName("read/raw", length));
     to.Add(SoundName("read sound", length), report.Least(SoundName("read", length)), raw, kNano / count,
            "ns/sample");
-    to.Add("..., in one call for each", report.Least(SoundName("read/at once", length)), raw, kNano / count,
-           "ns/sample");
+    to.Add(SoundName("..., in one call", length), report.Least(SoundName("read/at once", length)), raw,
+           kNano / count, "ns/sample");
   }
   to.Add("a random picture's bytes", least("read pictures at random"), least("read pictures at random/raw"),
          kMicro / kRange, "us/sample");
