@@ -1,7 +1,7 @@
 // Presents the input as a file and opens it adapted. What comes out has to be what it promises: an image that
 // is in proportion to the input, that the strict reader takes without falling back to the file, and of which
-// every track binds; times in order; sample entries that can be read to their last byte. Linux only: the file
-// is one in memory.
+// every track binds; times in order; sample entries that can be read to their last byte. By the input's size
+// it is opened as a file or as the bytes at hand. Linux only: the file is one in memory.
 
 #include <algorithm>
 #include <memory>
@@ -100,7 +100,9 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
     adapted->ReleaseImage();
   }
   CMp4File* made = nullptr;
-  Require(CreateAdaptingMp4File(&made) == MP4_OK, "create");
+  Require(((size & 2) != 0 ? CreateAdaptingMp4FileOver(data, size, &made) : CreateAdaptingMp4File(&made)) ==
+              MP4_OK,
+          "create");
   const std::unique_ptr<CMp4File> file(made);
   const Mp4Result opened = file->Open(name.c_str(), MP4_MODE_READ, MP4_TYPE_MP4);
   Require(!adapted || opened == MP4_OK, "a file that was adapted opens");

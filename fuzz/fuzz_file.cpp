@@ -1,5 +1,6 @@
 // Presents the input as a file, opens it and asks everything that a reader can ask: every track's facts, its
-// samples, their times, the three searches, the dump. Linux only: the file is one in memory.
+// samples, their times, the three searches, the dump. By the input's size it is a file or the bytes at hand.
+// Linux only: the file is one in memory.
 
 #include <algorithm>
 #include <memory>
@@ -8,6 +9,7 @@
 
 #include <ktmp4/mp4_file.h>
 #include <ktmp4/mp4_hint_track.h>
+#include <ktmp4/sample_info.h>
 #include "fuzz/memory_file.h"
 
 namespace {
@@ -74,6 +76,27 @@ void ReadSample(CMp4Track* track, u32 sample) {
   if (track->ReadSample(sample, capacity, &read, buffer.get()) == MP4_OK) {
     Require(read == size, "a sample that was read has the size that was told");
   }
+  SampleInfo told;
+  SampleInfo info;
+  if (ReadSampleAndInfo(track, sample, capacity, buffer.get(), &info) != MP4_OK) return;
+  Require(GetSampleInfo(track, sample, &told) == MP4_OK, "what comes with the bytes is told without them");
+  Require(info.size == told.size && info.decodingTime == told.decodingTime &&
+              info.compositionTime == told.compositionTime,
+          "and is the same");
+}
+
+// In one call there is what there is in three.
+void AskInfo(CMp4Track* track, u32 sample) {
+  SampleInfo info;
+  SampleInfo single;
+  Mp4Result result = track->GetSampleSize(sample, &single.size);
+  if (result == MP4_OK) result = track->GetSampleDecodingTime(sample, &single.decodingTime);
+  if (result == MP4_OK) result = track->GetSampleCompositionTime(sample, &single.compositionTime);
+  Require(GetSampleInfo(track, sample, &info) == result, "one call answers what three do");
+  if (result != MP4_OK) return;
+  Require(info.size == single.size && info.decodingTime == single.decodingTime &&
+              info.compositionTime == single.compositionTime,
+          "one call tells what three do");
 }
 
 void AskTimes(CMp4Track* track, u32 sample, std::vector<u64>* times) {
@@ -112,6 +135,7 @@ void Exercise(CMp4Track* track) {
   for (const u32 sample : SamplesOfInterest(count)) {
     ReadSample(track, sample);
     AskTimes(track, sample, &times);
+    AskInfo(track, sample);
   }
   const std::size_t step = times.size() / 60 + 1;
   for (std::size_t i = 0; i < times.size(); i += step) {
@@ -154,9 +178,10 @@ void AskHints(CMp4File* file, u32 index) {
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
   kt::fuzz::SilenceStandardOutput();
-  const std::string name = kt::fuzz::NameOfFileWith(data, size);
   CMp4File* made = nullptr;
-  Require(CreateMp4File(&made) == MP4_OK, "create");
+  const bool isAtHand = (size & 2) != 0;
+  Require((isAtHand ? CreateMp4FileOver(data, size, &made) : CreateMp4File(&made)) == MP4_OK, "create");
+  const std::string name = isAtHand ? "" : kt::fuzz::NameOfFileWith(data, size);
   const std::unique_ptr<CMp4File> file(made);
   Ignore(file->SetTraceLevel(size & 1));
   const Mp4Result opened = file->Open(name.c_str(), MP4_MODE_READ, static_cast<u32>(size % 3));

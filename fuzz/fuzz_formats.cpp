@@ -65,8 +65,9 @@ void FuzzEntry(u8 choice, const std::vector<u8>& bytes) {
   } kRows[] = {{FourCc("avc3"), FourCc("avcC")},
                {FourCc("hvc1"), FourCc("hvcC")},
                {FourCc("mp4a"), FourCc("esds")},
-               {FourCc("Opus"), FourCc("dOps")}};
-  const auto& row = kRows[choice % 4];
+               {FourCc("Opus"), FourCc("dOps")},
+               {FourCc(".mp3"), FourCc("wave")}};
+  const auto& row = kRows[choice % 5];
   std::vector<u8> boxes;
   if (choice & 0x80) {
     for (const u32 number : {static_cast<u32>(bytes.size() + 8), row.box}) {

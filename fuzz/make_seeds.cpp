@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "hint/hint_support.h"
 #include "support/movie_builder.h"
@@ -71,6 +73,21 @@ Track Other(std::string_view handler, const Bytes& mediaHeader, const Bytes& ent
   return track;
 }
 
+// Tables of more than two blocks of records: runs whose first chunks rise, as they have to, and some that
+// fall.
+void SaveManyRuns(const std::filesystem::path& folder) {
+  constexpr u32 kRuns = 1100;
+  std::vector<std::pair<u32, u32>> runs;
+  for (u32 run = 1; run <= kRuns; ++run) runs.emplace_back(run, run % 2 + 1);
+  Track track = Track().WithOneChunk(kRuns * 3 / 2, ConstantStsz(1, kRuns * 3 / 2));
+  track.chunkOffsets = Stco(std::vector<u64>(kRuns, 24));
+  track.stsc = Stsc(runs);
+  Save(folder / "many-runs", MovieOf(track).Build());
+  runs[300].first = 1;
+  track.stsc = Stsc(runs);
+  Save(folder / "falling-runs", MovieOf(track).Build());
+}
+
 void SaveFiles(const std::filesystem::path& folder) {
   Save(folder / "plain-video", Movie().Build());
   Save(folder / "video-with-everything", MovieOf(FullVideo()).Build());
@@ -86,6 +103,7 @@ void SaveFiles(const std::filesystem::path& folder) {
                     Other("text", Nmhd(), MpegEntry("ln21", Bytes().U8(0))),
                     Other("hint", FullBox("hmhd", 0, 0, Bytes().Zeros(16)),
                           MpegEntry("rtp ", Bytes().Zeros(8).Add(Box("tims", Bytes().U32(90000)))))};
+  systems.tracks.back().udta = Udta({Box("hnti", {Box("sdp ", Bytes().Text("v=0"))})});
   systems.udta =
       Bytes(FullBox("iods", 0, 0, InitialObjectDescriptor()))
           .Add(Udta({Cprt("und", "a notice"), Box("hnti", {Box("rtp ", Bytes().Text("sdp v=0"))})}));
@@ -93,6 +111,12 @@ void SaveFiles(const std::filesystem::path& folder) {
   Track h263;
   h263.stsd = Stsd({VisualEntry("s263", 176, 144, Box("d263", Bytes().Text("KTMP").Zeros(3)))});
   Save(folder / "h263", MovieOf(h263).Build());
+  // An entry of other writers beside all of that, so that it is adapted.
+  const Bytes esds = Esds(0x20, 4, {0xD0, 0xD1});
+  systems.tracks.push_back(Track().With(
+      &Track::stsd, Stsd({VisualEntry("mp4v", 320, 240, Bytes(esds).Add(Box("btrt", Bytes().Zeros(12))))})));
+  Save(folder.parent_path() / "adapt" / "systems", systems.Build());
+  SaveManyRuns(folder);
   Save(folder.parent_path() / "box" / "sounds", sounds.Build());
   Save(folder.parent_path() / "box" / "systems", systems.Build());
   Save(folder.parent_path() / "box" / "video", MovieOf(FullVideo()).Build());
