@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <set>
 #include <thread>
 #endif
 
@@ -89,6 +90,8 @@ TEST(Extract, FramesTheSamples) {
 
 #ifndef _WIN32
 
+// As with any other way of writing into a file. A link that leads nowhere is in the way, and with --force it
+// is what goes: nothing appears where it points to.
 TEST(Extract, GoesThroughALinkAndKeepsThePermissions) {
   const TempFolder folder;
   std::ofstream(folder / "real") << "old";
@@ -98,10 +101,16 @@ TEST(Extract, GoesThroughALinkAndKeepsThePermissions) {
   EXPECT_TRUE(fs::is_symlink(folder / "link"));
   EXPECT_EQ(fs::status(folder / "real").permissions(), fs::perms::owner_read | fs::perms::owner_write);
   EXPECT_EQ(fs::file_size(folder / "real"), 63638u);
-  EXPECT_EQ(folder.Names(), (std::vector<std::string>{"link", "real"}));
+  fs::create_symlink("elsewhere", folder / "nowhere");
+  ExpectRun({"extract", "--track", "1", Media("h263.3gp"), folder / "nowhere"}, 1, {"--force replaces it"});
+  EXPECT_TRUE(fs::is_symlink(folder / "nowhere"));
+  ExpectRun(Extract(Media("h263.3gp"), folder / "nowhere"));
+  EXPECT_EQ(fs::symlink_status(folder / "nowhere").type(), fs::file_type::regular);
+  EXPECT_EQ(folder.Names(), (std::vector<std::string>{"link", "nowhere", "real"}));
 }
 
-// The work so far goes, what was there before stays, and the shell sees which signal it was.
+// The work so far goes, what was there before stays, and the shell sees which signal it was. The work has a
+// name of its own each time, and is for nobody's eyes that what it will replace was not for.
 TEST(Extract, InterruptedLeavesNothingBehind) {
   // 1 GiB of samples, nearly all of it a hole in the file, so that there is time to interrupt the work.
   Movie movie = MovieOf(Track().WithOneChunk(1u << 18, ConstantStsz(4096, 1u << 18)));
@@ -109,10 +118,12 @@ TEST(Extract, InterruptedLeavesNothingBehind) {
   const TempFile input(Bytes(movie.Build()).U32(0).Text("mdat")), complaints;
   fs::resize_file(input.Path(), 4096 + (1u << 30));
   const std::string file = input.Name(), err = complaints.Name();
+  std::set<std::string> names;
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const TempFolder folder;
     const std::string output = folder / "out";
     std::ofstream(output) << "old";
+    fs::permissions(output, fs::perms::owner_read | fs::perms::owner_write);
     const pid_t child = fork();
     ASSERT_NE(child, -1);
     if (child == 0) {
@@ -127,6 +138,9 @@ TEST(Extract, InterruptedLeavesNothingBehind) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     ASSERT_EQ(folder.Names().size(), 2u) << "it ended before it could be interrupted: " << ReadText(err);
+    const std::string part = folder.Names().front();
+    EXPECT_TRUE(names.insert(part).second) << part;
+    EXPECT_EQ(fs::status(folder / part).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     kill(child, signal);
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;

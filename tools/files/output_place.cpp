@@ -7,6 +7,7 @@
 #include <windows.h>
 #else
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -15,6 +16,7 @@
 #include <random>
 #include <system_error>
 
+#include <ktmp4/types.h>
 #include "tools/terminal/failure.h"
 #include "tools/terminal/memory_lack.h"
 
@@ -25,13 +27,16 @@ namespace fs = std::filesystem;
 
 constexpr const char* kInTheWay = ": there is such a file already (--force replaces it)";
 
-// Makes an empty file where there is nothing yet, not even a link; false with `errno` when it cannot.
-bool MakeFile(const fs::path& path) {
+// Makes an empty file where there is nothing yet, not even a link; false with `errno` when it cannot. Who may
+// not read `predecessor`, the file that it is to replace, may not read this one either.
+bool MakeFile(const fs::path& path, [[maybe_unused]] const fs::path& predecessor) {
 #ifdef _WIN32
   const int handle = _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY, _S_IREAD | _S_IWRITE);
   return handle >= 0 && _close(handle) == 0;
 #else
-  const int handle = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+  struct stat status = {};
+  const mode_t mode = stat(predecessor.c_str(), &status) == 0 ? (status.st_mode & 0666) | S_IWUSR : 0666;
+  const int handle = open(path.c_str(), O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, mode);
   return handle >= 0 && close(handle) == 0;
 #endif
 }
@@ -61,11 +66,11 @@ std::error_code MoveToFreeName(const fs::path& from, const fs::path& to) {
 #endif
 }
 
-// A name beside `target` that nobody else uses. It does not contain the target's own name, to which nothing
-// might be added any more.
+// A name beside `target` that nobody else uses nor guesses. It does not contain the target's own name, to
+// which nothing might be added any more.
 fs::path NameBeside(const fs::path& target) {
   std::random_device random;
-  return target.parent_path() / (".ktmp4-" + std::to_string(random()) + ".part");
+  return target.parent_path() / (".ktmp4-" + std::to_string(u64{random()} << 32 | random()) + ".part");
 }
 
 // The file that stands under the name already has to be one that can be replaced.
@@ -109,7 +114,7 @@ OutputPlace::OutputPlace(const std::string& name, const std::vector<std::string>
   if (!m_target.has_filename()) throw Failure(m_operation + ": it is the name of a directory");
   m_partial = NameBeside(m_target);
   // Nothing fails behind this, so that the destructor will run.
-  if (!MakeFile(m_partial)) throw SystemFailure(m_operation);
+  if (!MakeFile(m_partial, m_target)) throw SystemFailure(m_operation);
 }
 
 OutputPlace::~OutputPlace() {
