@@ -2,6 +2,8 @@
 
 #include <fstream>
 
+#include "tools/terminal/failure.h"
+
 namespace kt {
 namespace {
 
@@ -57,7 +59,7 @@ FileBoxes ReadFileBoxes(const std::string& name) {
   constexpr u32 kMostBoxesBehind = 10'000;
   FileBoxes boxes;
   std::ifstream stream(name, std::ios::binary | std::ios::ate);
-  if (!stream) return boxes;
+  if (!stream) throw SystemFailure("cannot read " + Quoted(name));
   u64 left = static_cast<u64>(stream.tellg());
   u64 position = 0;
   for (u32 behind = 0; behind < kMostBoxesBehind && !boxes.hasFragments;) {

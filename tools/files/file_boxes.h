@@ -61,6 +61,7 @@ struct FileBoxes {
   /// A "moof" stands among the first boxes: samples are in fragments (ISO/IEC 14496-12, 8.8).
   bool hasFragments = false;
 };
+/// Throws a `Failure` when the file cannot be opened.
 FileBoxes ReadFileBoxes(const std::string& name);
 
 }  // namespace kt

@@ -2,7 +2,7 @@
 
 namespace kt {
 
-/// From now on it is noted when memory runs out.
+/// From now on it is noted when memory runs out, and the program then ends with a message in any case.
 void WatchMemory();
 
 /// Throws `std::bad_alloc` when memory has run out since then. What the library could not tell for want of
