@@ -2,8 +2,9 @@
 # wine.sh PREFIX PROGRAM [ARGUMENT...] - runs a Windows program through Wine.
 #
 # PREFIX is a folder that is made and set up on first use and is Wine's whole world; the user's own Wine is
-# left alone. One program at a time runs in a prefix, with a display of its own when Xvfb is there. The
-# program has KTMP4_WINE_SECONDS (600) to end; nothing that it started outlives this script.
+# left alone. One program at a time runs in a prefix, on the display KTMP4_WINE_DISPLAY, or on one of its own when
+# Xvfb is there. The program has KTMP4_WINE_SECONDS (600; 0 for ever) to end; nothing that it started outlives this
+# script.
 set -eu
 
 if [ $# -lt 2 ]; then
@@ -29,9 +30,10 @@ export LC_ALL=C.UTF-8
 export WINEPREFIX="$prefix" WINEDEBUG="${WINEDEBUG:--all}" WINEDLLOVERRIDES="mscoree,mshtml,winedbg.exe="
 unset DISPLAY WINEARCH
 
-display_pid=
+display_pid= program_pid=
 display_file="$prefix.display"
 finish() {
+  if [ -n "$program_pid" ]; then kill "$program_pid" 2>/dev/null || true; fi
   timeout -k 5 30 wineserver -k 9>&- >/dev/null 2>&1 || true
   timeout -k 5 30 wineserver -w 9>&- >/dev/null 2>&1 || true
   if [ -n "$display_pid" ]; then
@@ -43,7 +45,9 @@ finish() {
 trap finish EXIT
 trap 'exit 130' INT TERM HUP
 
-if command -v Xvfb >/dev/null 2>&1; then
+if [ -n "${KTMP4_WINE_DISPLAY:-}" ]; then
+  export DISPLAY="$KTMP4_WINE_DISPLAY"
+elif command -v Xvfb >/dev/null 2>&1; then
   : >"$display_file"
   Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$display_file" 9>&- >/dev/null 2>&1 &
   display_pid=$!
@@ -63,6 +67,10 @@ if [ ! -e "$prefix/ready" ]; then
 fi
 
 status=0
-timeout -k 10 "${KTMP4_WINE_SECONDS:-600}" "$wine" "$@" 9>&- || status=$?
+# Beside this script, which would not hear of a signal before the program ends otherwise.
+timeout -k 10 "${KTMP4_WINE_SECONDS:-600}" "$wine" "$@" <&0 9>&- &
+program_pid=$!
+wait $program_pid || status=$?
+program_pid=
 if [ $status -eq 124 ]; then echo "$0: $1 did not end in time" >&2; fi
 exit $status

@@ -11,34 +11,12 @@
 #include <cwchar>
 #include <string>
 
+#include "graph_support.h"
+
 namespace {
 
 // The null renderer of the platform; not every SDK names it.
 constexpr GUID kNullRenderer = {0xc1f400a4, 0x3f08, 0x11d3, {0x9f, 0x0b, 0x00, 0x60, 0x08, 0x03, 0x9e, 0x37}};
-
-/// Holds one reference on an object.
-template <class Interface>
-class Reference {
- public:
-  Reference() = default;
-  Reference(const Reference&) = delete;
-  Reference& operator=(const Reference&) = delete;
-  ~Reference() {
-    if (m_object != nullptr) m_object->Release();
-  }
-  Interface* operator->() const { return m_object; }
-  Interface* Get() const { return m_object; }
-  Interface** Put() { return &m_object; }
-  HRESULT Create(REFCLSID clsid, REFIID iid) {
-    return CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, iid, reinterpret_cast<void**>(&m_object));
-  }
-  HRESULT From(IUnknown* other, REFIID iid) {
-    return other->QueryInterface(iid, reinterpret_cast<void**>(&m_object));
-  }
-
- private:
-  Interface* m_object = nullptr;
-};
 
 HRESULT ConnectToNothing(IGraphBuilder* graph, IPin* output) {
   Reference<IBaseFilter> renderer;
@@ -141,22 +119,6 @@ std::wstring LoadedName(const std::wstring& name) {
   return hasDrive && name.find(L'&') == name.npos ? kScheme + std::wstring(whole) + L"&cc=on" : name;
 }
 
-// What the result says, and in the system's words where it has some.
-void PrintFailure(const wchar_t* name, HRESULT result) {
-  wchar_t text[MAX_ERROR_TEXT_LEN] = {};
-  if (GetFileAttributesW(name) == INVALID_FILE_ATTRIBUTES && std::wcsstr(name, L"://") == nullptr) {
-    std::wcscpy(text, L"there is no such file");
-  } else if (result == REGDB_E_CLASSNOTREG) {
-    std::wcscpy(text, L"the filter is not registered: regsvr32 ktmp4source.ax");
-  } else if (result == E_FAIL) {
-    std::wcscpy(text, L"the filter cannot read it; \"ktmp4 info\" tells why");
-  } else if (AMGetErrorTextW(result, text, MAX_ERROR_TEXT_LEN) == 0) {
-    std::wcscpy(text, L"the system has no words for it");
-  }
-  std::fprintf(stderr, "watch_texts: cannot play \"%ls\": %ls (0x%08lx)\n", name, text,
-               static_cast<unsigned long>(result));
-}
-
 }  // namespace
 
 int main() {
@@ -175,7 +137,10 @@ int main() {
     result = Watch(LoadedName(words[1]).c_str());
     CoUninitialize();
   }
-  if (FAILED(result)) PrintFailure(words[1], result);
+  if (FAILED(result)) {
+    std::fprintf(stderr, "watch_texts: cannot play \"%ls\": %ls\n", words[1],
+                 FailureText(words[1], result).c_str());
+  }
   LocalFree(words);
   return SUCCEEDED(result) ? 0 : 1;
 }

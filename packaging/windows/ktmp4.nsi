@@ -157,10 +157,14 @@ Var Problem   ; what went wrong first, for people
   !insertmacro ForEachModule DeleteModule
   Delete "$INSTDIR\bin\ktmp4.exe"
   Delete "$INSTDIR\bin\watch_texts.exe"
+  Delete "$INSTDIR\bin\play_window.exe"
   Delete "$INSTDIR\example\watch_texts.cpp"
+  Delete "$INSTDIR\example\play_window.cpp"
+  Delete "$INSTDIR\example\graph_support.h"
   Delete "$INSTDIR\include\ktmp4\ktmp4source.h"
   Delete "$INSTDIR\include\ktmp4\ktmp4source.idl"
   Delete "$INSTDIR\README.txt"
+  Delete "$INSTDIR\LIMITS.txt"
   Delete "$INSTDIR\uninstall.exe"
   RMDir "$INSTDIR\bin"
   RMDir "$INSTDIR\bin32"
@@ -226,6 +230,7 @@ Section "Filters and program"
   !insertmacro ForEachModule Lay32
   SetOutPath "$INSTDIR"
   File "${STAGE}/x64/README.txt"
+  File "${STAGE}/x64/LIMITS.txt"
   WriteUninstaller "$INSTDIR\uninstall.exe"
   ${If} ${Errors}
     !insertmacro SetProblem "$INSTDIR could not be written."
@@ -241,17 +246,21 @@ Section "Filters and program"
   ${EndIf}
 SectionEnd
 
-Section "Headers and example"
+Section "Headers and examples"
   SetOutPath "$INSTDIR\include\ktmp4"
   File "${STAGE}/x64/include/ktmp4/ktmp4source.h"
   File "${STAGE}/x64/include/ktmp4/ktmp4source.idl"
   SetOutPath "$INSTDIR\example"
   File "${STAGE}/x64/example/watch_texts.cpp"
+  File "${STAGE}/x64/example/play_window.cpp"
+  File "${STAGE}/x64/example/graph_support.h"
   SetOutPath "$INSTDIR\bin"
   ${If} ${IsNativeAMD64}
     File "${STAGE}/x64/bin/watch_texts.exe"
+    File "${STAGE}/x64/bin/play_window.exe"
   ${Else}
     File "${STAGE}/x86/bin/watch_texts.exe"
+    File "${STAGE}/x86/bin/play_window.exe"
   ${EndIf}
 SectionEnd
 

@@ -20,7 +20,8 @@ if not commands:
 with tempfile.TemporaryDirectory() as name:
     folder = pathlib.Path(name)
     for copy, original in [("film.mp4", "tests/media/bframes-aac.mp4"), ("camera.mp4", "tests/media/refused-btrt.mp4"),
-                           ("watch_texts.cpp", "examples/watch_texts.cpp")]:
+                           ("watch_texts.cpp", "examples/watch_texts.cpp"),
+                           ("graph_support.h", "examples/graph_support.h")]:
         shutil.copy(checkout / original, folder / copy)
     (folder / "include").symlink_to(checkout / "include")
     for program, saved in re.findall(r"^```cpp\n(.*?)^```$\s*Saved as `(\w+\.cpp)`", text, re.M | re.S):

@@ -75,10 +75,10 @@ class FilmFile {
     std::vector<Decoded> expected;
     for (u32 sample = first; sample < count + (setUp.codec == "h264"); ++sample) {
       const i64 shown = Hns(Got(*m_track, &CMp4Track::GetSampleCompositionTime, sample));
-      std::ranges::move(decoder.Decode(SampleOf(*m_track, sample), shown - begin),
+      std::ranges::move(decoder.Decode(SampleOf(*m_track, sample), shown - begin).value(),
                         std::back_inserter(expected));
     }
-    std::ranges::move(decoder.Decode({}, 0), std::back_inserter(expected));
+    std::ranges::move(decoder.Decode({}, 0).value(), std::back_inserter(expected));
     // That nothing follows on what is shown last is not known before the end: it is shown at once.
     if (isPlain) expected.back().time = std::min(expected.back().time, Due(count) - begin);
     return expected;

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <guiddef.h>
+
+namespace kt {
+
+inline constexpr GUID CLSID_WineDecoder = {
+    0x7d0f2f0e, 0x35c1, 0x4c0a, {0x9b, 0x51, 0x6e, 0x2a, 0x8d, 0x13, 0xc4, 0x77}};
+
+}  // namespace kt
