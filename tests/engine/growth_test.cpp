@@ -162,6 +162,8 @@ const Bomb kBombs[] = {
        return FileWith(&Track::edts, Edts(edits));
      }},
     {"tracks", [](u32 n) { return ManyTracks(n / 6); }},
+    // Neither each "trak" nor the movie header, which is not there, may be searched from the first box on.
+    {"tracks without anything", [](u32 n) { return Box("moov", Repeated(n, Box("trak"))); }},
     {"references",
      [](u32 n) { return FileWith(&Track::edts, Box("tref", Repeated(n, Box("hint", Bytes().U32(1))))); }},
     {"descriptors in a descriptor",
@@ -239,6 +241,8 @@ Cost CostOf(const std::string& name, bool adapting) {
   static_cast<void>(file->GetTrackCount(&tracks));
   for (u32 index = 1; index <= tracks; ++index) {
     CMp4Track* track = nullptr;
+    u32 timeScale = 0;
+    static_cast<void>(file->GetMovieTimeScale(&timeScale));
     if (file->OpenTrack(index, &track) != MP4_OK) continue;
     ++cost.tracks;
     AskTrack(*track);

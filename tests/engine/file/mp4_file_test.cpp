@@ -247,21 +247,6 @@ TEST(Mp4File, TracksThatOutliveTheirFileAreDetached) {
   ExpectDetached(*orphan);
 }
 
-// Searching each "trak" from the first one, or a movie header that is not there among all of them, would take
-// ten thousand million steps here: the test then all but hangs.
-TEST(Mp4File, ManyEmptyTracksOpenInLinearTime) {
-  constexpr u32 kTracks = 200'000;
-  Bytes children;
-  for (u32 i = 0; i < kTracks; ++i) children.Add(Box("trak"));
-  OpenedMovie movie(Box("moov", children));
-  ASSERT_EQ(movie.result, MP4_OK);
-  ASSERT_EQ(Got(*movie, &CMp4File::GetTrackCount), kTracks);
-  for (u32 index = kTracks; index > 0; --index) {
-    ASSERT_EQ(movie.BindResult(index), MP4_NOT_FOUND);
-    ASSERT_EQ(Ask(*movie, &CMp4File::GetMovieTimeScale).result, MP4_NOT_FOUND);
-  }
-}
-
 TEST(Mp4File, TheMoviesSessionDescriptionIsCopiedWhenItFits) {
   Movie movie;
   movie.udta = Udta({Box("hnti", {Box("rtp ", Bytes().Text("sdp a=1\r\n"))})});
