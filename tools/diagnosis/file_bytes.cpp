@@ -1,6 +1,9 @@
 #include "tools/diagnosis/file_bytes.h"
 
 #include <algorithm>
+#include <cerrno>
+
+#include "tools/terminal/failure.h"
 
 namespace kt {
 namespace {
@@ -19,6 +22,10 @@ u64 BigEndian(ByteView bytes, u64 offset, u32 width) {
 }
 
 FileBytes::FileBytes(const std::string& name) : m_stream(name, std::ios::binary | std::ios::ate) {
+  // For want of memory or of handles nothing can be said about the file.
+  if (!m_stream && (errno == ENOMEM || errno == EMFILE || errno == ENFILE)) {
+    throw SystemFailure("cannot read " + Quoted(name));
+  }
   const std::streamoff size = m_stream ? static_cast<std::streamoff>(m_stream.tellg()) : 0;
   m_size = size > 0 ? static_cast<u64>(size) : 0;
 }

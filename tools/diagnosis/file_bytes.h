@@ -17,6 +17,7 @@ u64 BigEndian(ByteView bytes, u64 offset, u32 width);
 /// The bytes of a file by their positions, read a piece at a time.
 class FileBytes {
  public:
+  /// Throws a `Failure` where the system has no memory or no handles left.
   explicit FileBytes(const std::string& name);
 
   /// 0 for a file that cannot be read.
