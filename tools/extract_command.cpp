@@ -75,14 +75,11 @@ Coding CodingOf(InputFile& input, u32 index, CMp4Track& track) {
   Coding coding;
   const std::vector<AdaptedEntry> entries = AdaptedEntries(input.File(), index);
   const std::vector<ByteSpan> boxes = input.TrackBoxes();
-  if (!entries.empty()) {
-    coding.entry = EntryOf(entries[0]);
-    coding.entryCount = entries.size();
-  } else if (index <= boxes.size()) {
-    coding.entry = FirstEntry(boxes[index - 1]);
-    const auto list = BoxAt(boxes[index - 1], {"mdia", "minf", "stbl", "stsd"});
-    coding.entryCount = static_cast<std::size_t>(Number(list.value_or(ByteSpan()), 4, 4));
-  }
+  const ByteSpan box = index <= boxes.size() ? boxes[index - 1] : ByteSpan();
+  const auto list = BoxAt(box, {"mdia", "minf", "stbl", "stsd"});
+  coding.entry = FirstEntry(entries, box);
+  coding.entryCount = entries.size();
+  if (entries.empty()) coding.entryCount = static_cast<std::size_t>(Number(list.value_or(ByteSpan()), 4, 4));
   coding.setUp = DecoderInfo(track);
   return coding;
 }

@@ -116,14 +116,6 @@ void PrintNumber(std::string_view label, const std::optional<Value>& value, cons
   PrintRow(label, value ? std::to_string(*value) + unit : "?");
 }
 
-std::string PictureText(u32 width, u32 height) {
-  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
-}
-
-std::string ChannelText(u32 channels) {
-  return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
-}
-
 std::string Trimmed(std::string text) {
   return text.erase(text.find_last_not_of(' ') + 1);
 }
@@ -135,7 +127,7 @@ std::string CodeAndName(const std::string& code, const std::string& name) {
 
 std::string EntryText(const AdaptedEntry& entry) {
   std::string text = CodeAndName(CodeText(entry.code), CodingText(EntryOf(entry)));
-  if (entry.width != 0 || entry.height != 0) text += ", " + PictureText(entry.width, entry.height);
+  if (entry.width != 0 || entry.height != 0) text += ", " + PixelText(entry.width, entry.height);
   if (entry.channels != 0) text += ", " + ChannelText(entry.channels);
   if (entry.sampleRate != 0) text += ", " + std::to_string(entry.sampleRate) + " Hz";
   return text;
@@ -156,11 +148,7 @@ void PrintEntries(const TrackFacts& facts) {
 }
 
 void PrintPictureAndSound(const TrackFacts& facts) {
-  if (facts.picture) {
-    std::string text = PictureText(facts.picture->first, facts.picture->second);
-    if (facts.samplesPerSecond) text += ", " + ShortNumber(*facts.samplesPerSecond) + " a second";
-    PrintRow("  picture", text);
-  }
+  if (facts.picture) PrintRow("  picture", PictureText(facts));
   if (facts.rotation) PrintRow("  shown", RotationText(*facts.rotation));
   if (!facts.rate && !facts.channels) return;
   std::string text = facts.rate ? std::to_string(*facts.rate) + " Hz" : "";

@@ -124,7 +124,9 @@ TEST(Terminal, GetsNoControlBytes) {
   const std::string file = folder / "Gr\xFC\xDF a\x1B[31m\nb.mp4";
   WriteFile(file, MovieOf(Track().With(&Track::hdlr, Hdlr("\x1B\xC2\x9BH"))).Build());
   // Nor is it UTF-8, which JSON has to be.
-  EXPECT_TRUE(nlohmann::json::accept(ExpectShell(CommandLine({"info", "--json", "--", file}), 0, {})));
+  for (const char* command : {"info", "dump"}) {
+    EXPECT_TRUE(nlohmann::json::accept(ExpectShell(CommandLine({command, "--json", "--", file}), 0, {})));
+  }
   for (const auto& [command, raw, shown] : {std::tuple("dump", "type=\x1B\xC2\x9BH", "type=\\x1B\\xC2\\x9BH"),
                                             {"info", "a\\x1B[31m\\x0Ab", "a\\x1B[31m\\x0Ab"}}) {
     const std::string line = CommandLine({command, file});
@@ -150,6 +152,11 @@ TEST(RefusedFile, IsToldAsFarAsItGoes) {
   EXPECT_EQ(json.at(0).at("resultName"), "MP4_CORRUPT");
   EXPECT_EQ(json.at(1).at("result"), 0);
   ExpectParts(ExpectRun({"dump", file}, 1, {"MP4_CORRUPT"}), {"ftyp"});
+  const std::vector<u8> whole = ReadFile(Media("aac.m4a"));
+  const TempFile cut({whole.begin(), whole.end() - 100});
+  const auto tree = nlohmann::json::parse(ExpectRun({"dump", "--json", cut.Name()}, 1, {"MP4_"}));
+  EXPECT_EQ(tree.at("boxes").at(0).at("type"), "ftyp");
+  EXPECT_EQ(tree.at("fault"), "\"moov\" follows, which says that it has 990 bytes, and 890 are left");
 }
 
 // Output that gets lost is no success.

@@ -1,6 +1,7 @@
 // What dump, info and samples tell of files that open.
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "support/movie_builder.h"
 #include "tools/program.h"
@@ -12,6 +13,33 @@ using Json = nlohmann::json;
 
 Json InfoOf(const std::string& file) {
   return Json::parse(ExpectRun({"info", "--json", file}));
+}
+
+// The boxes by their sizes in the file are those that the library has read, which does not look into "meta".
+TEST(Dump, TellsScriptsTheTreeThatItPrints) {
+  for (const char* name : {"bframes-aac.mp4", "h263.3gp", "aac.m4a", "ntsc-faststart.mp4"}) {
+    const std::string file = Media(name), bytes = ReadText(file);
+    std::string told, printed;
+    const auto tell = [&](const auto& self, const Json& owner) -> void {
+      for (const Json& box : owner.at("boxes")) {
+        const std::string type = box.at("type");
+        EXPECT_EQ(bytes.substr(box.at("offset").get<std::size_t>() + 4, 4), type);
+        told += "Box type = " + type + "  Size = " + box.at("size").dump() + "\n";
+        if (type != "meta") self(self, box);
+      }
+    };
+    tell(tell, Json::parse(ExpectRun({"dump", "--json", file})));
+    std::istringstream dump(ExpectRun({"dump", file}));
+    for (std::string line; std::getline(dump, line);) {
+      if (const auto at = line.find("Box type"); at != line.npos) printed += line.substr(at) + "\n";
+    }
+    EXPECT_EQ(told, printed) << name;
+  }
+  ExpectParts(ExpectRun({"dump", "--json", Media("bframes-aac.mp4")}),
+              {R"("path":"moov/trak[2]/mdia/mdhd","offset":166866,"size":32,"headerSize":8,"properties":)"
+               R"({"created":0,"modified":0,"time scale":44100,"duration":177424,"language":"und"})",
+               R"("width":176,"height":144,"pictures a sample":1},"boxes":[)",
+               R"("records":67,"firstRecords":[{"samples":1,"ticks later":512},{"samples":1)"});
 }
 
 TEST(Info, TellsScriptsWhatTheTracksAre) {

@@ -9,8 +9,8 @@ namespace kt {
 HeaderLook LookAtHeader(FileBytes& file, u64 position, u64 end, BoxPlace* box) {
   constexpr u32 kUuid = CodeOf("uuid");
   const u64 room = end - position;
-  const ByteView head = file.At(position, std::min<u64>(room, 16));
-  *box = {.code = static_cast<u32>(BigEndian(head, 4, 4)), .begin = position, .size = BigEndian(head, 0, 4)};
+  const ByteSpan head = file.At(position, std::min<u64>(room, 16));
+  *box = {.code = static_cast<u32>(Number(head, 4, 4)), .begin = position, .size = Number(head, 0, 4)};
   if (head.size() < 8) return HeaderLook::kNoRoomForHeader;
   if (box->size == 0) {
     box->goesToTheEnd = true;
@@ -18,7 +18,7 @@ HeaderLook LookAtHeader(FileBytes& file, u64 position, u64 end, BoxPlace* box) {
   } else if (box->size == 1) {
     if (head.size() < 16) return HeaderLook::kNoRoomForHeader;
     box->headerSize = 16;
-    box->size = BigEndian(head, 8, 8);
+    box->size = Number(head, 8, 8);
   }
   if (box->code == kUuid) box->headerSize += 16;
   if (box->size < box->headerSize) return HeaderLook::kSmallerThanHeader;
@@ -52,10 +52,13 @@ bool LooksLikeCode(u32 code) {
   return true;
 }
 
+std::string Grouped(std::string digits) {
+  for (std::size_t place = digits.size(); place > 3; place -= 3) digits.insert(place - 3, ",");
+  return digits;
+}
+
 std::string Grouped(u64 number) {
-  std::string text = std::to_string(number);
-  for (std::size_t place = text.size(); place > 3; place -= 3) text.insert(place - 3, ",");
-  return text;
+  return Grouped(std::to_string(number));
 }
 
 std::string BytesText(u64 count) {

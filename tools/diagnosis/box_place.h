@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/diagnosis/file_bytes.h"
+#include "tools/bytes/file_bytes.h"
 
 namespace kt {
 
@@ -46,6 +46,8 @@ bool LooksLikeCode(u32 code);
 
 /// "48,213".
 std::string Grouped(u64 number);
+/// The same of its digits.
+std::string Grouped(std::string digits);
 /// "1 byte", "48,213 bytes".
 std::string BytesText(u64 count);
 /// The code in quotes.

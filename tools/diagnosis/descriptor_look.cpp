@@ -10,12 +10,12 @@ constexpr const char* kOverrun = "the sizes of its descriptors contradict each o
 
 struct DescriptorPlace {
   u32 tag = 0;
-  ByteView body;
+  ByteSpan body;
   u64 length = 0;  // with the header
 };
 
 // The descriptor that the bytes begin with; none when it ends behind them. ISO/IEC 14496-1, 7.2.2 and 8.3.3.
-std::optional<DescriptorPlace> FirstOf(ByteView bytes) {
+std::optional<DescriptorPlace> FirstOf(ByteSpan bytes) {
   constexpr std::size_t kLongestHeader = 6;
   u32 size = 0;
   for (std::size_t i = 1; i < kLongestHeader && i < bytes.size(); ++i) {
@@ -29,7 +29,7 @@ std::optional<DescriptorPlace> FirstOf(ByteView bytes) {
 
 // Calls `visit` with each of the descriptors that fill the bytes; false when they do not.
 template <class Visit>
-bool ForEachDescriptor(ByteView bytes, Visit visit) {
+bool ForEachDescriptor(ByteSpan bytes, Visit visit) {
   while (!bytes.empty()) {
     const auto each = FirstOf(bytes);
     if (!each) return false;
@@ -40,20 +40,20 @@ bool ForEachDescriptor(ByteView bytes, Visit visit) {
 }
 
 // What lies behind fields of that length; nothing when the body is shorter.
-std::optional<ByteView> Behind(ByteView body, u64 fields) {
+std::optional<ByteSpan> Behind(ByteSpan body, u64 fields) {
   if (body.size() < fields) return std::nullopt;
   return body.subspan(static_cast<std::size_t>(fields));
 }
 
-bool IsDecoderConfigRight(ByteView body) {
+bool IsDecoderConfigRight(ByteSpan body) {
   const auto children = Behind(body, 13);
   return children && ForEachDescriptor(*children, [](const DescriptorPlace&) {});
 }
 
-std::string StreamFault(ByteView body) {
-  const u64 flags = BigEndian(body, 2, 1);
+std::string StreamFault(ByteSpan body) {
+  const u64 flags = Number(body, 2, 1);
   u64 fields = 3 + ((flags & 0x80) != 0 ? 2 : 0);
-  if ((flags & 0x40) != 0) fields += 1 + BigEndian(body, fields, 1);
+  if ((flags & 0x40) != 0) fields += 1 + Number(body, fields, 1);
   const auto children = Behind(body, fields);
   if (!children) return "its descriptor is shorter than its fields";
   bool hasDecoderConfig = false, hasSlConfig = false, isRight = true, isSlKnown = true;
@@ -71,7 +71,7 @@ std::string StreamFault(ByteView body) {
 
 }  // namespace
 
-std::string EsDescriptorFault(ByteView bytes, u64* length) {
+std::string EsDescriptorFault(ByteSpan bytes, u64* length) {
   const auto place = FirstOf(bytes);
   if (!place) return kOverrun;
   *length = place->length;
@@ -80,16 +80,16 @@ std::string EsDescriptorFault(ByteView bytes, u64* length) {
   return StreamFault(place->body);
 }
 
-std::string ObjectDescriptorFault(ByteView bytes, u64* length) {
+std::string ObjectDescriptorFault(ByteSpan bytes, u64* length) {
   const auto place = FirstOf(bytes);
   if (!place) return kOverrun;
   *length = place->length;
   if (place->tag != kMp4Initial && place->tag != kMp4Object) {
     return "a descriptor of tag " + std::to_string(place->tag) + " stands where tag 16 or 17 has to";
   }
-  const bool hasUrl = (BigEndian(place->body, 1, 1) & 0x20) != 0;
+  const bool hasUrl = (Number(place->body, 1, 1) & 0x20) != 0;
   const u64 levels = place->tag == kMp4Initial ? 5 : 0;
-  const auto children = Behind(place->body, 2 + (hasUrl ? 1 + BigEndian(place->body, 2, 1) : levels));
+  const auto children = Behind(place->body, 2 + (hasUrl ? 1 + Number(place->body, 2, 1) : levels));
   if (!children) return "its descriptor is shorter than its fields";
   return ForEachDescriptor(*children, [](const DescriptorPlace&) {}) ? "" : kOverrun;
 }

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/bytes/file_bytes.h"
 #include "tools/diagnosis/box_place.h"
-#include "tools/diagnosis/file_bytes.h"
 #include "tools/diagnosis/other_formats.h"
 #include "tools/diagnosis/strict_look.h"
 #include "tools/terminal/shown_text.h"

@@ -84,13 +84,13 @@ std::string NameOf(std::string_view head) {
 
 }  // namespace
 
-std::string OtherFormat(ByteView head) {
+std::string OtherFormat(ByteSpan head) {
   const std::string_view text(reinterpret_cast<const char*>(head.data()), head.size());
   const std::string_view first = text.substr(std::min<std::size_t>(text.size(), 4), 4);
   if (std::ranges::find(kFirstCodes, first) != std::end(kFirstCodes)) return "";
   const std::string name = NameOf(text);
   if (!name.empty()) return "it does not begin like an MP4 file but like " + name;
-  const bool mayBegin = LooksLikeCode(static_cast<u32>(BigEndian(head, 4, 4)));
+  const bool mayBegin = LooksLikeCode(static_cast<u32>(Number(head, 4, 4)));
   return mayBegin ? "" : "it does not begin like an MP4 file";
 }
 

@@ -124,7 +124,7 @@ std::string TableFault(FileBytes& file, const BoxPlace& box, u64 fields, u64 rec
 }
 
 std::string DescriptorFault(FileBytes& file, const BoxPlace& box, bool isStream) {
-  const ByteView bytes = file.At(box.Payload() + kFullHeader, box.PayloadSize() - kFullHeader);
+  const ByteSpan bytes = file.At(box.Payload() + kFullHeader, box.PayloadSize() - kFullHeader);
   if (bytes.size() < box.PayloadSize() - kFullHeader) return "";  // longer than what is looked at
   u64 length = 0;
   std::string fault = isStream ? EsDescriptorFault(bytes, &length) : ObjectDescriptorFault(bytes, &length);

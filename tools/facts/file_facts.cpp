@@ -202,7 +202,7 @@ class Gathering {
     facts->handlerName = HandlerName(boxes, m_facts.isAdapted);
     if (const auto& movie = m_input.Boxes().movie) TakeEdits(*movie, boxes, facts);
     facts->entries = AdaptedEntries(m_file, facts->index);
-    TakeEntry(facts->entries.empty() ? FirstEntry(boxes) : EntryOf(facts->entries[0]), facts);
+    TakeEntry(FirstEntry(facts->entries, boxes), facts);
   }
 
   InputFile& m_input;
@@ -251,6 +251,21 @@ std::string HexText(const std::vector<u8>& bytes) {
     text += "0123456789abcdef"[byte & 15];
   }
   return text;
+}
+
+std::string PictureText(const TrackFacts& facts) {
+  if (!facts.picture) return {};
+  std::string text = PixelText(facts.picture->first, facts.picture->second);
+  if (facts.samplesPerSecond) text += ", " + ShortNumber(*facts.samplesPerSecond) + " a second";
+  return text;
+}
+
+std::string PixelText(u32 width, u32 height) {
+  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+}
+
+std::string ChannelText(u32 channels) {
+  return std::to_string(channels) + (channels == 1 ? " channel" : " channels");
 }
 
 std::string BitRateText(double bitsPerSecond) {

@@ -100,6 +100,11 @@ const char* FormatName(u32 format);
 /// "1904-01-02 00:00:00", with `between` between date and time.
 std::string DateText(const Date& date, char between);
 std::string HexText(const std::vector<u8>& bytes);
+/// "176 x 144 pixels, 25 a second"; empty for a track without pictures.
+std::string PictureText(const TrackFacts& facts);
+std::string PixelText(u32 width, u32 height);
+/// "2 channels"
+std::string ChannelText(u32 channels);
 /// Bits a second for people: "1234 kbit/s".
 std::string BitRateText(double bitsPerSecond);
 /// "mirrored, turned clockwise by 90 degrees"

@@ -156,6 +156,10 @@ SampleEntry EntryOf(const AdaptedEntry& entry) {
           entry.channels,       entry.sampleRate, ByteSpan(entry.boxes, entry.boxesSize)};
 }
 
+SampleEntry FirstEntry(const std::vector<AdaptedEntry>& entries, ByteSpan track) {
+  return entries.empty() ? FirstEntry(track) : EntryOf(entries[0]);
+}
+
 std::string HandlerName(ByteSpan track, bool mayBeCounted) {
   constexpr u64 kFields = 24;
   ByteSpan name = From(BoxAt(track, {"mdia", "hdlr"}).value_or(ByteSpan()), kFields);

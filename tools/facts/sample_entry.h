@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <ktmp4/adapting_file.h>
 #include "tools/files/file_boxes.h"
@@ -30,6 +31,8 @@ struct SampleEntry {
 SampleEntry FirstEntry(ByteSpan track);
 /// What adapting has told of an entry, which can also be QuickTime's.
 SampleEntry EntryOf(const AdaptedEntry& entry);
+/// The first one of a track, of those that adapting has told where it has.
+SampleEntry FirstEntry(const std::vector<AdaptedEntry>& entries, ByteSpan track);
 
 /// The name in "hdlr", out of the payload of "trak". QuickTime counts its letters ahead of them.
 std::string HandlerName(ByteSpan track, bool mayBeCounted);

@@ -21,18 +21,6 @@ std::vector<u8> ReadAt(std::ifstream& stream, u64 position, u64 size) {
 
 }  // namespace
 
-ByteSpan From(ByteSpan bytes, u64 offset) {
-  return bytes.subspan(static_cast<std::size_t>(std::min<u64>(offset, bytes.size())));
-}
-
-u64 Number(ByteSpan bytes, u64 offset, u32 size) {
-  bytes = From(bytes, offset);
-  if (bytes.size() < size) return 0;
-  u64 number = 0;
-  for (const u8 byte : bytes.first(size)) number = number << 8 | byte;
-  return number;
-}
-
 std::optional<BoxHeader> HeaderOf(ByteSpan bytes, u64 room) {
   if (bytes.size() < 8) return std::nullopt;
   BoxHeader header{{reinterpret_cast<const char*>(bytes.data()) + 4, 4}, 8, Number(bytes, 0, 4)};

@@ -3,24 +3,15 @@
 #include <algorithm>
 #include <initializer_list>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <ktmp4/types.h>
+#include "tools/bytes/byte_span.h"
 
 namespace kt {
 
-// The boxes of a file as they stand in it, for what the library is not asked for. What is asked for beyond
-// the end of the bytes is not there: none of this reads outside of them.
-
-using ByteSpan = std::span<const u8>;
-
-/// The bytes from an offset on; none behind the end.
-ByteSpan From(ByteSpan bytes, u64 offset);
-/// A number of so many bytes, the high one first, at an offset; 0 behind the end.
-u64 Number(ByteSpan bytes, u64 offset, u32 size);
+// The boxes of a file as they stand in it, for what the library is not asked for.
 
 struct BoxHeader {
   std::string_view type;

@@ -6,7 +6,6 @@
 #include <system_error>
 #include <utility>
 
-#include "tools/diagnosis/diagnosis.h"
 #include "tools/terminal/failure.h"
 
 namespace kt {
@@ -42,15 +41,6 @@ std::string SystemReason(const std::string& name) {
   return {};
 }
 
-// What is wrong with a file that was refused, for a person: where there is more to say than the general
-// sentence.
-std::string OpenReason(const std::string& name, Mp4Result result) {
-  if (result == MP4_NO_MEMORY) return Mp4ResultText(result);
-  if (std::string reason = SystemReason(name); !reason.empty()) return reason;
-  const auto diagnosis = Diagnose(name);
-  return diagnosis ? diagnosis->Text() : Mp4ResultText(result);
-}
-
 }  // namespace
 
 u64 FileSize(const std::string& name) {
@@ -78,13 +68,28 @@ bool InputFile::IsAdapted() const {
 }
 
 std::string InputFile::Reason() const {
-  return OpenReason(Name(), m_result) + AdaptHint();
+  LookWhatIsWrong();
+  return m_reason;
 }
 
-// Told only when a look shows that it is so.
-std::string InputFile::AdaptHint() const {
-  if (m_choice.adapt || !SystemReason(Name()).empty()) return {};
-  return InputFile({Name(), true}).Result() == MP4_OK ? "; --adapt may read it" : "";
+const std::optional<Diagnosis>& InputFile::BrokenBox() const {
+  LookWhatIsWrong();
+  return m_brokenBox;
+}
+
+void InputFile::LookWhatIsWrong() const {
+  if (m_isDiagnosed) return;
+  m_isDiagnosed = true;
+  const std::string ofSystem = SystemReason(Name());
+  const bool hasMemory = m_result != MP4_NO_MEMORY;
+  if (hasMemory && ofSystem.empty()) m_brokenBox = Diagnose(Name());
+  // The general sentence, where there is no more to say.
+  m_reason = m_brokenBox ? m_brokenBox->Text() : Mp4ResultText(m_result);
+  if (hasMemory && !ofSystem.empty()) m_reason = ofSystem;
+  // Told only when a look shows that it is so.
+  if (ofSystem.empty() && !m_choice.adapt && InputFile({Name(), true}).Result() == MP4_OK) {
+    m_reason += "; --adapt may read it";
+  }
 }
 
 const FileBoxes& InputFile::Boxes() const {

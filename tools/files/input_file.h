@@ -7,6 +7,7 @@
 
 #include <ktmp4/mp4_file.h>
 #include <ktmp4/mp4_hint_track.h>
+#include "tools/diagnosis/diagnosis.h"
 #include "tools/files/adapted_facts.h"
 #include "tools/files/file_boxes.h"
 #include "tools/terminal/notes.h"
@@ -40,8 +41,10 @@ class InputFile {
   /// Reads its samples by what adapting has made of it.
   bool IsAdapted() const;
   Mp4Result Result() const { return m_result; }
-  /// What is wrong with a refused file, for a person.
+  /// What is wrong with a refused file, for a person; looked for at the first call.
   std::string Reason() const;
+  /// The box that broke it, where one did, and no system was in the way.
+  const std::optional<Diagnosis>& BrokenBox() const;
   /// Throws a `Failure` that tells why the file was refused.
   void RequireOpen() const;
 
@@ -72,7 +75,7 @@ class InputFile {
   std::vector<u32> HintTracks(const Notes& notes);
 
  private:
-  std::string AdaptHint() const;
+  void LookWhatIsWrong() const;
   std::string PassedFragments() const { return IsAdapted() ? "" : Fragments(); }
   void TellFragments(const Notes& notes) const;
   void Tell(const Notes& notes, const AdaptedTrack& track, u32 wanted) const;
@@ -81,6 +84,10 @@ class InputFile {
   std::unique_ptr<CMp4File> m_file;
   Mp4Result m_result = MP4_OK;
   mutable std::optional<FileBoxes> m_boxes;
+  // Of a refused file.
+  mutable bool m_isDiagnosed = false;
+  mutable std::string m_reason;
+  mutable std::optional<Diagnosis> m_brokenBox;
 };
 
 }  // namespace kt

@@ -82,7 +82,7 @@ constexpr LayoutRow kLayouts[] = {
     {"elst", "v,4entries", "wmovie ticks,imedia time,Frate"},
 };
 // Sample entries, by what stands around them.
-constexpr LayoutRow kPicture = {"", "-6,2data reference,-16,2width,2height,-14,2pictures a sample"};
+constexpr LayoutRow kPicture = {"", "-6,2data reference,-16,2width,2height,-12,2pictures a sample"};
 constexpr LayoutRow kSound = {"", "-6,2data reference,2version,-6,2channels,2bits,-4,Urate"};
 constexpr std::string_view kPictures[] = {"mp4v", "s263", "avc1", "avc3", "hvc1", "hev1", "av01",
                                           "vp09", "vp08", "mjpa", "jpeg", "ap4h", "apch", "encv"};
@@ -109,13 +109,13 @@ std::string FixedText(i64 value, double one) {
   return text;
 }
 
-std::string TextOf(ByteView bytes) {
+std::string TextOf(ByteSpan bytes) {
   std::string text(bytes.begin(), bytes.end());
   while (!text.empty() && text.back() == 0) text.pop_back();
   return text;
 }
 
-std::string HexOf(ByteView bytes) {
+std::string HexOf(ByteSpan bytes) {
   constexpr std::size_t kMost = 128;
   std::string text;
   for (const u8 byte : bytes.first(std::min(bytes.size(), kMost))) {
@@ -141,9 +141,9 @@ class FieldReader {
       const u64 width = WidthOf(field);
       if (width > m_end - m_at) return false;
       if (field[0] != '-') {
-        const std::string value = ValueOf(field[0], width);
+        const BoxValue value = ValueOf(field[0], width);
         if (field[0] == 'v') m_isWide = m_file.NumberAt(m_at, 1) == 1;
-        if (field[0] != 'v' || value != "0")
+        if (field[0] != 'v' || value.text != "0")
           take(field[0] == 'v' ? "version and flags" : std::string(field.substr(1)), value);
       }
       m_at += width;
@@ -191,26 +191,27 @@ class FieldReader {
     }
   }
 
-  std::string ValueOf(char form, u64 width) {
-    if (form == 't') return TextOf(m_file.At(m_at, std::min(width, kLongestText)));
-    if (form == 'h') return HexOf(m_file.At(m_at, width));
+  BoxValue ValueOf(char form, u64 width) {
+    using enum BoxValue::Form;
+    if (form == 't') return {kText, TextOf(m_file.At(m_at, std::min(width, kLongestText)))};
+    if (form == 'h') return {kText, HexOf(m_file.At(m_at, width))};
     m_number = m_file.NumberAt(m_at, static_cast<u32>(width));
     const i64 isSigned = width == 8 ? static_cast<i64>(m_number) : static_cast<i32>(m_number);
     switch (form) {
       case 'i':
-        return std::to_string(isSigned);
+        return {kNumber, std::to_string(isSigned)};
       case 'f':
-        return FixedText(static_cast<i16>(m_number), 256);
+        return {kNumber, FixedText(static_cast<i16>(m_number), 256)};
       case 'F':
-        return FixedText(isSigned, 65536);
+        return {kNumber, FixedText(isSigned, 65536)};
       case 'U':
-        return FixedText(static_cast<i64>(m_number), 65536);
+        return {kNumber, FixedText(static_cast<i64>(m_number), 65536)};
       case 'c':
-        return CodeText(static_cast<u32>(m_number));
+        return {kText, CodeText(static_cast<u32>(m_number))};
       case 'l':
-        return LanguageText(static_cast<u32>(m_number));
+        return {kText, LanguageText(static_cast<u32>(m_number))};
       default:
-        return Grouped(m_number);
+        return {kCount, std::to_string(m_number)};
     }
   }
 
@@ -235,9 +236,9 @@ void ReadRows(FieldReader& reader, const LayoutRow& layout, BoxContents* content
   const bool isCounted = layout.fields.ends_with("entries");
   contents->rowCount = std::min(reader.Left() / width, isCounted ? reader.LastNumber() : ~u64{0});
   for (u64 row = 0; row < std::min(contents->rowCount, kMostRows); ++row) {
-    std::vector<std::string> values;
+    std::vector<BoxValue> values;
     const bool isFirst = row == 0;
-    const bool isWhole = reader.Read(layout.record, [&](const std::string& name, const std::string& value) {
+    const bool isWhole = reader.Read(layout.record, [&](const std::string& name, const BoxValue& value) {
       if (isFirst) contents->columns.push_back(name);
       values.push_back(value);
     });
@@ -253,8 +254,8 @@ BoxContents ReadBoxContents(FileBytes& file, const BoxPlace& box, u32 owner) {
   const LayoutRow* const layout = LayoutOf(box.code, owner);
   if (layout == nullptr) return contents;
   FieldReader reader(file, box);
-  const bool isWhole = reader.Read(layout->fields, [&](const std::string& name, const std::string& value) {
-    if (!value.empty()) contents.fields.push_back({name, value});
+  const bool isWhole = reader.Read(layout->fields, [&](const std::string& name, const BoxValue& value) {
+    if (!value.text.empty()) contents.fields.push_back({name, value});
   });
   if (isWhole && !layout->record.empty()) ReadRows(reader, *layout, &contents);
   return contents;

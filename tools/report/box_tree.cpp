@@ -26,28 +26,25 @@ constexpr HolderRow kHolders[] = {
     {"mfra", 0}, {"sinf", 0}, {"schi", 0}, {"wave", 0}, {"gmhd", 0}, {"ilst", 0}, {"tapt", 0},
     {"cmov", 0}, {"iprp", 0}, {"ipco", 0}, {"stsd", 8}, {"dref", 8}};
 
-class TreeReader {
+class BoxWalk {
  public:
-  explicit TreeReader(FileBytes& file) : m_file(file) {}
+  BoxWalk(FileBytes& file, BoxVisitor& visitor) : m_file(file), m_visitor(visitor) {}
 
-  void ReadList(u64 at, u64 end, u32 depth, TreeBox* owner) {
+  void WalkList(u64 at, u64 end, u32 depth, u32 owner) {
     while (at < end) {
-      TreeBox box;
-      const HeaderLook look = LookAtHeader(m_file, at, end, &box.place);
+      BoxPlace box;
+      const HeaderLook look = LookAtHeader(m_file, at, end, &box);
       if (look != HeaderLook::kFits) {
-        owner->fault = FaultText(look, box.place, end - at);
+        m_visitor.TellFault(FaultText(look, box, end - at));
         return;
       }
-      at = box.place.End();
-      if (owner->children.size() == kMostInList || m_count == kMostInTree) {
-        if (++owner->unlisted == kMostCounted) return;
-        continue;
-      }
-      ++m_count;
-      const std::optional<u64> inner =
-          depth < kDeepest ? ChildrenOf(box.place, owner->place.code) : std::nullopt;
-      if (inner) ReadList(*inner, box.place.End(), depth + 1, &box);
-      owner->children.push_back(std::move(box));
+      at = box.End();
+      const BoxStep step = m_visitor.Enter(box, owner);
+      if (step == BoxStep::kEndList) return;
+      if (step == BoxStep::kPass) continue;
+      const std::optional<u64> inner = depth < kDeepest ? ChildrenOf(box, owner) : std::nullopt;
+      if (inner) WalkList(*inner, box.End(), depth + 1, box.code);
+      m_visitor.Leave();
     }
   }
 
@@ -88,14 +85,42 @@ class TreeReader {
   }
 
   FileBytes& m_file;
+  BoxVisitor& m_visitor;
+};
+
+class TreeBuilder final : public BoxVisitor {
+ public:
+  explicit TreeBuilder(TreeBox* root) : m_open{root} {}
+
+  BoxStep Enter(const BoxPlace& box, u32) override {
+    TreeBox& owner = *m_open.back();
+    if (owner.children.size() == kMostInList || m_count == kMostInTree) {
+      return ++owner.unlisted == kMostCounted ? BoxStep::kEndList : BoxStep::kPass;
+    }
+    ++m_count;
+    // The list does not grow before this one is left.
+    m_open.push_back(&owner.children.emplace_back());
+    m_open.back()->place = box;
+    return BoxStep::kEnter;
+  }
+  void Leave() override { m_open.pop_back(); }
+  void TellFault(const std::string& fault) override { m_open.back()->fault = fault; }
+
+ private:
+  std::vector<TreeBox*> m_open;
   u32 m_count = 0;
 };
 
 }  // namespace
 
+void WalkBoxes(FileBytes& file, BoxVisitor& visitor) {
+  BoxWalk(file, visitor).WalkList(0, file.Size(), 1, 0);
+}
+
 TreeBox ReadBoxTree(FileBytes& file) {
   TreeBox root;
-  TreeReader(file).ReadList(0, file.Size(), 1, &root);
+  TreeBuilder builder(&root);
+  WalkBoxes(file, builder);
   return root;
 }
 

@@ -48,7 +48,7 @@ FileReport GatherReport(InputFile& input) {
   }
   if (input.Result()) {
     report.refusal = input.Reason();
-    report.diagnosis = Diagnose(input.Name());
+    report.diagnosis = input.BrokenBox();
     return report;
   }
   input.TellReading([&](const std::string& note) { report.notes.push_back(note); });

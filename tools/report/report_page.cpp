@@ -43,20 +43,9 @@ std::string CodedAs(const TrackFacts& facts) {
   return facts.code + (facts.coding.empty() ? "" : " (" + facts.coding + ")");
 }
 
-std::string PictureText(const TrackFacts& facts) {
-  if (!facts.picture) return {};
-  std::string text =
-      std::to_string(facts.picture->first) + " x " + std::to_string(facts.picture->second) + " pixels";
-  if (facts.samplesPerSecond) text += ", " + ShortNumber(*facts.samplesPerSecond) + " a second";
-  return text;
-}
-
 std::string SoundText(const TrackFacts& facts) {
   std::string text = facts.rate ? Grouped(*facts.rate) + " Hz" : "";
-  if (facts.channels) {
-    text += (text.empty() ? "" : ", ") + std::to_string(*facts.channels) +
-            (*facts.channels == 1 ? " channel" : " channels");
-  }
+  if (facts.channels) text += (text.empty() ? "" : ", ") + ChannelText(*facts.channels);
   return text;
 }
 

@@ -45,7 +45,7 @@ class SampleReader {
         texts->fault = "sample " + Grouped(sample) + " cannot be read: " + Mp4ResultText(result);
         return;
       }
-      take(ByteView(bytes), TicksToHns(time, m_timeScale));
+      take(ByteSpan(bytes), TicksToHns(time, m_timeScale));
     }
   }
 
@@ -69,8 +69,8 @@ class CaptionRows final : public CaptionReceiver {
 };
 
 // 3GPP TS 26.245, 5.17: a length, and so many bytes.
-std::string TimedText(ByteView sample) {
-  const u64 size = std::min<u64>(BigEndian(sample, 0, 2), sample.size() < 2 ? 0 : sample.size() - 2);
+std::string TimedText(ByteSpan sample) {
+  const u64 size = std::min<u64>(Number(sample, 0, 2), sample.size() < 2 ? 0 : sample.size() - 2);
   return size == 0 ? ""
                    : std::string(sample.begin() + 2, sample.begin() + 2 + static_cast<std::ptrdiff_t>(size));
 }
@@ -97,7 +97,7 @@ TrackTexts CaptionsOf(InputFile& input, const TrackFacts& facts) {
   texts.columns = {"time", "text"};
   CaptionRows rows(&texts);
   Line21TextDecoder decoder(rows);
-  SampleReader(input, facts).Read(&texts, [&](ByteView sample, i64 time) {
+  SampleReader(input, facts).Read(&texts, [&](ByteSpan sample, i64 time) {
     if (isLine21) {
       if (sample.size() >= kShortestLine21Sample) decoder.Decode(sample.data() + 1, 2, time);
     } else if (std::string text = TimedText(sample); !text.empty()) {
@@ -111,7 +111,7 @@ TrackTexts PacketsOf(InputFile& input, const TrackFacts& facts) {
   TrackTexts texts;
   if (facts.kind != MP4_KIND_HINT) return texts;
   texts.columns = {"time", "sequence number", "payload type", "last of its picture or sound", "payload"};
-  SampleReader(input, facts).Read(&texts, [&](ByteView sample, i64 time) {
+  SampleReader(input, facts).Read(&texts, [&](ByteSpan sample, i64 time) {
     CHintPackets hints(sample.data(), static_cast<u32>(sample.size()));
     RtpHeader header;
     Mp4Result result = MP4_OK;

@@ -126,6 +126,10 @@ class TreePage {
     m_html += "</details>\n";
   }
 
+  static std::string ShownValue(const BoxValue& value) {
+    return value.form == BoxValue::Form::kCount ? Grouped(value.text) : value.text;
+  }
+
   static std::string Line(const TreeBox& box, const std::string& ordinal) {
     const auto* const row =
         std::ranges::find(kNames, box.place.code, [](const NameRow& each) { return CodeOf(each.code); });
@@ -140,11 +144,15 @@ class TreePage {
     if (!contents.fields.empty()) {
       m_html += "<dl>";
       for (const auto& field : contents.fields)
-        m_html += "<dt>" + Html(field.name) + "<dd>" + Html(field.value);
+        m_html += "<dt>" + Html(field.name) + "<dd>" + Html(ShownValue(field.value));
       m_html += "</dl>";
     }
     if (!contents.rows.empty()) {
-      m_html += HtmlTable(contents.columns, contents.rows, contents.rowCount - contents.rows.size());
+      std::vector<std::vector<std::string>> rows;
+      for (const auto& values : contents.rows) {
+        std::ranges::transform(values, std::back_inserter(rows.emplace_back()), ShownValue);
+      }
+      m_html += HtmlTable(contents.columns, rows, contents.rowCount - contents.rows.size());
     }
     m_html += "</div>\n";
   }

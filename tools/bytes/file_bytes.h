@@ -1,18 +1,12 @@
 #pragma once
 
 #include <fstream>
-#include <span>
 #include <string>
 #include <vector>
 
-#include <ktmp4/types.h>
+#include "tools/bytes/byte_span.h"
 
 namespace kt {
-
-using ByteView = std::span<const u8>;
-
-/// A number of so many bytes, the high one first, at an offset; 0 where the bytes end before it does.
-u64 BigEndian(ByteView bytes, u64 offset, u32 width);
 
 /// The bytes of a file by their positions, read a piece at a time.
 class FileBytes {
@@ -24,8 +18,8 @@ class FileBytes {
   u64 Size() const { return m_size; }
   /// The bytes from a position on: as many as wanted, up to 64 KiB, or fewer where the file ends. Good until
   /// the next call.
-  ByteView At(u64 position, u64 wanted);
-  u64 NumberAt(u64 position, u32 width) { return BigEndian(At(position, width), 0, width); }
+  ByteSpan At(u64 position, u64 wanted);
+  u64 NumberAt(u64 position, u32 width) { return Number(At(position, width), 0, width); }
 
  private:
   std::ifstream m_stream;

@@ -1,7 +1,9 @@
-#include "tools/diagnosis/file_bytes.h"
+#include "tools/bytes/file_bytes.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 #include "tools/terminal/failure.h"
 
@@ -14,23 +16,18 @@ constexpr u64 kShortestPiece = 0x400;
 
 }  // namespace
 
-u64 BigEndian(ByteView bytes, u64 offset, u32 width) {
-  if (offset > bytes.size() || bytes.size() - offset < width) return 0;
-  u64 number = 0;
-  for (const u8 byte : bytes.subspan(static_cast<std::size_t>(offset), width)) number = number << 8 | byte;
-  return number;
-}
-
-FileBytes::FileBytes(const std::string& name) : m_stream(name, std::ios::binary | std::ios::ate) {
+FileBytes::FileBytes(const std::string& name) : m_stream(name, std::ios::binary) {
   // For want of memory or of handles nothing can be said about the file.
   if (!m_stream && (errno == ENOMEM || errno == EMFILE || errno == ENFILE)) {
     throw SystemFailure("cannot read " + Quoted(name));
   }
-  const std::streamoff size = m_stream ? static_cast<std::streamoff>(m_stream.tellg()) : 0;
-  m_size = size > 0 ? static_cast<u64>(size) : 0;
+  // The end of a folder's stream lies anywhere.
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(name, error);
+  m_size = m_stream && !error ? size : 0;
 }
 
-ByteView FileBytes::At(u64 position, u64 wanted) {
+ByteSpan FileBytes::At(u64 position, u64 wanted) {
   if (position >= m_size) return {};
   const u64 size = std::min({wanted, m_size - position, kLongestPiece});
   if (position < m_begin || position + size > m_begin + m_piece.size()) {
@@ -41,7 +38,7 @@ ByteView FileBytes::At(u64 position, u64 wanted) {
     m_stream.read(reinterpret_cast<char*>(m_piece.data()), static_cast<std::streamsize>(m_piece.size()));
     m_piece.resize(static_cast<std::size_t>(m_stream.gcount()));
   }
-  const ByteView from = ByteView(m_piece).subspan(static_cast<std::size_t>(position - m_begin));
+  const ByteSpan from = ByteSpan(m_piece).subspan(static_cast<std::size_t>(position - m_begin));
   return from.first(std::min(from.size(), static_cast<std::size_t>(size)));
 }
 
