@@ -4,7 +4,6 @@
 #include <vfwmsgs.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "module/com/com_edge.h"
 #include "wine/class_id.h"
@@ -70,9 +69,8 @@ HRESULT CDecodingInput::Receive(IMediaSample* sample) {
   const LONG length = sample->GetActualDataLength();
   if (length <= 0 || FAILED(sample->GetPointer(&bytes)) || FAILED(sample->GetTime(&start, &stop)))
     return S_OK;
-  const HRESULT result = AtEdge([&] {
-    return m_filter.Decode({bytes, static_cast<std::size_t>(length)}, start);
-  });
+  const std::span<const u8> input(bytes, static_cast<std::size_t>(length));
+  const HRESULT result = AtEdge([&] { return m_filter.Decode(input, start); });
   if (FAILED(result) && !m_filter.m_isStopped && !m_filter.m_isFlushing) {
     m_filter.m_output.DeliverEndOfStream();
     Host().NotifyEvent(EC_ERRORABORT, result, 0);
@@ -203,8 +201,8 @@ HRESULT CDecodingFilter::DeliverDecoded(const Decoded& decoded) {
   if (isPicture) {
     ShowPicture(decoded.bytes, m_setUp, target);
   } else {
-    std::memcpy(target, decoded.bytes.data(), decoded.bytes.size());
-    stop = start + i64{size} * 10'000'000 / (m_setUp.channels * 2) / m_setUp.rate;
+    std::copy(decoded.bytes.begin(), decoded.bytes.end(), target);
+    stop = start + i64{size} * 10'000'000 / m_setUp.channels / 2 / m_setUp.rate;
   }
   sample->SetActualDataLength(size);
   sample->SetTime(&start, &stop);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <optional>
+#include <span>
 
 #include "module/graph/base_filter.h"
 #include "module/graph/base_output_pin.h"

@@ -192,7 +192,7 @@ class CTrackImpl final : public CMp4Track, public CHostedTrack {
   CSampleSizeRun m_sizes;  // empty while sizes are added
   SamplePlace m_next;
   SyncPoint m_sync;
-  SyncPoint m_syncBefore;  // around a sync sample both are asked about in turn
+  SyncPoint m_syncBefore;      // around a sync sample both are asked about in turn
   CDataList<u64> m_syncTimes;  // composition times of the entries of "stss"; empty until one is sought
   bool m_hasSoughtSync = false;
   CSampleTimeTable m_times;
