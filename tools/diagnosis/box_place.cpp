@@ -53,7 +53,7 @@ bool LooksLikeCode(u32 code) {
 }
 
 std::string Grouped(std::string digits) {
-  for (std::size_t place = digits.size(); place > 3; place -= 3) digits.insert(place - 3, ",");
+  for (std::size_t place = digits.size(); place > 3; place -= 3) digits.insert(place - 3, 1, ',');
   return digits;
 }
 
