@@ -157,6 +157,17 @@ std::size_t CRecordingPin::Count(SinkEvent::Kind kind) {
       std::count_if(events.begin(), events.end(), [kind](const SinkEvent& e) { return e.kind == kind; }));
 }
 
+std::vector<ULONG> CRecordingPin::LastSegment() {
+  EXPECT_TRUE(
+      Eventually([&] { return !Events().empty() && Events().back().kind == SinkEvent::EndOfStream; }));
+  std::vector<ULONG> samples;
+  for (const SinkEvent& event : Events()) {
+    if (event.kind == SinkEvent::NewSegment) samples.clear();
+    if (event.kind == SinkEvent::Sample) samples.push_back(event.value);
+  }
+  return samples;
+}
+
 bool CRecordingPin::IsRefusing() {
   const std::lock_guard lock(m_lock);
   return m_flushing || m_stopped;

@@ -69,6 +69,8 @@ class CRecordingPin : public CBasePin, public IMemInputPin {
 
   std::vector<SinkEvent> Events();
   std::size_t Count(SinkEvent::Kind kind);
+  /// The samples of the last segment, once it has ended.
+  std::vector<ULONG> LastSegment();
   bool IsBlocked();
   /// Whether a flush or a stop keeps samples out.
   bool IsRefusing();

@@ -3,9 +3,7 @@
 #include <objbase.h>
 
 #include <cstring>
-#include <random>
 
-#include "filter/platform/growth.h"
 #include "filter/platform/private_types.h"
 #include "filter/platform/source_host.h"
 #include "module/counting_source.h"
@@ -142,62 +140,6 @@ TEST_F(DecoderTest, ShowsPicturesWhenTheyAreDue) {
     for (const i64 time : expected) due.emplace_back(due.size() + 1, time == kNone ? kNone : time * 400'000);
     EXPECT_EQ(decoded.shown, due);
   }
-}
-
-const std::wstring kFilm = MediaFile(L"bframes-aac.mp4");
-
-/// The filter with a file, and the companion behind its first pin.
-struct DecodedFilm {
-  explicit DecodedFilm(int typePosition = 0) {
-    EXPECT_EQ(source.Load(kFilm), S_OK);
-    decoded.emplace(source.Graph(), source.Pins()[0].Get(), typePosition);
-  }
-  PlayedSource source;
-  std::optional<Decoded> decoded;
-};
-
-// It takes no more from the process than as many lives of the filter alone.
-TEST_F(DecoderTest, TwoHundredLivesLeaveNothing) {
-  const Use alone = GrowthOver([](int) { PlayedSource(kFilm).Run(); });
-  const Use ours = GrowthOver([&](int life) {
-    {
-      DecodedFilm film(life % 2);
-      film.source.Run();
-      film.decoded->Seek(10'000'000 + life);
-      if (life % 4 == 0) film.decoded->PlayToEnd();
-    }
-    EXPECT_TRUE(Eventually([&] { return m_decoder.CanUnload() == S_OK; })) << life;
-  });
-  EXPECT_LT(ours.handles, alone.handles + 20);
-  EXPECT_LT(ours.bytes, alone.bytes + 150 * 2000);
-}
-
-TEST_F(DecoderTest, StandsWhateverAGraphDoes) {
-  DecodedFilm film;
-  std::mt19937 random(7);
-  for (int i = 0; i < 1000; ++i) {
-    const auto what = random() % 8;
-    if (what == 0) film.source.Run();
-    if (what == 1) film.source.Pause();
-    if (what == 2 || what == 3) film.source.Stop();
-    if (what == 3) {
-      for (const ComPointer<IPin>& pin : {film.source.Pins()[0], film.decoded->Pin(L"In")}) {
-        EXPECT_EQ(film.source.Graph().m_builder->Disconnect(pin.Get()), S_OK);
-      }
-      film.decoded->Connect(film.source.Pins()[0].Get(), i % 2);
-    }
-    if (what > 3) film.decoded->Seek(static_cast<i64>(random() % 40) * 1'000'000);
-    if (i % 5 == 0) Sleep(random() % 5);
-  }
-  film.source.Stop();
-  film.decoded->Seek(0);
-  film.decoded->shown.clear();
-  film.source.Run();
-  CRecordingPin& end = film.decoded->sink->Pin();
-  ASSERT_TRUE(Eventually([&] { return end.Events().back().kind == SinkEvent::EndOfStream; }));
-  film.source.Stop();
-  for (ULONG i = 0; i < film.decoded->shown.size(); ++i) EXPECT_EQ(film.decoded->shown[i].first, i + 1);
-  EXPECT_EQ(film.decoded->shown.size(), 99u);
 }
 
 // With the types of other filters' outputs graphs would try it in vain.

@@ -113,33 +113,5 @@ TEST_F(SeekingTest, StopsAndSeeksWithASinkThatBlocks) {
   EXPECT_EQ(played.Sink(0).Count(SinkEvent::EndOfStream), 0u);
 }
 
-// Renderers do this on their streaming thread, while the application changes states and positions.
-TEST_F(SeekingTest, ASinkMayAskFromInsideOfReceive) {
-  std::atomic<int> answers{0};
-  std::vector<ComPointer<IPin>> pins;
-  PlayedSource played(kFilm, {.sink = {.m_receive = [&](ULONG) {
-                                AM_MEDIA_TYPE type = {};
-                                i64 time = 0, stop = 0;
-                                for (std::size_t i = 0; i < pins.size(); ++i) {
-                                  if (pins[i]->ConnectionMediaType(&type) == S_OK) ++answers;
-                                  FreeMediaType(type);
-                                  const auto seeking = As<IMediaSeeking>(pins[i]);
-                                  seeking->GetDuration(&time);
-                                  seeking->GetCurrentPosition(&time);
-                                  seeking->GetStopPosition(&time);
-                                  seeking->GetPositions(&time, &stop);
-                                }
-                                return S_OK;
-                              }}});
-  pins = played.Pins();
-  for (i64 round = 0; round < 50; ++round) {
-    played.Run();
-    for (i64 seek = 0; seek < 4; ++seek) ASSERT_EQ(played.Seek(seek * 9'000'000), S_OK);
-    if (round % 2 == 0) played.Pause();
-    played.Stop();
-  }
-  EXPECT_GT(answers, 0);
-}
-
 }  // namespace
 }  // namespace kt::test

@@ -117,14 +117,4 @@ std::vector<ComPointer<IPin>> PlayedSource::Pins() {
   return pins;
 }
 
-std::vector<ULONG> PlayedSource::LastSegment(std::size_t pin) {
-  EXPECT_TRUE(Eventually([&] { return Sink(pin).Events().back().kind == SinkEvent::EndOfStream; }));
-  std::vector<ULONG> samples;
-  for (const SinkEvent& event : Sink(pin).Events()) {
-    if (event.kind == SinkEvent::NewSegment) samples.clear();
-    if (event.kind == SinkEvent::Sample) samples.push_back(event.value);
-  }
-  return samples;
-}
-
 }  // namespace kt::test

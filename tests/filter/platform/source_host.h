@@ -111,8 +111,7 @@ class PlayedSource {
   }
   std::vector<ComPointer<IPin>> Pins();
   CRecordingPin& Sink(std::size_t pin) { return (*m_sinks[pin])->Pin(); }
-  /// The samples of the last segment, once it has ended.
-  std::vector<ULONG> LastSegment(std::size_t pin);
+  std::vector<ULONG> LastSegment(std::size_t pin) { return Sink(pin).LastSegment(); }
 
  private:
   HostGraph m_graph;

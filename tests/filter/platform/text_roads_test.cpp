@@ -5,86 +5,17 @@
 #include <vfwmsgs.h>
 
 #include <cstring>
-#include <mutex>
 #include <set>
 #include <thread>
 
-#include "filter/platform/code_page.h"
-#include "filter/platform/marshall_object.h"
+#include "filter/platform/callback.h"
 #include "filter/platform/reader_movie.h"
 #include "filter/platform/source_host.h"
 
 namespace kt::test {
 namespace {
 
-/// An application's callback that writes down what it is told.
-class Callback final : public CUnknown, public ICaptionCallback {
- public:
-  Callback() : CUnknown(nullptr) {}
-  DECLARE_IUNKNOWN
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override {
-    if (iid == ::IID_ICaptionCallback) return GetInterface(static_cast<ICaptionCallback*>(this), object);
-    return CUnknown::NonDelegatingQueryInterface(iid, object);
-  }
-  HRESULT STDMETHODCALLTYPE OnOpen(BSTR) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE OnClose() override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE OnCaptionText(BSTR time, BSTR text) override {
-    return Take(L"caption " + std::wstring(time) + L" " + text);
-  }
-  HRESULT STDMETHODCALLTYPE OnMetadataText(BSTR time, BSTR text) override {
-    return Take(L"metadata " + std::wstring(time) + L" " + text);
-  }
-  /// In the order of the alphabet, as the two pins do not wait for each other.
-  std::vector<std::wstring> Texts() {
-    const std::lock_guard lock(m_lock);
-    std::ranges::sort(m_texts);
-    return m_texts;
-  }
-  bool HasCome(const std::wstring& text) { return std::ranges::count(Texts(), text) > 0; }
-
-  /// Called with each text.
-  std::function<void()> m_onText = [] {};
-
- private:
-  HRESULT Take(const std::wstring& text) {
-    {
-      const std::lock_guard lock(m_lock);
-      m_texts.push_back(text);
-    }
-    m_onText();
-    // What a callback answers does not count.
-    return E_FAIL;
-  }
-
-  std::mutex m_lock;
-  std::vector<std::wstring> m_texts;
-};
-
 const std::vector<std::wstring> kAllTexts = {L"caption 0:00:00 Hi", L"metadata 0:00:00 Hello"};
-
-/// A mapping with a callback in it, under a name as the URL parameters below lead to it.
-class CallbackMapping {
- public:
-  explicit CallbackMapping(ICaptionCallback* callback)
-      : m_name("ktmp4-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(s_count++)),
-        m_stream((m_name + kBehind).c_str(), true, &m_ok) {
-    EXPECT_TRUE(m_ok);
-    EXPECT_EQ(CoMarshalInterface(&m_stream, ::IID_ICaptionCallback, callback, MSHCTX_LOCAL, nullptr,
-                                 MSHLFLAGS_NORMAL),
-              S_OK);
-  }
-  std::wstring Url(const ReaderMovie& movie) const {
-    return movie.Url(FromCodePage("&mdccid=" + m_name + kBehind));
-  }
-
- private:
-  // All that follows the name in the URL counts as a part of it.
-  static constexpr const char* kBehind = "&cc=on";
-  static inline int s_count = 0;
-  const std::string m_name;
-  bool m_ok = false;
-  CMarshallObject m_stream;
-};
 
 /// The platform knows how to marshal the callback, from the module beside the filter's.
 class TextRoadsTest : public SourceTest {
@@ -123,7 +54,7 @@ TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
   Held<Callback> callback;
   const CallbackMapping mapping(&*callback);
   {
-    PlayedSource played(mapping.Url(movie));
+    PlayedSource played(movie.Url(mapping.Parameter()));
     const ComPointer<IMetadataStorage> storage = played.As<IMetadataStorage>();
     // Any type but the captions' means the other queue.
     for (const int type : {static_cast<int>(KTMP4_TEXT_CAPTIONS), 7})
@@ -165,7 +96,7 @@ TEST_F(TextRoadsTest, ACallbackThatIsDueDoesNotBlockAStopOrASeek) {
       Held<Callback> callback;
       {
         const CallbackMapping mapping(static_cast<ICaptionCallback*>(&*callback));
-        PlayedSource played(mapping.Url(movie));
+        PlayedSource played(movie.Url(mapping.Parameter()));
         const auto seek = [&] { return played.Seek(0); };
         const auto hasCome = [&] { return callback->HasCome(kAllTexts[0]); };
         std::set<HRESULT> inside;
@@ -216,7 +147,7 @@ TEST_F(TextRoadsTest, TheCallbackIsCalledFromAnotherProcessInEachPlay) {
   const ReaderMovie movie;
   Held<Callback> callback;
   const CallbackMapping mapping(&*callback);
-  SetEnvironmentVariableW(kPlayedUrl, mapping.Url(movie).c_str());
+  SetEnvironmentVariableW(kPlayedUrl, movie.Url(mapping.Parameter()).c_str());
   const std::wstring quoted = L"\"" + ModulePath() + L"\"";
   EXPECT_EQ(_wspawnl(_P_WAIT, ModulePath().c_str(), quoted.c_str(), L"--gtest_also_run_disabled_tests",
                      L"--gtest_filter=TextRoadsAloneTest.*", nullptr),
