@@ -1,5 +1,6 @@
 #include "tools/terminal/json_text.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -7,6 +8,11 @@
 namespace kt {
 
 std::string JsonText(std::string_view text) {
+  // Nearly all texts are names and codes, of which there can be millions.
+  const auto isPlain = [](char letter) {
+    return letter >= ' ' && letter <= '~' && letter != '"' && letter != '\\';
+  };
+  if (std::ranges::all_of(text, isPlain)) return "\"" + std::string(text) + "\"";
   using Json = nlohmann::json;
   return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
