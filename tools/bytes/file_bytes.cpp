@@ -1,7 +1,6 @@
 #include "tools/bytes/file_bytes.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
@@ -17,10 +16,7 @@ constexpr u64 kShortestPiece = 0x400;
 }  // namespace
 
 FileBytes::FileBytes(const std::string& name) : m_stream(name, std::ios::binary) {
-  // For want of memory or of handles nothing can be said about the file.
-  if (!m_stream && (errno == ENOMEM || errno == EMFILE || errno == ENFILE)) {
-    throw SystemFailure("cannot read " + Quoted(name));
-  }
+  if (!m_stream) RequireOpenFailedByFile("cannot read " + Quoted(name));
   // The end of a folder's stream lies anywhere.
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(name, error);

@@ -36,7 +36,11 @@ std::string SystemReason(const std::string& name) {
   if (error) return error.message();
   if (fs::file_size(name, error) == 0) return "the file is empty";
   std::FILE* stream = std::fopen(name.c_str(), "rb");
-  if (stream == nullptr) return std::generic_category().message(errno);
+  if (stream == nullptr) {
+    const int reason = errno;
+    RequireOpenFailedByFile("cannot read " + Quoted(name));
+    return std::generic_category().message(reason);
+  }
   std::fclose(stream);
   return {};
 }

@@ -15,4 +15,8 @@ Failure SystemFailure(const std::string& operation) {
   return Failure(operation + ": " + std::generic_category().message(errno));
 }
 
+void RequireOpenFailedByFile(const std::string& operation) {
+  if (errno == ENOMEM || errno == EMFILE || errno == ENFILE) throw SystemFailure(operation);
+}
+
 }  // namespace kt

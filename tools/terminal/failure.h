@@ -25,4 +25,8 @@ Failure ResultFailure(const std::string& operation, Mp4Result result, const std:
 /// `operation` failed with what the system keeps in `errno`.
 Failure SystemFailure(const std::string& operation);
 
+/// To be called when a file could not be opened, where that would say something about the file: throws this
+/// failure when it was for want of memory or of handles.
+void RequireOpenFailedByFile(const std::string& operation);
+
 }  // namespace kt
