@@ -10,6 +10,7 @@
 #include <ktmp4/mp4_file.h>
 #include <ktmp4/mp4_hint_track.h>
 #include <ktmp4/sample_info.h>
+#include <ktmp4/track_presentation.h>
 #include "fuzz/memory_file.h"
 
 namespace {
@@ -55,6 +56,10 @@ void AskFacts(CMp4Track* track) {
   Ignore(track->GetVideoSize(&narrow[0], &narrow[1]));
   Ignore(track->GetChannelCount(&narrow[0]));
   Ignore(track->GetSampleRate(&wide[0]));
+  char language[4];
+  i32 matrix[9];
+  Ignore(GetTrackLanguage(track, language));
+  Ignore(GetTrackMatrix(track, matrix));
   AskDate(track);
   AskCopyrights(track);
   for (const u32 entry : {0u, 1u, 2u, 3u}) {
