@@ -12,7 +12,7 @@ std::string JsonText(std::string_view text) {
   const auto isPlain = [](char letter) {
     return letter >= ' ' && letter <= '~' && letter != '"' && letter != '\\';
   };
-  if (std::ranges::all_of(text, isPlain)) return "\"" + std::string(text) + "\"";
+  if (std::ranges::all_of(text, isPlain)) return std::string(1, '"').append(text).append(1, '"');
   using Json = nlohmann::json;
   return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
