@@ -544,7 +544,10 @@ TEST_F(EnduranceTest, WhateverIsDoneToGraphsLeavesNothing) {
   const Growth ours = LivesOf(true, seconds - seconds / 5);
   EXPECT_GT(ours.whole, 0);
   EXPECT_LT(ours.use.handles, platform.use.handles * ours.lives / platform.lives + 20);
-  EXPECT_LT(ours.use.bytes, platform.use.bytes * ours.lives / platform.lives + 300'000 + ours.lives * 500);
+  // A graph of Wine keeps some 19 kB, half of that in 32 bits, and a few graphs alone do not show it: the
+  // heap still has room for what they keep.
+  const i64 kept = std::max<i64>(platform.use.bytes / platform.lives, sizeof(void*) * 2500);
+  EXPECT_LT(ours.use.bytes, ours.lives * (kept + 500) + 300'000);
 }
 
 }  // namespace
