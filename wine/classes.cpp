@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "module/com/class_factory.h"
-#include "module/com/registration.h"
 #include "wine/class_id.h"
 #include "wine/decoding_filter.h"
 
@@ -38,15 +37,3 @@ const CFactoryTemplate g_Templates[] = {
 const int g_cTemplates = 1;
 
 }  // namespace kt
-
-extern "C" {
-
-HRESULT WINAPI DllRegisterServer() {
-  return kt::AMovieDllRegisterServer2(TRUE);
-}
-
-HRESULT WINAPI DllUnregisterServer() {
-  return kt::AMovieDllRegisterServer2(FALSE);
-}
-
-}  // extern "C"

@@ -17,32 +17,11 @@ constexpr REFERENCE_TIME kPictureLength = 400'000;
 }  // namespace
 
 CDecodingInput::CDecodingInput(CDecodingFilter& filter)
-    : CBasePin(filter, PINDIR_INPUT, L"Input", L"In"), m_filter(filter) {}
-
-HRESULT CDecodingInput::NonDelegatingQueryInterface(REFIID iid, void** object) {
-  if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
-  return CBasePin::NonDelegatingQueryInterface(iid, object);
-}
+    : CBaseInputPin(filter, L"Input", L"In"), m_filter(filter) {}
 
 HRESULT CDecodingInput::CheckMediaType(const CMediaType& type) {
   const auto setUp = SetUpOf(type);
   return setUp && Decoder(*setUp).IsOpen() ? S_OK : VFW_E_TYPE_NOT_ACCEPTED;
-}
-
-HRESULT CDecodingInput::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
-  if (peer == nullptr || type == nullptr) return E_POINTER;
-  return Host().ChangeState([&] { return Accept(peer, *type); });
-}
-
-HRESULT CDecodingInput::Accept(IPin* peer, const AM_MEDIA_TYPE& type) {
-  if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-  if (Host().State() != State_Stopped) return VFW_E_NOT_STOPPED;
-  const CMediaType copy(type);
-  HRESULT result = CheckConnect(peer);
-  if (SUCCEEDED(result)) result = CheckMediaType(copy);
-  if (SUCCEEDED(result)) result = SetMediaType(copy);
-  if (SUCCEEDED(result)) SetPeer(peer);
-  return result;
 }
 
 HRESULT CDecodingInput::Active() {
@@ -76,15 +55,6 @@ HRESULT CDecodingInput::Receive(IMediaSample* sample) {
     Host().NotifyEvent(EC_ERRORABORT, result, 0);
   }
   return result;
-}
-
-HRESULT CDecodingInput::ReceiveMultiple(IMediaSample** samples, LONG count, LONG* processed) {
-  if (samples == nullptr || processed == nullptr) return E_POINTER;
-  for (*processed = 0; *processed < count; ++*processed) {
-    const HRESULT result = Receive(samples[*processed]);
-    if (result != S_OK) return result;
-  }
-  return S_OK;
 }
 
 HRESULT CDecodingInput::EndOfStream() {

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "module/graph/base_filter.h"
+#include "module/graph/base_input_pin.h"
 #include "module/graph/base_output_pin.h"
 #include "module/graph/transform_lock.h"
 #include "wine/library_decoder.h"
@@ -15,18 +16,14 @@ class CDecodingFilter;
 
 /// Takes samples of any of `DecodedTypes`. What streams holds the stream lock; a stop and a flush first see
 /// to it that it comes back from downstream.
-class CDecodingInput final : public CBasePin, public IMemInputPin {
+class CDecodingInput final : public CBaseInputPin {
  public:
   explicit CDecodingInput(CDecodingFilter& filter);
-  DECLARE_IUNKNOWN
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
 
   HRESULT CheckMediaType(const CMediaType& type) override;
-  HRESULT GetMediaType(int, CMediaType*) override { return VFW_S_NO_MORE_ITEMS; }
   HRESULT Active() override;
   HRESULT Inactive() override;
 
-  HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override;
   HRESULT STDMETHODCALLTYPE EndOfStream() override;
   HRESULT STDMETHODCALLTYPE BeginFlush() override;
   HRESULT STDMETHODCALLTYPE EndFlush() override;
@@ -36,12 +33,8 @@ class CDecodingInput final : public CBasePin, public IMemInputPin {
   HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator*, WINBOOL) override { return S_OK; }
   HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES*) override { return E_NOTIMPL; }
   HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
-  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample** samples, LONG count, LONG* processed) override;
-  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }
 
  private:
-  HRESULT Accept(IPin* peer, const AM_MEDIA_TYPE& type);
-
   CDecodingFilter& m_filter;
 };
 

@@ -5,7 +5,6 @@
 #include "filter/decoder/decoder_filter.h"
 #include "filter/platform/private_types.h"
 #include "module/com/class_factory.h"
-#include "module/com/registration.h"
 
 namespace kt {
 namespace {
@@ -35,15 +34,3 @@ const CFactoryTemplate g_Templates[] = {
 const int g_cTemplates = static_cast<int>(std::size(g_Templates));
 
 }  // namespace kt
-
-extern "C" {
-
-HRESULT WINAPI DllRegisterServer() {
-  return kt::AMovieDllRegisterServer2(TRUE);
-}
-
-HRESULT WINAPI DllUnregisterServer() {
-  return kt::AMovieDllRegisterServer2(FALSE);
-}
-
-}  // extern "C"

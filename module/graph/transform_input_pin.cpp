@@ -20,25 +20,16 @@ constexpr LONG kMostBytes = 64 * 1024 * 1024;
 }  // namespace
 
 CTransformInputPin::CTransformInputPin(CTransformFilter& filter)
-    : CBasePin(filter, PINDIR_INPUT, L"Input", L"In"), m_filter(filter) {}
-
-HRESULT CTransformInputPin::NonDelegatingQueryInterface(REFIID iid, void** object) {
-  if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
-  return CBasePin::NonDelegatingQueryInterface(iid, object);
-}
+    : CBaseInputPin(filter, L"Input", L"In"), m_filter(filter) {}
 
 HRESULT CTransformInputPin::CheckMediaType(const CMediaType& type) {
   return m_filter.CheckInputType(type);
 }
 
-HRESULT CTransformInputPin::GetMediaType(int, CMediaType*) {
-  return VFW_S_NO_MORE_ITEMS;
-}
-
 HRESULT CTransformInputPin::SetMediaType(const CMediaType& type) {
   m_bytesAhead = m_filter.BytesAhead(type);
   m_filter.m_output.ChangeTypes();
-  return CBasePin::SetMediaType(type);
+  return CBaseInputPin::SetMediaType(type);
 }
 
 HRESULT CTransformInputPin::BreakConnect() {
@@ -47,23 +38,6 @@ HRESULT CTransformInputPin::BreakConnect() {
   // The next connection gets a new one: of this one buffers may still be out.
   m_own.Reset();
   return S_OK;
-}
-
-HRESULT CTransformInputPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
-  if (peer == nullptr || type == nullptr) return E_POINTER;
-  return Host().ChangeState([&] { return Accept(peer, *type); });
-}
-
-HRESULT CTransformInputPin::Accept(IPin* peer, const AM_MEDIA_TYPE& type) {
-  if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-  if (Host().State() != State_Stopped) return VFW_E_NOT_STOPPED;
-  HRESULT result = CheckConnect(peer);
-  if (FAILED(result)) return result;
-  const CMediaType copy(type);
-  if (CheckMediaType(copy) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
-  result = SetMediaType(copy);
-  if (SUCCEEDED(result)) SetPeer(peer);
-  return result;
 }
 
 HRESULT CTransformInputPin::GetAllocator(IMemAllocator** allocator) {
@@ -185,15 +159,6 @@ HRESULT CTransformInputPin::Fail(HRESULT failure) {
   m_filter.m_output.DeliverEndOfStream();
   Host().NotifyEvent(EC_ERRORABORT, failure, 0);
   return failure;
-}
-
-HRESULT CTransformInputPin::ReceiveMultiple(IMediaSample** samples, LONG count, LONG* processed) {
-  if (samples == nullptr || processed == nullptr) return E_POINTER;
-  for (*processed = 0; *processed < count; ++*processed) {
-    const HRESULT result = Receive(samples[*processed]);
-    if (result != S_OK) return result;
-  }
-  return S_OK;
 }
 
 HRESULT CTransformInputPin::EndOfStream() {

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "module/graph/base_pin.h"
+#include "module/graph/base_input_pin.h"
 #include "module/graph/transform_sample.h"
 
 namespace kt {
@@ -13,15 +13,11 @@ class CTransformFilter;
 ///
 /// The allocator that it offers has as many buffers as its upstream wants, and besides those that the filter
 /// holds back. Of any other allocator it never holds the last buffer that is free.
-class CTransformInputPin final : public CBasePin, public IMemInputPin {
+class CTransformInputPin final : public CBaseInputPin {
  public:
   explicit CTransformInputPin(CTransformFilter& filter);
-  DECLARE_IUNKNOWN
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
 
   HRESULT CheckMediaType(const CMediaType& type) override;
-  /// None: what upstream offers is looked at.
-  HRESULT GetMediaType(int position, CMediaType* type) override;
   HRESULT SetMediaType(const CMediaType& type) override;
   HRESULT BreakConnect() override;
   /// VFW_E_NO_ALLOCATOR before upstream has told of one.
@@ -29,8 +25,6 @@ class CTransformInputPin final : public CBasePin, public IMemInputPin {
   HRESULT Inactive() override;
 
   // IPin. What streams answers VFW_E_WRONG_STATE in the stopped state.
-  /// VFW_E_ALREADY_CONNECTED, VFW_E_NOT_STOPPED, VFW_E_TYPE_NOT_ACCEPTED.
-  HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override;
   HRESULT STDMETHODCALLTYPE EndOfStream() override;
   HRESULT STDMETHODCALLTYPE BeginFlush() override;
   HRESULT STDMETHODCALLTYPE EndFlush() override;
@@ -49,8 +43,6 @@ class CTransformInputPin final : public CBasePin, public IMemInputPin {
   /// VFW_E_SAMPLE_REJECTED_EOS behind the end of the stream; VFW_E_RUNTIME_ERROR behind an error;
   /// VFW_E_INVALIDMEDIATYPE for a sample with a type of its own, which ends the stream; E_POINTER.
   HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
-  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample** samples, LONG count, LONG* processed) override;
-  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }
 
   // For the filter.
 
@@ -67,7 +59,6 @@ class CTransformInputPin final : public CBasePin, public IMemInputPin {
  private:
   enum class Stream { Open, Ended, Failed };
 
-  HRESULT Accept(IPin* peer, const AM_MEDIA_TYPE& type);
   HRESULT TakeAllocator(IMemAllocator* allocator, bool readOnly);
   void AddBuffers(IMemAllocator* allocator);
   HRESULT CheckStreaming() const;
