@@ -1,12 +1,19 @@
 // Makes the standard types of a pin's type, whose subtype the first byte chooses and whose format block the
-// rest is, and reads the rest as the set-up of sound, as a sample of pictures, and as the set-up in a sample
-// entry or all the boxes there.
+// rest is, and reads the rest as the set-up of sound, as a sample of pictures, as the set-up in a sample
+// entry or all the boxes there, and as samples that the companion puts in their times.
 
+#include <algorithm>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <span>
 #include <vector>
 
+#include "filter/decoder/display_times.h"
 #include "filter/formats/audio_config.h"
 #include "filter/formats/entry_types.h"
 #include "filter/formats/picture_order.h"
+#include "filter/formats/private_block.h"
 #include "filter/formats/standard_types.h"
 #include "fuzz/memory_file.h"
 
@@ -90,6 +97,53 @@ void FuzzEntry(u8 choice, const std::vector<u8>& bytes) {
   }
 }
 
+// What a sample says, from bytes that tell what it has and each number of its times.
+std::optional<SampleTimes> ReadTimes(const StreamTimes& stream, u8 what, std::span<const u8>* rest) {
+  if ((what & 4) == 0) return std::nullopt;
+  const auto take = [&](std::size_t size) {
+    const std::span<const u8> taken = rest->first(std::min(size, rest->size()));
+    *rest = rest->subspan(taken.size());
+    return taken;
+  };
+  const std::size_t size = what & 8 ? 8 : 2;
+  const auto start = static_cast<i64>(GetLittleEndian(take(size), 0, size));
+  const auto stop = static_cast<i64>(GetLittleEndian(take(size), 0, size));
+  const SampleTimes times = FittingTimes(stream, {start, stop}, (what & 16) != 0, take(what & 32 ? 16 : 0));
+  Require(times.start <= times.stop, "a stop behind the start");
+  return times;
+}
+
+// Samples go out as many as come in, in their order, and few are held back.
+void FuzzDisplay(u8 choice, std::span<const u8> rest) {
+  CDisplayTimes display;
+  if (choice & 1) display.SetOrder((choice & 2) != 0);
+  const StreamTimes stream{choice & 4 ? 25 : choice * 0x01010101u, choice & 8 ? 400'000 : INT64_MAX};
+  std::deque<std::optional<SampleTimes>> held;
+  const auto take = [&] {
+    for (std::optional<SampleTimes> times; display.TakeReady(&times); held.pop_front()) {
+      Require(!held.empty() && times.has_value() == held.front().has_value(), "as many as came");
+      if (times) Require(times->start <= times->stop, "a stop behind the start");
+      if (display.Order() != false) Require(times == held.front(), "nothing waits in order of display");
+    }
+    Require(display.IsWaiting() == !held.empty(), "the rest waits");
+    Require(held.size() <= CDisplayTimes::kMostWaiting, "few wait");
+  };
+  while (!rest.empty()) {
+    const u8 what = rest[0];
+    rest = rest.subspan(1);
+    held.push_back(ReadTimes(stream, what, &rest));
+    display.Add(held.back(), static_cast<PictureKind>(what % 4 % 3));
+    take();
+    if (what >= 0xF0) {
+      display.Clear();
+      held.clear();
+    }
+  }
+  display.Finish();
+  take();
+  Require(held.empty(), "all have gone");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
@@ -99,5 +153,6 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size) {
   FuzzConfig(bytes);
   FuzzPictures(bytes);
   FuzzEntry(data[0], bytes);
+  FuzzDisplay(data[0], bytes);
   return 0;
 }

@@ -3,7 +3,7 @@
 #include <vfwmsgs.h>
 
 #include <algorithm>
-#include <new>
+#include <utility>
 
 #include <ktmp4/ktmp4source.h>
 #include "filter/formats/private_block.h"
@@ -14,15 +14,8 @@
 namespace kt {
 namespace {
 
-/// Samples ahead of the position that was sought have stops that say nothing, mostly far away.
-constexpr REFERENCE_TIME kLongestAhead = i64{3600} * kHnsPerSecond;
-
 std::vector<MediaType> OutputTypes(const CMediaType& input) {
   return StandardTypes(PlainMediaType(input));
-}
-
-bool IsSaid(REFERENCE_TIME start, REFERENCE_TIME stop) {
-  return stop > start && (start >= 0 || stop <= SaturatingAdd(start, kLongestAhead));
 }
 
 }  // namespace
@@ -61,12 +54,12 @@ HRESULT CMp4DecoderFilter::StartStreaming(const CMediaType& input) {
   const MediaType type = PlainMediaType(input);
   const std::span<const u8> block = type.format;
   const bool isVideo = type.majorType == MEDIATYPE_Video;
-  m_stampScale = GetLittleEndian32(block, isVideo ? kPictureScaleOffset : kSoundRateOffset);
-  m_usualLength = 1;
+  m_stream.stampScale = GetLittleEndian32(block, isVideo ? kPictureScaleOffset : kSoundRateOffset);
+  m_stream.usualLength = 1;
   if (isVideo) {
     const std::vector<MediaType> types = StandardTypes(type);
     const u64 length = types.empty() ? 0 : GetLittleEndian(types[0].format, kPictureTimeOffset, 8);
-    m_usualLength = std::max<REFERENCE_TIME>(SaturateToSigned(length), 1);
+    m_stream.usualLength = std::max<i64>(SaturateToSigned(length), 1);
   }
   m_looksAtPictures = type.subtype == MEDIASUBTYPE_KtMp4Video;
   m_times.SetOrder(m_looksAtPictures && block.size() > kPictureSetUpOffset
@@ -76,24 +69,21 @@ HRESULT CMp4DecoderFilter::StartStreaming(const CMediaType& input) {
 }
 
 HRESULT CMp4DecoderFilter::Transform(CTransformSample& sample, std::span<const BYTE> ahead) {
-  FitTimes(sample, ahead);
-  m_times.Add(ComPointer<CTransformSample>(&sample), LookAt(sample));
+  // Each of the times has a sample, whatever fails.
+  m_samples.emplace_back(&sample);
+  m_times.Add(TimesOf(sample, ahead), LookAt(sample));
   DeliverReady();
   // One that waits still.
   if (m_times.IsWaiting()) Keep(sample);
   return S_OK;
 }
 
-/// Moves the times by what the stamp says, and gives them a stop behind their start.
-void CMp4DecoderFilter::FitTimes(CTransformSample& sample, std::span<const BYTE> stamp) const {
-  REFERENCE_TIME start = 0, stop = 0;
-  const HRESULT result = sample.GetTime(&start, &stop);
-  if (FAILED(result)) return;
-  const REFERENCE_TIME length = result == S_OK && IsSaid(start, stop) ? stop - start : m_usualLength;
-  const i64 behind = static_cast<i64>(GetLittleEndian(stamp, 0, 8) - GetLittleEndian(stamp, 8, 8));
-  start = SaturatingAdd(start, SignedTicksToHns(behind, m_stampScale));
-  stop = SaturatingAdd(start, length);
-  sample.SetTime(&start, &stop);
+std::optional<SampleTimes> CMp4DecoderFilter::TimesOf(CTransformSample& sample,
+                                                      std::span<const BYTE> stamp) const {
+  SampleTimes told;
+  const HRESULT result = sample.GetTime(&told.start, &told.stop);
+  if (FAILED(result)) return std::nullopt;
+  return FittingTimes(m_stream, told, result == S_OK, stamp);
 }
 
 PictureKind CMp4DecoderFilter::LookAt(const CTransformSample& sample) {
@@ -109,7 +99,18 @@ HRESULT CMp4DecoderFilter::DeliverHeld() {
 }
 
 void CMp4DecoderFilter::DeliverReady() {
-  while (const ComPointer<CTransformSample> sample = m_times.TakeReady()) Deliver(*sample.Get());
+  std::optional<SampleTimes> times;
+  while (m_times.TakeReady(&times)) {
+    const ComPointer<CTransformSample> sample = std::move(m_samples.front());
+    m_samples.pop_front();
+    if (times) sample->SetTime(&times->start, &times->stop);
+    Deliver(*sample.Get());
+  }
+}
+
+void CMp4DecoderFilter::ForgetHeld() {
+  m_times.Clear();
+  m_samples.clear();
 }
 
 }  // namespace kt

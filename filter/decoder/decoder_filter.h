@@ -1,5 +1,7 @@
 #pragma once
 
+#include <deque>
+#include <optional>
 #include <vector>
 
 #include "filter/decoder/display_times.h"
@@ -27,19 +29,18 @@ class CMp4DecoderFilter final : public CTransformFilter {
   HRESULT StartStreaming(const CMediaType& input) override;
   HRESULT Transform(CTransformSample& sample, std::span<const BYTE> ahead) override;
   HRESULT DeliverHeld() override;
-  void ForgetHeld() override { m_times.Clear(); }
+  void ForgetHeld() override;
 
-  void FitTimes(CTransformSample& sample, std::span<const BYTE> stamp) const;
+  std::optional<SampleTimes> TimesOf(CTransformSample& sample, std::span<const BYTE> stamp) const;
   PictureKind LookAt(const CTransformSample& sample);
   void DeliverReady();
 
   // Of the stream, under its lock.
   bool m_looksAtPictures = false;
-  /// Of the stamps, per second; 0 where nobody says.
-  u32 m_stampScale = 0;
-  /// How long a sample takes whose stop says nothing.
-  REFERENCE_TIME m_usualLength = 1;
+  StreamTimes m_stream;
   CDisplayTimes m_times;
+  /// Those whose times these are.
+  std::deque<ComPointer<CTransformSample>> m_samples;
 };
 
 }  // namespace kt

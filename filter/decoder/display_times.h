@@ -2,11 +2,33 @@
 
 #include <deque>
 #include <optional>
+#include <span>
 
 #include "filter/formats/picture_order.h"
-#include "module/graph/transform_sample.h"
 
 namespace kt {
+
+/// When a sample is shown, in units of 100 ns.
+struct SampleTimes {
+  i64 start = 0;
+  i64 stop = 0;
+
+  bool operator==(const SampleTimes&) const = default;
+};
+
+/// What the type of a stream says of the times of its samples.
+struct StreamTimes {
+  /// Of the stamps, per second; 0 where nobody says.
+  u32 stampScale = 0;
+  /// How long a sample takes whose stop says nothing, in units of 100 ns, above 0.
+  i64 usualLength = 1;
+};
+
+/// The times that a sample came with, moved by what the stamp ahead of it says, which is empty in streams
+/// without; with a stop behind the start unless that is the last moment that there is. `hasStop` tells
+/// whether it came with one.
+SampleTimes FittingTimes(const StreamTimes& stream, SampleTimes told, bool hasStop,
+                         std::span<const u8> stamp);
 
 /// Turns decoding times into times of presentation, for pictures of MPEG-4 visual. They come and go in the
 /// order of decoding. A picture that others lean on is shown when all have been that are decoded behind it
@@ -24,23 +46,23 @@ class CDisplayTimes {
   void SetOrder(std::optional<bool> inOrderOfDisplay) { m_inOrderOfDisplay = inOrderOfDisplay; }
   std::optional<bool> Order() const { return m_inOrderOfDisplay; }
 
-  /// Takes a sample, whose stop, if it has times, lies behind its start.
-  void Add(ComPointer<CTransformSample> sample, PictureKind kind);
+  /// Takes the times of a sample, whose stop does not lie ahead of its start; none when it has none.
+  void Add(std::optional<SampleTimes> times, PictureKind kind);
   /// Nothing comes behind: what waits is shown behind the last one that has come.
   void Finish();
   void Clear();
-  bool IsWaiting() const { return m_ready < m_samples.size(); }
-  /// The next that can go; null when the rest waits, or there is none.
-  ComPointer<CTransformSample> TakeReady();
+  bool IsWaiting() const { return m_ready < m_times.size(); }
+  /// Gives the times of the next sample, in the order of `Add`; false while that one waits, or there is none.
+  bool TakeReady(std::optional<SampleTimes>* times);
 
  private:
-  void ShowWaiting(REFERENCE_TIME start);
+  void ShowWaiting(i64 start);
 
   std::optional<bool> m_inOrderOfDisplay;
-  /// Of these the first `m_ready` can go. The one behind them is the picture that waits for its time.
-  std::deque<ComPointer<CTransformSample>> m_samples;
+  /// Of these the first `m_ready` can go. The one behind them has times, and waits for that of its display.
+  std::deque<std::optional<SampleTimes>> m_times;
   std::size_t m_ready = 0;
-  REFERENCE_TIME m_lastStop = 0;
+  i64 m_lastStop = 0;
 };
 
 }  // namespace kt
