@@ -10,35 +10,20 @@ defaults and with each odd option that it has; files of other programs in the fo
 KTMP4_CORPUS names are compared too where they stand.
 """
 
-import hashlib
-import json
-import os
-import pathlib
 import shutil
 import subprocess
 import sys
-from collections import Counter
 from fractions import Fraction
 from functools import partial
 
 from compare_copies import WRITABLE
-from compare_with_ffprobe import ROOT, readable_copy, run, run_jobs, samples_in_packet, samples_of
+from compare_with_ffprobe import (
+    CORPUS, bytes_of, compare_track, media_files, readable, run, run_jobs, samples_of, streams_of, tracks_of
+)
 
-PACKET = "packet=stream_index,pts,dts,size,flags,data_hash"
-MEDIA = {".mp4", ".3gp", ".m4a", ".m4b", ".mov"}
 
-
-def streams_of(file):
-    """The streams that are tracks, by track number, each with its packets."""
-    told = json.loads(run("ffprobe", "-v", "quiet", "-of", "json", "-show_data_hash", "md5", "-show_streams",
-                          "-show_entries", PACKET, file))
-    streams = {stream["index"]: stream for stream in told["streams"]}
-    for stream in streams.values():
-        stream["packets"] = []
-    for packet in told["packets"]:
-        streams[packet["stream_index"]]["packets"].append(packet)
-    return {int(stream["id"], 16): stream for stream in streams.values()
-            if not stream["disposition"]["attached_pic"]}
+def by_number(streams):
+    return {int(stream["id"], 16): stream for stream in streams}
 
 
 def without_hidden_end(packets, count):
@@ -48,44 +33,10 @@ def without_hidden_end(packets, count):
     return packets
 
 
-def compare_track(samples, data, stream, scale):
-    """What the times of the track differ by, in seconds. Without `data` the file is cut: ffprobe ends earlier."""
-    tick = Fraction(stream["time_base"])
-    kind = stream["codec_type"]
-    rest, offset, distances = samples, 0, set()
-    shown = Counter(sample["cts"] for sample in samples)
-    packets = without_hidden_end(stream["packets"], len(samples))
-    for packet in packets:
-        if not rest:
-            raise AssertionError(f"ffprobe finds more than {len(samples)} samples: {len(packets)}")
-        size = int(packet["size"])
-        if data is None and packet is packets[-1]:
-            return distances
-        count = samples_in_packet(rest, size)
-        first = rest[0]
-        if data is not None and "MD5:" + hashlib.md5(data[offset : offset + size]).hexdigest() != packet["data_hash"]:
-            raise AssertionError(f"sample {first['sample']}: other bytes")
-        # A search by time finds one of two samples that are shown at the same time, as a busy ffmpeg has written them.
-        alone = shown[first["cts"]] == 1
-        if alone and kind in ("video", "audio") and bool(first["sync"]) != packet["flags"].startswith("K"):
-            raise AssertionError(f"sample {first['sample']}: sync {first['sync']}, ffprobe says {packet['flags']}")
-        for ours, theirs in (("dts", "dts"), ("cts", "pts")):
-            if theirs in packet:
-                distances.add(Fraction(first[ours], scale) - packet[theirs] * tick)
-        offset += size
-        rest = rest[count:]
-    if kind == "data" and len(rest) == 1:
-        return distances  # it leaves out a last packet of no duration
-    if rest and data is not None:
-        raise AssertionError(f"sample {len(samples) - len(rest) + 1} is none that ffprobe finds")
-    return distances
-
-
-def bytes_of(ktmp4, file, track, place):
+def whole_bytes_of(ktmp4, file, track, folder):
     """The bytes of all samples; None where the file ends ahead of the last one."""
     try:
-        run(ktmp4, "extract", "--adapt", "--force", "--track", track, file, place)
-        return place.read_bytes()
+        return bytes_of(ktmp4, file, track, folder, "--adapt")
     except RuntimeError as failure:
         if "MP4_FILE_IO" not in str(failure) and "and the file has" not in str(failure):
             raise
@@ -103,8 +54,7 @@ def compare_copy(ktmp4, file, tracks, folder):
     """Copies the tracks that can be, and reads the copy without adapting it."""
     copy = folder / "copy.mp4"
     run(ktmp4, "remux", "--adapt", *(part for track in tracks for part in ("--track", track["index"])), file, copy)
-    copied = json.loads(run(ktmp4, "info", "--json", copy))["tracks"]
-    streams = streams_of(copy)
+    copied, streams = tracks_of(ktmp4, copy), by_number(streams_of(copy, edits=""))
     distances = {}
     for before, after in zip(tracks, copied, strict=True):
         ours = samples_of(ktmp4, copy, after["index"])
@@ -121,27 +71,26 @@ def compare_copy(ktmp4, file, tracks, folder):
 
 
 def compare_file(ktmp4, file, folder):
-    tracks = {track["id"]: track for track in json.loads(run(ktmp4, "info", "--adapt", "--json", file))["tracks"]}
-    try:
-        streams = streams_of(file)
-    except RuntimeError:
-        streams = streams_of(readable_copy(file, folder))
+    tracks = {track["id"]: track for track in tracks_of(ktmp4, file, "--adapt")}
+    streams = by_number(streams_of(readable(file, folder), edits=""))
     if tracks.keys() != streams.keys():
         raise AssertionError(f"tracks {sorted(tracks)}, ffprobe says {sorted(streams)}")
     total, distances, whole = 0, {}, []
     for number, track in tracks.items():
+        stream, scale = streams[number], track["timeScale"]
         samples = samples_of(ktmp4, file, track["index"], "--adapt")
-        data = b""
-        if samples:
-            data = bytes_of(ktmp4, file, track["index"], folder / "samples")
-        if track["format"] and streams[number].get("codec_name") in ("aac", "amr_nb", "amr_wb"):
+        data = whole_bytes_of(ktmp4, file, track["index"], folder) if samples else b""
+        if track["format"] and stream.get("codec_name") in ("aac", "amr_nb", "amr_wb"):
             heard = [str(track["sampleRate"]), track["channels"]]
-            if heard != [streams[number]["sample_rate"], streams[number]["channels"]]:
+            if heard != [stream["sample_rate"], stream["channels"]]:
                 raise AssertionError(f"track {number}: sound of {heard}")
-        if data and track["format"] and streams[number].get("codec_name") in WRITABLE:
+        if data and track["format"] and stream.get("codec_name") in WRITABLE:
             whole.append(track)
+        tick = Fraction(stream["time_base"])
+        packets = without_hidden_end(stream["packets"], len(samples))
         try:
-            for distance in compare_track(samples, data, streams[number], track["timeScale"]):
+            for distance in compare_track(samples, data, packets, stream["codec_type"],
+                                          lambda ours, theirs: Fraction(ours, scale) - theirs * tick):
                 distances.setdefault(distance, number)
         except AssertionError as difference:
             raise AssertionError(f"track {number}, {difference}") from None
@@ -150,13 +99,6 @@ def compare_file(ktmp4, file, folder):
     if whole:
         compare_copy(ktmp4, file, whole, folder)
     return total
-
-
-def media_files(names):
-    strict = pathlib.Path(os.environ.get("KTMP4_CORPUS") or ROOT.parent / "shared" / "corpus")
-    corpus = strict.parent / "corpus-today"
-    for path in [*map(pathlib.Path, names), *([corpus] if corpus.is_dir() else [])]:
-        yield from sorted(file for file in path.iterdir() if file.suffix in MEDIA) if path.is_dir() else [path]
 
 
 PICTURES = "-f lavfi -i testsrc2=size=64x48:rate=25:duration=2"
@@ -229,7 +171,8 @@ def compare_muxed(ktmp4, muxer, folder):
 
 def main():
     ktmp4, *names = sys.argv[1:]
-    jobs = [(file.name, partial(compare_file, ktmp4, file)) for file in media_files(names)]
+    today = CORPUS.parent / "corpus-today"
+    jobs = [(file.name, partial(compare_file, ktmp4, file)) for file in media_files(names, today)]
     jobs += [(name, partial(compare_made, ktmp4, name)) for name in RECIPES]
     if shutil.which("gst-launch-1.0") and shutil.which("gst-inspect-1.0"):
         there = subprocess.run(["gst-inspect-1.0", "isomp4"], capture_output=True).returncode == 0

@@ -21,7 +21,7 @@ import tempfile
 import time
 from functools import partial
 
-from compare_with_ffprobe import media_files, run, run_jobs, samples_of
+from compare_with_ffprobe import plain_files, run, run_jobs, samples_of
 
 DEADLINE = 30  # seconds
 VIDEO, SOUND, HINT, TEXT = 1, 2, 3, 6  # kinds of tracks
@@ -368,7 +368,7 @@ def main():
     media = pathlib.Path(media)
     jobs = [(" ".join([case[0], *case[1]]), partial(check_case, ktmp4, rtp_send, media, *case)) for case in CASES]
     jobs.append(("a broken file", partial(check_broken, ktmp4, rtp_send, media)))
-    foreign = [file for file in media_files([]) if file.name.startswith("hinted-")]
+    foreign = [file for file in plain_files([]) if file.name.startswith("hinted-")]
     jobs += [(file.name, partial(check_foreign, ktmp4, rtp_send, file)) for file in foreign]
     return run_jobs(jobs, "packets")
 
