@@ -39,31 +39,33 @@ LAST = (1 << 32) - 1
 
 
 class Commands:
-    def __init__(self, program, library, media, folder):
-        self.program, self.library, self.out = program, library, folder / "out" / "out.mp4"
-        self.count = folder / "count"
+    def __init__(self, program, film, refused, folder):
+        self.program, self.out, self.count = program, folder / "out" / "out.mp4", folder / "count"
         self.out.parent.mkdir()
         (folder / "captions.scc").write_text(CAPTIONS)
-        self.files = {"FILM": media / "bframes-aac.mp4", "REFUSED": media / "refused-btrt.mp4", "OUT": self.out,
-                      "SCC": folder / "captions.scc", "CAPTIONED": folder / "captioned.mp4", "HINTED": folder / "hinted.mp4"}
-        for line in (["hint", "FILM", "HINTED"], ["add-captions", "FILM", "SCC", "CAPTIONED"]):
+        self.files = {"FILM": film, "REFUSED": refused, "OUT": self.out, "SCC": folder / "captions.scc",
+                      "CAPTIONED": folder / "captioned.mp4", "HINTED": folder / "hinted.mp4"}
+        for line in ("hint FILM HINTED", "add-captions FILM SCC CAPTIONED"):
             subprocess.run(self.words(line), check=True, capture_output=True)
 
     def words(self, line):
-        return [self.program, *(str(self.files.get(word, word)) for word in line)]
+        return [self.program, *(str(self.files.get(word, word)) for word in line.split())]
 
-    def run(self, line, first, last):
+    def left(self):
+        """What stands beside OUT."""
+        return [path.name for path in self.out.parent.iterdir() if path != self.out]
+
+    def run(self, line, library, first, last):
         """What is told and left behind: exit code, both streams, OUT."""
         self.out.write_bytes(OLD)
-        environment = {**os.environ, "LD_PRELOAD": self.library, "FAIL_FROM": str(first), "FAIL_TO": str(last),
+        environment = {**os.environ, "LD_PRELOAD": library, "FAIL_FROM": str(first), "FAIL_TO": str(last),
                        "COUNT_IN": str(self.count)}
-        done = subprocess.run(self.words(line.split()), env=environment, capture_output=True, timeout=60, check=False)
+        done = subprocess.run(self.words(line), env=environment, capture_output=True, timeout=60, check=False)
         return done.returncode, done.stdout, done.stderr, self.out.read_bytes()
 
     def fault(self, whole, result):
-        left = [path.name for path in self.out.parent.iterdir() if path != self.out]
-        if left:
-            return f"leaves {left}"
+        if self.left():
+            return f"leaves {self.left()}"
         code, printed, told, out = result
         if (code, printed, out) == (whole[0], whole[1], whole[3]):
             return ""
@@ -73,8 +75,8 @@ class Commands:
         return "" if out == OLD or out == whole[3] and whole[0] == 1 else "fails and changes OUT"
 
 
-def try_command(commands, line, runs, chance):
-    whole = commands.run(line, 0, 0)
+def try_command(commands, library, line, runs, chance):
+    whole = commands.run(line, library, 0, 0)
     count = int(commands.count.read_text())
     if count < 10 or whole[0] != ("REFUSED" in line.split()) or ("OUT" in line.split()) != (whole[3] != OLD):
         sys.exit(f"{line}: {count} allocations, and it ends with {whole[0]}: {whole[2].decode()}")
@@ -82,7 +84,7 @@ def try_command(commands, line, runs, chance):
     failed = tried = faults = 0
     for number in numbers if runs is None else sorted(chance.sample(numbers, min(runs, count))):
         for last in (number, LAST):
-            result = commands.run(line, number, last)
+            result = commands.run(line, library, number, last)
             if text := commands.fault(whole, result):
                 print(f"{line}: with allocations {number} to {last} of {count} failing it {text}")
                 faults += 1
@@ -101,10 +103,11 @@ def main():
     print(f"seed {seed}")
     chance = random.Random(seed)
     with tempfile.TemporaryDirectory() as name:
-        commands = Commands(program, library, media, pathlib.Path(name))
-        told = [try_command(commands, line, runs, chance) for line in COMMANDS]
+        commands = Commands(program, media / "bframes-aac.mp4", media / "refused-btrt.mp4", pathlib.Path(name))
+        told = [try_command(commands, library, line, runs, chance) for line in COMMANDS]
     print(f"{sum(tried for tried, _ in told)} runs in all")
     sys.exit(any(faults for _, faults in told))
 
 
-main()
+if __name__ == "__main__":
+    main()
