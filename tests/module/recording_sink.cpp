@@ -9,12 +9,7 @@
 namespace kt::test {
 
 CRecordingPin::CRecordingPin(CBaseFilter& filter, const std::wstring& name, SinkScript script)
-    : CBasePin(filter, PINDIR_INPUT, name, name), m_script(std::move(script)) {}
-
-HRESULT CRecordingPin::NonDelegatingQueryInterface(REFIID iid, void** object) {
-  if (iid == IID_IMemInputPin) return GetInterface(static_cast<IMemInputPin*>(this), object);
-  return CBasePin::NonDelegatingQueryInterface(iid, object);
-}
+    : CBaseInputPin(filter, name, name), m_script(std::move(script)) {}
 
 HRESULT CRecordingPin::CheckMediaType(const CMediaType& type) {
   return m_script.m_accept == nullptr || type.subtype == *m_script.m_accept ? S_OK : E_FAIL;
@@ -32,21 +27,19 @@ HRESULT CRecordingPin::Active() {
 }
 
 HRESULT CRecordingPin::Inactive() {
+  return Refuse(&m_stopped, {});
+}
+
+// What waits comes back, and what is kept goes when the lock is free again.
+HRESULT CRecordingPin::Refuse(bool* why, const std::vector<SinkEvent>& told) {
   std::vector<ComPointer<IMediaSample>> kept;
   const std::lock_guard lock(m_lock);
-  m_stopped = true;
+  m_events.insert(m_events.end(), told.begin(), told.end());
+  *why = true;
   m_endDue = false;
   kept.swap(m_kept);
   m_changed.notify_all();
   return S_OK;
-}
-
-HRESULT CRecordingPin::ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) {
-  if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-  const CMediaType copy(*type);
-  if (CheckMediaType(copy) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
-  SetPeer(peer);
-  return SetMediaType(copy);
 }
 
 HRESULT CRecordingPin::BreakConnect() {
@@ -76,14 +69,7 @@ void CRecordingPin::AnnounceEnd() {
 }
 
 HRESULT CRecordingPin::BeginFlush() {
-  std::vector<ComPointer<IMediaSample>> kept;
-  const std::lock_guard lock(m_lock);
-  m_events.push_back({SinkEvent::BeginFlush, 0});
-  m_flushing = true;
-  m_endDue = false;
-  kept.swap(m_kept);
-  m_changed.notify_all();
-  return S_OK;
+  return Refuse(&m_flushing, {{SinkEvent::BeginFlush, 0}});
 }
 
 HRESULT CRecordingPin::EndFlush() {
@@ -108,10 +94,7 @@ HRESULT CRecordingPin::GetAllocator(IMemAllocator** allocator) {
 }
 
 HRESULT CRecordingPin::NotifyAllocator(IMemAllocator* allocator, WINBOOL) {
-  if (m_refused < m_script.m_refuseAllocators) {
-    ++m_refused;
-    return E_INVALIDARG;
-  }
+  if (m_refused++ < m_script.m_refuseAllocators) return E_INVALIDARG;
   m_taken = ComPointer<IMemAllocator>(allocator);
   return S_OK;
 }
@@ -124,8 +107,7 @@ HRESULT CRecordingPin::GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties
 }
 
 ULONG CRecordingPin::NumberOf(IMediaSample* sample) {
-  LONGLONG start = 0;
-  LONGLONG stop = 0;
+  LONGLONG start = 0, stop = 0;
   return sample->GetMediaTime(&start, &stop) == S_OK ? static_cast<ULONG>(start) : 0;
 }
 
@@ -152,9 +134,7 @@ std::vector<SinkEvent> CRecordingPin::Events() {
 }
 
 std::size_t CRecordingPin::Count(SinkEvent::Kind kind) {
-  const std::vector<SinkEvent> events = Events();
-  return static_cast<std::size_t>(
-      std::count_if(events.begin(), events.end(), [kind](const SinkEvent& e) { return e.kind == kind; }));
+  return static_cast<std::size_t>(std::ranges::count(Events(), kind, &SinkEvent::kind));
 }
 
 std::vector<ULONG> CRecordingPin::LastSegment() {

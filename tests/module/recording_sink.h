@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "module/graph/base_filter.h"
-#include "module/graph/base_pin.h"
+#include "module/graph/base_input_pin.h"
 
 namespace kt::test {
 
@@ -42,19 +42,15 @@ struct SinkScript {
   const GUID* m_accept = nullptr;
 };
 
-class CRecordingPin : public CBasePin, public IMemInputPin {
+class CRecordingPin : public CBaseInputPin {
  public:
   CRecordingPin(CBaseFilter& filter, const std::wstring& name, SinkScript script);
-  DECLARE_IUNKNOWN
-  HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
-
   HRESULT CheckMediaType(const CMediaType& type) override;
   HRESULT GetMediaType(int position, CMediaType* type) override;
   HRESULT BreakConnect() override;
   HRESULT Active() override;
   HRESULT Inactive() override;
 
-  HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override;
   HRESULT STDMETHODCALLTYPE EndOfStream() override;
   HRESULT STDMETHODCALLTYPE BeginFlush() override;
   HRESULT STDMETHODCALLTYPE EndFlush() override;
@@ -64,8 +60,6 @@ class CRecordingPin : public CBasePin, public IMemInputPin {
   HRESULT STDMETHODCALLTYPE NotifyAllocator(IMemAllocator* allocator, WINBOOL readOnly) override;
   HRESULT STDMETHODCALLTYPE GetAllocatorRequirements(ALLOCATOR_PROPERTIES* properties) override;
   HRESULT STDMETHODCALLTYPE Receive(IMediaSample* sample) override;
-  HRESULT STDMETHODCALLTYPE ReceiveMultiple(IMediaSample**, LONG, LONG*) override { return E_NOTIMPL; }
-  HRESULT STDMETHODCALLTYPE ReceiveCanBlock() override { return S_OK; }
 
   std::vector<SinkEvent> Events();
   std::size_t Count(SinkEvent::Kind kind);
@@ -84,18 +78,15 @@ class CRecordingPin : public CBasePin, public IMemInputPin {
 
  private:
   static ULONG NumberOf(IMediaSample* sample);
+  HRESULT Refuse(bool* why, const std::vector<SinkEvent>& told);
 
   const SinkScript m_script;
   int m_refused = 0;
-  ComPointer<IMemAllocator> m_own;
-  ComPointer<IMemAllocator> m_taken;
+  ComPointer<IMemAllocator> m_own, m_taken;
 
   std::mutex m_lock;
   std::condition_variable m_changed;
-  bool m_flushing = false;
-  bool m_stopped = true;
-  bool m_blocked = false;
-  bool m_endDue = false;
+  bool m_flushing = false, m_stopped = true, m_blocked = false, m_endDue = false;
   std::vector<ComPointer<IMediaSample>> m_kept;
   std::vector<SinkEvent> m_events;
   std::atomic<double> m_segmentRate{1.0};

@@ -43,11 +43,6 @@ struct Decoded {
     EXPECT_EQ(decoder->FindPin(id, pin.Put()), S_OK);
     return pin;
   }
-  /// As a renderer does it: by what it is connected with.
-  void Seek(i64 position) const {
-    const auto seeking = As<IMediaSeeking>(Pin(L"Out"));
-    EXPECT_EQ(seeking->SetPositions(&position, AM_SEEKING_AbsolutePositioning, nullptr, 0), S_OK);
-  }
   void PlayToEnd() const {
     EXPECT_TRUE(SUCCEEDED(graph.m_control->Run()));
     EXPECT_TRUE(graph.Comes(EC_COMPLETE));

@@ -69,16 +69,17 @@ class CStandInInput final : public CRecordingPin {
     return result;
   }
 
-  HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* peer, const AM_MEDIA_TYPE* type) override {
-    if (IsConnected()) return VFW_E_ALREADY_CONNECTED;
-    if (CheckMediaType(CMediaType(*type)) != S_OK) return VFW_E_TYPE_NOT_ACCEPTED;
+  HRESULT CheckConnect(IPin* peer) override {
     if (m_shared.script.onConnect) m_shared.script.onConnect(peer);
+    return CRecordingPin::CheckConnect(peer);
+  }
+  HRESULT SetMediaType(const CMediaType& type) override {
     if (m_shared.work) {
-      const std::optional<CMediaType> output = m_shared.work->OutputType(*type);
+      const std::optional<CMediaType> output = m_shared.work->OutputType(type);
       if (!output) return VFW_E_TYPE_NOT_ACCEPTED;
       m_shared.output->Offer(*output);
     }
-    return CRecordingPin::ReceiveConnection(peer, type);
+    return CRecordingPin::SetMediaType(type);
   }
   HRESULT STDMETHODCALLTYPE EndOfStream() override {
     // Without an output it is a renderer, which tells the graph.
