@@ -1,53 +1,42 @@
 // Which box broke it: what is said of a file that the strict reader refuses.
 
 #include "tools/diagnosis/diagnosis.h"
+
+#include <nlohmann/json.hpp>
+
 #include "support/movie_builder.h"
-#include "tools/diagnosis/box_place.h"
 #include "tools/program.h"
-#include "tools/terminal/shown_text.h"
 
 namespace kt::test {
 namespace {
 
-using ListedBoxes = std::vector<std::pair<std::string, u64>>;
-
-// Path and place of all boxes that the reader takes apart.
-void ListBoxes(FileBytes& file, u64 at, u64 end, const std::string& path, ListedBoxes* list) {
-  const std::pair<const char*, u64> holders[] = {// with the bytes ahead of the boxes in them
-                                                 {"moov", 0}, {"trak", 0}, {"mdia", 0},  {"minf", 0},
-                                                 {"stbl", 0}, {"dinf", 0}, {"edts", 0},  {"udta", 0},
-                                                 {"stsd", 8}, {"dref", 8}, {"mp4v", 78}, {"mp4a", 28}};
-  u32 tracks = 0;
-  for (BoxPlace box; at < end && LookAtHeader(file, at, end, &box) == HeaderLook::kFits; at = box.End()) {
-    const std::string code = CodeText(box.code);
-    const std::string name = path + code + (code == "trak" ? "[" + std::to_string(++tracks) + "]" : "");
-    list->emplace_back(name, box.begin);
-    for (const auto& [holder, ahead] : holders)
-      if (code == holder) ListBoxes(file, box.Payload() + ahead, box.End(), name + "/", list);
+// Calls with path, place and size of all boxes below one.
+void ForEachBox(const nlohmann::json& owner, const auto& call) {
+  for (const nlohmann::json& box : owner.at("boxes")) {
+    call(box.at("path").get<std::string>(), box.at("offset").get<u32>(), box.at("size").get<u32>());
+    ForEachBox(box, call);
   }
 }
 
 // Each box of a film with a wrong size in turn: it is the one that is named, whatever the reader trips over.
 TEST(Diagnosis, NamesTheBoxThatWasBroken) {
   const std::vector<u8> film = ReadFile(Media("bframes-aac.mp4"));
-  FileBytes file(Media("bframes-aac.mp4"));
-  ListedBoxes list;
-  ListBoxes(file, 0, film.size(), "", &list);
   u32 refused = 0;
-  for (const auto& [path, place] : list) {
+  const auto boxes = ExpectRun({"dump", "--json", Media("bframes-aac.mp4")});
+  ForEachBox(nlohmann::json::parse(boxes), [&](const std::string& path, u32 place, u32 size) {
     for (const int wrongBy : {1, -1, 4, -4, 100}) {
       std::vector<u8> broken = film;
-      const u64 size = file.NumberAt(place, 4) + static_cast<u64>(wrongBy);
-      for (u32 i = 0; i < 4; ++i)
-        broken[static_cast<std::size_t>(place) + i] = static_cast<u8>(size >> (24 - 8 * i));
+      const Bytes wrong = Bytes().U32(size + static_cast<u32>(wrongBy));
+      std::ranges::copy(wrong, broken.begin() + place);
       const OpenedMovie movie(broken);
       if (movie.result == MP4_OK) continue;  // what is skipped by its size may be longer
       ++refused;
       const auto diagnosis = Diagnose(movie.Name());
       ASSERT_TRUE(diagnosis) << path << " " << wrongBy;
-      EXPECT_EQ(std::pair(diagnosis->path, diagnosis->offset), std::pair(path, place)) << diagnosis->Text();
+      EXPECT_EQ(std::pair(diagnosis->path, diagnosis->offset), std::pair(path, u64{place}))
+          << diagnosis->Text();
     }
-  }
+  });
   EXPECT_GT(refused, 245u);
 }
 
