@@ -20,11 +20,10 @@ class Caption final : CaptionReceiver {
     for (const test::Line21Pair& pair : Line21Pairs(script)) decoder.Decode(pair.data(), 2, ++m_pairs);
     return log;
   }
-  std::vector<std::string> Repeat(const char* script, int times) {
-    std::vector<std::string> all;
-    for (int i = 0; i < times; ++i)
-      for (const std::string& line : Feed(script)) all.push_back(line);
-    return all;
+  std::vector<std::string> Repeat(std::string_view script, int times) {
+    std::string scripts;
+    for (int i = 0; i < times; ++i) scripts += script;
+    return Feed(scripts);
   }
 
   std::vector<std::string> log;
@@ -167,8 +166,7 @@ TEST(Line21TextDecoder, SilenceClearsTheScreen) {
   EXPECT_EQ(rollUp.Repeat("{-}", 120), Log(120, "///ab"));
   rollUp.log.clear();
   rollUp.decoder.Decode(nullptr, 0, 0);
-  EXPECT_EQ(rollUp.log, (Log{"/", "///"}))
-      << "a call without bytes is silence; the empty rows are sent again";
+  EXPECT_EQ(rollUp.log, (Log{"/", "///"})) << "a call without bytes is silence; empty rows are sent again";
   rollUp.Repeat("{-}", 120);
   EXPECT_EQ(rollUp.Feed("cd"), Log{"///cd"});
   EXPECT_EQ(rollUp.Repeat("{-}", 120), Log(120, "///cd")) << "data starts the count anew";

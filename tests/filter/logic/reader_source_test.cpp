@@ -123,10 +123,11 @@ TEST(ReaderSource, WhatATrackDoesNotTellIsShownAndLeftOut) {
     host.file.tracks[0].failing = {failing};
     EXPECT_EQ(host.Source().Load("a.mp4"), FilterResult::Ok) << failing;
     EXPECT_EQ(host.errors, Words{shown}) << failing;
-    EXPECT_EQ(host.Source().Pins().size(), pin ? 2u : 1u) << failing;
-    EXPECT_EQ(host.file.open.size(), pin ? 2u : 1u) << failing;
-    EXPECT_EQ(host.Source().Tables().m_trackType[0], pin ? 1u : 0u) << failing;
-    EXPECT_EQ(host.Source().Tables().m_trackId[1], 2u) << failing;
+    const TrackTables& tables = host.Source().Tables();
+    EXPECT_EQ((std::tuple{host.Source().Pins().size(), host.file.open.size(), tables.m_trackType[0],
+                          tables.m_trackId[1]}),
+              (pin ? std::tuple{2u, 2u, 1u, 2u} : std::tuple{1u, 1u, 0u, 2u}))
+        << failing;
     EXPECT_TRUE(host.Source().Pins()[0]->SeekMaster()) << "the first pin, not the first track";
   }
 }

@@ -34,9 +34,8 @@ TEST(SourceName, NamesAndUrlsBecomePaths) {
   for (const auto& [name, path, isUrl, callbackName] : kRows) {
     SourceName parsed;
     ASSERT_EQ(ParseSourceName(name, &parsed), FilterResult::Ok) << name;
-    EXPECT_EQ(parsed.path, path) << name;
-    EXPECT_EQ(parsed.isUrl, isUrl) << name;
-    EXPECT_EQ(parsed.callbackName, callbackName) << name;
+    EXPECT_EQ(std::tie(parsed.path, parsed.isUrl, parsed.callbackName), std::tuple(path, isUrl, callbackName))
+        << name;
   }
 }
 

@@ -98,10 +98,11 @@ TEST(TimeText, DoesNotPadTheHours) {
 
 std::vector<std::string> Drain(TimedTextQueue& queue) {
   std::vector<std::string> items;
-  while (queue.Get([&](u64 time, const std::string& text) {
+  const auto take = [&](u64 time, const std::string& text) {
     items.push_back(std::to_string(time) + text);
     return FilterResult::Ok;
-  }) == FilterResult::Ok) {
+  };
+  while (queue.Get(take) == FilterResult::Ok) {
   }
   return items;
 }
@@ -114,11 +115,10 @@ TEST(TimedTextQueue, StoresWhileEnabledUntilTheCopyIsMade) {
   queue.Add(2, "");
   queue.Enable(true);
   // The application's memory may be exhausted.
-  EXPECT_EQ(queue.Get([](u64, const std::string&) { return FilterResult::OutOfMemory; }),
-            FilterResult::OutOfMemory);
-  EXPECT_THROW(
-      static_cast<void>(queue.Get([](u64, const std::string&) -> FilterResult { throw std::bad_alloc(); })),
-      std::bad_alloc);
+  const auto fail = [](u64, const std::string&) { return FilterResult::OutOfMemory; };
+  const auto lack = [](u64, const std::string&) -> FilterResult { throw std::bad_alloc(); };
+  EXPECT_EQ(queue.Get(fail), FilterResult::OutOfMemory);
+  EXPECT_THROW(static_cast<void>(queue.Get(lack)), std::bad_alloc);
   EXPECT_EQ(Drain(queue), (Log{"1a", "2"}));
   queue.Add(3, "c");
   queue.Enable(false);
