@@ -18,9 +18,8 @@ namespace {
 constexpr int kThreads = 4;
 
 void AtTheSameTime(auto&& work) {
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int i = 0; i < kThreads; ++i) threads.emplace_back([&work, i] { work(i); });
-  for (std::thread& thread : threads) thread.join();
 }
 
 // A film with hints, the same each time.
@@ -32,8 +31,7 @@ Bytes WrittenFilm() {
     EXPECT_EQ(WriteSample(pictures, 40, 10 * i, i % 12 == 0), MP4_OK);
     EXPECT_EQ(WriteSample(sound, 20, 80 * i), MP4_OK);
   }
-  EXPECT_EQ(movie->CloseTrack(pictures), MP4_OK);
-  EXPECT_EQ(movie->CloseTrack(sound), MP4_OK);
+  for (CMp4Track* track : {pictures, sound}) EXPECT_EQ(movie->CloseTrack(track), MP4_OK);
   EXPECT_EQ(movie->CloseHintTrack(movie.AddHintTrack(MP4_HINT_VIDEO, {1})), MP4_OK);
   EXPECT_EQ(movie->CloseHintTrack(movie.AddHintTrack(MP4_HINT_AAC, {2})), MP4_OK);
   return movie.Finish({});

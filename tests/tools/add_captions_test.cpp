@@ -26,21 +26,19 @@ struct Captioned {
 
 // 20 hours between two lines are more ticks than the writer takes in one step.
 TEST(AddCaptions, TimeCodesAndPairsComeBack) {
-  const struct {
-    char separator;
-    std::vector<std::string> options;
-    const char* time;  // of the last row
-  } rows[] = {{':', {}, "20:01:12.033"}, {';', {}, "19:59:59.961"}, {':', {"--rate", "30"}, "20:00:00.033"}};
-  for (const auto& row : rows) {
+  // What separates the frames, the options, and the time of the last row.
+  const std::tuple<char, std::vector<std::string>, const char*> rows[] = {
+      {':', {}, "20:01:12.033"}, {';', {}, "19:59:59.961"}, {':', {"--rate", "30"}, "20:00:00.033"}};
+  for (const auto& [separator, options, time] : rows) {
     Captioned file;
     std::string lines =
         "00:00:00?00\t9420 9420 c8e9 942f 942f\n\n00:01:02?29\t942c 942c\n\n00:01:03?01\t94ae\n\n"
         "00:59:59?29\t9425 c8e9 94ad\n\n01:00:00?02\t94ad c8e9\n\n20:00:00?00\tc8e9 94ad\n";
-    std::ranges::replace(lines, '?', row.separator);
-    file.Add(lines, row.options);
+    std::ranges::replace(lines, '?', separator);
+    file.Add(lines, options);
     EXPECT_EQ(file.Captions("scc"), "Scenarist_SCC V1.0\n\n" + lines);
     const std::string text = file.Captions("text");
-    EXPECT_EQ(Lines(text).back(), std::string(row.time) + "  HiHi") << text;
+    EXPECT_EQ(Lines(text).back(), std::string(time) + "  HiHi") << text;
     const std::string copy = file.folder / "copy.mp4";
     ExpectRun({"remux", file.out, copy});
     EXPECT_EQ(ExpectRun({"captions", "--format", "scc", copy}), file.Captions("scc"));

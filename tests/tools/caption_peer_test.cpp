@@ -12,19 +12,17 @@ namespace {
 
 using Rows = std::vector<std::string>;
 
-struct Script {
-  u32 second;
-  std::string script;
-};
+// Each behind the second at which it begins.
+using Scripts = std::vector<std::pair<u32, std::string>>;
 
 // A Scenarist file: a time code and the pairs as hexadecimal words in each line.
-std::string SccText(const std::vector<Script>& scripts) {
+std::string SccText(const Scripts& scripts) {
   std::string text = "Scenarist_SCC V1.0\n";
   char word[32];
-  for (const Script& line : scripts) {
-    std::snprintf(word, sizeof word, "\n00:%02u:%02u:00\t", line.second / 60, line.second % 60);
+  for (const auto& [second, script] : scripts) {
+    std::snprintf(word, sizeof word, "\n00:%02u:%02u:00\t", second / 60, second % 60);
     text += word;
-    for (const Line21Pair& pair : Line21Pairs(line.script)) {
+    for (const Line21Pair& pair : Line21Pairs(script)) {
       std::snprintf(word, sizeof word, "%02x%02x ", pair[0], pair[1]);
       text += word;
     }
@@ -36,9 +34,11 @@ std::string SccText(const std::vector<Script>& scripts) {
 // What ffmpeg makes of a file.
 std::string Converted(const std::string& text, const std::string& format, const std::string& options) {
   const TempFile file{Bytes().Text(text)};
-  return ExpectShell(ShellWord(KTMP4_FFMPEG) + " -v error -nostdin -f " + format + " -i " +
-                         ShellWord(file.Name()) + " " + options + " -",
-                     0, {});
+  std::string out = ExpectShell(ShellWord(KTMP4_FFMPEG) + " -v error -nostdin -f " + format + " -i " +
+                                    ShellWord(file.Name()) + " " + options + " -",
+                                0, {});
+  std::erase(out, '\r');
+  return out;
 }
 
 // A line of SubRip text without its marks.
@@ -47,7 +47,7 @@ std::string Plain(const std::string& line) {
   bool mark = false;
   for (const char letter : line) {
     if (letter == '<' || letter == '{') mark = true;
-    if (!mark && letter != '\r') plain += letter;
+    if (!mark) plain += letter;
     if (letter == '>' || letter == '}') mark = false;
   }
   return plain;
@@ -62,31 +62,28 @@ Rows PrintedRows(const std::string& out) {
 
 // 1350, 1370, 1450 and 1470 address the rows 12 to 15. In the modes without a buffer the next return or
 // address completes a row, so that the last one needs one, too.
-const std::vector<Script> kRollUp = {{1, "{RU3}{RU3}{CR}{CR}{1470}{1470}>> In other news today"},
-                                     {3, "{CR}{1470}and a second."},
-                                     {5, "{CR}{CR}{-}{-}>> Thank you"},
-                                     {7, "{CR}{CR}{1470}{1470}Back to{-}you."},
-                                     {9, "{CR}"},
-                                     {11, "{EDM}{EDM}"}};
-const std::vector<Script> kPopOn = {
+const Scripts kRollUp = {{1, "{RU3}{RU3}{CR}{CR}{1470}{1470}>> In other news today"},
+                         {3, "{CR}{1470}and a second."},
+                         {5, "{CR}{CR}{-}{-}>> Thank you"},
+                         {7, "{CR}{CR}{1470}{1470}Back to{-}you."},
+                         {9, "{CR}"},
+                         {11, "{EDM}{EDM}"}};
+const Scripts kPopOn = {
     {1, "{RCL}{RCL}{ENM}{ENM}{1470}{1470}Good morning!{EDM}{EDM}{EOC}{EOC}"},
     {4, "{RCL}{RCL}{ENM}{ENM}{1350}{1350}Three{1370}{1370}rows, one{1450}{1450}below{EDM}{EDM}{EOC}{EOC}"},
     {7, "{EDM}{EDM}"},
     {9, "{RCL}{ENM}{1370}1, 2, 3 & 4{1450}[5 + 6] = 11; $1 @ 50%{EOC}"},
     {12, "{EDM}{EDM}"}};
-const std::vector<Script> kPaintOn = {{1, "{RDC}{RDC}{1450}{1450}Painted as{1470}{1470}it comes"},
-                                      {4, "{EDM}{EDM}{RDC}{RDC}{1470}{1470}one row"},
-                                      {7, "{EDM}{EDM}{1470}"}};
+const Scripts kPaintOn = {{1, "{RDC}{RDC}{1450}{1450}Painted as{1470}{1470}it comes"},
+                          {4, "{EDM}{EDM}{RDC}{RDC}{1470}{1470}one row"},
+                          {7, "{EDM}{EDM}{1470}"}};
 
 TEST(CaptionPeer, HasTheSamePairsAndRows) {
-  const struct {
-    const char* mode;
-    std::vector<Script> scripts;
-    std::size_t rows;
-  } cases[] = {{"pop-on", kPopOn, 6}, {"roll-up", kRollUp, 4}, {"paint-on", kPaintOn, 3}};
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.mode);
-    const std::string text = SccText(row.scripts);
+  const std::tuple<const char*, Scripts, std::size_t> cases[] = {
+      {"pop-on", kPopOn, 6}, {"roll-up", kRollUp, 4}, {"paint-on", kPaintOn, 3}};
+  for (const auto& [mode, scripts, count] : cases) {
+    SCOPED_TRACE(mode);
+    const std::string text = SccText(scripts);
     const TempFolder folder;
     const std::string movie = folder / "movie.mp4";
     const std::string theirs = Converted(text, "scc", "-map 0 -c copy -f scc");
@@ -98,16 +95,13 @@ TEST(CaptionPeer, HasTheSamePairsAndRows) {
     std::set<std::string> theirRows;
     for (const std::string& line : Lines(Converted(text, "scc", "-f srt"))) theirRows.insert(Plain(line));
     const Rows rows = PrintedRows(ExpectRun({"captions", movie}));
-    EXPECT_EQ(rows.size(), row.rows);
+    EXPECT_EQ(rows.size(), count);
     for (const std::string& shown : rows) EXPECT_TRUE(theirRows.contains(shown)) << shown;
     const std::string srt = ExpectRun({"captions", "--format", "srt", movie});
-    std::string again = Converted(srt, "srt", "-f srt");
-    std::erase(again, '\r');
-    EXPECT_EQ(again, srt + "\n");
+    EXPECT_EQ(Converted(srt, "srt", "-f srt"), srt + "\n");
     ExpectParts(srt, rows);
-    std::string fromVtt = Converted(ExpectRun({"captions", "--format", "vtt", movie}), "webvtt", "-f srt");
-    std::erase(fromVtt, '\r');
-    EXPECT_EQ(fromVtt, again);
+    const std::string vtt = ExpectRun({"captions", "--format", "vtt", movie});
+    EXPECT_EQ(Converted(vtt, "webvtt", "-f srt"), srt + "\n");
   }
 }
 

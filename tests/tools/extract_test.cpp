@@ -134,9 +134,7 @@ TEST(Extract, InterruptedLeavesNothingBehind) {
     }
     int status = 0;
     // As soon as a second file stands in the folder the samples are on their way.
-    while (folder.Names().size() < 2 && waitpid(child, &status, WNOHANG) == 0) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    while (folder.Names().size() < 2 && waitpid(child, &status, WNOHANG) == 0) usleep(1000);
     ASSERT_EQ(folder.Names().size(), 2u) << "it ended before it could be interrupted: " << ReadText(err);
     const std::string part = folder.Names().front();
     EXPECT_TRUE(names.insert(part).second) << part;

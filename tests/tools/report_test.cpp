@@ -21,8 +21,8 @@ TEST(Report, ShowsWhatIsInAFile) {
 // Two edits of which the first delays by 2^54 seconds: a double has no room for a part of one beside them.
 TEST(Report, TakesTimesBeyondAllBounds) {
   const Bytes records = Bytes().U64(u64{1} << 54).U64(~u64{0}).U32(0x10000).U64(1).U64(0).U32(0x10000);
-  Movie movie =
-      MovieOf(Track().With(&Track::edts, Box("edts", {FullBox("elst", 1, 0, Bytes().U32(2).Add(records))})));
+  const Bytes edits = FullBox("elst", 1, 0, Bytes().U32(2).Add(records));
+  Movie movie = MovieOf(Track().With(&Track::edts, Box("edts", {edits})));
   movie.mvhd = Mvhd(1);
   ExpectParts(ExpectRun({"report", TempFile(movie.Build()).Name()}),
               {"<dt>sync samples<dd>all", "nothing for 18014398509481984.000 s"});
