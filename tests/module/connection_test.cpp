@@ -9,21 +9,13 @@ namespace {
 
 class ConnectionTest : public FrameTest {};
 
-CMediaType Type(const GUID& subtype, const GUID& format = FORMAT_None) {
-  CMediaType type;
-  type.majortype = MEDIATYPE_Stream;
-  type.subtype = subtype;
-  type.formattype = format;
-  return type;
-}
-
 // A full type is the only one tried; else what the peer lists comes first, then what the pin offers.
 TEST_F(ConnectionTest, TriesTypesInOrder) {
-  const CMediaType first = Type(kFirstSubtype), second = Type(kSecondSubtype);
-  const CMediaType foreign = Type(MEDIASUBTYPE_RGB24);
-  const CMediaType openSecond = Type(kSecondSubtype, GUID_NULL);
-  const CMediaType openForeign = Type(MEDIASUBTYPE_RGB24, GUID_NULL);
-  CMediaType itsFormat = Type(GUID_NULL), otherFormat = Type(GUID_NULL, FORMAT_VideoInfo);
+  const CMediaType first = StreamType(kFirstSubtype), second = StreamType(kSecondSubtype);
+  const CMediaType foreign = StreamType(MEDIASUBTYPE_RGB24);
+  const CMediaType openSecond = StreamType(kSecondSubtype, GUID_NULL);
+  const CMediaType openForeign = StreamType(MEDIASUBTYPE_RGB24, GUID_NULL);
+  CMediaType itsFormat = StreamType(GUID_NULL), otherFormat = StreamType(GUID_NULL, FORMAT_VideoInfo);
   const int formatOfTheSecond = 1;
   ASSERT_EQ(itsFormat.SetFormat(&formatOfTheSecond, sizeof formatOfTheSecond), S_OK);
   ASSERT_EQ(otherFormat.SetFormat(&formatOfTheSecond, sizeof formatOfTheSecond), S_OK);
@@ -75,7 +67,7 @@ TEST_F(ConnectionTest, AgreesOnAnAllocator) {
       {"both refused", true, 2, 0, 1, Taken::None},
   };
   // Refusing both for one type leaves nothing to refuse for the next one: let there be but one type.
-  const CMediaType only = Type(kFirstSubtype);
+  const CMediaType only = StreamType(kFirstSubtype);
   for (const auto& [what, peerHasOne, refused, alignment, asked, taken] : cases) {
     SCOPED_TRACE(what);
     SourceAndSink pair(
@@ -84,9 +76,8 @@ TEST_F(ConnectionTest, AgreesOnAnAllocator) {
     pair.ExpectConnected(taken != Taken::None);
     EXPECT_EQ(pair.source->Pin().m_asked.cbAlign, asked);
     const CRecordingPin& pin = pair.sink->Pin();
-    if (taken != Taken::None) {
-      EXPECT_EQ(pin.TakenAllocator() == pin.OwnAllocator(), taken == Taken::Peers);
-    }
+    EXPECT_TRUE(taken == Taken::None ||
+                (pin.TakenAllocator() == pin.OwnAllocator()) == (taken == Taken::Peers));
   }
 }
 
@@ -107,12 +98,11 @@ TEST_F(ConnectionTest, ChangesInTheStoppedStateOnly) {
 
   Held<CCountingSource> other;
   EXPECT_EQ(pin.Connect(&other->Pin(), nullptr), VFW_E_INVALID_DIRECTION);
-  const CMediaType type = Type(kFirstSubtype);
+  const CMediaType type = StreamType(kFirstSubtype);
   EXPECT_EQ(pin.ReceiveConnection(&other->Pin(), &type), VFW_E_INVALID_DIRECTION);
   // What flows downstream has no business here.
-  EXPECT_EQ(pin.EndOfStream(), E_UNEXPECTED);
-  EXPECT_EQ(pin.BeginFlush(), E_UNEXPECTED);
-  EXPECT_EQ(pin.EndFlush(), E_UNEXPECTED);
+  for (const HRESULT answer : {pin.EndOfStream(), pin.BeginFlush(), pin.EndFlush()})
+    EXPECT_EQ(answer, E_UNEXPECTED);
 }
 
 // And they outlive every other reference on what they list.

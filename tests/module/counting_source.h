@@ -17,6 +17,14 @@ namespace kt::test {
 inline constexpr GUID kFirstSubtype = {0x1, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}};
 inline constexpr GUID kSecondSubtype = {0x2, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}};
 
+inline CMediaType StreamType(const GUID& subtype, const GUID& format = FORMAT_None) {
+  CMediaType type;
+  type.majortype = MEDIATYPE_Stream;
+  type.subtype = subtype;
+  type.formattype = format;
+  return type;
+}
+
 /// Delivers samples without an end that have their number as media time, unless `m_fill` has other plans.
 /// `m_write` does the rest.
 class CCountingPin final : public CSourceStream {
@@ -31,9 +39,7 @@ class CCountingPin final : public CSourceStream {
   HRESULT GetMediaType(int position, CMediaType* type) override {
     if (position > (m_type ? 0 : 1)) return VFW_S_NO_MORE_ITEMS;
     if (m_type) return type->Set(*m_type);
-    type->majortype = MEDIATYPE_Stream;
-    type->subtype = position == 0 ? kFirstSubtype : kSecondSubtype;
-    type->formattype = FORMAT_None;
+    type->Set(StreamType(position == 0 ? kFirstSubtype : kSecondSubtype));
     return type->SetFormat(&position, sizeof position);
   }
   HRESULT DecideBufferSize(IMemAllocator* allocator, ALLOCATOR_PROPERTIES* properties) override {

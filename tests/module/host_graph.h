@@ -7,6 +7,8 @@
 #include <strmif.h>
 #include <uuids.h>
 
+#include <functional>
+
 #include "module/com/com_pointer.h"
 #include "module/deadline.h"
 
@@ -39,23 +41,18 @@ struct HostGraph {
 
   /// Takes events off the graph until this one comes; false when it does not. `look` sees each event's code
   /// and parameters.
-  template <class Look>
-  bool Comes(long wanted, Look look) {
+  bool Comes(long wanted, const std::function<void(long, LONG_PTR, LONG_PTR)>& look = nullptr) {
     return Eventually([&] {
       long code = 0;
-      LONG_PTR first = 0;
-      LONG_PTR second = 0;
+      LONG_PTR first = 0, second = 0;
       // Some managers answer at once that there is no event, whatever the time given.
       while (m_events->GetEvent(&code, &first, &second, 10) == S_OK) {
-        look(code, first, second);
+        if (look) look(code, first, second);
         m_events->FreeEventParams(code, first, second);
         if (code == wanted) return true;
       }
       return false;
     });
-  }
-  bool Comes(long wanted) {
-    return Comes(wanted, [](long, LONG_PTR, LONG_PTR) {});
   }
 
   ComPointer<IGraphBuilder> m_builder;

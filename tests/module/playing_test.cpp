@@ -61,8 +61,7 @@ TEST_F(PlayingFrameTest, APinThatCanNotStartTakesTheOthersBack) {
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(pair.source->Run(0), E_ABORT);
     EXPECT_EQ(pair.source->State(), State_Stopped);
-    EXPECT_FALSE(pair.source->Pin().ThreadExists());
-    EXPECT_FALSE(late.ThreadExists());
+    EXPECT_FALSE(pair.source->Pin().ThreadExists() || late.ThreadExists());
   }
   late.m_start = S_OK;
   EXPECT_EQ(pair.source->Run(0), S_OK);

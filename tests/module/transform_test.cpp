@@ -110,14 +110,6 @@ struct Chain {
 using enum SinkEvent::Kind;
 using Events = std::vector<SinkEvent>;
 
-CMediaType StreamType(const GUID& subtype) {
-  CMediaType type;
-  type.majortype = MEDIATYPE_Stream;
-  type.subtype = subtype;
-  type.formattype = FORMAT_None;
-  return type;
-}
-
 class TransformTest : public FrameTest {};
 
 TEST_F(TransformTest, TheOutputGoesByTheInput) {
@@ -151,9 +143,8 @@ TEST_F(TransformTest, TheOutputGoesByTheInput) {
     chain.up.m_type = StreamType(subtype);
     chain.up.m_refusals = refusals;
     EXPECT_EQ(chain.up.Connect(&chain.in, nullptr) == S_OK, refusals == 0);
-    EXPECT_EQ(chain.in.IsConnected(), refusals == 0);
-    EXPECT_EQ(chain.out.IsConnected(), stands);
-    EXPECT_EQ(chain.end.IsConnected(), stands);
+    EXPECT_EQ(std::tuple(chain.in.IsConnected(), chain.out.IsConnected(), chain.end.IsConnected()),
+              std::tuple(refusals == 0, stands, stands));
   }
   EXPECT_EQ(chain.filter->Pause(), S_OK);
   EXPECT_EQ(chain.in.NotifyAllocator(chain.in.Allocator().Get(), FALSE), VFW_E_NOT_STOPPED);
@@ -227,16 +218,10 @@ TEST_F(TransformTest, KeepsTheOrderOfWhatStreams) {
   EXPECT_EQ(chain.Send(8), S_OK);
   for (int i = 0; i < 2; ++i) EXPECT_EQ(chain.in.EndOfStream(), S_OK);
   EXPECT_EQ(chain.Send(9), VFW_E_SAMPLE_REJECTED_EOS);
-  EXPECT_EQ(chain.end.Events(), (Events{{NewSegment, 5},
-                                        {Sample, 1},
-                                        {BeginFlush, 0},
-                                        {EndFlush, 0},
-                                        {Sample, 5},
-                                        {Sample, 6},
-                                        {Sample, 7},
-                                        {NewSegment, 6},
-                                        {Sample, 8},
-                                        {EndOfStream, 0}}));
+  const SinkEvent expected[] = {{NewSegment, 5}, {Sample, 1},     {BeginFlush, 0}, {EndFlush, 0},
+                                {Sample, 5},     {Sample, 6},     {Sample, 7},     {NewSegment, 6},
+                                {Sample, 8},     {EndOfStream, 0}};
+  EXPECT_EQ(chain.end.Events(), Events(std::begin(expected), std::end(expected)));
   ComPointer<IMediaSample> sample;
   ASSERT_EQ(chain.in.Allocator()->GetBuffer(sample.Put(), nullptr, nullptr, 0), S_OK);
   chain.Stop();
