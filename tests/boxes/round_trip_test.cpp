@@ -34,8 +34,9 @@ const Bytes kEntryHead = Bytes().Zeros(6).U16(7);
 const Bytes kPicture = Bytes(Counted(16)).U16(320).U16(240).U32s({0x480000, 0x480001, 0x11223344}).U16(1);
 const Bytes kVisualPart = Bytes(kPicture).Text("\4Name and more").Zeros(18).U16(24).U16(0xFFFF);
 const Bytes kAudioPart = Bytes().Add(Counted(8)).U16(6).U16(24).U16(3).U16(4).U16(48000).U16(5);
-const Bytes kEsBody = {1, 2, 0, 4,    17, 0x40, 0x15, 0,    3,    0, 0, 1, 0xF4,
-                       0, 0, 1, 0x77, 0,  5,    2,    0x11, 0x90, 6, 1, 2};
+const Bytes kConfig = Descriptor(
+    4, Bytes().U8(0x40).U8(0x17).U24(0x030000).U32(128000).U32(96000).Add(Descriptor(5, {0x12, 0x10})));
+const Bytes kEsBody = Bytes().U16(513).U8(0xC5).U16(7).U8(3).Text("a:b").Add(kConfig).Add(Descriptor(6, {2}));
 const Bytes kEsds = FullBox("esds", 0, 0, Descriptor(3, kEsBody));
 
 // The lines of a dump one level or more further in.
@@ -53,15 +54,25 @@ std::string Indented(const std::string& lines, const std::string& indent) {
   return text;
 }
 
-// What a descriptor prints of itself; its own tests look at the words.
-std::string DescriptorDump(const Bytes& bytes) {
-  return Dumped(*ReadDescriptor(bytes).descriptor, 1);
-}
-
-std::string EsdsDump(u32 size = 39) {
-  const std::string lines =
-      "Box type = esds  Size = " + std::to_string(size) + "\nVersion=0, Flags=0x000000\n";
-  return "\n" + Indented(lines + DescriptorDump(Descriptor(3, kEsBody)), "  ");
+std::string EsdsDump(u32 size = 45) {
+  const std::string lines = "Box type = esds  Size = " + std::to_string(size) +
+                            "\nVersion=0, Flags=0x000000\n" +
+                            "\n  ES descriptor\n  Tag: 0x03  Size: 31\n"
+                            "  ES_ID: 513\n"
+                            "  Stream dependence flag: 1 URL flag 1 OCR stream flag 0\n"
+                            "  Stream priority: 5\n"
+                            "  Depends on ES-Id: 7\n"
+                            "  URL length 3 URL string:\n    a:b\n"
+                            "\n    Decoder config descriptor\n    Tag: 0x04  Size: 17\n"
+                            "    Object indication: 0x40  Stream type: 0x05\n"
+                            "    UpStream flag: TRUE\n"
+                            "    Buffer size DB: 196608\n"
+                            "    Max. bitrate: 128000 Avg. bitrate: 96000\n"
+                            "\n      Decoder specific info\n      Tag: 0x05  Size: 2\n"
+                            "      {\n        12 10 \n      }\n"
+                            "\n    SL config descriptor\n    Tag: 0x06  Size: 1\n"
+                            "    Predefined SL header: 2\n";
+  return "\n" + Indented(lines, "  ");
 }
 
 const char kChildDump[] = "{\n  Box type = free  Size = 8\n}\n";
@@ -160,7 +171,7 @@ std::vector<RoundTrip> SampleEntryCases() {
       {"mp4s", Box("mp4s", Bytes(kEntryHead).Add(kEsds)), head + EsdsDump()},
       {"reserved bytes of an entry are dropped", Box("mp4s", Bytes(dirtyHead).Add(kEsds)), head + EsdsDump(),
        Box("mp4s", Bytes(kEntryHead).Add(kEsds))},
-      {"padded descriptor sizes shrink", Box("mp4s", Bytes(kEntryHead).Add(paddedEsds)), head + EsdsDump(42),
+      {"padded descriptor sizes shrink", Box("mp4s", Bytes(kEntryHead).Add(paddedEsds)), head + EsdsDump(48),
        Box("mp4s", Bytes(kEntryHead).Add(kEsds))},
       {"s263", Box("s263", Bytes(kEntryHead).Add(kVisualPart).Add(d263)),
        visual + "\n  Box type = d263  Size = 25\n  {\n"
@@ -234,11 +245,52 @@ std::vector<RoundTrip> HintCases() {
 }
 
 std::vector<RoundTrip> OtherCases() {
-  const Bytes iod = Descriptor(16, Bytes().U16(0x004F).Add({0xFF, 0xFE, 15, 3, 0xFD, 14, 4, 0, 0, 0, 7}));
-  const Bytes od = Descriptor(17, {0x00, 0x5F});
+  const auto iods = [](const Bytes& descriptor) { return FullBox("iods", 0, 0, descriptor); };
+  const auto reference = [](u16 index) { return Descriptor(15, Bytes().U16(index)); };
+  const Bytes ids = Bytes().U16(0xFFDF), url = Bytes().U16(0x053F).U8(4).Add({'u', 0, 'v', 'w'});
+  const Bytes levels = {0xFF, 0xFE, 15, 3, 0xFD}, plain = Bytes().U16(0x004F).Add(levels);
+  const Bytes tracks = Bytes().Add(Descriptor(14, Bytes().U32(1))).Add(Descriptor(14, Bytes().U32(~0u)));
+  const Bytes mixed = Bytes(ids).Add(Descriptor(200, {1})).Add(Descriptor(64)).Add(reference(7));
+  const Bytes extended = Bytes(url).Add(reference(1)).Add(Descriptor(128)).Add(Descriptor(64));
+  const std::string levelLines =
+      "\n  ODProfileLevelIndication: 0xff\n  SceneProfileLevelIndication: 0xfe\n"
+      "  AudioProfileLevelIndication: 0x0f\n  VisualProfileLevelIndication: 0x03\n"
+      "  GraphicsProfileLevelIndication: 0xfd\n";
+  const std::string trackLines =
+      "\n    ES ID inc\n    Tag: 0x0e  Size: 4\n    TrackID: 1\n"
+      "\n    ES ID inc\n    Tag: 0x0e  Size: 4\n    TrackID: -1\n"
+      "\n    Unknown\n    Tag: 0x41  Size: 0\n";
+  const auto head = [](const std::string& size) {
+    return "{\n\n  MP4 IOD\n  Tag: 0x10  Size: " + size + "\n  OD_ID: 1\n  URLFlag: ";
+  };
   return {
-      {"iods", FullBox("iods", 0, 0, iod), "{\n" + DescriptorDump(iod) + "}\n"},
-      {"iods of a plain descriptor", FullBox("iods", 0, 0, od), "{\n" + DescriptorDump(od) + "}\n"},
+      {"iods", iods(Descriptor(16, Bytes(plain).Add(tracks).Add(Descriptor(65)))),
+       head("21") + "FALSE\n  IncludeInlineProfileLevelFlag: FALSE" + levelLines + trackLines + "}\n"},
+      {"iods with profiles inline", iods(Descriptor(16, Bytes().U16(0x005F).Add(levels))),
+       head("7") + "FALSE\n  IncludeInlineProfileLevelFlag: TRUE" + levelLines + "}\n"},
+      {"iods without a URL loses extensions", iods(Descriptor(16, Bytes(plain).Add(Descriptor(130)))),
+       head("9") + "FALSE\n  IncludeInlineProfileLevelFlag: FALSE" + levelLines + "}\n",
+       iods(Descriptor(16, plain))},
+      {"iods with a URL has no levels",
+       iods(Descriptor(16, Bytes().U16(0x006F).U8(3).Text("x:y").Add(tracks).Add(Descriptor(130)))),
+       head("20") + "TRUE\n  IncludeInlineProfileLevelFlag: FALSE\n  URLString: x:y\n" +
+           "\n    Unknown\n    Tag: 0x82  Size: 0\n}\n",
+       iods(Descriptor(16, Bytes().U16(0x006F).U8(3).Text("x:y").Add(Descriptor(130))))},
+      {"iods of a plain descriptor keeps references, then information",
+       iods(Descriptor(17, Bytes(mixed).Add(Descriptor(96)).Add(reference(0xFFFE)).Add(Descriptor(95)))),
+       "{\n\n  MP4 OD\n  Tag: 0x11  Size: 19\n  OD_ID: 1023\n  URLFlag: FALSE\n"
+       "\n    ES ID ref\n    Tag: 0x0f  Size: 2\n    Track ref: 7\n"
+       "\n    ES ID ref\n    Tag: 0x0f  Size: 2\n    Track ref: 65534\n"
+       "\n    Unknown\n    Tag: 0x40  Size: 0\n"
+       "\n    Unknown\n    Tag: 0x5f  Size: 0\n}\n",
+       iods(Descriptor(
+           17, Bytes(ids).Add(reference(7)).Add(reference(0xFFFE)).Add(Descriptor(64)).Add(Descriptor(95))))},
+      {"iods of one with a URL keeps extensions alone",
+       iods(Descriptor(17, Bytes(extended).Add(Descriptor(254)).Add(Descriptor(255)))),
+       "{\n\n  MP4 OD\n  Tag: 0x11  Size: 19\n  OD_ID: 20\n  URLFlag: TRUE\n  URLString: u\n"
+       "\n    Unknown\n    Tag: 0x80  Size: 0\n"
+       "\n    Unknown\n    Tag: 0xfe  Size: 0\n}\n",
+       iods(Descriptor(17, Bytes(url).Add(Descriptor(128)).Add(Descriptor(254))))},
       {"free loses its payload", Box("free", Counted(9)), "", Box("free")},
       {"nmhd is unknown when read", FullBox("nmhd", 0, 0), "", Box("nmhd")},
       {"ln21 is unknown when read", Box("ln21", Bytes(kEntryHead).U8(0)), "", Box("ln21")},

@@ -30,32 +30,10 @@ Bytes Es(const Bytes& fields) {
 static_assert(!std::is_move_constructible_v<CESDescriptor> &&
               !std::is_constructible_v<CBaseDescriptor, const CESDescriptor&>);
 
-TEST(EsDescriptor, RoundTripsAndPrints) {
-  const Bytes bytes = Es(Bytes().U16(513).U8(0xC5).U16(7).U8(3).Text("a:b"));
-  ReadDescriptor read(bytes);
-  ASSERT_EQ(MP4_OK, read.result);
-  EXPECT_EQ(3u, read.tag);
-  EXPECT_EQ(bytes.size(), read.consumed);
-  EXPECT_EQ(
-      "\n  ES descriptor\n  Tag: 0x03  Size: 31\n"
-      "  ES_ID: 513\n"
-      "  Stream dependence flag: 1 URL flag 1 OCR stream flag 0\n"
-      "  Stream priority: 5\n"
-      "  Depends on ES-Id: 7\n"
-      "  URL length 3 URL string:\n    a:b\n"
-      "\n    Decoder config descriptor\n    Tag: 0x04  Size: 17\n"
-      "    Object indication: 0x40  Stream type: 0x05\n"
-      "    UpStream flag: TRUE\n"
-      "    Buffer size DB: 196608\n"
-      "    Max. bitrate: 128000 Avg. bitrate: 96000\n"
-      "\n      Decoder specific info\n      Tag: 0x05  Size: 2\n"
-      "      {\n        12 10 \n      }\n"
-      "\n    SL config descriptor\n    Tag: 0x06  Size: 1\n"
-      "    Predefined SL header: 2\n",
-      Dumped(*read.descriptor, 1));
-  EXPECT_EQ(bytes, Written(*read.descriptor));
-  // A predefined SL config is written, and refused all the same. The URL's bytes count for the room as well.
-  ExpectBufferFormMatches(*read.descriptor, MP4_NOT_READY);
+// A predefined SL config is written, and refused all the same. The URL's bytes count for the room as well.
+TEST(EsDescriptor, HasTheSameBytesInMemory) {
+  ExpectBufferFormMatches(*ReadDescriptor(Es(Bytes().U16(513).U8(0xC5).U16(7).U8(3).Text("a:b"))).descriptor,
+                          MP4_NOT_READY);
 }
 
 // Of the flags byte the writer keeps dependence, URL and the two priority bits that reading lets through.

@@ -25,39 +25,13 @@ Bytes Es(u8 streamByte) {
 
 const Bytes kLevels = {0xFF, 0xFE, 15, 3, 0xFD};
 
-TEST(ObjectDescriptor, KeepsReferencesAndObjectContentInformation) {
-  const Bytes ids = Bytes().U16(0xFFDF);  // id 1023, no URL, reserved bits set
-  const Bytes extension = Descriptor(200, {1});
-  Bytes body = Bytes(ids).Add(extension).Add(Descriptor(64)).Add(Reference(7)).Add(Es(0));
-  body.Add(Descriptor(96)).Add(Reference(0xFFFE)).Add(Descriptor(95));
-  ReadDescriptor od(Descriptor(17, body));
-  ASSERT_EQ(MP4_OK, od.result);
-  EXPECT_EQ(
-      "\n  MP4 OD\n  Tag: 0x11  Size: 42\n  OD_ID: 1023\n  URLFlag: FALSE\n"
-      "\n    ES ID ref\n    Tag: 0x0f  Size: 2\n    Track ref: 7\n"
-      "\n    ES ID ref\n    Tag: 0x0f  Size: 2\n    Track ref: 65534\n"
-      "\n    Unknown\n    Tag: 0x40  Size: 0\n"
-      "\n    Unknown\n    Tag: 0x5f  Size: 0\n",
-      Dumped(*od.descriptor, 1));
-  // Written are the references, then the information; what else there was is lost, the extension too.
-  body = Bytes(ids).Add(Reference(7)).Add(Reference(0xFFFE)).Add(Descriptor(64)).Add(Descriptor(95));
-  EXPECT_EQ(Descriptor(17, body), Written(*od.descriptor));
-  ExpectBufferFormMatches(*od.descriptor);
-}
-
-// With a URL it is the other way round: only extension descriptors are kept.
-TEST(ObjectDescriptor, WithUrlKeepsExtensionsOnly) {
-  const Bytes ids = Bytes().U16(0x053F).U8(4).Add({'u', 0, 'v', 'w'});  // id 20
-  Bytes body = Bytes(ids).Add(Reference(1)).Add(Descriptor(128)).Add(Descriptor(64));
-  ReadDescriptor od(Descriptor(1, body.Add(Descriptor(254)).Add(Descriptor(255))));
-  ASSERT_EQ(MP4_OK, od.result);
-  EXPECT_EQ(
-      "\nObject descriptor\nTag: 0x01  Size: 19\nOD_ID: 20\nURLFlag: TRUE\nURLString: u\n"
-      "\n  Unknown\n  Tag: 0x80  Size: 0\n"
-      "\n  Unknown\n  Tag: 0xfe  Size: 0\n",
-      Dumped(*od.descriptor));
-  EXPECT_EQ(Descriptor(1, Bytes(ids).Add(Descriptor(128)).Add(Descriptor(254))), Written(*od.descriptor));
-  ExpectBufferFormMatches(*od.descriptor);
+TEST(ObjectDescriptor, HasTheSameBytesInMemory) {
+  const Bytes url = Bytes().U16(0x053F).U8(4).Text("u:vw");
+  const Bytes plain = Bytes().U16(0x051F).Add(Reference(7)).Add(Descriptor(64));
+  for (const Bytes& bytes : {Descriptor(1, Bytes(url).Add(Descriptor(128))), Descriptor(17, plain)}) {
+    const ReadDescriptor od(bytes);
+    ExpectBufferFormMatches(*od.descriptor);
+  }
 }
 
 TEST(ObjectDescriptor, IsBuiltByItsSetters) {
@@ -90,43 +64,6 @@ TEST(ObjectDescriptors, RefuseShortBodies) {
   }
 }
 
-TEST(InitialObjectDescriptor, RoundTripsAndPrints) {
-  for (const bool inlined : {false, true}) {
-    const Bytes start = Bytes().U8(0).U8(inlined ? 0x5F : 0x4F).Add(kLevels);
-    const Bytes bytes =
-        Descriptor(16, Bytes(start).Add(Inclusion(1)).Add(Inclusion(0xFFFFFFFF)).Add(Descriptor(65)));
-    ReadDescriptor iod(bytes);
-    ASSERT_EQ(MP4_OK, iod.result);
-    EXPECT_EQ(
-        std::string(
-            "\nMP4 IOD\nTag: 0x10  Size: 21\nOD_ID: 1\nURLFlag: FALSE\nIncludeInlineProfileLevelFlag: ") +
-            (inlined ? "TRUE" : "FALSE") +
-            "\nODProfileLevelIndication: 0xff\nSceneProfileLevelIndication: 0xfe\n"
-            "AudioProfileLevelIndication: 0x0f\nVisualProfileLevelIndication: 0x03\n"
-            "GraphicsProfileLevelIndication: 0xfd\n"
-            "\n  ES ID inc\n  Tag: 0x0e  Size: 4\n  TrackID: 1\n"
-            "\n  ES ID inc\n  Tag: 0x0e  Size: 4\n  TrackID: -1\n"
-            "\n  Unknown\n  Tag: 0x41  Size: 0\n",
-        Dumped(*iod.descriptor));
-    EXPECT_EQ(bytes, Written(*iod.descriptor));
-    // Extensions are lost without a URL.
-    ReadDescriptor extended(Descriptor(16, Bytes(start).Add(Descriptor(130))));
-    EXPECT_EQ(Descriptor(16, start), Written(*extended.descriptor));
-  }
-}
-
-TEST(InitialObjectDescriptor, WithUrlHasNoLevels) {
-  const Bytes start = Bytes().U16(0x006F).U8(3).Text("x:y");
-  ReadDescriptor iod(Descriptor(16, Bytes(start).Add(Inclusion(1)).Add(Descriptor(130))));
-  ASSERT_EQ(MP4_OK, iod.result);
-  EXPECT_EQ(
-      "\nMP4 IOD\nTag: 0x10  Size: 14\nOD_ID: 1\nURLFlag: TRUE\nIncludeInlineProfileLevelFlag: FALSE\n"
-      "URLString: x:y\n\n  Unknown\n  Tag: 0x82  Size: 0\n",
-      Dumped(*iod.descriptor));
-  EXPECT_EQ(Descriptor(16, Bytes(start).Add(Descriptor(130))), Written(*iod.descriptor));
-  for (const u32 room : {64u, 0u}) EXPECT_EQ(MP4_NOT_READY, BufferResult(*iod.descriptor, room));
-}
-
 // Embedded ES descriptors are looked for under the tag of pointers to tracks, whatever the descriptor's tag.
 TEST(InitialObjectDescriptor, ReadsTheSystemsFormAsTheFileForm) {
   const Bytes start = Bytes().U16(0x000F).Add(kLevels);
@@ -154,6 +91,7 @@ TEST(InitialObjectDescriptor, IsBuiltByItsSetters) {
   EXPECT_EQ(MP4_NOT_READY, iod.AddEsIdInc(3));
   const Bytes start = Bytes().U16(0xFFCF).Add({1, 2, 3, 4, 5});
   EXPECT_EQ(Descriptor(2, start), Written(iod));
+  for (const u32 room : {64u, 0u}) EXPECT_EQ(MP4_NOT_READY, BufferResult(iod, room));
   ASSERT_EQ(MP4_OK, iod.AddEsDescriptor(std::make_unique<CDecoderSpecificInfo>()));
   ASSERT_EQ(MP4_OK, iod.SetFileForm(1));
   ASSERT_EQ(MP4_OK, iod.AddEsIdInc(3));
