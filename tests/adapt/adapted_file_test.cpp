@@ -56,33 +56,30 @@ TEST(AdaptedFile, BringsSampleEntriesIntoThePlainForm) {
   };
   const Bytes version2 = Bytes().U32(72).U64(0x40E5888000000000).U32(2).Zeros(20);  // 44100.0, two channels
   const Bytes amr = Bytes().Add(kBtrt).Add(Box("damr", Bytes().Text("abc")));
-  const struct {
-    const char* what;
-    Bytes entry;
-    u32 channels, rate, infoSize;
-    u32 notes = ADAPT_ENTRY_BOXES;
-  } kCases[] = {
-      {"around it", sound("mp4a", 0, 2, 44100, Bytes().Add(kBtrt).Add(esds).Add(kBtrt)), 2, 44100, 2},
-      {"version 1", sound("mp4a", 1, 2, 44100, Bytes().Zeros(16).Add(wave)), 2, 44100, 2},
+  // Channels, rate, size of the set-up and notes.
+  constexpr u32 kBoxes = ADAPT_ENTRY_BOXES;
+  const std::tuple<const char*, Bytes, u32, u32, u32, u32> kCases[] = {
+      {"around it", sound("mp4a", 0, 2, 44100, Bytes().Add(kBtrt).Add(esds).Add(kBtrt)), 2, 44100, 2, kBoxes},
+      {"version 1", sound("mp4a", 1, 2, 44100, Bytes().Zeros(16).Add(wave)), 2, 44100, 2, kBoxes},
       {"version 2", sound("mp4a", 2, 3, 1, Bytes().Add(version2).Add(esds)), 2, 44100, 2, 0},
-      {"version 1 without its fields", sound("mp4a", 1, 2, 44100, esds), 2, 44100, 2},
+      {"version 1 without its fields", sound("mp4a", 1, 2, 44100, esds), 2, 44100, 2, kBoxes},
       {"no set-up", sound("mp4a", 0, 1, 8000, {}), 1, 8000, 777, ADAPT_NO_DECODER_SET_UP},
-      {"AMR", sound("samr", 0, 1, 8000, amr), 1, 8000, 3},
+      {"AMR", sound("samr", 0, 1, 8000, amr), 1, 8000, 3, kBoxes},
       {"another code", sound("ec-3", 0, 6, 48000, Bytes().Text("!")), 777, 777, 0, 0},
       {"that of another box", Box("stsd", Bytes().Zeros(8)), 777, 777, 0, ADAPT_ENTRY_REPLACED},
   };
-  for (const auto& row : kCases) {
-    SCOPED_TRACE(row.what);
-    Adapted adapted(SoundTrack(row.entry));
+  for (const auto& [what, entry, channels, rate, infoSize, notes] : kCases) {
+    SCOPED_TRACE(what);
+    Adapted adapted(SoundTrack(entry));
     ASSERT_EQ(adapted.Samples(), kPlain);
-    EXPECT_EQ(adapted.Notes(), row.notes);
+    EXPECT_EQ(adapted.Notes(), notes);
     OpenedMovie movie(adapted.Plain());
     const auto track = movie.OpenTrack();
-    EXPECT_EQ(Ask(*track, &CMp4Track::GetChannelCount).value, row.channels);
-    EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleRate).value, row.rate);
-    EXPECT_EQ(Ask(*track, &CMp4Track::GetDecoderSpecificInfoSize, 1u).value, row.infoSize);
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetChannelCount).value, channels);
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetSampleRate).value, rate);
+    EXPECT_EQ(Ask(*track, &CMp4Track::GetDecoderSpecificInfoSize, 1u).value, infoSize);
   }
-  const Adapted adapted(SoundTrack(kCases[6].entry));
+  const Adapted adapted(SoundTrack(std::get<1>(kCases[6])));
   const AdaptedEntry* const entry = adapted.image.FindEntry(1, 1);
   ASSERT_NE(entry, nullptr);
   EXPECT_EQ(adapted.image.FindEntry(1, 2), nullptr);
@@ -96,29 +93,23 @@ TEST(AdaptedFile, AppliesEditLists) {
   const Bytes claimed = Box("edts", {TableBox("elst", 0xFFFFFFFF, Bytes().U32s({9, 0xFFFFFFFF, 0}))});
   const Bytes rate = Box("edts", {TableBox("elst", 1, Bytes().U32s({40, 0, 0x20000}))});
   constexpr u32 kCut = ADAPT_SAMPLES_OUTSIDE_EDIT;
-  const struct {
-    const char* what;
-    Bytes edts;
-    std::vector<u64> keys;
-    const char* samples;
-    u32 notes = 0;
-  } kCases[] = {
-      {"a plain one", Edts({{40, 0}}), {1, 2, 3, 4}, kPlain},
-      {"to the end", Edts({{0, 0}}), {1, 2, 3, 4}, kPlain},
-      {"two delays", Edts({{7, -1}, {8, -1}, {40, 0}}), {1}, "a15/15* bb25/25 ccc35/35 dddd45/45"},
+  const std::tuple<const char*, Bytes, std::vector<u64>, const char*, u32> kCases[] = {
+      {"a plain one", Edts({{40, 0}}), {1, 2, 3, 4}, kPlain, 0},
+      {"to the end", Edts({{0, 0}}), {1, 2, 3, 4}, kPlain, 0},
+      {"two delays", Edts({{7, -1}, {8, -1}, {40, 0}}), {1}, "a15/15* bb25/25 ccc35/35 dddd45/45", 0},
       {"from a sync sample", Edts({{20, 20}}), {1, 3}, "ccc0/0* dddd10/10", kCut},
       {"from behind one", Edts({{10, 10}}), {1, 3}, "a0/0* bb10/10", kCut},
       {"from within a sample", Edts({{12, 28}}), {1, 3}, "ccc0/0* dddd10/10", kCut},
       {"delayed and cut", Edts({{30, -1}, {10, 20}}), {1, 3, 4}, "ccc30/30*", kCut},
       {"further edits", Edts({{20, 0}, {20, 0}}), {1, 2}, "a0/0* bb10/10*", kCut | ADAPT_FURTHER_EDITS},
       {"nothing is shown", Edts({{20, 900}}), {1}, "", kCut},
-      {"more than there are", claimed, {1}, "a9/9* bb19/19 ccc29/29 dddd39/39"},
+      {"more than there are", claimed, {1}, "a9/9* bb19/19 ccc29/29 dddd39/39", 0},
       {"a rate", rate, {1, 2, 3, 4}, kPlain, ADAPT_EDIT_RATE},
   };
-  for (const auto& row : kCases) {
-    Adapted adapted(Track().With(&Track::edts, row.edts).With(&Track::stss, Stss(row.keys)));
-    EXPECT_EQ(adapted.Samples(), row.samples) << row.what;
-    EXPECT_EQ(adapted.Notes(), row.notes) << row.what;
+  for (const auto& [what, edts, keys, samples, notes] : kCases) {
+    Adapted adapted(Track().With(&Track::edts, edts).With(&Track::stss, Stss(keys)));
+    EXPECT_EQ(adapted.Samples(), samples) << what;
+    EXPECT_EQ(adapted.Notes(), notes) << what;
   }
   const Track alike = Track().With(&Track::stsz, ConstantStsz(2, 4)).With(&Track::edts, Edts({{10, 30}}));
   EXPECT_EQ(Adapted(alike).Samples(), "cd0/0*");
@@ -156,20 +147,15 @@ TEST(AdaptedFile, AddsFragments) {
   const auto at = [](u64 time) { return FullBox("tfdt", 1, 0, Bytes().U64(time)); };
   const auto timed = [&](u64 time) { return Moof({place, at(time), two(0)}); };
   const Bytes untimed = Moof({place, two(0)});
-  const struct {
-    const char* what;
-    std::vector<Bytes> fragments;
-    const char* samples;
-    u32 notes = 0;
-  } kCases[] = {
-      {"two runs, below 0", {Moof({place, at(0), two(0), more})}, "a0/5* bb5/10 ccc11/11*"},
-      {"a gap", {timed(50), timed(70)}, "a50/50* bb55/55 a70/70* bb75/75"},
-      {"no times", {untimed, untimed}, "a0/0* bb5/5 a11/11* bb16/16"},
-      {"some overlap", {untimed, timed(8)}, "a0/0* bb5/5 a8/8* bb13/13"},
+  const std::tuple<const char*, std::vector<Bytes>, const char*, u32> kCases[] = {
+      {"two runs, below 0", {Moof({place, at(0), two(0), more})}, "a0/5* bb5/10 ccc11/11*", 0},
+      {"a gap", {timed(50), timed(70)}, "a50/50* bb55/55 a70/70* bb75/75", 0},
+      {"no times", {untimed, untimed}, "a0/0* bb5/5 a11/11* bb16/16", 0},
+      {"some overlap", {untimed, timed(8)}, "a0/0* bb5/5 a8/8* bb13/13", 0},
       {"too much of it", {untimed, timed(2)}, "a0/0* bb5/5 a11/11* bb16/16", ADAPT_TIMES_OVERLAP},
       {"more records than there are", {Moof({place, cut})}, "a0/0*", ADAPT_RUNS_IGNORED},
-      {"defaults", {Moof({defaults, firstFlags})}, "a0/0* b7/7 b14/14"},
-      {"no such track", {Moof({FullBox("tfhd", 0, 0x20000, Bytes().U32(5)), two(0)})}, ""},
+      {"defaults", {Moof({defaults, firstFlags})}, "a0/0* b7/7 b14/14", 0},
+      {"no such track", {Moof({FullBox("tfhd", 0, 0x20000, Bytes().U32(5)), two(0)})}, "", 0},
   };
   Track empty;
   empty.stsz = Stsz({});
@@ -178,12 +164,12 @@ TEST(AdaptedFile, AddsFragments) {
   empty.chunkOffsets = Stco({});
   Movie movie = MovieOf(empty);
   movie.udta = Box("mvex", {FullBox("trex", 0, 0, Bytes().U32s({1, 1, 1, 0, 0}))});
-  for (const auto& row : kCases) {
+  for (const auto& [what, fragments, samples, notes] : kCases) {
     Bytes file = movie.Build();
-    for (const Bytes& fragment : row.fragments) file.Add(fragment);
+    for (const Bytes& fragment : fragments) file.Add(fragment);
     Adapted adapted(file);
-    EXPECT_EQ(adapted.Samples(), row.samples) << row.what;
-    EXPECT_EQ(adapted.Notes(), row.notes) << row.what;
+    EXPECT_EQ(adapted.Samples(), samples) << what;
+    EXPECT_EQ(adapted.Notes(), notes) << what;
   }
   // Counted from the "moof", behind which the data stands; and all of it ahead of the movie.
   const Bytes fragment = Moof({FullBox("tfhd", 0, 0x20000, Bytes().U32(1)), two(84)});

@@ -16,31 +16,27 @@ Bytes LargeBox(const char* code, u64 largeSize, const Bytes& payload = {}) {
 // A size of 0 or 1, too small for its header, or in its long form.
 TEST(BoxHeader, TakesEveryFormOfTheSize) {
   const Bytes user = Bytes().Text("0123456789abcdef");
-  const struct {
-    const char* name;
-    Bytes bytes;
-    Mp4Result result;
-    u64 size = 0, remaining = 0;
-  } cases[] = {
+  // The answer, and then the size and what remains of it behind the header.
+  const std::tuple<const char*, Bytes, Mp4Result, u64, u64> cases[] = {
       {"plain", Box("free", Bytes().Zeros(3)), MP4_OK, 11, 3},
       {"to the end of the file", WithDeclaredSize(Box("free", Bytes().Zeros(9)), 0), MP4_OK, 17, 9},
       {"long form for a small size", LargeBox("free", 24, Bytes().Zeros(8)), MP4_OK, 24, 8},
       {"above 32 bits it counts 8 more", LargeBox("free", 0x100000010), MP4_OK, 0x100000018, 0x100000000},
-      {"long form below its header", LargeBox("free", 15), MP4_CORRUPT},
-      {"2", WithDeclaredSize(Box("free"), 2), MP4_CORRUPT},
-      {"7", WithDeclaredSize(Box("free"), 7), MP4_CORRUPT},
+      {"long form below its header", LargeBox("free", 15), MP4_CORRUPT, 0, 0},
+      {"2", WithDeclaredSize(Box("free"), 2), MP4_CORRUPT, 0, 0},
+      {"7", WithDeclaredSize(Box("free"), 7), MP4_CORRUPT, 0, 0},
       {"uuid", Box("uuid", user), MP4_OK, 24, 0},
-      {"uuid below its header", WithDeclaredSize(Box("uuid", user), 20), MP4_CORRUPT},
+      {"uuid below its header", WithDeclaredSize(Box("uuid", user), 20), MP4_CORRUPT, 0, 0},
       // The size is tested behind the user type, so the cut shows first.
-      {"uuid cut and too small", WithDeclaredSize(Box("uuid", Bytes().Zeros(15)), 20), MP4_OUT_OF_RANGE},
+      {"uuid cut and too small", WithDeclaredSize(Box("uuid", Bytes().Zeros(15)), 20), MP4_OUT_OF_RANGE, 0,
+       0},
   };
-  for (const auto& test : cases) {
-    SCOPED_TRACE(test.name);
+  for (const auto& [name, bytes, result, size, remaining] : cases) {
     CBox box;
-    EXPECT_EQ(test.result, box.Deserialize(MemoryBlock(test.bytes)));
-    if (test.result != MP4_OK) continue;
-    EXPECT_EQ(test.size, Got(box, &CBox::GetSize));
-    EXPECT_EQ(test.remaining, Got(box, &CBox::GetRemaining));
+    EXPECT_EQ(result, box.Deserialize(MemoryBlock(bytes))) << name;
+    if (result != MP4_OK) continue;
+    EXPECT_EQ(size, Got(box, &CBox::GetSize)) << name;
+    EXPECT_EQ(remaining, Got(box, &CBox::GetRemaining)) << name;
   }
 }
 
@@ -48,7 +44,7 @@ TEST(BoxHeader, UserTypeIsKeptAndNeeded) {
   const Bytes bytes = Box("uuid", Bytes().Text("0123456789abcdef").Zeros(4));
   const auto box = ReadBoxAs(bytes);
   EXPECT_EQ(Box("uuid", Bytes().Text("0123456789abcdef")), WrittenBytes(box.get()));
-  EXPECT_TRUE(DumpText(box.get()).find("User type = ") != std::string::npos);
+  EXPECT_TRUE(Dumped(*box).find("User type = ") != std::string::npos);
   EXPECT_EQ(MP4_NOT_READY, CBox(FourCc("uuid")).Serialize(MemoryBlock(std::size_t{32})));
 }
 

@@ -334,8 +334,8 @@ TEST(RoundTrip, EveryBoxReadsPrintsSizesAndWritesItself) {
     EXPECT_EQ(test.bytes.size(), read.position);
     const bool isFull = dynamic_cast<CFullBox*>(read.box.get()) != nullptr;
     const std::string dump = HeadLines(test.bytes, isFull) + test.dump;
-    EXPECT_EQ(dump, DumpText(read.box.get()));
-    EXPECT_EQ(Indented(dump, "  "), DumpText(read.box.get(), 1));
+    EXPECT_EQ(dump, Dumped(*read.box));
+    EXPECT_EQ(Indented(dump, "  "), Dumped(*read.box, 1));
     const Bytes& written = test.written ? *test.written : test.bytes;
     EXPECT_EQ(written, WrittenBytes(read.box.get()));
     EXPECT_EQ(test.size.value_or(written.size()), Got(*read.box, &CBox::GetSize));

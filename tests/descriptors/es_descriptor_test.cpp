@@ -60,26 +60,24 @@ TEST(EsDescriptor, FlagsLosePriorityBitsAndTheOcrFlag) {
 TEST(EsDescriptor, Refuses) {
   const auto es = [](const Bytes& rest) { return Descriptor(3, Bytes().U16(1).Add(rest)); };
   const Bytes more = Es(Bytes().U16(1));
-  const struct {
-    const char* what;
-    Bytes bytes;
-    Mp4Result result = MP4_DESCRIPTOR_OVERRUN;
-  } rows[] = {
-      {"no body", Descriptor(3)},
-      {"two bytes of body", es({}).Add(more)},
-      {"a dependence without its id", es({0x80}).Add(more)},
-      {"a URL flag without a URL", es({0x40}).Add(more)},
-      {"a URL longer than the body", es(Bytes().U8(0x40).U8(9).Text("abc")).Zeros(99)},
+  constexpr Mp4Result kOverrun = MP4_DESCRIPTOR_OVERRUN;
+  const std::tuple<const char*, Bytes, Mp4Result> rows[] = {
+      {"no body", Descriptor(3), kOverrun},
+      {"two bytes of body", es({}).Add(more), kOverrun},
+      {"a dependence without its id", es({0x80}).Add(more), kOverrun},
+      {"a URL flag without a URL", es({0x40}).Add(more), kOverrun},
+      {"a URL longer than the body", es(Bytes().U8(0x40).U8(9).Text("abc")).Zeros(99), kOverrun},
       {"no children", es({0}), MP4_NOT_FOUND},
       {"no decoder config", es(Bytes().U8(0).Add(Sl())), MP4_NOT_FOUND},
       {"no SL config", es(Bytes().U8(0).Add(Config())), MP4_NOT_FOUND},
-      {"a child larger than the body", es(Bytes().U8(0).Add(Config()).Add({6, 2})).Add({2, 0})},
-      {"a decoder config of 12 bytes", es(Bytes().U8(0).Add(Descriptor(4, Bytes().Zeros(12))).Add(Sl()))},
+      {"a child larger than the body", es(Bytes().U8(0).Add(Config()).Add({6, 2})).Add({2, 0}), kOverrun},
+      {"a decoder config of 12 bytes", es(Bytes().U8(0).Add(Descriptor(4, Bytes().Zeros(12))).Add(Sl())),
+       kOverrun},
   };
-  for (const auto& row : rows) {
-    ReadDescriptor read(row.bytes);
-    EXPECT_EQ(row.result, read.result) << row.what;
-    EXPECT_EQ(nullptr, read.descriptor) << row.what;
+  for (const auto& [what, bytes, result] : rows) {
+    const ReadDescriptor read(bytes);
+    EXPECT_EQ(result, read.result) << what;
+    EXPECT_EQ(nullptr, read.descriptor) << what;
   }
 }
 
@@ -198,14 +196,9 @@ TEST(SlConfig, CompositionDurationLandsInTheAccessUnitDuration) {
 
 // What can be written depends on what an earlier custom header has left behind.
 TEST(SlConfig, WritesPredefinedHeadersOnly) {
-  const struct {
-    const char* what;
-    Bytes body;                 // read first
-    u8 predefined;              // set then
-    u32 size;                   // of the body
-    Mp4Result storage, buffer;  // with room for all
-    u32 room;                   // one less than what is needed
-  } rows[] = {
+  // What is read first and set then, the size of the body, what a storage and memory answer with room for
+  // all, and one byte less than is needed.
+  const std::tuple<const char*, Bytes, u8, u32, Mp4Result, Mp4Result, u32> rows[] = {
       {"custom", CustomSl(0, 0), 0, 1, MP4_BAD_VALUE, MP4_NOT_READY, 1},
       {"1", {1}, 1, 1, MP4_OK, MP4_NOT_READY, 2},
       {"1 after a duration", CustomSl(0x01, 0).Zeros(8), 1, 9, MP4_NOT_READY, MP4_NOT_READY, 2},
@@ -214,17 +207,17 @@ TEST(SlConfig, WritesPredefinedHeadersOnly) {
       // An unknown value is refused and stored, and clears nothing: the one way to a success in memory.
       {"3 after time stamps", CustomSl(0x04, 33), 3, 1, MP4_OK, MP4_OK, 2},
   };
-  for (const auto& row : rows) {
-    ReadDescriptor read(Descriptor(6, row.body));
-    ASSERT_EQ(MP4_OK, read.result) << row.what;
+  for (const auto& [what, body, predefined, size, storage, buffer, room] : rows) {
+    SCOPED_TRACE(what);
+    ReadDescriptor read(Descriptor(6, body));
     auto& sl = read.As<CSLConfigDescriptor>();
-    EXPECT_EQ(row.predefined > 2 ? MP4_NOT_READY : MP4_OK, sl.SetPredefined(row.predefined));
-    EXPECT_EQ(row.storage, WriteResult(sl)) << row.what;
-    u32 size = 0, header = 0;
-    ASSERT_EQ(MP4_OK, sl.GetSize(&size, &header));
-    EXPECT_EQ(row.size, size) << row.what;
-    EXPECT_EQ(row.buffer, BufferResult(sl, 64)) << row.what;
-    EXPECT_EQ(MP4_BUFFER_TOO_SMALL, BufferResult(sl, row.room)) << row.what;
+    EXPECT_EQ(predefined > 2 ? MP4_NOT_READY : MP4_OK, sl.SetPredefined(predefined));
+    EXPECT_EQ(storage, WriteResult(sl));
+    u32 told = 0;
+    Got(sl, &CSLConfigDescriptor::GetSize, &told);
+    EXPECT_EQ(size, told);
+    EXPECT_EQ(buffer, BufferResult(sl, 64));
+    EXPECT_EQ(MP4_BUFFER_TOO_SMALL, BufferResult(sl, room));
   }
 }
 

@@ -67,10 +67,8 @@ void operator delete[](void* block, std::size_t /*size*/) noexcept {
   operator delete(block);
 }
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 // A run of operations, of which one runs out of memory. It is tried again then, and the run goes on, unless
 // the operation cannot be repeated.
@@ -218,4 +216,4 @@ TEST(ChunkMemory, OfALargeSampleIsGivenBack) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -52,12 +52,17 @@ auto Got(Object&& object, Operation operation, Arguments... arguments) {
   return answer.value;
 }
 
+/// What an operation prints.
+template <class Operation>
+std::string Printed(Operation&& operation, Mp4Result expected = MP4_OK) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(expected, operation());
+  return testing::internal::GetCapturedStdout();
+}
 /// What `Dump` prints.
 template <class Item>
 std::string Dumped(Item& item, int indent = 0, Mp4Result expected = MP4_OK) {
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(expected, item.Dump(indent));
-  return testing::internal::GetCapturedStdout();
+  return Printed([&] { return item.Dump(indent); }, expected);
 }
 
 }  // namespace kt::test

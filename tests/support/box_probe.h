@@ -47,8 +47,4 @@ inline Bytes WrittenBytes(CBox* box) {
   return storage.Written();
 }
 
-inline std::string DumpText(CBox* box, int indent = 0, Mp4Result expected = MP4_OK) {
-  return Dumped(*box, indent, expected);
-}
-
 }  // namespace kt::test

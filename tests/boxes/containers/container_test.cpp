@@ -36,7 +36,7 @@ constexpr Mp4Result kReady = MP4_OK, kMissed = MP4_NOT_READY;
 TEST(Container, ToleratesMissingChildrenAsItsClassDoes) {
   const auto check = [](auto&& box, const Tolerances& expected) {
     SCOPED_TRACE(expected.code);
-    const std::string dump = DumpText(&box, 0, expected.serialize);
+    const std::string dump = Dumped(box, 0, expected.serialize);
     EXPECT_TRUE(dump.ends_with("\n" + std::string(expected.dumpTail))) << dump;
     EXPECT_EQ(expected.calculateSize, box.CalculateSize());
     MemoryBlock storage(64);

@@ -82,7 +82,7 @@ TEST(SampleEntry, NewEntriesHaveTheirDefaults) {
   EXPECT_EQ(Box("s263", fields), WrittenBytes(&video));
   CLine21SampleEntry captions;
   EXPECT_EQ(MP4_OK, captions.SetConfig("\7", 1));
-  EXPECT_TRUE(DumpText(&captions, 1).ends_with("  m_ui16DataReferenceIndex: 1\n  Config=0\n"));
+  EXPECT_TRUE(Dumped(captions, 1).ends_with("  m_ui16DataReferenceIndex: 1\n  Config=0\n"));
 }
 
 // The name fills its field with no zero byte: printing it stops at the field's end.
@@ -90,7 +90,7 @@ TEST(SampleEntry, PrintsTheCompressorNameWithinItsField) {
   Bytes name = Bytes().U8(31).Text(std::string(31, 'n'));
   const Bytes entry = Box("s263", Bytes().Zeros(42).Add(name).Text("DEEP").Add(Box("d263")));
   const auto box = ReadBoxAs(entry);
-  EXPECT_NE(std::string::npos, DumpText(box.get()).find("Compressor Name=" + std::string(31, 'n') + "\n"));
+  EXPECT_NE(std::string::npos, Dumped(*box).find("Compressor Name=" + std::string(31, 'n') + "\n"));
 }
 
 TEST(SpecificData, NullDataKeepsItsSizeAndCountsNoBytes) {
@@ -99,7 +99,7 @@ TEST(SpecificData, NullDataKeepsItsSizeAndCountsNoBytes) {
   EXPECT_EQ(MP4_OK, box.SetData(nullptr, 0xFFFFFFFF));
   EXPECT_EQ(0xFFFFFFFF, Got(box, &CH263SpecificBox::GetDataSize));
   EXPECT_EQ(Box("d263"), WrittenBytes(&box));
-  EXPECT_TRUE(DumpText(&box).ends_with("{\n}\n"));
+  EXPECT_TRUE(Dumped(box).ends_with("{\n}\n"));
 }
 
 }  // namespace

@@ -6,10 +6,8 @@
 #include "boxes/headers/track_header_box.h"
 #include "support/open_storage.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 /// Answers one access to 32 bits with a failure and does all of them.
 class RecoveringStorage : public CStorage {
@@ -58,4 +56,4 @@ TEST(Box, DumpOfAVeryLargeBox) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -29,10 +29,10 @@ TEST(Nesting, IsBoundedAt64Levels) {
     ReadBoxResult deepest = ReadBox(bytes);
     ASSERT_EQ(MP4_OK, deepest.result);
     EXPECT_EQ(bytes, WrittenBytes(deepest.box.get()));
-    DumpText(deepest.box.get(), 60);
+    Dumped(*deepest.box, 60);
     CUserDataBox oneMore;
     EXPECT_EQ(MP4_OK, oneMore.AddChild(std::move(deepest.box)));
-    DumpText(&oneMore, 0, tooDeep);
+    Dumped(oneMore, 0, tooDeep);
     EXPECT_EQ(tooDeep, ReadBox(Box("udta", bytes)).result);
   }
   EXPECT_EQ(MP4_CORRUPT, ReadBox(NestedBoxes(3000)).result);

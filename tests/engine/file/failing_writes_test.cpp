@@ -10,10 +10,8 @@
 #include "support/file_size_limit.h"
 #include "support/written_movie.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 u32 SizeOf(u32 sample, u32 largest) {
   return 1 + sample * 37 % largest;
@@ -106,6 +104,6 @@ TEST(FailingWrite, OfLongTablesIsRepeatedFromTheirBegin) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test
 
 #endif

@@ -4,10 +4,8 @@
 
 #include "support/written_movie.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 // The brands are final before the first sample, and a file without tracks gets no "moov".
 TEST(FileWriting, OpenLaysDownBrandsAndTheHeaderOfTheMediaData) {
@@ -60,15 +58,11 @@ TEST(FileWriting, DumpSizesTheBoxesFirstAndClosingIsTraced) {
   WrittenMovie movie;
   CMp4Track* track = movie.AddTextTrack();
   ASSERT_EQ(movie->CloseTrack(track), MP4_OK);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(movie->Dump(), MP4_OK);
-  const std::string dump = testing::internal::GetCapturedStdout();
+  const std::string dump = Printed([&] { return movie->Dump(); });
   EXPECT_NE(dump.find("Box type = stco  Size = 16\n"), std::string::npos) << dump;
   EXPECT_NE(dump.find("Box type = mdat  Size = 16\n"), std::string::npos) << dump;
   ASSERT_EQ(movie->SetTraceLevel(1), MP4_OK);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(movie->Close(), MP4_OK);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "CMp4FileImpl::Close >> All boxes serialized\n");
+  EXPECT_EQ(Printed([&] { return movie->Close(); }), "CMp4FileImpl::Close >> All boxes serialized\n");
 }
 
 // Closing.
@@ -111,4 +105,4 @@ TEST(FileWriting, CloseCanBeRepeatedAndLeavesOneMovie) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

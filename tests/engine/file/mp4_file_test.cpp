@@ -7,15 +7,11 @@
 
 #include "support/movie_builder.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
 
-using namespace test;
-
 std::string DumpOf(CMp4File* file, Mp4Result expected = MP4_OK) {
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(file->Dump(), expected);
-  return testing::internal::GetCapturedStdout();
+  return Printed([&] { return file->Dump(); }, expected);
 }
 
 TEST(Mp4File, OpenTestsItsArgumentsInOrder) {
@@ -63,15 +59,15 @@ TEST(Mp4File, TracesItsStepsWhenAsked) {
     const std::unique_ptr<CMp4File> file = NewFile();
     EXPECT_EQ(file->SetTraceLevel(level), MP4_OK);
     EXPECT_EQ(file->SetTraceLevel(3), MP4_BAD_ARGUMENT);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(file->Open(temp.Name().c_str(), MP4_MODE_READ, type), result);
+    const std::string printed =
+        Printed([&] { return file->Open(temp.Name().c_str(), MP4_MODE_READ, type); }, result);
     const std::string head = "CMp4FileImpl::Open >> ";
     const std::string expected =
         head + "File is not yet opened\n" + head + "Filename " + temp.Name() + " is OK\n" + head +
         "Filemode READ is OK\n" + head + "Filetype " + typeName + " is OK\n" + head +
         "Storage opened successfully\n" + head + "instanciated BoxList\n" + head + "Filesize is " +
         std::to_string(content.size()) + " Bytes\n" + head + "All boxes de-serialized\n";
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), level == 0 ? "" : expected + end);
+    EXPECT_EQ(printed, level == 0 ? "" : expected + end);
   }
 }
 
@@ -260,4 +256,4 @@ TEST(Mp4File, TheMoviesSessionDescriptionIsCopiedWhenItFits) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -12,10 +12,8 @@
 #include "support/file_size_limit.h"
 #endif
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 // A track of two samples that last two seconds each; a format of 0 stands for none that pictures have.
 u32 AddMediaTrack(WrittenMovie& movie, u32 kind, u32 format = MP4_FORMAT_MP4V, const Bytes& info = {1}) {
@@ -130,27 +128,21 @@ Bytes StreamedEsDescriptor(const Bytes& content, u32 track, const std::string& u
 }
 
 TEST(SessionDescription, CarriesThePresentation) {
-  const struct {
-    const char* what;
-    Bytes videoInfo;
-    bool video, audio;
-    Bytes scene;
-  } cases[] = {
+  const std::tuple<const char*, Bytes, bool, bool, Bytes> cases[] = {
       {"both", {1}, true, true, kBothScene},
       {"sound", {1}, false, true, kAudioScene},
       {"a content of which the length of a URL keeps the rest modulo 256", Bytes(200, 7), true, false,
        kVideoScene},
   };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, videoInfo, hasVideo, hasAudio, scene] : cases) {
+    SCOPED_TRACE(what);
     WrittenMovie movie(MP4_TYPE_MP4);
-    u32 audio = 0, video = 0;
-    if (row.audio) audio = AddMediaTrack(movie, MP4_KIND_AUDIO);
-    if (row.video) video = AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, row.videoInfo);
+    const u32 audio = hasAudio ? AddMediaTrack(movie, MP4_KIND_AUDIO) : 0;
+    const u32 video = hasVideo ? AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, videoInfo) : 0;
     // Further ones, of which nothing is said.
-    if (row.audio) AddMediaTrack(movie, MP4_KIND_AUDIO, MP4_FORMAT_MP4A, {9});
-    if (row.video) AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, {9});
-    HintTrackOf(movie, video + (row.video ? 0 : audio), row.video ? MP4_HINT_VIDEO : MP4_HINT_AAC);
+    if (hasAudio) AddMediaTrack(movie, MP4_KIND_AUDIO, MP4_FORMAT_MP4A, {9});
+    if (hasVideo) AddMediaTrack(movie, MP4_KIND_VIDEO, MP4_FORMAT_MP4V, {9});
+    HintTrackOf(movie, video + (hasVideo ? 0 : audio), hasVideo ? MP4_HINT_VIDEO : MP4_HINT_AAC);
     const u32 count = Got(*movie, &CMp4File::GetTrackCount);
     ASSERT_EQ(movie->AddSceneTracks(video, audio, 0), MP4_OK);
     const Bytes content = movie.Finish({});
@@ -162,8 +154,8 @@ TEST(SessionDescription, CarriesThePresentation) {
     Bytes descriptor = Bytes().U16(0x000F).Add({0xFF, 0xFF, 15, 3, 0xFF});
     descriptor.Add(
         StreamedEsDescriptor(content, count + 1, "data:application/mpeg4-od-au;base64," + Base64(update)));
-    descriptor.Add(StreamedEsDescriptor(content, count + 2,
-                                        "data:application/mpeg4-bifs-au;base64," + Base64(row.scene)));
+    descriptor.Add(
+        StreamedEsDescriptor(content, count + 2, "data:application/mpeg4-bifs-au;base64," + Base64(scene)));
     const std::string text =
         "a=control:*\r\na=isma-compliance:1,1.0,1\r\na=mpeg4-iod: \"data:application/mpeg4-iod;base64," +
         Base64(Descriptor(2, descriptor)) + "\"\r\n";
@@ -189,26 +181,21 @@ TEST(SessionDescription, OfASecondFileOfTheSameObjectStartsAnew) {
 }
 
 TEST(SessionDescription, NeedsAPresentationByTheTypeOfTheFile) {
-  const struct {
-    const char* what;
-    u32 fileType, format;
-    bool hinted, scene;
-    Mp4Result result;
-  } cases[] = {
+  const std::tuple<const char*, u32, u32, bool, bool, Mp4Result> cases[] = {
       {"hinted, without the scene", MP4_TYPE_MP4, MP4_FORMAT_MP4V, true, false, MP4_NO_SCENE_TRACKS},
       {"not hinted", MP4_TYPE_MP4, MP4_FORMAT_MP4V, false, false, MP4_OK},
       {"3GP", MP4_TYPE_3GP, MP4_FORMAT_MP4V, true, false, MP4_OK},
       {"pictures without an ES descriptor", MP4_TYPE_MP4, MP4_FORMAT_S263, true, true, MP4_NOT_FOUND},
       {"the same in 3GP", MP4_TYPE_3GP, MP4_FORMAT_S263, true, false, MP4_OK},
   };
-  for (const auto& row : cases) {
-    WrittenMovie movie(row.fileType);
-    const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO, row.format);
-    if (row.hinted) HintTrackOf(movie, video, MP4_HINT_VIDEO);
-    ASSERT_EQ(row.scene ? movie->AddSceneTracks(video, 0, 0) : MP4_OK, MP4_OK);
-    EXPECT_EQ(movie->Close(), row.result) << row.what;
-    EXPECT_EQ(BoxAt(movie.Content(), "moov/udta"), Bytes()) << row.what;
-    if (row.result != MP4_NO_SCENE_TRACKS) continue;
+  for (const auto& [what, fileType, format, hinted, scene, result] : cases) {
+    WrittenMovie movie(fileType);
+    const u32 video = AddMediaTrack(movie, MP4_KIND_VIDEO, format);
+    if (hinted) HintTrackOf(movie, video, MP4_HINT_VIDEO);
+    ASSERT_EQ(scene ? movie->AddSceneTracks(video, 0, 0) : MP4_OK, MP4_OK);
+    EXPECT_EQ(movie->Close(), result) << what;
+    EXPECT_EQ(BoxAt(movie.Content(), "moov/udta"), Bytes()) << what;
+    if (result != MP4_NO_SCENE_TRACKS) continue;
     EXPECT_EQ(movie.Content(), Bytes()) << "a header that is patched drives out what has gathered";
     ASSERT_EQ(movie->AddSceneTracks(video, 0, 0), MP4_OK) << "the file has stayed open";
     EXPECT_EQ(movie->Close(), MP4_OK);
@@ -248,4 +235,4 @@ TEST(SessionDescription, IsComposedOnceHoweverOftenTheFileIsClosed) {
 #endif
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

@@ -16,10 +16,8 @@
 #include <unistd.h>
 #endif
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 constexpr u64 kLargest = std::numeric_limits<u64>::max();
 constexpr u64 kLastPosition = static_cast<u64>(std::numeric_limits<i64>::max());
@@ -261,4 +259,4 @@ TEST(MemoryStorage, BoundsHoldAndAFailureMovesNothing) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

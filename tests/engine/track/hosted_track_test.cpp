@@ -12,10 +12,8 @@
 #include "support/open_storage.h"
 #include "support/written_movie.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 constexpr u64 kFourGiB = u64{1} << 32;
 
@@ -65,10 +63,7 @@ void SetUpText(CTrackImpl& track) {
 }
 
 TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
-  const struct {
-    std::vector<u64> positions;
-    bool wide;
-  } cases[] = {
+  const std::pair<std::vector<u64>, bool> cases[] = {
       {{16, kFourGiB - 1}, false},
       {{16, kFourGiB}, true},
       {{16, 2'000'000, kFourGiB + 5, kFourGiB + 2'000'000}, true},
@@ -105,4 +100,4 @@ TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

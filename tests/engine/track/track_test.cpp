@@ -10,10 +10,8 @@
 
 #include "support/movie_builder.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 /// The only track of a file, with the file.
 struct Opened {
@@ -385,4 +383,4 @@ TEST(Track, SyncSearchReportsWhatStopsIt) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test

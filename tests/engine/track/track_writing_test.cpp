@@ -8,10 +8,8 @@
 
 #include "support/written_movie.h"
 
-namespace kt {
+namespace kt::test {
 namespace {
-
-using namespace test;
 
 // "ftyp" of this file type and the header of "mdat" stand before the first sample.
 constexpr u64 kFirstSample = 28 + 16;
@@ -269,4 +267,4 @@ TEST(TrackWriting, AFinishedTrackOpensButItsSamplesAreNotRead) {
 }
 
 }  // namespace
-}  // namespace kt
+}  // namespace kt::test
