@@ -208,8 +208,7 @@ TEST(AdaptedFile, ReadsBehindABoxOf5GiB) {
       .write(reinterpret_cast<const char*>(&movie[34]), static_cast<long>(movie.size() - 34));
   CStorage storage;
   CAdaptedFile adapted;
-  ASSERT_EQ(storage.Open(file.Name().c_str(), MP4_MODE_READ), MP4_OK);
-  EXPECT_EQ(adapted.Read(&storage), MP4_OK);
+  ExpectEach(MP4_OK, {storage.Open(file.Name().c_str(), MP4_MODE_READ), adapted.Read(&storage)});
 }
 
 // A few bytes each that claim much; all come back at once, with an image of no more than their own size.

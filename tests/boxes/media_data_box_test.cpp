@@ -4,6 +4,7 @@
 
 #include <tuple>
 
+#include "support/answer.h"
 #include "support/box_writer.h"
 #include "support/temp_file.h"
 
@@ -40,8 +41,7 @@ TEST(MediaData, TakesTheLongFormNear4GiB) {
       ASSERT_EQ(MP4_OK, mdat.AppendData(&byte, size, &position));
       left -= size;
     }
-    ASSERT_EQ(MP4_OK, mdat.FinishWriting());
-    ASSERT_EQ(MP4_OK, storage.Close());
+    ExpectEach(MP4_OK, {mdat.FinishWriting(), storage.Close()});
     EXPECT_EQ(header, ReadFile(file.Path())) << std::hex << length;
   }
 }

@@ -115,9 +115,7 @@ TEST(EsDescriptor, UrlLengthWraps) {
   const std::string text = std::string(61, 'a') + std::string(239, 'b');
   for (const u32 length : {0u, 61u, 255u, 256u, 300u}) {
     CESDescriptor es;
-    ASSERT_EQ(MP4_OK, es.SetSlPredefined(2));
-    ASSERT_EQ(MP4_OK, es.SetUrl("old", 3));
-    ASSERT_EQ(MP4_OK, es.SetUrl(text.data(), length));
+    ExpectEach(MP4_OK, {es.SetSlPredefined(2), es.SetUrl("old", 3), es.SetUrl(text.data(), length)});
     EXPECT_EQ(Descriptor(
                   3, Bytes().U16(0).U8(0x40).U8(length & 0xFF).Text(text.substr(0, length & 0xFF)).Add(Sl())),
               Written(es));
@@ -129,8 +127,7 @@ TEST(EsDescriptor, UrlLengthWraps) {
 // A size without data is told by the getters, and neither counted nor written.
 TEST(DecoderSpecificInfo, EmptyAndNullDataCountNoBytes) {
   CDecoderSpecificInfo info;
-  ASSERT_EQ(MP4_OK, info.SetData("abc", 3));
-  ASSERT_EQ(MP4_OK, info.SetData(nullptr, 200));
+  ExpectEach(MP4_OK, {info.SetData("abc", 3), info.SetData(nullptr, 200)});
   u32 size = 0;
   EXPECT_EQ(MP4_BUFFER_TOO_SMALL, info.GetData(199, &size, nullptr));
   EXPECT_EQ(200u, size);

@@ -140,9 +140,8 @@ TEST(HintPacket, TakesOneToFourteenImmediateBytesAndForgetsItsEntriesWithTheHead
   EXPECT_EQ(packet->AddImmediate(nullptr, 1), MP4_BAD_ARGUMENT);
   EXPECT_EQ(packet->AddImmediate(data.data(), 0), MP4_BAD_ARGUMENT);
   EXPECT_EQ(packet->AddImmediate(data.data(), 15), MP4_BAD_ARGUMENT);
-  EXPECT_EQ(packet->AddImmediate(data.data(), 14), MP4_OK);
-  EXPECT_EQ(packet->AddSample(77, 300, 5, 6), MP4_OK);
-  EXPECT_EQ(packet->SetMarker(1), MP4_OK);
+  ExpectEach(MP4_OK,
+             {packet->AddImmediate(data.data(), 14), packet->AddSample(77, 300, 5, 6), packet->SetMarker(1)});
   EXPECT_EQ(packet->SetHeader(128, 3, 1, -1), MP4_OK) << "of the type 7 bits are written";
   Bytes written = Bytes().U32(0xFFFFFFFF).U8(0).U8(0x80).U16(3).U8(0).U8(2).U16(0);
   written.U8(1).U8(14).Add(Bytes(data.begin(), data.end() - 1));

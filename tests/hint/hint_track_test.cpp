@@ -143,8 +143,7 @@ TEST(HintTrack, MixesUpSeveralReferences) {
 TEST(HintTrack, LeavesItsBoxesBehind) {
   HintedMovie hinted(Captions({110, 20, 150, 2}, 500));
   CMp4HintTrack* hint = hinted.AddHint(MP4_HINT_CAPTION);
-  EXPECT_EQ(hint->SetMaxPacketSize(301), MP4_OK);
-  EXPECT_EQ(hint->SetTimeOffset(9), MP4_OK);
+  ExpectEach(MP4_OK, {hint->SetMaxPacketSize(301), hint->SetTimeOffset(9)});
   hinted.Reopen(hint);
   const u32 average = 282 * 8000 / 1500;
   EXPECT_EQ(hinted.HintBox("mdia/minf/hmhd"),
@@ -268,8 +267,7 @@ TEST(HintTrack, AnswersByItsState) {
   EXPECT_EQ(answers(hint.get()), written);
   EXPECT_EQ(hint->SetMaxPacketSize(0), MP4_BAD_ARGUMENT);
   std::unique_ptr<CMp4HintTrack> unused(hinted.AddHint(MP4_HINT_VIDEO, {}));
-  EXPECT_EQ(unused->SetTimeScale(1), MP4_OK);
-  ASSERT_EQ(hinted.movie->CloseHintTrack(hint.release()), MP4_OK);
+  ExpectEach(MP4_OK, {unused->SetTimeScale(1), hinted.movie->CloseHintTrack(hint.release())});
   OpenedMovie& file = hinted.Reopen();
   EXPECT_EQ(answers(unused.get()), detached);
   EXPECT_EQ(hinted.movie->CloseHintTrack(unused.get()), MP4_NOT_READY);

@@ -38,10 +38,6 @@ TEST(SessionText, WholeBlocks) {
   EXPECT_STREQ(text.get(),
                "m=text 0 RTP/AVP 97\r\nb=AS:976\r\na=rtpmap:97 608B/44100\r\n"
                "a=control:trackID=5\r\na=fmtp:97 AUP=2;config=0\r\n");
-  ASSERT_EQ(FormatMovieBlock("QQ==", &text), MP4_OK);
-  EXPECT_STREQ(text.get(),
-               "a=control:*\r\na=isma-compliance:1,1.0,1\r\n"
-               "a=mpeg4-iod: \"data:application/mpeg4-iod;base64,QQ==\"\r\n");
 }
 
 /// A function that makes a block with this info of the decoder.

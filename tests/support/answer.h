@@ -6,6 +6,7 @@
 #include <string>
 #include <tuple>
 #include <type_traits>
+#include <vector>
 
 #include <ktmp4/result.h>
 
@@ -50,6 +51,11 @@ auto Got(Object&& object, Operation operation, Arguments... arguments) {
   const auto answer = Ask(object, operation, arguments...);
   EXPECT_EQ(answer.result, decltype(answer.result){}) << "it stored " << answer.value;
   return answer.value;
+}
+
+/// Several operations, one after the other, that all have to answer this.
+inline void ExpectEach(Mp4Result expected, std::initializer_list<Mp4Result> results) {
+  EXPECT_EQ(std::vector<Mp4Result>(results), std::vector<Mp4Result>(results.size(), expected));
 }
 
 /// What an operation prints.

@@ -36,8 +36,7 @@ TEST(Copyright, LettersBelowLowerCaseAreRefused) {
   EXPECT_EQ("ded", std::string(language, 3)) << "letters before the refused one are stored";
   EXPECT_STREQ("old", notice);
   EXPECT_EQ(MP4_BAD_ARGUMENT, cprt.GetNotice(nullptr, notice));
-  EXPECT_EQ(MP4_OK, cprt.SetNotice("und", nullptr));
-  EXPECT_EQ(MP4_OK, cprt.GetNotice(language, notice));
+  ExpectEach(MP4_OK, {cprt.SetNotice("und", nullptr), cprt.GetNotice(language, notice)});
   EXPECT_STREQ("", notice);
 }
 

@@ -18,11 +18,8 @@ TEST(RtpHintSampleEntry, NeedsEachOfItsChildrenOnceAndWithinTheEntry) {
   };
   const Bytes tsro = Box("tsro", Bytes().U32(1));
   const Bytes snro = Box("snro", Bytes().U32(1));
-  EXPECT_EQ(read({}), MP4_BAD_BOX);
-  EXPECT_EQ(read({tsro, snro}), MP4_BAD_BOX);
-  EXPECT_EQ(read({kTims, kTims}), MP4_BAD_BOX);
-  EXPECT_EQ(read({tsro, kTims, tsro}), MP4_BAD_BOX);
-  EXPECT_EQ(read({snro, kTims, snro}), MP4_BAD_BOX);
+  ExpectEach(MP4_BAD_BOX, {read({}), read({tsro, snro}), read({kTims, kTims}), read({tsro, kTims, tsro}),
+                           read({snro, kTims, snro})});
   // A child that is larger than what is left of the entry.
   const Bytes cut = WithDeclaredSize(Box("rtp ", Bytes().Zeros(16).Add(kTims)), 35);
   EXPECT_EQ(ReadBox(cut, FourCc("stsd")).result, MP4_CORRUPT);
@@ -36,12 +33,9 @@ TEST(RtpHintSampleEntry, MakesItsChildrenWhenTheyAreSet) {
   EXPECT_EQ(Ask(entry, &CRtpHintSampleEntry::GetTimeScale).result, MP4_NOT_FOUND);
   EXPECT_EQ(Ask(entry, &CRtpHintSampleEntry::GetTimeOffset).result, MP4_NOT_FOUND);
   EXPECT_EQ(Ask(entry, &CRtpHintSampleEntry::GetSequenceOffset).result, MP4_NOT_FOUND);
-  ASSERT_EQ(entry.SetTimeOffset(-5), MP4_OK);
-  ASSERT_EQ(entry.SetMaxPacketSize(500), MP4_OK);
-  ASSERT_EQ(entry.CalculateSize(), MP4_OK);
+  ExpectEach(MP4_OK, {entry.SetTimeOffset(-5), entry.SetMaxPacketSize(500), entry.CalculateSize()});
   EXPECT_EQ(entry.Serialize(MemoryBlock(std::size_t{100})), MP4_BAD_BOX) << "no time scale";
-  ASSERT_EQ(entry.SetTimeScale(8000), MP4_OK);
-  ASSERT_EQ(entry.SetSequenceOffset(6), MP4_OK);
+  ExpectEach(MP4_OK, {entry.SetTimeScale(8000), entry.SetSequenceOffset(6)});
   Bytes written = Bytes().Zeros(6).U16(1).U16(1).U16(1).U32(500).Add(Box("tims", Bytes().U32(8000)));
   written.Add(Box("tsro", Bytes().U32(0xFFFFFFFB))).Add(Box("snro", Bytes().U32(6)));
   EXPECT_EQ(WrittenBytes(&entry), Box("rtp ", written));
@@ -50,8 +44,7 @@ TEST(RtpHintSampleEntry, MakesItsChildrenWhenTheyAreSet) {
   // The average is answered where the maximum is expected.
   CHintMediaHeaderBox header;
   u16 size = 0;
-  ASSERT_EQ(header.SetPduSizes(500, 250), MP4_OK);
-  ASSERT_EQ(header.GetPduSizes(&size, 0), MP4_OK);
+  ExpectEach(MP4_OK, {header.SetPduSizes(500, 250), header.GetPduSizes(&size, 0)});
   EXPECT_EQ(size, 250);
 }
 
@@ -61,11 +54,9 @@ TEST(HintInformation, JoinsTextsAndGivesTheMovieItsOwn) {
   EXPECT_EQ(movie.GetSdp(&text), MP4_NOT_FOUND);
   EXPECT_EQ(movie.AppendSdp(nullptr), MP4_BAD_ARGUMENT);
   EXPECT_EQ(movie.GetSdp(&text), MP4_NOT_FOUND) << "the box is there now, without a text";
-  ASSERT_EQ(movie.AppendSdp("one "), MP4_OK);
-  ASSERT_EQ(movie.AppendSdp("two"), MP4_OK);
+  ExpectEach(MP4_OK, {movie.AppendSdp("one "), movie.AppendSdp("two")});
   const char* again = nullptr;
-  ASSERT_EQ(movie.GetSdp(&text), MP4_OK);
-  ASSERT_EQ(movie.GetSdp(&again), MP4_OK);
+  ExpectEach(MP4_OK, {movie.GetSdp(&text), movie.GetSdp(&again)});
   EXPECT_STREQ(text, "one two");
   EXPECT_EQ(text, again);
   EXPECT_EQ(WrittenBytes(&movie), Box("hnti", {Box("rtp ", Bytes().Text("sdp one two"))}));
@@ -73,10 +64,8 @@ TEST(HintInformation, JoinsTextsAndGivesTheMovieItsOwn) {
   CTrackHintInformationBox track;
   std::unique_ptr<char[]> copy;
   EXPECT_EQ(track.GetSdp(&copy), MP4_NOT_FOUND);
-  ASSERT_EQ(track.AppendSdp("one "), MP4_OK);
-  ASSERT_EQ(track.AppendSdp("two"), MP4_OK);
-  ASSERT_EQ(track.GetSdp(&copy), MP4_OK);
-  ASSERT_EQ(track.BorrowTrackSdp(&text), MP4_OK);
+  ExpectEach(MP4_OK, {track.AppendSdp("one "), track.AppendSdp("two"), track.GetSdp(&copy),
+                      track.BorrowTrackSdp(&text)});
   EXPECT_STREQ(copy.get(), "one two");
   EXPECT_NE(copy.get(), text);
   EXPECT_EQ(WrittenBytes(&track), Box("hnti", {Box("sdp ", Bytes().Text("one two"))}));

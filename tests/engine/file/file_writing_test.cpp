@@ -27,12 +27,10 @@ TEST(FileWriting, OpenLaysDownBrandsAndTheHeaderOfTheMediaData) {
 TEST(FileWriting, AWholeFile) {
   WrittenMovie movie;
   CMp4Track* track = movie.AddTextTrack(500);
-  ASSERT_EQ(track->SetDimensions(320, 60), MP4_OK);
-  ASSERT_EQ(track->WriteSample("\x94\x20", 2, 0, 250, 1), MP4_OK);
-  ASSERT_EQ(track->WriteSample("\x94\x2c\x80", 3, 250, 250, 0), MP4_OK);
-  ASSERT_EQ(movie->SetCopyright("eng", "nobody", 1), MP4_OK);
-  ASSERT_EQ(track->SetCopyright("deu", "niemand", 0), MP4_OK);
-  ASSERT_EQ(movie->SetCreationDate(1904, 1, 1, 0, 0, 9), MP4_OK);
+  ExpectEach(MP4_OK,
+             {track->SetDimensions(320, 60), track->WriteSample("\x94\x20", 2, 0, 250, 1),
+              track->WriteSample("\x94\x2c\x80", 3, 250, 250, 0), movie->SetCopyright("eng", "nobody", 1),
+              track->SetCopyright("deu", "niemand", 0), movie->SetCreationDate(1904, 1, 1, 0, 0, 9)});
 
   const Bytes matrix = Bytes().U32s({0x10000, 0, 0, 0, 0x10000, 0, 0, 0, 0x40000000});
   const Bytes ftyp = Box("ftyp", Bytes().Text("3gp4").U32(512).Text("3gp43gp5isom"));
@@ -89,10 +87,8 @@ TEST(FileWriting, CloseCanBeRepeatedAndLeavesOneMovie) {
   WrittenMovie movie;
   CMp4Track* first = movie.AddTextTrack();
   CMp4Track* second = movie.AddBareTrack();
-  ASSERT_EQ(second->SetTrackType(MP4_KIND_TEXT), MP4_OK);
-  ASSERT_EQ(second->SetTimeScale(1000), MP4_OK);
-  ASSERT_EQ(first->WriteSample("first", 5, 0, 0, 1), MP4_OK);
-  ASSERT_EQ(movie->CloseTrack(first), MP4_OK);
+  ExpectEach(MP4_OK, {second->SetTrackType(MP4_KIND_TEXT), second->SetTimeScale(1000),
+                      first->WriteSample("first", 5, 0, 0, 1), movie->CloseTrack(first)});
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(movie->Close(), MP4_NOT_READY) << "the second track has no sample entry";
     ASSERT_EQ(second->WriteSample("second", 6, static_cast<u64>(i), static_cast<u64>(i), 1), MP4_OK);

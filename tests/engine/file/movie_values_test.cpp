@@ -77,8 +77,7 @@ TEST(MovieValues, AreThoseOfTheFile) {
   EXPECT_EQ(track.VideoSize().value(), std::pair(u16{320}, u16{240}));
   EXPECT_EQ(track.DecoderSetUp().value(), (std::vector<u8>{0xD0, 0xD1}));
   EXPECT_EQ(track.Coding().value(), FourCc("mp4v"));
-  EXPECT_EQ(track.Coding(2).error(), MP4_NOT_FOUND);
-  EXPECT_EQ(track.Language().error(), MP4_NOT_FOUND);
+  ExpectEach(MP4_NOT_FOUND, {track.Coding(2).error(), track.Language().error()});
   EXPECT_EQ(track.ChannelCount().value_or(u16{7}), 7);
   EXPECT_EQ(track.FindSync(std::chrono::milliseconds(25))->Number(), 3u);
   EXPECT_EQ(track.Samples()[2].Number(), 3u);

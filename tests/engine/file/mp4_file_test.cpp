@@ -23,8 +23,7 @@ TEST(Mp4File, OpenTestsItsArgumentsInOrder) {
   EXPECT_EQ(file->Open(missing.c_str(), 0, 3), MP4_BAD_ARGUMENT);
   EXPECT_EQ(file->Open(missing.c_str(), 0, 0), MP4_FILE_IO);
   EXPECT_EQ(Got(*file, &CMp4File::IsOpen), 0u);
-  EXPECT_EQ(file->Open(empty.Name().c_str(), 0, 0), MP4_NOT_FOUND);
-  EXPECT_EQ(file->Close(), MP4_NOT_FOUND);
+  ExpectEach(MP4_NOT_FOUND, {file->Open(empty.Name().c_str(), 0, 0), file->Close()});
   EXPECT_EQ(file->Open(name.c_str(), 0, 0), MP4_OK);
   EXPECT_EQ(file->Open(nullptr, 9, 9), MP4_NOT_FOUND) << "an open file says nothing about arguments";
   EXPECT_EQ(file->Close(), MP4_OK);
@@ -113,16 +112,11 @@ TEST(Mp4File, WithoutATreeThereIsNothingToFind) {
   CMp4HintTrack* hint = nullptr;
   const std::unique_ptr<CMp4File> fresh = NewFile();
   for (CMp4File* file : {fresh.get(), &*movie}) {
-    const Mp4Result notFound[] = {file->GetMovieTimeScale(n),
-                                  file->GetCopyright(language, nullptr, n, 0),
-                                  file->SetCopyright("und", "notice", 0),
-                                  file->SetCreationDate(2000, 1, 1, 0, 0, 0),
-                                  file->Dump(),
-                                  file->GetCreationDate(&n[0], &n[1], &n[2], &n[3], &n[4], &n[5]),
-                                  file->OpenTrack(1, &track),
-                                  file->AddTrack(&track),
-                                  file->AddHintTrack(&hint, 0)};
-    for (const Mp4Result& result : notFound) EXPECT_EQ(result, MP4_NOT_FOUND) << &result - notFound;
+    ExpectEach(MP4_NOT_FOUND,
+               {file->GetMovieTimeScale(n), file->GetCopyright(language, nullptr, n, 0),
+                file->SetCopyright("und", "notice", 0), file->SetCreationDate(2000, 1, 1, 0, 0, 0),
+                file->Dump(), file->GetCreationDate(&n[0], &n[1], &n[2], &n[3], &n[4], &n[5]),
+                file->OpenTrack(1, &track), file->AddTrack(&track), file->AddHintTrack(&hint, 0)});
   }
   EXPECT_EQ(movie->CloseTrack(nullptr), MP4_BAD_ARGUMENT);
   EXPECT_EQ(movie->OpenHintTrack(1, &hint), MP4_BAD_ARGUMENT);
@@ -193,32 +187,22 @@ TEST(Mp4File, CopyrightOfMovieAndTrack) {
 
 /// Operations of a track that has lost its file; none may touch the boxes that have gone.
 void ExpectDetached(CMp4Track& track) {
-  for (const auto operation :
-       {&CMp4Track::GetSampleCount, &CMp4Track::GetTrackType, &CMp4Track::GetSampleFormat,
-        &CMp4Track::GetTrackId, &CMp4Track::GetTimeScale, &CMp4Track::GetSampleRate}) {
-    EXPECT_EQ(Ask(track, operation).result, MP4_NOT_READY);
-  }
   u8 buffer[16];
   char language[3];
   u16 half[2];
   u32 n[6];
   u64 time = 0;
-  const Mp4Result results[] = {track.GetDuration(&time),
-                               track.GetDimensions(&n[0], &n[1]),
-                               track.GetVideoSize(&half[0], &half[1]),
-                               track.GetChannelCount(half),
-                               track.GetCopyright(language, nullptr, n, 0),
-                               track.SetCopyright("und", "", 0),
-                               track.SetCreationDate(2000, 1, 1, 0, 0, 0),
-                               track.GetDecoderSpecificInfo(1, sizeof buffer, n, buffer),
-                               track.GetSampleSize(1, n),
-                               track.ReadSample(1, sizeof buffer, n, buffer),
-                               track.GetSampleDecodingTime(1, &time),
-                               track.FindSyncSample(0, n),
-                               track.FindSampleByDecodingTime(0, n),
-                               track.SetTimeScale(1),
-                               track.WriteSample(buffer, 1, 0, 0, 1)};
-  for (const Mp4Result& result : results) EXPECT_EQ(result, MP4_NOT_READY) << &result - results;
+  ExpectEach(MP4_NOT_READY, {track.GetSampleCount(n), track.GetTrackType(n), track.GetSampleFormat(n),
+                             track.GetTrackId(n), track.GetTimeScale(n), track.GetSampleRate(n),
+                             track.GetDuration(&time), track.GetDimensions(&n[0], &n[1]),
+                             track.GetVideoSize(&half[0], &half[1]), track.GetChannelCount(half)});
+  ExpectEach(
+      MP4_NOT_READY,
+      {track.GetCopyright(language, nullptr, n, 0), track.SetCopyright("und", "", 0),
+       track.SetCreationDate(2000, 1, 1, 0, 0, 0), track.GetDecoderSpecificInfo(1, sizeof buffer, n, buffer),
+       track.GetSampleSize(1, n), track.ReadSample(1, sizeof buffer, n, buffer),
+       track.GetSampleDecodingTime(1, &time), track.FindSyncSample(0, n),
+       track.FindSampleByDecodingTime(0, n), track.SetTimeScale(1), track.WriteSample(buffer, 1, 0, 0, 1)});
 }
 
 TEST(Mp4File, TracksThatOutliveTheirFileAreDetached) {

@@ -223,8 +223,7 @@ TEST(SessionDescription, IsComposedOnceHoweverOftenTheFileIsClosed) {
   ASSERT_EQ(movie->AddSceneTracks(video, 0, 0), MP4_OK);
   {
     const FileSizeLimit full(200);
-    EXPECT_EQ(movie->Close(), MP4_FILE_IO);
-    EXPECT_EQ(movie->Close(), MP4_FILE_IO);
+    ExpectEach(MP4_FILE_IO, {movie->Close(), movie->Close()});
   }
   char text[2000] = "";
   ASSERT_EQ(movie->GetMovieSdp(text, sizeof text), MP4_OK);

@@ -32,12 +32,9 @@ u64 PositionOf(CStorage& storage) {
 
 TEST(Storage, IsBigEndianAndDoesNotExtendThe24BitSign) {
   const auto write = [](CStorage& storage) {
-    for (const Mp4Result result :
-         {storage.WriteInt64(-2), storage.WriteInt32(-3), storage.WriteUInt24(0xAB345678),
-          storage.WriteInt24(-4), storage.WriteInt16(-5), storage.WriteInt8(-6), storage.WriteString("ab"),
-          storage.WriteString(""), storage.WriteBytes("cd", 2)}) {
-      EXPECT_EQ(result, MP4_OK);
-    }
+    ExpectEach(MP4_OK, {storage.WriteInt64(-2), storage.WriteInt32(-3), storage.WriteUInt24(0xAB345678),
+                        storage.WriteInt24(-4), storage.WriteInt16(-5), storage.WriteInt8(-6),
+                        storage.WriteString("ab"), storage.WriteString(""), storage.WriteBytes("cd", 2)});
   };
   Bytes content = Bytes().U64(~u64{1}).U32(0xFFFFFFFD).U24(0x345678).U24(0xFFFFFC).U16(0xFFFB).U8(0xFA);
   content.Text("ab").Zeros(2).Text("cd");
@@ -73,11 +70,9 @@ TEST(FileStorage, CutReadKeepsTheBytesThatArrivedAndRaisesEof) {
   // With the indicator set nothing is read, not even a block of 0.
   u8 byte = 0x5A;
   i8 signedByte = 0x5A;
-  EXPECT_EQ(reader->ReadUInt8(&byte), MP4_FILE_IO);
-  EXPECT_EQ(reader->ReadInt8(&signedByte), MP4_FILE_IO);
+  ExpectEach(MP4_FILE_IO, {reader->ReadUInt8(&byte), reader->ReadInt8(&signedByte)});
   EXPECT_TRUE(byte == 0x5A && signedByte == 0x5A);
-  EXPECT_EQ(reader->ReadBlock(&byte, 1), MP4_END_OF_FILE);
-  EXPECT_EQ(reader->ReadBlock(&byte, 0), MP4_END_OF_FILE);
+  ExpectEach(MP4_END_OF_FILE, {reader->ReadBlock(&byte, 1), reader->ReadBlock(&byte, 0)});
   EXPECT_EQ(reader->ReadBytes(&byte, 1), MP4_FILE_IO);
   EXPECT_EQ(reader->ReadBytes(&byte, 0), MP4_OK);
 }
@@ -87,14 +82,12 @@ TEST(FileStorage, EofIsClearedByMovingAndByNothingElse) {
   u8 block[4];
   ASSERT_EQ(reader->ReadBlock(block, 3), MP4_OK);
   EXPECT_EQ(IsEof(*reader), 0u) << "the last byte itself is no end";
-  ASSERT_EQ(reader->ReadBlock(block, 1), MP4_FILE_IO);
-  EXPECT_EQ(reader->SetPosition(kLastPosition + 1), MP4_FILE_IO);
+  ExpectEach(MP4_FILE_IO, {reader->ReadBlock(block, 1), reader->SetPosition(kLastPosition + 1)});
   EXPECT_EQ(IsEof(*reader), 1u) << "a failed move clears nothing";
   EXPECT_EQ(reader->Skip(0), MP4_OK);
   EXPECT_EQ(IsEof(*reader), 0u);
   ASSERT_EQ(reader->ReadBlock(block, 1), MP4_FILE_IO);
-  EXPECT_EQ(reader->SetPosition(2), MP4_OK);
-  EXPECT_EQ(reader->ReadBlock(block, 1), MP4_OK);
+  ExpectEach(MP4_OK, {reader->SetPosition(2), reader->ReadBlock(block, 1)});
   EXPECT_EQ(block[0], 3);
 }
 
@@ -150,14 +143,12 @@ TEST(FileStorage, OpenStates) {
   const TempFile file(Bytes().Text("x"));
   const std::string name = file.Name();
   CStorage storage;
-  EXPECT_EQ(storage.Close(), MP4_NOT_FOUND);
-  EXPECT_EQ(storage.SetPosition(0), MP4_NOT_FOUND);
+  ExpectEach(MP4_NOT_FOUND, {storage.Close(), storage.SetPosition(0)});
   EXPECT_EQ(storage.Open(name.c_str(), 2), MP4_BAD_ARGUMENT);
   EXPECT_EQ(storage.Open(name.c_str(), MP4_MODE_READ), MP4_OK);
   EXPECT_EQ(storage.Open(name.c_str(), 2), MP4_NOT_FOUND) << "the state is tested before the mode";
   EXPECT_EQ(storage.WriteUInt8(1), MP4_FILE_IO);
-  EXPECT_EQ(storage.Close(), MP4_OK);
-  EXPECT_EQ(storage.Open(name.c_str(), MP4_MODE_WRITE), MP4_OK);
+  ExpectEach(MP4_OK, {storage.Close(), storage.Open(name.c_str(), MP4_MODE_WRITE)});
   EXPECT_EQ(Ask(storage, &CStorage::ReadUInt8).result, MP4_FILE_IO);
   EXPECT_EQ(storage.WriteBytes("x", 0), MP4_FILE_IO) << "callers rely on a block of 0 failing";
   EXPECT_EQ(storage.Close(), MP4_OK);
@@ -170,13 +161,11 @@ TEST(FileStorage, NothingWorksWhileClosed) {
   u32 word = 0;
   u16 half = 0;
   u8 byte = 0;
-  const Mp4Result results[] = {
-      storage.GetSize(&wide),    storage.GetPosition(&wide),  storage.ReadUInt64(&wide),
-      storage.ReadUInt32(&word), storage.ReadUInt24(&word),   storage.ReadUInt16(&half),
-      storage.ReadUInt8(&byte),  storage.ReadBytes(&byte, 1), storage.ReadBlock(&byte, 0),
-      storage.Skip(0),           storage.WriteUInt32(1),      storage.WriteUInt8(1),
-      storage.WriteBytes("", 1), storage.WriteString(""),     storage.RequireBytes(0)};
-  for (const Mp4Result result : results) EXPECT_EQ(result, MP4_FILE_IO) << (&result - results);
+  ExpectEach(MP4_FILE_IO, {storage.GetSize(&wide), storage.GetPosition(&wide), storage.ReadUInt64(&wide),
+                           storage.ReadUInt32(&word), storage.ReadUInt24(&word), storage.ReadUInt16(&half),
+                           storage.ReadUInt8(&byte), storage.ReadBytes(&byte, 1), storage.ReadBlock(&byte, 0),
+                           storage.Skip(0), storage.WriteUInt32(1), storage.WriteUInt8(1),
+                           storage.WriteBytes("", 1), storage.WriteString(""), storage.RequireBytes(0)});
   EXPECT_EQ(IsEof(storage), 0u);
 }
 
@@ -219,9 +208,7 @@ TEST(MemoryStorage, ARefusedOpenLeavesItsFields) {
   EXPECT_EQ(storage.Open(nullptr, 4, MP4_MODE_READ), MP4_BAD_ARGUMENT);
   EXPECT_EQ(Got(storage, &CStorage::GetSize), 4u);
   EXPECT_EQ(Ask(storage, &CStorage::ReadUInt8), (Answer<u8>{MP4_OUT_OF_RANGE, 0}));
-  EXPECT_EQ(storage.WriteUInt8(1), MP4_OUT_OF_RANGE);
-  EXPECT_EQ(storage.ReadBlock(block, 0), MP4_OUT_OF_RANGE);
-  EXPECT_EQ(storage.Skip(1), MP4_OUT_OF_RANGE);
+  ExpectEach(MP4_OUT_OF_RANGE, {storage.WriteUInt8(1), storage.ReadBlock(block, 0), storage.Skip(1)});
 
   EXPECT_EQ(storage.Open(block, 4, 2), MP4_BAD_ARGUMENT);
   EXPECT_EQ(storage.Skip(3), MP4_OK) << "accesses do not look at the open flags";
@@ -243,8 +230,7 @@ TEST(MemoryStorage, BoundsHoldAndAFailureMovesNothing) {
   EXPECT_EQ(storage.WriteBytes("", 0), MP4_OK) << "a block of 0 succeeds, unlike a file";
 
   EXPECT_EQ(storage.SetPosition(3), MP4_OK);
-  EXPECT_EQ(storage.SetPosition(4), MP4_OUT_OF_RANGE);
-  EXPECT_EQ(storage.SetPosition(0x1'0000'0001), MP4_OUT_OF_RANGE);
+  ExpectEach(MP4_OUT_OF_RANGE, {storage.SetPosition(4), storage.SetPosition(0x1'0000'0001)});
   EXPECT_EQ(storage.SetPosition(2), MP4_OK);
   u8 byte = 0;
   for (const u64 count : {u64{2}, u64{0xFFFF'FFFF}, u64{0x1'0000'0000}, kLargest, kLargest - 1}) {
@@ -252,8 +238,7 @@ TEST(MemoryStorage, BoundsHoldAndAFailureMovesNothing) {
     EXPECT_EQ(storage.ReadBytes(&byte, count), MP4_OUT_OF_RANGE) << count;
     EXPECT_EQ(storage.RequireBytes(count), MP4_OUT_OF_RANGE) << count;
   }
-  EXPECT_EQ(storage.WriteBlock("xx", 2), MP4_OUT_OF_RANGE);
-  EXPECT_EQ(storage.ReadBlock(&byte, 0xFFFF'FFFF), MP4_OUT_OF_RANGE);
+  ExpectEach(MP4_OUT_OF_RANGE, {storage.WriteBlock("xx", 2), storage.ReadBlock(&byte, 0xFFFF'FFFF)});
   EXPECT_EQ(PositionOf(storage), 2u);
   EXPECT_EQ(block, (std::array<u8, 5>{1, 2, 3, 0x5A, 0x5A}));
 }

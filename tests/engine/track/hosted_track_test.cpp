@@ -44,8 +44,7 @@ class BareHost : public CTrackHost {
   /// The movie so far, as it would be written.
   Bytes Movie() {
     MemoryBlock memory(std::size_t{10'000});
-    EXPECT_EQ(movie.CalculateSize(), MP4_OK);
-    EXPECT_EQ(movie.Serialize(memory), MP4_OK);
+    ExpectEach(MP4_OK, {movie.CalculateSize(), movie.Serialize(memory)});
     return memory.Written();
   }
 
@@ -56,10 +55,8 @@ class BareHost : public CTrackHost {
 };
 
 void SetUpText(CTrackImpl& track) {
-  ASSERT_EQ(track.SetUp(1), MP4_OK);
-  ASSERT_EQ(track.SetTrackType(MP4_KIND_TEXT), MP4_OK);
-  ASSERT_EQ(track.SetTimeScale(1000), MP4_OK);
-  ASSERT_EQ(track.SetLine21Format(0, 0, 0), MP4_OK);
+  ExpectEach(MP4_OK, {track.SetUp(1), track.SetTrackType(MP4_KIND_TEXT), track.SetTimeScale(1000),
+                      track.SetLine21Format(0, 0, 0)});
 }
 
 TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
@@ -75,8 +72,7 @@ TEST(LargeOffsets, WidenTheWholeTrackAtTheFirstChunkBehind4GiB) {
     SetUpText(track);
     u64 time = 0;
     for (const u64 position : positions) {  // chunks of one sample each
-      ASSERT_EQ(host.storage.SetPosition(position), MP4_OK);
-      ASSERT_EQ(WriteSample(&track, 1'000'000, time++), MP4_OK);
+      ExpectEach(MP4_OK, {host.storage.SetPosition(position), WriteSample(&track, 1'000'000, time++)});
     }
     ASSERT_EQ(track.Finish(), MP4_OK);
     const Bytes movie = host.Movie();
@@ -89,8 +85,7 @@ TEST(TrackSetUp, IsDoneOnceAndNeedsAFile) {
   BareHost host;
   CTrackImpl track(&host, 0);
   EXPECT_EQ(track.Finish(), MP4_NOT_FOUND);
-  EXPECT_EQ(track.AddSampleEntry(nullptr, 0, FourCc("ln21")), MP4_NOT_READY);
-  EXPECT_EQ(track.SetDuration(1), MP4_NOT_READY);
+  ExpectEach(MP4_NOT_READY, {track.AddSampleEntry(nullptr, 0, FourCc("ln21")), track.SetDuration(1)});
   SetUpText(track);
   EXPECT_EQ(track.SetUp(2), MP4_ALREADY_SET_UP);
   EXPECT_EQ(track.SetAudioFormat(0x80, 0, "", 0, MP4_FORMAT_MP4A), MP4_NOT_FOUND) << "no sound header";

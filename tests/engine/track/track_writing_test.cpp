@@ -150,8 +150,7 @@ TEST(TrackWriting, SettingTheKindTwiceAddsASecondMediaHeader) {
   for (const auto& [kind, handler, children] : cases) {
     WrittenMovie movie;
     CMp4Track* track = movie.AddTextTrack();
-    EXPECT_EQ(track->SetTrackType(kind), MP4_OK);
-    EXPECT_EQ(track->SetTrackType(77), MP4_OK);
+    ExpectEach(MP4_OK, {track->SetTrackType(kind), track->SetTrackType(77)});
     EXPECT_EQ(Got(*track, &CMp4Track::GetTrackType), 77u);
     const Bytes content = movie.Finish({track});
     EXPECT_EQ(CodesIn(BoxAt(content, "moov/trak/mdia/minf")), children);
@@ -179,10 +178,9 @@ TEST(TrackWriting, SoundKeepsVolumeBalanceAndDecoderInfo) {
   for (const auto& [format, code] : cases) {
     WrittenMovie movie;
     CMp4Track* track = movie.AddBareTrack();
-    ASSERT_EQ(track->SetTrackType(MP4_KIND_AUDIO), MP4_OK);
-    ASSERT_EQ(track->SetTimeScale(16000), MP4_OK);
-    ASSERT_EQ(track->SetAudioFormat(0x180, 0x7F01, "info", 4, format), MP4_OK);
-    ASSERT_EQ(track->SetAudioFormat(0x180, 0x7F01, nullptr, 3, format), MP4_OK);
+    ExpectEach(MP4_OK, {track->SetTrackType(MP4_KIND_AUDIO), track->SetTimeScale(16000),
+                        track->SetAudioFormat(0x180, 0x7F01, "info", 4, format),
+                        track->SetAudioFormat(0x180, 0x7F01, nullptr, 3, format)});
     Bytes info = {9, 9, 9, 9};
     u32 size = 0;
     EXPECT_EQ(track->GetDecoderSpecificInfo(2, 4, &size, info.data()), MP4_OK);
@@ -210,7 +208,9 @@ TEST(TrackWriting, TheFirstEntryGetsTheSizeAndTheBitRates) {
   EXPECT_EQ(CodesIn(stsd, 16), "mp4vs263");
   const Bytes config =
       Bytes().U8(0x20).U8(4 << 2 | 1).U24(0x140000).U32(2400).U32(1596).U8(5).U8(2).Text("ab");
-  EXPECT_NE(std::search(stsd.begin(), stsd.end(), config.begin(), config.end()), stsd.end());
+  const Bytes es = Bytes().Zeros(3).Add(Descriptor(4, config)).Add(Descriptor(6, {2}));
+  const Bytes esds = FullBox("esds", 0, 0, Descriptor(3, es));
+  EXPECT_NE(std::search(stsd.begin(), stsd.end(), esds.begin(), esds.end()), stsd.end());
 }
 
 // Durations.
@@ -257,12 +257,10 @@ TEST(TrackWriting, AFinishedTrackOpensButItsSamplesAreNotRead) {
   ASSERT_EQ(first->WriteSample("first", 5, 0, 0, 1), MP4_OK);
   CMp4Track* opened = nullptr;
   EXPECT_EQ(movie->OpenTrack(1, &opened), MP4_NOT_FOUND) << "still being written";
-  ASSERT_EQ(movie->CloseTrack(first), MP4_OK);
-  ASSERT_EQ(movie->OpenTrack(1, &opened), MP4_OK);
+  ExpectEach(MP4_OK, {movie->CloseTrack(first), movie->OpenTrack(1, &opened)});
   SampleOf(*opened, 1, MP4_FILE_IO);
   EXPECT_EQ(opened->WriteSample("x", 1, 9, 9, 1), MP4_NOT_FOUND);
-  EXPECT_EQ(movie->CloseTrack(opened), MP4_OK);
-  ASSERT_EQ(second->WriteSample("second", 6, 0, 0, 1), MP4_OK);
+  ExpectEach(MP4_OK, {movie->CloseTrack(opened), second->WriteSample("second", 6, 0, 0, 1)});
   EXPECT_EQ(BoxAt(movie.Finish({second}), "mdat"), Box("mdat", Bytes().U64(0x100000008).Text("firstsecond")));
 }
 
