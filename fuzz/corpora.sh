@@ -20,7 +20,7 @@ unpack() {
 
 # The inputs that are committed elsewhere stand in the folder while the others are added to it.
 keep() {
-  local target name work seeds
+  local target name seeds
   work=$(mktemp -d)
   trap 'rm -rf "$work"' EXIT
   mkdir -p "$kept"
