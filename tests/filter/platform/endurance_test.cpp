@@ -584,9 +584,9 @@ TEST_F(EnduranceTest, WhateverIsDoneToGraphsLeavesNothing) {
   EXPECT_GT(ours.whole, 0);
   EXPECT_LT(ours.use.handles, platform.use.handles * ours.lives / platform.lives + 20);
   // A graph of Wine keeps some 19 kB, half of that in 32 bits, and a few graphs alone do not show it: the
-  // heap still has room for what they keep.
+  // heap still has room for what they keep. Threads that wait for work, a megabyte each, come and go.
   const i64 kept = std::max<i64>(platform.use.bytes / platform.lives, sizeof(void*) * 2500);
-  EXPECT_LT(ours.use.bytes, ours.lives * (kept + 500) + 300'000);
+  EXPECT_LT(ours.use.bytes, ours.lives * (kept + 500) + 8'000'000);
 }
 
 }  // namespace
