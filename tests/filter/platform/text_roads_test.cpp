@@ -59,6 +59,9 @@ TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
     // Any type but the captions' means the other queue.
     for (const int type : {static_cast<int>(KTMP4_TEXT_CAPTIONS), 7})
       EXPECT_EQ(storage->Enable(type, 1), S_OK);
+    // The film is so short that a worker which gets no turn finds it over once the graph runs.
+    played.Pause();
+    EXPECT_TRUE(Eventually([&] { return callback->HasCome(kAllTexts[0]); }));
     played.Run();
     int rows = 0;
     int metadata = 0;
@@ -72,7 +75,7 @@ TEST_F(TextRoadsTest, TextsComeByCallbackQueueAndEvent) {
     EXPECT_EQ(rows, 1);
     EXPECT_EQ(metadata, 1);
     EXPECT_TRUE(std::ranges::any_of(screens, [](auto& screen) { return screen.find(L"Hi") != screen.npos; }));
-    ASSERT_EQ(callback->Texts(), kAllTexts);
+    EXPECT_EQ(callback->Texts(), kAllTexts);
     EXPECT_EQ(NextText(*storage.Get(), KTMP4_TEXT_CAPTIONS), "400000 Hi");
     EXPECT_EQ(NextText(*storage.Get(), KTMP4_TEXT_METADATA), "100000 Hello");
     EXPECT_EQ(NextText(*storage.Get(), KTMP4_TEXT_METADATA), "");
