@@ -133,11 +133,13 @@ const Bomb kBombs[] = {
     {"fragments", Fragments},
 };
 
+using Piece = decltype(&Track::stts);
+
 /// Tables of `n` runs each, in a track of few samples or in one of `n`.
 struct RunBomb {
   const char* name;
   bool isSparse;
-  Bytes Track::*piece;
+  Piece piece;
   const char* code;
   Bytes (*run)(u32 n, u32 i);
 
