@@ -27,7 +27,7 @@ TEST(Diagnosis, NamesTheBoxThatWasBroken) {
     for (const int wrongBy : {1, -1, 4, -4, 100}) {
       std::vector<u8> broken = film;
       const Bytes wrong = Bytes().U32(size + static_cast<u32>(wrongBy));
-      std::ranges::copy(wrong, broken.begin() + place);
+      std::ranges::copy(wrong, broken.data() + place);
       const OpenedMovie movie(broken);
       if (movie.result == MP4_OK) continue;  // what is skipped by its size may be longer
       ++refused;
