@@ -90,7 +90,7 @@ def compare_file(ktmp4, file, folder):
         packets = without_hidden_end(stream["packets"], len(samples))
         try:
             for distance in compare_track(samples, data, packets, stream["codec_type"],
-                                          lambda ours, theirs: Fraction(ours, scale) - theirs * tick):
+                                          lambda ours, theirs: Fraction(ours, scale) - theirs * tick, busy=True):
                 distances.setdefault(distance, number)
         except AssertionError as difference:
             raise AssertionError(f"track {number}, {difference}") from None

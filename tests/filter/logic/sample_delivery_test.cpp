@@ -257,7 +257,7 @@ TEST(SampleDelivery, ExtractorUseDeliversEmptySamples) {
     EXPECT_TRUE(bench.waits.empty());
     EXPECT_EQ(bench.media.length, 0u);
     EXPECT_EQ(bench.media.time, time);
-    EXPECT_EQ(bench.media.sync.has_value(), time.has_value());
+    EXPECT_EQ(bench.media.sync, time ? std::optional(true) : std::nullopt);
     EXPECT_EQ(std::pair(bench.texts.size(), bench.decoded.size()), std::pair(texts, decoded));
   }
 }
