@@ -9,7 +9,7 @@
 namespace kt::test {
 
 CRecordingPin::CRecordingPin(CBaseFilter& filter, const std::wstring& name, SinkScript script)
-    : CBaseInputPin(filter, name, name), m_script(std::move(script)) {}
+    : CBaseInputPin(filter, name, name), m_filter(filter), m_script(std::move(script)) {}
 
 HRESULT CRecordingPin::CheckMediaType(const CMediaType& type) {
   return m_script.m_accept == nullptr || type.subtype == *m_script.m_accept ? S_OK : E_FAIL;
@@ -37,6 +37,7 @@ HRESULT CRecordingPin::Refuse(bool* why, const std::vector<SinkEvent>& told) {
   m_events.insert(m_events.end(), told.begin(), told.end());
   *why = true;
   m_endDue = false;
+  m_steps = 0;
   kept.swap(m_kept);
   m_changed.notify_all();
   return S_OK;
@@ -119,13 +120,34 @@ HRESULT CRecordingPin::Receive(IMediaSample* sample) {
   m_events.push_back({SinkEvent::Sample, number});
   if (m_script.m_look) m_script.m_look(sample);
   if (m_script.m_keep) m_kept.emplace_back(sample);
-  if (m_script.m_blockFrom != 0 && number >= m_script.m_blockFrom) {
-    m_blocked = true;
-    m_changed.wait(lock, [this] { return m_flushing || m_stopped; });
-    m_blocked = false;
-    return S_FALSE;
-  }
-  return answer;
+  const bool blocks = m_script.m_blockFrom != 0 && number >= m_script.m_blockFrom;
+  return (blocks || m_script.m_render) && !WaitFor(lock, sample) ? S_FALSE : answer;
+}
+
+// Whether a sample is due at last; none is in a sink that blocks.
+bool CRecordingPin::WaitFor(std::unique_lock<std::mutex>& lock, IMediaSample* sample) {
+  REFERENCE_TIME start = 0, stop = 0;
+  sample->GetTime(&start, &stop);
+  const auto isDue = [&] {
+    return m_script.m_render &&
+           (m_steps > 0 || (m_filter.State() == State_Running && m_filter.StreamTime() >= start));
+  };
+  m_blocked = true;
+  while (!m_flushing && !m_stopped && !isDue()) m_changed.wait_for(lock, std::chrono::milliseconds(5));
+  m_blocked = false;
+  m_steps = std::max(m_steps - 1, 0);
+  return !m_flushing && !m_stopped;
+}
+
+void CRecordingPin::Step() {
+  const std::lock_guard lock(m_lock);
+  ++m_steps;
+  m_changed.notify_all();
+}
+
+bool CRecordingPin::IsWaitingForSample() {
+  const std::lock_guard lock(m_lock);
+  return m_script.m_render && IsConnected() && m_filter.State() == State_Paused && !m_blocked && !m_endDue;
 }
 
 std::vector<SinkEvent> CRecordingPin::Events() {
@@ -170,6 +192,12 @@ HRESULT CRecordingSink::Run(REFERENCE_TIME start) {
   const HRESULT result = CBaseFilter::Run(start);
   m_pin.AnnounceEnd();
   return result;
+}
+
+HRESULT CRecordingSink::GetState(DWORD milliseconds, FILTER_STATE* state) {
+  for (; milliseconds > 0 && m_pin.IsWaitingForSample(); --milliseconds) Sleep(1);
+  const HRESULT result = CBaseFilter::GetState(milliseconds, state);
+  return SUCCEEDED(result) && m_pin.IsWaitingForSample() ? VFW_S_STATE_INTERMEDIATE : result;
 }
 
 }  // namespace kt::test

@@ -27,6 +27,9 @@ struct SinkScript {
   ULONG m_blockFrom = 0;
   /// Keeps the samples until a flush or a stop, so that the source runs out of buffers.
   bool m_keep = false;
+  /// Keeps each sample as a renderer does: for its time while the graph runs, for a step while it is paused,
+  /// or until a flush or a stop. The pause of the graph is complete when there is one.
+  bool m_render = false;
   /// Called inside of `Receive`, without a lock; what it answers is the answer.
   std::function<HRESULT(ULONG)> m_receive = nullptr;
   /// Sees each sample that is recorded; one at a time.
@@ -66,6 +69,10 @@ class CRecordingPin : public CBaseInputPin {
   /// The samples of the last segment, once it has ended.
   std::vector<ULONG> LastSegment();
   bool IsBlocked();
+  /// Lets one sample go that waits, or the next.
+  void Step();
+  /// Whether `Pause` is not complete: no sample has come, and no end.
+  bool IsWaitingForSample();
   /// Whether a flush or a stop keeps samples out.
   bool IsRefusing();
   void ForgetPeer() { SetPeer(nullptr); }
@@ -79,7 +86,9 @@ class CRecordingPin : public CBaseInputPin {
  private:
   static ULONG NumberOf(IMediaSample* sample);
   HRESULT Refuse(bool* why, const std::vector<SinkEvent>& told);
+  bool WaitFor(std::unique_lock<std::mutex>& lock, IMediaSample* sample);
 
+  CBaseFilter& m_filter;
   const SinkScript m_script;
   int m_refused = 0;
   ComPointer<IMemAllocator> m_own, m_taken;
@@ -87,6 +96,7 @@ class CRecordingPin : public CBaseInputPin {
   std::mutex m_lock;
   std::condition_variable m_changed;
   bool m_flushing = false, m_stopped = true, m_blocked = false, m_endDue = false;
+  int m_steps = 0;
   std::vector<ComPointer<IMediaSample>> m_kept;
   std::vector<SinkEvent> m_events;
   std::atomic<double> m_segmentRate{1.0};
@@ -99,6 +109,7 @@ class CRecordingSink final : public CBaseFilter, public IAMFilterMiscFlags {
   DECLARE_IUNKNOWN
   HRESULT NonDelegatingQueryInterface(REFIID iid, void** object) override;
   HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME start) override;
+  HRESULT STDMETHODCALLTYPE GetState(DWORD milliseconds, FILTER_STATE* state) override;
   ULONG GetPinCount() override { return 1; }
   CBasePin* GetPin(ULONG index) override { return index == 0 ? &m_pin : nullptr; }
   ULONG STDMETHODCALLTYPE GetMiscFlags() override { return AM_FILTER_MISC_FLAGS_IS_RENDERER; }

@@ -258,6 +258,7 @@ class Life {
         {"stop", [&] { Stop(); }},
         {"seek by a pin", [&] { SeekByPin(); }},
         {"seek by the graph", [&] { Seek(m_seeking.Get()); }},
+        {"step", [&] { Step(); }},
         {"wait", [&] { Sleep(Dice(30)); }},
         {"take events", [&] { TakeEvents(); }},
         {"ask", [&] { AskAll(); }},
@@ -292,6 +293,7 @@ class Life {
     m_watch.Begin("play to the end");
     SCOPED_TRACE(m_story);
     m_host->mood = Mood::Takes;
+    m_mayRender = false;
     Stop();
     for (const ComPointer<IPin>& pin : Pins()) m_graph.m_builder->Disconnect(pin.Get());
     m_sinks.clear();
@@ -396,7 +398,9 @@ class Life {
   }
   Sink& AddSink() {
     const auto receive = [host = m_host](ULONG) { return host->Treat(); };
-    Sink& sink = *m_sinks.emplace_back(std::make_unique<Sink>(SinkScript{.m_receive = receive}));
+    const bool renders = m_mayRender && Dice(3) == 0;
+    Sink& sink =
+        *m_sinks.emplace_back(std::make_unique<Sink>(SinkScript{.m_render = renders, .m_receive = receive}));
     EXPECT_EQ(m_graph.m_builder->AddFilter(&*sink, nullptr), S_OK);
     return sink;
   }
@@ -430,6 +434,15 @@ class Life {
   }
   void SeekByPin() {
     for (const ComPointer<IPin>& pin : Pins()) Seek(As<IMediaSeeking>(pin).Get());
+  }
+  /// From one sample of the renderers to the next, with all that is delivered in between.
+  void Step() {
+    OAFilterState state = 0;
+    m_graph.m_control->Pause();
+    for (u32 left = 1 + Dice(5); left > 0; --left) {
+      m_graph.m_control->GetState(20, &state);
+      for (const std::unique_ptr<Sink>& sink : m_sinks) (*sink)->Pin().Step();
+    }
   }
   void TakeEvents() {
     long code = 0;
@@ -466,6 +479,8 @@ class Life {
   const std::vector<std::wstring>& m_films;
   std::wstring m_loaded;
   std::string m_story;
+  // Not where all has to come soon.
+  bool m_mayRender = true;
   const std::shared_ptr<Host> m_host = std::make_shared<Host>();
   std::vector<std::unique_ptr<TempFile>> m_damaged;
   std::vector<std::unique_ptr<Sink>> m_sinks;
