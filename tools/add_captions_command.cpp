@@ -110,24 +110,19 @@ std::string RefuseNoTimeCode(const std::string& text) {
 }  // namespace
 
 void AddAddCaptionsCommand(CLI::App& program) {
-  CLI::App* command =
-      program.add_subcommand("add-captions", "Copy a file and add a Line 21 track from a caption file");
+  Command command(program, "add-captions", "Copy a file and add a Line 21 track from a caption file");
   const auto arguments = std::make_shared<AddCaptionsArguments>();
   const std::map<std::string, FrameRate> rates = {{"29.97", FrameRate::kNtsc}, {"30", FrameRate::kThirty}};
-  command->add_option("--rate", arguments->rate, "Frames a second that the time codes count: 29.97 or 30")
-      ->type_name("RATE")
-      ->transform(Words(rates));
-  command->add_option("--offset", arguments->offset, "The time code at which IN begins, often 01:00:00:00")
-      ->type_name("HH:MM:SS:FF")
-      ->check(CLI::Validator(RefuseNoTimeCode, ""));
-  AddInputArgument(*command, &arguments->input, "IN");
-  command
-      ->add_option("CAPTIONS", arguments->captions,
-                   "The Scenarist caption file (.scc), or SubRip subtitles (.srt)")
-      ->required()
-      ->type_name("");
-  AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
-  command->footer(
+  command.AddChoice("--rate", "RATE", "Frames a second that the time codes count: 29.97 or 30", rates,
+                    &arguments->rate);
+  command.AddText(
+      "--offset", "HH:MM:SS:FF", "The time code at which IN begins, often 01:00:00:00",
+      [arguments](const std::string& code) { arguments->offset = code; }, RefuseNoTimeCode);
+  AddInputArgument(command, &arguments->input, "IN");
+  command.AddPlace("CAPTIONS", &arguments->captions,
+                   "The Scenarist caption file (.scc), or SubRip subtitles (.srt)");
+  AddOutputArguments(command, &arguments->target.name, &arguments->target.force);
+  command.Finish(
       "IN is copied as \"ktmp4 remux\" does it, and the captions become the last track. The time code\n"
       "00:00:00:00, or that of --offset, stands for its first picture; a note says when the first caption\n"
       "comes behind the end. Time codes with a semicolon before the frames are drop frame, at 29.97 frames\n"
@@ -137,8 +132,8 @@ void AddAddCaptionsCommand(CLI::App& program) {
       "unless a caption does, and at its end.\n"
       "Subtitles become pop-on captions: at the bottom, in up to four rows of 32 characters, broken between\n"
       "words, sent ahead of their times and shown at these. Styles are left out; a note tells of what does\n"
-      "not fit, comes late, or has characters that captions do not have.");
-  command->callback([arguments] { AddCaptions(*arguments); });
+      "not fit, comes late, or has characters that captions do not have.",
+      [arguments] { AddCaptions(*arguments); });
 }
 
 }  // namespace kt

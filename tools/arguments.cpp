@@ -7,32 +7,29 @@
 
 namespace kt {
 
-void AddAdaptOption(CLI::App& command, bool* adapt) {
-  command.add_flag("--adapt", *adapt, "Read what other writers make of the format, too");
+void AddAdaptOption(Command& command, bool* adapt) {
+  command.AddFlag("--adapt", adapt, "Read what other writers make of the format, too");
 }
 
-void AddInputArgument(CLI::App& command, InputChoice* input, const std::string& name) {
+void AddInputArgument(Command& command, InputChoice* input, const std::string& name) {
   AddAdaptOption(command, &input->adapt);
-  command.add_option(name, input->name, "The file to read")->required()->type_name("");
+  command.AddPlace(name, &input->name, "The file to read");
 }
 
-void AddTrackOption(CLI::App& command, std::optional<u32>* track) {
-  command.add_option("--track", *track, "Which track, counted from 1")
-      ->type_name("N")
-      ->check(CLI::Range(1U, std::numeric_limits<u32>::max()).description(""));
+void AddTrackOption(Command& command, std::optional<u32>* track) {
+  command.AddNumber("--track", "N", "Which track, counted from 1", {1, std::numeric_limits<u32>::max()},
+                    [track](u32 index) { *track = index; });
 }
 
-void AddTypeOption(CLI::App& command, std::optional<u32>* type) {
+void AddTypeOption(Command& command, std::optional<u32>* type) {
   const std::map<std::string, u32> types = {
       {"mp4", MP4_TYPE_MP4}, {"3gp", MP4_TYPE_3GP}, {"m4a", MP4_TYPE_M4A}};
-  command.add_option("--type", *type, "The type of the new file: mp4, 3gp or m4a")
-      ->type_name("TYPE")
-      ->transform(Words(types));
+  command.AddChoice("--type", "TYPE", "The type of the new file: mp4, 3gp or m4a", types, type);
 }
 
-void AddOutputArguments(CLI::App& command, std::string* output, bool* force) {
-  command.add_flag("--force", *force, "Replace OUT when there is such a file already");
-  command.add_option("OUT", *output, "The file to write")->required()->type_name("");
+void AddOutputArguments(Command& command, std::string* output, bool* force) {
+  command.AddFlag("--force", force, "Replace OUT when there is such a file already");
+  command.AddPlace("OUT", output, "The file to write");
 }
 
 }  // namespace kt

@@ -241,31 +241,28 @@ void Captions(const CaptionsArguments& arguments) {
 }  // namespace
 
 void AddCaptionsCommand(CLI::App& program) {
-  CLI::App* command =
-      program.add_subcommand("captions", "Print a caption track as text, subtitles or Scenarist captions");
+  Command command(program, "captions", "Print a caption track as text, subtitles or Scenarist captions");
   const auto arguments = std::make_shared<CaptionsArguments>();
   const std::map<std::string, CaptionFormat> formats = {{"text", CaptionFormat::kText},
                                                         {"srt", CaptionFormat::kSrt},
                                                         {"vtt", CaptionFormat::kVtt},
                                                         {"scc", CaptionFormat::kScc}};
-  command->add_option("--format", arguments->format, "What to print: text, srt, vtt or scc; text without it")
-      ->type_name("FORMAT")
-      ->transform(Words(formats));
-  command
-      ->add_flag("--json", arguments->json,
-                 "Print JSON: what is on screen, with its begin and end in seconds")
-      ->excludes("--format");
-  AddTrackOption(*command, &arguments->track);
-  AddInputArgument(*command, &arguments->input);
-  command->footer(
+  command.AddChoice("--format", "FORMAT", "What to print: text, srt, vtt or scc; text without it", formats,
+                    &arguments->format);
+  command.AddFlag("--json", &arguments->json,
+                  "Print JSON: what is on screen, with its begin and end in seconds");
+  command.Exclude("--json", "--format");
+  AddTrackOption(command, &arguments->track);
+  AddInputArgument(command, &arguments->input);
+  command.Finish(
       "Without --track the first track that looks like Line 21 captions is taken.\n"
       "text  each row that is complete, behind its time\n"
       "srt   what is on screen, from when to when, as SubRip subtitles; a row that is written letter by\n"
       "      letter shows as a whole from the first one on\n"
       "vtt   the same as WebVTT\n"
       "scc   the byte pairs as they are, as a Scenarist caption file; for a track that add-captions has\n"
-      "      made, with the time codes that it was made from, less its --offset");
-  command->callback([arguments] { Captions(*arguments); });
+      "      made, with the time codes that it was made from, less its --offset",
+      [arguments] { Captions(*arguments); });
 }
 
 }  // namespace kt

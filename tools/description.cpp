@@ -1,5 +1,6 @@
 #include "tools/description.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>

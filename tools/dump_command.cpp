@@ -38,24 +38,24 @@ void Dump(const InputChoice& choice) {
 }  // namespace
 
 void AddDumpCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("dump", "Print the tree of boxes of a file");
+  Command command(program, "dump", "Print the tree of boxes of a file");
   const auto arguments = std::make_shared<DumpArguments>();
-  command->add_flag("--json", arguments->json, "Print JSON: each box with its path, place, size and fields");
-  AddInputArgument(*command, &arguments->input);
-  command->footer(
+  command.AddFlag("--json", &arguments->json, "Print JSON: each box with its path, place, size and fields");
+  AddInputArgument(command, &arguments->input);
+  command.Finish(
       "Of a refused file the boxes ahead of the fault are printed, and the exit code is 1. With --adapt it "
       "is\n"
       "the tree of the plain file that the file is read as. JSON tells the boxes of the file as they stand "
       "in "
       "it,\n"
-      "with or without --adapt, those behind a fault too, and of a table its first records.");
-  command->callback([arguments] {
-    if (arguments->json) {
-      DumpAsJson(arguments->input);
-    } else {
-      Dump(arguments->input);
-    }
-  });
+      "with or without --adapt, those behind a fault too, and of a table its first records.",
+      [arguments] {
+        if (arguments->json) {
+          DumpAsJson(arguments->input);
+        } else {
+          Dump(arguments->input);
+        }
+      });
 }
 
 }  // namespace kt

@@ -113,23 +113,19 @@ void Extract(const ExtractArguments& arguments) {
 }  // namespace
 
 void AddExtractCommand(CLI::App& program) {
-  CLI::App* command =
-      program.add_subcommand("extract", "Write the samples of a track to a file, for players or as they are");
+  Command command(program, "extract", "Write the samples of a track to a file, for players or as they are");
   const auto arguments = std::make_shared<ExtractArguments>();
   const std::map<std::string, StreamFormat> formats = {{"raw", StreamFormat::kRaw},
                                                        {"adts", StreamFormat::kAdts},
                                                        {"annexb", StreamFormat::kAnnexB},
                                                        {"m4v", StreamFormat::kM4v},
                                                        {"amr", StreamFormat::kAmr}};
-  command
-      ->add_option("--format", arguments->format,
-                   "How to write them: raw, adts, annexb, m4v or amr; raw without it")
-      ->type_name("FORMAT")
-      ->transform(Words(formats));
-  AddTrackOption(*command, &arguments->track);
-  AddInputArgument(*command, &arguments->input);
-  AddOutputArguments(*command, &arguments->output, &arguments->force);
-  command->footer(
+  command.AddChoice("--format", "FORMAT", "How to write them: raw, adts, annexb, m4v or amr; raw without it",
+                    formats, &arguments->format);
+  AddTrackOption(command, &arguments->track);
+  AddInputArgument(command, &arguments->input);
+  AddOutputArguments(command, &arguments->output, &arguments->force);
+  command.Finish(
       "--track is needed where there are several.\n"
       "raw     the samples one after the other, as they are, without headers\n"
       "adts    AAC with a header ahead of each frame (.aac)\n"
@@ -139,8 +135,8 @@ void AddExtractCommand(CLI::App& program) {
       "OUT gets its name only when it is complete; until then a file that has the name already stays as it\n"
       "is. For \"-\" the bytes go to standard output, unless that is a terminal. A fragmented file is "
       "refused,\n"
-      "unless --adapt is given.");
-  command->callback([arguments] { Extract(*arguments); });
+      "unless --adapt is given.",
+      [arguments] { Extract(*arguments); });
 }
 
 }  // namespace kt

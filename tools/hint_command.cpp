@@ -98,33 +98,27 @@ void Hint(const HintArguments& arguments) {
 }  // namespace
 
 void AddHintCommand(CLI::App& program) {
-  CLI::App* command =
-      program.add_subcommand("hint", "Copy a file and add hint tracks, by which servers stream it");
+  Command command(program, "hint", "Copy a file and add hint tracks, by which servers stream it");
   const auto arguments = std::make_shared<HintArguments>();
   const std::map<std::string, bool> framings = {{"generic", false}, {"latm", true}};
-  command->add_option("--aac", arguments->wishes.latm, "How AAC is packed: generic (AAC-hbr) or latm")
-      ->type_name("FRAMING")
-      ->transform(Words(framings));
-  command->add_option("--packet-size", arguments->wishes.packetSize, "Bytes of payload in a packet [500]")
-      ->type_name("N")
-      ->check(CLI::Range(16, 65535).description(""));
-  command
-      ->add_option("--samples-per-packet", arguments->wishes.samplesPerPacket,
-                   "Frames of sound in a packet at most [generic 1, latm 3]")
-      ->type_name("N")
-      ->check(CLI::Range(1, 64).description(""));
-  AddTypeOption(*command, &arguments->target.type);
-  AddInputArgument(*command, &arguments->input, "IN");
-  AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
-  command->footer(
+  command.AddChoice("--aac", "FRAMING", "How AAC is packed: generic (AAC-hbr) or latm", framings,
+                    &arguments->wishes.latm);
+  command.AddNumber("--packet-size", "N", "Bytes of payload in a packet [500]", {16, 65535},
+                    [arguments](u32 bytes) { arguments->wishes.packetSize = static_cast<u16>(bytes); });
+  command.AddNumber("--samples-per-packet", "N", "Frames of sound in a packet at most [generic 1, latm 3]",
+                    {1, 64}, [arguments](u32 number) { arguments->wishes.samplesPerPacket = number; });
+  AddTypeOption(command, &arguments->target.type);
+  AddInputArgument(command, &arguments->input, "IN");
+  AddOutputArguments(command, &arguments->target.name, &arguments->target.force);
+  command.Finish(
       "Tracks are copied as by \"ktmp4 remux\"; those of MPEG-4 visual, AAC and Line 21 get a hint track\n"
       "each, and standard error says which others do not and why. A file of type mp4 also gets the object\n"
       "descriptor and scene tracks that its session description needs. The samples that still gather for a\n"
       "packet at the end of a track are not hinted: the last one, up to two of captions, up to three of\n"
       "LATM; a track that has no more gets no hints. Packets tell when samples are decoded, so that\n"
       "players show B-frames out of order. Captions go as \"608B\", a payload format of this program's own.\n"
-      "\"ktmp4 sdp\" prints the session description.");
-  command->callback([arguments] { Hint(*arguments); });
+      "\"ktmp4 sdp\" prints the session description.",
+      [arguments] { Hint(*arguments); });
 }
 
 }  // namespace kt

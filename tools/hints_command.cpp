@@ -136,16 +136,16 @@ void Hints(const HintsArguments& arguments) {
 }  // namespace
 
 void AddHintsCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("hints", "Print the packets that hint tracks describe");
+  Command command(program, "hints", "Print the packets that hint tracks describe");
   const auto arguments = std::make_shared<HintsArguments>();
-  AddTrackOption(*command, &arguments->track);
-  command->add_flag("--json", arguments->json, "Print JSON: an array with an object for each hint track");
-  AddInputArgument(*command, &arguments->input);
-  command->footer(
+  AddTrackOption(command, &arguments->track);
+  command.AddFlag("--json", &arguments->json, "Print JSON: an array with an object for each hint track");
+  AddInputArgument(command, &arguments->input);
+  command.Finish(
       "Without --track all hint tracks are printed. Times are in ticks of the hint track's time scale, "
       "which\n"
-      "is the RTP clock.");
-  command->callback([arguments] { Hints(*arguments); });
+      "is the RTP clock.",
+      [arguments] { Hints(*arguments); });
 }
 
 }  // namespace kt

@@ -268,13 +268,13 @@ void Info(const InfoArguments& arguments) {
 }  // namespace
 
 void AddInfoCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("info", "Tell what files and their tracks are");
+  Command command(program, "info", "Tell what files and their tracks are");
   const auto arguments = std::make_shared<InfoArguments>();
-  command->add_flag("--json", arguments->json,
-                    "Print JSON instead of text: an object, of several files an array");
-  AddAdaptOption(*command, &arguments->adapt);
-  command->add_option("FILE", arguments->names, "The files to read")->required()->type_name("");
-  command->footer(
+  command.AddFlag("--json", &arguments->json,
+                  "Print JSON instead of text: an object, of several files an array");
+  AddAdaptOption(command, &arguments->adapt);
+  command.AddPlaces("FILE", &arguments->names, "The files to read");
+  command.Finish(
       "A track that cannot be opened is listed with its result. Bit rates and pictures a second are means\n"
       "over all samples. Rate and channels of sound are those that come out of its decoder, where its\n"
       "set-up tells. A track starts when its first sample is shown. Edits are listed as the file has them;\n"
@@ -286,8 +286,8 @@ void AddInfoCommand(CLI::App& program) {
       "\"duration\" is in movie ticks, \"seconds\", \"start\" and the times of edits are in seconds. A "
       "refused\n"
       "file gives {\"file\":...,\"result\":6,...} besides the message and exit code 1. What a file does not\n"
-      "tell is null.");
-  command->callback([arguments] { Info(*arguments); });
+      "tell is null.",
+      [arguments] { Info(*arguments); });
 }
 
 }  // namespace kt

@@ -1,4 +1,3 @@
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -343,28 +342,21 @@ std::string RefuseNoSeconds(const std::string& text) {
 }  // namespace
 
 void AddPlayCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand(
-      "play", "Run a file through the source filter's logic and list what is delivered");
+  Command command(program, "play", "Run a file through the source filter's logic and list what is delivered");
   const auto arguments = std::make_shared<PlayArguments>();
-  command
-      ->add_option("--from", arguments->from,
-                   "Begin at the sync samples before this time; stamps count from it")
-      ->type_name("SECONDS")
-      ->check(CLI::Validator(RefuseNoSeconds, ""));
-  command
-      ->add_option("--cc", arguments->captions,
-                   "Captions of a plain name: on (decode to text), off, text (deliver the bytes)")
-      ->type_name("MODE")
-      ->check(CLI::IsMember({"on", "off", "text", "on_ovl"}, CLI::ignore_case))
-      ->capture_default_str();
-  AddAdaptOption(*command, &arguments->adapt);
-  command->add_flag("--realtime", arguments->realtime, "Deliver each sample when its time has come");
-  command->add_flag("--extract", arguments->extract, "Extractor use: samples are delivered empty");
-  command->add_flag("--quiet", arguments->quiet, "Print what was loaded and the summary, no samples");
-  command->add_option("FILE|URL", arguments->name, "The file to play, or a ktmp4file:// URL")
-      ->required()
-      ->type_name("");
-  command->footer(
+  command.AddText(
+      "--from", "SECONDS", "Begin at the sync samples before this time; stamps count from it",
+      [arguments](const std::string& seconds) { arguments->from = std::strtod(seconds.c_str(), nullptr); },
+      RefuseNoSeconds);
+  command.AddShownWord("--cc", "MODE",
+                       "Captions of a plain name: on (decode to text), off, text (deliver the bytes)",
+                       {"on", "off", "text", "on_ovl"}, &arguments->captions);
+  AddAdaptOption(command, &arguments->adapt);
+  command.AddFlag("--realtime", &arguments->realtime, "Deliver each sample when its time has come");
+  command.AddFlag("--extract", &arguments->extract, "Extractor use: samples are delivered empty");
+  command.AddFlag("--quiet", &arguments->quiet, "Print what was loaded and the summary, no samples");
+  command.AddPlace("FILE|URL", &arguments->name, "The file to play, or a ktmp4file:// URL");
+  command.Finish(
       "Each video, audio and Line 21 track gets a pin. All pins are played together in the order of the\n"
       "start times. The last sample of a track is not delivered. When a stream ends early because a sample\n"
       "cannot be had, the exit code is 1.\n"
@@ -379,8 +371,8 @@ void AddPlayCommand(CLI::App& program) {
       "where cc takes the place of --cc, and adapt of --adapt:\n"
       "  ktmp4file://c:/media/clip.mp4&cc=off&adapt=on&forextractoruse=1\n"
       "names the file c:/media/clip.mp4, which is of use on Windows. Elsewhere a whole path stands behind\n"
-      "the scheme, as in ktmp4file:///media/clip.mp4&cc=on, which the filter itself would not find.");
-  command->callback([arguments] { Play(*arguments); });
+      "the scheme, as in ktmp4file:///media/clip.mp4&cc=on, which the filter itself would not find.",
+      [arguments] { Play(*arguments); });
 }
 
 }  // namespace kt

@@ -27,7 +27,7 @@ void RequireDistinct(const std::vector<u32>& tracks) {
   std::set<u32> seen;
   for (const u32 track : tracks) {
     if (!seen.insert(track).second) {
-      throw CLI::ValidationError("--track", std::to_string(track) + " is given twice");
+      RefuseUse("--track", std::to_string(track) + " is given twice");
     }
   }
 }
@@ -35,16 +35,14 @@ void RequireDistinct(const std::vector<u32>& tracks) {
 }  // namespace
 
 void AddRemuxCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("remux", "Copy tracks into a new file, sample by sample");
+  Command command(program, "remux", "Copy tracks into a new file, sample by sample");
   const auto arguments = std::make_shared<RemuxArguments>();
-  AddTypeOption(*command, &arguments->target.type);
-  command->add_option("--track", arguments->tracks, "Which track to copy, counted from 1; can be repeated")
-      ->type_name("N")
-      ->allow_extra_args(false)
-      ->check(CLI::Range(1U, std::numeric_limits<u32>::max()).description(""));
-  AddInputArgument(*command, &arguments->input, "IN");
-  AddOutputArguments(*command, &arguments->target.name, &arguments->target.force);
-  command->footer(
+  AddTypeOption(command, &arguments->target.type);
+  command.AddNumbers("--track", "N", "Which track to copy, counted from 1; can be repeated",
+                     {1, std::numeric_limits<u32>::max()}, &arguments->tracks);
+  AddInputArgument(command, &arguments->input, "IN");
+  AddOutputArguments(command, &arguments->target.name, &arguments->target.force);
+  command.Finish(
       "Tracks of MPEG-4 visual, AAC, H.263, AMR and Line 21 can be written. Without --track all of these\n"
       "are copied. Without --type the ending of OUT decides: .3gp, .3g2 and .3gpp are 3gp, .m4a and .m4b\n"
       "are m4a, all others mp4. Samples, times, sync flags, decoder set-up, dates, copyright notices, the\n"
@@ -55,11 +53,11 @@ void AddRemuxCommand(CLI::App& program) {
       "  the movie lasts as its first track: --track 2 --track 1 lets the second come first\n"
       "A fragmented file is refused, unless --adapt is given.\n"
       "OUT gets its name only when it is complete; until then a file that has the name already stays as it\n"
-      "is.");
-  command->callback([arguments] {
-    RequireDistinct(arguments->tracks);
-    Remux(*arguments);
-  });
+      "is.",
+      [arguments] {
+        RequireDistinct(arguments->tracks);
+        Remux(*arguments);
+      });
 }
 
 }  // namespace kt

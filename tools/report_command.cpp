@@ -20,7 +20,7 @@ struct ReportArguments {
 
 void Report(const ReportArguments& arguments) {
   if (arguments.output.empty() && IsTerminal(stdout)) {
-    throw CLI::ValidationError("standard output is a terminal: -o OUT.html says where the page goes");
+    RefuseUse("", "standard output is a terminal: -o OUT.html says where the page goes");
   }
   InputFile input(arguments.input);
   FileBytes file(arguments.input.name);
@@ -39,21 +39,21 @@ void Report(const ReportArguments& arguments) {
 }  // namespace
 
 void AddReportCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("report", "Show a file at a glance, as a page for the browser");
+  Command command(program, "report", "Show a file at a glance, as a page for the browser");
   const auto arguments = std::make_shared<ReportArguments>();
-  command->add_option("-o", arguments->output, "The page to write; standard output without it")
-      ->type_name("OUT.html");
-  command->add_flag("--force", arguments->force, "Replace OUT.html when there is such a file already");
-  AddInputArgument(*command, &arguments->input);
-  command->footer(
+  command.AddText("-o", "OUT.html", "The page to write; standard output without it",
+                  [arguments](const std::string& name) { arguments->output = name; });
+  command.AddFlag("--force", &arguments->force, "Replace OUT.html when there is such a file already");
+  AddInputArgument(command, &arguments->input);
+  command.Finish(
       "The page is one file that needs nothing from outside. It shows the tracks, bit rates over the time, "
       "sync\n"
       "samples, sizes of samples, where the tracks lie in the file, edits, captions, hint packets, and all "
       "boxes\n"
       "with what they say. Of a file that is refused it shows the boxes and which of them broke it; the "
       "exit\n"
-      "code is 1 then.");
-  command->callback([arguments] { Report(*arguments); });
+      "code is 1 then.",
+      [arguments] { Report(*arguments); });
 }
 
 }  // namespace kt

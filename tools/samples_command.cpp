@@ -216,15 +216,15 @@ std::string RefuseNoColumns(const std::string& text) {
 }  // namespace
 
 void AddSamplesCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("samples", "List the samples of a track as CSV or JSON");
+  Command command(program, "samples", "List the samples of a track as CSV or JSON");
   const auto arguments = std::make_shared<SamplesArguments>();
-  AddTrackOption(*command, &arguments->track);
-  command->add_option("--columns", arguments->columns, "Which columns, with commas between them")
-      ->type_name("NAMES")
-      ->check(CLI::Validator(RefuseNoColumns, ""));
-  command->add_flag("--json", arguments->json, "Print JSON with all columns, or with those of --columns");
-  AddInputArgument(*command, &arguments->input);
-  command->footer(
+  AddTrackOption(command, &arguments->track);
+  command.AddText(
+      "--columns", "NAMES", "Which columns, with commas between them",
+      [arguments](const std::string& names) { arguments->columns = names; }, RefuseNoColumns);
+  command.AddFlag("--json", &arguments->json, "Print JSON with all columns, or with those of --columns");
+  AddInputArgument(command, &arguments->input);
+  command.Finish(
       "--track is needed where there are several. Columns:\n"
       "  sample    counted from 1\n"
       "  size      bytes\n"
@@ -235,8 +235,8 @@ void AddSamplesCommand(CLI::App& program) {
       "  seconds   composition time in seconds\n"
       "  duration  ticks up to the decoding time of the next sample; of the last as the file tells\n"
       "  offset    where it begins in the file; not with --adapt\n"
-      "What is not known is empty, and null in JSON.");
-  command->callback([arguments] { Samples(*arguments); });
+      "What is not known is empty, and null in JSON.",
+      [arguments] { Samples(*arguments); });
 }
 
 }  // namespace kt

@@ -104,20 +104,18 @@ void PrintSessionDescription(const SdpArguments& arguments) {
 }  // namespace
 
 void AddSdpCommand(CLI::App& program) {
-  CLI::App* command = program.add_subcommand("sdp", "Print the session description of a hinted file");
+  Command command(program, "sdp", "Print the session description of a hinted file");
   const auto arguments = std::make_shared<SdpArguments>();
-  CLI::Option* full = command->add_flag("--full", arguments->full,
-                                        "With the lines that a server adds, so that players take it");
-  command->add_option("--port", arguments->port, "Port of the first stream; the others follow in twos [5004]")
-      ->type_name("N")
-      ->needs(full)
-      ->check(CLI::Range(1, 65534).description(""));
-  AddInputArgument(*command, &arguments->input);
-  command->footer(
+  command.AddFlag("--full", &arguments->full, "With the lines that a server adds, so that players take it");
+  command.AddNumber("--port", "N", "Port of the first stream; the others follow in twos [5004]", {1, 65534},
+                    [arguments](u32 port) { arguments->port = port; });
+  command.Require("--port", "--full");
+  AddInputArgument(command, &arguments->input);
+  command.Finish(
       "The block of the movie and the blocks of the hint tracks, as they stand in the file (RFC 4566). "
       "--full\n"
-      "puts a session for this very machine (127.0.0.1) ahead and fills in the ports.");
-  command->callback([arguments] { PrintSessionDescription(*arguments); });
+      "puts a session for this very machine (127.0.0.1) ahead and fills in the ports.",
+      [arguments] { PrintSessionDescription(*arguments); });
 }
 
 }  // namespace kt
