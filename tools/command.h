@@ -43,6 +43,7 @@ class Command {
   void AddChoice(const std::string& name, const std::string& value, const std::string& text,
                  const std::map<std::string, Choice>& choices, Taken* taken) {
     std::vector<std::string> words;
+    words.reserve(choices.size());
     for (const auto& [word, choice] : choices) words.push_back(word);
     AddWord(name, value, text, words, [=](const std::string& word) { *taken = choices.at(word); });
   }

@@ -40,9 +40,9 @@ TEST(WrongUse, EndsWithTwoAndOneLine) {
   EXPECT_TRUE(ExpectRun({"--version"}).starts_with("ktmp4 "));
 }
 
-// The same command line with 1 GB of memory, where that can be had: the sanitizer itself reserves far more.
+// The same command line with 1 GB of memory, where that can be had.
 std::string InLittleMemory(const std::string& line) {
-#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__)
+#ifdef KTMP4_MEMORY_CAN_BE_LIMITED
   return "(ulimit -v 1000000; " + line + ")";
 #else
   return line;

@@ -59,7 +59,7 @@ TEST(Mp4File, TracesItsStepsWhenAsked) {
     EXPECT_EQ(file->SetTraceLevel(level), MP4_OK);
     EXPECT_EQ(file->SetTraceLevel(3), MP4_BAD_ARGUMENT);
     const std::string printed =
-        Printed([&] { return file->Open(temp.Name().c_str(), MP4_MODE_READ, type); }, result);
+        Printed([&, type = type] { return file->Open(temp.Name().c_str(), MP4_MODE_READ, type); }, result);
     const std::string head = "CMp4FileImpl::Open >> ";
     const std::string expected =
         head + "File is not yet opened\n" + head + "Filename " + temp.Name() + " is OK\n" + head +

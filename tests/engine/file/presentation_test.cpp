@@ -70,7 +70,7 @@ TEST(SceneTracks, ForVideoSoundOrBoth) {
       EXPECT_EQ(Got(*track, &CMp4Track::GetDuration), 4000u) << "that of the media, in movie ticks";
       const Bytes entries = SampleTableBoxAt(content, "stsd", index);
       const Bytes config = Bytes().U8(2).U8(index == 3 ? 1 << 2 | 1 : 3 << 2 | 1).U24(0x140000);
-      EXPECT_FALSE(std::ranges::search(entries, config).empty());
+      EXPECT_NE(std::search(entries.begin(), entries.end(), config.begin(), config.end()), entries.end());
     }
     u8 info[4] = {};
     u32 size = 9;

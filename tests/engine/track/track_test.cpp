@@ -46,7 +46,8 @@ TEST(Track, BindsWithoutWhatIsNotRequired) {
   }
   for (const char* container : {"mdia", "minf", "stbl"}) {
     Bytes content = MovieOf(Track()).Build();
-    std::ranges::search(content, Bytes().Text(container)).front() = 'x';  // a box of no known type
+    const Bytes name = Bytes().Text(container);
+    *std::search(content.begin(), content.end(), name.begin(), name.end()) = 'x';  // a box of no known type
     EXPECT_EQ(OpenedMovie(content).BindResult(), MP4_NOT_FOUND) << container;
   }
 }
