@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # What long runs of the fuzz targets have found, kept small: a packed folder for each target in fuzz/corpora.
 #
-#   fuzz/corpora.sh unpack FOLDER   puts the inputs of each target below FOLDER; what is there stays
-#   fuzz/corpora.sh keep FOLDER     keeps those of FOLDER that take a target to a place in the code which neither
-#                                   seeds nor real films come to; needs the targets in build/fuzz/fuzz
+#   fuzz/corpora.sh unpack FOLDER   puts the inputs of each target below FOLDER, and the times of long_run.py; what
+#                                   is there stays
+#   fuzz/corpora.sh keep FOLDER     keeps these times, and those inputs that take a target to a place in the code
+#                                   which neither seeds nor real films come to; needs the targets in build/fuzz/fuzz
 set -euo pipefail
 
 here=$(dirname "${BASH_SOURCE[0]}")
@@ -16,6 +17,7 @@ unpack() {
     mkdir -p "$1/$name"
     tar -xJf "$packed" -C "$1/$name" --skip-old-files
   done
+  [[ -e $1/times.csv ]] || cp "$kept/times.csv" "$1"
 }
 
 # The inputs that are committed elsewhere stand in the folder while the others are added to it.
@@ -24,6 +26,7 @@ keep() {
   work=$(mktemp -d)
   trap 'rm -rf "$work"' EXIT
   mkdir -p "$kept"
+  [[ ! -e $1/times.csv ]] || cp "$1/times.csv" "$kept"
   for target in build/fuzz/fuzz/ktmp4_fuzz_*; do
     name=${target##*/ktmp4_fuzz_}
     mkdir "$work/$name"
@@ -41,7 +44,7 @@ keep() {
 }
 
 usage() {
-  sed -n '2,6s/^# \{0,1\}//p' "$0" >&2
+  sed -n '4,7s/^# \{0,1\}//p' "$0" >&2
   exit 2
 }
 
